@@ -1,0 +1,816 @@
+/*
+ * NEB XML: an XML document library behind a flat C interface.
+ *
+ * Text or a file goes in, a tree of nodes comes out, the caller walks and edits it, and XML text
+ * is written back. This is the whole public interface; it compiles as C99 and as C++.
+ *
+ *
+ * Results
+ *
+ *   Every operation that can fail returns a result code and checks its arguments first: a null
+ *   node, a null required string or a null required out-pointer is NEB_XML_ERR_INVALID_PARAM
+ *   before anything is changed. Out-pointers are written on success only, unless the function
+ *   says otherwise; optional out-pointers may be null.
+ *
+ * Strings
+ *
+ *   Strings are NUL-terminated bytes; no encoding is interpreted. Whatever is stored in a node is
+ *   a copy, never the caller's pointer, and the strings handed to a setting operation may be the
+ *   node's own. In setting operations a null string leaves its field alone and an empty string
+ *   clears it. Strings that a read operation hands out belong to the node: they are neither
+ *   changed nor released by the caller and are valid until the node's string is replaced, the
+ *   node is released, or (for an interned name) its document is released.
+ *
+ * The tree
+ *
+ *   A document node is itself the root element of its text. An element holds child elements or
+ *   one text value. A node without parent and siblings is detached: the root of a tree of its own
+ *   and the caller's to release. The topmost node of a tree is found by following parents from
+ *   any of its nodes; a node without a parent that still has siblings (the chain that a text with
+ *   several top-level elements gives) is the topmost node of nothing.
+ *
+ *   An attribute is a node too. Where a function takes a node, an attribute is accepted only if
+ *   the function says so; elsewhere it gets the failure of a wrong argument.
+ *
+ * Storage
+ *
+ *   Nodes and strings come from the allocation hooks or from a memory session: a chain of blocks
+ *   from which pieces are carved back to back and which is released as a whole. A document from
+ *   NEB_XML_ParseEx, NEB_XML_ParseFileEx or NEB_XML_CreateNodeEx owns a session; releasing it
+ *   ends the session and everything carved from it, attached or not. What is made on behalf of a
+ *   node comes from the session of the topmost node of its tree, if there is one.
+ *
+ *   Pieces go back to where they came from, exactly once, whatever the order of calls. A node
+ *   made through the hooks may be put into a document that owns a session: left there, it goes
+ *   with the document; taken out again, it remains the caller's, and may be released before or
+ *   after the document. Its texts are to be read only while the document lives, since some may
+ *   have become the session's. What such a node gives up while it stands in the document is kept
+ *   until the session ends. A node carved from a session, or one that has lived in a session's
+ *   tree, is not accepted into a tree of another session or of none.
+ *
+ * Threads
+ *
+ *   Calls on different trees may overlap freely, sessions included. Calls that only read one tree
+ *   (navigation, attribute reads, typed reads, path lookup, printing) may overlap with each other.
+ *   A call that changes a tree must not overlap with any other call on it. Cloning a node carves
+ *   from its document's session and counts as a change. The registration of hooks must not
+ *   overlap with anything.
+ *
+ * Cost
+ *
+ *   Constant unless a function says otherwise. No function recurses over the depth or the width
+ *   of a tree.
+ */
+#ifndef NEB_XML_H
+#define NEB_XML_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <stdio.h>
+
+#ifndef NEB_XML_API
+#if defined(__GNUC__)
+#define NEB_XML_API __attribute__((visibility("default")))
+#else
+#define NEB_XML_API
+#endif
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------------------------- */
+/* Codes                                                                                       */
+/* ------------------------------------------------------------------------------------------- */
+
+/** Result codes. Functions return them as uint32_t. */
+enum NEB_XML_RESULT {
+  /** Success. */
+  NEB_XML_OK = 0,
+  /** A required argument is null or empty, a node is of the wrong type, a number is out of range,
+   *  or a node to be printed has no name. */
+  NEB_XML_ERR_INVALID_PARAM = 0x1F000701,
+  /** The element already has an attribute of that prefix and name. */
+  NEB_XML_ERR_ALREADY_EXISTS = 0x1F000702,
+  /** A looked-up attribute or node does not exist. */
+  NEB_XML_ERR_NOT_FOUND = 0x1F000703,
+  /** Memory could not be obtained. */
+  NEB_XML_ERR_NO_MEMORY = 0x1F000704,
+  /** The text is not well-formed in the accepted language, or an input file is empty. */
+  NEB_XML_ERR_SYNTAX = 0x1F000705,
+  /** A lookup path is malformed. */
+  NEB_XML_ERR_BAD_PATH = 0x1F000706,
+  /** A file could not be opened. */
+  NEB_XML_ERR_FILE_OPEN = 0x1F000707,
+  /** Writing the output file failed. */
+  NEB_XML_ERR_FILE_WRITE = 0x1F000708,
+  /** Seeking in, measuring or reading the input file failed. */
+  NEB_XML_ERR_FILE_READ = 0x1F000709,
+  /** The caller's buffer cannot hold the answer. */
+  NEB_XML_ERR_BUFFER_TOO_SMALL = 0x1F00070A
+};
+
+/** Node types. */
+enum NEB_XML_NODE_TYPE {
+  NEB_XML_NODE_ELEMENT = 0,
+  NEB_XML_NODE_ATTRIBUTE = 1,
+  NEB_XML_NODE_DOCUMENT = 12
+};
+
+/** Value types: how the variable of a typed read or write is laid out, and its text. */
+enum XmlValueType {
+  /** uint32_t; written as "true" or "false"; read from "1", "true", "0" or "false". */
+  NEB_XML_VALUE_BOOL = 0,
+  /** int32_t; decimal. */
+  NEB_XML_VALUE_INT32 = 1,
+  /** uint32_t; decimal. */
+  NEB_XML_VALUE_UINT32 = 2,
+  /** int16_t; decimal. */
+  NEB_XML_VALUE_INT16 = 3,
+  /** uint16_t; decimal. */
+  NEB_XML_VALUE_UINT16 = 4,
+  /** int8_t; decimal. */
+  NEB_XML_VALUE_INT8 = 5,
+  /** uint8_t; decimal. */
+  NEB_XML_VALUE_UINT8 = 6
+};
+
+/** A node of a tree: document, element or attribute. Opaque to callers. */
+typedef struct XmlNode XmlNode;
+
+/* ------------------------------------------------------------------------------------------- */
+/* Parsing                                                                                     */
+/* ------------------------------------------------------------------------------------------- */
+
+/**
+ * Parses a text into a tree whose storage comes through the allocation hooks, piece by piece.
+ *
+ * The language is a strict subset of XML. The XML declaration, comments, processing instructions
+ * and one document type declaration are skipped. References are the five predefined entities and
+ * numeric ones. An element holds elements or text, not both. A text may hold several top-level
+ * elements: the first becomes the document node and the others its next siblings. Those stay the
+ * caller's when the document is released, and are released like any node.
+ *
+ * text    NUL-terminated; only read, and no longer needed when the call returns.
+ * outDoc  receives the document node, which the caller releases with NEB_XML_FreeNode.
+ *
+ * Returns NEB_XML_OK;
+ *   NEB_XML_ERR_INVALID_PARAM  a null argument or an empty text; *outDoc is untouched;
+ *   NEB_XML_ERR_SYNTAX         the text is not well-formed, or memory ran out while nodes were
+ *                              made; *outDoc is null;
+ *   NEB_XML_ERR_NO_MEMORY      the parse could not begin; *outDoc is null.
+ * A failure leaves no allocation behind. Cost: linear in the text, constant stack.
+ */
+NEB_XML_API uint32_t NEB_XML_Parse(const char *text, XmlNode **outDoc);
+
+/**
+ * Parses a text as NEB_XML_Parse does, into a document that owns a memory session.
+ *
+ * Every node and string of the tree is carved from the session. Releasing the document with
+ * NEB_XML_FreeNode ends the session, and with it every node of it, further top-level elements
+ * included. Arguments, results and cost as for NEB_XML_Parse.
+ */
+NEB_XML_API uint32_t NEB_XML_ParseEx(const char *text, XmlNode **outDoc);
+
+/**
+ * Reads a whole file through the file hooks and parses it as NEB_XML_Parse does.
+ *
+ * path    passed unchanged to the open hook.
+ * outDoc  receives the document node on success; untouched on every failure.
+ *
+ * The text ends at the first NUL byte of the file, or at its end. Results as for NEB_XML_Parse,
+ * and
+ *   NEB_XML_ERR_INVALID_PARAM  a null argument;
+ *   NEB_XML_ERR_FILE_OPEN      the open hook gave no stream;
+ *   NEB_XML_ERR_FILE_READ      the file could not be measured (no tell hook, a tell that fails, a
+ *                              size of 4 GiB or more), rewound or read whole;
+ *   NEB_XML_ERR_SYNTAX         also for an empty file;
+ *   NEB_XML_ERR_NO_MEMORY      also when the file's text does not fit into memory.
+ * The stream is closed on every path.
+ */
+NEB_XML_API uint32_t NEB_XML_ParseFile(const char *path, XmlNode **outDoc);
+
+/**
+ * Reads and parses a file as NEB_XML_ParseFile does, into a document that owns a memory session.
+ *
+ * *outDoc is set to null before the work starts, so it is null after every failure but
+ * NEB_XML_ERR_INVALID_PARAM. Otherwise as NEB_XML_ParseFile and NEB_XML_ParseEx.
+ */
+NEB_XML_API uint32_t NEB_XML_ParseFileEx(const char *path, XmlNode **outDoc);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Creation, change and release of nodes                                                       */
+/* ------------------------------------------------------------------------------------------- */
+
+/**
+ * Makes a detached element or document whose storage comes through the allocation hooks.
+ *
+ * type                 NEB_XML_NODE_ELEMENT or NEB_XML_NODE_DOCUMENT; attributes are made with
+ *                      NEB_XML_AddAttr.
+ * prefix, name, value  copied; null or empty leaves the field null.
+ * node                 receives the node, which the caller inserts somewhere or releases.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for another type or a null out-pointer;
+ * NEB_XML_ERR_NO_MEMORY with nothing kept.
+ */
+NEB_XML_API uint32_t NEB_XML_CreateNode(uint32_t type, const char *prefix, const char *name,
+                                        const char *value, XmlNode **node);
+
+/**
+ * Makes a detached document that owns a new session, or a detached element of a session.
+ *
+ * session  for an element, the session to carve from, or 0 to make it as NEB_XML_CreateNode
+ *          does; ignored for a document, which opens a session of 8192 bytes of its own.
+ * Other arguments as for NEB_XML_CreateNode.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM as NEB_XML_CreateNode; NEB_XML_ERR_NO_MEMORY with
+ * nothing kept, also for a session that is not open. An element whose strings could not be copied
+ * leaves its carved record unused in the session.
+ */
+NEB_XML_API uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const char *prefix,
+                                          const char *name, const char *value, XmlNode **node);
+
+/**
+ * Replaces a node's strings: null leaves a field alone, empty clears it, other text replaces it.
+ *
+ * node  any node, attributes included.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node; NEB_XML_ERR_NO_MEMORY when a
+ * copy could not be made: then no field is replaced, while fields cleared by empty arguments stay
+ * cleared. Cost: the depth of the node and the lengths of the texts.
+ */
+NEB_XML_API uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name,
+                                     const char *value);
+
+/**
+ * Detaches a node, with its attributes and its whole subtree, from parent and siblings.
+ *
+ * Nothing is released: the caller inserts the node elsewhere or releases it. A node carved from a
+ * session stays part of that session and ends with it.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for null, for a node that is already detached and
+ * for an attribute (see NEB_XML_RemoveAttr).
+ */
+NEB_XML_API uint32_t NEB_XML_RemoveNode(XmlNode *node);
+
+/**
+ * Detaches a node if it is not, and releases it with its attributes and its whole subtree.
+ *
+ * A document that owns a session ends the session. A node carved from a session is only detached:
+ * its storage goes with the session. Siblings are not released, so the further top-level elements
+ * of a parse without a session stay the caller's. A detached attribute is released; an attribute
+ * that belongs to an element is left alone. Null is ignored.
+ *
+ * Cost: linear in the nodes given back one by one; for a session, one step per block.
+ */
+NEB_XML_API void NEB_XML_FreeNode(XmlNode *node);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Navigation and inspection                                                                   */
+/* ------------------------------------------------------------------------------------------- */
+
+/** The parent; for an attribute, its element. Null for a null or parentless node. */
+NEB_XML_API XmlNode *NEB_XML_GetNodeParent(const XmlNode *node);
+
+/** The first child. Null for a null node, a node without children, or an attribute. */
+NEB_XML_API XmlNode *NEB_XML_GetNodeFirstChild(const XmlNode *node);
+
+/** The last child. Null for a null node, a node without children, or an attribute. */
+NEB_XML_API XmlNode *NEB_XML_GetNodeLastChild(const XmlNode *node);
+
+/** The next sibling; for an attribute, the next attribute of its element. Null if there is none. */
+NEB_XML_API XmlNode *NEB_XML_GetNodeNextSibling(const XmlNode *node);
+
+/** The previous sibling. Null for a null node, a first node, or an attribute. */
+NEB_XML_API XmlNode *NEB_XML_GetNodePrevSibling(const XmlNode *node);
+
+/**
+ * Counts the children of a node, attributes not included.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or an attribute.
+ * Cost: linear in the children.
+ */
+NEB_XML_API uint32_t NEB_XML_GetNodeChildNum(const XmlNode *node, uint32_t *count);
+
+/**
+ * Reads a node's type and strings; every out-pointer may be null.
+ *
+ * The strings are the node's own; a string that the node lacks is given as null.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node. Attributes are accepted.
+ */
+NEB_XML_API uint32_t NEB_XML_GetNodeValue(const XmlNode *node, int32_t *type, const char **prefix,
+                                          const char **name, const char **value);
+
+/**
+ * The node after this one in document order: first child, else next sibling, else the next
+ * sibling of the nearest ancestor that has one. Null at the end, for null and for an attribute.
+ *
+ * The walk is not confined to the subtree where it began. Attributes are never visited.
+ * Cost: constant over a whole walk, at most the depth for one step.
+ */
+NEB_XML_API XmlNode *NEB_XML_Iterator(const XmlNode *node);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Attributes                                                                                  */
+/* ------------------------------------------------------------------------------------------- */
+/*
+ * An attribute is known by its prefix and its name together. Attributes stand in the order of
+ * addition. The element of each call is an element or a document; null or an attribute is
+ * NEB_XML_ERR_INVALID_PARAM. Lookups cost the number of the element's attributes.
+ */
+
+/**
+ * Reads an attribute's value.
+ *
+ * prefix  null finds an attribute without a prefix; an empty prefix finds nothing.
+ * value   receives the value; null when the attribute has none.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or out-pointer;
+ * NEB_XML_ERR_NOT_FOUND.
+ */
+NEB_XML_API uint32_t NEB_XML_GetAttr(const XmlNode *element, const char *prefix, const char *name,
+                                     const char **value);
+
+/**
+ * Reads the first attribute's strings, each given as null when the attribute lacks it.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for any null argument; NEB_XML_ERR_NOT_FOUND when
+ * the element has no attribute.
+ */
+NEB_XML_API uint32_t NEB_XML_GetFirstAttr(const XmlNode *element, const char **prefix,
+                                          const char **name, const char **value);
+
+/**
+ * As NEB_XML_GetFirstAttr; also stores the attribute as a cursor for
+ * NEB_XML_GetNextSiblingAttrEx, unless cursor is null.
+ */
+NEB_XML_API uint32_t NEB_XML_GetFirstAttrEx(const XmlNode *element, const char **prefix,
+                                            const char **name, const char **value,
+                                            XmlNode **cursor);
+
+/**
+ * Reads the strings of the attribute that follows a named one.
+ *
+ * prefix, name  the attribute to step from; prefix as for NEB_XML_GetAttr.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or out-pointer;
+ * NEB_XML_ERR_NOT_FOUND when there is no such attribute or none follows it.
+ */
+NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttr(const XmlNode *element, const char *prefix,
+                                                const char *name, const char **nextPrefix,
+                                                const char **nextName, const char **nextValue);
+
+/**
+ * Steps through the attributes of an element with a cursor.
+ *
+ * cursor  holds null to begin with the first attribute, or the attribute to step from; always
+ *         advanced, to null after the last attribute.
+ *
+ * Returns NEB_XML_OK with the strings of the attribute now in the cursor;
+ * NEB_XML_ERR_INVALID_PARAM for any null argument, or a cursor that holds no attribute;
+ * NEB_XML_ERR_NOT_FOUND at the end. Cost: constant.
+ */
+NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttrEx(const XmlNode *element, const char **prefix,
+                                                  const char **name, const char **value,
+                                                  XmlNode **cursor);
+
+/**
+ * Adds an attribute at the end of an element's attributes.
+ *
+ * prefix, value  may be null or empty: the attribute then has none.
+ * name           neither null nor empty.
+ *
+ * In a tree whose topmost node is a document the name is interned when it has at most 11 bytes
+ * and the document's table of ten names has room or holds it already.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, a missing name, or an element
+ * in a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY; NEB_XML_ERR_ALREADY_EXISTS. On
+ * failure the element is unchanged. Cost: the element's attributes and its depth.
+ */
+NEB_XML_API uint32_t NEB_XML_AddAttr(XmlNode *element, const char *prefix, const char *name,
+                                     const char *value);
+
+/**
+ * Replaces the value of an existing attribute; a null or empty value clears it.
+ *
+ * An empty prefix counts as none. The attribute's name is interned as in NEB_XML_AddAttr.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element or name;
+ * NEB_XML_ERR_NOT_FOUND when there is no such attribute; NEB_XML_ERR_INVALID_PARAM for an element
+ * in a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY. On failure nothing is changed.
+ */
+NEB_XML_API uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix, const char *name,
+                                     const char *value);
+
+/**
+ * Takes an attribute from its element and releases it. An empty prefix counts as none.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element or name; NEB_XML_ERR_NOT_FOUND.
+ */
+NEB_XML_API uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, const char *name);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Insertion                                                                                   */
+/* ------------------------------------------------------------------------------------------- */
+/*
+ * The four operations hang a detached node, with its attributes and subtree, into a tree. When
+ * the topmost node of that tree is a document, the node's own name is interned as in
+ * NEB_XML_AddAttr. Storage is neither moved nor copied.
+ *
+ * Returns NEB_XML_OK, or NEB_XML_ERR_INVALID_PARAM with nothing changed for
+ *   - a null argument, the same node twice, or an attribute as either of them;
+ *   - a node that is not detached, or of whose subtree the destination is part;
+ *   - a document that owns a session as the node; any document as the node of a sibling
+ *     insertion; a document that owns a session as the sibling;
+ *   - a parent that is neither an element nor a document;
+ *   - a destination in a chain of parentless siblings, and a sibling without a parent, beside
+ *     which such a chain would arise;
+ *   - a node carved from a session, or that has lived in a session's tree, when the destination
+ *     is not a tree of that session;
+ *   - a session that has no memory left in which to note that some of its nodes now hang
+ *     together with nodes made through the hooks.
+ * Cost: the depth of the destination.
+ */
+
+/** Inserts a node as the first child of parent. */
+NEB_XML_API uint32_t NEB_XML_AddFirstChildNode(XmlNode *parent, XmlNode *node);
+
+/** Inserts a node as the last child of parent. */
+NEB_XML_API uint32_t NEB_XML_AppendChildNode(XmlNode *parent, XmlNode *node);
+
+/** Inserts a node directly after sibling. */
+NEB_XML_API uint32_t NEB_XML_AddNextSiblingNode(XmlNode *sibling, XmlNode *node);
+
+/** Inserts a node directly before sibling. */
+NEB_XML_API uint32_t NEB_XML_AddPrevSiblingNode(XmlNode *sibling, XmlNode *node);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Typed values                                                                                */
+/* ------------------------------------------------------------------------------------------- */
+
+/**
+ * Writes a variable as the text value of a node.
+ *
+ * node      any node, attributes included.
+ * type      a code of enum XmlValueType.
+ * variable  points to a variable of that type's width; need not be aligned.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or an unknown type, nothing
+ * changed; NEB_XML_ERR_NO_MEMORY, the node then being without a value.
+ */
+NEB_XML_API uint32_t NEB_XML_SetNodeValueEx(XmlNode *node, uint32_t type, const void *variable);
+
+/**
+ * Reads the text value of a node into a variable.
+ *
+ * The text must match its form whole: for a boolean exactly "1", "true", "0" or "false"; for an
+ * integer decimal digits, with an optional sign in the signed types, within the type's range.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an unknown type, a node
+ * without a value, or a text of another form or out of range. On failure the variable is
+ * untouched. Attributes are accepted.
+ */
+NEB_XML_API uint32_t NEB_XML_GetNodeValueEx(const XmlNode *node, uint32_t type, void *variable);
+
+/**
+ * Writes a variable as the value of an attribute, which is added when it is missing.
+ *
+ * prefix  null finds, or makes, an attribute without a prefix. An empty prefix finds nothing and
+ *         makes an attribute without one.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or variable, an empty
+ * name, an unknown type, or a missing attribute on an element in a chain of parentless siblings;
+ * NEB_XML_ERR_ALREADY_EXISTS when an empty prefix would make an attribute that is already there;
+ * NEB_XML_ERR_NO_MEMORY. When an attribute could not be added the element is unchanged; when the
+ * value of an existing one could not be copied that attribute is without a value.
+ */
+NEB_XML_API uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, const char *prefix, const char *name,
+                                            uint32_t type, const void *variable);
+
+/**
+ * Reads an attribute's value into a variable, by the rules of NEB_XML_GetNodeValueEx.
+ *
+ * Returns its results; NEB_XML_ERR_INVALID_PARAM for a null element, name or variable;
+ * NEB_XML_ERR_NOT_FOUND when there is no such attribute, whatever the type code.
+ */
+NEB_XML_API uint32_t NEB_XML_GetAttrValueEx(const XmlNode *element, const char *prefix,
+                                            const char *name, uint32_t type, void *variable);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Cloning                                                                                     */
+/* ------------------------------------------------------------------------------------------- */
+
+/**
+ * Copies a node with its attributes and its whole subtree.
+ *
+ * source  an element or document. Never changed, but its session is carved from.
+ * copy    receives a detached copy, which the caller inserts somewhere or releases.
+ *
+ * The copy is made in the storage of the source's tree: its session, if it has one, else the
+ * hooks. The copy of a document that owns a session is a document with a session of its own. A
+ * document made through the hooks may stand inside a session's tree; its copy is carved from that
+ * session and does not end it. Every name in the copy is an owned copy; empty strings become null.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a source in
+ * a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY with everything given back.
+ * Cost: linear in the nodes and texts copied.
+ */
+NEB_XML_API uint32_t NEB_XML_CloneNode(const XmlNode *source, XmlNode **copy);
+
+/** Copies a node with its attributes but without its children; otherwise as NEB_XML_CloneNode. */
+NEB_XML_API uint32_t NEB_XML_CloneNodeSelf(const XmlNode *source, XmlNode **copy);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Path lookup                                                                                 */
+/* ------------------------------------------------------------------------------------------- */
+
+/**
+ * Finds a node by a path such as "config.server.2.port".
+ *
+ * Segments are separated by dots; extra dots are ignored, and "\." is a dot inside a segment. The
+ * first segment names the start node; each further one names a child of the node before, the
+ * first that matches. A segment of digits chooses the n-th match of the name before it, counting
+ * from 1. A segment without ':' matches the local name, whatever the prefix; one with ':' matches
+ * prefix and name.
+ *
+ * path  1 to 511 bytes.
+ * node  receives the node found.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty or longer path, or
+ * an attribute as start; NEB_XML_ERR_NOT_FOUND when nothing matches, for an index of more than 9
+ * digits and for a path of dots; NEB_XML_ERR_BAD_PATH for the index 0 and an index that does not
+ * follow a name (both only once the search has come that far).
+ * Cost: the children scanned, times the segments.
+ */
+NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path, XmlNode **node);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Serialization                                                                               */
+/* ------------------------------------------------------------------------------------------- */
+/*
+ * Text is line-broken and without declaration or indentation: every opening tag of an element
+ * with children, every childless element and every closing tag ends in a line feed. In values the
+ * characters " ' < > are written as references, and & as well unless it begins one.
+ *
+ * start  an element or document; printed with its subtree, without its siblings. Not written to.
+ * text   receives a NUL-terminated text from the allocation hook, exactly as large as needed;
+ *        released with NEB_XML_FreeMem.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a nameless
+ * node or attribute in the subtree; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more.
+ * Cost: linear in the nodes and texts.
+ */
+
+/** Prints a subtree. */
+NEB_XML_API uint32_t NEB_XML_Transform(const XmlNode *start, char **text);
+
+/**
+ * Prints the opening half of a subtree: everything but the closing tags that follow the last
+ * descendants. A childless element without a value that is a last child is left open.
+ */
+NEB_XML_API uint32_t NEB_XML_TransformHead(const XmlNode *start, char **text);
+
+/**
+ * Prints the closing half of a subtree: the closing tags of every childless last child and of the
+ * ancestors that end with it. The text is null when there are none.
+ */
+NEB_XML_API uint32_t NEB_XML_TransformTail(const XmlNode *start, char **text);
+
+/**
+ * Prints a subtree and writes it to a file, created or truncated, in one write.
+ *
+ * path  up to 1024 bytes; opened in its canonical form where the system gives one, else as it
+ *       stands. No directory is created. The file hooks are not used.
+ *
+ * Returns the results of NEB_XML_Transform, the file then being untouched;
+ * NEB_XML_ERR_FILE_OPEN when the file cannot be opened or the path is longer;
+ * NEB_XML_ERR_FILE_WRITE when the text was not written whole (a full disk): the file stays as far
+ * as it was written.
+ */
+NEB_XML_API uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *path);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Hooks, version and memory                                                                   */
+/* ------------------------------------------------------------------------------------------- */
+
+/**
+ * Replaces the allocation hooks, which hold malloc, calloc and free from load time.
+ *
+ * callocHook must give zeroed memory; both must align as malloc does. A piece is released by the
+ * free hook of the moment of its release.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null hook, all three then unchanged.
+ */
+NEB_XML_API uint32_t NEB_XML_RegMemFunc(void *(*mallocHook)(size_t),
+                                        void *(*callocHook)(size_t, size_t),
+                                        void (*freeHook)(void *));
+
+/**
+ * Replaces the file hooks through which input files are read. They hold the C library's
+ * functions from load time.
+ *
+ * tellHook  may be null; files can then not be loaded (NEB_XML_ERR_FILE_READ).
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM when another hook is null, all then unchanged.
+ */
+NEB_XML_API uint32_t NEB_XML_RegFileFunc(FILE *(*openHook)(const char *, const char *),
+                                         int (*seekHook)(FILE *, long, int),
+                                         int (*closeHook)(FILE *),
+                                         size_t (*readHook)(void *, size_t, size_t, FILE *),
+                                         long (*tellHook)(FILE *));
+
+/** The library writes no log: always NEB_XML_ERR_NOT_FOUND, and nothing is kept. */
+NEB_XML_API uint32_t NEB_XML_RegDebugFunc(void (*debugHook)(const char *));
+
+/**
+ * Copies the version banner "NEB XML 2.1.9" with its terminator.
+ *
+ * size  of the buffer in bytes, at least 14.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null buffer;
+ * NEB_XML_ERR_BUFFER_TOO_SMALL with the buffer untouched.
+ */
+NEB_XML_API uint32_t NEB_XML_GetVersion(char *buffer, uint32_t size);
+
+/** Releases a text that a Transform function handed out. Null is ignored. */
+NEB_XML_API void NEB_XML_FreeMem(void *memory);
+
+/** The allocation hook. Read it; change it with NEB_XML_RegMemFunc. */
+extern NEB_XML_API void *(*g_fnXMLMalloc)(size_t);
+
+/** The release hook. Read it; change it with NEB_XML_RegMemFunc. */
+extern NEB_XML_API void (*g_fnXMLFree)(void *);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Lower level: sessions and allocation on behalf of nodes                                     */
+/* ------------------------------------------------------------------------------------------- */
+/*
+ * The functions from here on serve the library's own parts and callers who build trees of their
+ * own. They do less checking than the ones above.
+ */
+
+/**
+ * Opens a memory session whose first block has room for size bytes.
+ *
+ * Returns its handle, distinct from that of every open session; 0 for a size of 0 or less and
+ * when memory runs out. A session is used by one thread at a time; different sessions are
+ * independent.
+ */
+NEB_XML_API uint32_t XML_MemSessionBegin(int32_t size);
+
+/**
+ * Carves a piece of exactly size bytes, all zero and aligned to nothing.
+ *
+ * First fit: the earliest block with room serves the piece. Without one, a block of the last
+ * block's capacity, doubled until it fits, is added.
+ * Returns null for a handle that is not open, a size of 0 or less, a size that doubling cannot
+ * reach, and when memory runs out; the session stays usable.
+ * Cost: constant, or logarithmic in the blocks when the piece goes to an earlier block.
+ */
+NEB_XML_API void *XML_MemSpecialMalloc(uint32_t handle, int32_t size);
+
+/**
+ * Ends a session: every piece carved from it is invalid from now on.
+ *
+ * Pieces of the hooks that were left in the session's keeping go back to the free hook.
+ * Returns 1; 0 for a handle that is not open. Cost: linear in the blocks.
+ */
+NEB_XML_API uint32_t XML_MemSessionEnd(uint32_t handle);
+
+/**
+ * Allocates on behalf of a node: from the session of its tree's topmost node if that has one and
+ * no siblings, else through the allocation hook. A null node means the hook.
+ * Returns null when memory runs out. The piece of a session is at most 2 GiB - 1 and is zero.
+ * Cost: the depth of the node.
+ */
+NEB_XML_API void *XML_Malloc(const XmlNode *node, size_t size);
+
+/**
+ * Releases what XML_Malloc gave for the same node in the same place: nothing happens when its tree
+ * has a session, otherwise a pointer that is not null goes to the free hook.
+ */
+NEB_XML_API void XML_Free(const XmlNode *node, void *memory);
+
+/** Copies a text with XML_Malloc's rule. Null for an empty text and when memory runs out. */
+NEB_XML_API char *XML_Strdup(const XmlNode *node, const char *text);
+
+/** Calls the calloc hook. */
+NEB_XML_API void *XML_Calloc(size_t count, size_t size);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Lower level: nodes                                                                          */
+/* ------------------------------------------------------------------------------------------- */
+
+/**
+ * Makes a zeroed, detached node of any type: an attribute for type 1, a document for 12, an
+ * element record for anything else, whose type is then the low 8 bits.
+ *
+ * session  to carve from, or 0 for the allocation hook. The first document made in a session owns
+ *          it: releasing that document ends the session.
+ * Returns null when memory runs out or the session is not open.
+ */
+NEB_XML_API XmlNode *XML_NewNode(uint32_t session, uint32_t type);
+
+/**
+ * Sets those strings that are neither null nor empty, all or none, copying with XML_Strdup's rule
+ * for owner. Old strings go back to where they came from.
+ *
+ * owner  null, the node itself, or the node whose tree the node is about to join.
+ * node   not null.
+ * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY with the node unchanged.
+ */
+NEB_XML_API uint32_t XML_SetNode(XmlNode *owner, XmlNode *node, const char *prefix,
+                                 const char *name, const char *value);
+
+/** Releases a node's strings and record, and no other node; links to it are the caller's. */
+NEB_XML_API void XML_FreeSingleNode(XmlNode *node);
+
+/** As XML_FreeSingleNode, for a detached attribute made through the hooks; others are left. */
+NEB_XML_API void XML_FreeSingleAttrNode(XmlNode *attribute);
+
+/**
+ * Releases a node with its attributes and subtree, and every sibling after it, up to the first
+ * document that owns a session, which ends that session. Links to the node are the caller's.
+ */
+NEB_XML_API void XML_FreeNode(XmlNode *node);
+
+/**
+ * Attaches an attribute made with XML_NewNode at the end of an element's attributes, as it is.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute that is not
+ * detached or not one, an element that is one; NEB_XML_ERR_ALREADY_EXISTS;
+ * NEB_XML_ERR_NO_MEMORY when the session of either cannot note that they stand in different
+ * storage. On failure the attribute stays the caller's.
+ */
+NEB_XML_API uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNode *element);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Lower level: text buffer                                                                    */
+/* ------------------------------------------------------------------------------------------- */
+/*
+ * A growable, always terminated text whose storage comes from the allocation hooks. A null buffer
+ * is NEB_XML_ERR_INVALID_PARAM, a failed allocation NEB_XML_ERR_NO_MEMORY, also where the length
+ * would pass 32 bits; both leave the buffer as it was. A source must not lie inside the buffer.
+ */
+
+/** The buffer; storage is null while it has none. */
+typedef struct XmlMemBuf {
+  char *data;        /**< capacity + 1 bytes, or null. */
+  uint32_t length;   /**< Bytes held, terminator excluded. */
+  uint32_t capacity; /**< Bytes that fit, terminator excluded. */
+  uint32_t growStep; /**< Least growth, and the slack kept before shrinking: 1024. */
+} XmlMemBuf;
+
+/** Makes a buffer empty without releasing anything. Null is ignored. */
+NEB_XML_API void XML_MembufInit(XmlMemBuf *buffer);
+
+/** Releases a buffer's storage and makes it empty. Null is ignored. */
+NEB_XML_API void XML_MembufDestroy(XmlMemBuf *buffer);
+
+/** Replaces the content by count bytes. Null bytes empty the buffer as XML_MembufDestroy does. */
+NEB_XML_API uint32_t XML_MemBufAssign(XmlMemBuf *buffer, const char *bytes, uint32_t count);
+
+/** Replaces the content by a text; as XML_MemBufAssign. */
+NEB_XML_API uint32_t XML_MemBufAssignStr(XmlMemBuf *buffer, const char *text);
+
+/** Appends the one byte pointed at. A null pointer does nothing. */
+NEB_XML_API uint32_t XML_MemBufAppend(XmlMemBuf *buffer, const char *character);
+
+/**
+ * Inserts count bytes before the byte at position; at most the length, else
+ * NEB_XML_ERR_INVALID_PARAM. Null or no bytes do nothing.
+ */
+NEB_XML_API uint32_t XML_MemBufInsert(XmlMemBuf *buffer, const char *bytes, uint32_t count,
+                                      uint32_t position);
+
+/** Appends a text. Null or empty does nothing. */
+NEB_XML_API uint32_t XML_MemBufAppendStr(XmlMemBuf *buffer, const char *text);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Lower level: file hooks and logging                                                         */
+/* ------------------------------------------------------------------------------------------- */
+
+/** Calls the open hook. */
+NEB_XML_API FILE *XML_Fopen(const char *path, const char *mode);
+
+/** Calls the seek hook. */
+NEB_XML_API int XML_Fseek(FILE *stream, long offset, int whence);
+
+/** Calls the close hook. */
+NEB_XML_API int XML_Fclose(FILE *stream);
+
+/** Calls the read hook. */
+NEB_XML_API size_t XML_Fread(void *buffer, size_t size, size_t count, FILE *stream);
+
+/** Calls the tell hook; -1 when it is null. */
+NEB_XML_API long XML_Ftell(FILE *stream);
+
+/** Does nothing. */
+NEB_XML_API void XML_Dom_LogPrint(const char *format, ...);
+
+/** Does nothing. */
+NEB_XML_API void XML_Membuf_LogPrint(const char *format, ...);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,183 @@
+// Reading, adding, changing and removing attributes.
+#include "xml_dom_attributes.h"
+
+#include <cstring>
+
+#include "xml_dom_names.h"
+#include "xml_dom_nodes.h"
+#include "xml_dom_release.h"
+
+namespace {
+
+bool sameText(const char *a, const char *b) {
+  if (a == b) return true;
+  return a != nullptr && b != nullptr && std::strcmp(a, b) == 0;
+}
+
+const char *noneIfEmpty(const char *text) { return isMissing(text) ? nullptr : text; }
+
+void readStrings(const XmlNode *attribute, const char **prefix, const char **name,
+                 const char **value) {
+  *prefix = attribute->prefix;
+  *name = attribute->name;
+  *value = attribute->value;
+}
+
+void appendAttribute(XmlNode *attribute, XmlNode *element) {
+  attribute->parent = element;
+  if (element->firstAttr == nullptr) {
+    element->firstAttr = attribute;
+    return;
+  }
+  XmlNode *last = element->firstAttr;
+  while (last->next != nullptr) last = last->next;
+  last->next = attribute;
+}
+
+void unlinkAttribute(XmlNode *attribute, XmlNode *element) {
+  if (element->firstAttr == attribute) {
+    element->firstAttr = attribute->next;
+    return;
+  }
+  XmlNode *before = element->firstAttr;
+  while (before->next != attribute) before = before->next;
+  before->next = attribute->next;
+}
+
+}  // namespace
+
+XmlNode *xmlGetAttr(const XmlNode *element, const char *prefix, const char *name) {
+  XmlNode *attribute = element->firstAttr;
+  while (attribute != nullptr &&
+         !(sameText(name, attribute->name) && sameText(prefix, attribute->prefix))) {
+    attribute = attribute->next;
+  }
+  return attribute;
+}
+
+XmlNode *makeAttribute(XmlNode *topmost, const char *prefix, const char *name, const char *value) {
+  const Storage storage = Storage::ofTopmost(topmost);
+  XmlNode *attribute = makeNode(storage, NEB_XML_NODE_ATTRIBUTE);
+  if (attribute == nullptr) return nullptr;
+  if (setStrings(storage, attribute, prefix, name, value) == NEB_XML_OK) return attribute;
+  XML_FreeSingleAttrNode(attribute);
+  return nullptr;
+}
+
+uint32_t attachMadeAttribute(XmlNode *attribute, XmlNode *element, XmlNode *topmost) {
+  const uint32_t result = XML_AddAttrNode(attribute, element);
+  if (result != NEB_XML_OK) {
+    XML_FreeSingleAttrNode(attribute);
+    return result;
+  }
+  internName(attribute, topmost);
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_GetAttr(const XmlNode *element, const char *prefix, const char *name,
+                         const char **value) {
+  if (!canHaveAttributes(element) || name == nullptr || value == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  const XmlNode *attribute = xmlGetAttr(element, prefix, name);
+  if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  *value = attribute->value;
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_GetFirstAttr(const XmlNode *element, const char **prefix, const char **name,
+                              const char **value) {
+  return NEB_XML_GetFirstAttrEx(element, prefix, name, value, nullptr);
+}
+
+uint32_t NEB_XML_GetFirstAttrEx(const XmlNode *element, const char **prefix, const char **name,
+                                const char **value, XmlNode **cursor) {
+  if (!canHaveAttributes(element) || prefix == nullptr || name == nullptr || value == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  if (element->firstAttr == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  readStrings(element->firstAttr, prefix, name, value);
+  if (cursor != nullptr) *cursor = element->firstAttr;
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_GetNextSiblingAttr(const XmlNode *element, const char *prefix, const char *name,
+                                    const char **nextPrefix, const char **nextName,
+                                    const char **nextValue) {
+  if (!canHaveAttributes(element) || name == nullptr || nextPrefix == nullptr ||
+      nextName == nullptr || nextValue == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  const XmlNode *attribute = xmlGetAttr(element, prefix, name);
+  if (attribute == nullptr || attribute->next == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  readStrings(attribute->next, nextPrefix, nextName, nextValue);
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_GetNextSiblingAttrEx(const XmlNode *element, const char **prefix,
+                                      const char **name, const char **value, XmlNode **cursor) {
+  if (!canHaveAttributes(element) || prefix == nullptr || name == nullptr || value == nullptr ||
+      cursor == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  if (*cursor != nullptr && !isAttribute(*cursor)) return NEB_XML_ERR_INVALID_PARAM;
+  *cursor = *cursor == nullptr ? element->firstAttr : (*cursor)->next;
+  if (*cursor == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  readStrings(*cursor, prefix, name, value);
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_AddAttr(XmlNode *element, const char *prefix, const char *name,
+                         const char *value) {
+  if (!canHaveAttributes(element) || isMissing(name)) return NEB_XML_ERR_INVALID_PARAM;
+  XmlNode *topmost = topmostNode(element);
+  if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  XmlNode *attribute = makeAttribute(topmost, prefix, name, value);
+  if (attribute == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  return attachMadeAttribute(attribute, element, topmost);
+}
+
+uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNode *element) {
+  if (attribute == nullptr || !canHaveAttributes(element)) return NEB_XML_ERR_INVALID_PARAM;
+  if (!isAttribute(attribute) || attribute->parent != nullptr || attribute->next != nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  if (xmlGetAttr(element, attribute->prefix, attribute->name) != nullptr) {
+    return NEB_XML_ERR_ALREADY_EXISTS;
+  }
+  if (!tieChild(attribute, element)) return NEB_XML_ERR_NO_MEMORY;
+  settleIn(element, Storage(attribute->sessionId));
+  appendAttribute(attribute, element);
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix, const char *name,
+                         const char *value) {
+  if (!canHaveAttributes(element) || name == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  XmlNode *attribute = xmlGetAttr(element, noneIfEmpty(prefix), name);
+  if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  XmlNode *topmost = topmostNode(element);
+  if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  const Storage storage = Storage::ofTopmost(topmost);
+  if (isMissing(value)) {
+    dropString(attribute, StringField::value, storage);
+    attribute->valueOwned = 0;
+  } else {
+    const uint32_t result = setStrings(storage, attribute, nullptr, nullptr, value);
+    if (result != NEB_XML_OK) return result;
+  }
+  internName(attribute, topmost);
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, const char *name) {
+  if (!canHaveAttributes(element) || name == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  XmlNode *attribute = xmlGetAttr(element, noneIfEmpty(prefix), name);
+  if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  const Storage storage = Storage::of(element);
+  unlinkAttribute(attribute, element);
+  attribute->parent = nullptr;
+  attribute->next = nullptr;
+  releaseSingle(attribute, storage);
+  return NEB_XML_OK;
+}

@@ -1,0 +1,18 @@
+// Attribute lookup and attachment, shared by the operations on attributes.
+#pragma once
+
+#include "xml_memory.h"
+#include "xml_node.h"
+
+// The first attribute that matches both; null matches only null. Null if there is none.
+XmlNode *xmlGetAttr(const XmlNode *element, const char *prefix, const char *name);
+
+// A node whose attributes can be asked for: not null and not an attribute itself.
+inline bool canHaveAttributes(const XmlNode *node) { return node != nullptr && !isAttribute(node); }
+
+// Makes a detached attribute in the storage of the tree whose topmost node this is; null when
+// memory runs out.
+XmlNode *makeAttribute(XmlNode *topmost, const char *prefix, const char *name, const char *value);
+
+// Attaches a made attribute behind the others and interns its name, or releases it.
+uint32_t attachMadeAttribute(XmlNode *attribute, XmlNode *element, XmlNode *topmost);

@@ -1,0 +1,9 @@
+// The document's table of short names that its nodes share.
+#pragma once
+
+#include "xml_memory.h"
+#include "xml_node.h"
+
+// Replaces a node's own copy of its name by the table's, if the topmost node of its tree is a
+// document and the table holds the name or has room for it. Never fails.
+void internName(XmlNode *node, XmlNode *topmost);

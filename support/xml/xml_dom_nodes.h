@@ -1,0 +1,12 @@
+// Making nodes and setting their strings, for the parts that already know the storage.
+#pragma once
+
+#include "xml_memory.h"
+#include "xml_node.h"
+
+// A zeroed, detached node; null when memory runs out. Never owns a session.
+XmlNode *makeNode(const Storage &storage, uint32_t type);
+
+// As XML_SetNode, with the owner's storage.
+uint32_t setStrings(const Storage &storage, XmlNode *node, const char *prefix, const char *name,
+                    const char *value);

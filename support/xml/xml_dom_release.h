@@ -1,0 +1,26 @@
+// Giving strings and nodes back to where they came from.
+#pragma once
+
+#include "xml_memory.h"
+#include "xml_node.h"
+
+enum class StringField { name, value, prefix };
+
+// A node's string; null if it has none.
+char *stringOf(const XmlNode *node, StringField field);
+
+// Points a field at a copy that the node owns from now on. The old string is not looked at.
+void putString(XmlNode *node, StringField field, char *copy, bool copyIsOfHook);
+
+// Gives up a string if the node owns it, and makes the field null. The ownership flag stays.
+void dropString(XmlNode *node, StringField field, const Storage &storage);
+
+// Gives up a node's strings and then its record.
+void releaseSingle(XmlNode *node, const Storage &storage);
+
+// Gives up a node with its attributes and subtree, and every sibling after it, up to the first
+// document that owns a session, which ends the session. Constant stack.
+void releaseChain(XmlNode *node, const Storage &storage);
+
+// Takes a node that is no attribute from its parent and siblings.
+void unlinkNode(XmlNode *node);

@@ -1,0 +1,120 @@
+// Memory sessions: opening, carving, ending, and allocation by the membership rule.
+#include "xml_memory.h"
+
+#include <cstring>
+
+#include "platform/bounded_memory.h"
+#include "xml_memory_index.h"
+#include "xml_memory_table.h"
+
+namespace {
+
+constexpr size_t kTerminator = 1;
+
+XmlMemBlock *newBlock(int32_t capacity, size_t indexSize) {
+  void *memory = XML_Calloc(1, sizeof(XmlMemBlock) + static_cast<size_t>(capacity) + indexSize);
+  if (memory == nullptr) return nullptr;
+  auto *block = static_cast<XmlMemBlock *>(memory);
+  block->cursor = reinterpret_cast<char *>(block + 1);
+  block->remaining = capacity;
+  block->capacity = capacity;
+  block->nextBlock = nullptr;
+  return block;
+}
+
+// The last block's capacity, doubled until size fits; 0 when doubling cannot reach it.
+int32_t capacityFor(int32_t size, int32_t lastCapacity) {
+  int32_t capacity = lastCapacity;
+  while (capacity < size) {
+    if (capacity > INT32_MAX / 2) return 0;
+    capacity *= 2;
+  }
+  return capacity;
+}
+
+void releaseBlocks(XmlMemBlock *block) {
+  while (block != nullptr) {
+    XmlMemBlock *next = block->nextBlock;
+    XML_Free(nullptr, block);
+    block = next;
+  }
+}
+
+}  // namespace
+
+void *carveBeyondLastBlock(XmlMemSession &session, int32_t size) {
+  if (size <= 0) return nullptr;
+  if (void *piece = carveFromEarlierBlock(session, size)) return piece;
+  if (size <= session.lastBlock->remaining) return carveFromBlock(*session.lastBlock, size);
+  const int32_t capacity = capacityFor(size, session.lastBlock->capacity);
+  if (capacity == 0) return nullptr;
+  XmlMemBlock *block = newBlock(capacity, indexSizeAfter(session.blockCount));
+  if (block == nullptr) return nullptr;
+  appendBlock(session, block);
+  return carveFromBlock(*block, size);
+}
+
+Storage::Storage(uint32_t handle) : handle_(handle), session_(findSession(handle)) {}
+
+Storage Storage::of(const XmlNode *node) {
+  if (node == nullptr) return {};
+  const XmlNode *topmost = topmostNode(node);
+  return topmost == nullptr ? Storage() : ofTopmost(topmost);
+}
+
+void *Storage::obtain(size_t size) const {
+  if (isHook()) return g_fnXMLMalloc(size);
+  if (session_ == nullptr || size > INT32_MAX) return nullptr;
+  return carve(*session_, static_cast<int32_t>(size));
+}
+
+char *Storage::copyText(const char *text, size_t length) const {
+  auto *copy = static_cast<char *>(obtain(length + kTerminator));
+  if (copy == nullptr) return nullptr;
+  platform::memcpy_s(copy, length + kTerminator, text, length);
+  copy[length] = '\0';
+  return copy;
+}
+
+uint32_t XML_MemSessionBegin(int32_t size) {
+  if (size <= 0) return 0;
+  XmlMemBlock *block = newBlock(size, indexSizeAfter(0));
+  if (block == nullptr) return 0;
+  XmlMemSession *session = openPlace();
+  if (session == nullptr) {
+    XML_Free(nullptr, block);
+    return 0;
+  }
+  session->blockCount = 1;
+  session->firstBlock = block;
+  session->lastBlock = block;
+  return session->handle.load(std::memory_order_relaxed);
+}
+
+void *XML_MemSpecialMalloc(uint32_t handle, int32_t size) {
+  XmlMemSession *session = findSession(handle);
+  return session == nullptr ? nullptr : carve(*session, size);
+}
+
+uint32_t XML_MemSessionEnd(uint32_t handle) {
+  XmlMemSession *session = findSession(handle);
+  if (session == nullptr) return 0;
+  settleTies(*session);
+  releaseKeptPieces(*session);
+  XmlMemBlock *firstBlock = session->firstBlock;
+  closePlace(*session);
+  releaseBlocks(firstBlock);
+  return 1;
+}
+
+void *XML_Malloc(const XmlNode *node, size_t size) { return Storage::of(node).obtain(size); }
+
+void XML_Free(const XmlNode *node, void *memory) {
+  if (memory != nullptr && Storage::of(node).isHook()) g_fnXMLFree(memory);
+}
+
+char *XML_Strdup(const XmlNode *node, const char *text) {
+  const size_t length = std::strlen(text);
+  if (length == 0) return nullptr;
+  return Storage::of(node).copyText(text, length);
+}

@@ -1,0 +1,21 @@
+// First fit over many blocks without walking them.
+#pragma once
+
+#include "xml_memory.h"
+
+// A session's first blocks are walked. Each block from the ninth on carries, behind its data area,
+// a place in a search tree that knows the most room in any block of a subtree. Blocks are only
+// ever appended, so the trees are perfect ones: a new block becomes the root of the two newest
+// trees when they are of one size, else a tree of its own. A subtree's order is older subtree,
+// newer subtree, root.
+
+constexpr uint32_t kWalkedBlocks = 8;
+
+// Bytes to allocate behind the data area of the block that follows blockCount others.
+size_t indexSizeAfter(uint32_t blockCount);
+
+// Links a fresh block behind the last one; its room is taken into account from now on.
+void appendBlock(XmlMemSession &session, XmlMemBlock *block);
+
+// Carves from the earliest block but the last that has room; null if there is none.
+void *carveFromEarlierBlock(XmlMemSession &session, int32_t size);

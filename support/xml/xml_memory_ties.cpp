@@ -1,0 +1,145 @@
+// Keeping origin and position of a node in agreement: ties, and the pieces that a session keeps.
+#include "xml_dom_release.h"
+#include "xml_memory.h"
+#include "xml_memory_table.h"
+
+// Both notes are carved from the session, and so stand at any address.
+#pragma pack(push, 1)
+struct Tie {
+  Tie *next;
+  XmlNode *record;
+};
+
+struct KeptPiece {
+  KeptPiece *next;
+  void *piece;
+};
+#pragma pack(pop)
+
+namespace {
+
+void cutSessionAttributes(XmlNode *element, uint32_t session) {
+  XmlNode *kept = nullptr;
+  XmlNode *next = nullptr;
+  for (XmlNode *attribute = element->firstAttr; attribute != nullptr; attribute = next) {
+    next = attribute->next;
+    if (attribute->sessionId == session) {
+      if (kept == nullptr) {
+        element->firstAttr = next;
+      } else {
+        kept->next = next;
+      }
+      attribute->parent = nullptr;
+      attribute->next = nullptr;
+    } else {
+      kept = attribute;
+    }
+  }
+}
+
+// What outlives the session must not lead into it.
+void cutFromOtherStorage(XmlNode *record, uint32_t session) {
+  XmlNode *parent = record->parent;
+  if (parent == nullptr || parent->sessionId == session) return;
+  if (isAttribute(record)) {
+    cutSessionAttributes(parent, session);
+  } else {
+    unlinkNode(record);
+  }
+}
+
+void releaseForeignAttributes(XmlNode *element, uint32_t session) {
+  XmlNode *next = nullptr;
+  for (XmlNode *attribute = element->firstAttr; attribute != nullptr; attribute = next) {
+    next = attribute->next;
+    if (attribute->sessionId == session) continue;
+    if (isOfHook(attribute)) {
+      releaseSingle(attribute, Storage());
+    } else {
+      attribute->parent = nullptr;
+      attribute->next = nullptr;
+    }
+  }
+}
+
+void releaseChildrenOfHook(XmlNode *parent) {
+  XmlNode *next = nullptr;
+  for (XmlNode *child = parent->firstChild; child != nullptr; child = next) {
+    next = child->next;
+    if (!isOfHook(child)) continue;
+    unlinkNode(child);
+    releaseChain(child, Storage());
+  }
+}
+
+void releaseWhatHangsFrom(XmlNode *record, uint32_t session) {
+  const Storage hook;
+  dropString(record, StringField::name, hook);
+  dropString(record, StringField::value, hook);
+  dropString(record, StringField::prefix, hook);
+  if (isAttribute(record)) return;
+  releaseForeignAttributes(record, session);
+  releaseChildrenOfHook(record);
+}
+
+}  // namespace
+
+bool tieRecord(XmlNode *record) {
+  if ((record->marks & kTied) != 0) return true;
+  XmlMemSession *session = findSession(record->sessionId);
+  if (session == nullptr) return false;
+  auto *tie = static_cast<Tie *>(carve(*session, sizeof(Tie)));
+  if (tie == nullptr) return false;
+  tie->record = record;
+  tie->next = session->ties;
+  session->ties = tie;
+  record->marks |= kTied;
+  return true;
+}
+
+bool tieChild(XmlNode *child, XmlNode *parent) {
+  if (child->sessionId == parent->sessionId) return true;
+  if (!isOfHook(child) && !tieRecord(child)) return false;
+  return isOfHook(parent) || tieRecord(parent);
+}
+
+void settleIn(XmlNode *node, const Storage &storage) {
+  if (storage.isHook()) return;
+  while (node != nullptr && isOfHook(node) && node->livedIn != storage.handle()) {
+    node->livedIn = storage.handle();
+    node = node->parent;
+  }
+}
+
+void settleTies(XmlMemSession &session) {
+  const uint32_t handle = session.handle.load(std::memory_order_relaxed);
+  for (Tie *tie = session.ties; tie != nullptr; tie = tie->next) {
+    cutFromOtherStorage(tie->record, handle);
+  }
+  for (Tie *tie = session.ties; tie != nullptr; tie = tie->next) {
+    releaseWhatHangsFrom(tie->record, handle);
+  }
+}
+
+void Storage::giveUpHookPiece(void *piece) const {
+  if (isHook()) {
+    g_fnXMLFree(piece);
+    return;
+  }
+  if (session_ == nullptr) return;
+  auto *note = static_cast<KeptPiece *>(carve(*session_, sizeof(KeptPiece)));
+  if (note == nullptr) {
+    g_fnXMLFree(piece);  // out of memory: better early than lost
+    return;
+  }
+  note->piece = piece;
+  note->next = session_->kept;
+  session_->kept = note;
+}
+
+void releaseKeptPieces(XmlMemSession &session) {
+  for (KeptPiece *note = session.kept; note != nullptr; note = note->next) {
+    g_fnXMLFree(note->piece);
+  }
+  session.kept = nullptr;
+}

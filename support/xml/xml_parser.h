@@ -1,0 +1,48 @@
+// The record of one parse, and the steps that share it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "xml_memory.h"
+#include "xml_node.h"
+#include "xml_parser_attribute_set.h"
+
+enum ParseState : uint32_t {
+  PARSE_STATE_BETWEEN = 0,  // before the root, after an empty-element tag, after a text
+  PARSE_STATE_CONTENT = 1,  // after the ">" of a start tag; the only state in which text may begin
+  PARSE_STATE_ATTRS = 2,    // the token is the first after an element's name, an attribute's name
+};
+
+struct XmlParser {
+  uint32_t sessionId;
+  const char *buffer;  // NUL-terminated
+  const char *cursor;
+  const char *token;  // points into the buffer
+  size_t tokenLength;
+  bool bufferBorrowed;
+  XmlNode *current;    // the element started last, or the one closed last
+  XmlNode *pending;    // the node that the next start tag fills; not yet linked
+  bool isCurrentOpen;  // the end tag of current has not come yet
+  ParseState state;
+  XmlNode *lastAttribute;  // of current, while its tag is read
+  AttributeSet attributes;
+  Storage storage;
+};
+
+// Builds the document and consumes the record.
+uint32_t Parser_parseDocument(XmlNode **outDoc, XmlParser *parser);
+
+// Releases a record, with its text if that is its own and its pending node unless a session's.
+void Parser_freeRecord(XmlParser *parser);
+
+// Reads the attributes of the tag of current, up to its ">" or "/>".
+uint32_t Parser_processAttribute(XmlParser *parser);
+
+// Splits the qualified name of an element that is being closed at its first ':'.
+uint32_t Parser_splitName(XmlParser *parser, XmlNode *element);
+
+// A new string of a run of the text, with references decoded and CDATA sections unwrapped. An
+// empty run gives null. The text goes on behind the run to its terminator.
+uint32_t Parser_CopyBufToString(const Storage &storage, const char *run, size_t length,
+                                char **string);

@@ -1,0 +1,146 @@
+#include "xml_parser_attribute_set.h"
+
+#include <bit>
+#include <cstring>
+
+#include "platform/bounded_memory.h"
+#include "xml_dom_attributes.h"
+
+namespace {
+
+constexpr size_t kComparedAttributes = 24;
+constexpr size_t kFirstPlaces = 128;
+
+bool sameString(const char *a, const char *b) {
+  if (a == nullptr || b == nullptr) return a == b;
+  return std::strcmp(a, b) == 0;
+}
+
+bool sameAttribute(const XmlNode *a, const XmlNode *b) {
+  return sameString(a->name, b->name) && sameString(a->prefix, b->prefix);
+}
+
+// SipHash-1-3, a keyed hash made against texts that aim at collisions.
+class SipHash {
+ public:
+  SipHash(uint64_t key0, uint64_t key1)
+      : v0_(key0 ^ 0x736f6d6570736575),
+        v1_(key1 ^ 0x646f72616e646f6d),
+        v2_(key0 ^ 0x6c7967656e657261),
+        v3_(key1 ^ 0x7465646279746573) {}
+
+  void add(const char *text) {
+    const size_t length = std::strlen(text);
+    size_t done = 0;
+    for (; length - done >= sizeof(uint64_t); done += sizeof(uint64_t)) {
+      uint64_t word = 0;
+      std::memcpy(&word, text + done, sizeof word);
+      mix(word);
+    }
+    uint64_t rest = static_cast<uint64_t>(length) << 56;
+    std::memcpy(&rest, text + done, length - done);
+    mix(rest);
+  }
+
+  uint64_t finish() {
+    v2_ ^= 0xff;
+    round();
+    round();
+    round();
+    return v0_ ^ v1_ ^ v2_ ^ v3_;
+  }
+
+ private:
+  void mix(uint64_t word) {
+    v3_ ^= word;
+    round();
+    v0_ ^= word;
+  }
+
+  void round() {
+    v0_ += v1_;
+    v1_ = std::rotl(v1_, 13) ^ v0_;
+    v0_ = std::rotl(v0_, 32);
+    v2_ += v3_;
+    v3_ = std::rotl(v3_, 16) ^ v2_;
+    v0_ += v3_;
+    v3_ = std::rotl(v3_, 21) ^ v0_;
+    v2_ += v1_;
+    v1_ = std::rotl(v1_, 17) ^ v2_;
+    v2_ = std::rotl(v2_, 32);
+  }
+
+  uint64_t v0_, v1_, v2_, v3_;
+};
+
+uint64_t addressOf(const void *place) { return reinterpret_cast<uintptr_t>(place); }
+
+}  // namespace
+
+void AttributeSet::clear() {
+  XML_Free(nullptr, table_);
+  table_ = nullptr;
+  places_ = 0;
+  count_ = 0;
+}
+
+uint32_t AttributeSet::add(const XmlNode *firstAttribute, XmlNode *attribute) {
+  if (count_ >= kComparedAttributes) return addToTable(firstAttribute, attribute);
+  for (const XmlNode *other = firstAttribute; other != nullptr; other = other->next) {
+    if (sameAttribute(other, attribute)) return NEB_XML_ERR_ALREADY_EXISTS;
+  }
+  ++count_;
+  return NEB_XML_OK;
+}
+
+uint32_t AttributeSet::addToTable(const XmlNode *firstAttribute, XmlNode *attribute) {
+  if (2 * (count_ + 1) > places_) {
+    const bool isFirstTable = table_ == nullptr;
+    if (!grow()) return NEB_XML_ERR_NO_MEMORY;
+    if (isFirstTable) {
+      for (auto *other = const_cast<XmlNode *>(firstAttribute); other != nullptr;
+           other = other->next) {
+        *placeOf(other) = other;
+      }
+    }
+  }
+  XmlNode **place = placeOf(attribute);
+  if (*place != nullptr) return NEB_XML_ERR_ALREADY_EXISTS;
+  *place = attribute;
+  ++count_;
+  return NEB_XML_OK;
+}
+
+bool AttributeSet::grow() {
+  const AttributeSet old = *this;
+  const size_t places = old.table_ == nullptr ? kFirstPlaces : 2 * old.places_;
+  const size_t bytes = places * sizeof(XmlNode *);
+  auto *table = static_cast<XmlNode **>(XML_Malloc(nullptr, bytes));
+  if (table == nullptr) return false;
+  platform::memset_s(table, bytes, 0, bytes);
+  table_ = table;
+  places_ = places;
+  for (size_t i = 0; i < old.places_; ++i) {
+    if (old.table_[i] != nullptr) *placeOf(old.table_[i]) = old.table_[i];
+  }
+  XML_Free(nullptr, old.table_);
+  return true;
+}
+
+// The place of an equal attribute, or the empty one where it would go.
+XmlNode **AttributeSet::placeOf(const XmlNode *attribute) const {
+  size_t place = hashOf(attribute) & (places_ - 1);
+  while (table_[place] != nullptr && !sameAttribute(table_[place], attribute)) {
+    place = (place + 1) & (places_ - 1);
+  }
+  return &table_[place];
+}
+
+// Where a process has its stack, heap and code is what a text cannot know. The key must stay the
+// same while one table fills, and so does not depend on the table.
+uint64_t AttributeSet::hashOf(const XmlNode *attribute) const {
+  SipHash hash(addressOf(this), addressOf(reinterpret_cast<const void *>(g_fnXMLMalloc)));
+  if (attribute->prefix != nullptr) hash.add(attribute->prefix);
+  hash.add(attribute->name != nullptr ? attribute->name : "");
+  return hash.finish();
+}

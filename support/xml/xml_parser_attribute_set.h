@@ -1,0 +1,29 @@
+// Refusing repeated attributes in linear time, whatever their number and names.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "xml_node.h"
+
+// The attributes of one tag. A few are compared with each other; more go into a hash table whose
+// key differs from run to run, so that a text cannot be made to collide.
+class AttributeSet {
+ public:
+  // Forgets the attributes and begins with an element's next tag. Keeps no table.
+  void clear();
+
+  // Adds a new last attribute of an element that has none of the same prefix and name.
+  // Returns NEB_XML_OK, NEB_XML_ERR_ALREADY_EXISTS or NEB_XML_ERR_NO_MEMORY.
+  uint32_t add(const XmlNode *firstAttribute, XmlNode *attribute);
+
+ private:
+  bool grow();
+  XmlNode **placeOf(const XmlNode *attribute) const;
+  uint64_t hashOf(const XmlNode *attribute) const;
+  uint32_t addToTable(const XmlNode *firstAttribute, XmlNode *attribute);
+
+  XmlNode **table_;   // null until there are many; a power of two of places
+  size_t places_;
+  size_t count_;
+};

@@ -1,0 +1,154 @@
+// Copying runs of the text into strings of the tree.
+#include <cstring>
+
+#include "platform/bounded_memory.h"
+#include "xml_parser.h"
+#include "xml_parser_tokens.h"
+
+namespace {
+
+constexpr size_t kTerminator = 1;
+constexpr uint32_t kLargestCharacter = 0x10FFFF;
+constexpr uint32_t kNotADigit = UINT32_MAX;
+
+struct NamedReference {
+  char text[7];
+  char character;
+};
+
+constexpr NamedReference kNamedReferences[] = {
+    {"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&apos;", '\''}, {"&quot;", '"'}};
+
+uint32_t digitOf(char byte, uint32_t base) {
+  if (byte >= '0' && byte <= '9') return static_cast<uint32_t>(byte - '0');
+  if (base == 10) return kNotADigit;
+  if (byte >= 'a' && byte <= 'f') return static_cast<uint32_t>(byte - 'a') + 10;
+  if (byte >= 'A' && byte <= 'F') return static_cast<uint32_t>(byte - 'A') + 10;
+  return kNotADigit;
+}
+
+// The Char production of XML 1.0.
+bool isCharacter(uint32_t code) {
+  if (code < 0x20) return code == 0x9 || code == 0xA || code == 0xD;
+  if (code < 0xD800) return true;
+  if (code < 0xE000) return false;
+  return code < 0xFFFE || (code >= 0x10000 && code <= kLargestCharacter);
+}
+
+char utf8Tail(uint32_t code, unsigned shift) {
+  return static_cast<char>(0x80 | ((code >> shift) & 0x3F));
+}
+
+char *writeUtf8(char *to, uint32_t code) {
+  if (code < 0x80) {
+    *to++ = static_cast<char>(code);
+  } else if (code < 0x800) {
+    *to++ = static_cast<char>(0xC0 | (code >> 6));
+    *to++ = utf8Tail(code, 0);
+  } else if (code < 0x10000) {
+    *to++ = static_cast<char>(0xE0 | (code >> 12));
+    *to++ = utf8Tail(code, 6);
+    *to++ = utf8Tail(code, 0);
+  } else {
+    *to++ = static_cast<char>(0xF0 | (code >> 18));
+    *to++ = utf8Tail(code, 12);
+    *to++ = utf8Tail(code, 6);
+    *to++ = utf8Tail(code, 0);
+  }
+  return to;
+}
+
+// Decodes one run into a string that has room for the run as it stands.
+class Decoder {
+ public:
+  Decoder(const char *run, size_t length, char *string)
+      : from_(run), end_(run + length), to_(string) {}
+
+  // False for a malformed reference or section, and for one that goes on behind the run.
+  bool decode() {
+    while (from_ < end_) {
+      copyPlain();
+      if (from_ == end_) return true;
+      const bool decoded = *from_ == '&' ? decodeReference() : copyMarkup();
+      if (!decoded) return false;
+    }
+    return from_ == end_;
+  }
+
+ private:
+  void copyPlain() {
+    while (from_ < end_ && *from_ != '&' && *from_ != '<') *to_++ = *from_++;
+  }
+
+  bool copyMarkup() {
+    if (!begins(from_, kCdataBegin)) {
+      *to_++ = *from_++;
+      return true;
+    }
+    const char *content = from_ + lengthOf(kCdataBegin);
+    const char *close = std::strstr(content, kCdataEnd);
+    if (close == nullptr || close + lengthOf(kCdataEnd) > end_) return false;
+    const auto count = static_cast<size_t>(close - content);
+    platform::memcpy_s(to_, static_cast<size_t>(end_ - from_), content, count);
+    to_ += count;
+    from_ = close + lengthOf(kCdataEnd);
+    return true;
+  }
+
+  bool decodeReference() {
+    for (const NamedReference &reference : kNamedReferences) {
+      const size_t length = std::strlen(reference.text);
+      if (std::strncmp(from_, reference.text, length) != 0) continue;
+      *to_++ = reference.character;
+      from_ += length;
+      return from_ <= end_;
+    }
+    return from_[1] == '#' && decodeNumber();
+  }
+
+  bool decodeNumber() {
+    const char *digits = from_ + 2;
+    const uint32_t base = *digits == 'x' ? 16 : 10;
+    if (base == 16) ++digits;
+    uint32_t code = 0;
+    for (; *digits != ';'; ++digits) {
+      const uint32_t digit = digitOf(*digits, base);
+      if (digit == kNotADigit) return false;
+      code = code * base + digit;
+      if (code > kLargestCharacter) return false;
+    }
+    from_ = digits + 1;
+    if (!isCharacter(code) || from_ > end_) return false;
+    to_ = writeUtf8(to_, code);
+    return true;
+  }
+
+  const char *from_;
+  const char *end_;
+  char *to_;
+};
+
+bool isPlain(const char *run, size_t length) {
+  return std::memchr(run, '&', length) == nullptr && std::memchr(run, '<', length) == nullptr;
+}
+
+}  // namespace
+
+uint32_t Parser_CopyBufToString(const Storage &storage, const char *run, size_t length,
+                                char **string) {
+  if (length == 0) return NEB_XML_OK;
+  if (run == nullptr || string == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  if (length > INT32_MAX) return NEB_XML_ERR_SYNTAX;
+  if (isPlain(run, length)) {
+    *string = storage.copyText(run, length);
+    return *string != nullptr ? NEB_XML_OK : NEB_XML_ERR_NO_MEMORY;
+  }
+  auto *decoded = static_cast<char *>(storage.obtain(length + kTerminator));
+  *string = decoded;
+  if (decoded == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  platform::memset_s(decoded, length + kTerminator, 0, length + kTerminator);
+  if (Decoder(run, length, decoded).decode()) return NEB_XML_OK;
+  storage.giveBackOwn(decoded);
+  *string = nullptr;
+  return NEB_XML_ERR_SYNTAX;
+}

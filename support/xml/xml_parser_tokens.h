@@ -1,0 +1,138 @@
+// Cutting the text into tokens. Nothing is copied: a token is a place in the text and a length.
+#pragma once
+
+#include <array>
+#include <cstring>
+
+#include "xml_parser.h"
+
+constexpr char kCommentBegin[] = "<!--";
+constexpr char kCommentEnd[] = "-->";
+constexpr char kInstructionBegin[] = "<?";
+constexpr char kInstructionEnd[] = "?>";
+constexpr char kCdataBegin[] = "<![CDATA[";
+constexpr char kCdataEnd[] = "]]>";
+constexpr char kEndTagBegin[] = "</";
+constexpr char kEmptyTagEnd[] = "/>";
+constexpr char kTagEnd[] = ">";
+
+template <size_t size>
+constexpr size_t lengthOf(const char (&)[size]) {
+  return size - 1;
+}
+
+// Stops at the terminator of the text, which no literal holds.
+template <size_t size>
+bool begins(const char *text, const char (&literal)[size]) {
+  return std::strncmp(text, literal, size - 1) == 0;
+}
+
+constexpr bool isWhitespace(char byte) {
+  return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
+}
+
+inline const char *skipWhitespace(const char *text) {
+  while (isWhitespace(*text)) ++text;
+  return text;
+}
+
+enum class TokenRead {
+  none,   // nothing recorded: the end of the text, or markup that is not closed
+  empty,  // recorded, but of length 0: the cursor is at a lone '/', at "]]>" or at "-->"
+  read
+};
+
+// Steps over comments, processing instructions and white space; false, with the cursor at it, for
+// markup that is malformed or not closed.
+inline bool Parser_skipMisc(XmlParser *parser) {
+  for (;;) {
+    const char *markup = parser->cursor;
+    const char *end = nullptr;
+    if (begins(markup, kCommentBegin)) {
+      end = std::strstr(markup, kCommentEnd);
+      const char *text = markup + lengthOf(kCommentBegin);
+      if (end == nullptr || end < text || (end > text && end[-1] == '-')) return false;
+      end += lengthOf(kCommentEnd);
+    } else if (begins(markup, kInstructionBegin)) {
+      end = std::strstr(markup, kInstructionEnd);
+      if (end == nullptr) return false;
+      end += lengthOf(kInstructionEnd);
+    } else {
+      parser->cursor = skipWhitespace(markup);
+      return true;
+    }
+    parser->cursor = skipWhitespace(end);
+  }
+}
+
+enum WordByte : uint8_t { kWordPart = 0, kWordEnd = 1, kWordMaybe = 2 };
+
+constexpr std::array<uint8_t, 256> makeWordBytes() {
+  std::array<uint8_t, 256> bytes = {};
+  for (const char end : {'\0', ' ', '\t', '\n', '\r', '"', '\'', '=', '>'}) {
+    bytes[static_cast<uint8_t>(end)] = kWordEnd;
+  }
+  for (const char maybe : {'<', ']', '-', '/'}) bytes[static_cast<uint8_t>(maybe)] = kWordMaybe;
+  return bytes;
+}
+
+constexpr std::array<uint8_t, 256> kWordBytes = makeWordBytes();
+
+// The end of the word that begins here; CDATA sections in it are taken whole. Null when one is
+// not closed.
+inline const char *findWordEnd(const char *text) {
+  for (;;) {
+    while (kWordBytes[static_cast<uint8_t>(*text)] == kWordPart) ++text;
+    if (kWordBytes[static_cast<uint8_t>(*text)] == kWordEnd) return text;
+    if (*text == '<') {
+      if (!begins(text, kCdataBegin)) return text;
+      text = std::strstr(text, kCdataEnd);
+      if (text == nullptr) return nullptr;
+      text += lengthOf(kCdataEnd);
+      continue;
+    }
+    if (begins(text, kCdataEnd) || begins(text, kCommentEnd) || begins(text, kEmptyTagEnd)) {
+      return text;
+    }
+    ++text;
+  }
+}
+
+inline const char *findTokenEnd(const char *text) {
+  switch (*text) {
+    case '"':
+    case '\'':
+    case '=':
+    case '>':
+      return text + 1;
+    case '/':
+      return text[1] == '>' ? text + lengthOf(kEmptyTagEnd) : text;
+    case '<':
+      if (text[1] == '/') return text + lengthOf(kEndTagBegin);
+      return begins(text, kCdataBegin) ? findWordEnd(text) : text + 1;
+    default:
+      return findWordEnd(text);
+  }
+}
+
+inline TokenRead Parser_getNextToken(XmlParser *parser) {
+  if (*parser->cursor == '\0' || !Parser_skipMisc(parser)) return TokenRead::none;
+  const char *token = parser->cursor;
+  if (*token == '\0') return TokenRead::none;
+  const char *end = findTokenEnd(token);
+  if (end == nullptr) return TokenRead::none;
+  parser->token = token;
+  parser->tokenLength = static_cast<size_t>(end - token);
+  parser->cursor = end;
+  return end == token ? TokenRead::empty : TokenRead::read;
+}
+
+inline bool readToken(XmlParser *parser) {
+  return Parser_getNextToken(parser) == TokenRead::read;
+}
+
+template <size_t size>
+bool isToken(const XmlParser *parser, const char (&literal)[size]) {
+  return parser->tokenLength == size - 1 &&
+         std::memcmp(parser->token, literal, size - 1) == 0;
+}

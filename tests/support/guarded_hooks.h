@@ -1,0 +1,54 @@
+// Hooks under which every test runs: they count, guard, and fail when told to.
+//
+// Each test begins with these hooks registered and fails if it ends with anything outstanding. A
+// piece that was written beyond its end, released twice, or never came from a hook aborts the run.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+namespace guarded {
+
+// Allocations not yet released.
+size_t outstanding();
+
+// Calls of the malloc and calloc hooks, failed ones included, and of the free hook, in this test.
+size_t allocations();
+size_t releases();
+
+// Sizes of the successful calls of each hook in this test, in order; count times size for calloc.
+std::vector<size_t> mallocSizes();
+std::vector<size_t> callocSizes();
+
+// Where the last successful calloc call got its memory.
+void *lastCalloc();
+
+// File calls of this test, and streams open.
+size_t fileCalls();
+size_t openStreams();
+
+// While it lives, the n-th allocation from now fails, or with the flag every one from the n-th on.
+class FailingAllocation {
+ public:
+  explicit FailingAllocation(size_t n, bool allAfter = false);
+  ~FailingAllocation();
+  FailingAllocation(const FailingAllocation &) = delete;
+  FailingAllocation &operator=(const FailingAllocation &) = delete;
+  bool happened() const;
+};
+
+// While it lives, the n-th file call from now fails: no stream, a seek or tell of -1, a short read,
+// a close that reports an error.
+class FailingFileCall {
+ public:
+  explicit FailingFileCall(size_t n);
+  ~FailingFileCall();
+  FailingFileCall(const FailingFileCall &) = delete;
+  FailingFileCall &operator=(const FailingFileCall &) = delete;
+  bool happened() const;
+};
+
+// Registers the hooks again after a test has registered others.
+void registerHooks();
+
+}  // namespace guarded

@@ -1,0 +1,122 @@
+#include "support/trees.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+#include <sstream>
+
+#include "xml/xml_node.h"
+
+namespace trees {
+
+namespace {
+
+std::string quoted(const char *text) {
+  return text == nullptr ? "-" : "'" + std::string(text) + "'";
+}
+
+std::string qualified(const XmlNode *node) {
+  std::string name = node->name == nullptr ? "-" : node->name;
+  return node->prefix == nullptr ? name : std::string(node->prefix) + "|" + name;
+}
+
+void describeAttributes(const XmlNode *node, std::string *text) {
+  for (const XmlNode *attribute = node->firstAttr; attribute != nullptr;
+       attribute = attribute->next) {
+    EXPECT_TRUE(attribute->parent == node && attribute->type == NEB_XML_NODE_ATTRIBUTE);
+    *text += " " + qualified(attribute) + "=" + quoted(attribute->value);
+  }
+}
+
+// The fields are compared, not handed on: a record may stand at any address.
+void checkLinks(const XmlNode *node) {
+  EXPECT_TRUE(node->prev == nullptr || node->prev->next == node);
+  EXPECT_TRUE(node->next == nullptr || node->next->prev == node);
+  EXPECT_TRUE((node->firstChild == nullptr) == (node->lastChild == nullptr));
+  EXPECT_TRUE(node->firstChild == nullptr || node->firstChild->prev == nullptr);
+  EXPECT_TRUE(node->lastChild == nullptr || node->lastChild->next == nullptr);
+  for (const XmlNode *child = node->firstChild; child != nullptr; child = child->next) {
+    EXPECT_TRUE(child->parent == node);
+  }
+  EXPECT_TRUE(node->nameOwned <= 1 && node->valueOwned <= 1);
+}
+
+}  // namespace
+
+uint32_t parseBy(Entry entry, const std::string &text, XmlNode **document) {
+  *document = nullptr;
+  switch (entry) {
+    case Entry::text:
+      return NEB_XML_Parse(text.c_str(), document);
+    case Entry::textSession:
+      return NEB_XML_ParseEx(text.c_str(), document);
+    case Entry::file:
+      return NEB_XML_ParseFile(temporaryFile(text).c_str(), document);
+    case Entry::fileSession:
+      break;
+  }
+  return NEB_XML_ParseFileEx(temporaryFile(text).c_str(), document);
+}
+
+XmlNode *parsed(const std::string &text, bool withSession) {
+  XmlNode *document = nullptr;
+  const uint32_t result = withSession ? NEB_XML_ParseEx(text.c_str(), &document)
+                                      : NEB_XML_Parse(text.c_str(), &document);
+  EXPECT_EQ(result, uint32_t{NEB_XML_OK}) << text;
+  return document;
+}
+
+// Written without recursion, since tests describe deep trees too.
+std::string described(const XmlNode *node) {
+  std::string text;
+  size_t depth = 0;
+  while (node != nullptr) {
+    checkLinks(node);
+    text += std::to_string(node->type) + ":" + qualified(node) + "=" + quoted(node->value);
+    describeAttributes(node, &text);
+    if (node->firstChild != nullptr) {
+      text += "(";
+      node = node->firstChild;
+      ++depth;
+      continue;
+    }
+    while (node->next == nullptr && depth > 0) {
+      text += ")";
+      node = node->parent;
+      --depth;
+    }
+    node = node->next;
+    if (node != nullptr) text += ",";
+  }
+  return text;
+}
+
+std::string printed(const XmlNode *node) {
+  char *text = nullptr;
+  const uint32_t result = NEB_XML_Transform(node, &text);
+  if (result != NEB_XML_OK) return "error " + std::to_string(result);
+  std::string copy = text == nullptr ? "" : text;
+  NEB_XML_FreeMem(text);
+  return copy;
+}
+
+std::string readFile(const std::string &path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file) << path;
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+std::string temporaryFile(const std::string &text) {
+  static std::atomic<unsigned> number;
+  static const std::string folder = testing::TempDir();
+  const auto *test = testing::UnitTest::GetInstance()->current_test_info();
+  const std::string path = folder + "neb_xml_" + test->test_suite_name() + "_" + test->name() +
+                           "_" + std::to_string(number++ % 4) + ".xml";
+  std::ofstream(path, std::ios::binary) << text;
+  return path;
+}
+
+}  // namespace trees

@@ -1,0 +1,35 @@
+// Small helpers to make and compare trees.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "neb_xml.h"
+
+namespace trees {
+
+// Ways to parse a text: NEB_XML_Parse, NEB_XML_ParseEx, and both file entry points on a temporary
+// file that holds the text.
+enum class Entry { text, textSession, file, fileSession };
+inline constexpr Entry kEntries[] = {Entry::text, Entry::textSession, Entry::file,
+                                     Entry::fileSession};
+
+// Parses by one of the ways. *document is null after a failure.
+uint32_t parseBy(Entry entry, const std::string &text, XmlNode **document);
+
+// Parses with NEB_XML_ParseEx, or without a session; null when that fails.
+XmlNode *parsed(const std::string &text, bool withSession = true);
+
+// The whole tree, and the siblings after it, in one line that tells null from empty: type, prefix,
+// name, value, attributes, children. Fails the test when a link or an ownership flag is wrong.
+std::string described(const XmlNode *node);
+
+// What NEB_XML_Transform prints; a failure is printed as "error N".
+std::string printed(const XmlNode *node);
+
+std::string readFile(const std::string &path);
+
+// A new file in the test's temporary folder that holds a text.
+std::string temporaryFile(const std::string &text);
+
+}  // namespace trees
