@@ -47,7 +47,9 @@ uint32_t NEB_XML_RegFileFunc(FILE *(*openHook)(const char *, const char *),
   return NEB_XML_OK;
 }
 
-uint32_t NEB_XML_RegDebugFunc(void (* /*debugHook*/)(const char *)) { return NEB_XML_ERR_NOT_FOUND; }
+uint32_t NEB_XML_RegDebugFunc(void (* /*debugHook*/)(const char *)) {
+  return NEB_XML_ERR_NOT_FOUND;
+}
 
 uint32_t NEB_XML_GetVersion(char *buffer, uint32_t size) {
   if (buffer == nullptr) return NEB_XML_ERR_INVALID_PARAM;

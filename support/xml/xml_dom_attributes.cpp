@@ -23,6 +23,12 @@ void readStrings(const XmlNode *attribute, const char **prefix, const char **nam
   *value = attribute->value;
 }
 
+// Two fields of records in one conditional expression would be bound as if they were aligned.
+XmlNode *nextAttribute(const XmlNode *element, const XmlNode *before) {
+  if (before == nullptr) return element->firstAttr;
+  return before->next;
+}
+
 void appendAttribute(XmlNode *attribute, XmlNode *element) {
   attribute->parent = element;
   if (element->firstAttr == nullptr) {
@@ -121,9 +127,10 @@ uint32_t NEB_XML_GetNextSiblingAttrEx(const XmlNode *element, const char **prefi
     return NEB_XML_ERR_INVALID_PARAM;
   }
   if (*cursor != nullptr && !isAttribute(*cursor)) return NEB_XML_ERR_INVALID_PARAM;
-  *cursor = *cursor == nullptr ? element->firstAttr : (*cursor)->next;
-  if (*cursor == nullptr) return NEB_XML_ERR_NOT_FOUND;
-  readStrings(*cursor, prefix, name, value);
+  XmlNode *attribute = nextAttribute(element, *cursor);
+  *cursor = attribute;
+  if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  readStrings(attribute, prefix, name, value);
   return NEB_XML_OK;
 }
 

@@ -16,8 +16,8 @@ bool canHaveChildren(const XmlNode *node) {
 
 // A node stays within the session that its storage comes from, or may come from.
 bool storageAllows(const XmlNode *node, const XmlNode *topmost) {
-  const uint32_t home = isOfHook(node) ? node->livedIn : node->sessionId;
-  return home == 0 || home == topmost->sessionId;
+  if (!isOfHook(node)) return node->sessionId == topmost->sessionId;
+  return node->livedIn == 0 || node->livedIn == topmost->sessionId;
 }
 
 // The destination tree's topmost node, or null when the node may not be inserted there.
@@ -60,8 +60,7 @@ void link(XmlNode *parent, XmlNode *before, XmlNode *after, XmlNode *node) {
   }
 }
 
-uint32_t insert(XmlNode *topmost, XmlNode *parent, XmlNode *before, XmlNode *after,
-                XmlNode *node) {
+uint32_t insert(XmlNode *topmost, XmlNode *parent, XmlNode *before, XmlNode *after, XmlNode *node) {
   if (!tieChild(node, parent)) return NEB_XML_ERR_INVALID_PARAM;
   link(parent, before, after, node);
   const Storage storage = Storage::ofTopmost(topmost);

@@ -140,8 +140,8 @@ uint32_t NEB_XML_CreateNode(uint32_t type, const char *prefix, const char *name,
   return createInStorage(Storage(), type, prefix, name, value, node);
 }
 
-uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const char *prefix,
-                              const char *name, const char *value, XmlNode **node) {
+uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const char *prefix, const char *name,
+                              const char *value, XmlNode **node) {
   if (!isCreatable(type) || node == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   if (type == NEB_XML_NODE_DOCUMENT) return createDocumentWithSession(prefix, name, value, node);
   return createInStorage(Storage(session), type, prefix, name, value, node);

@@ -28,9 +28,7 @@ char *cutSegment(char **rest) {
   return segment;
 }
 
-bool isIndex(const char *segment) {
-  return segment[std::strspn(segment, "0123456789")] == '\0';
-}
+bool isIndex(const char *segment) { return segment[std::strspn(segment, "0123456789")] == '\0'; }
 
 uint32_t readIndex(const char *segment) {
   uint32_t index = 0;
@@ -51,8 +49,8 @@ uint32_t xmlCmpNode(const XmlNode *node, const char *segment) {
   if (node == nullptr || segment == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   if (node->name == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   const bool comparesPrefix = node->prefix != nullptr && std::strchr(segment, ':') != nullptr;
-  const bool matches = comparesPrefix ? isQualifiedName(node, segment)
-                                      : std::strcmp(segment, node->name) == 0;
+  const bool matches =
+      comparesPrefix ? isQualifiedName(node, segment) : std::strcmp(segment, node->name) == 0;
   return matches ? NEB_XML_OK : NEB_XML_ERR_INVALID_PARAM;
 }
 

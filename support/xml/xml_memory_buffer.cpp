@@ -113,8 +113,7 @@ uint32_t XML_MemBufAppend(XmlMemBuf *buffer, const char *character) {
   return insert(buffer, character, 1, buffer->length);
 }
 
-uint32_t XML_MemBufInsert(XmlMemBuf *buffer, const char *bytes, uint32_t count,
-                          uint32_t position) {
+uint32_t XML_MemBufInsert(XmlMemBuf *buffer, const char *bytes, uint32_t count, uint32_t position) {
   if (buffer == nullptr || position > buffer->length) return NEB_XML_ERR_INVALID_PARAM;
   if (bytes == nullptr || count == 0) return NEB_XML_OK;
   return insert(buffer, bytes, count, position);

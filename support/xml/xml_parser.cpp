@@ -43,8 +43,7 @@ uint32_t readStream(FILE *stream, char **text) {
   const auto size = static_cast<size_t>(told);
   auto *buffer = static_cast<char *>(XML_Malloc(nullptr, size + kTerminator));
   if (buffer == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  if (XML_Fseek(stream, 0, kSeekFromStart) != 0 ||
-      XML_Fread(buffer, 1, size, stream) != size) {
+  if (XML_Fseek(stream, 0, kSeekFromStart) != 0 || XML_Fread(buffer, 1, size, stream) != size) {
     XML_Free(nullptr, buffer);
     return NEB_XML_ERR_FILE_READ;
   }

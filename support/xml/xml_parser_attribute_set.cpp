@@ -120,6 +120,7 @@ bool AttributeSet::grow() {
   platform::memset_s(table, bytes, 0, bytes);
   table_ = table;
   places_ = places;
+  if (old.table_ == nullptr) return true;
   for (size_t i = 0; i < old.places_; ++i) {
     if (old.table_[i] != nullptr) *placeOf(old.table_[i]) = old.table_[i];
   }

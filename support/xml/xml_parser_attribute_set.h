@@ -23,7 +23,7 @@ class AttributeSet {
   uint64_t hashOf(const XmlNode *attribute) const;
   uint32_t addToTable(const XmlNode *firstAttribute, XmlNode *attribute);
 
-  XmlNode **table_;   // null until there are many; a power of two of places
+  XmlNode **table_;  // null until there are many; a power of two of places
   size_t places_;
   size_t count_;
 };

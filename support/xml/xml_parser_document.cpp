@@ -34,7 +34,7 @@ const char *findDoctypeEnd(const char *doctype) {
 bool skipDeclaration(XmlParser *parser) {
   parser->cursor = skipWhitespace(parser->cursor);
   if (!begins(parser->cursor, kDeclarationBegin)) return true;
-  const char *end = std::strstr(parser->cursor, kInstructionEnd);
+  const char *end = find(parser->cursor, kInstructionEnd);
   if (end == nullptr) return false;
   parser->cursor = skipWhitespace(end + lengthOf(kInstructionEnd));
   return true;
@@ -145,7 +145,7 @@ const char *findTextEnd(const char *text) {
   for (;;) {
     text = std::strchr(text, '<');
     if (text == nullptr || !begins(text, kCdataBegin)) return text;
-    text = std::strstr(text, kCdataEnd);
+    text = find(text, kCdataEnd);
     if (text == nullptr) return nullptr;
     text += lengthOf(kCdataEnd);
   }
@@ -208,8 +208,8 @@ uint32_t Parser_splitName(XmlParser *parser, XmlNode *element) {
   if (colon == nullptr) return NEB_XML_OK;
   if (colon == name || colon[1] == '\0') return NEB_XML_ERR_SYNTAX;
   char *prefix = nullptr;
-  const uint32_t result = Parser_CopyBufToString(parser->storage, name,
-                                                 static_cast<size_t>(colon - name), &prefix);
+  const uint32_t result =
+      Parser_CopyBufToString(parser->storage, name, static_cast<size_t>(colon - name), &prefix);
   element->prefix = prefix;
   if (result != NEB_XML_OK) return result;
   const size_t moved = std::strlen(colon + 1) + 1;

@@ -86,7 +86,7 @@ class Decoder {
       return true;
     }
     const char *content = from_ + lengthOf(kCdataBegin);
-    const char *close = std::strstr(content, kCdataEnd);
+    const char *close = find(content, kCdataEnd);
     if (close == nullptr || close + lengthOf(kCdataEnd) > end_) return false;
     const auto count = static_cast<size_t>(close - content);
     platform::memcpy_s(to_, static_cast<size_t>(end_ - from_), content, count);

@@ -27,6 +27,20 @@ bool begins(const char *text, const char (&literal)[size]) {
   return std::strncmp(text, literal, size - 1) == 0;
 }
 
+// The first place of a literal that ends in '>'; null when the text ends first.
+template <size_t size>
+const char *find(const char *text, const char (&literal)[size]) {
+  constexpr size_t before = size - 2;  // bytes of the literal before its '>'
+  const char *close = std::strchr(text, '>');
+  while (close != nullptr) {
+    const bool isWhole = static_cast<size_t>(close - text) >= before &&
+                         std::memcmp(close - before, literal, before) == 0;
+    if (isWhole) return close - before;
+    close = std::strchr(close + 1, '>');
+  }
+  return nullptr;
+}
+
 constexpr bool isWhitespace(char byte) {
   return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
 }
@@ -49,12 +63,12 @@ inline bool Parser_skipMisc(XmlParser *parser) {
     const char *markup = parser->cursor;
     const char *end = nullptr;
     if (begins(markup, kCommentBegin)) {
-      end = std::strstr(markup, kCommentEnd);
+      end = find(markup, kCommentEnd);
       const char *text = markup + lengthOf(kCommentBegin);
       if (end == nullptr || end < text || (end > text && end[-1] == '-')) return false;
       end += lengthOf(kCommentEnd);
     } else if (begins(markup, kInstructionBegin)) {
-      end = std::strstr(markup, kInstructionEnd);
+      end = find(markup, kInstructionEnd);
       if (end == nullptr) return false;
       end += lengthOf(kInstructionEnd);
     } else {
@@ -86,7 +100,7 @@ inline const char *findWordEnd(const char *text) {
     if (kWordBytes[static_cast<uint8_t>(*text)] == kWordEnd) return text;
     if (*text == '<') {
       if (!begins(text, kCdataBegin)) return text;
-      text = std::strstr(text, kCdataEnd);
+      text = find(text, kCdataEnd);
       if (text == nullptr) return nullptr;
       text += lengthOf(kCdataEnd);
       continue;
@@ -127,12 +141,9 @@ inline TokenRead Parser_getNextToken(XmlParser *parser) {
   return end == token ? TokenRead::empty : TokenRead::read;
 }
 
-inline bool readToken(XmlParser *parser) {
-  return Parser_getNextToken(parser) == TokenRead::read;
-}
+inline bool readToken(XmlParser *parser) { return Parser_getNextToken(parser) == TokenRead::read; }
 
 template <size_t size>
 bool isToken(const XmlParser *parser, const char (&literal)[size]) {
-  return parser->tokenLength == size - 1 &&
-         std::memcmp(parser->token, literal, size - 1) == 0;
+  return parser->tokenLength == size - 1 && std::memcmp(parser->token, literal, size - 1) == 0;
 }

@@ -1,4 +1,5 @@
 // Printing trees as text.
+#include <array>
 #include <cstring>
 
 #include "neb_xml.h"
@@ -101,13 +102,21 @@ void writeEscaped(Sink &sink, const char *character) {
   }
 }
 
+constexpr std::array<bool, 256> makeRunEnds() {
+  std::array<bool, 256> ends = {};
+  for (const char end : {'\0', '"', '\'', '<', '>', '&'}) ends[static_cast<uint8_t>(end)] = true;
+  return ends;
+}
+
+constexpr std::array<bool, 256> kRunEnds = makeRunEnds();
+
 // Runs of ordinary characters are written whole.
 template <typename Sink>
 void xmlCopyWithEscape(Sink &sink, const char *text) {
   for (;;) {
-    const size_t run = std::strcspn(text, "\"'<>&");
-    sink.write(text, run);
-    text += run;
+    const char *run = text;
+    while (!kRunEnds[static_cast<uint8_t>(*text)]) ++text;
+    sink.write(run, static_cast<size_t>(text - run));
     if (*text == '\0') return;
     writeEscaped(sink, text);
     ++text;
@@ -133,9 +142,7 @@ class Printer {
   const XmlNode *parentOf(const XmlNode *node) const {
     return node == start_ ? nullptr : node->parent;
   }
-  const XmlNode *nextOf(const XmlNode *node) const {
-    return node == start_ ? nullptr : node->next;
-  }
+  const XmlNode *nextOf(const XmlNode *node) const { return node == start_ ? nullptr : node->next; }
 
   const XmlNode *successor(const XmlNode *node) const {
     if (node->firstChild != nullptr) return node->firstChild;
@@ -170,12 +177,17 @@ class Printer {
       writeLiteral(sink_, "</");
       writeName(node);
       writeLiteral(sink_, ">\n");
-    } else if (mode_ == XML_PRINT_HEAD && nextOf(node) == nullptr) {
-      writeLiteral(sink_, ">\n");
     } else {
-      writeLiteral(sink_, "/>\n");
+      writeEmptyElementEnd(node);
     }
     return true;
+  }
+
+  // In an opening half a last child is left open.
+  void writeEmptyElementEnd(const XmlNode *node) {
+    const bool staysOpen = mode_ == XML_PRINT_HEAD && nextOf(node) == nullptr;
+    if (!staysOpen) writeLiteral(sink_, "/");
+    writeLiteral(sink_, ">\n");
   }
 
   bool writeAttributes(const XmlNode *node) {
@@ -276,7 +288,8 @@ uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *path) {
   size_t length = 0;
   const uint32_t result = printTree(start, XML_PRINT_FULL, &text, &length);
   if (result != NEB_XML_OK) return result;
-  const platform::WriteOutcome outcome = platform::writeWholeFile(path, text != nullptr ? text : "", length);
+  const platform::WriteOutcome outcome =
+      platform::writeWholeFile(path, text != nullptr ? text : "", length);
   g_fnXMLFree(text);
   return resultOf(outcome);
 }

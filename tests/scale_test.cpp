@@ -1,0 +1,141 @@
+// Depth, width and length without limits: on a small stack, in steps that stay few. A cost that
+// grew with the square of these sizes would run for hours here.
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <functional>
+#include <string>
+
+#include "support/guarded_hooks.h"
+#include "support/trees.h"
+
+namespace {
+
+constexpr size_t kDepth = 1'000'000;
+constexpr size_t kWidth = 100'000;
+constexpr size_t kSmallStack = 256 * 1024;
+
+std::string repeated(const std::string &text, size_t count) {
+  std::string result;
+  result.reserve(text.size() * count);
+  for (size_t i = 0; i < count; ++i) result += text;
+  return result;
+}
+
+void onSmallStack(std::function<void()> work) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, kSmallStack), 0);
+  pthread_t thread;
+  const auto run = [](void *argument) -> void * {
+    (*static_cast<std::function<void()> *>(argument))();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+}
+
+size_t nodesFrom(const XmlNode *node) {
+  size_t count = 0;
+  for (; node != nullptr; node = NEB_XML_Iterator(node)) ++count;
+  return count;
+}
+
+// Through parse, walk, copy, print, parse again, and release.
+void roundTrip(const std::string &text, size_t nodes, bool withSession) {
+  XmlNode *document = trees::parsed(text, withSession);
+  ASSERT_NE(document, nullptr);
+  EXPECT_EQ(nodesFrom(document), nodes);
+  XmlNode *copy = nullptr;
+  ASSERT_EQ(NEB_XML_CloneNode(document, &copy), uint32_t{NEB_XML_OK});
+  const std::string printed = trees::printed(document);
+  EXPECT_TRUE(printed == trees::printed(copy));
+  XmlNode *again = trees::parsed(printed, withSession);
+  EXPECT_TRUE(printed == trees::printed(again));
+  NEB_XML_FreeNode(again);
+  NEB_XML_FreeNode(copy);
+  NEB_XML_FreeNode(document);
+}
+
+TEST(Scale, AMillionLevelsOnASmallStack) {
+  const std::string text = repeated("<a>", kDepth) + repeated("</a>", kDepth);
+  for (const bool withSession : {false, true}) {
+    onSmallStack([&] { roundTrip(text, kDepth, withSession); });
+  }
+}
+
+TEST(Scale, ManySiblingsOnASmallStack) {
+  const std::string text = "<r>" + repeated("<a x='1'/>", kWidth) + "</r>";
+  for (const bool withSession : {false, true}) {
+    onSmallStack([&] { roundTrip(text, kWidth + 1, withSession); });
+  }
+}
+
+TEST(Scale, ManyTopLevelElements) {
+  for (const bool withSession : {false, true}) {
+    XmlNode *document = trees::parsed(repeated("<a/>", kWidth), withSession);
+    EXPECT_EQ(nodesFrom(document), kWidth);
+    if (!withSession) {
+      XML_FreeNode(document);
+      continue;
+    }
+    NEB_XML_FreeNode(document);
+  }
+}
+
+// Names that share a long beginning, and names that a fixed hash could be made to mix up.
+TEST(Scale, ManyAttributesOnOneElement) {
+  for (const std::string &shared : {std::string("a"), "p:" + std::string(300, 'a')}) {
+    std::string text = "<r";
+    for (size_t i = 0; i < kWidth; ++i) text += " " + shared + std::to_string(i) + "='v'";
+    onSmallStack([&] { roundTrip(text + "/>", 1, true); });
+    XmlNode *document = nullptr;
+    for (const size_t repeatedOne : {size_t{0}, kWidth / 2, kWidth - 1}) {
+      const std::string again = " " + shared + std::to_string(repeatedOne) + "='v'/>";
+      EXPECT_EQ(NEB_XML_ParseEx((text + again).c_str(), &document), uint32_t{NEB_XML_ERR_SYNTAX});
+    }
+  }
+}
+
+TEST(Scale, LongValues) {
+  const std::string ampersands(kDepth, '&');
+  const std::string halfReferences = repeated("&#0", kDepth / 4);
+  const std::string zeros = "&#" + std::string(kDepth, '0') + "65";
+  const std::string sections = repeated("<![CDATA[x]]>", kWidth);
+  XmlNode *node = nullptr;
+  for (const std::string &value : {ampersands, halfReferences, zeros}) {
+    ASSERT_EQ(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "a", value.c_str(), &node),
+              uint32_t{NEB_XML_OK});
+    XmlNode *again = trees::parsed(trees::printed(node));
+    EXPECT_TRUE(trees::described(again) == "12" + trees::described(node).substr(1));
+    NEB_XML_FreeNode(again);
+    NEB_XML_FreeNode(node);
+  }
+  XmlNode *document = trees::parsed("<a>" + sections + zeros + ";</a>");
+  EXPECT_TRUE(trees::described(document) == "12:a='" + std::string(kWidth, 'x') + "A'");
+  NEB_XML_FreeNode(document);
+}
+
+// What is never closed is looked through once, however often it begins.
+TEST(Scale, MarkupThatIsNeverClosed) {
+  const std::string starts[] = {"<!-- ", "<!--->", "<![CDATA[", "<?", "<!DOCTYPE a [<", "&#", "\""};
+  for (const std::string &start : starts) {
+    for (const std::string &before : {std::string(), std::string("<a>"), std::string("<a x='")}) {
+      XmlNode *document = nullptr;
+      const std::string text = before + repeated(start, kWidth);
+      EXPECT_EQ(NEB_XML_ParseEx(text.c_str(), &document), uint32_t{NEB_XML_ERR_SYNTAX});
+    }
+  }
+}
+
+// Every block keeps a hole that the next sizes just miss.
+TEST(Scale, HolesInEveryBlock) {
+  const uint32_t session = XML_MemSessionBegin(8192);
+  for (int i = 0; i < 100'000; ++i) {
+    ASSERT_NE(XML_MemSpecialMalloc(session, i % 2 == 0 ? 4100 : 4093), nullptr);
+  }
+  EXPECT_EQ(XML_MemSessionEnd(session), 1U);
+}
+
+}  // namespace
