@@ -15,7 +15,8 @@ constexpr size_t kNameTableSlotSize = 12;  // 11 characters and a terminator
 struct XmlNode {
   uint32_t sessionId;  // the session it was carved from; 0: the allocation hook
   uint8_t marks;       // NodeMark bits
-  uint8_t unused[3];
+  uint8_t unused;
+  uint16_t openNameLength;  // for the parser, of a name that is not split yet; 0: not known
   char *name;
   char *value;
   char *prefix;
@@ -23,7 +24,7 @@ struct XmlNode {
   uint8_t isDocument;
   uint8_t nameOwned;
   uint8_t valueOwned;
-  uint32_t livedIn;  // for a record of the hook: the session whose tree it has been part of
+  uint32_t livedIn;  // for a record of the hook: the session that it has been part of, or several
   XmlNode *parent;
   XmlNode *next;
   // An attribute record ends here.
@@ -66,6 +67,8 @@ enum NodeMark : uint8_t {
   kOwnsSession = 8,  // the document that ends the session when it is released
   kTied = 16,        // noted by its session, see xml_memory.h
 };
+
+constexpr uint32_t kSeveralSessions = UINT32_MAX;  // never a handle
 
 constexpr size_t recordSize(uint32_t type) {
   if (type == NEB_XML_NODE_ATTRIBUTE) return kAttributeRecordSize;

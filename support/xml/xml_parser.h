@@ -11,7 +11,6 @@
 enum ParseState : uint32_t {
   PARSE_STATE_BETWEEN = 0,  // before the root, after an empty-element tag, after a text
   PARSE_STATE_CONTENT = 1,  // after the ">" of a start tag; the only state in which text may begin
-  PARSE_STATE_ATTRS = 2,    // the token is the first after an element's name, an attribute's name
 };
 
 struct XmlParser {
@@ -36,8 +35,15 @@ uint32_t Parser_parseDocument(XmlNode **outDoc, XmlParser *parser);
 // Releases a record, with its text if that is its own and its pending node unless a session's.
 void Parser_freeRecord(XmlParser *parser);
 
-// Reads the attributes of the tag of current, up to its ">" or "/>".
-uint32_t Parser_processAttribute(XmlParser *parser);
+// Makes the pending node current, as the first child or the next sibling of the one before.
+void Parser_linkPending(XmlParser *parser);
+
+// Reads the rest of the start tag of current, up to its ">" or "/>", from behind the element's
+// name or from behind the value of an attribute.
+uint32_t Parser_readTagRest(XmlParser *parser, bool isBehindName);
+
+// Attaches an attribute to current unless it repeats one.
+uint32_t Parser_appendAttribute(XmlParser *parser, XmlNode *attribute);
 
 // Splits the qualified name of an element that is being closed at its first ':'.
 uint32_t Parser_splitName(XmlParser *parser, XmlNode *element);

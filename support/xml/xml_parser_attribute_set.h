@@ -6,8 +6,9 @@
 
 #include "xml_node.h"
 
-// The attributes of one tag. A few are compared with each other; more go into a hash table whose
-// key differs from run to run, so that a text cannot be made to collide.
+// The attributes of one tag. A few are compared with each other; more go into a keyed hash table.
+// The key is made of addresses, so that where a system places programs at random no text can be
+// written whose names collide.
 class AttributeSet {
  public:
   // Forgets the attributes and begins with an element's next tag. Keeps no table.

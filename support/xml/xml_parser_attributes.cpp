@@ -48,7 +48,45 @@ uint32_t readValue(XmlParser *parser, XmlNode *attribute) {
   return NEB_XML_OK;
 }
 
-uint32_t append(XmlParser *parser, XmlNode *attribute) {
+// Reads one attribute, whose name is the token, up to its closing quote.
+uint32_t Parser_processAttribute(XmlParser *parser) {
+  if (!isWhitespace(parser->token[-1])) return NEB_XML_ERR_SYNTAX;
+  XmlNode *attribute = makeNode(parser->storage, NEB_XML_NODE_ATTRIBUTE);
+  if (attribute == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  uint32_t result = readName(parser, attribute);
+  if (result == NEB_XML_OK) result = readValue(parser, attribute);
+  if (result == NEB_XML_OK) result = Parser_appendAttribute(parser, attribute);
+  if (result != NEB_XML_OK) XML_FreeSingleAttrNode(attribute);
+  return result;
+}
+
+// Some tokens cannot be a name where white space is all that parts them from a value.
+bool mayFollowValue(const XmlParser *parser) {
+  return parser->tokenLength != 1 || std::strchr("\"'=<", *parser->token) == nullptr;
+}
+
+uint32_t readTagRest(XmlParser *parser, bool isBehindName) {
+  for (;;) {
+    if (!readToken(parser)) return NEB_XML_ERR_SYNTAX;
+    if (isToken(parser, kTagEnd)) {
+      parser->state = PARSE_STATE_CONTENT;
+      return NEB_XML_OK;
+    }
+    if (isToken(parser, kEmptyTagEnd)) {
+      parser->state = PARSE_STATE_BETWEEN;
+      parser->isCurrentOpen = false;
+      return Parser_splitName(parser, parser->current);
+    }
+    if (!isBehindName && !mayFollowValue(parser)) return NEB_XML_ERR_SYNTAX;
+    isBehindName = false;
+    const uint32_t result = Parser_processAttribute(parser);
+    if (result != NEB_XML_OK) return result;
+  }
+}
+
+}  // namespace
+
+uint32_t Parser_appendAttribute(XmlParser *parser, XmlNode *attribute) {
   XmlNode *element = parser->current;
   const uint32_t result = parser->attributes.add(element->firstAttr, attribute);
   if (result != NEB_XML_OK) return result;
@@ -62,43 +100,9 @@ uint32_t append(XmlParser *parser, XmlNode *attribute) {
   return NEB_XML_OK;
 }
 
-// Reads one attribute, whose name is the token, up to its closing quote.
-uint32_t readAttribute(XmlParser *parser) {
-  if (!isWhitespace(parser->token[-1])) return NEB_XML_ERR_SYNTAX;
-  XmlNode *attribute = makeNode(parser->storage, NEB_XML_NODE_ATTRIBUTE);
-  if (attribute == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  uint32_t result = readName(parser, attribute);
-  if (result == NEB_XML_OK) result = readValue(parser, attribute);
-  if (result == NEB_XML_OK) result = append(parser, attribute);
-  if (result != NEB_XML_OK) XML_FreeSingleAttrNode(attribute);
-  return result;
-}
-
-uint32_t readAttributes(XmlParser *parser) {
-  for (;;) {
-    const uint32_t result = readAttribute(parser);
-    if (result != NEB_XML_OK) return result;
-    if (!readToken(parser)) return NEB_XML_ERR_SYNTAX;
-    if (isToken(parser, kTagEnd)) {
-      parser->state = PARSE_STATE_CONTENT;
-      return NEB_XML_OK;
-    }
-    if (isToken(parser, kEmptyTagEnd)) {
-      parser->state = PARSE_STATE_BETWEEN;
-      parser->isCurrentOpen = false;
-      return Parser_splitName(parser, parser->current);
-    }
-    if (parser->tokenLength == 1 && std::strchr("\"'=<", *parser->token) != nullptr) {
-      return NEB_XML_ERR_SYNTAX;
-    }
-  }
-}
-
-}  // namespace
-
-uint32_t Parser_processAttribute(XmlParser *parser) {
-  parser->lastAttribute = nullptr;
-  const uint32_t result = readAttributes(parser);
+uint32_t Parser_readTagRest(XmlParser *parser, bool isBehindName) {
+  if (isBehindName) parser->lastAttribute = nullptr;
+  const uint32_t result = readTagRest(parser, isBehindName);
   parser->attributes.clear();
   return result;
 }

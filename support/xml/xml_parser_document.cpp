@@ -5,6 +5,7 @@
 #include "platform/os_adapter.h"
 #include "xml_dom_nodes.h"
 #include "xml_parser.h"
+#include "xml_parser_plain.h"
 #include "xml_parser_tokens.h"
 
 namespace {
@@ -53,22 +54,6 @@ bool skipProlog(XmlParser *parser) {
          Parser_skipMisc(parser) && *parser->cursor != '\0';
 }
 
-void linkPending(XmlParser *parser) {
-  XmlNode *node = parser->pending;
-  XmlNode *current = parser->current;
-  if (current == nullptr) return;
-  if (parser->isCurrentOpen) {
-    node->parent = current;
-    current->firstChild = node;
-    current->lastChild = node;
-    return;
-  }
-  node->parent = current->parent;
-  node->prev = current;
-  current->next = node;
-  if (current->parent != nullptr) current->parent->lastChild = node;
-}
-
 bool readElementName(XmlParser *parser) {
   if (!readToken(parser)) return false;
   char *name = nullptr;
@@ -81,19 +66,9 @@ bool readElementName(XmlParser *parser) {
 
 bool parseStartTag(XmlParser *parser) {
   if (parser->pending == nullptr || !readElementName(parser)) return false;
-  if (!readToken(parser)) return false;
-  const bool isEmptyElement = isToken(parser, kEmptyTagEnd);
-  if (isEmptyElement && Parser_splitName(parser, parser->pending) != NEB_XML_OK) return false;
-  linkPending(parser);
-  parser->current = parser->pending;
-  parser->pending = nullptr;
-  parser->isCurrentOpen = !isEmptyElement;
-  if (isEmptyElement) {
-    parser->state = PARSE_STATE_BETWEEN;
-  } else {
-    parser->state = isToken(parser, kTagEnd) ? PARSE_STATE_CONTENT : PARSE_STATE_ATTRS;
-  }
-  return true;
+  Parser_linkPending(parser);
+  parser->isCurrentOpen = true;
+  return Parser_readTagRest(parser, true) == NEB_XML_OK;
 }
 
 // Reads the name of an end tag, which must be the whole name of current, and closes current.
@@ -137,6 +112,8 @@ bool parseEndTag(XmlParser *parser) {
     if (!storeBlankValue(parser, endTag)) return false;
   }
   parser->current->valueOwned = 1;
+  // Here comments may follow white space; behind a text they may not.
+  parser->cursor = skipWhitespace(parser->cursor);
   return readTagEnd(parser);
 }
 
@@ -174,9 +151,8 @@ bool parseToken(XmlParser *parser) {
   return parseText(parser);
 }
 
-// One tag, text or run of attributes. At the end of the text there may be nothing to parse.
+// One tag or text. At the end of the text there may be nothing to parse.
 bool parseNext(XmlParser *parser) {
-  if (parser->state == PARSE_STATE_ATTRS) return Parser_processAttribute(parser) == NEB_XML_OK;
   parser->cursor = skipWhitespace(parser->cursor);
   if (Parser_getNextToken(parser) == TokenRead::none) return *parser->cursor == '\0';
   return parseToken(parser);
@@ -184,23 +160,45 @@ bool parseNext(XmlParser *parser) {
 
 // False when the text is malformed, memory runs out, or the element started last is not closed.
 bool parseElements(XmlParser *parser) {
+  MarkupMap map(parser->cursor);
   for (;;) {
+    if (Parser_parsePlain(parser, &map) == PlainResult::failed) return false;
     if (!parseNext(parser)) return false;
     if (*parser->cursor == '\0') return !parser->isCurrentOpen;
-    if (parser->state == PARSE_STATE_ATTRS || parser->pending != nullptr) continue;
+    if (parser->pending != nullptr) continue;
     parser->pending = makeNode(parser->storage, NEB_XML_NODE_ELEMENT);
     if (parser->pending == nullptr) return false;
   }
 }
 
 uint32_t abandon(XmlNode *document, XmlParser *parser) {
-  if (parser->pending == document) parser->pending = nullptr;
+  XmlNode *pending = parser->pending;
+  parser->pending = nullptr;
   XML_FreeNode(document);
+  if (pending != document && parser->sessionId == 0) XML_FreeSingleNode(pending);
   Parser_freeRecord(parser);
   return NEB_XML_ERR_SYNTAX;
 }
 
 }  // namespace
+
+void Parser_linkPending(XmlParser *parser) {
+  XmlNode *node = parser->pending;
+  XmlNode *current = parser->current;
+  parser->pending = nullptr;
+  parser->current = node;
+  if (current == nullptr) return;
+  if (parser->isCurrentOpen) {
+    node->parent = current;
+    current->firstChild = node;
+    current->lastChild = node;
+    return;
+  }
+  node->parent = current->parent;
+  node->prev = current;
+  current->next = node;
+  if (current->parent != nullptr) current->parent->lastChild = node;
+}
 
 uint32_t Parser_splitName(XmlParser *parser, XmlNode *element) {
   char *name = element->name;
