@@ -45,8 +45,9 @@
  *   with the document; taken out again, it remains the caller's, and may be released before or
  *   after the document. Its texts are to be read only while the document lives, since some may
  *   have become the session's. What such a node gives up while it stands in the document is kept
- *   until the session ends. A node carved from a session, or one that has lived in a session's
- *   tree, is not accepted into a tree of another session or of none.
+ *   until the session ends; only when memory is too short to note it does it go back at once. A
+ *   node carved from a session, or one that has lived in a session's tree, is not accepted into a
+ *   tree of another session or of none.
  *
  * Threads
  *
@@ -250,7 +251,8 @@ NEB_XML_API uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const ch
  * session stays part of that session and ends with it.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for null, for a node that is already detached and
- * for an attribute (see NEB_XML_RemoveAttr).
+ * for an attribute (see NEB_XML_RemoveAttr). Cost: constant; for a node made through the hooks its
+ * depth, and when it leaves the tree of a session its subtree, all of which has then lived there.
  */
 NEB_XML_API uint32_t NEB_XML_RemoveNode(XmlNode *node);
 
@@ -720,7 +722,11 @@ NEB_XML_API XmlNode *XML_NewNode(uint32_t session, uint32_t type);
 NEB_XML_API uint32_t XML_SetNode(XmlNode *owner, XmlNode *node, const char *prefix,
                                  const char *name, const char *value);
 
-/** Releases a node's strings and record, and no other node; links to it are the caller's. */
+/**
+ * Releases a node's strings and record, and no other node. Nothing happens in the tree of a
+ * session, with which all goes. Links to the node, and its children and attributes, are the
+ * caller's.
+ */
 NEB_XML_API void XML_FreeSingleNode(XmlNode *node);
 
 /** As XML_FreeSingleNode, for a detached attribute made through the hooks; others are left. */
@@ -728,7 +734,8 @@ NEB_XML_API void XML_FreeSingleAttrNode(XmlNode *attribute);
 
 /**
  * Releases a node with its attributes and subtree, and every sibling after it, up to the first
- * document that owns a session, which ends that session. Links to the node are the caller's.
+ * document that owns a session, which ends that session. Nothing else happens in the tree of a
+ * session, with which all goes. Links to the node are the caller's.
  */
 NEB_XML_API void XML_FreeNode(XmlNode *node);
 

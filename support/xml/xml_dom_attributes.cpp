@@ -153,7 +153,7 @@ uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNode *element) {
     return NEB_XML_ERR_ALREADY_EXISTS;
   }
   if (!tieChild(attribute, element)) return NEB_XML_ERR_NO_MEMORY;
-  settleIn(element, Storage(attribute->sessionId));
+  settleIn(element, isOfHook(attribute) ? uint32_t{attribute->livedIn} : attribute->sessionId);
   appendAttribute(attribute, element);
   return NEB_XML_OK;
 }
@@ -185,6 +185,10 @@ uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, const char *na
   unlinkAttribute(attribute, element);
   attribute->parent = nullptr;
   attribute->next = nullptr;
-  releaseSingle(attribute, storage);
+  if (storage.isHook()) {
+    releaseSingle(attribute, storage);
+  } else if (isOfHook(attribute)) {
+    keepAttribute(*storage.session(), attribute);
+  }
   return NEB_XML_OK;
 }

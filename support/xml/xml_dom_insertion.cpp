@@ -63,9 +63,6 @@ void link(XmlNode *parent, XmlNode *before, XmlNode *after, XmlNode *node) {
 uint32_t insert(XmlNode *topmost, XmlNode *parent, XmlNode *before, XmlNode *after, XmlNode *node) {
   if (!tieChild(node, parent)) return NEB_XML_ERR_INVALID_PARAM;
   link(parent, before, after, node);
-  const Storage storage = Storage::ofTopmost(topmost);
-  settleIn(node, storage);
-  settleIn(parent, storage);
   internName(node, topmost);
   return NEB_XML_OK;
 }

@@ -32,7 +32,6 @@ void internName(XmlNode *node, XmlNode *topmost) {
   char *slot = slotFor(topmost, node->name);
   if (slot == nullptr) return;
   const Storage storage = Storage::ofTopmost(topmost);
-  settleIn(node, storage);
   dropString(node, StringField::name, storage);
   node->name = slot;
   node->nameOwned = 0;

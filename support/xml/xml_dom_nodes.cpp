@@ -52,7 +52,7 @@ void replaceString(const Storage &storage, XmlNode *node, StringField field, cha
 }
 
 void storeCopies(const Storage &storage, XmlNode *node, const StringCopies &copies) {
-  settleIn(node, storage);
+  settleIn(node, storage.handle());
   replaceString(storage, node, StringField::name, copies.name);
   replaceString(storage, node, StringField::prefix, copies.prefix);
   replaceString(storage, node, StringField::value, copies.value);
@@ -166,12 +166,19 @@ uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name, co
 
 uint32_t NEB_XML_RemoveNode(XmlNode *node) {
   if (node == nullptr || isAttribute(node) || isDetached(node)) return NEB_XML_ERR_INVALID_PARAM;
+  if (isOfHook(node)) settleTreeIn(node, Storage::of(node).handle());
   unlinkNode(node);
   return NEB_XML_OK;
 }
 
 void XML_FreeSingleNode(XmlNode *node) {
-  if (node != nullptr) releaseSingle(node, Storage::of(node));
+  if (node == nullptr) return;
+  const Storage storage = Storage::of(node);
+  if (storage.isHook() && isOfHook(node)) {
+    XmlMemSession *session = findSession(node->livedIn);
+    if (session != nullptr) forgetParent(*session, node);
+  }
+  releaseSingle(node, storage);
 }
 
 void XML_FreeSingleAttrNode(XmlNode *attribute) {

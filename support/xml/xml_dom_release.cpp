@@ -45,8 +45,8 @@ bool isStringOfHook(const XmlNode *node, StringField field) {
   return isOfHook(node) != isElsewhere;
 }
 
-// A released record of a session stays where it is. It must not be found through its links again,
-// nor lead to what is gone, when its session settles its ties.
+// A released record of a session stays where it is, though what it hung together with is gone. Its
+// session must not be led there when it settles its ties.
 void severLinks(XmlNode *node) {
   node->parent = nullptr;
   node->next = nullptr;
@@ -70,11 +70,6 @@ void releaseAttributes(XmlNode *element, const Storage &storage) {
     releaseAndSever(attribute, storage);
     attribute = next;
   }
-}
-
-// True when nothing in the tree can have come from anywhere but its session.
-bool isAllOfSession(const Storage &storage) {
-  return storage.session() != nullptr && storage.session()->ties == nullptr;
 }
 
 }  // namespace
@@ -108,14 +103,15 @@ void dropString(XmlNode *node, StringField field, const Storage &storage) {
   const bool goesBack = text != nullptr && ownsString(node, field) && isStringOfHook(node, field);
   pointField(node, field, nullptr);
   node->marks &= static_cast<uint8_t>(~elsewhereMark(field));
-  if (goesBack) storage.giveUpHookPiece(text);
+  if (goesBack) storage.giveUpHookText(text);
 }
 
 void releaseSingle(XmlNode *node, const Storage &storage) {
+  if (!storage.isHook()) return;
   dropString(node, StringField::name, storage);
   dropString(node, StringField::value, storage);
   dropString(node, StringField::prefix, storage);
-  if (isOfHook(node)) storage.giveUpHookPiece(node);
+  if (isOfHook(node)) g_fnXMLFree(node);
 }
 
 void releaseChain(XmlNode *node, const Storage &storage) {
@@ -125,7 +121,7 @@ void releaseChain(XmlNode *node, const Storage &storage) {
       XML_MemSessionEnd(node->sessionId);
       return;
     }
-    if (depth == 0 && isAllOfSession(storage)) return;
+    if (!storage.isHook()) return;
     if (!isAttribute(node)) {
       releaseAttributes(node, storage);
       if (node->firstChild != nullptr) {

@@ -15,11 +15,12 @@ void putString(XmlNode *node, StringField field, char *copy, bool copyIsOfHook);
 // Gives up a string if the node owns it, and makes the field null. The ownership flag stays.
 void dropString(XmlNode *node, StringField field, const Storage &storage);
 
-// Gives up a node's strings and then its record.
+// Releases a node's strings and then its record; in the tree of a session nothing.
 void releaseSingle(XmlNode *node, const Storage &storage);
 
-// Gives up a node with its attributes and subtree, and every sibling after it, up to the first
-// document that owns a session, which ends the session. Constant stack.
+// Releases a node with its attributes and subtree, and every sibling after it, up to the first
+// document that owns a session, which ends the session. In the tree of a session nothing else is
+// released, not even what comes from the hooks: it goes with the session. Constant stack.
 void releaseChain(XmlNode *node, const Storage &storage);
 
 // Takes a node that is no attribute from its parent and siblings.

@@ -84,7 +84,7 @@ uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
   const bool needsTie = storage.isHook() && !isOfHook(node);
   char *copy = needsTie && !tieRecord(node) ? nullptr : storage.copyText(text, std::strlen(text));
   if (copy == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  settleIn(node, storage);
+  settleIn(node, storage.handle());
   putString(node, StringField::value, copy, storage.isHook());
   return NEB_XML_OK;
 }

@@ -100,7 +100,7 @@ uint32_t XML_MemSessionEnd(uint32_t handle) {
   XmlMemSession *session = findSession(handle);
   if (session == nullptr) return 0;
   settleTies(*session);
-  releaseKeptPieces(*session);
+  releaseKept(*session);
   XmlMemBlock *firstBlock = session->firstBlock;
   closePlace(*session);
   releaseBlocks(firstBlock);

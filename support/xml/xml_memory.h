@@ -24,7 +24,7 @@ static_assert(sizeof(XmlMemBlock) == 24);
 
 struct BlockIndex;
 struct Tie;
-struct KeptPiece;
+struct KeptText;
 
 constexpr int32_t kDocumentSessionSize = 8192;
 constexpr size_t kCacheLine = 64;
@@ -35,13 +35,13 @@ struct XmlMemSession {
   uint32_t blockCount;
   XmlMemBlock *firstBlock;
   XmlMemBlock *lastBlock;
-  BlockIndex *newestTree;  // see xml_memory_index.h
-  int32_t widestEarlier;   // the most room in any block but the last
-  uint8_t tableLevel;      // see xml_memory_table.h
-  bool hasDocument;        // a document has been made that will end the session
-  Tie *ties;               // records of the session that hang together with other storage
-  KeptPiece *kept;         // pieces of the hook that go back when the session ends
-  uint8_t unused[8];
+  BlockIndex *newestTree;   // see xml_memory_index.h
+  int32_t widestEarlier;    // the most room in any block but the last
+  uint8_t tableLevel;       // see xml_memory_table.h
+  bool hasDocument;         // a document has been made that will end the session
+  Tie *ties;                // records of the session that hang together with other storage
+  KeptText *keptTexts;      // texts of the hook that go back when the session ends
+  XmlNode *keptAttributes;  // likewise, a list through next
 };
 
 static_assert(sizeof(XmlMemSession) == kCacheLine);
@@ -93,9 +93,9 @@ class Storage {
     if (isHook()) g_fnXMLFree(piece);
   }
 
-  // For a piece of the hook that a node of this storage's tree gives up. A session keeps it until
+  // For a text of the hook that a node of this storage's tree gives up. A session keeps it until
   // it ends, so that nothing reaches the free hook while its document lives.
-  void giveUpHookPiece(void *piece) const;
+  void giveUpHookText(char *text) const;
 
  private:
   uint32_t handle_ = 0;
@@ -113,9 +113,18 @@ class Storage {
 // Notes what must be noted before child is linked below parent (or an attribute to its element).
 [[nodiscard]] bool tieChild(XmlNode *child, XmlNode *parent);
 
-// Marks a node of the hook, and those above it, as living in a session's tree. No effect on
-// records of a session, or with the hooks as storage.
-void settleIn(XmlNode *node, const Storage &storage);
+// Marks a node of the hook, and those above it, as holding something of a session. No effect on
+// records of a session, or with handle 0.
+void settleIn(XmlNode *node, uint32_t handle);
+
+// Marks all nodes of the hook in a tree that leaves the tree of a session.
+void settleTreeIn(XmlNode *top, uint32_t handle);
+
+// Keeps a removed attribute of the hook until the session ends.
+void keepAttribute(XmlMemSession &session, XmlNode *attribute);
+
+// Makes the session's records forget a node of the hook above them that is about to go alone.
+void forgetParent(XmlMemSession &session, const XmlNode *parent);
 
 void settleTies(XmlMemSession &session);
-void releaseKeptPieces(XmlMemSession &session);
+void releaseKept(XmlMemSession &session);

@@ -6,6 +6,12 @@
 #include "platform/bounded_memory.h"
 #include "xml_node.h"
 
+static_assert(offsetof(XmlMemBuf, data) == 0);
+static_assert(offsetof(XmlMemBuf, length) == 8);
+static_assert(offsetof(XmlMemBuf, capacity) == 12);
+static_assert(offsetof(XmlMemBuf, growStep) == 16);
+static_assert(sizeof(XmlMemBuf) == 24);
+
 namespace {
 
 constexpr uint32_t kGrowStep = 1024;

@@ -40,7 +40,7 @@ void refreshWidestEarlier(XmlMemSession &session) {
     block = block->nextBlock;
   }
   for (const BlockIndex *tree = session.newestTree; tree != nullptr; tree = tree->previousTree) {
-    widest = std::max(widest, tree->widest);
+    widest = std::max(widest, widestOf(tree));
   }
   session.widestEarlier = widest;
 }
@@ -55,7 +55,7 @@ void addToTrees(XmlMemSession &session, XmlMemBlock *block) {
     place->older = second;
     place->newer = newest;
     place->blocks += second->blocks + newest->blocks;
-    place->widest = std::max(second->widest, newest->widest);
+    place->widest = std::max(widestOf(second), widestOf(newest));
     place->previousTree = second->previousTree;
     second->root = place;
     newest->root = place;

@@ -19,6 +19,7 @@ constinit Level g_levels[kLevels] = {};  // the first entry stays unused
 constinit std::atomic<unsigned> g_levelsEnd{1};
 constinit std::atomic<uint32_t> g_lastHandle{0};
 constinit std::atomic_flag g_levelsBusy;
+constinit uint32_t g_openInLevels = 0;  // guarded by g_levelsBusy
 
 // Held for a few steps only, by programs with many sessions open at once.
 class LevelsLock {
@@ -33,7 +34,8 @@ class LevelsLock {
 
 uint32_t nextHandle() {
   uint32_t handle = 0;
-  while (handle == 0) handle = g_lastHandle.fetch_add(1, std::memory_order_relaxed) + 1;
+  while (handle == 0 || handle == kSeveralSessions)
+    handle = g_lastHandle.fetch_add(1, std::memory_order_relaxed) + 1;
   return handle;
 }
 
@@ -78,6 +80,7 @@ XmlMemSession *openInLevel(unsigned level, uint32_t handle) {
   if (!claim(place, handle)) return nullptr;
   place.tableLevel = static_cast<uint8_t>(level);
   ++g_levels[level].open;
+  ++g_openInLevels;
   return &place;
 }
 
@@ -113,6 +116,18 @@ void giveBackLevel(Level &shelf) {
   XML_Free(nullptr, places);
 }
 
+// Gives empty levels back, but for one while other levels are in use, lest a program that opens and
+// ends sessions at the edge of a level should have it made and given back each time.
+void giveBackEmptyLevels() {
+  bool keepsOne = g_openInLevels > 0;
+  for (unsigned level = 1; level < kLevels; ++level) {
+    Level &shelf = g_levels[level];
+    if (shelf.places.load() == nullptr || shelf.open > 0) continue;
+    if (!keepsOne) giveBackLevel(shelf);
+    keepsOne = false;
+  }
+}
+
 }  // namespace
 
 XmlMemSession *findSession(uint32_t handle) {
@@ -143,12 +158,14 @@ void closePlace(XmlMemSession &session) {
   session.tableLevel = 0;
   session.hasDocument = false;
   session.ties = nullptr;
-  session.kept = nullptr;
+  session.keptTexts = nullptr;
+  session.keptAttributes = nullptr;
   if (level == 0) {
     session.handle.store(0, std::memory_order_release);
     return;
   }
   const LevelsLock lock;
   session.handle.store(0, std::memory_order_release);
-  if (--g_levels[level].open == 0) giveBackLevel(g_levels[level]);
+  --g_openInLevels;
+  if (--g_levels[level].open == 0) giveBackEmptyLevels();
 }

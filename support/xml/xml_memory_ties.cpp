@@ -10,9 +10,9 @@ struct Tie {
   XmlNode *record;
 };
 
-struct KeptPiece {
-  KeptPiece *next;
-  void *piece;
+struct KeptText {
+  KeptText *next;
+  char *text;
 };
 #pragma pack(pop)
 
@@ -82,6 +82,11 @@ void releaseWhatHangsFrom(XmlNode *record, uint32_t session) {
   releaseChildrenOfHook(record);
 }
 
+void markResident(XmlNode *node, uint32_t handle) {
+  if (node->livedIn == handle) return;
+  node->livedIn = node->livedIn == 0 ? handle : kSeveralSessions;
+}
+
 }  // namespace
 
 bool tieRecord(XmlNode *record) {
@@ -103,11 +108,35 @@ bool tieChild(XmlNode *child, XmlNode *parent) {
   return isOfHook(parent) || tieRecord(parent);
 }
 
-void settleIn(XmlNode *node, const Storage &storage) {
-  if (storage.isHook()) return;
-  while (node != nullptr && isOfHook(node) && node->livedIn != storage.handle()) {
-    node->livedIn = storage.handle();
-    node = node->parent;
+void settleIn(XmlNode *node, uint32_t handle) {
+  if (handle == 0) return;
+  for (; node != nullptr && isOfHook(node) && node->livedIn != handle; node = node->parent) {
+    markResident(node, handle);
+  }
+}
+
+void settleTreeIn(XmlNode *top, uint32_t handle) {
+  if (handle == 0) return;
+  XmlNode *node = top;
+  while (node != nullptr) {
+    if (isOfHook(node)) markResident(node, handle);
+    if (node->firstChild != nullptr) {
+      node = node->firstChild;
+      continue;
+    }
+    while (node != top && node->next == nullptr) node = node->parent;
+    if (node == top) return;
+    node = node->next;
+  }
+}
+
+void forgetParent(XmlMemSession &session, const XmlNode *parent) {
+  for (Tie *tie = session.ties; tie != nullptr; tie = tie->next) {
+    XmlNode *record = tie->record;
+    if (record->parent != parent) continue;
+    record->parent = nullptr;
+    record->next = nullptr;
+    if (!isAttribute(record)) record->prev = nullptr;
   }
 }
 
@@ -121,25 +150,34 @@ void settleTies(XmlMemSession &session) {
   }
 }
 
-void Storage::giveUpHookPiece(void *piece) const {
+void keepAttribute(XmlMemSession &session, XmlNode *attribute) {
+  attribute->next = session.keptAttributes;
+  session.keptAttributes = attribute;
+}
+
+void Storage::giveUpHookText(char *text) const {
   if (isHook()) {
-    g_fnXMLFree(piece);
+    g_fnXMLFree(text);
     return;
   }
   if (session_ == nullptr) return;
-  auto *note = static_cast<KeptPiece *>(carve(*session_, sizeof(KeptPiece)));
+  auto *note = static_cast<KeptText *>(carve(*session_, sizeof(KeptText)));
   if (note == nullptr) {
-    g_fnXMLFree(piece);  // out of memory: better early than lost
+    g_fnXMLFree(text);  // out of memory: better early than lost
     return;
   }
-  note->piece = piece;
-  note->next = session_->kept;
-  session_->kept = note;
+  note->text = text;
+  note->next = session_->keptTexts;
+  session_->keptTexts = note;
 }
 
-void releaseKeptPieces(XmlMemSession &session) {
-  for (KeptPiece *note = session.kept; note != nullptr; note = note->next) {
-    g_fnXMLFree(note->piece);
+void releaseKept(XmlMemSession &session) {
+  for (KeptText *note = session.keptTexts; note != nullptr; note = note->next) {
+    g_fnXMLFree(note->text);
   }
-  session.kept = nullptr;
+  for (XmlNode *attribute = session.keptAttributes; attribute != nullptr;) {
+    XmlNode *next = attribute->next;
+    releaseSingle(attribute, Storage());
+    attribute = next;
+  }
 }

@@ -290,6 +290,6 @@ uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *path) {
   if (result != NEB_XML_OK) return result;
   const platform::WriteOutcome outcome =
       platform::writeWholeFile(path, text != nullptr ? text : "", length);
-  g_fnXMLFree(text);
+  XML_Free(nullptr, text);
   return resultOf(outcome);
 }
