@@ -36,7 +36,34 @@ uint32_t Parser_parseDocument(XmlNode **outDoc, XmlParser *parser);
 void Parser_freeRecord(XmlParser *parser);
 
 // Makes the pending node current, as the first child or the next sibling of the one before.
-void Parser_linkPending(XmlParser *parser);
+inline void Parser_linkPending(XmlParser *parser) {
+  XmlNode *node = parser->pending;
+  XmlNode *current = parser->current;
+  parser->pending = nullptr;
+  parser->current = node;
+  if (current == nullptr) return;
+  if (parser->isCurrentOpen) {
+    node->parent = current;
+    current->firstChild = node;
+    current->lastChild = node;
+    return;
+  }
+  node->parent = current->parent;
+  node->prev = current;
+  current->next = node;
+  if (current->parent != nullptr) current->parent->lastChild = node;
+}
+
+// Attaches an attribute to current behind the others.
+inline void Parser_linkAttribute(XmlParser *parser, XmlNode *attribute) {
+  attribute->parent = parser->current;
+  if (parser->lastAttribute == nullptr) {
+    parser->current->firstAttr = attribute;
+  } else {
+    parser->lastAttribute->next = attribute;
+  }
+  parser->lastAttribute = attribute;
+}
 
 // Reads the rest of the start tag of current, up to its ">" or "/>", from behind the element's
 // name or from behind the value of an attribute.

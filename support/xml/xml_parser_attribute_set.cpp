@@ -8,12 +8,11 @@
 
 namespace {
 
-constexpr size_t kComparedAttributes = 24;
 constexpr size_t kFirstPlaces = 128;
 
 bool sameString(const char *a, const char *b) {
   if (a == nullptr || b == nullptr) return a == b;
-  return std::strcmp(a, b) == 0;
+  return *a == *b && std::strcmp(a, b) == 0;
 }
 
 bool sameAttribute(const XmlNode *a, const XmlNode *b) {
@@ -77,11 +76,10 @@ uint64_t addressOf(const void *place) { return reinterpret_cast<uintptr_t>(place
 
 }  // namespace
 
-void AttributeSet::clear() {
+void AttributeSet::releaseTable() {
   XML_Free(nullptr, table_);
   table_ = nullptr;
   places_ = 0;
-  count_ = 0;
 }
 
 uint32_t AttributeSet::add(const XmlNode *firstAttribute, XmlNode *attribute) {

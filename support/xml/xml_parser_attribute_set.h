@@ -12,13 +12,22 @@
 class AttributeSet {
  public:
   // Forgets the attributes and begins with an element's next tag. Keeps no table.
-  void clear();
+  void clear() {
+    count_ = 0;
+    if (table_ != nullptr) releaseTable();
+  }
 
   // Adds a new last attribute of an element that has none of the same prefix and name.
   // Returns NEB_XML_OK, NEB_XML_ERR_ALREADY_EXISTS or NEB_XML_ERR_NO_MEMORY.
   uint32_t add(const XmlNode *firstAttribute, XmlNode *attribute);
 
+  // Attributes so far. Up to kComparedAttributes a caller may compare for itself and only count.
+  size_t count() const { return count_; }
+  void countUnlike() { ++count_; }
+  static constexpr size_t kComparedAttributes = 24;
+
  private:
+  void releaseTable();
   bool grow();
   XmlNode **placeOf(const XmlNode *attribute) const;
   uint64_t hashOf(const XmlNode *attribute) const;

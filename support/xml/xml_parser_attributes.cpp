@@ -87,17 +87,9 @@ uint32_t readTagRest(XmlParser *parser, bool isBehindName) {
 }  // namespace
 
 uint32_t Parser_appendAttribute(XmlParser *parser, XmlNode *attribute) {
-  XmlNode *element = parser->current;
-  const uint32_t result = parser->attributes.add(element->firstAttr, attribute);
-  if (result != NEB_XML_OK) return result;
-  attribute->parent = element;
-  if (parser->lastAttribute == nullptr) {
-    element->firstAttr = attribute;
-  } else {
-    parser->lastAttribute->next = attribute;
-  }
-  parser->lastAttribute = attribute;
-  return NEB_XML_OK;
+  const uint32_t result = parser->attributes.add(parser->current->firstAttr, attribute);
+  if (result == NEB_XML_OK) Parser_linkAttribute(parser, attribute);
+  return result;
 }
 
 uint32_t Parser_readTagRest(XmlParser *parser, bool isBehindName) {

@@ -182,24 +182,6 @@ uint32_t abandon(XmlNode *document, XmlParser *parser) {
 
 }  // namespace
 
-void Parser_linkPending(XmlParser *parser) {
-  XmlNode *node = parser->pending;
-  XmlNode *current = parser->current;
-  parser->pending = nullptr;
-  parser->current = node;
-  if (current == nullptr) return;
-  if (parser->isCurrentOpen) {
-    node->parent = current;
-    current->firstChild = node;
-    current->lastChild = node;
-    return;
-  }
-  node->parent = current->parent;
-  node->prev = current;
-  current->next = node;
-  if (current->parent != nullptr) current->parent->lastChild = node;
-}
-
 uint32_t Parser_splitName(XmlParser *parser, XmlNode *element) {
   char *name = element->name;
   char *colon = std::strchr(name, ':');

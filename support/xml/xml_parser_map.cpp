@@ -57,7 +57,7 @@ void mapByByte(const char *text, size_t words, size_t firstWord, MarkupMap::Word
       bits[MarkupMap::kTextEnds] |= uint64_t{(byteClass & kOfTextEnds) != 0} << i;
       bits[MarkupMap::kNonBlanks] |= uint64_t{(byteClass & kOfBlanks) == 0} << i;
     }
-    for (size_t kind = 0; kind < MarkupMap::kKinds; ++kind) maps[kind][word] = bits[kind];
+    for (size_t kind = 0; kind < MarkupMap::kKinds; ++kind) maps[word][kind] = bits[kind];
   }
 }
 
@@ -120,7 +120,7 @@ __attribute__((target("avx2"))) void mapByVector(const char *text, size_t words,
       bits[MarkupMap::kTextEnds] |= uint64_t{~bitsWithout(classes, kOfTextEnds)} << shift;
       bits[MarkupMap::kNonBlanks] |= uint64_t{bitsWithout(classes, kOfBlanks)} << shift;
     }
-    for (size_t kind = 0; kind < MarkupMap::kKinds; ++kind) maps[kind][word] = bits[kind];
+    for (size_t kind = 0; kind < MarkupMap::kKinds; ++kind) maps[word][kind] = bits[kind];
   }
 }
 
@@ -151,9 +151,9 @@ MarkupMap::Mapper MarkupMap::vectorMapper() {
 
 void MarkupMap::use(Mapper mapper) { g_mapper.store(mapper, std::memory_order_relaxed); }
 
-MarkupMap::MarkupMap(const char *text) : stretch_(text), textEnd_(text + std::strlen(text)) {}
+MarkupMap::MarkupMap(const char *text) : textEnd_(text + std::strlen(text)) { mapStretch(text); }
 
-size_t MarkupMap::mapStretch(const char *from) {
+void MarkupMap::mapStretch(const char *from) {
   const auto left = static_cast<size_t>(textEnd_ - from);
   const size_t wholeWords = left / kWordBits < kWords ? left / kWordBits : kWords;
   const Mapper mapper = g_mapper.load(std::memory_order_relaxed);
@@ -168,5 +168,28 @@ size_t MarkupMap::mapStretch(const char *from) {
   }
   stretch_ = from;
   mapped_ = words * kWordBits;
-  return 0;
+  block_ = from;
+  blockMaps_ = maps_[0];
+}
+
+void MarkupMap::goTo(const char *place) {
+  const auto offset = static_cast<size_t>(place - stretch_);
+  if (offset >= mapped_) {
+    mapStretch(place);
+    return;
+  }
+  const size_t word = offset / kWordBits;
+  block_ = stretch_ + word * kWordBits;
+  blockMaps_ = maps_[word];
+}
+
+const char *MarkupMap::nextInLaterBlock(Kind kind, const char *from) {
+  // It may still be the block at hand, with nothing behind the byte asked for.
+  if (static_cast<size_t>(from - block_) < kWordBits) from = block_ + kWordBits;
+  for (;;) {
+    goTo(from);
+    const uint64_t bits = blockMaps_[kind] >> (from - block_);
+    if (bits != 0) return from + std::countr_zero(bits);
+    from = block_ + kWordBits;
+  }
 }

@@ -30,7 +30,7 @@ class MarkupMap {
   enum Kind { kNameEnds, kValueEnds, kTextEnds, kNonBlanks, kKinds };
   static constexpr size_t kWordBits = 64;
   static constexpr size_t kWords = 64;
-  using Words = uint64_t[kKinds][kWords];
+  using Words = uint64_t[kWords][kKinds];
 
   // Maps whole words of text; there is one for machines with wide vectors and one for all others.
   using Mapper = void (*)(const char *text, size_t words, size_t firstWord, Words &maps);
@@ -39,21 +39,27 @@ class MarkupMap {
   static void use(Mapper mapper);  // instead of the best; not while other threads parse
 
  private:
+  // The map of the block at hand is read from a place that does not depend on the byte asked for:
+  // one search need not wait for the one before to know its address.
   const char *next(Kind kind, const char *from) {
-    auto offset = static_cast<size_t>(from - stretch_);
-    for (;;) {
-      if (offset >= mapped_) offset = mapStretch(stretch_ + offset);
-      const uint64_t bits = maps_[kind][offset / kWordBits] >> (offset % kWordBits);
-      if (bits != 0) return stretch_ + offset + std::countr_zero(bits);
-      offset = (offset | (kWordBits - 1)) + 1;
+    const auto offset = static_cast<size_t>(from - block_);
+    if (offset < kWordBits) {
+      const uint64_t bits = blockMaps_[kind] >> offset;
+      if (bits != 0) return from + std::countr_zero(bits);
     }
+    return nextInLaterBlock(kind, from);
   }
 
-  // Begins a new stretch and returns the offset of its first byte.
-  size_t mapStretch(const char *from);
+  const char *nextInLaterBlock(Kind kind, const char *from);
+
+  // Makes the block at hand the one that holds a byte.
+  void goTo(const char *place);
+  void mapStretch(const char *from);
 
   const char *stretch_;
   size_t mapped_ = 0;  // bytes from the beginning of the stretch
+  const char *block_;
+  const uint64_t *blockMaps_;
   const char *textEnd_;
   Words maps_;
 };

@@ -1,5 +1,7 @@
 #include "xml_parser_plain.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "xml_parser_pieces.h"
@@ -51,8 +53,7 @@ class PlainParser {
     return parser_.pending != nullptr;
   }
 
-  // The name that begins here; of length 0 where none does. One that ends in "--" or "]]" is odd,
-  // since before '>' its end would be markup.
+  // The name that begins here; of length 0 where none does.
   Name readName(const char *text) {
     const char *end = map_.nextNameEnd(text);
     const char *colon = nullptr;
@@ -60,11 +61,14 @@ class PlainParser {
       colon = end;
       while (*end == ':') end = map_.nextNameEnd(end + 1);
     }
-    const auto length = static_cast<size_t>(end - text);
-    if (length >= 2 && end[-1] == end[-2] && (end[-1] == '-' || end[-1] == ']')) {
-      return {text, 0, nullptr};
-    }
-    return {text, length, colon};
+    return {text, static_cast<size_t>(end - text), colon};
+  }
+
+  // One that ends in "--" or "]]" is odd, since before '>' its end would be markup.
+  static bool isOrdinaryTagName(const Name &name) {
+    if (!isOrdinary(name)) return false;
+    const char *end = name.text + name.length;
+    return name.length < 2 || end[-1] != end[-2] || (end[-1] != '-' && end[-1] != ']');
   }
 
   static bool isOrdinary(const Name &name) {
@@ -76,7 +80,7 @@ class PlainParser {
   Step takeStartTag() {
     if (parser_.pending == nullptr || place_[1] == '!' || place_[1] == '?') return Step::left;
     const Name name = readName(place_ + 1);
-    if (!isOrdinary(name)) return Step::left;
+    if (!isOrdinaryTagName(name)) return Step::left;
     const char *end = name.text + name.length;
     const bool isEmptyElement = *end == '/' && end[1] == '>';
     if (*end != '>' && !isEmptyElement && !isWhitespace(*end)) return Step::left;
@@ -124,6 +128,7 @@ class PlainParser {
 
   Step takeAttributes(const char *place) {
     parser_.lastAttribute = nullptr;
+    attributeBits_ = 0;
     bool isFirst = true;
     for (;;) {
       const char *token = map_.nextNonBlank(place);
@@ -172,9 +177,41 @@ class PlainParser {
       isPlain = isPlain && *close != '&' && *close != '<';
       close = map_.nextValueEnd(close + 1);
     }
-    const bool isAdded = addAttribute(name, value, static_cast<size_t>(close - value), isPlain);
     *place = close + 1;
-    return isAdded ? Step::taken : Step::failed;
+    const auto length = static_cast<size_t>(close - value);
+    if constexpr (Pieces::kLieTogether) {
+      if (isPlain && addAttributeTogether(name, value, length)) return Step::taken;
+    }
+    return addAttribute(name, value, length, isPlain) ? Step::taken : Step::failed;
+  }
+
+  // The common case in one go: a short name without prefix, a short value, not seen before, and the
+  // three pieces from one block. Else false and nothing is done.
+  bool addAttributeTogether(const Name &name, const char *value, size_t length) {
+    if (name.colon != nullptr || name.length >= kTwoWide || length - 1 >= kWidestRun - 1) {
+      return false;
+    }
+    if (!pieces_.allowsWideReads(value + length)) return false;
+    const uint64_t key = keyOf(name);
+    if (mayRepeat(key)) return false;
+    const size_t nameSize = name.length + 1;
+    const size_t valueSize = length + 1;
+    const size_t total = kAttributeRecordSize + nameSize + valueSize;
+    char *pieces =
+        pieces_.carveTogether(std::min({nameSize, valueSize, kAttributeRecordSize}), total);
+    if (pieces == nullptr) return false;
+    auto *attribute = reinterpret_cast<XmlNode *>(pieces);
+    attribute->sessionId = pieces_.handle();
+    attribute->name = pieces + kAttributeRecordSize;
+    attribute->value = attribute->name + nameSize;
+    attribute->type = NEB_XML_NODE_ATTRIBUTE;
+    attribute->nameOwned = 1;
+    attribute->valueOwned = 1;
+    storeFirst(pieces + kAttributeRecordSize, name.text, name.length);
+    storeRun(pieces + kAttributeRecordSize + nameSize, value, length);
+    remember(key);
+    Parser_linkAttribute(&parser_, attribute);
+    return true;
   }
 
   bool addAttribute(const Name &name, const char *value, size_t length, bool isPlain) {
@@ -182,10 +219,48 @@ class PlainParser {
     if (attribute == nullptr) return false;
     attribute->type = NEB_XML_NODE_ATTRIBUTE;
     const bool isAdded = copyAttributeName(name, attribute) &&
-                         copyValue(value, length, isPlain, attribute) &&
-                         Parser_appendAttribute(&parser_, attribute) == NEB_XML_OK;
+                         copyValue(value, length, isPlain, attribute) && append(name, attribute);
     if (!isAdded) XML_FreeSingleAttrNode(attribute);
     return isAdded;
+  }
+
+  bool append(const Name &name, XmlNode *attribute) {
+    const uint64_t key = keyOf(name);
+    if (mayRepeat(key)) return Parser_appendAttribute(&parser_, attribute) == NEB_XML_OK;
+    remember(key);
+    Parser_linkAttribute(&parser_, attribute);
+    return true;
+  }
+
+  // Attributes of one tag leave their mark in a set of few bits; one whose bit is free is new.
+  bool mayRepeat(uint64_t key) const {
+    return parser_.attributes.count() >= AttributeSet::kComparedAttributes ||
+           (attributeBits_ & bitOf(key)) != 0;
+  }
+
+  void remember(uint64_t key) {
+    attributeBits_ |= bitOf(key);
+    parser_.attributes.countUnlike();
+  }
+
+  static uint64_t bitOf(uint64_t key) {
+    constexpr uint64_t kScatter = 0x9E3779B97F4A7C15;
+    return uint64_t{1} << (key * kScatter >> 58);
+  }
+
+  // The first bytes of a name and its length.
+  uint64_t keyOf(const Name &name) const {
+    uint64_t key = 0;
+    if (static_cast<size_t>(map_.textEnd() - name.text) >= sizeof key) {
+      std::memcpy(&key, name.text, sizeof key);
+    } else {
+      std::memcpy(&key, name.text, name.length);
+    }
+    if (name.length < sizeof key) {
+      const size_t behind = 8 * (sizeof key - name.length);
+      key = std::endian::native == std::endian::little ? key << behind : key >> behind;
+    }
+    return key ^ name.length;
   }
 
   bool copyAttributeName(const Name &name, XmlNode *attribute) {
@@ -272,7 +347,7 @@ class PlainParser {
     if (element != nullptr && !parser_.isCurrentOpen) element = element->parent;
     if (element == nullptr) return Step::left;
     const Name name = readName(place_ + lengthOf(kEndTagBegin));
-    if (!isOrdinary(name) || name.text[name.length] != '>') return Step::left;
+    if (!isOrdinaryTagName(name) || name.text[name.length] != '>') return Step::left;
     if (name.length != element->openNameLength) return Step::left;
     if (!sameBytes(element->name, name.text, name.length)) return Step::left;
     parser_.current = element;
@@ -292,7 +367,8 @@ class PlainParser {
   MarkupMap &map_;
   Pieces pieces_;
   const char *place_ = nullptr;
-  Name leafName_ = {};  // of current, if its start tag was ordinary; else of length 0
+  uint64_t attributeBits_ = 0;  // of the attributes of current
+  Name leafName_ = {};          // of current, if its start tag was ordinary; else of length 0
 };
 
 }  // namespace
