@@ -54,6 +54,12 @@ inline void Parser_linkPending(XmlParser *parser) {
   if (current->parent != nullptr) current->parent->lastChild = node;
 }
 
+// Before the first attribute of current is read.
+inline void Parser_beginAttributes(XmlParser *parser) {
+  parser->lastAttribute = nullptr;
+  parser->attributes.clear();
+}
+
 // Attaches an attribute to current behind the others.
 inline void Parser_linkAttribute(XmlParser *parser, XmlNode *attribute) {
   attribute->parent = parser->current;

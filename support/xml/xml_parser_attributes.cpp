@@ -93,8 +93,6 @@ uint32_t Parser_appendAttribute(XmlParser *parser, XmlNode *attribute) {
 }
 
 uint32_t Parser_readTagRest(XmlParser *parser, bool isBehindName) {
-  if (isBehindName) parser->lastAttribute = nullptr;
-  const uint32_t result = readTagRest(parser, isBehindName);
-  parser->attributes.clear();
-  return result;
+  if (isBehindName) Parser_beginAttributes(parser);
+  return readTagRest(parser, isBehindName);
 }

@@ -198,6 +198,7 @@ uint32_t Parser_splitName(XmlParser *parser, XmlNode *element) {
 }
 
 void Parser_freeRecord(XmlParser *parser) {
+  parser->attributes.clear();
   if (!parser->bufferBorrowed) XML_Free(nullptr, const_cast<char *>(parser->buffer));
   if (parser->pending != nullptr && parser->sessionId == 0) XML_FreeSingleNode(parser->pending);
   XML_Free(nullptr, parser);

@@ -127,7 +127,7 @@ class PlainParser {
   }
 
   Step takeAttributes(const char *place) {
-    parser_.lastAttribute = nullptr;
+    Parser_beginAttributes(&parser_);
     attributeBits_ = 0;
     bool isFirst = true;
     for (;;) {
@@ -135,20 +135,15 @@ class PlainParser {
       if (*token == '>') {
         parser_.state = PARSE_STATE_CONTENT;
         place_ = token + 1;
-        break;
+        return Step::taken;
       }
-      if (*token == '/' && token[1] == '>') {
-        parser_.attributes.clear();
-        return closeEmptyElement(token);
-      }
+      if (*token == '/' && token[1] == '>') return closeEmptyElement(token);
       const char *before = place;
       const Step step = token == place ? Step::left : takeAttribute(token, &place);
       if (step == Step::failed) return Step::failed;
       if (step == Step::left) return leaveTag(before, isFirst);
       isFirst = false;
     }
-    parser_.attributes.clear();
-    return Step::taken;
   }
 
   // The general steps read the rest of the tag, from behind the element's name or a value.

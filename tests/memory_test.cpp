@@ -1,0 +1,439 @@
+// Hooks, sessions and the text buffer.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <random>
+#include <tuple>
+
+#include "support/guarded_hooks.h"
+#include "support/trees.h"
+#include "xml/xml_memory.h"
+#include "xml/xml_memory_index.h"
+
+namespace {
+
+constexpr uint32_t kOk = NEB_XML_OK, kInvalid = NEB_XML_ERR_INVALID_PARAM;
+constexpr uint32_t kNoMemory = NEB_XML_ERR_NO_MEMORY;
+
+std::vector<void *> g_released;
+void (*g_guardedFree)(void *);
+
+// While it lives, what goes to the free hook is written down.
+struct Recording {
+  Recording() {
+    g_released.clear();
+    g_guardedFree = g_fnXMLFree;
+    NEB_XML_RegMemFunc(g_fnXMLMalloc, g_fnXMLCalloc, [](void *piece) {
+      g_released.push_back(piece);
+      g_guardedFree(piece);
+    });
+  }
+  ~Recording() { guarded::registerHooks(); }
+};
+
+void addPieces(const XmlNode *node, std::vector<void *> *pieces) {
+  if (node->nameOwned == 1) pieces->push_back(node->name);
+  if (node->value != nullptr) pieces->push_back(node->value);
+  if (node->prefix != nullptr) pieces->push_back(node->prefix);
+  pieces->push_back(const_cast<XmlNode *>(node));
+}
+
+void addTree(const XmlNode *node, std::vector<void *> *pieces) {
+  for (const XmlNode *each = node->firstAttr; each != nullptr; each = each->next) {
+    addPieces(each, pieces);
+  }
+  for (const XmlNode *each = node->firstChild; each != nullptr; each = each->next) {
+    addTree(each, pieces);
+  }
+  addPieces(node, pieces);
+}
+
+TEST(Hooks, GetPiecesBackInOrder) {
+  XmlNode *document =
+      trees::parsed("<p:d a='1' q:b='2'><x c='3'>t</x><r:y><z e=''/></r:y></p:d>", false);
+  NEB_XML_AddAttr(document, "q", "interned", "value");
+  std::vector<void *> expected;
+  addTree(document, &expected);
+  const uint32_t session = XML_MemSessionBegin(1);
+  expected.push_back(guarded::lastCalloc());
+  for (int size = 1; size < 2000; size *= 2) {
+    XML_MemSpecialMalloc(session, size);
+    if (guarded::lastCalloc() != expected.back()) expected.push_back(guarded::lastCalloc());
+  }
+  const Recording recording;
+  NEB_XML_FreeNode(document);
+  EXPECT_EQ(XML_MemSessionEnd(session), 1U);
+  EXPECT_EQ(g_released, expected);
+  EXPECT_EQ(expected.size(), 37U);
+}
+
+TEST(Hooks, RegistrationIsAllOrNothing) {
+  void *piece = XML_Malloc(nullptr, 1);
+  auto *const mallocHook = g_fnXMLMalloc;
+  auto *const callocHook = g_fnXMLCalloc;
+  auto *const freeHook = g_fnXMLFree;
+  const Recording recording;
+  EXPECT_EQ(NEB_XML_RegMemFunc(nullptr, std::calloc, std::free), kInvalid);
+  EXPECT_EQ(NEB_XML_RegMemFunc(std::malloc, nullptr, std::free), kInvalid);
+  EXPECT_EQ(NEB_XML_RegMemFunc(std::malloc, std::calloc, nullptr), kInvalid);
+  EXPECT_TRUE(g_fnXMLMalloc == mallocHook && g_fnXMLCalloc == callocHook);
+  EXPECT_TRUE(g_fnXMLFree != freeHook && g_fnXMLFree != std::free);
+  NEB_XML_FreeMem(nullptr);
+  NEB_XML_FreeMem(piece);
+  EXPECT_EQ(g_released, std::vector<void *>{piece}) << "goes to the hook of the moment";
+
+  static FILE *const stream = stderr;
+  static const char *const path = "path";
+  static char bytes[1];
+  const auto open = [](const char *name, const char *mode) {
+    return name == path && mode == path + 1 ? stream : nullptr;
+  };
+  const auto seek = [](FILE *file, long offset, int whence) {
+    return file == stream && offset == 5 && whence == 6 ? 11 : 0;
+  };
+  const auto close = [](FILE *file) { return file == stream ? 12 : 0; };
+  const auto read = [](void *to, size_t size, size_t count, FILE *file) {
+    return to == bytes && size == 7 && count == 8 && file == stream ? size_t{13} : 0;
+  };
+  const auto tell = [](FILE *file) { return file == stream ? 14L : 0L; };
+  EXPECT_EQ(NEB_XML_RegFileFunc(open, seek, close, read, tell), kOk);
+  EXPECT_EQ(NEB_XML_RegFileFunc(nullptr, std::fseek, std::fclose, std::fread, nullptr), kInvalid);
+  EXPECT_EQ(NEB_XML_RegFileFunc(std::fopen, nullptr, std::fclose, std::fread, nullptr), kInvalid);
+  EXPECT_EQ(NEB_XML_RegFileFunc(std::fopen, std::fseek, nullptr, std::fread, nullptr), kInvalid);
+  EXPECT_EQ(NEB_XML_RegFileFunc(std::fopen, std::fseek, std::fclose, nullptr, nullptr), kInvalid);
+  EXPECT_EQ(XML_Fopen(path, path + 1), stream);
+  EXPECT_EQ(XML_Fseek(stream, 5, 6), 11);
+  EXPECT_EQ(XML_Fclose(stream), 12);
+  EXPECT_EQ(XML_Fread(bytes, 7, 8, stream), 13U);
+  EXPECT_EQ(XML_Ftell(stream), 14);
+  EXPECT_EQ(NEB_XML_RegFileFunc(open, seek, close, read, nullptr), kOk);
+  EXPECT_EQ(XML_Ftell(stream), -1);
+  EXPECT_EQ(NEB_XML_RegDebugFunc(nullptr), uint32_t{NEB_XML_ERR_NOT_FOUND});
+}
+
+TEST(Version, FitsIn14Bytes) {
+  for (const uint32_t size : {0U, 1U, 13U, 14U, 15U, 100U}) {
+    std::string buffer(100, '#');
+    const uint32_t result = size < 14 ? uint32_t{NEB_XML_ERR_BUFFER_TOO_SMALL} : kOk;
+    EXPECT_EQ(NEB_XML_GetVersion(buffer.data(), size), result) << size;
+    const std::string banner = size < 14 ? "" : std::string("NEB XML 2.1.9") + '\0';
+    EXPECT_EQ(buffer, banner + std::string(100 - banner.size(), '#')) << size;
+  }
+  EXPECT_EQ(NEB_XML_GetVersion(nullptr, 100), kInvalid);
+}
+
+struct ModelBlock {
+  char *data;
+  int32_t remaining, capacity;
+};
+
+// Carves as told, and compares the address of each piece with the one a walk of all blocks gives.
+class ModelSession {
+ public:
+  explicit ModelSession(int32_t size) : handle_(XML_MemSessionBegin(size)) { addBlock(size); }
+  ~ModelSession() { EXPECT_EQ(XML_MemSessionEnd(handle_), 1U); }
+
+  void carve(int32_t size, bool growthFails) {
+    auto block = std::find_if(blocks_.begin(), blocks_.end(),
+                              [size](const ModelBlock &each) { return each.remaining >= size; });
+    const bool grows = block == blocks_.end();
+    if (grows && growthFails) {
+      const guarded::FailingAllocation failing(1);
+      ASSERT_TRUE(XML_MemSpecialMalloc(handle_, size) == nullptr && failing.happened());
+    }
+    const size_t allocations = guarded::allocations();
+    auto *piece = static_cast<char *>(XML_MemSpecialMalloc(handle_, size));
+    ASSERT_EQ(guarded::allocations() - allocations, grows ? 1U : 0U) << "for " << size;
+    if (grows) {
+      int32_t capacity = blocks_.back().capacity;
+      while (capacity < size) capacity *= 2;
+      addBlock(capacity);
+      block = blocks_.end() - 1;
+    }
+    ASSERT_TRUE(piece == block->data + block->capacity - block->remaining) << "for " << size;
+    ASSERT_TRUE(std::all_of(piece, piece + size, [](char byte) { return byte == 0; }));
+    std::memset(piece, 0xFF, static_cast<size_t>(size));
+    block->remaining -= size;
+  }
+
+  size_t blocks() const { return blocks_.size(); }
+  int32_t roomInLast() const { return blocks_.back().remaining; }
+
+ private:
+  void addBlock(int32_t capacity) {
+    char *memory = static_cast<char *>(guarded::lastCalloc());
+    ASSERT_EQ(reinterpret_cast<XmlMemBlock *>(memory)->capacity, capacity);
+    blocks_.push_back({memory + sizeof(XmlMemBlock), capacity, capacity});
+  }
+
+  uint32_t handle_;
+  std::vector<ModelBlock> blocks_;
+};
+
+TEST(Session, IsFirstFitWhateverTheSizes) {
+  const std::function<int32_t(int32_t, ModelSession &)> mixes[] = {
+      [](int32_t any, ModelSession &) { return any % 300 + 1; },
+      [](int32_t any, ModelSession &) { return any % 512 + 1; },
+      [](int32_t any, ModelSession &) { return any % 3 == 0 ? any % 11 + 1 : 300 + any % 200; },
+      [](int32_t any, ModelSession &) { return any % 2 == 0 ? 512 - any % 64 : any % 40 + 1; },
+      [](int32_t any, ModelSession &) { return 1 << any % 10; },
+      [](int32_t any, ModelSession &) { return any % 700 == 0 ? 2000 : any % 257 + 100; },
+      [](int32_t any, ModelSession &session) {
+        return any % 2 == 0 ? std::max(1, session.roomInLast() + any % 3 - 1) : any % 90 + 1;
+      }};
+  std::mt19937 random(3);
+  for (const auto &mix : mixes) {
+    ModelSession session(512);
+    for (int i = 0; i < 5000; ++i) {
+      const auto any = static_cast<int32_t>(random() >> 1U);
+      session.carve(mix(any, session), any % 7 == 0);
+      if (HasFatalFailure()) return;
+    }
+    EXPECT_GT(session.blocks(), 200U);
+  }
+}
+
+TEST(Session, RefusesWhatItCannotGive) {
+  for (const int32_t size : {0, -1, INT32_MIN}) EXPECT_EQ(XML_MemSessionBegin(size), 0U) << size;
+  const uint32_t session = XML_MemSessionBegin(3);
+  const size_t allocations = guarded::allocations();
+  for (const int32_t size : {0, -1, INT32_MIN, INT32_MAX, 3 * (1 << 29) + 1}) {
+    EXPECT_EQ(XML_MemSpecialMalloc(session, size), nullptr) << size;
+  }
+  EXPECT_EQ(guarded::allocations(), allocations) << "refused without trying";
+  {
+    const guarded::FailingAllocation failing(1);
+    EXPECT_EQ(XML_MemSpecialMalloc(session, 3 * (1 << 29)), nullptr);
+    EXPECT_TRUE(failing.happened()) << "can be doubled to";
+  }
+  EXPECT_NE(XML_MemSpecialMalloc(session, 3), nullptr);
+  for (const uint32_t handle : {0U, session + 1, session + 64, session ^ 0x80000000U}) {
+    EXPECT_TRUE(XML_MemSpecialMalloc(handle, 1) == nullptr && XML_MemSessionEnd(handle) == 0);
+  }
+  EXPECT_EQ(XML_MemSessionEnd(session), 1U);
+}
+
+TEST(Session, AHundredThousandAtOnceAndNoHandleComesBackToLife) {
+  std::vector<uint32_t> handles(100000);
+  for (uint32_t &handle : handles) {
+    handle = XML_MemSessionBegin(8);
+    ASSERT_NE(handle, 0U);
+    std::memcpy(XML_MemSpecialMalloc(handle, 4), &handle, 4);
+  }
+  std::vector<uint32_t> sorted = handles;
+  std::sort(sorted.begin(), sorted.end());
+  EXPECT_TRUE(std::adjacent_find(sorted.begin(), sorted.end()) == sorted.end());
+  std::shuffle(handles.begin(), handles.end(), std::mt19937(4));
+  std::vector<uint32_t> fresh;
+  for (size_t i = 0; i < handles.size(); ++i) {
+    auto *piece = static_cast<char *>(XML_MemSpecialMalloc(handles[i], 4));
+    ASSERT_TRUE(piece != nullptr && std::memcmp(piece - 4, &handles[i], 4) == 0);
+    ASSERT_EQ(XML_MemSessionEnd(handles[i]), 1U);
+    if (i % 10 == 0) fresh.push_back(XML_MemSessionBegin(8));
+    ASSERT_TRUE(XML_MemSessionEnd(handles[i]) == 0 && XML_MemSessionEnd(handles[i / 2]) == 0);
+    ASSERT_TRUE(XML_NewNode(handles[i / 2], 0) == nullptr);
+  }
+  for (const uint32_t handle : fresh) EXPECT_EQ(XML_MemSessionEnd(handle), 1U);
+  EXPECT_EQ(guarded::outstanding(), 0U);
+}
+
+TEST(Session, OpensOrKeepsNothingWhenMemoryRunsOut) {
+  std::vector<uint32_t> handles;
+  for (int i = 0; i < 2000; ++i) {
+    const size_t outstanding = guarded::outstanding();
+    const guarded::FailingAllocation failing(1 + static_cast<size_t>(i % 2));
+    const uint32_t handle = XML_MemSessionBegin(8);
+    ASSERT_EQ(handle == 0, failing.happened());
+    ASSERT_TRUE(handle != 0 || guarded::outstanding() == outstanding);
+    if (handle != 0) handles.push_back(handle);
+  }
+  EXPECT_GE(handles.size(), 64U);
+  for (const uint32_t handle : handles) EXPECT_EQ(XML_MemSessionEnd(handle), 1U);
+}
+
+TEST(Membership, IsTheTopmostNodesAtTheMoment) {
+  XmlNode *document = trees::parsed("<d a='1'><x b='2'/><y/></d>");
+  XmlNode *chain = trees::parsed("<a><b c='1'/></a><d/>");
+  XmlNode *heap = trees::parsed("<h a='1'><x/></h>", false);
+  XmlNode *inside = nullptr;
+  NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "inside", nullptr, &inside);
+  NEB_XML_AppendChildNode(document, inside);
+  XmlNode *child = NEB_XML_GetNodeFirstChild(document);
+  XmlNode *removed = NEB_XML_GetNodeNextSibling(child);
+  NEB_XML_AddAttr(removed, nullptr, "e", "1");
+  NEB_XML_RemoveNode(removed);
+  const uint32_t session = document->sessionId;
+  XmlNode *alone = XML_NewNode(session, NEB_XML_NODE_ATTRIBUTE);
+  XmlNode *onHeap = XML_NewNode(session, NEB_XML_NODE_ATTRIBUTE);
+  XML_AddAttrNode(onHeap, heap);
+  const XmlNode *const nodes[] = {document, document->firstAttr, child, child->firstAttr, removed,
+                                  removed->firstAttr, inside,
+                                  // From here on the hooks serve.
+                                  nullptr, alone, onHeap, chain, chain->next, chain->firstChild,
+                                  chain->firstChild->firstAttr, heap, heap->firstChild};
+  bool isInSession = true;
+  for (const XmlNode *node : nodes) {
+    isInSession = isInSession && node != nullptr;
+    char notOfAnyHook = 'x';
+    const size_t taken = guarded::mallocSizes().size();
+    EXPECT_EQ(XML_Strdup(node, ""), nullptr);
+    auto *next = static_cast<char *>(XML_MemSpecialMalloc(session, 1));
+    auto *piece = static_cast<char *>(XML_Malloc(node, 8));
+    char *copy = XML_Strdup(node, "copied text");
+    EXPECT_STREQ(copy, "copied text");
+    EXPECT_EQ(piece == next + 1 && copy == piece + 8, isInSession);
+    EXPECT_EQ(guarded::mallocSizes().size() - taken, isInSession ? 0U : 2U);
+    XML_Free(node, nullptr);
+    XML_Free(node, isInSession ? &notOfAnyHook : piece);
+    XML_Free(node, isInSession ? &notOfAnyHook : copy);
+    EXPECT_TRUE(!isInSession || XML_Malloc(node, size_t{INT32_MAX} + 2) == nullptr);
+  }
+  for (XmlNode *node : {document, chain, heap}) NEB_XML_FreeNode(node);
+}
+
+XmlMemBuf bufferOf(uint32_t length, uint32_t capacity) {
+  XmlMemBuf buffer;
+  XML_MembufInit(&buffer);
+  if (capacity == 0) return buffer;
+  buffer.data = static_cast<char *>(g_fnXMLMalloc(capacity + size_t{1}));
+  std::memset(buffer.data, 'o', length);
+  buffer.data[length] = '\0';
+  buffer.length = length;
+  buffer.capacity = capacity;
+  return buffer;
+}
+
+uint32_t apply(char operation, XmlMemBuf *buffer, const std::string &text, uint32_t position) {
+  const auto count = static_cast<uint32_t>(text.size());
+  switch (operation) {
+    case '=':
+      return XML_MemBufAssign(buffer, text.data(), count);
+    case 's':
+      return XML_MemBufAssignStr(buffer, text.c_str());
+    case '+':
+      return XML_MemBufAppendStr(buffer, text.c_str());
+    case '1':
+      return XML_MemBufAppend(buffer, text.c_str());
+    default:
+      return XML_MemBufInsert(buffer, text.data(), count, position);
+  }
+}
+
+// Each row is tried with memory, with memory for the exact size only, and with none.
+TEST(Buffer, GrowsAndShrinksByTheTable) {
+  const std::tuple<char, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t> rows[] = {
+      {'+', 10, 0, 0, 10, 1024},
+      {'1', 1, 0, 0, 1, 1024},
+      {'s', 1, 0, 0, 1, 1024},
+      {'+', 0, 0, 0, 0, 0},
+      {'=', 0, 0, 0, 0, 0},
+      {'s', 0, 0, 0, 0, 0},
+      {'i', 0, 0, 0, 0, 0},
+      {'i', 1024, 0, 0, 1024, 1024},
+      {'+', 1025, 0, 0, 1025, 1025},
+      {'=', 1024, 0, 0, 1024, 1024},
+      {'1', 1, 1024, 1024, 1025, 2048},
+      {'1', 1, 1023, 1024, 1024, 1024},
+      {'+', 5000, 1030, 2048, 6030, 7048},
+      {'i', 1018, 1030, 2048, 2048, 2048},
+      {'i', 1019, 1030, 2048, 2049, 3072},
+      {'=', 100, 3000, 3072, 100, 1124},
+      {'=', 2500, 3000, 3072, 2500, 3072},
+      {'s', 2048, 3000, 3072, 2048, 3072},
+      {'s', 2047, 3000, 3072, 2047, 3071},
+      {'=', 3072, 3000, 3072, 3072, 3072},
+      {'=', 3073, 3000, 3072, 3073, 4096},
+      {'s', 4100, 3000, 3072, 4100, 4172},
+      {'=', 0, 3000, 3072, 0, 1024},
+      {'=', 0, 3, 1024, 0, 1024}};
+  for (const auto &[operation, count, length, capacity, lengthAfter, capacityAfter] : rows) {
+    for (const int failures : {0, 1, 2}) {
+      XmlMemBuf buffer = bufferOf(length, capacity);
+      const bool reallocates = capacityAfter != capacity;
+      const bool isAssignment = operation == '=' || operation == 's';
+      const std::string text(count, 'n');
+      std::string content(isAssignment ? 0 : length, 'o');
+      content.insert(operation == 'i' ? length / 2 : content.size(), text);
+      uint32_t expected = capacityAfter;
+      {
+        const guarded::FailingAllocation failing(failures == 0 ? 0 : 1, failures == 2);
+        const uint32_t result = apply(operation, &buffer, text, length / 2);
+        EXPECT_EQ(result, reallocates && failures == 2 ? kNoMemory : kOk);
+        EXPECT_EQ(failing.happened(), reallocates && failures != 0);
+      }
+      if (reallocates && failures == 1) expected = lengthAfter;
+      if (reallocates && failures == 2) expected = capacity, content = std::string(length, 'o');
+      const std::string held = buffer.data == nullptr ? "" : buffer.data;
+      EXPECT_TRUE(held == content && buffer.length == content.size()) << operation << count;
+      EXPECT_EQ(buffer.capacity, expected) << operation << count << " failures " << failures;
+      EXPECT_EQ(buffer.data == nullptr, expected + capacity == 0);
+      XML_MembufDestroy(&buffer);
+      EXPECT_TRUE(buffer.data == nullptr && buffer.length + buffer.capacity == 0);
+    }
+  }
+}
+
+// Lengths near 32 bits are only claimed: the operation must fail before it touches a byte.
+TEST(Buffer, RefusesLengthsBeyond32BitsAndWrongArguments) {
+  constexpr uint32_t kMost = UINT32_MAX;
+  const std::tuple<char, uint32_t, uint32_t, uint32_t, size_t> rows[] = {
+      {'+', 3, kMost - 2, kMost - 2, 0}, {'1', 1, kMost, kMost, 0},
+      {'i', kMost, 2, 1024, 0},          {'i', 1, kMost, kMost, 0},
+      {'1', 1, kMost - 1, kMost - 1, 1}, {'+', 2, kMost - 1500, kMost - 1500, 2},
+      {'i', kMost - 5, 5, 5, 2},         {'=', kMost, 5, 5, 2}};
+  for (const auto &[operation, count, length, capacity, attempts] : rows) {
+    char byte = 'k';
+    XmlMemBuf buffer = {&byte, length, capacity, 1024};
+    const std::string text(operation == 'i' || operation == '=' ? 0 : count, 'n');
+    const guarded::FailingAllocation failing(1, true);
+    const size_t allocations = guarded::allocations();
+    const uint32_t result = operation == 'i'   ? XML_MemBufInsert(&buffer, "", count, 0)
+                            : operation == '=' ? XML_MemBufAssign(&buffer, "", count)
+                                               : apply(operation, &buffer, text, 0);
+    EXPECT_EQ(result, kNoMemory) << operation << count;
+    EXPECT_EQ(guarded::allocations() - allocations, attempts) << operation << count;
+    EXPECT_TRUE(buffer.data == &byte && buffer.length == length && buffer.capacity == capacity);
+  }
+  XmlMemBuf buffer = bufferOf(3, 10);
+  for (XmlMemBuf *each : {&buffer, static_cast<XmlMemBuf *>(nullptr)}) {
+    const uint32_t result = each == nullptr ? kInvalid : kOk;
+    EXPECT_EQ(XML_MemBufInsert(each, "x", 1, 4), kInvalid);
+    EXPECT_EQ(XML_MemBufInsert(each, nullptr, 1, 3), result);
+    EXPECT_EQ(XML_MemBufAppend(each, nullptr), result);
+    EXPECT_EQ(XML_MemBufAppendStr(each, nullptr), result);
+    EXPECT_STREQ(buffer.data, each == nullptr ? nullptr : "ooo");
+    EXPECT_EQ(XML_MemBufAssignStr(each, nullptr), result);
+    EXPECT_EQ(XML_MemBufAssign(each, nullptr, 7), result);
+    EXPECT_TRUE(buffer.data == nullptr && buffer.length + buffer.capacity == 0);
+    XML_MembufInit(each);
+    XML_MembufDestroy(each);
+  }
+}
+
+TEST(Buffer, HoldsWhatAStringHoldsAfterRandomEdits) {
+  std::mt19937 random(5);
+  XmlMemBuf buffer;
+  XML_MembufInit(&buffer);
+  std::string model;
+  for (int i = 0; i < 20000; ++i) {
+    std::string text(random() % 40 == 0 ? random() % 3000 : random() % 30, 'x');
+    for (char &byte : text) byte = static_cast<char>('a' + random() % 26);
+    const char operation = "+1iii=s"[random() % 50 == 0 ? 5 + random() % 2 : random() % 5];
+    const auto position = static_cast<uint32_t>(random() % (model.size() + 1));
+    if (operation == 'i' && !text.empty()) text[random() % text.size()] = '\0';
+    if (operation == '=' || operation == 's') model.clear();
+    ASSERT_EQ(apply(operation, &buffer, text, position), kOk);
+    if (operation == '1') text = text.empty() ? std::string(1, '\0') : text.substr(0, 1);
+    model.insert(operation == 'i' ? position : model.size(), text);
+    ASSERT_TRUE(buffer.length == model.size() && buffer.length <= buffer.capacity);
+    if (buffer.data != nullptr) {
+      ASSERT_TRUE(std::memcmp(buffer.data, model.c_str(), model.size() + 1) == 0) << operation;
+    }
+  }
+  XML_MembufDestroy(&buffer);
+}
+
+}  // namespace

@@ -1,0 +1,308 @@
+// The accepted language, the results of the entry points, and what a parse leaves in the nodes.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/guarded_hooks.h"
+#include "support/trees.h"
+#include "xml/xml_node.h"
+
+namespace {
+
+constexpr char kRejected[] = "rejected";
+
+// Fields that end in " ~ ": a tree, and the texts that give it.
+constexpr char kLanguage[] =
+    // Everything around and between the tags of one element.
+    "12:a=- ~ <a/> ~ < a/> ~ <a /> ~ <a></a> ~ <a\t\n\r></a> ~ <a></ a\n> ~  \t\r\n<a/> ~ "
+    "<a/> \n ~ <?xml version='1.0'?><a/> ~  \t\r\n<?xml ?> <a/> ~ <?xml?><a/> ~ "
+    "<?xml <?a?><a/> ~ <?XML ?><a/> ~ <?><a/> ~ <?xml\t?><?p?><a/> ~ <!----><a/> ~ "
+    "<!-- a -- b --><a/> ~ <!-- <a> & ]]> ?> \" ' --><a/> ~ <!DOCTYPE a><a/> ~ <!DOCTYPE><a/> ~ "
+    "<!DOCTYPEa [<!ELEMENT a (#PCDATA)> <!ENTITY e \">]\">]> <a/> ~ <!DOCTYPE a '<'>><a/> ~ "
+    "<?xml ?> <!--c--> <?p?> <!DOCTYPE a> <!--c--> <?p?> <a/> ~ <a/> <!--c--> <?p?>\n ~ "
+    "<a></a><!--c--> ~ <a/><?p?> ~ <<!--c-->a/> ~ <<?p?>a<!--c-->/> ~ <a></<!--c-->a<?p?>> ~ "
+    "<a<?p?>></a> ~ <a><!--c--></a> ~ <a> <!--c--></a> ~ <a>\n<?p?></a> ~ "
+    "<a><?p?><!--c--></a> ~ <a/>\0< ~ <a></a>\0x ~ "
+    "rejected ~   ~ \n\t ~ x ~ <?xml ?> ~ <!--c--> ~ <?xml  ~ <?xml version='1.0' ~ "
+    "<?xml ><a/> ~ <?p ~ <!-- c ~ <!-- c -- ~ <!--><a/> ~ <!---><a/> ~ <!--->--><a/> ~ "
+    "<!-- c---><a/> ~ <!DOCTYPE a ~ <!DOCTYPE a> ~ <!DOCTYPE a \"><a/> ~ "
+    "<!DOCTYPE a [<!ELEMENT a> ~ <!DOCTYPE a><!DOCTYPE a><a/> ~ <a/><!DOCTYPE a> ~ "
+    "<!doctype a><a/> ~ <!DOCTYPE a '>'><a/> ~ \xEF\xBB\xBF ~ \xEF\xBB\xBF<a/> ~ \v<a/> ~ "
+    "&#32;<a/> ~ x<a/> ~ =<a/> ~ ]]><a/> ~ --><a/> ~ /<a/> ~ ><a/> ~ /><a/> ~ '<a/> ~ </a> ~ "
+    "</ ~ <a>\0</a> ~ <a/>x ~ <a></a>x ~ <a>t</a>x ~ <a/>/ ~ <a/>]]> ~ <a/>--> ~ <a/>> ~ "
+    "<a/>/> ~ <a/>< ~ <a/><b ~ <a/><b> ~ <a/></a> ~ <a></a></a> ~ <a/><!-- ~ <a/><?p ~ "
+    "<a></a> <?p ~ <a/><![CDATA[x]]> ~ <a></a><![CDATA[ ~ <a/><!-- ---> ~ <a>t</a><!--  ~ "
+    // Names: any token is one, references and sections in it are decoded, and the first ':' counts.
+    "12:==- ~ <=/> ~ <=></=> ~ 12:\"=- ~ <\"/> ~ 12:>=- ~ <>/> ~ <>></>> ~ 12:<=- ~ << ></<> ~ "
+    "12:</=- ~ <</></</> ~ 12:/>=- ~ < />/> ~ 12:!x=- ~ <!x/> ~ 12:a/b-c]=- ~ <a/b-c]/> ~ "
+    "12:a&b=- ~ <a&amp;b/> ~ <a&#38;b></a&b> ~ <a<![CDATA[&]]>b/> ~ "
+    "12:x y=- ~ <<![CDATA[x y]]>/> ~ <x&#32;y/> ~ 12:=- ~ <<![CDATA[]]>/> ~ "
+    "12:p|a=- ~ <p:a/> ~ <p:a></p:a> ~ <p&#58;a/> ~ <p&#58;a></p:a > ~ "
+    "12:p|a='t' ~ <p:a>t</p:a> ~ 12:p|a:b=- ~ <p:a:b/> ~ <p:a:b></p:a:b> ~ "
+    "12:p|:a=- ~ <p::a/> ~ 12:p|a:=- ~ <p:a:/> ~ 12:&|b=- ~ <&amp;amp;:b/> ~ "
+    "12:pa|b=- ~ <p&lt;![CDATA[a]]&gt;:b/> ~ "
+    "rejected ~ <:a/> ~ <a:/> ~ <:/> ~ <::a/> ~ <:a></:a> ~ <a:></a:> ~ <a:>t</a:> ~ "
+    "<:a x='1'/> ~ <a: x='1'/> ~ <&amp;:b/> ~ <&lt;![CDATA[a:b]]&gt;/> ~ <<![CDATA[x/> ~ "
+    "<a&amp;b></a&amp;b> ~ <x&#32;y></<![CDATA[x y]]>> ~ <<a/> ~ </>/> ~ "
+    // Tags and how they match.
+    "rejected ~ < ~ <a ~ <a  ~ <a/ ~ <a> ~ <a></ ~ <a></a ~ <a></a x> ~ <a></> ~ <a>t</> ~ "
+    "<a></b> ~ <a>t</b> ~ <ab></a> ~ <a></ab> ~ <ab>t</a> ~ <a>t</ab> ~ <A></a> ~ <p:a></a> ~ "
+    "<a></p:a> ~ <p:a></q:a> ~ <a><b></a></b> ~ <a><b></a> ~ <a><b> ~ <a><b/></b> ~ "
+    "<a><b></b></a ~ <a/ > ~ <a / > ~ <a /x> ~ <a]]> ~ <a--> ~ <a'/> ~ <a=/> ~ <a</> ~ "
+    "<a></a</> ~ <a>t</a x> ~ <a>t</a ~ <a>t</ ~ <a>t ~ <a>t<b/></a> ~ <a\0/> ~ "
+    // Attributes.
+    "12:a=- x='1' ~ <a x='1'/> ~ <a x=\"1\"/> ~ <a x='1'></a> ~ <a x = '1' /> ~ "
+    "<a\tx\n=\r'1'\n/> ~ <a x='&#49;'/> ~ <a x='<![CDATA[1]]>'/> ~ <a &#120;='1'/> ~ "
+    "<a<!--c--> x='1'/> ~ <a x<!--c-->=<?p?>'1'<!--c-->/> ~ <a x='1'<?p?>></a> ~ "
+    "12:a=- x='1' y='2' ~ <a x='1' y='2'/> ~ <a x='1'\r\ny=\"2\"></a> ~ "
+    "<a x='1'<!--c--> y='2'/> ~ "
+    "12:a=- x=- y='' ~ <a x='' y='<![CDATA[]]>'/> ~ <a x=\"\" y=\"<![CDATA[]]>\"></a> ~ "
+    "12:a=- x='\"<>/>=\r\n\t & ' ~ <a x='\"<>/>=\r\n\t &amp; '/> ~ "
+    "12:a=- x='it's' ~ <a x=\"it's\"/> ~ <a x='it&apos;s'/> ~ "
+    "12:a=- x='1' p|x='2' q|x='3' p|y='4' ~ <a x='1' p:x='2' q:x='3' p:y='4'/> ~ "
+    "12:a=- p|y:z='1' ~ <a p:y:z='1'/> ~ 12:a=- p:y='1' ~ <a p&#58;y='1'/> ~ "
+    "12:a=- &|x='1' ~ <a &amp;:x='1'/> ~ 12:a=- =='1' ~ <a =='1'/> ~ "
+    "12:a=- \"='1' ~ <a \"='1'/> ~ 12:a=- <='1' ~ <a <='1'/> ~ "
+    "12:a=- </='1' </x='2' ~ <a </='1' &lt;/x='2'/> ~ 12:a=- x='1' </='2' ~ <a x='1' </='2'/> ~ "
+    "12:a=- y z='1' ~ <a <![CDATA[y z]]>='1'/> ~ "
+    "rejected ~ <a x> ~ <a x/> ~ <a x=> ~ <a x=/> ~ <a x=1/> ~ <a x='1/> ~ <a x=\"1'/> ~ "
+    "<a x='1' ~ <a x='1'  ~ <a x ~ <a x= ~ <a x=' ~ <a x='1'y='2'/> ~ <a x='1' y z='2'/> ~ "
+    "<a x='1' y/> ~ <a x='1' <b/> ~ <a x='1' <='2'/> ~ <a x='1' =='2'/> ~ <a x='1' \"='2'/> ~ "
+    "<a x='1' '='2'/> ~ <a x='1'/ > ~ <a x='1' ]]> ~ <a x='1' --> ~ <a ='1'/> ~ <ax='1'/> ~ "
+    "<a<!--c-->x='1'/> ~ <a <!--c--> x='1'/> ~ <a x='1'<!--c-->y='2'/> ~ <a x='1'<!-- /> ~ "
+    "<a :x='1'/> ~ <a x:='1'/> ~ <a :='1'/> ~ <a x='<![CDATA[' y=']]>'/> ~ <a x='<![CDATA['/> ~ "
+    "<a <![CDATA[p:q]]>='1'/> ~ <a\vx='1'/> ~ <a x\f='1'\f/> ~ <a x='1' x='2'/> ~ "
+    "<a x='1' x='1'></a> ~ <a p:x='1' y='' p:x='2'/> ~ <a x='1' &#120;='2'/> ~ "
+    "<a/><b x='1' x='2'/> ~ "
+    // Values: spaces before a text are restored, other white space is not, nothing is trimmed.
+    "12:a=' ' ~ <a> </a> ~ <a> </ a > ~ <a><!--c--> </a> ~ <a>\n<!--c--> </a> ~ "
+    "<a>\n<?p?> </a> ~ <a><![CDATA[ ]]></a> ~ <a>&#32;</a> ~ <a>&#x20;</a> ~ <a>\t&#32;</a> ~ "
+    "12:a='\n' ~ <a>\n</a> ~ <a> <?p?>\n</a> ~ <a>&#10;</a> ~ 12:a=' \t\r\n' ~ <a> \t\r\n</a> ~ "
+    "12:a='' ~ <a><![CDATA[]]></a> ~ <a>\n<![CDATA[]]><![CDATA[]]></a> ~ "
+    "12:a='x' ~ <a>x</a> ~ <a>\nx</a> ~ <a> \t\r\nx</a> ~ <a>x<!--c--></a> ~ "
+    "<a>x<?p?> <!--c-->\n</a> ~ <a><!--c-->x</a> ~ <a>\n<!--c-->\nx</a> ~ < a >x</ a > ~ "
+    "<a><![CDATA[x]]></a> ~ <a><![CDATA[]]>x</a> ~ <a>x<![CDATA[]]></a> ~ "
+    "<a>\n<![CDATA[x]]></a> ~ <a>&#120;</a> ~ <a>&#x78;</a> ~ <a>&#x0078;</a> ~ "
+    "<a>&#0000120;</a> ~ "
+    "12:a='  x  ' ~ <a>  x  </a> ~ <a>\n  x  </a> ~ <a> <!--c-->  x  </a> ~ "
+    "<a>  <![CDATA[x]]>  </a> ~ <a>  x  <!--c--></a> ~ <a>  x  <!--c--> </a> ~ "
+    "12:a='x\ty\r\n' ~ <a>x\ty\r\n</a> ~ "
+    "12:a='=\"'x>/ ]]> --> />' ~ <a>=\"'x>/ ]]> --> /></a> ~ 12:a='/' ~ <a>/</a> ~ <a>\n/</a> ~ "
+    "12:a=']]>' ~ <a>]]></a> ~ <a><![CDATA[]]]]>></a> ~ <a><![CDATA[]]]]><![CDATA[>]]></a> ~ "
+    "12:a='-->' ~ <a>--></a> ~ "
+    "12:a='x<y>&amp;' ~ <a>x<![CDATA[<y>&amp;]]></a> ~ <a>x&lt;y&gt;<![CDATA[&amp;]]></a> ~ "
+    "<a><![CDATA[x<y>]]>&#38;amp;</a> ~ <a>x<![CDATA[<y>]]>&amp;amp;</a> ~ "
+    "12:a='&<>'\"' ~ <a>&amp;&lt;&gt;&apos;&quot;</a> ~ <a>&#38;&#60;&#x3e;&#x27;&#x22;</a> ~ "
+    "12:a='\t\n\r\x7F\xC2\x80' ~ <a>&#9;&#10;&#13;&#127;&#x80;</a> ~ "
+    "12:a='\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBD' ~ "
+    "<a>&#x7FF;&#x800;&#xD7FF;&#xE000;&#xFFFD;</a> ~ "
+    "12:a='\xF0\x90\x80\x80\xF0\x9F\xBF\xBE\xF4\x8F\xBF\xBF' ~ "
+    "<a>&#x10000;&#x1FFFE;&#1114111;</a> ~ <a>&#65536;&#x1fffe;&#x10ffff;</a> ~ "
+    "12:\xC3\xA9='\xEF\xBB\xBF\f' \xFF='\x01' ~ "
+    "<\xC3\xA9 \xFF='\x01'>\xEF\xBB\xBF\f</\xC3\xA9> ~ "
+    "rejected ~ <a>x<b/></a> ~ <a><b/>x</a> ~ <a><b></b>x</a> ~ <a><b>t</b>x</a> ~ "
+    "<a><b/><![CDATA[]]></a> ~ <a>x<!--c-->y</a> ~ <a>x<?p?>y</a> ~ <a>></a> ~ <a>/></a> ~ "
+    "<a> /></a> ~ <a><b/>></a> ~ <a><b/>]]></a> ~ <a>x<y></a> ~ <a><![CDATA[x</a> ~ "
+    "<a><![CDATA[x]]</a> ~ <a>x<![CDATA[y</a> ~ <a><![cdata[x]]></a> ~ <a><! [CDATA[x]]></a> ~ "
+    "<a>x<?p</a> ~ <a><!-- </a> ~ <a><?p</a> ~ <a><!-- c---></a> ~ <a>x<!--></a> ~ "
+    // Children. An element that is never closed keeps its qualified name whole.
+    "12:a=-(0:b=-) ~ <a><b/></a> ~ <a>\n<b/>\n</a> ~ <a><b></b></a> ~ "
+    "<a> <!--c--><b/><?p?> </a> ~ <a><b/> ~ <a><b></b> ~ <a><b/> <!--c--> ~ "
+    "12:a='\n'(0:b=-) ~ <a><b></b>\n</a> ~ <a> <b></b><!--c-->\n</a> ~ "
+    "12:a=-(0:b='t') ~ <a><b>t</b></a> ~ <a>\n<b>t</b>\n</a> ~ <a><b>t</b> ~ "
+    "12:a='\n'(0:b=' ') ~ <a><b> </b>\n</a> ~ "
+    "12:a='\n'(0:b='\n'(0:c=-)) ~ <a><b><c></c>\n</b>\n</a> ~ "
+    "12:a=-(0:b=- x='1',0:c=-) ~ <a><b x='1'/><c/></a> ~ <a><b x='1'></b><c></c></a> ~ "
+    "12:a=-(0:b=-(0:c=-,0:d=-),0:e='t') ~ <a><b><c/><d></d></b><e>t</e></a> ~ "
+    "12:p|a=- x='1'(0:b='t') ~ <p:a x='1'><b>t</b></p:a> ~ "
+    "12:p:a=-(0:q:b=-(0:r|c=-)) ~ <p:a><q:b><r:c/> ~ <p:a><q:b><r:c></r:c> ~ "
+    "12:a=-,0:b=- ~ <a/><b/> ~ <a></a> <b></b> ~ <a/><!--c--> <b/> <?p?> ~ "
+    "12:a='t',0:p|b=-(0:c=-),0:d=- ~ <a>t</a><p:b><c/></p:b>\n<d/> ~ ";
+
+// Refused wherever references are decoded.
+constexpr char kBadReferences[] =
+    "& ~ &; ~ &amp ~ &AMP; ~ &nbsp; ~ & amp; ~ AT&T ~ &#; ~ &#x; ~ &#X41; ~ &#65 ~ &#65 ; ~ "
+    "&#-1; ~ &#+1; ~ &#6a; ~ &#xg; ~ &#0; ~ &#x0; ~ &#1; ~ &#8; ~ &#11; ~ &#12; ~ &#14; ~ "
+    "&#31; ~ &#xD800; ~ &#xDFFF; ~ &#xFFFE; ~ &#xFFFF; ~ &#x110000; ~ &#1114112; ~ "
+    "&#x100000041; ~ &#4294967361; ~ &#18446744073709551681; ~ ";
+
+std::vector<std::string> fieldsOf(const std::string &table) {
+  std::vector<std::string> fields;
+  for (size_t from = 0, end = 0; (end = table.find(" ~ ", from)) != table.npos; from = end + 3) {
+    fields.push_back(table.substr(from, end - from));
+  }
+  return fields;
+}
+
+struct Case {
+  std::string tree;
+  std::string text;
+};
+
+std::vector<Case> language() {
+  std::vector<Case> cases;
+  std::string tree;
+  for (const std::string &field : fieldsOf({kLanguage, sizeof kLanguage - 1})) {
+    if (field.starts_with("12:") || field == kRejected) {
+      tree = field;
+    } else {
+      cases.push_back({tree, field});
+    }
+  }
+  for (const std::string &bad : fieldsOf(kBadReferences)) {
+    for (const std::string &text :
+         {"<a>" + bad + "</a>", "<a>x<![CDATA[;]]>" + bad + "</a>", "<a x='" + bad + "' y=';'/>",
+          "<" + bad + "/>", "<a " + bad + "=''/>", "<a " + bad + ":x=''/>"}) {
+      cases.push_back({kRejected, text});
+    }
+  }
+  return cases;
+}
+
+// The tree, released with the top-level elements after it; "rejected" when there is none.
+std::string outcome(uint32_t result, XmlNode *document) {
+  EXPECT_EQ(result, uint32_t{document == nullptr ? NEB_XML_ERR_SYNTAX : NEB_XML_OK});
+  if (document == nullptr) return kRejected;
+  const std::string tree = trees::described(document);
+  XML_FreeNode(document);
+  return tree;
+}
+
+TEST(Parser, AcceptsItsLanguageAndNothingElse) {
+  for (const auto &[tree, text] : language()) {
+    for (const trees::Entry entry : trees::kEntries) {
+      XmlNode *document = nullptr;
+      const uint32_t result = trees::parseBy(entry, text, &document);
+      EXPECT_EQ(outcome(result, document), tree) << text << ", entry " << static_cast<int>(entry);
+    }
+  }
+}
+
+// All beginnings and all ends of every text, each in memory of just its size that is gone before
+// the tree is looked at: an address sanitizer sees a step beyond either end.
+TEST(Parser, ReadsNothingOutsideTheTextAndKeepsNothingOfIt) {
+  for (const auto &[tree, text] : language()) {
+    for (size_t cut = 0; cut < 2 * text.size(); ++cut) {
+      const std::string part =
+          cut < text.size() ? text.substr(cut) : text.substr(0, cut - text.size());
+      if (part.c_str()[0] == '\0') continue;
+      std::string outcomes[2];
+      for (const bool withSession : {false, true}) {
+        std::vector<char> copy(part.c_str(), part.c_str() + part.size() + 1);
+        XmlNode *document = nullptr;
+        const auto parse = withSession ? NEB_XML_ParseEx : NEB_XML_Parse;
+        const uint32_t result = parse(copy.data(), &document);
+        EXPECT_EQ(std::string(copy.data(), part.size()), part) << "the text was written to";
+        std::vector<char>().swap(copy);
+        outcomes[withSession ? 1 : 0] = outcome(result, document);
+      }
+      EXPECT_EQ(outcomes[0], outcomes[1]) << part;
+    }
+  }
+}
+
+// Repeated attributes are found by other means once there are many.
+TEST(Parser, RefusesARepeatedAttributeAmongAnyNumber) {
+  for (const size_t count : {1U, 2U, 23U, 24U, 25U, 26U, 63U, 64U, 65U, 200U, 1000U}) {
+    std::vector<std::string> attributes;
+    std::string text = "<a";
+    std::string tree = "12:a=-";
+    for (size_t i = 0; i < count; ++i) {
+      const std::string prefix = i % 3 == 0 ? "" : "p" + std::to_string(i % 3);
+      const std::string rest = "n" + std::to_string(i / 3) + "='" + std::to_string(i) + "'";
+      attributes.push_back(prefix + (prefix.empty() ? " " : ":") + rest);
+      text += " " + attributes.back();
+      tree += " " + prefix + (prefix.empty() ? "" : "|") + rest;
+    }
+    for (const auto parse : {NEB_XML_Parse, NEB_XML_ParseEx}) {
+      XmlNode *document = nullptr;
+      uint32_t result = parse((text + " p9:n0=''/><b n0=''/>").c_str(), &document);
+      EXPECT_EQ(outcome(result, document), tree + " p9|n0=-,0:b=- n0=-");
+      for (const size_t repeated : {size_t{0}, count / 2, count - 1}) {
+        result = parse((text + " " + attributes[repeated] + "/>").c_str(), &document);
+        EXPECT_EQ(outcome(result, document), kRejected) << count << ", " << repeated;
+      }
+    }
+  }
+}
+
+TEST(Parser, EntryPointsTellWhatFailedAndWriteTheirResultAsPromised) {
+  const std::string good = trees::temporaryFile("<a/>");
+  const std::string empty = trees::temporaryFile("");
+  const std::string malformed = trees::temporaryFile("<a>");
+  const std::string within = good + "/a.xml";
+  XmlNode *const kept = trees::parsed("<kept/>");
+  struct {
+    uint32_t (*parse)(const char *, XmlNode **);
+    const char *input;
+    uint32_t result;
+    XmlNode *document;
+  } const cases[] = {
+      {NEB_XML_Parse, nullptr, NEB_XML_ERR_INVALID_PARAM, kept},
+      {NEB_XML_Parse, "", NEB_XML_ERR_INVALID_PARAM, kept},
+      {NEB_XML_Parse, " ", NEB_XML_ERR_SYNTAX, nullptr},
+      {NEB_XML_ParseEx, nullptr, NEB_XML_ERR_INVALID_PARAM, kept},
+      {NEB_XML_ParseEx, "", NEB_XML_ERR_INVALID_PARAM, kept},
+      {NEB_XML_ParseEx, " ", NEB_XML_ERR_SYNTAX, nullptr},
+      {NEB_XML_ParseFile, nullptr, NEB_XML_ERR_INVALID_PARAM, kept},
+      {NEB_XML_ParseFile, "", NEB_XML_ERR_FILE_OPEN, kept},
+      {NEB_XML_ParseFile, within.c_str(), NEB_XML_ERR_FILE_OPEN, kept},
+      {NEB_XML_ParseFile, empty.c_str(), NEB_XML_ERR_SYNTAX, kept},
+      {NEB_XML_ParseFile, malformed.c_str(), NEB_XML_ERR_SYNTAX, kept},
+      {NEB_XML_ParseFileEx, nullptr, NEB_XML_ERR_INVALID_PARAM, kept},
+      {NEB_XML_ParseFileEx, within.c_str(), NEB_XML_ERR_FILE_OPEN, nullptr},
+      {NEB_XML_ParseFileEx, empty.c_str(), NEB_XML_ERR_SYNTAX, nullptr},
+      {NEB_XML_ParseFileEx, malformed.c_str(), NEB_XML_ERR_SYNTAX, nullptr},
+  };
+  for (const auto &each : cases) {
+    XmlNode *document = kept;
+    EXPECT_EQ(each.parse(each.input, &document), each.result) << "case " << &each - cases;
+    EXPECT_TRUE(document == each.document) << "case " << &each - cases;
+    const char *input =
+        each.parse == NEB_XML_Parse || each.parse == NEB_XML_ParseEx ? "<a/>" : good.c_str();
+    EXPECT_EQ(each.parse(input, nullptr), uint32_t{NEB_XML_ERR_INVALID_PARAM});
+  }
+  NEB_XML_FreeNode(kept);
+}
+
+// Name and ownership flags of every node, in the order of the text.
+std::string flagsOf(const XmlNode *document) {
+  std::string flags;
+  const auto add = [&](const XmlNode *node) {
+    EXPECT_TRUE(node->sessionId == document->sessionId);
+    flags += node->name + std::to_string(node->nameOwned) + std::to_string(node->valueOwned) + " ";
+  };
+  for (const XmlNode *node = document; node != nullptr; node = NEB_XML_Iterator(node)) {
+    add(node);
+    for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) add(attr);
+    EXPECT_EQ(node->isDocument, node == document ? 1 : 0);
+  }
+  for (const auto &slot : document->nameTable) EXPECT_EQ(slot[0], '\0') << "a name was interned";
+  return flags;
+}
+
+TEST(Parser, NodesOwnTheirStringsAndComeFromWhereTheDocumentDoes) {
+  for (const bool withSession : {false, true}) {
+    XmlNode *document = trees::parsed("<p:a x='1' y=''><b/><c></c><d>t</d></p:a>", withSession);
+    EXPECT_EQ(guarded::outstanding(), withSession ? 1U : 15U) << "a block, or 6 nodes, 9 strings";
+    XmlNode *unclosed = trees::parsed("<a><b><c x='1'/>", withSession);
+    EXPECT_EQ(flagsOf(document), "a11 x11 y11 b10 c11 d11 ");
+    EXPECT_EQ(flagsOf(unclosed), "a10 b10 c10 x11 ");
+    EXPECT_EQ(document->sessionId != 0, withSession);
+    EXPECT_EQ(unclosed->sessionId != document->sessionId, withSession);
+    NEB_XML_FreeNode(unclosed);
+    NEB_XML_FreeNode(document);
+  }
+}
+
+TEST(Parser, FurtherTopLevelElementsAreTheCallersUnlessASessionHasThem) {
+  XmlNode *document = trees::parsed("<a/><b><c/></b>", false);
+  XmlNode *second = NEB_XML_GetNodeNextSibling(document);
+  NEB_XML_FreeNode(document);
+  EXPECT_EQ(trees::described(second), "0:b=-(0:c=-)");
+  NEB_XML_FreeNode(second);
+  NEB_XML_FreeNode(trees::parsed("<a/><b><c/></b>"));
+}
+
+}  // namespace

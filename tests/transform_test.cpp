@@ -1,0 +1,224 @@
+// Printing: the text of whole trees and of their halves, escaping, and writing to a file.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "support/guarded_hooks.h"
+#include "support/trees.h"
+#include "xml/xml_node.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Print = uint32_t (*)(const XmlNode *, char **);
+constexpr Print kPrints[] = {NEB_XML_Transform, NEB_XML_TransformHead, NEB_XML_TransformTail};
+
+constexpr uint32_t kOk = NEB_XML_OK;
+constexpr uint32_t kInvalid = NEB_XML_ERR_INVALID_PARAM;
+
+// "null" when nothing was written. The text must be exactly as large as needed and stand alone.
+std::string printedBy(Print print, const XmlNode *node) {
+  char *text = nullptr;
+  const size_t before = guarded::mallocSizes().size();
+  EXPECT_EQ(print(node, &text), kOk);
+  const std::vector<size_t> sizes = guarded::mallocSizes();
+  if (text == nullptr) return "null";
+  const std::string copy = text;
+  EXPECT_TRUE(sizes.size() == before + 1 && sizes.back() == copy.size() + 1) << copy;
+  NEB_XML_FreeMem(text);
+  return copy;
+}
+
+XmlNode *nodeOfType(uint32_t type, const char *name) {
+  XmlNode *node = XML_NewNode(0, type);
+  EXPECT_EQ(XML_SetNode(nullptr, node, nullptr, name, "value"), kOk);
+  return node;
+}
+
+TEST(Transform, PrintsWholeTreesAndTheirHalves) {
+  const struct {
+    const char *tree;
+    const char *full;
+    const char *head;
+    const char *tail;
+  } cases[] = {
+      {"<a id='7'><b>x&lt;y</b><c/></a>", "<a id=\"7\">\n<b>x&lt;y</b>\n<c/>\n</a>\n",
+       "<a id=\"7\">\n<b>x&lt;y</b>\n<c>\n", "</c>\n</a>\n"},
+      {"<a/>", "<a/>\n", "<a>\n", "null"},
+      {"<a>t</a>", "<a>t</a>\n", "<a>t</a>\n", "null"},
+      {"<a><b>t</b></a>", "<a>\n<b>t</b>\n</a>\n", "<a>\n<b>t</b>\n", "</b>\n</a>\n"},
+      {"<p:r><s><t/></s><u/></p:r>", "<p:r>\n<s>\n<t/>\n</s>\n<u/>\n</p:r>\n",
+       "<p:r>\n<s>\n<t>\n<u>\n", "</t>\n</s>\n</u>\n</p:r>\n"},
+      {"<a><b/><c><p:d/></c></a>", "<a>\n<b/>\n<c>\n<p:d/>\n</c>\n</a>\n",
+       "<a>\n<b/>\n<c>\n<p:d>\n", "</p:d>\n</c>\n</a>\n"},
+      // An empty value is a value; one beside children is not printed.
+      {"<a><![CDATA[]]></a>", "<a></a>\n", "<a></a>\n", "null"},
+      {"<a><b></b>\n</a>", "<a>\n<b/>\n</a>\n", "<a>\n<b>\n", "</b>\n</a>\n"},
+      {"<a p:x='1' y='' z='2'/>", "<a p:x=\"1\" y=\"\" z=\"2\"/>\n",
+       "<a p:x=\"1\" y=\"\" z=\"2\">\n", "null"},
+      // Siblings of the start do not count, further top-level elements among them.
+      {"<a/><b/>", "<a/>\n", "<a>\n", "null"},
+  };
+  for (const auto &[tree, full, head, tail] : cases) {
+    XmlNode *document = trees::parsed(tree);
+    EXPECT_EQ(printedBy(NEB_XML_Transform, document), full);
+    EXPECT_EQ(printedBy(NEB_XML_TransformHead, document), head);
+    EXPECT_EQ(printedBy(NEB_XML_TransformTail, document), tail);
+    NEB_XML_FreeNode(document);
+  }
+}
+
+TEST(Transform, EscapesTextsAndAttributesAlike) {
+  const char *const cases[][2] = {
+      {"a<b & \"c\"", "a&lt;b &amp; &quot;c&quot;"},
+      {"it's>", "it&apos;s&gt;"},
+      {"&lt;&gt;&amp;&apos;&quot;", "&lt;&gt;&amp;&apos;&quot;"},
+      {"&#;&#x;&#0;&#00065;&#1114111;&#x10FFFF;&#x10ffff;&#x0000000041;",
+       "&#;&#x;&#0;&#00065;&#1114111;&#x10FFFF;&#x10ffff;&#x0000000041;"},
+      {"&#1114112;&#x110000;&#4294967361;&#x100000041;",
+       "&amp;#1114112;&amp;#x110000;&amp;#4294967361;&amp;#x100000041;"},
+      {"&#X41;&#12a;&#xg;&#-1;&# 1;", "&amp;#X41;&amp;#12a;&amp;#xg;&amp;#-1;&amp;# 1;"},
+      {"&LT;&nbsp;&ampx;&; &amp", "&amp;LT;&amp;nbsp;&amp;ampx;&amp;; &amp;amp"},
+      {"&a&amp;&&lt;&#6&#65;", "&amp;a&amp;&amp;&lt;&amp;#6&#65;"},
+      {"AT&T", "AT&amp;T"},
+      {"&#x41", "&amp;#x41"},
+      {"&", "&amp;"},
+      {"<![CDATA[x]]>", "&lt;![CDATA[x]]&gt;"},
+      {"\t\r\n\x01\x7F\xC3\xA9\xFF", "\t\r\n\x01\x7F\xC3\xA9\xFF"},
+  };
+  for (const auto &[value, escaped] : cases) {
+    XmlNode *node = nullptr;
+    ASSERT_EQ(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "e", value, &node), kOk);
+    ASSERT_EQ(NEB_XML_AddAttr(node, nullptr, "a", value), kOk);
+    const std::string text = escaped;
+    EXPECT_EQ(printedBy(NEB_XML_Transform, node), "<e a=\"" + text + "\">" + text + "</e>\n");
+    NEB_XML_FreeNode(node);
+  }
+}
+
+TEST(Transform, LeavesTheTreeAloneAndIsConfinedToTheSubtree) {
+  XmlNode *document = trees::parsed("<a><b/><c><d/></c><e/></a>", false);
+  XmlNode *middle = NEB_XML_GetNodeNextSibling(NEB_XML_GetNodeFirstChild(document));
+  XmlNode *leaf = NEB_XML_GetNodeFirstChild(middle);
+  EXPECT_EQ(printedBy(NEB_XML_Transform, middle), "<c>\n<d/>\n</c>\n");
+  EXPECT_EQ(printedBy(NEB_XML_TransformHead, NEB_XML_GetNodeFirstChild(document)), "<b>\n");
+  EXPECT_EQ(printedBy(NEB_XML_TransformTail, leaf), "null");
+  EXPECT_EQ(trees::described(document), "12:a=-(0:b=-,0:c=-(0:d=-),0:e=-)");
+  NEB_XML_SetNode(leaf, nullptr, "", nullptr);
+  char *const untouched = const_cast<char *>("untouched");
+  for (const Print print : kPrints) {
+    for (const XmlNode *node : {middle, leaf}) {
+      char *text = untouched;
+      EXPECT_EQ(print(node, &text), kInvalid) << "a node without a name";
+      EXPECT_EQ(text, untouched);
+    }
+  }
+  EXPECT_EQ(trees::described(document), "12:a=-(0:b=-,0:c=-(0:-=-),0:e=-)");
+  NEB_XML_FreeNode(document);
+}
+
+TEST(Transform, RefusesAttributesNullAndNamelessAttributesAndSkipsOtherTypes) {
+  XmlNode *node = trees::parsed("<a x='1'><b/></a>", false);
+  XmlNode *other = nodeOfType(3, "other");
+  char *const untouched = const_cast<char *>("untouched");
+  for (const Print print : kPrints) {
+    char *text = untouched;
+    EXPECT_EQ(print(nullptr, &text), kInvalid);
+    EXPECT_EQ(print(node, nullptr), kInvalid);
+    EXPECT_EQ(print(node->firstAttr, &text), kInvalid);
+    EXPECT_EQ(text, untouched);
+    EXPECT_EQ(printedBy(print, other), "null");
+  }
+  ASSERT_EQ(NEB_XML_AddFirstChildNode(node, other), kOk);
+  EXPECT_EQ(trees::printed(node), "<a x=\"1\">\n<b/>\n</a>\n");
+  ASSERT_EQ(XML_AddAttrNode(nodeOfType(NEB_XML_NODE_ATTRIBUTE, nullptr), node), kOk);
+  char *text = untouched;
+  EXPECT_EQ(NEB_XML_Transform(node, &text), kInvalid);
+  EXPECT_EQ(NEB_XML_TransformHead(node, &text), kInvalid);
+  EXPECT_EQ(text, untouched);
+  EXPECT_EQ(printedBy(NEB_XML_TransformTail, node), "</b>\n</a>\n") << "prints no attributes";
+  NEB_XML_SetNode(other, nullptr, "", nullptr);
+  EXPECT_EQ(NEB_XML_TransformTail(node, &text), kInvalid);
+  NEB_XML_FreeNode(node);
+}
+
+class TransformFile : public testing::Test {
+ protected:
+  void SetUp() override { fs::create_directory(folder_); }
+  void TearDown() override {
+    NEB_XML_FreeNode(document_);
+    fs::remove_all(folder_);
+  }
+
+  uint32_t write(const fs::path &path) { return NEB_XML_TransformFile(document_, path.c_str()); }
+
+  const fs::path folder_ = trees::temporaryFile("") + ".folder";
+  const std::string file_ = folder_ / "a.xml";
+  XmlNode *document_ = trees::parsed("<a><b>t</b></a>");
+  const std::string text_ = "<a>\n<b>t</b>\n</a>\n";
+};
+
+TEST_F(TransformFile, HoldsTheTextWhateverWasThereBefore) {
+  for (const char *before : {"", "an older and much longer text", "<a>"}) {
+    std::ofstream(file_) << before;
+    EXPECT_EQ(write(file_), kOk);
+    EXPECT_EQ(trees::readFile(file_), text_);
+  }
+  EXPECT_EQ(guarded::fileCalls(), 0U) << "the hooks are for input files";
+}
+
+TEST_F(TransformFile, FailuresLeaveFilesAndDirectoriesAlone) {
+  EXPECT_EQ(write(folder_ / "missing" / "a.xml"), uint32_t{NEB_XML_ERR_FILE_OPEN});
+  EXPECT_FALSE(fs::exists(folder_ / "missing"));
+  EXPECT_EQ(write(folder_), uint32_t{NEB_XML_ERR_FILE_OPEN});
+  EXPECT_EQ(write(""), uint32_t{NEB_XML_ERR_FILE_OPEN});
+  EXPECT_EQ(write("/dev/full"), uint32_t{NEB_XML_ERR_FILE_WRITE});
+  ASSERT_EQ(write(file_), kOk);
+  EXPECT_EQ(NEB_XML_TransformFile(document_, nullptr), kInvalid);
+  EXPECT_EQ(NEB_XML_TransformFile(nullptr, file_.c_str()), kInvalid);
+  NEB_XML_AddAttr(document_, nullptr, "x", "1");
+  EXPECT_EQ(NEB_XML_TransformFile(document_->firstAttr, file_.c_str()), kInvalid);
+  NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(document_), nullptr, "", nullptr);
+  EXPECT_EQ(write(file_), kInvalid);
+  EXPECT_EQ(write(folder_ / "new.xml"), kInvalid);
+  EXPECT_EQ(trees::readFile(file_), text_);
+  EXPECT_FALSE(fs::exists(folder_ / "new.xml"));
+}
+
+// A tree of which nothing is printed gives an empty file, and no text to release.
+TEST_F(TransformFile, WritingNothingIsNoItemWritten) {
+  XmlNode *other = nodeOfType(3, "other");
+  EXPECT_EQ(NEB_XML_TransformFile(other, file_.c_str()), uint32_t{NEB_XML_ERR_FILE_WRITE});
+  EXPECT_EQ(trees::readFile(file_), "");
+  NEB_XML_FreeNode(other);
+}
+
+TEST_F(TransformFile, OpensPathsOf1024BytesAndFollowsLinks) {
+  std::string path = folder_.string();
+  path.append(1024 - path.size() - std::strlen("a.xml"), '/') += "a.xml";
+  EXPECT_EQ(write("/" + path), uint32_t{NEB_XML_ERR_FILE_OPEN}) << "one byte too long";
+  EXPECT_FALSE(fs::exists(file_));
+  EXPECT_EQ(write(path), kOk) << "a new file";
+  EXPECT_EQ(write(path), kOk) << "the same file";
+  EXPECT_EQ(trees::readFile(file_), text_);
+  // A file not made yet, and a canonical path longer than the given one.
+  fs::path deep = folder_;
+  for (int i = 0; i < 6; ++i) deep /= std::string(200, 'd');
+  fs::create_directories(deep);
+  fs::create_symlink("target.xml", folder_ / "link.xml");
+  fs::create_symlink(deep, folder_ / "deep");
+  for (const fs::path &link : {folder_ / "link.xml", folder_ / "deep" / "b.xml"}) {
+    EXPECT_EQ(write(link), kOk);
+    EXPECT_EQ(write(link), kOk);
+    EXPECT_EQ(trees::readFile(link), text_);
+  }
+  EXPECT_TRUE(fs::is_symlink(folder_ / "link.xml"));
+  EXPECT_EQ(trees::readFile(folder_ / "target.xml"), text_);
+}
+
+}  // namespace

@@ -1,0 +1,208 @@
+// Typed values and lookup by path.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <random>
+#include <sstream>
+#include <tuple>
+
+#include "support/trees.h"
+#include "xml/xml_node.h"
+
+namespace {
+
+constexpr uint32_t kOk = NEB_XML_OK, kInvalid = NEB_XML_ERR_INVALID_PARAM;
+constexpr uint32_t kNotFound = NEB_XML_ERR_NOT_FOUND, kBadPath = NEB_XML_ERR_BAD_PATH;
+constexpr uint32_t kExists = NEB_XML_ERR_ALREADY_EXISTS;
+
+// A variable at an odd address between bytes that must stay.
+struct Variable {
+  alignas(8) char bytes[8] = {'u', 'n', 't', 'o', 'u', 'c', 'h', 'd'};
+  bool operator==(const Variable &) const = default;
+};
+
+// Reads what a text says; false when it must be refused.
+template <typename Integer>
+bool reads(std::string_view text, Integer *read) {
+  const bool hasPlus = text.starts_with('+') && !text.starts_with("+-");
+  if (std::is_signed_v<Integer> && hasPlus) text.remove_prefix(1);
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), *read);
+  return error == std::errc() && end == text.data() + text.size();
+}
+
+// Reads the text, then writes the number cut to the type and reads it back.
+template <typename Integer>
+void checkOne(uint32_t type, std::string text, int64_t number) {
+  auto cut = static_cast<Integer>(number);
+  Integer expected = 0;
+  Variable wanted, read, written, again;
+  XmlNode node = {};
+  node.value = text.data();
+  const bool isGood = reads(text, &expected);
+  if (isGood) std::memcpy(wanted.bytes + 1, &expected, sizeof expected);
+  const uint32_t result = NEB_XML_GetNodeValueEx(&node, type, read.bytes + 1);
+  ASSERT_TRUE(result == (isGood ? kOk : kInvalid) && read == wanted) << text << ", type " << type;
+  std::memcpy(written.bytes + 1, &cut, sizeof cut);
+  ASSERT_EQ(NEB_XML_SetNodeValueEx(&node, type, written.bytes + 1), kOk);
+  EXPECT_EQ(std::string(node.value), std::to_string(cut)) << "type " << type;
+  EXPECT_EQ(NEB_XML_GetNodeValueEx(&node, type, again.bytes + 1), kOk) << node.value;
+  EXPECT_TRUE(again == written) << node.value;
+  g_fnXMLFree(node.value);
+}
+
+template <typename... Integers>
+void checkEach(const std::string &text, int64_t number) {
+  uint32_t type = NEB_XML_VALUE_BOOL;
+  (checkOne<Integers>(++type, text, number), ...);
+}
+constexpr auto check = checkEach<int32_t, uint32_t, int16_t, uint16_t, int8_t, uint8_t>;
+
+TEST(Values, EveryNumberOf16BitsLimitsAndMalformedTexts) {
+  for (int64_t number = -66000; number <= 66000; ++number) check(std::to_string(number), number);
+  for (const unsigned power : {0U, 7U, 8U, 15U, 16U, 31U, 32U, 33U, 62U}) {
+    for (int64_t near = (int64_t{1} << power) - 2; near < (int64_t{1} << power) + 2; ++near) {
+      for (const char *start : {"", "-", "+", "000", "-00", "--", "+-", " ", "0x", "1e", "\t"}) {
+        for (const char *end : {"", " ", "x", "."})
+          check(start + std::to_string(near) + end, -near);
+      }
+    }
+  }
+  std::mt19937_64 random(1);
+  for (int i = 0; i < 20000; ++i) {
+    std::string text(random() % 30, '0');
+    for (char &byte : text) byte = "000000000000012345678900123456789+-"[random() % 35];
+    check(text, static_cast<int64_t>(random()));
+    check(text.substr(0, text.find_first_of("+-", 1)), 0);
+  }
+}
+
+TEST(Values, Booleans) {
+  std::string texts[] = {"0", "false", "1", "true", "", "True", " 1", "00", "tru", "yes", "+1"};
+  XmlNode node = {};
+  for (size_t i = 0; i < std::size(texts); ++i) {
+    uint32_t read = 9;
+    node.value = texts[i].data();
+    EXPECT_EQ(NEB_XML_GetNodeValueEx(&node, NEB_XML_VALUE_BOOL, &read), i < 4 ? kOk : kInvalid);
+    EXPECT_EQ(read, i < 4 ? i / 2 : 9) << texts[i];
+  }
+  for (const uint32_t value : {0U, 1U, 7U, 0x100U, 0x80000000U}) {
+    NEB_XML_SetNodeValueEx(&node, NEB_XML_VALUE_BOOL, &value);
+    EXPECT_STREQ(node.value, value == 0 ? "false" : "true");
+  }
+  g_fnXMLFree(node.value);
+}
+
+// Each row works on what the rows before it have made of the element.
+TEST(Values, OfAttributes) {
+  using Text = const char *;
+  constexpr Text kAll = "a='255' b='true' p|a='4294967295'";
+  const std::tuple<Text, Text, uint32_t, uint32_t, uint32_t, Text> rows[] = {
+      {nullptr, "a", 5, kOk, kOk, "a='-1'"},
+      {"", "a", 5, kExists, kNotFound, "a='-1'"},
+      {nullptr, "a", 6, kOk, kOk, "a='255'"},
+      {"", "b", 0, kOk, kNotFound, "a='255' b='true'"},
+      {"p", "a", 2, kOk, kOk, kAll},
+      {nullptr, "a", 7, kInvalid, kInvalid, kAll},
+      {"q", "a", 9, kInvalid, kNotFound, kAll},
+      {nullptr, "", 0, kInvalid, kNotFound, kAll},
+      {"p", "a", 4, kOk, kOk, "a='255' b='true' p|a='65535'"}};
+  XmlNode *element = XML_NewNode(0, NEB_XML_NODE_ELEMENT);
+  for (const auto &[prefix, name, type, set, get, attributes] : rows) {
+    const uint32_t number = 0xFFFFFFFF;
+    Variable out;
+    EXPECT_EQ(NEB_XML_SetAttrValueEx(element, prefix, name, type, &number), set);
+    EXPECT_EQ(NEB_XML_GetAttrValueEx(element, prefix, name, type, out.bytes + 1), get);
+    EXPECT_EQ(out == Variable(), get != kOk);
+    EXPECT_EQ(trees::described(element), std::string("0:-=- ") + attributes);
+  }
+  NEB_XML_FreeNode(element);
+}
+
+bool matches(const XmlNode *node, const std::string &segment) {
+  if (node->name == nullptr) return false;
+  const bool isQualified = node->prefix != nullptr && segment.find(':') != std::string::npos;
+  return segment == (isQualified ? std::string(node->prefix) + ":" : "") + node->name;
+}
+
+uint32_t lookUp(const XmlNode *start, std::string path, const XmlNode **node) {
+  for (size_t at = 0; (at = path.find("\\.")) != std::string::npos;) path.replace(at, 2, "\n");
+  std::istringstream segments(path);
+  std::vector<const XmlNode *> found;  // what the segment before matches
+  bool mayIndex = false;
+  for (std::string segment; std::getline(segments, segment, '.');) {
+    std::replace(segment.begin(), segment.end(), '\n', '.');
+    if (segment.empty()) continue;
+    if (!found.empty() && segment.find_first_not_of("0123456789") == std::string::npos) {
+      const size_t index = segment.size() > 9 ? SIZE_MAX : std::stoul(segment);
+      if (!mayIndex || index == 0) return kBadPath;
+      if (index > found.size()) return kNotFound;
+      found = {found[index - 1]};
+      mayIndex = false;
+    } else {
+      mayIndex = !found.empty();
+      const XmlNode *each = found.empty() ? start : found[0]->firstChild;
+      for (found.clear(); each != nullptr; each = each->next) {
+        if (matches(each, segment)) found.push_back(each);
+      }
+      if (found.empty()) return kNotFound;
+    }
+  }
+  if (found.empty()) return kNotFound;
+  *node = found[0];
+  return kOk;
+}
+
+TEST(Path, RulesAndAgreementWithAModelOnRandomPaths) {
+  XmlNode *config = trees::parsed(
+      "<config n='0'><server n='1'/><db:server n='2'/><server n='3'><port n='5'/><port/></server>"
+      "<log.level n='4'><b/><a:b/><a:b/><c:d.e/><b/><b/></log.level><p:db:server/><x/></config>");
+  NEB_XML_SetNode(NEB_XML_GetNodeLastChild(config), nullptr, "\\server\\", nullptr);
+  const std::string dots(505, '.');
+  const std::tuple<uint32_t, const char *, std::string> rows[] = {
+      {kOk, "0", "config ..config.. config" + dots},
+      {kOk, "1", "config.server config..server.1 .config...server."},
+      {kOk, "2", "config.server.2 config.db:server"},
+      {kOk, "3", "config.server.3 config.server.000000003"},
+      {kOk, "4", "config.log\\.level config.log\\.level.01"},
+      {kOk, "5", "config.server.3.port"},
+      {kNotFound, "",
+       "config.server.4 config.xx:server config.port config.log.level ... nn.server"},
+      {kNotFound, "",
+       "config.server.0000000001 config.server.0000000000 config.no.0 config.SERVER"},
+      {kBadPath, "", "config.1 config.server.0 config.server.2.1 config.1.0000000001 config.0.no"},
+      {kInvalid, "", "config." + dots}};
+  for (const auto &[result, number, paths] : rows) {
+    std::istringstream words(paths);
+    for (std::string path; words >> path;) {
+      XmlNode *node = nullptr;
+      const char *found = "";
+      EXPECT_EQ(NEB_XML_GetNodeByUrl(config, path.c_str(), &node), result) << path;
+      NEB_XML_GetAttr(node, nullptr, "n", &found);
+      EXPECT_STREQ(found, number) << path;
+    }
+  }
+  constexpr const char *kParts[] = {"server", "db:server", "log\\.level", "port",       "b",
+                                    "a:b",    "d\\.e",     "c:d\\.e",     "1",          "2",
+                                    "3",      "0",         "0000000001",  "002",        "\\",
+                                    ".",      ":",         "p:db:server", "\\server\\", "x"};
+  std::mt19937 random(2);
+  size_t found = 0;
+  for (int i = 0; i < 100000; ++i) {
+    std::string path = "config";
+    for (size_t parts = random() % 5; parts > 0; --parts) {
+      path += std::string(random() % 8 == 0 ? "" : ".") + kParts[random() % std::size(kParts)];
+    }
+    XmlNode *node = nullptr;
+    const XmlNode *expected = nullptr;
+    const uint32_t result = lookUp(config, path, &expected);
+    ASSERT_EQ(NEB_XML_GetNodeByUrl(config, path.c_str(), &node), result) << path;
+    ASSERT_TRUE(node == expected) << path;
+    found += node == nullptr ? 0U : 1U;
+  }
+  EXPECT_GT(found, 9000U);
+  NEB_XML_FreeNode(config);
+}
+
+}  // namespace

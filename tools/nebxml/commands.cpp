@@ -1,0 +1,105 @@
+#include "commands.h"
+
+#include <algorithm>
+#include <iostream>
+#include <utility>
+
+#include "attribute_name.h"
+#include "file_output.h"
+#include "node_reading.h"
+
+namespace nebxml {
+namespace {
+
+CommandError refusal(const Target &target, const std::string &cause) {
+  return {ExitStatus::notFound, target.fileName, cause + " '" + target.path + "'"};
+}
+
+void requireChange(std::uint32_t result, const Target &target) {
+  if (result == NEB_XML_ERR_NOT_FOUND) {
+    throw refusal(target, "no attribute '" + target.attribute.value_or("") + "' at path");
+  }
+  if (result != NEB_XML_OK) {
+    throw CommandError(ExitStatus::fileTrouble, target.fileName, "change does not fit into memory");
+  }
+}
+
+void setAttribute(XmlNode *element, const Target &target, const std::string &value) {
+  const AttributeName name(*target.attribute);
+  const std::uint32_t result = NEB_XML_SetAttr(element, name.prefix(), name.name(), value.c_str());
+  if (result != NEB_XML_ERR_NOT_FOUND) {
+    requireChange(result, target);
+    return;
+  }
+  if (!name.isWellFormed()) {
+    throw CommandError(ExitStatus::wrongUsage, target.fileName,
+                       "not an attribute name: '" + *target.attribute + "'");
+  }
+  requireChange(NEB_XML_AddAttr(element, name.prefix(), name.name(), value.c_str()), target);
+}
+
+void setText(XmlNode *element, const Target &target, const std::string &value) {
+  if (NEB_XML_GetNodeFirstChild(element) != nullptr) {
+    throw refusal(target, "child elements leave no place for a text at path");
+  }
+  requireChange(NEB_XML_SetNode(element, nullptr, nullptr, value.c_str()), target);
+}
+
+}  // namespace
+
+ExitStatus checkFiles(const std::vector<std::string> &fileNames) {
+  ExitStatus worst = ExitStatus::done;
+  for (const std::string &fileName : fileNames) {
+    try {
+      const Document document(fileName);
+    } catch (const CommandError &error) {
+      std::cerr << "nebxml: " << error.what() << '\n';
+      worst = std::max(worst, error.status());
+    }
+  }
+  return worst;
+}
+
+void formatDocument(const std::string &fileName, const Destination &destination) {
+  Document(fileName).save(destination);
+}
+
+void printValue(const Target &target) {
+  const Document document(target.fileName);
+  const XmlNode *node = document.find(target.path);
+  std::string line(nodeStrings(node).value);
+  if (target.attribute) {
+    const AttributeName name(*target.attribute);
+    const char *value = nullptr;
+    requireChange(NEB_XML_GetAttr(node, name.prefix(), name.name(), &value), target);
+    line = value == nullptr ? "" : value;
+  }
+  writeStandardOutput(line += '\n');
+}
+
+void setValue(const Target &target, const std::string &value, const Destination &destination) {
+  Document document(target.fileName);
+  XmlNode *node = document.find(target.path);
+  if (target.attribute) {
+    setAttribute(node, target, value);
+  } else {
+    setText(node, target, value);
+  }
+  std::move(document).save(destination);
+}
+
+void removeTarget(const Target &target, const Destination &destination) {
+  Document document(target.fileName);
+  XmlNode *node = document.find(target.path);
+  if (target.attribute) {
+    const AttributeName name(*target.attribute);
+    requireChange(NEB_XML_RemoveAttr(node, name.prefix(), name.name()), target);
+  } else if (node == document.root()) {
+    throw refusal(target, "the document element cannot be deleted:");
+  } else {
+    requireChange(NEB_XML_RemoveNode(node), target);
+  }
+  std::move(document).save(destination);
+}
+
+}  // namespace nebxml

@@ -1,0 +1,78 @@
+#include "node_path.h"
+
+#include <algorithm>
+
+#include "node_reading.h"
+
+namespace nebxml {
+namespace {
+
+constexpr char separator = '.';
+constexpr char escape = '\\';
+constexpr char prefixMark = ':';
+constexpr std::size_t longestPath = 511;
+constexpr std::uint32_t largestIndex = 999'999'999;
+
+bool isDigit(char character) { return character >= '0' && character <= '9'; }
+
+/** Digits alone would be taken for an index. */
+bool isName(const std::string &segment) {
+  return !std::all_of(segment.begin(), segment.end(), isDigit);
+}
+
+void appendEscaped(std::string &path, const std::string &segment) {
+  for (const char character : segment) {
+    if (character == separator) {
+      path += escape;
+    }
+    path += character;
+  }
+}
+
+}  // namespace
+
+std::optional<std::string_view> NodePaths::enter(const XmlNode *node, std::size_t depth) {
+  if (levels_.size() > depth) {
+    levels_.resize(depth);
+  }
+  if (levels_.size() < depth || (depth == 0 && node != root_)) {
+    return std::nullopt;
+  }
+  const std::string segment = nodeStrings(node).qualifiedName();
+  const std::uint32_t index = depth == 0 ? 1 : countMatch(node, segment);
+  path_.resize(depth == 0 ? 0 : levels_.back().pathLength);
+  return isName(segment) ? extend(segment, index) : std::nullopt;
+}
+
+/** Counts the node for each segment that matches it, and returns its index for the given one. */
+std::uint32_t NodePaths::countMatch(const XmlNode *node, const std::string &segment) {
+  auto &matches = levels_.back().matches;
+  const NodeStrings strings = nodeStrings(node);
+  // A segment without a prefix matches whatever the prefix, so that a prefixed node counts for
+  // its local name too.
+  if (!strings.prefix.empty() && strings.name.find(prefixMark) == std::string_view::npos) {
+    ++matches[std::string(strings.name)];
+  }
+  return ++matches[segment];
+}
+
+std::optional<std::string_view> NodePaths::extend(const std::string &segment, std::uint32_t index) {
+  if (!path_.empty()) {
+    path_ += separator;
+  }
+  appendEscaped(path_, segment);
+  // A backslash at the end would escape the separator after it.
+  const bool canGoOn = segment.back() != escape;
+  if (index > 1) {
+    path_ += separator + std::to_string(index);
+  }
+  if (path_.size() > longestPath || index > largestIndex || (index > 1 && !canGoOn)) {
+    return std::nullopt;
+  }
+  if (canGoOn) {
+    levels_.push_back({path_.size(), {}});
+  }
+  return path_;
+}
+
+}  // namespace nebxml

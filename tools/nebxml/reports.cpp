@@ -1,0 +1,128 @@
+#include <algorithm>
+#include <optional>
+#include <string_view>
+
+#include "commands.h"
+#include "file_output.h"
+#include "node_path.h"
+#include "node_reading.h"
+
+namespace nebxml {
+namespace {
+
+constexpr std::size_t indentWidth = 2;
+/** Deeper lines are indented no further: the output stays linear in the depth of the tree. */
+constexpr std::size_t deepestIndent = 64;
+constexpr std::size_t longestValue = 40;
+constexpr std::size_t outputPiece = 65536;
+constexpr std::string_view ellipsis = "...";
+constexpr std::string_view noPath = " (no path)";
+
+bool isControl(char character) {
+  constexpr unsigned char firstPrintable = 0x20;
+  constexpr unsigned char deleteCharacter = 0x7F;
+  const auto byte = static_cast<unsigned char>(character);
+  return byte < firstPrintable || byte == deleteCharacter;
+}
+
+/** Tells whether a byte goes on with a character that an earlier byte of UTF-8 began. */
+bool continuesCharacter(char character) {
+  constexpr unsigned char markMask = 0xC0;
+  constexpr unsigned char continuationMark = 0x80;
+  return (static_cast<unsigned char>(character) & markMask) == continuationMark;
+}
+
+/** Makes a value fit on a line: cut between characters, line breaks and controls as spaces. */
+std::string shortened(std::string_view value) {
+  std::size_t length = value.size();
+  if (length > longestValue) {
+    length = longestValue;
+    while (length > 0 && continuesCharacter(value[length])) {
+      --length;
+    }
+  }
+  std::string line(value.substr(0, length));
+  std::replace_if(line.begin(), line.end(), isControl, ' ');
+  return length < value.size() ? line.append(ellipsis) : line;
+}
+
+void appendAttributes(std::string &lines, const XmlNode *element) {
+  XmlNode *attribute = nextAttribute(element, nullptr);
+  for (; attribute != nullptr; attribute = nextAttribute(element, attribute)) {
+    const NodeStrings strings = nodeStrings(attribute);
+    lines += " " + strings.qualifiedName() + "=\"" + shortened(strings.value) + '"';
+  }
+}
+
+void appendLine(std::string &lines, const XmlNode *node, std::size_t depth,
+                std::optional<std::string_view> path) {
+  const NodeStrings strings = nodeStrings(node);
+  lines.append(std::min(depth, deepestIndent) * indentWidth, ' ');
+  if (path) {
+    lines += *path;
+  } else {
+    lines.append(strings.qualifiedName()).append(noPath);
+  }
+  appendAttributes(lines, node);
+  if (!strings.value.empty()) {
+    lines += " = " + shortened(strings.value);
+  }
+  lines += '\n';
+}
+
+struct Statistics {
+  std::size_t elements = 0;
+  std::size_t attributes = 0;
+  std::size_t texts = 0;
+  std::size_t depth = 0;
+  std::size_t textBytes = 0;
+
+  void count(const XmlNode *node, std::size_t nodeDepth) {
+    const std::size_t length = nodeStrings(node).value.size();
+    ++elements;
+    texts += length > 0 ? 1 : 0;
+    textBytes += length;
+    depth = std::max(depth, nodeDepth + 1);
+    XmlNode *attribute = nullptr;
+    while ((attribute = nextAttribute(node, attribute)) != nullptr) {
+      ++attributes;
+    }
+  }
+};
+
+}  // namespace
+
+void printTree(const std::string &fileName) {
+  const Document document(fileName);
+  NodePaths paths(document.root());
+  std::string lines;
+  for (const XmlNode *root : document.topLevelNodes()) {
+    std::size_t depth = 0;
+    for (const XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
+      appendLine(lines, node, depth, paths.enter(node, depth));
+      if (lines.size() >= outputPiece) {
+        writeStandardOutput(lines);
+        lines.clear();
+      }
+    }
+  }
+  writeStandardOutput(lines);
+}
+
+void printStatistics(const std::string &fileName) {
+  const Document document(fileName);
+  Statistics statistics;
+  for (const XmlNode *root : document.topLevelNodes()) {
+    std::size_t depth = 0;
+    for (const XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
+      statistics.count(node, depth);
+    }
+  }
+  writeStandardOutput("elements: " + std::to_string(statistics.elements) +
+                      "\nattributes: " + std::to_string(statistics.attributes) +
+                      "\ntexts: " + std::to_string(statistics.texts) +
+                      "\ndepth: " + std::to_string(statistics.depth) +
+                      "\ntext bytes: " + std::to_string(statistics.textBytes) + "\n");
+}
+
+}  // namespace nebxml
