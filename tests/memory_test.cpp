@@ -250,7 +250,7 @@ TEST(Session, OpensOrKeepsNothingWhenMemoryRunsOut) {
     ASSERT_TRUE(handle != 0 || guarded::outstanding() == outstanding);
     if (handle != 0) handles.push_back(handle);
   }
-  EXPECT_GE(handles.size(), 64U);
+  EXPECT_GT(handles.size(), 32U);
   for (const uint32_t handle : handles) EXPECT_EQ(XML_MemSessionEnd(handle), 1U);
 }
 
@@ -289,7 +289,7 @@ TEST(Membership, IsTheTopmostNodesAtTheMoment) {
     XML_Free(node, nullptr);
     XML_Free(node, isInSession ? &notOfAnyHook : piece);
     XML_Free(node, isInSession ? &notOfAnyHook : copy);
-    EXPECT_TRUE(!isInSession || XML_Malloc(node, size_t{INT32_MAX} + 2) == nullptr);
+    EXPECT_TRUE(!isInSession || XML_Malloc(node, (size_t{1} << 32U) + 8) == nullptr);
   }
   for (XmlNode *node : {document, chain, heap}) NEB_XML_FreeNode(node);
 }

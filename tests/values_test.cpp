@@ -170,7 +170,8 @@ TEST(Path, RulesAndAgreementWithAModelOnRandomPaths) {
       {kNotFound, "",
        "config.server.4 config.xx:server config.port config.log.level ... nn.server"},
       {kNotFound, "",
-       "config.server.0000000001 config.server.0000000000 config.no.0 config.SERVER"},
+       "config.server.0000000001 config.server.0000000000 config.no.0 config.SERVER "
+       "config.p-db:server"},
       {kBadPath, "", "config.1 config.server.0 config.server.2.1 config.1.0000000001 config.0.no"},
       {kInvalid, "", "config." + dots}};
   for (const auto &[result, number, paths] : rows) {

@@ -429,7 +429,7 @@ NEB_XML_API uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, co
  *   - a destination in a chain of parentless siblings, and a sibling without a parent, beside
  *     which such a chain would arise;
  *   - a node carved from a session, or that has lived in a session's tree, when the destination
- *     is not a tree of that session;
+ *     is not a tree of that session (NEB_XML_ImportNode makes a copy that is accepted);
  *   - a session that has no memory left in which to note that some of its nodes now hang
  *     together with nodes made through the hooks.
  * Cost: the depth of the destination.
@@ -815,6 +815,104 @@ NEB_XML_API void XML_Dom_LogPrint(const char *format, ...);
 
 /** Does nothing. */
 NEB_XML_API void XML_Membuf_LogPrint(const char *format, ...);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Additions: where a parse went wrong                                                         */
+/* ------------------------------------------------------------------------------------------- */
+
+/** Flags of the parse functions that tell where a text is wrong. */
+enum NEB_XML_PARSE_FLAG {
+  /** The document owns a memory session, as from NEB_XML_ParseEx. */
+  NEB_XML_PARSE_SESSION = 1
+};
+
+/**
+ * Why and where a parse failed.
+ *
+ * The place is the beginning of the construct that is wrong. Offsets count bytes from the start of
+ * the text. Lines and columns count from 1, columns in bytes; a line ends with a line feed. When
+ * no text was parsed (a file that cannot be read, a wrong argument) line and column are 0.
+ */
+typedef struct NEB_XML_PARSE_ERROR {
+  uint32_t code;      /**< The result code that the call returns. */
+  const char *reason; /**< A constant text of its own for each way to fail; never null. */
+  size_t offset;
+  size_t line;
+  size_t column;
+  /** An end tag that does not match: its name, and the name and '<' of the start tag it should
+   *  close. The lengths are 0 for every other failure. */
+  size_t endNameOffset;
+  size_t endNameLength;
+  size_t startNameOffset;
+  size_t startNameLength;
+  size_t startTagOffset;
+} NEB_XML_PARSE_ERROR;
+
+/**
+ * Parses a text of known length; accepts exactly what NEB_XML_Parse accepts.
+ *
+ * bytes   need not be terminated and are never read beyond length; the text ends early at a NUL.
+ *         A copy of them is held during the call.
+ * flags   NEB_XML_PARSE_SESSION or 0; unknown bits are refused.
+ * outDoc  receives the document node on success; untouched on failure.
+ * error   may be null; filled on failure only. A failed text is then parsed a second time.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty text or an unknown
+ * flag; NEB_XML_ERR_SYNTAX; NEB_XML_ERR_NO_MEMORY. Cost: linear in the text.
+ */
+NEB_XML_API uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint32_t flags,
+                                         XmlNode **outDoc, NEB_XML_PARSE_ERROR *error);
+
+/** Reads a file through the file hooks and parses it as NEB_XML_ParseBuffer does; results of both
+ *  that and NEB_XML_ParseFile. */
+NEB_XML_API uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, XmlNode **outDoc,
+                                           NEB_XML_PARSE_ERROR *error);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Additions: across documents, output that people read, saving                                */
+/* ------------------------------------------------------------------------------------------- */
+
+/**
+ * Copies a node with its attributes and subtree into the storage of another tree, between any two
+ * storages. This is the way to bring a node from one document into another where insertion refuses
+ * the move.
+ *
+ * target  a node of the tree that the copy is for, not an attribute; its storage is carved from.
+ * source  an element or document, of any tree; never changed.
+ * copy    receives a detached copy, ready to be inserted into target's tree. Documents become
+ *         elements, since a document that lives in a session cannot be inserted.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a target in
+ * a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY with everything given back.
+ * Cost: linear in the nodes and texts copied, and the depth of target.
+ */
+NEB_XML_API uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, XmlNode **copy);
+
+/**
+ * Prints a subtree as NEB_XML_Transform does, each line that opens or closes an element preceded
+ * by width spaces for each level below start. Nothing is put into a value, and the text parses to
+ * the same tree as the plain one does.
+ *
+ * width  0 to 16.
+ *
+ * Returns the results of NEB_XML_Transform; NEB_XML_ERR_INVALID_PARAM also for another width.
+ * Cost: linear in the nodes and texts, and in the spaces written.
+ */
+NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t width, char **text);
+
+/**
+ * Prints a subtree into a file so that the old file or the new one is there whole at any moment:
+ * a temporary file beside it is written, flushed to the disk and renamed. A symbolic link is
+ * followed; the permissions of an old file are kept.
+ *
+ * path   up to 1024 bytes; no directory is created. The file hooks are not used.
+ * width  spaces for each level, as for NEB_XML_TransformIndented.
+ *
+ * Returns the results of NEB_XML_TransformIndented; NEB_XML_ERR_FILE_OPEN when the temporary file
+ * cannot be made or the path is longer; NEB_XML_ERR_FILE_WRITE when it was not written, flushed or
+ * renamed. After a failure the old file stands and nothing is left behind.
+ */
+NEB_XML_API uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path, uint32_t width);
 
 #ifdef __cplusplus
 }

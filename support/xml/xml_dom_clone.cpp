@@ -6,6 +6,12 @@
 
 namespace {
 
+// How a copy is made.
+struct Copying {
+  Storage storage;
+  bool documentsBecomeElements = false;
+};
+
 // Where a copy goes: the storage of the source's tree, or for a document that owns a session a
 // session of its own.
 bool storageForCopy(const XmlNode *source, const XmlNode *topmost, Storage *storage) {
@@ -18,8 +24,16 @@ bool storageForCopy(const XmlNode *source, const XmlNode *topmost, Storage *stor
   return session != 0;
 }
 
-XmlNode *copyRecord(const XmlNode *source, const Storage &storage) {
-  XmlNode *copy = makeNode(storage, static_cast<uint32_t>(source->type));
+uint32_t typeOfCopy(const XmlNode *source, const Copying &copying) {
+  if (copying.documentsBecomeElements && source->type == NEB_XML_NODE_DOCUMENT) {
+    return NEB_XML_NODE_ELEMENT;
+  }
+  return static_cast<uint32_t>(source->type);
+}
+
+XmlNode *copyRecord(const XmlNode *source, const Copying &copying) {
+  const Storage &storage = copying.storage;
+  XmlNode *copy = makeNode(storage, typeOfCopy(source, copying));
   if (copy == nullptr) return nullptr;
   if (setStrings(storage, copy, source->prefix, source->name, source->value) == NEB_XML_OK) {
     return copy;
@@ -28,10 +42,10 @@ XmlNode *copyRecord(const XmlNode *source, const Storage &storage) {
   return nullptr;
 }
 
-bool copyAttributes(const XmlNode *source, XmlNode *copy, const Storage &storage) {
+bool copyAttributes(const XmlNode *source, XmlNode *copy, const Copying &copying) {
   XmlNode *last = nullptr;
   for (const XmlNode *from = source->firstAttr; from != nullptr; from = from->next) {
-    XmlNode *attribute = copyRecord(from, storage);
+    XmlNode *attribute = copyRecord(from, copying);
     if (attribute == nullptr) return false;
     attribute->parent = copy;
     if (last == nullptr) {
@@ -44,10 +58,10 @@ bool copyAttributes(const XmlNode *source, XmlNode *copy, const Storage &storage
   return true;
 }
 
-XmlNode *copySelf(const XmlNode *source, const Storage &storage) {
-  XmlNode *copy = copyRecord(source, storage);
-  if (copy == nullptr || copyAttributes(source, copy, storage)) return copy;
-  releaseChain(copy, storage);
+XmlNode *copySelf(const XmlNode *source, const Copying &copying) {
+  XmlNode *copy = copyRecord(source, copying);
+  if (copy == nullptr || copyAttributes(source, copy, copying)) return copy;
+  releaseChain(copy, copying.storage);
   return nullptr;
 }
 
@@ -64,7 +78,7 @@ void linkLast(XmlNode *parent, XmlNode *child) {
 
 // Copies what is below source under copy, walking both trees side by side. Each copy is linked
 // before its own children are made, so that a failure leaves a whole tree to release.
-bool xmlClone(const XmlNode *source, XmlNode *copy, const Storage &storage) {
+bool xmlClone(const XmlNode *source, XmlNode *copy, const Copying &copying) {
   const XmlNode *from = source;
   XmlNode *to = copy;
   for (;;) {
@@ -79,7 +93,7 @@ bool xmlClone(const XmlNode *source, XmlNode *copy, const Storage &storage) {
       from = from->next;
       to = to->parent;
     }
-    XmlNode *child = copySelf(from, storage);
+    XmlNode *child = copySelf(from, copying);
     if (child == nullptr) return false;
     linkLast(to, child);
     to = child;
@@ -105,14 +119,14 @@ uint32_t cloneNode(const XmlNode *source, bool withChildren, XmlNode **copy) {
   if (source == nullptr || copy == nullptr || isAttribute(source)) return NEB_XML_ERR_INVALID_PARAM;
   const XmlNode *topmost = topmostNode(source);
   if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  Storage storage;
-  if (!storageForCopy(source, topmost, &storage)) return NEB_XML_ERR_NO_MEMORY;
-  XmlNode *made = copySelf(source, storage);
-  if (made == nullptr || (withChildren && !xmlClone(source, made, storage))) {
-    discardCopy(source, made, storage);
+  Copying copying;
+  if (!storageForCopy(source, topmost, &copying.storage)) return NEB_XML_ERR_NO_MEMORY;
+  XmlNode *made = copySelf(source, copying);
+  if (made == nullptr || (withChildren && !xmlClone(source, made, copying))) {
+    discardCopy(source, made, copying.storage);
     return NEB_XML_ERR_NO_MEMORY;
   }
-  finishCopy(source, made, storage);
+  finishCopy(source, made, copying.storage);
   *copy = made;
   return NEB_XML_OK;
 }
@@ -125,4 +139,20 @@ uint32_t NEB_XML_CloneNode(const XmlNode *source, XmlNode **copy) {
 
 uint32_t NEB_XML_CloneNodeSelf(const XmlNode *source, XmlNode **copy) {
   return cloneNode(source, false, copy);
+}
+
+uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, XmlNode **copy) {
+  if (target == nullptr || source == nullptr || copy == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  if (isAttribute(target) || isAttribute(source)) return NEB_XML_ERR_INVALID_PARAM;
+  const XmlNode *topmost = topmostNode(target);
+  if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  const Copying copying = {Storage::ofTopmost(topmost), true};
+  XmlNode *made = copySelf(source, copying);
+  if (made == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  if (!xmlClone(source, made, copying)) {
+    releaseChain(made, copying.storage);
+    return NEB_XML_ERR_NO_MEMORY;
+  }
+  *copy = made;
+  return NEB_XML_OK;
 }

@@ -53,11 +53,8 @@ uint32_t readStream(FILE *stream, char **text) {
 }
 
 uint32_t Parser_readFileOrBuffer(XmlParser *parser, const char *path) {
-  FILE *stream = XML_Fopen(path, "rb");
-  if (stream == nullptr) return NEB_XML_ERR_FILE_OPEN;
   char *text = nullptr;
-  const uint32_t result = readStream(stream, &text);
-  XML_Fclose(stream);
+  const uint32_t result = Parser_loadFile(path, &text);
   setText(parser, text, false);
   return result;
 }
@@ -65,14 +62,7 @@ uint32_t Parser_readFileOrBuffer(XmlParser *parser, const char *path) {
 uint32_t parseText(const char *text, bool withSession, XmlNode **outDoc) {
   if (isMissing(text) || outDoc == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   *outDoc = nullptr;
-  XmlParser *parser = newRecord();
-  if (parser == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  setText(parser, text, true);
-  if (withSession && !openSession(parser)) {
-    Parser_freeRecord(parser);
-    return NEB_XML_ERR_NO_MEMORY;
-  }
-  return Parser_parseDocument(outDoc, parser);
+  return Parser_parseText(text, withSession, nullptr, outDoc);
 }
 
 uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
@@ -88,6 +78,27 @@ uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
 }
 
 }  // namespace
+
+uint32_t Parser_loadFile(const char *path, char **text) {
+  FILE *stream = XML_Fopen(path, "rb");
+  if (stream == nullptr) return NEB_XML_ERR_FILE_OPEN;
+  const uint32_t result = readStream(stream, text);
+  XML_Fclose(stream);
+  return result;
+}
+
+uint32_t Parser_parseText(const char *text, bool withSession, ParseProblem *problem,
+                          XmlNode **outDoc) {
+  XmlParser *parser = newRecord();
+  if (parser == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  setText(parser, text, true);
+  parser->problem = problem;
+  if (withSession && !openSession(parser)) {
+    Parser_freeRecord(parser);
+    return NEB_XML_ERR_NO_MEMORY;
+  }
+  return Parser_parseDocument(outDoc, parser);
+}
 
 uint32_t NEB_XML_Parse(const char *text, XmlNode **outDoc) {
   return parseText(text, false, outDoc);

@@ -7,6 +7,8 @@
 #include "xml_memory.h"
 #include "xml_node.h"
 #include "xml_parser_attribute_set.h"
+#include "xml_parser_problem.h"
+#include "xml_parser_reasons.h"
 
 enum ParseState : uint32_t {
   PARSE_STATE_BETWEEN = 0,  // before the root, after an empty-element tag, after a text
@@ -27,13 +29,49 @@ struct XmlParser {
   XmlNode *lastAttribute;  // of current, while its tag is read
   AttributeSet attributes;
   Storage storage;
+  ParseProblem *problem;  // for what is wrong with the text; null when nobody asks
 };
+
+inline bool Parser_fail(const XmlParser *parser, const char *reason, const char *place) {
+  if (parser->problem != nullptr) parser->problem->note(reason, place);
+  return false;
+}
+
+inline uint32_t Parser_syntaxError(const XmlParser *parser, const char *reason, const char *place) {
+  Parser_fail(parser, reason, place);
+  return NEB_XML_ERR_SYNTAX;
+}
+
+inline uint32_t Parser_memoryError(const XmlParser *parser) {
+  Parser_fail(parser, reasons::kNoMemory, parser->cursor);
+  return NEB_XML_ERR_NO_MEMORY;
+}
+
+// Both are for finding what is wrong, and do nothing when nobody asks.
+inline void Parser_noteOpenTag(const XmlParser *parser, const OpenTag &tag) {
+  if (parser->problem != nullptr) parser->problem->open(tag);
+}
+inline void Parser_noteClosedTag(const XmlParser *parser) {
+  if (parser->problem != nullptr) parser->problem->close();
+}
+
+// Loads a whole file through the hooks; *text is the caller's, and untouched on failure.
+uint32_t Parser_loadFile(const char *path, char **text);
+
+// Parses a borrowed text. The problem, which may be null, is told what is wrong.
+uint32_t Parser_parseText(const char *text, bool withSession, ParseProblem *problem,
+                          XmlNode **outDoc);
 
 // Builds the document and consumes the record.
 uint32_t Parser_parseDocument(XmlNode **outDoc, XmlParser *parser);
 
 // Releases a record, with its text if that is its own and its pending node unless a session's.
 void Parser_freeRecord(XmlParser *parser);
+
+// Where the innermost open start tag begins; null when nobody asks.
+inline const char *Parser_openTag(const XmlParser *parser) {
+  return parser->problem == nullptr ? nullptr : parser->problem->innermost().tag;
+}
 
 // Makes the pending node current, as the first child or the next sibling of the one before.
 inline void Parser_linkPending(XmlParser *parser) {
@@ -83,5 +121,5 @@ uint32_t Parser_splitName(XmlParser *parser, XmlNode *element);
 
 // A new string of a run of the text, with references decoded and CDATA sections unwrapped. An
 // empty run gives null. The text goes on behind the run to its terminator.
-uint32_t Parser_CopyBufToString(const Storage &storage, const char *run, size_t length,
+uint32_t Parser_CopyBufToString(const XmlParser *parser, const char *run, size_t length,
                                 char **string);

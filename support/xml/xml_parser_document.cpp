@@ -13,17 +13,22 @@ namespace {
 constexpr char kDeclarationBegin[] = "<?xml ";
 constexpr char kDoctypeBegin[] = "<!DOCTYPE";
 
-// The end of a document type declaration, or null when it is not closed. Only angle brackets and
-// double quotes have a meaning in it.
-const char *findDoctypeEnd(const char *doctype) {
+// The end of a document type declaration. Only angle brackets and double quotes have a meaning in
+// it. When it is not closed, null, and *unclosed is the quote or the declaration that is not.
+const char *findDoctypeEnd(const char *doctype, const char **unclosed) {
+  *unclosed = doctype;
   size_t depth = 1;
   const char *text = doctype + 1;
   while (depth > 0) {
     text = std::strpbrk(text, "<>\"");
     if (text == nullptr) return nullptr;
     if (*text == '"') {
-      text = std::strchr(text + 1, '"');
-      if (text == nullptr) return nullptr;
+      const char *quote = text;
+      text = std::strchr(quote + 1, '"');
+      if (text == nullptr) {
+        *unclosed = quote;
+        return nullptr;
+      }
     } else {
       depth = *text == '<' ? depth + 1 : depth - 1;
     }
@@ -36,56 +41,77 @@ bool skipDeclaration(XmlParser *parser) {
   parser->cursor = skipWhitespace(parser->cursor);
   if (!begins(parser->cursor, kDeclarationBegin)) return true;
   const char *end = find(parser->cursor, kInstructionEnd);
-  if (end == nullptr) return false;
+  if (end == nullptr) return Parser_fail(parser, reasons::kDeclarationOpen, parser->cursor);
   parser->cursor = skipWhitespace(end + lengthOf(kInstructionEnd));
   return true;
 }
 
 bool skipDoctype(XmlParser *parser) {
   if (!begins(parser->cursor, kDoctypeBegin)) return true;
-  const char *end = findDoctypeEnd(parser->cursor);
-  if (end == nullptr) return false;
+  const char *unclosed = nullptr;
+  const char *end = findDoctypeEnd(parser->cursor, &unclosed);
+  if (end == nullptr) {
+    const bool isQuote = *unclosed == '"';
+    return Parser_fail(parser, isQuote ? reasons::kDoctypeQuoteOpen : reasons::kDoctypeOpen,
+                       unclosed);
+  }
   parser->cursor = skipWhitespace(end);
   return true;
 }
 
 bool skipProlog(XmlParser *parser) {
-  return skipDeclaration(parser) && Parser_skipMisc(parser) && skipDoctype(parser) &&
-         Parser_skipMisc(parser) && *parser->cursor != '\0';
+  const bool isSkipped = skipDeclaration(parser) && Parser_skipMisc(parser) &&
+                         skipDoctype(parser) && Parser_skipMisc(parser);
+  if (!isSkipped) return false;
+  return *parser->cursor != '\0' || Parser_fail(parser, reasons::kNoElement, parser->cursor);
 }
 
-bool readElementName(XmlParser *parser) {
-  if (!readToken(parser)) return false;
+bool copyElementName(XmlParser *parser) {
   char *name = nullptr;
-  const uint32_t result =
-      Parser_CopyBufToString(parser->storage, parser->token, parser->tokenLength, &name);
+  const uint32_t result = Parser_CopyBufToString(parser, parser->token, parser->tokenLength, &name);
   parser->pending->name = name;
   parser->pending->nameOwned = 1;
   return result == NEB_XML_OK;
 }
 
 bool parseStartTag(XmlParser *parser) {
-  if (parser->pending == nullptr || !readElementName(parser)) return false;
+  if (parser->pending == nullptr) return false;
+  const char *tag = parser->token;
+  if (!readToken(parser)) return Parser_fail(parser, reasons::kElementName, tag);
+  if (!copyElementName(parser)) return false;
+  Parser_noteOpenTag(parser, {tag, parser->token, parser->tokenLength});
   Parser_linkPending(parser);
   parser->isCurrentOpen = true;
   return Parser_readTagRest(parser, true) == NEB_XML_OK;
 }
 
-// Reads the name of an end tag, which must be the whole name of current, and closes current.
-bool readMatchingName(XmlParser *parser) {
-  XmlNode *element = parser->current;
-  const size_t length = std::strlen(element->name);
-  if (length != parser->tokenLength) return false;
-  if (platform::KAVO_MemCmp(element->name, parser->token, length) != 0) return false;
-  return Parser_splitName(parser, element) == NEB_XML_OK;
+bool isNameToken(const XmlParser *parser, const char *name) {
+  const size_t length = std::strlen(name);
+  return length == parser->tokenLength && platform::KAVO_MemCmp(name, parser->token, length) == 0;
 }
 
-bool readTagEnd(XmlParser *parser) { return readToken(parser) && isToken(parser, kTagEnd); }
+// The name of an end tag must be the whole name of current, which is closed by it.
+bool closeByName(XmlParser *parser, const char *endTag) {
+  if (!isNameToken(parser, parser->current->name)) {
+    if (parser->problem == nullptr) return false;
+    parser->problem->noteMismatch(reasons::kEndTagOther, endTag, parser->token,
+                                  parser->tokenLength);
+    return false;
+  }
+  const bool isSplit = Parser_splitName(parser, parser->current) == NEB_XML_OK;
+  Parser_noteClosedTag(parser);
+  return isSplit;
+}
+
+bool readTagEnd(XmlParser *parser, const char *endTag) {
+  const bool isClosed = readToken(parser) && isToken(parser, kTagEnd);
+  return isClosed || Parser_fail(parser, reasons::kEndTagOpen, endTag);
+}
 
 bool storeValue(XmlParser *parser, const char *run, const char *end) {
   char *value = nullptr;
   const uint32_t result =
-      Parser_CopyBufToString(parser->storage, run, static_cast<size_t>(end - run), &value);
+      Parser_CopyBufToString(parser, run, static_cast<size_t>(end - run), &value);
   parser->current->value = value;
   parser->current->valueOwned = 1;
   return result == NEB_XML_OK;
@@ -101,20 +127,22 @@ bool storeBlankValue(XmlParser *parser, const char *endTag) {
 bool parseEndTag(XmlParser *parser) {
   const char *endTag = parser->token;
   const bool followsBlank = endTag > parser->buffer && endTag[-1] != '>';
-  if (!readToken(parser)) return false;
+  if (!readToken(parser)) return Parser_fail(parser, reasons::kEndTagName, endTag);
   if (!parser->isCurrentOpen) {
-    if (parser->current == nullptr || parser->current->parent == nullptr) return false;
+    if (parser->current == nullptr || parser->current->parent == nullptr) {
+      return Parser_fail(parser, reasons::kEndTagAlone, endTag);
+    }
     parser->current = parser->current->parent;
   }
   parser->isCurrentOpen = false;
-  if (!readMatchingName(parser)) return false;
+  if (!closeByName(parser, endTag)) return false;
   if (followsBlank && parser->state == PARSE_STATE_CONTENT) {
     if (!storeBlankValue(parser, endTag)) return false;
   }
   parser->current->valueOwned = 1;
   // Here comments may follow white space; behind a text they may not.
   parser->cursor = skipWhitespace(parser->cursor);
-  return readTagEnd(parser);
+  return readTagEnd(parser, endTag);
 }
 
 // The '<' that ends a text run, CDATA sections passed over; null when the text ends first.
@@ -128,24 +156,39 @@ const char *findTextEnd(const char *text) {
   }
 }
 
+bool mayHoldText(const XmlParser *parser) {
+  return parser->state == PARSE_STATE_CONTENT && parser->isCurrentOpen;
+}
+
+bool refuseText(const XmlParser *parser) {
+  const bool isInElement = parser->current != nullptr && parser->current->parent != nullptr;
+  const char *reason = isInElement ? reasons::kTextAfterChild : reasons::kTextOutside;
+  return Parser_fail(parser, reason, parser->token);
+}
+
 bool parseText(XmlParser *parser) {
-  if (parser->state != PARSE_STATE_CONTENT || !parser->isCurrentOpen) return false;
-  if (isToken(parser, kEmptyTagEnd)) return false;
-  const char *run = parser->token;
+  const char *text = parser->token;
+  if (isToken(parser, kEmptyTagEnd)) return Parser_fail(parser, reasons::kTagEndAlone, text);
+  if (!mayHoldText(parser)) return refuseText(parser);
+  const char *run = text;
   while (run[-1] == ' ') --run;
   const char *end = findTextEnd(run);
-  if (end == nullptr) return false;
+  if (end == nullptr) return Parser_fail(parser, reasons::kTextOpen, text);
   parser->cursor = end;
   if (!storeValue(parser, run, end)) return false;
-  if (!readToken(parser) || !isToken(parser, kEndTagBegin)) return false;
-  if (!readToken(parser) || !readMatchingName(parser) || !readTagEnd(parser)) return false;
+  if (!readToken(parser) || !isToken(parser, kEndTagBegin)) {
+    return Parser_fail(parser, reasons::kTextMarkup, end);
+  }
+  const char *endTag = parser->token;
+  if (!readToken(parser)) return Parser_fail(parser, reasons::kEndTagName, endTag);
+  if (!closeByName(parser, endTag) || !readTagEnd(parser, endTag)) return false;
   parser->isCurrentOpen = false;
   parser->state = PARSE_STATE_BETWEEN;
   return true;
 }
 
 bool parseToken(XmlParser *parser) {
-  if (isToken(parser, kTagEnd)) return false;
+  if (isToken(parser, kTagEnd)) return Parser_fail(parser, reasons::kTagEndAlone, parser->token);
   if (isToken(parser, kEndTagBegin)) return parseEndTag(parser);
   if (isToken(parser, "<")) return parseStartTag(parser);
   return parseText(parser);
@@ -158,16 +201,23 @@ bool parseNext(XmlParser *parser) {
   return parseToken(parser);
 }
 
+// The general steps alone tell what is wrong, so they are all that serves one who asks.
+bool parsePlain(XmlParser *parser, MarkupMap *map) {
+  return parser->problem != nullptr || Parser_parsePlain(parser, map) != PlainResult::failed;
+}
+
 // False when the text is malformed, memory runs out, or the element started last is not closed.
 bool parseElements(XmlParser *parser) {
   MarkupMap map(parser->cursor);
   for (;;) {
-    if (Parser_parsePlain(parser, &map) == PlainResult::failed) return false;
-    if (!parseNext(parser)) return false;
-    if (*parser->cursor == '\0') return !parser->isCurrentOpen;
+    if (!parsePlain(parser, &map) || !parseNext(parser)) return false;
+    if (*parser->cursor == '\0') {
+      return !parser->isCurrentOpen ||
+             Parser_fail(parser, reasons::kElementOpen, Parser_openTag(parser));
+    }
     if (parser->pending != nullptr) continue;
     parser->pending = makeNode(parser->storage, NEB_XML_NODE_ELEMENT);
-    if (parser->pending == nullptr) return false;
+    if (parser->pending == nullptr) return Parser_fail(parser, reasons::kNoMemory, parser->cursor);
   }
 }
 
@@ -186,12 +236,22 @@ uint32_t Parser_splitName(XmlParser *parser, XmlNode *element) {
   char *name = element->name;
   char *colon = std::strchr(name, ':');
   if (colon == nullptr) return NEB_XML_OK;
-  if (colon == name || colon[1] == '\0') return NEB_XML_ERR_SYNTAX;
+  if (colon == name || colon[1] == '\0') {
+    return Parser_syntaxError(parser, reasons::kElementNameColon, Parser_openTag(parser));
+  }
+  // The prefix is decoded once more, from the name as it is stored: a place in it is none in the
+  // text.
+  ParseProblem *problem = parser->problem;
+  parser->problem = nullptr;
   char *prefix = nullptr;
   const uint32_t result =
-      Parser_CopyBufToString(parser->storage, name, static_cast<size_t>(colon - name), &prefix);
+      Parser_CopyBufToString(parser, name, static_cast<size_t>(colon - name), &prefix);
+  parser->problem = problem;
   element->prefix = prefix;
-  if (result != NEB_XML_OK) return result;
+  if (result == NEB_XML_ERR_NO_MEMORY) return Parser_memoryError(parser);
+  if (result != NEB_XML_OK) {
+    return Parser_syntaxError(parser, reasons::kElementPrefix, Parser_openTag(parser));
+  }
   const size_t moved = std::strlen(colon + 1) + 1;
   platform::memmove_s(name, moved, colon + 1, moved);
   return NEB_XML_OK;

@@ -283,7 +283,7 @@ class PlainParser {
     }
     char *value = nullptr;
     pieces_.save();
-    const uint32_t result = Parser_CopyBufToString(parser_.storage, run, length, &value);
+    const uint32_t result = Parser_CopyBufToString(&parser_, run, length, &value);
     pieces_.load();
     node->value = value;
     return result == NEB_XML_OK;

@@ -64,7 +64,8 @@ class Decoder {
   Decoder(const char *run, size_t length, char *string)
       : from_(run), end_(run + length), to_(string) {}
 
-  // False for a malformed reference or section, and for one that goes on behind the run.
+  // False for a malformed reference or section, and for one that goes on behind the run. The reason
+  // is then told, and the place is where it begins.
   bool decode() {
     while (from_ < end_) {
       copyPlain();
@@ -72,10 +73,18 @@ class Decoder {
       const bool decoded = *from_ == '&' ? decodeReference() : copyMarkup();
       if (!decoded) return false;
     }
-    return from_ == end_;
+    return true;
   }
 
+  const char *reason() const { return reason_; }
+  const char *place() const { return from_; }
+
  private:
+  bool fail(const char *reason) {
+    reason_ = reason;
+    return false;
+  }
+
   void copyPlain() {
     while (from_ < end_ && *from_ != '&' && *from_ != '<') *to_++ = *from_++;
   }
@@ -87,7 +96,8 @@ class Decoder {
     }
     const char *content = from_ + lengthOf(kCdataBegin);
     const char *close = find(content, kCdataEnd);
-    if (close == nullptr || close + lengthOf(kCdataEnd) > end_) return false;
+    if (close == nullptr) return fail(reasons::kSectionOpen);
+    if (close + lengthOf(kCdataEnd) > end_) return fail(reasons::kSectionCut);
     const auto count = static_cast<size_t>(close - content);
     platform::memcpy_s(to_, static_cast<size_t>(end_ - from_), content, count);
     to_ += count;
@@ -99,11 +109,12 @@ class Decoder {
     for (const NamedReference &reference : kNamedReferences) {
       const size_t length = std::strlen(reference.text);
       if (std::strncmp(from_, reference.text, length) != 0) continue;
+      if (from_ + length > end_) return fail(reasons::kReferenceCut);
       *to_++ = reference.character;
       from_ += length;
-      return from_ <= end_;
+      return true;
     }
-    return from_[1] == '#' && decodeNumber();
+    return from_[1] == '#' ? decodeNumber() : fail(reasons::kReferenceUnknown);
   }
 
   bool decodeNumber() {
@@ -113,12 +124,13 @@ class Decoder {
     uint32_t code = 0;
     for (; *digits != ';'; ++digits) {
       const uint32_t digit = digitOf(*digits, base);
-      if (digit == kNotADigit) return false;
+      if (digit == kNotADigit) return fail(reasons::kReferenceNumber);
       code = code * base + digit;
-      if (code > kLargestCharacter) return false;
+      if (code > kLargestCharacter) return fail(reasons::kReferenceCharacter);
     }
+    if (!isCharacter(code)) return fail(reasons::kReferenceCharacter);
+    if (digits + 1 > end_) return fail(reasons::kReferenceCut);
     from_ = digits + 1;
-    if (!isCharacter(code) || from_ > end_) return false;
     to_ = writeUtf8(to_, code);
     return true;
   }
@@ -126,6 +138,7 @@ class Decoder {
   const char *from_;
   const char *end_;
   char *to_;
+  const char *reason_ = nullptr;
 };
 
 bool isPlain(const char *run, size_t length) {
@@ -134,21 +147,23 @@ bool isPlain(const char *run, size_t length) {
 
 }  // namespace
 
-uint32_t Parser_CopyBufToString(const Storage &storage, const char *run, size_t length,
+uint32_t Parser_CopyBufToString(const XmlParser *parser, const char *run, size_t length,
                                 char **string) {
   if (length == 0) return NEB_XML_OK;
   if (run == nullptr || string == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  if (length > INT32_MAX) return NEB_XML_ERR_SYNTAX;
+  if (length > INT32_MAX) return Parser_syntaxError(parser, reasons::kTextTooLong, run);
+  const Storage &storage = parser->storage;
   if (isPlain(run, length)) {
     *string = storage.copyText(run, length);
-    return *string != nullptr ? NEB_XML_OK : NEB_XML_ERR_NO_MEMORY;
+    return *string != nullptr ? uint32_t{NEB_XML_OK} : Parser_memoryError(parser);
   }
   auto *decoded = static_cast<char *>(storage.obtain(length + kTerminator));
   *string = decoded;
-  if (decoded == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  if (decoded == nullptr) return Parser_memoryError(parser);
   platform::memset_s(decoded, length + kTerminator, 0, length + kTerminator);
-  if (Decoder(run, length, decoded).decode()) return NEB_XML_OK;
+  Decoder decoder(run, length, decoded);
+  if (decoder.decode()) return NEB_XML_OK;
   storage.giveBackOwn(decoded);
   *string = nullptr;
-  return NEB_XML_ERR_SYNTAX;
+  return Parser_syntaxError(parser, decoder.reason(), decoder.place());
 }

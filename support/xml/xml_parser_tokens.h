@@ -65,11 +65,15 @@ inline bool Parser_skipMisc(XmlParser *parser) {
     if (begins(markup, kCommentBegin)) {
       end = find(markup, kCommentEnd);
       const char *text = markup + lengthOf(kCommentBegin);
-      if (end == nullptr || end < text || (end > text && end[-1] == '-')) return false;
+      if (end == nullptr) return Parser_fail(parser, reasons::kCommentOpen, markup);
+      if (end < text) return Parser_fail(parser, reasons::kCommentShort, markup);
+      if (end > text && end[-1] == '-') {
+        return Parser_fail(parser, reasons::kCommentHyphen, markup);
+      }
       end += lengthOf(kCommentEnd);
     } else if (begins(markup, kInstructionBegin)) {
       end = find(markup, kInstructionEnd);
-      if (end == nullptr) return false;
+      if (end == nullptr) return Parser_fail(parser, reasons::kInstructionOpen, markup);
       end += lengthOf(kInstructionEnd);
     } else {
       parser->cursor = skipWhitespace(markup);
@@ -134,7 +138,10 @@ inline TokenRead Parser_getNextToken(XmlParser *parser) {
   const char *token = parser->cursor;
   if (*token == '\0') return TokenRead::none;
   const char *end = findTokenEnd(token);
-  if (end == nullptr) return TokenRead::none;
+  if (end == nullptr) {
+    Parser_fail(parser, reasons::kSectionOpen, token);
+    return TokenRead::none;
+  }
   parser->token = token;
   parser->tokenLength = static_cast<size_t>(end - token);
   parser->cursor = end;

@@ -5,12 +5,14 @@
 #include "neb_xml.h"
 #include "platform/bounded_memory.h"
 #include "platform/output_file.h"
+#include "platform/replaced_file.h"
 #include "xml_node.h"
 
 namespace {
 
 enum PrintMode { XML_PRINT_FULL = 0, XML_PRINT_HEAD = 1, XML_PRINT_TAIL = 2 };
 
+constexpr uint32_t kWidestIndent = 16;
 constexpr uint32_t kLargestCharacter = 0x10FFFF;
 constexpr char kAmpersand[] = "&amp;";
 constexpr const char *kNamedReferences[] = {"&lt;", "&gt;", "&amp;", "&apos;", "&quot;"};
@@ -20,6 +22,7 @@ constexpr const char *kNamedReferences[] = {"&lt;", "&gt;", "&amp;", "&apos;", "
 class Measure {
  public:
   void write(const char * /*text*/, size_t count) { length_ += count; }
+  void writeSpaces(size_t count) { length_ += count; }
   uint64_t length() const { return length_; }
 
  private:
@@ -32,6 +35,12 @@ class Pen {
 
   void write(const char *text, size_t count) {
     if (platform::memcpy_s(place_, room_, text, count) != 0) return;
+    place_ += count;
+    room_ -= count;
+  }
+
+  void writeSpaces(size_t count) {
+    if (platform::memset_s(place_, room_, ' ', count) != 0) return;
     place_ += count;
     room_ -= count;
   }
@@ -123,11 +132,18 @@ void xmlCopyWithEscape(Sink &sink, const char *text) {
   }
 }
 
+// What to print, and how.
+struct Printing {
+  const XmlNode *start;
+  PrintMode mode;
+  uint32_t width;  // spaces for each level
+};
+
 template <typename Sink>
 class Printer {
  public:
-  Printer(const XmlNode *start, PrintMode mode, Sink &sink)
-      : start_(start), mode_(mode), sink_(sink) {}
+  Printer(const Printing &printing, Sink &sink)
+      : start_(printing.start), mode_(printing.mode), width_(printing.width), sink_(sink) {}
 
   // False when a node without a name is met.
   bool print() {
@@ -144,12 +160,20 @@ class Printer {
   }
   const XmlNode *nextOf(const XmlNode *node) const { return node == start_ ? nullptr : node->next; }
 
-  const XmlNode *successor(const XmlNode *node) const {
-    if (node->firstChild != nullptr) return node->firstChild;
+  const XmlNode *successor(const XmlNode *node) {
+    if (node->firstChild != nullptr) {
+      ++depth_;
+      return node->firstChild;
+    }
     for (; node != nullptr; node = parentOf(node)) {
       if (nextOf(node) != nullptr) return nextOf(node);
+      --depth_;
     }
     return nullptr;
+  }
+
+  void indent(size_t depth) {
+    if (width_ != 0) sink_.writeSpaces(depth * width_);
   }
 
   bool isLastChild(const XmlNode *node) const {
@@ -166,6 +190,7 @@ class Printer {
   }
 
   bool writeOpening(const XmlNode *node) {
+    indent(depth_);
     writeLiteral(sink_, "<");
     writeName(node);
     if (!writeAttributes(node)) return false;
@@ -207,14 +232,25 @@ class Printer {
   // The closing half begins with the node itself, which the opening half may have left open.
   void writeClosingAscent(const XmlNode *node) {
     if (node->firstChild != nullptr || !isLastChild(node)) return;
-    const XmlNode *closed = mode_ == XML_PRINT_TAIL ? node : parentOf(node);
+    const bool beginsWithNode = mode_ == XML_PRINT_TAIL;
+    const XmlNode *closed = beginsWithNode ? node : parentOf(node);
+    size_t depth = beginsWithNode ? depth_ : depth_ - 1;
+    const bool isIndented = !isBlankLeaf(node);
     for (;;) {
+      if (isIndented) indent(depth);
       writeLiteral(sink_, "</");
       writeName(closed);
       writeLiteral(sink_, ">\n");
       if (!isLastChild(closed)) return;
       closed = parentOf(closed);
+      --depth;
     }
+  }
+
+  // Reading takes the white space behind an element with a blank text for the values of the
+  // elements that end there: nothing may be added to it.
+  static bool isBlankLeaf(const XmlNode *node) {
+    return node->value != nullptr && node->value[std::strspn(node->value, " \t\n\r")] == '\0';
   }
 
   void writeName(const XmlNode *node) {
@@ -227,13 +263,15 @@ class Printer {
 
   const XmlNode *start_;
   PrintMode mode_;
+  uint32_t width_;
+  size_t depth_ = 0;  // of the node at hand, below start
   Sink &sink_;
 };
 
 // The length of the text is left in *length. The text is null when it would be empty.
-uint32_t printTree(const XmlNode *start, PrintMode mode, char **text, size_t *length) {
+uint32_t printTree(const Printing &printing, char **text, size_t *length) {
   Measure measure;
-  if (!Printer<Measure>(start, mode, measure).print()) return NEB_XML_ERR_INVALID_PARAM;
+  if (!Printer<Measure>(printing, measure).print()) return NEB_XML_ERR_INVALID_PARAM;
   if (measure.length() > UINT32_MAX) return NEB_XML_ERR_NO_MEMORY;
   *length = measure.length();
   *text = nullptr;
@@ -241,17 +279,19 @@ uint32_t printTree(const XmlNode *start, PrintMode mode, char **text, size_t *le
   auto *printed = static_cast<char *>(g_fnXMLMalloc(*length + 1));
   if (printed == nullptr) return NEB_XML_ERR_NO_MEMORY;
   Pen pen(printed, *length);
-  Printer<Pen>(start, mode, pen).print();
+  Printer<Pen>(printing, pen).print();
   printed[*length] = '\0';
   *text = printed;
   return NEB_XML_OK;
 }
 
-uint32_t transform(const XmlNode *start, PrintMode mode, char **text) {
-  if (start == nullptr || text == nullptr || isAttribute(start)) return NEB_XML_ERR_INVALID_PARAM;
+bool isPrintable(const XmlNode *start) { return start != nullptr && !isAttribute(start); }
+
+uint32_t transform(const Printing &printing, char **text) {
+  if (!isPrintable(printing.start) || text == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   char *printed = nullptr;
   size_t length = 0;
-  const uint32_t result = printTree(start, mode, &printed, &length);
+  const uint32_t result = printTree(printing, &printed, &length);
   if (result == NEB_XML_OK) *text = printed;
   return result;
 }
@@ -268,28 +308,43 @@ uint32_t resultOf(platform::WriteOutcome outcome) {
   return NEB_XML_OK;
 }
 
+using FileWriter = platform::WriteOutcome (*)(const char *path, const char *text, size_t length);
+
+uint32_t printToFile(const Printing &printing, const char *path, FileWriter writeFile) {
+  if (!isPrintable(printing.start) || path == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  char *text = nullptr;
+  size_t length = 0;
+  const uint32_t result = printTree(printing, &text, &length);
+  if (result != NEB_XML_OK) return result;
+  const platform::WriteOutcome outcome = writeFile(path, text != nullptr ? text : "", length);
+  XML_Free(nullptr, text);
+  return resultOf(outcome);
+}
+
 }  // namespace
 
 uint32_t NEB_XML_Transform(const XmlNode *start, char **text) {
-  return transform(start, XML_PRINT_FULL, text);
+  return transform({start, XML_PRINT_FULL, 0}, text);
 }
 
 uint32_t NEB_XML_TransformHead(const XmlNode *start, char **text) {
-  return transform(start, XML_PRINT_HEAD, text);
+  return transform({start, XML_PRINT_HEAD, 0}, text);
 }
 
 uint32_t NEB_XML_TransformTail(const XmlNode *start, char **text) {
-  return transform(start, XML_PRINT_TAIL, text);
+  return transform({start, XML_PRINT_TAIL, 0}, text);
+}
+
+uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t width, char **text) {
+  if (width > kWidestIndent) return NEB_XML_ERR_INVALID_PARAM;
+  return transform({start, XML_PRINT_FULL, width}, text);
 }
 
 uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *path) {
-  if (start == nullptr || path == nullptr || isAttribute(start)) return NEB_XML_ERR_INVALID_PARAM;
-  char *text = nullptr;
-  size_t length = 0;
-  const uint32_t result = printTree(start, XML_PRINT_FULL, &text, &length);
-  if (result != NEB_XML_OK) return result;
-  const platform::WriteOutcome outcome =
-      platform::writeWholeFile(path, text != nullptr ? text : "", length);
-  XML_Free(nullptr, text);
-  return resultOf(outcome);
+  return printToFile({start, XML_PRINT_FULL, 0}, path, platform::writeWholeFile);
+}
+
+uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path, uint32_t width) {
+  if (width > kWidestIndent) return NEB_XML_ERR_INVALID_PARAM;
+  return printToFile({start, XML_PRINT_FULL, width}, path, platform::replaceWholeFile);
 }
