@@ -133,14 +133,14 @@ TEST(Faults, Parsing) {
                {NEB_XML_ParseEx, text.c_str(), false},
                {NEB_XML_ParseFile, path.c_str(), true},
                {NEB_XML_ParseFileEx, path.c_str(), false}};
-  for (const auto &[parse, input, keepsPointer] : cases) {
+  for (const auto &entry : cases) {
     everyAllocationFails(nullptr, false, [&](Work &work) {
       XmlNode *const kept = reinterpret_cast<XmlNode *>(&work);
       XmlNode *document = kept;
-      if (work.check(parse(input, &document), kNoMemory, NEB_XML_ERR_SYNTAX)) {
+      if (work.check(entry.parse(entry.input, &document), kNoMemory, NEB_XML_ERR_SYNTAX)) {
         work.setDocument(document);
       } else {
-        EXPECT_TRUE(document == (keepsPointer ? kept : nullptr));
+        EXPECT_TRUE(document == (entry.keepsPointer ? kept : nullptr));
       }
     });
   }

@@ -36,7 +36,7 @@ bool resolveTarget(const char *path, Target *target) {
     return S_ISREG(status.st_mode) && realpath(path, target->path) != nullptr;
   }
   // A link that leads nowhere would be replaced itself.
-  if (lstat(path, &status) == 0) return false;
+  if (path[0] == '\0' || lstat(path, &status) == 0) return false;
   return strncpy_s(target->path, sizeof target->path, path, kPathCapacity) == 0;
 }
 

@@ -48,7 +48,6 @@ inline constexpr char kTagEndAlone[] = "'>' or \"/>\" without a tag";
 inline constexpr char kReferenceUnknown[] = "'&' does not begin a known reference";
 inline constexpr char kReferenceNumber[] = "character reference is not a number";
 inline constexpr char kReferenceCharacter[] = "character reference names no allowed character";
-inline constexpr char kReferenceCut[] = "reference goes on beyond its text";
 inline constexpr char kSectionCut[] = "CDATA section goes on beyond its text";
 inline constexpr char kTextTooLong[] = "text of 2 GiB or more";
 

@@ -109,7 +109,7 @@ class Decoder {
     for (const NamedReference &reference : kNamedReferences) {
       const size_t length = std::strlen(reference.text);
       if (std::strncmp(from_, reference.text, length) != 0) continue;
-      if (from_ + length > end_) return fail(reasons::kReferenceCut);
+      if (from_ + length > end_) return fail(reasons::kReferenceUnknown);
       *to_++ = reference.character;
       from_ += length;
       return true;
@@ -129,7 +129,7 @@ class Decoder {
       if (code > kLargestCharacter) return fail(reasons::kReferenceCharacter);
     }
     if (!isCharacter(code)) return fail(reasons::kReferenceCharacter);
-    if (digits + 1 > end_) return fail(reasons::kReferenceCut);
+    if (digits + 1 > end_) return fail(reasons::kReferenceNumber);
     from_ = digits + 1;
     to_ = writeUtf8(to_, code);
     return true;

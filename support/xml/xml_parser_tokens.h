@@ -116,6 +116,15 @@ inline const char *findWordEnd(const char *text) {
   }
 }
 
+// Where the CDATA section begins that keeps a word from ending.
+inline const char *findOpenSection(const char *word) {
+  const char *section = std::strstr(word, kCdataBegin);
+  for (const char *end = find(section, kCdataEnd); end != nullptr; end = find(section, kCdataEnd)) {
+    section = std::strstr(end, kCdataBegin);
+  }
+  return section;
+}
+
 inline const char *findTokenEnd(const char *text) {
   switch (*text) {
     case '"':
@@ -139,7 +148,9 @@ inline TokenRead Parser_getNextToken(XmlParser *parser) {
   if (*token == '\0') return TokenRead::none;
   const char *end = findTokenEnd(token);
   if (end == nullptr) {
-    Parser_fail(parser, reasons::kSectionOpen, token);
+    if (parser->problem != nullptr) {
+      Parser_fail(parser, reasons::kSectionOpen, findOpenSection(token));
+    }
     return TokenRead::none;
   }
   parser->token = token;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <sstream>
@@ -113,8 +114,9 @@ std::string temporaryFile(const std::string &text) {
   static std::atomic<unsigned> number;
   static const std::string folder = testing::TempDir();
   const auto *test = testing::UnitTest::GetInstance()->current_test_info();
-  const std::string path = folder + "neb_xml_" + test->test_suite_name() + "_" + test->name() +
-                           "_" + std::to_string(number++ % 4) + ".xml";
+  std::string name = std::string(test->test_suite_name()) + "_" + test->name();
+  std::replace(name.begin(), name.end(), '/', '_');
+  const std::string path = folder + "neb_xml_" + name + "_" + std::to_string(number++ % 4) + ".xml";
   std::ofstream(path, std::ios::binary) << text;
   return path;
 }
