@@ -117,7 +117,9 @@ TEST(Indented, ParsesToTheTreeOfThePlainText) {
 
 class Save : public testing::Test {
  protected:
-  Save() : folder_(fs::path(testing::TempDir()) / "neb_xml_save") {
+  Save() {
+    const auto *test = testing::UnitTest::GetInstance()->current_test_info();
+    folder_ = fs::path(testing::TempDir()) / (std::string("neb_xml_") + test->name());
     fs::remove_all(folder_);
     fs::create_directories(folder_);
     document_ = trees::parsed("<new>text</new>");
@@ -136,7 +138,7 @@ class Save : public testing::Test {
   }
 
   fs::path folder_;
-  XmlNode *document_;
+  XmlNode *document_ = nullptr;
 };
 
 TEST_F(Save, ReplacesFilesKeepsPermissionsAndFollowsLinks) {
