@@ -24,12 +24,12 @@ constexpr uint32_t kInvalid = NEB_XML_ERR_INVALID_PARAM;
 // "null" when nothing was written. The text must be exactly as large as needed and stand alone.
 std::string printedBy(Print print, const XmlNode *node) {
   char *text = nullptr;
-  const size_t before = guarded::mallocSizes().size();
+  const size_t before = guarded::outstanding();
   EXPECT_EQ(print(node, &text), kOk);
-  const std::vector<size_t> sizes = guarded::mallocSizes();
   if (text == nullptr) return "null";
   const std::string copy = text;
-  EXPECT_TRUE(sizes.size() == before + 1 && sizes.back() == copy.size() + 1) << copy;
+  EXPECT_EQ(guarded::mallocSizes().back(), copy.size() + 1) << copy;
+  EXPECT_EQ(guarded::outstanding(), before + 1) << copy;
   NEB_XML_FreeMem(text);
   return copy;
 }

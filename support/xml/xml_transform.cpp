@@ -1,12 +1,14 @@
 // Printing trees as text.
 #include <array>
 #include <cstring>
+#include <initializer_list>
 
 #include "neb_xml.h"
 #include "platform/bounded_memory.h"
 #include "platform/output_file.h"
 #include "platform/replaced_file.h"
 #include "xml_node.h"
+#include "xml_transform_text.h"
 
 namespace {
 
@@ -16,49 +18,6 @@ constexpr uint32_t kWidestIndent = 16;
 constexpr uint32_t kLargestCharacter = 0x10FFFF;
 constexpr char kAmpersand[] = "&amp;";
 constexpr const char *kNamedReferences[] = {"&lt;", "&gt;", "&amp;", "&apos;", "&quot;"};
-
-// A printer runs twice over a tree: once with a measure and once with a pen that writes into
-// exactly the room measured.
-class Measure {
- public:
-  void write(const char * /*text*/, size_t count) { length_ += count; }
-  void writeSpaces(size_t count) { length_ += count; }
-  uint64_t length() const { return length_; }
-
- private:
-  uint64_t length_ = 0;
-};
-
-class Pen {
- public:
-  Pen(char *text, size_t room) : place_(text), room_(room) {}
-
-  void write(const char *text, size_t count) {
-    if (platform::memcpy_s(place_, room_, text, count) != 0) return;
-    place_ += count;
-    room_ -= count;
-  }
-
-  void writeSpaces(size_t count) {
-    if (platform::memset_s(place_, room_, ' ', count) != 0) return;
-    place_ += count;
-    room_ -= count;
-  }
-
- private:
-  char *place_;
-  size_t room_;
-};
-
-template <typename Sink, size_t size>
-void writeLiteral(Sink &sink, const char (&literal)[size]) {
-  sink.write(literal, size - 1);
-}
-
-template <typename Sink>
-void writeText(Sink &sink, const char *text) {
-  sink.write(text, std::strlen(text));
-}
 
 // The value of a digit in base 10 or 16; the base itself for any other character.
 uint32_t digitValue(char digit, uint32_t base) {
@@ -95,40 +54,39 @@ bool beginsReference(const char *text) {
   return isNumericReference(text);
 }
 
-template <typename Sink>
-void writeEscaped(Sink &sink, const char *character) {
+void writeEscaped(PrintedText &text, const char *character) {
   switch (*character) {
     case '"':
-      return writeLiteral(sink, "&quot;");
+      return text.writeLiteral("&quot;");
     case '\'':
-      return writeLiteral(sink, "&apos;");
+      return text.writeLiteral("&apos;");
     case '<':
-      return writeLiteral(sink, "&lt;");
+      return text.writeLiteral("&lt;");
     case '>':
-      return writeLiteral(sink, "&gt;");
+      return text.writeLiteral("&gt;");
     default:
-      return sink.write(kAmpersand, beginsReference(character) ? 1 : sizeof kAmpersand - 1);
+      return text.write(kAmpersand, beginsReference(character) ? 1 : sizeof kAmpersand - 1);
   }
 }
 
-constexpr std::array<bool, 256> makeRunEnds() {
-  std::array<bool, 256> ends = {};
-  for (const char end : {'\0', '"', '\'', '<', '>', '&'}) ends[static_cast<uint8_t>(end)] = true;
+using RunEnds = std::array<bool, 256>;
+
+constexpr RunEnds makeRunEnds(std::initializer_list<char> characters) {
+  RunEnds ends = {};
+  for (const char end : characters) ends[static_cast<uint8_t>(end)] = true;
   return ends;
 }
 
-constexpr std::array<bool, 256> kRunEnds = makeRunEnds();
+constexpr RunEnds kNameEnds = makeRunEnds({'\0'});
+constexpr RunEnds kOrdinaryEnds = makeRunEnds({'\0', '"', '\'', '<', '>', '&'});
 
-// Runs of ordinary characters are written whole.
-template <typename Sink>
-void xmlCopyWithEscape(Sink &sink, const char *text) {
+// Runs of ordinary characters are written as they stand.
+void xmlCopyWithEscape(PrintedText &text, const char *value) {
   for (;;) {
-    const char *run = text;
-    while (!kRunEnds[static_cast<uint8_t>(*text)]) ++text;
-    sink.write(run, static_cast<size_t>(text - run));
-    if (*text == '\0') return;
-    writeEscaped(sink, text);
-    ++text;
+    value = text.writeRun(value, kOrdinaryEnds.data());
+    if (*value == '\0') return;
+    writeEscaped(text, value);
+    ++value;
   }
 }
 
@@ -139,11 +97,10 @@ struct Printing {
   uint32_t width;  // spaces for each level
 };
 
-template <typename Sink>
 class Printer {
  public:
-  Printer(const Printing &printing, Sink &sink)
-      : start_(printing.start), mode_(printing.mode), width_(printing.width), sink_(sink) {}
+  Printer(const Printing &printing, PrintedText &text)
+      : start_(printing.start), mode_(printing.mode), width_(printing.width), text_(text) {}
 
   // False when a node without a name is met.
   bool print() {
@@ -173,7 +130,7 @@ class Printer {
   }
 
   void indent(size_t depth) {
-    if (width_ != 0) sink_.writeSpaces(depth * width_);
+    if (width_ != 0) text_.writeSpaces(depth * width_);
   }
 
   bool isLastChild(const XmlNode *node) const {
@@ -191,17 +148,17 @@ class Printer {
 
   bool writeOpening(const XmlNode *node) {
     indent(depth_);
-    writeLiteral(sink_, "<");
+    text_.writeLiteral("<");
     writeName(node);
     if (!writeAttributes(node)) return false;
     if (node->firstChild != nullptr) {
-      writeLiteral(sink_, ">\n");
+      text_.writeLiteral(">\n");
     } else if (node->value != nullptr) {
-      writeLiteral(sink_, ">");
-      xmlCopyWithEscape(sink_, node->value);
-      writeLiteral(sink_, "</");
+      text_.writeLiteral(">");
+      xmlCopyWithEscape(text_, node->value);
+      text_.writeLiteral("</");
       writeName(node);
-      writeLiteral(sink_, ">\n");
+      text_.writeLiteral(">\n");
     } else {
       writeEmptyElementEnd(node);
     }
@@ -211,19 +168,19 @@ class Printer {
   // In an opening half a last child is left open.
   void writeEmptyElementEnd(const XmlNode *node) {
     const bool staysOpen = mode_ == XML_PRINT_HEAD && nextOf(node) == nullptr;
-    if (!staysOpen) writeLiteral(sink_, "/");
-    writeLiteral(sink_, ">\n");
+    if (!staysOpen) text_.writeLiteral("/");
+    text_.writeLiteral(">\n");
   }
 
   bool writeAttributes(const XmlNode *node) {
     for (const XmlNode *attribute = node->firstAttr; attribute != nullptr;
          attribute = attribute->next) {
       if (attribute->name == nullptr) return false;
-      writeLiteral(sink_, " ");
+      text_.writeLiteral(" ");
       writeName(attribute);
-      writeLiteral(sink_, "=\"");
-      if (attribute->value != nullptr) xmlCopyWithEscape(sink_, attribute->value);
-      writeLiteral(sink_, "\"");
+      text_.writeLiteral("=\"");
+      if (attribute->value != nullptr) xmlCopyWithEscape(text_, attribute->value);
+      text_.writeLiteral("\"");
     }
     return true;
   }
@@ -238,9 +195,9 @@ class Printer {
     const bool isIndented = !isBlankLeaf(node);
     for (;;) {
       if (isIndented) indent(depth);
-      writeLiteral(sink_, "</");
+      text_.writeLiteral("</");
       writeName(closed);
-      writeLiteral(sink_, ">\n");
+      text_.writeLiteral(">\n");
       if (!isLastChild(closed)) return;
       closed = parentOf(closed);
       --depth;
@@ -255,34 +212,28 @@ class Printer {
 
   void writeName(const XmlNode *node) {
     if (node->prefix != nullptr) {
-      writeText(sink_, node->prefix);
-      writeLiteral(sink_, ":");
+      text_.writeRun(node->prefix, kNameEnds.data());
+      text_.writeLiteral(":");
     }
-    writeText(sink_, node->name);
+    text_.writeRun(node->name, kNameEnds.data());
   }
 
   const XmlNode *start_;
   PrintMode mode_;
   uint32_t width_;
   size_t depth_ = 0;  // of the node at hand, below start
-  Sink &sink_;
+  PrintedText &text_;
 };
 
 // The length of the text is left in *length. The text is null when it would be empty.
 uint32_t printTree(const Printing &printing, char **text, size_t *length) {
-  Measure measure;
-  if (!Printer<Measure>(printing, measure).print()) return NEB_XML_ERR_INVALID_PARAM;
-  if (measure.length() > UINT32_MAX) return NEB_XML_ERR_NO_MEMORY;
-  *length = measure.length();
+  PrintedText printed;
+  if (!Printer(printing, printed).print()) return NEB_XML_ERR_INVALID_PARAM;
   *text = nullptr;
-  if (*length == 0) return NEB_XML_OK;
-  auto *printed = static_cast<char *>(g_fnXMLMalloc(*length + 1));
-  if (printed == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  Pen pen(printed, *length);
-  Printer<Pen>(printing, pen).print();
-  printed[*length] = '\0';
-  *text = printed;
-  return NEB_XML_OK;
+  *length = printed.length();
+  if (printed.isEmpty()) return NEB_XML_OK;
+  *text = printed.handOut();
+  return *text != nullptr ? NEB_XML_OK : NEB_XML_ERR_NO_MEMORY;
 }
 
 bool isPrintable(const XmlNode *start) { return start != nullptr && !isAttribute(start); }
