@@ -27,7 +27,7 @@ class PrintedText {
   }
 
   void writeSpaces(size_t count) {
-    if (!reserve(count)) return;
+    if (count == 0 || !reserve(count)) return;
     std::memset(place_, ' ', count);
     place_ += count;
   }
