@@ -1,0 +1,143 @@
+// The fast way through ordinary markup builds what the general steps build, piece by piece.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "support/guarded_hooks.h"
+#include "support/trees.h"
+#include "xml/xml_memory_table.h"
+#include "xml/xml_parser.h"
+#include "xml/xml_parser_map.h"
+
+namespace {
+
+constexpr const char *kGood[] = {"<b/>",
+                                 "<b x='1'/>",
+                                 "<p:b x=\"1\" p:y='two'></p:b>",
+                                 "<c>text</c>",
+                                 "<c>  a &amp; b </c>",
+                                 "<c><![CDATA[<]]></c>",
+                                 "<!-- c -->",
+                                 "<?pi?>",
+                                 " ",
+                                 "\n\t",
+                                 "<c> \n</c >",
+                                 "<a-- />",
+                                 "<d x = '1'/>",
+                                 "<d\tx='1'\ny='a>b'>\t&#9;</d>",
+                                 "<e x='<![CDATA[y]]>' &amp;='2'/>",
+                                 "<f\n/>"};
+constexpr const char *kBad[] = {"text", "<a x='1' x='2'/>", "</p:b>", "<a", "&", "<a b='&c;'/>"};
+
+// Mostly well-formed.
+std::string randomMarkup(std::mt19937 *random) {
+  std::string text = "<r>";
+  size_t depth = 0;
+  for (size_t left = (*random)() % 40; left > 0; --left) {
+    const auto choice = (*random)() % 128;
+    if (choice == 0) {
+      text += kBad[(*random)() % std::size(kBad)];
+    } else if (choice < 20) {
+      text += "<q:a z='9'>";
+      ++depth;
+    } else if (choice < 40 && depth > 0) {
+      text += "</q:a>";
+      --depth;
+    } else {
+      text += kGood[(*random)() % std::size(kGood)];
+    }
+  }
+  for (; depth > 0; --depth) text += "</q:a>";
+  return text + "</r>";
+}
+
+// Where in its session's blocks a piece lies.
+std::string placeOf(const XmlMemSession &session, const void *piece) {
+  size_t number = 0;
+  for (const XmlMemBlock *block = session.firstBlock; block != nullptr; block = block->nextBlock) {
+    const auto *data = reinterpret_cast<const char *>(block + 1);
+    const auto *byte = static_cast<const char *>(piece);
+    if (byte >= data && byte < data + block->capacity) {
+      return std::to_string(number) + "+" + std::to_string(byte - data) + " ";
+    }
+    ++number;
+  }
+  return piece == nullptr ? "- " : "elsewhere ";
+}
+
+std::string placesOf(const XmlMemSession &session, const XmlNode *node) {
+  return placeOf(session, node) + placeOf(session, node->prefix) + placeOf(session, node->name) +
+         placeOf(session, node->value);
+}
+
+// The tree, where its pieces lie, and that what is carved next is zero.
+std::string laidOut(const std::string &text, ParseProblem *problem) {
+  XmlNode *document = nullptr;
+  if (Parser_parseText(text.c_str(), true, problem, &document) != NEB_XML_OK) return "rejected";
+  const XmlMemSession &session = *findSession(document->sessionId);
+  std::string layout = trees::described(document) + " ";
+  for (const XmlNode *node = document; node != nullptr; node = NEB_XML_Iterator(node)) {
+    layout += placesOf(session, node);
+    for (const XmlNode *attribute = node->firstAttr; attribute != nullptr;
+         attribute = attribute->next) {
+      layout += placesOf(session, attribute);
+    }
+  }
+  const void *next = XML_MemSpecialMalloc(document->sessionId, 100);
+  EXPECT_EQ(std::string(static_cast<const char *>(next), 100), std::string(100, '\0'));
+  layout += placeOf(session, next);
+  NEB_XML_FreeNode(document);
+  return layout;
+}
+
+// Whether both accept the text.
+bool expectAgreement(const std::string &text) {
+  ParseProblem problem;
+  const std::string layout = laidOut(text, nullptr);
+  EXPECT_EQ(layout, laidOut(text, &problem)) << text;
+  return layout != "rejected";
+}
+
+class Plain : public testing::TestWithParam<bool> {
+ protected:
+  void SetUp() override {
+    const MarkupMap::Mapper vector = MarkupMap::vectorMapper();
+    if (GetParam() && vector == nullptr) GTEST_SKIP() << "no wide vectors on this machine";
+    MarkupMap::use(GetParam() ? vector : MarkupMap::scalarMapper());
+  }
+};
+
+TEST_P(Plain, AgreesOnRandomMarkup) {
+  std::mt19937 random(17);
+  size_t accepted = 0;
+  for (int round = 0; round < 3000; ++round) {
+    accepted += expectAgreement(randomMarkup(&random)) ? 1 : 0;
+  }
+  EXPECT_GT(accepted, 2000U);
+}
+
+// Names, values and white space of every length around those at which one step becomes two, with
+// what follows them at every place in a word of the maps and on both sides of a stretch.
+TEST_P(Plain, AgreesAtEveryLength) {
+  const auto expectAt = [](size_t length) {
+    const std::string run(length, 'n');
+    const std::string blank(length, ' ');
+    expectAgreement("<r><n" + run + ">" + run + "</n" + run + ">" + blank + "<m x='" + run + "' n" +
+                    run + "=\"v\"/></r>");
+    expectAgreement("<r" + blank + " a='b' c='" + run + "&lt;'>" + blank + run + "</r>");
+  };
+  for (size_t length = 0; length < 200; ++length) expectAt(length);
+  for (size_t length = 4000; length < 4200; length += 3) expectAt(length);
+  std::string many = "<r>";
+  for (size_t i = 0; i < 3000; ++i) {
+    const std::string number = std::to_string(i * i);
+    many += "<e" + number + " a" + number + "='" + std::string(i % 97, 'v') + "'/>";
+  }
+  expectAgreement(many + "</r>");
+}
+
+INSTANTIATE_TEST_SUITE_P(Maps, Plain, testing::Bool(),
+                         [](const auto &kind) { return kind.param ? "Vector" : "Scalar"; });
+
+}  // namespace
