@@ -323,6 +323,14 @@ TEST(Faults, SizesOfFiles) {
     ASSERT_EQ(NEB_XML_RegFileFunc(open, seek, close, read, nullptr), kOk);
     EXPECT_EQ(parse(path.c_str(), &document), uint32_t{NEB_XML_ERR_FILE_READ});
     EXPECT_TRUE(g_fileCalls.ends_with("close")) << g_fileCalls;
+    const auto failingSeek = [](FILE *stream, long offset, int whence) {
+      std::fseek(stream, offset, whence);
+      return -1;
+    };
+    ASSERT_EQ(NEB_XML_RegFileFunc(open, failingSeek, close, read, tell), kOk);
+    g_told = 0;
+    EXPECT_EQ(parse(path.c_str(), &document), uint32_t{NEB_XML_ERR_FILE_READ});
+    EXPECT_EQ(g_fileCalls, "open rb tell close");
   }
 }
 

@@ -1,7 +1,9 @@
-// The header as C++, in each standard it is built with here, against either library.
+// The headers as C++, in each standard they are built with here, against either library.
 #include "neb_xml.h"
+#include "neb_xml.hpp"
 // Again: the second time must add nothing.
 #include "neb_xml.h"
+#include "neb_xml.hpp"
 
 #include <string>
 #include <type_traits>
@@ -25,5 +27,7 @@ int main() {
   NEB_XML_FreeMem(text);
   NEB_XML_FreeNode(doc);
   XML_Membuf_LogPrint("%u", static_cast<unsigned>(number));
-  return read == NEB_XML_OK && number == 1 && same ? 0 : 1;
+  const auto document = neb::xml::Document::parse("<list><item n='1'/></list>");
+  const bool faceReads = document && *document->root().first_child().get<int>("n") == 1;
+  return read == NEB_XML_OK && number == 1 && same && faceReads ? 0 : 1;
 }

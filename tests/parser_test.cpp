@@ -23,7 +23,7 @@ constexpr char kLanguage[] =
     "<?xml ?> <!--c--> <?p?> <!DOCTYPE a> <!--c--> <?p?> <a/> ~ <a/> <!--c--> <?p?>\n ~ "
     "<a></a><!--c--> ~ <a/><?p?> ~ <<!--c-->a/> ~ <<?p?>a<!--c-->/> ~ <a></<!--c-->a<?p?>> ~ "
     "<a<?p?>></a> ~ <a><!--c--></a> ~ <a> <!--c--></a> ~ <a>\n<?p?></a> ~ "
-    "<a><?p?><!--c--></a> ~ <a/>\0< ~ <a></a>\0x ~ "
+    "<a><?p?><!--c--></a> ~ <a></a <!--c-->> ~ <a/>\0< ~ <a></a>\0x ~ "
     "rejected ~   ~ \n\t ~ x ~ <?xml ?> ~ <!--c--> ~ <?xml  ~ <?xml version='1.0' ~ "
     "<?xml ><a/> ~ <?p ~ <!-- c ~ <!-- c -- ~ <!--><a/> ~ <!---><a/> ~ <!--->--><a/> ~ "
     "<!-- c---><a/> ~ <!DOCTYPE a ~ <!DOCTYPE a> ~ <!DOCTYPE a \"><a/> ~ "
@@ -36,6 +36,7 @@ constexpr char kLanguage[] =
     // Names: any token is one, references and sections in it are decoded, and the first ':' counts.
     "12:==- ~ <=/> ~ <=></=> ~ 12:\"=- ~ <\"/> ~ 12:>=- ~ <>/> ~ <>></>> ~ 12:<=- ~ << ></<> ~ "
     "12:</=- ~ <</></</> ~ 12:/>=- ~ < />/> ~ 12:!x=- ~ <!x/> ~ 12:a/b-c]=- ~ <a/b-c]/> ~ "
+    "12:a--=- ~ <a--/> ~ <a-- ></a-- > ~ 12:a]]=- ~ <a]]/> ~ <a]] ></a]]\n> ~ "
     "12:a&b=- ~ <a&amp;b/> ~ <a&#38;b></a&b> ~ <a<![CDATA[&]]>b/> ~ "
     "12:x y=- ~ <<![CDATA[x y]]>/> ~ <x&#32;y/> ~ 12:=- ~ <<![CDATA[]]>/> ~ "
     "12:p|a=- ~ <p:a/> ~ <p:a></p:a> ~ <p&#58;a/> ~ <p&#58;a></p:a > ~ "
@@ -50,7 +51,8 @@ constexpr char kLanguage[] =
     "<a></b> ~ <a>t</b> ~ <ab></a> ~ <a></ab> ~ <ab>t</a> ~ <a>t</ab> ~ <A></a> ~ <p:a></a> ~ "
     "<a></p:a> ~ <p:a></q:a> ~ <a><b></a></b> ~ <a><b></a> ~ <a><b> ~ <a><b/></b> ~ "
     "<a><b></b></a ~ <a/ > ~ <a / > ~ <a /x> ~ <a]]> ~ <a--> ~ <a'/> ~ <a=/> ~ <a</> ~ "
-    "<a></a</> ~ <a>t</a x> ~ <a>t</a ~ <a>t</ ~ <a>t ~ <a>t<b/></a> ~ <a\0/> ~ "
+    "<a></a</> ~ <a>t</a x> ~ <a>t</a <!--c-->> ~ <a>t</a ~ <a>t</ ~ <a>t ~ <a>t<b/></a> ~ "
+    "<a\0/> ~ <a&gt;></a> ~ <a--></a--> ~ <a]]></a]]> ~ <a-- ></a--> ~ <a]] ></a]]> ~ "
     // Attributes.
     "12:a=- x='1' ~ <a x='1'/> ~ <a x=\"1\"/> ~ <a x='1'></a> ~ <a x = '1' /> ~ "
     "<a\tx\n=\r'1'\n/> ~ <a x='&#49;'/> ~ <a x='<![CDATA[1]]>'/> ~ <a &#120;='1'/> ~ "
@@ -204,7 +206,7 @@ TEST(Parser, ReadsNothingOutsideTheTextAndKeepsNothingOfIt) {
 
 // Repeated attributes are found by other means once there are many.
 TEST(Parser, RefusesARepeatedAttributeAmongAnyNumber) {
-  for (const size_t count : {1U, 2U, 23U, 24U, 25U, 26U, 63U, 64U, 65U, 200U, 1000U}) {
+  for (const size_t count : {1U, 2U, 23U, 24U, 25U, 26U, 63U, 64U, 65U, 300U}) {
     std::vector<std::string> attributes;
     std::string text = "<a";
     std::string tree = "12:a=-";
@@ -219,8 +221,8 @@ TEST(Parser, RefusesARepeatedAttributeAmongAnyNumber) {
       XmlNode *document = nullptr;
       uint32_t result = parse((text + " p9:n0=''/><b n0=''/>").c_str(), &document);
       EXPECT_EQ(outcome(result, document), tree + " p9|n0=-,0:b=- n0=-");
-      for (const size_t repeated : {size_t{0}, count / 2, count - 1}) {
-        result = parse((text + " " + attributes[repeated] + "/>").c_str(), &document);
+      for (const std::string &repeated : attributes) {
+        result = parse((text + " " + repeated + "/>").c_str(), &document);
         EXPECT_EQ(outcome(result, document), kRejected) << count << ", " << repeated;
       }
     }

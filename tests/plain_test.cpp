@@ -112,7 +112,7 @@ TEST_P(Plain, AgreesOnRandomMarkup) {
   std::mt19937 random(17);
   size_t accepted = 0;
   for (int round = 0; round < 3000; ++round) {
-    accepted += expectAgreement(randomMarkup(&random)) ? 1 : 0;
+    if (expectAgreement(randomMarkup(&random))) ++accepted;
   }
   EXPECT_GT(accepted, 2000U);
 }

@@ -101,6 +101,18 @@ TEST(Transform, EscapesTextsAndAttributesAlike) {
   }
 }
 
+TEST(Transform, PrintsTextsOfAnyLength) {
+  for (size_t length = 1; length < 5000; length += length < 2200 ? 1 : 37) {
+    const std::string run(length, 'r');
+    XmlNode *node = nullptr;
+    NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, "p", run.c_str(), (run + "<" + run).c_str(), &node);
+    const std::string name = "p:" + run;
+    EXPECT_EQ(printedBy(NEB_XML_Transform, node),
+              "<" + name + ">" + run + "&lt;" + run + "</" + name + ">\n");
+    NEB_XML_FreeNode(node);
+  }
+}
+
 TEST(Transform, LeavesTheTreeAloneAndIsConfinedToTheSubtree) {
   XmlNode *document = trees::parsed("<a><b/><c><d/></c><e/></a>", false);
   XmlNode *middle = NEB_XML_GetNodeNextSibling(NEB_XML_GetNodeFirstChild(document));

@@ -1,0 +1,512 @@
+/*
+ * NEB XML in C++: a thin face over the C interface in neb_xml.h and over nothing else.
+ *
+ * Header only, for C++17 and later; throws nothing and needs no exceptions. A Document owns a tree.
+ * A Node and an Attribute are views of one pointer, free to copy, valid as long as the C
+ * interface says that the node is. Every call on an empty view gives an empty answer or the code
+ * NEB_XML_ERR_INVALID_PARAM. Failures are values: a Status, or a Result that holds a value or none.
+ *
+ * Texts are read as std::optional<std::string_view>: no text and an empty text are told apart. The
+ * views are the node's own text and as short-lived as that is. In setting calls an empty text
+ * clears, as in C.
+ *
+ *   auto document = neb::xml::Document::parse("<config><port>80</port></config>");
+ *   if (!document) return report(document.error());
+ *   document->root().find("config.port").set(std::uint16_t{8080});
+ *   for (neb::xml::Node child : document->root().children()) use(child.name());
+ */
+#ifndef NEB_XML_HPP
+#define NEB_XML_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "neb_xml.h"
+
+namespace neb::xml {
+
+/**
+ * The result code of a call; true when the call succeeded.
+ *
+ *   if (Status status = node.set("text"); !status) log(status.code());
+ */
+class Status {
+ public:
+  Status(std::uint32_t code) noexcept : code_(code) {}
+  explicit operator bool() const noexcept { return code_ == NEB_XML_OK; }
+  std::uint32_t code() const noexcept { return code_; }
+
+ private:
+  std::uint32_t code_;
+};
+
+/** Why a call failed; for a text that was parsed also where. Line and column count from 1. */
+struct Error {
+  std::uint32_t code = NEB_XML_OK;
+  const char *reason = "";
+  std::size_t offset = 0;
+  std::size_t line = 0;
+  std::size_t column = 0;
+};
+
+/**
+ * A value, or the error that kept it from being made.
+ *
+ *   Result<int> port = node.get<int>();
+ *   listen(port.value_or(80));
+ */
+template <typename Value>
+class Result {
+ public:
+  Result(Value value) : value_(std::move(value)) {}
+  Result(const Error &error) : error_(error) {}
+
+  explicit operator bool() const noexcept { return value_.has_value(); }
+  const Error &error() const noexcept { return error_; }
+
+  /** The value; only when there is one. */
+  Value &operator*() &noexcept { return *value_; }
+  const Value &operator*() const &noexcept { return *value_; }
+  Value &&operator*() &&noexcept { return std::move(*value_); }
+  Value *operator->() noexcept { return &*value_; }
+  const Value *operator->() const noexcept { return &*value_; }
+  Value value_or(Value other) const { return value_.value_or(std::move(other)); }
+
+ private:
+  std::optional<Value> value_;
+  Error error_;
+};
+
+using Text = std::optional<std::string_view>;
+
+namespace detail {
+
+inline Text text_of(const char *text) noexcept {
+  return text == nullptr ? Text() : Text(std::string_view(text));
+}
+
+/** A text with its terminator; short ones need no allocation. */
+class Terminated {
+ public:
+  explicit Terminated(std::string_view text) {
+    if (text.size() < sizeof small_) {
+      text.copy(small_, text.size());
+      small_[text.size()] = '\0';
+    } else {
+      large_ = text;
+    }
+  }
+  const char *get() const noexcept { return large_.empty() ? small_ : large_.c_str(); }
+
+ private:
+  char small_[256];
+  std::string large_;
+};
+
+/** How a type of C++ is handed to the typed calls of C. */
+template <typename Value>
+struct Typed;
+
+template <typename Value, std::uint32_t code, typename InC = Value>
+struct TypedAs {
+  static constexpr std::uint32_t type = code;
+  using Variable = InC;
+};
+
+template <>
+struct Typed<bool> : TypedAs<bool, NEB_XML_VALUE_BOOL, std::uint32_t> {};
+template <>
+struct Typed<std::int8_t> : TypedAs<std::int8_t, NEB_XML_VALUE_INT8> {};
+template <>
+struct Typed<std::uint8_t> : TypedAs<std::uint8_t, NEB_XML_VALUE_UINT8> {};
+template <>
+struct Typed<std::int16_t> : TypedAs<std::int16_t, NEB_XML_VALUE_INT16> {};
+template <>
+struct Typed<std::uint16_t> : TypedAs<std::uint16_t, NEB_XML_VALUE_UINT16> {};
+template <>
+struct Typed<std::int32_t> : TypedAs<std::int32_t, NEB_XML_VALUE_INT32> {};
+template <>
+struct Typed<std::uint32_t> : TypedAs<std::uint32_t, NEB_XML_VALUE_UINT32> {};
+
+template <typename Value>
+using IfTyped = typename Typed<Value>::Variable;
+
+/** A typed value by some call that fills a variable. */
+template <typename Value, typename Call>
+Result<Value> read_typed(Call call) {
+  typename Typed<Value>::Variable variable{};
+  const std::uint32_t code = call(Typed<Value>::type, &variable);
+  if (code != NEB_XML_OK) return Error{code, "there is no such value of this type"};
+  return static_cast<Value>(variable);
+}
+
+/** What Node and Attribute have in common. */
+class View {
+ public:
+  View() = default;
+  explicit View(XmlNode *node) noexcept : node_(node) {}
+
+  explicit operator bool() const noexcept { return node_ != nullptr; }
+
+  /** The node of the C interface; null for an empty view. */
+  XmlNode *get() const noexcept { return node_; }
+
+  Text prefix() const noexcept { return strings().prefix; }
+  Text name() const noexcept { return strings().name; }
+  Text value() const noexcept { return strings().value; }
+
+  /** The value as a bool or an integer of 8, 16 or 32 bits, within range and well formed. */
+  template <typename Value>
+  Result<Value> get_as() const {
+    return read_typed<Value>([this](std::uint32_t type, void *variable) {
+      return NEB_XML_GetNodeValueEx(node_, type, variable);
+    });
+  }
+
+  Status set(std::string_view value) {
+    return NEB_XML_SetNode(node_, nullptr, nullptr, Terminated(value).get());
+  }
+  Status set(const char *value) { return NEB_XML_SetNode(node_, nullptr, nullptr, value); }
+
+  template <typename Value, typename = IfTyped<Value>>
+  Status set(Value value) {
+    const typename Typed<Value>::Variable variable = value;
+    return NEB_XML_SetNodeValueEx(node_, Typed<Value>::type, &variable);
+  }
+
+ protected:
+  struct Strings {
+    Text prefix;
+    Text name;
+    Text value;
+  };
+
+  Strings strings() const noexcept {
+    const char *prefix = nullptr;
+    const char *name = nullptr;
+    const char *value = nullptr;
+    NEB_XML_GetNodeValue(node_, nullptr, &prefix, &name, &value);
+    return {text_of(prefix), text_of(name), text_of(value)};
+  }
+
+  XmlNode *node_ = nullptr;
+};
+
+/** A forward iterator over views; Step tells what follows one. */
+template <typename Item, typename Step>
+class Iterator {
+ public:
+  using iterator_category = std::forward_iterator_tag;
+  using value_type = Item;
+  using difference_type = std::ptrdiff_t;
+  using reference = Item;
+
+  struct pointer {
+    Item item;
+    Item *operator->() noexcept { return &item; }
+  };
+
+  Iterator() = default;
+  Iterator(Item item, Step step) : item_(item), step_(step) {}
+
+  Item operator*() const noexcept { return item_; }
+  pointer operator->() const noexcept { return {item_}; }
+  Iterator &operator++() {
+    item_ = step_(item_);
+    return *this;
+  }
+  Iterator operator++(int) {
+    Iterator before = *this;
+    ++*this;
+    return before;
+  }
+  friend bool operator==(const Iterator &a, const Iterator &b) noexcept {
+    return a.item_.get() == b.item_.get();
+  }
+  friend bool operator!=(const Iterator &a, const Iterator &b) noexcept { return !(a == b); }
+
+ private:
+  Item item_;
+  Step step_;
+};
+
+/** What range-for and the standard algorithms walk over. */
+template <typename Item, typename Step>
+class Range {
+ public:
+  using iterator = Iterator<Item, Step>;
+  Range(Item first, Step step) : first_(first), step_(step) {}
+  iterator begin() const { return {first_, step_}; }
+  iterator end() const { return {Item(), step_}; }
+  bool empty() const noexcept { return !first_; }
+
+ private:
+  Item first_;
+  Step step_;
+};
+
+}  // namespace detail
+
+/**
+ * An attribute of an element.
+ *
+ *   for (Attribute attribute : node.attributes()) print(*attribute.name(), attribute.value());
+ */
+class Attribute : public detail::View {
+ public:
+  using View::View;
+
+  template <typename Value>
+  Result<Value> get() const {
+    return get_as<Value>();
+  }
+  using View::get;
+
+  Attribute next() const noexcept { return Attribute(NEB_XML_GetNodeNextSibling(node_)); }
+};
+
+/**
+ * An element or a document.
+ *
+ *   Node server = root.find("config.server.2");
+ *   if (server.get<bool>("enabled").value_or(false)) connect(*server.value());
+ *   server.append("port")->set(std::uint16_t{8080});
+ */
+class Node : public detail::View {
+  struct NextSibling {
+    Node operator()(Node node) const { return node.next(); }
+  };
+  struct NextNamed {
+    std::string_view name;
+    Node operator()(Node node) const { return node.next().or_next_named(name); }
+  };
+  struct NextInside {
+    XmlNode *top = nullptr;
+    Node operator()(Node node) const {
+      if (Node child = node.first_child()) return child;
+      while (node.get() != top && !node.next()) node = node.parent();
+      return node.get() == top ? Node() : node.next();
+    }
+  };
+  struct NextAttribute {
+    Attribute operator()(Attribute attribute) const { return attribute.next(); }
+  };
+
+ public:
+  using View::View;
+
+  Node parent() const noexcept { return Node(NEB_XML_GetNodeParent(node_)); }
+  Node first_child() const noexcept { return Node(NEB_XML_GetNodeFirstChild(node_)); }
+  Node last_child() const noexcept { return Node(NEB_XML_GetNodeLastChild(node_)); }
+  Node next() const noexcept { return Node(NEB_XML_GetNodeNextSibling(node_)); }
+  Node previous() const noexcept { return Node(NEB_XML_GetNodePrevSibling(node_)); }
+
+  /** The children; those with a local name, which must outlive the range; all nodes below. */
+  auto children() const { return detail::Range<Node, NextSibling>(first_child(), {}); }
+  auto children(std::string_view name) const {
+    return detail::Range<Node, NextNamed>(first_child().or_next_named(name), {name});
+  }
+  auto descendants() const { return detail::Range<Node, NextInside>(first_child(), {node_}); }
+  auto attributes() const { return detail::Range<Attribute, NextAttribute>(first_attribute(), {}); }
+
+  Attribute first_attribute() const noexcept {
+    const char *ignored = nullptr;
+    XmlNode *cursor = nullptr;
+    NEB_XML_GetFirstAttrEx(node_, &ignored, &ignored, &ignored, &cursor);
+    return Attribute(cursor);
+  }
+
+  /** The node that a path finds, this node's name being its first segment; empty if none. */
+  Node find(std::string_view path) const {
+    XmlNode *found = nullptr;
+    NEB_XML_GetNodeByUrl(node_, detail::Terminated(path).get(), &found);
+    return Node(found);
+  }
+
+  /** An attribute's value. No text when there is no such attribute or it has no value. */
+  Text attribute(const char *name) const noexcept { return attribute(nullptr, name); }
+  Text attribute(const char *prefix, const char *name) const noexcept {
+    const char *value = nullptr;
+    NEB_XML_GetAttr(node_, prefix, name, &value);
+    return detail::text_of(value);
+  }
+
+  /** The node's value, or an attribute's, as a bool or an integer of 8, 16 or 32 bits. */
+  template <typename Value>
+  Result<Value> get() const {
+    return get_as<Value>();
+  }
+  template <typename Value>
+  Result<Value> get(const char *attribute, const char *prefix = nullptr) const {
+    return detail::read_typed<Value>([&](std::uint32_t type, void *variable) {
+      return NEB_XML_GetAttrValueEx(node_, prefix, attribute, type, variable);
+    });
+  }
+  using View::get;
+
+  /** Sets an attribute, which is added when it is missing. */
+  Status set_attribute(const char *name, std::string_view value, const char *prefix = nullptr) {
+    const detail::Terminated text(value);
+    const Status status = NEB_XML_SetAttr(node_, prefix, name, text.get());
+    if (status.code() != NEB_XML_ERR_NOT_FOUND) return status;
+    return NEB_XML_AddAttr(node_, prefix, name, text.get());
+  }
+  Status set_attribute(const char *name, const char *value, const char *prefix = nullptr) {
+    return set_attribute(name, std::string_view(value == nullptr ? "" : value), prefix);
+  }
+  template <typename Value, typename = detail::IfTyped<Value>>
+  Status set_attribute(const char *name, Value value, const char *prefix = nullptr) {
+    const typename detail::Typed<Value>::Variable variable = value;
+    return NEB_XML_SetAttrValueEx(node_, prefix, name, detail::Typed<Value>::type, &variable);
+  }
+  Status remove_attribute(const char *name, const char *prefix = nullptr) {
+    return NEB_XML_RemoveAttr(node_, prefix, name);
+  }
+
+  Status set_name(std::string_view name) {
+    return NEB_XML_SetNode(node_, nullptr, detail::Terminated(name).get(), nullptr);
+  }
+  Status set_prefix(std::string_view prefix) {
+    return NEB_XML_SetNode(node_, detail::Terminated(prefix).get(), nullptr, nullptr);
+  }
+
+  /** Makes a new element in this tree's own storage, as last child, first child, or sibling. */
+  Result<Node> append(std::string_view name) { return make(name, NEB_XML_AppendChildNode); }
+  Result<Node> prepend(std::string_view name) { return make(name, NEB_XML_AddFirstChildNode); }
+  Result<Node> insert_after(std::string_view name) {
+    return make(name, NEB_XML_AddNextSiblingNode);
+  }
+  Result<Node> insert_before(std::string_view name) {
+    return make(name, NEB_XML_AddPrevSiblingNode);
+  }
+
+  /** Appends a copy of a node of any tree, with all that is below it. */
+  Result<Node> append_copy(Node source) { return place(source.get(), NEB_XML_AppendChildNode); }
+
+  /** Takes this node from its tree and releases it; the view is empty afterwards. */
+  void remove() noexcept { NEB_XML_FreeNode(std::exchange(node_, nullptr)); }
+
+  /** The text of this node and what is below it, with indent spaces for each level. */
+  Result<std::string> to_string(std::uint32_t indent = 0) const {
+    char *text = nullptr;
+    const std::uint32_t code = NEB_XML_TransformIndented(node_, indent, &text);
+    if (code != NEB_XML_OK) return Error{code, "the node cannot be printed"};
+    std::string copy(text == nullptr ? "" : text);
+    NEB_XML_FreeMem(text);
+    return copy;
+  }
+
+ private:
+  using Insertion = std::uint32_t (*)(XmlNode *, XmlNode *);
+
+  Node or_next_named(std::string_view name) const {
+    Node node = *this;
+    while (node && node.name() != name) node = node.next();
+    return node;
+  }
+
+  Result<Node> make(std::string_view name, Insertion insert) {
+    XmlNode *pattern = nullptr;
+    const std::uint32_t code = NEB_XML_CreateNode(
+        NEB_XML_NODE_ELEMENT, nullptr, detail::Terminated(name).get(), nullptr, &pattern);
+    if (code != NEB_XML_OK) return Error{code, "the element cannot be made"};
+    Result<Node> placed = place(pattern, insert);
+    NEB_XML_FreeNode(pattern);
+    return placed;
+  }
+
+  Result<Node> place(const XmlNode *source, Insertion insert) {
+    XmlNode *copy = nullptr;
+    std::uint32_t code = NEB_XML_ImportNode(node_, source, &copy);
+    if (code == NEB_XML_OK) code = insert(node_, copy);
+    if (code == NEB_XML_OK) return Node(copy);
+    NEB_XML_FreeNode(copy);
+    return Error{code, "the element cannot be put there"};
+  }
+};
+
+/**
+ * A document and everything in it; moves, and releases what it owns.
+ *
+ *   auto document = Document::parse_file("device.xml");
+ *   if (!document) std::printf("%zu: %s\n", document.error().line, document.error().reason);
+ *   document->save("device.xml", 2);
+ */
+class Document {
+ public:
+  Document() = default;
+  Document(Document &&other) noexcept : node_(std::exchange(other.node_, nullptr)) {}
+  Document &operator=(Document &&other) noexcept {
+    if (this == &other) return *this;
+    NEB_XML_FreeNode(node_);
+    node_ = std::exchange(other.node_, nullptr);
+    return *this;
+  }
+  ~Document() { NEB_XML_FreeNode(node_); }
+
+  /** Parses a text, which need not be terminated, into a document with a memory session. */
+  static Result<Document> parse(std::string_view text) {
+    XmlNode *node = nullptr;
+    NEB_XML_PARSE_ERROR error;
+    const std::uint32_t code =
+        NEB_XML_ParseBuffer(text.data(), text.size(), NEB_XML_PARSE_SESSION, &node, &error);
+    return made(code, node, error);
+  }
+
+  static Result<Document> parse_file(const std::string &path) {
+    XmlNode *node = nullptr;
+    NEB_XML_PARSE_ERROR error;
+    const std::uint32_t code =
+        NEB_XML_ParseFileInfo(path.c_str(), NEB_XML_PARSE_SESSION, &node, &error);
+    return made(code, node, error);
+  }
+
+  /** A new document, with a memory session, whose root element has a name. */
+  static Result<Document> create(std::string_view name) {
+    XmlNode *node = nullptr;
+    const std::uint32_t code = NEB_XML_CreateNodeEx(0, NEB_XML_NODE_DOCUMENT, nullptr,
+                                                    detail::Terminated(name).get(), nullptr, &node);
+    if (code != NEB_XML_OK) return Error{code, "the document cannot be made"};
+    return Document(node);
+  }
+
+  explicit operator bool() const noexcept { return node_ != nullptr; }
+
+  /** The document node, which is the root element. */
+  Node root() const noexcept { return Node(node_); }
+
+  Result<Document> clone() const {
+    XmlNode *copy = nullptr;
+    const std::uint32_t code = NEB_XML_CloneNode(node_, &copy);
+    if (code != NEB_XML_OK) return Error{code, "the document cannot be copied"};
+    return Document(copy);
+  }
+
+  Result<std::string> to_string(std::uint32_t indent = 0) const { return root().to_string(indent); }
+
+  /** Replaces a file whole or not at all, see NEB_XML_SaveFile. */
+  Status save(const std::string &path, std::uint32_t indent = 0) const {
+    return NEB_XML_SaveFile(node_, path.c_str(), indent);
+  }
+
+ private:
+  explicit Document(XmlNode *node) noexcept : node_(node) {}
+
+  static Result<Document> made(std::uint32_t code, XmlNode *node,
+                               const NEB_XML_PARSE_ERROR &error) {
+    if (code == NEB_XML_OK) return Document(node);
+    return Error{code, error.reason, error.offset, error.line, error.column};
+  }
+
+  XmlNode *node_ = nullptr;
+};
+
+}  // namespace neb::xml
+
+#endif

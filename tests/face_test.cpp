@@ -1,0 +1,162 @@
+// The C++ face: it gives what the C interface gives, owns what it should, and leaks nothing.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+#include "neb_xml.hpp"
+#include "support/guarded_hooks.h"
+#include "support/trees.h"
+
+namespace {
+
+using neb::xml::Attribute;
+using neb::xml::Document;
+using neb::xml::Node;
+using neb::xml::Status;
+
+constexpr char kText[] =
+    "<c v='1' p:w=''><s id='1'>one</s><s id='2'><t>two</t></s><e/><p:s id='3'>three</p:s></c>";
+
+static_assert(!std::is_copy_constructible_v<Document> && std::is_move_constructible_v<Document>);
+static_assert(std::is_trivially_copyable_v<Node> && sizeof(Node) == sizeof(void *));
+
+Document parsed(std::string_view text = kText) {
+  auto document = Document::parse(text);
+  EXPECT_TRUE(document) << document.error().reason;
+  return std::move(*document);
+}
+
+template <typename Range>
+std::string namesOf(const Range &range) {
+  std::string names;
+  for (const auto item : range) names += std::string(item.name().value_or("-")) + " ";
+  return names;
+}
+
+TEST(Face, RangesWorkWithLoopsAndAlgorithms) {
+  const Document document = parsed();
+  const Node root = document.root();
+  EXPECT_EQ(namesOf(root.children()), "s s e s ");
+  EXPECT_EQ(namesOf(root.children("s")), "s s s ");
+  EXPECT_EQ(namesOf(root.children("none")), "");
+  EXPECT_EQ(namesOf(root.descendants()), "s s t e s ");
+  EXPECT_EQ(namesOf(root.find("c.s.2").descendants()), "t ") << "confined to the subtree";
+  EXPECT_EQ(namesOf(root.attributes()), "v w ");
+  EXPECT_TRUE(root.find("c.e").children().empty());
+  const auto children = root.children();
+  EXPECT_EQ(std::distance(children.begin(), children.end()), 4);
+  const auto found = std::find_if(children.begin(), children.end(),
+                                  [](Node node) { return node.attribute("id") == "2"; });
+  EXPECT_EQ(found->first_child().value(), "two");
+  const auto below = root.descendants();
+  EXPECT_EQ(std::count_if(below.begin(), below.end(), [](Node n) { return n.value().has_value(); }),
+            3);
+  std::vector<Node> copies(children.begin(), children.end());
+  std::reverse(copies.begin(), copies.end());
+  EXPECT_EQ(copies.front().prefix(), "p");
+  EXPECT_EQ(copies.back().next().previous().get(), copies.back().get());
+  EXPECT_EQ(root.last_child().parent().get(), root.get());
+}
+
+TEST(Face, TellsNoTextFromAnEmptyOne) {
+  Document document = parsed("<a x=''><b/><c><![CDATA[]]></c></a>");
+  const Node root = document.root();
+  EXPECT_FALSE(root.first_child().value().has_value());
+  EXPECT_EQ(root.last_child().value(), "");
+  EXPECT_FALSE(root.prefix().has_value());
+  EXPECT_FALSE(root.attribute("x").has_value());
+  EXPECT_FALSE(root.attribute("none").has_value());
+}
+
+template <typename Value>
+void expectRoundTrip(Value value, const char *text) {
+  Document document = parsed("<a/>");
+  Node root = document.root();
+  EXPECT_TRUE(root.set(value));
+  EXPECT_EQ(root.value(), text);
+  EXPECT_EQ(*root.get<Value>(), value);
+  EXPECT_TRUE(root.set_attribute("n", value));
+  EXPECT_EQ(*root.get<Value>("n"), value);
+  EXPECT_EQ(*root.first_attribute().get<Value>(), value);
+}
+
+TEST(Face, ReadsAndWritesTypedValues) {
+  expectRoundTrip(true, "true");
+  expectRoundTrip(std::numeric_limits<std::int8_t>::min(), "-128");
+  expectRoundTrip(std::numeric_limits<std::uint8_t>::max(), "255");
+  expectRoundTrip(std::numeric_limits<std::int16_t>::min(), "-32768");
+  expectRoundTrip(std::numeric_limits<std::uint16_t>::max(), "65535");
+  expectRoundTrip(std::numeric_limits<std::int32_t>::min(), "-2147483648");
+  expectRoundTrip(std::numeric_limits<std::uint32_t>::max(), "4294967295");
+  const Document document = parsed("<a x='256'>no</a>");
+  EXPECT_EQ(document.root().get<std::uint8_t>("x").error().code, NEB_XML_ERR_INVALID_PARAM);
+  EXPECT_EQ(document.root().get<int>("y").error().code, NEB_XML_ERR_NOT_FOUND);
+  EXPECT_EQ(document.root().get<int>().value_or(7), 7);
+}
+
+TEST(Face, EditsInTheStorageOfTheTree) {
+  Document document = *Document::create("config");
+  Node root = document.root();
+  const std::string longText(1000, 'x');
+  Node second = *root.append("second");
+  EXPECT_TRUE(second.set(longText));
+  EXPECT_TRUE(second.insert_before("first")->set("1"));
+  EXPECT_TRUE(second.insert_after("third")->set_attribute("a", "v"));
+  EXPECT_TRUE(root.prepend("zeroth")->set_name("0th"));
+  EXPECT_TRUE(root.set_attribute("v", "old") && root.set_attribute("v", "new"));
+  EXPECT_TRUE(root.set_prefix("p") && second.set(std::string_view()));
+  const Document other = parsed();
+  EXPECT_TRUE(root.append_copy(other.root().find("c.s.2")));
+  EXPECT_TRUE(root.last_child().remove_attribute("id"));
+  root.find("config.third").remove();
+  const std::size_t before = guarded::outstanding();
+  EXPECT_EQ(*document.to_string(1),
+            "<p:config v=\"new\">\n <0th/>\n <first>1</first>\n <second/>\n <s>\n  <t>two</t>\n"
+            " </s>\n</p:config>\n");
+  EXPECT_EQ(guarded::outstanding(), before);
+}
+
+TEST(Face, ErrorsAreValues) {
+  const auto malformed = Document::parse("<a>\n <b></c>\n</a>");
+  ASSERT_FALSE(malformed);
+  EXPECT_EQ(malformed.error().code, NEB_XML_ERR_SYNTAX);
+  EXPECT_EQ(malformed.error().line, 2U);
+  EXPECT_EQ(malformed.error().column, 5U);
+  EXPECT_NE(std::string(malformed.error().reason), "");
+  EXPECT_EQ(Document::parse("").error().code, NEB_XML_ERR_INVALID_PARAM);
+  EXPECT_EQ(Document::parse_file("none/none.xml").error().code, NEB_XML_ERR_FILE_OPEN);
+  Node empty;
+  EXPECT_FALSE(empty || empty.parent() || empty.find("a") || empty.first_attribute());
+  EXPECT_TRUE(empty.children().empty() && empty.descendants().empty());
+  for (const Status status : {empty.set("x"), empty.set(1), empty.set_attribute("a", "b"),
+                              empty.remove_attribute("a"), Document().save("none")}) {
+    EXPECT_EQ(status.code(), NEB_XML_ERR_INVALID_PARAM);
+  }
+  EXPECT_FALSE(empty.append("a") || empty.append_copy(empty) || empty.to_string());
+  EXPECT_FALSE(Document().clone());
+  Document document = parsed("<a/>");
+  EXPECT_FALSE(document.root().insert_after("beside the root"));
+  const guarded::FailingAllocation failing(1, true);
+  EXPECT_EQ(Document::create("a").error().code, NEB_XML_ERR_NO_MEMORY);
+  EXPECT_EQ(Document::parse("<a/>").error().code, NEB_XML_ERR_NO_MEMORY);
+  EXPECT_EQ(document.root().append("b").error().code, NEB_XML_ERR_NO_MEMORY);
+}
+
+TEST(Face, DocumentsMoveCloneAndSave) {
+  Document first = parsed();
+  const XmlNode *node = first.root().get();
+  Document second = std::move(first);
+  EXPECT_EQ(second.root().get(), node);
+  EXPECT_FALSE(first);
+  first = *second.clone();
+  EXPECT_EQ(*first.to_string(), *second.to_string());
+  second = std::move(first);
+  const std::string path = trees::temporaryFile("old");
+  EXPECT_TRUE(second.save(path, 2));
+  EXPECT_EQ(*Document::parse_file(path)->to_string(), *second.to_string());
+}
+
+}  // namespace
