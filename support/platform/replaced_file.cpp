@@ -20,11 +20,14 @@ constexpr size_t kPathCapacity = PATH_MAX;
 constexpr unsigned kNamesTried = 1000;
 constexpr mode_t kNewFileMode = 0666;  // less what the process masks
 constexpr mode_t kPermissionBits = 07777;
+constexpr mode_t kPlainPermissionBits = 0777;
 
 struct Target {
   char path[kPathCapacity];
   bool exists;
   mode_t permissions;
+  uid_t owner;
+  gid_t group;
 };
 
 // False when the path cannot be a file to replace.
@@ -33,6 +36,8 @@ bool resolveTarget(const char *path, Target *target) {
   target->exists = stat(path, &status) == 0;
   if (target->exists) {
     target->permissions = status.st_mode & kPermissionBits;
+    target->owner = status.st_uid;
+    target->group = status.st_gid;
     return S_ISREG(status.st_mode) && realpath(path, target->path) != nullptr;
   }
   // A link that leads nowhere would be replaced itself.
@@ -64,6 +69,15 @@ bool writeAll(int file, const char *text, size_t length) {
   return true;
 }
 
+// Gives the new file what the old one had. A process that may not give a file away keeps it, and
+// then without the right to run as its owner.
+bool takeOver(int file, const Target &target) {
+  if (!target.exists) return true;
+  const bool isGiven = fchown(file, target.owner, target.group) == 0;
+  return fchmod(file, isGiven ? target.permissions : target.permissions & kPlainPermissionBits) ==
+         0;
+}
+
 // The rename itself outlives a power failure once the folder is on the disk; where folders cannot
 // be flushed, nothing better can be done.
 void flushFolderOf(char *path) {
@@ -85,8 +99,7 @@ WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length)
   const int file = openTemporary(target, temporary);
   if (file < 0) return WriteOutcome::notOpened;
   bool isWritten = writeAll(file, text, length);
-  isWritten = isWritten && (!target.exists || fchmod(file, target.permissions) == 0);
-  isWritten = isWritten && fsync(file) == 0;
+  isWritten = isWritten && takeOver(file, target) && fsync(file) == 0;
   isWritten = close(file) == 0 && isWritten;
   if (!isWritten || std::rename(temporary, target.path) != 0) {
     unlink(temporary);

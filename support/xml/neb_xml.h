@@ -903,7 +903,7 @@ NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t wi
 /**
  * Prints a subtree into a file so that the old file or the new one is there whole at any moment:
  * a temporary file beside it is written, flushed to the disk and renamed. A symbolic link is
- * followed; the permissions of an old file are kept.
+ * followed; an old file's permissions and, as far as the process may, its owner are kept.
  *
  * path   up to 1024 bytes; no directory is created. The file hooks are not used.
  * width  spaces for each level, as for NEB_XML_TransformIndented.

@@ -157,9 +157,21 @@ class View {
   /** The node of the C interface; null for an empty view. */
   XmlNode *get() const noexcept { return node_; }
 
-  Text prefix() const noexcept { return strings().prefix; }
-  Text name() const noexcept { return strings().name; }
-  Text value() const noexcept { return strings().value; }
+  Text prefix() const noexcept {
+    const char *prefix = nullptr;
+    NEB_XML_GetNodeValue(node_, nullptr, &prefix, nullptr, nullptr);
+    return text_of(prefix);
+  }
+  Text name() const noexcept {
+    const char *name = nullptr;
+    NEB_XML_GetNodeValue(node_, nullptr, nullptr, &name, nullptr);
+    return text_of(name);
+  }
+  Text value() const noexcept {
+    const char *value = nullptr;
+    NEB_XML_GetNodeValue(node_, nullptr, nullptr, nullptr, &value);
+    return text_of(value);
+  }
 
   /** The value as a bool or an integer of 8, 16 or 32 bits, within range and well formed. */
   template <typename Value>
@@ -181,20 +193,6 @@ class View {
   }
 
  protected:
-  struct Strings {
-    Text prefix;
-    Text name;
-    Text value;
-  };
-
-  Strings strings() const noexcept {
-    const char *prefix = nullptr;
-    const char *name = nullptr;
-    const char *value = nullptr;
-    NEB_XML_GetNodeValue(node_, nullptr, &prefix, &name, &value);
-    return {text_of(prefix), text_of(name), text_of(value)};
-  }
-
   XmlNode *node_ = nullptr;
 };
 
@@ -286,12 +284,11 @@ class Node : public detail::View {
     std::string_view name;
     Node operator()(Node node) const { return node.next().or_next_named(name); }
   };
-  struct NextInside {
-    XmlNode *top = nullptr;
+  struct NextBefore {
+    XmlNode *end = nullptr;  // the first node in document order that is not inside
     Node operator()(Node node) const {
-      if (Node child = node.first_child()) return child;
-      while (node.get() != top && !node.next()) node = node.parent();
-      return node.get() == top ? Node() : node.next();
+      XmlNode *next = NEB_XML_Iterator(node.get());
+      return Node(next == end ? nullptr : next);
     }
   };
   struct NextAttribute {
@@ -312,7 +309,9 @@ class Node : public detail::View {
   auto children(std::string_view name) const {
     return detail::Range<Node, NextNamed>(first_child().or_next_named(name), {name});
   }
-  auto descendants() const { return detail::Range<Node, NextInside>(first_child(), {node_}); }
+  auto descendants() const {
+    return detail::Range<Node, NextBefore>(first_child(), {after_subtree().get()});
+  }
   auto attributes() const { return detail::Range<Attribute, NextAttribute>(first_attribute(), {}); }
 
   Attribute first_attribute() const noexcept {
@@ -404,6 +403,12 @@ class Node : public detail::View {
 
  private:
   using Insertion = std::uint32_t (*)(XmlNode *, XmlNode *);
+
+  Node after_subtree() const noexcept {
+    Node node = *this;
+    while (node && !node.next()) node = node.parent();
+    return node.next();
+  }
 
   Node or_next_named(std::string_view name) const {
     Node node = *this;

@@ -20,7 +20,7 @@ bool AttributeName::isWellFormed() const {
   // The parser is the judge: a space, a quote or an equals sign in the name ends it early.
   const std::string sample = "<sample " + qualifiedName_ + "=\"\"/>";
   XmlNode *root = nullptr;
-  if (name_.empty() || NEB_XML_Parse(sample.c_str(), &root) != NEB_XML_OK) {
+  if (NEB_XML_Parse(sample.c_str(), &root) != NEB_XML_OK) {
     return false;
   }
   const std::unique_ptr<XmlNode, decltype(&NEB_XML_FreeNode)> owner(root, &NEB_XML_FreeNode);

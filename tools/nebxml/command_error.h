@@ -1,32 +1,41 @@
 /*
- * How a command fails: an exit status and one line that names the file and the cause.
+ * How a command fails: an exit status, and what is to be said about the file and the cause.
  */
 #ifndef NEBXML_COMMAND_ERROR_H
 #define NEBXML_COMMAND_ERROR_H
 
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 namespace nebxml {
 
 /** Exit statuses, in order of severity. */
 enum class ExitStatus : int {
   done = 0,
-  notFound = 1,  ///< Or not well-formed, or a change that the document does not allow.
+  notFound = 1,  ///< Or not well-formed, different, or not allowed by the document.
   wrongUsage = 2,
   fileTrouble = 3
 };
 
+/** what() is the whole report, one line or several, without the last line break. */
 class CommandError : public std::runtime_error {
  public:
+  CommandError(ExitStatus status, const std::string &report)
+      : std::runtime_error(report), status_(status) {}
   CommandError(ExitStatus status, const std::string &subject, const std::string &cause)
-      : std::runtime_error(subject + ": " + cause), status_(status) {}
+      : CommandError(status, "nebxml: " + subject + ": " + cause) {}
 
   [[nodiscard]] ExitStatus status() const noexcept { return status_; }
 
  private:
   ExitStatus status_;
 };
+
+/** Appends what the system says about an error number, if there is one. */
+inline std::string withSystemCause(const std::string &cause, int errorNumber) {
+  return errorNumber == 0 ? cause : cause + ": " + std::generic_category().message(errorNumber);
+}
 
 }  // namespace nebxml
 

@@ -7,6 +7,8 @@
 #include "attribute_name.h"
 #include "file_output.h"
 #include "node_reading.h"
+#include "text_window.h"
+#include "value_type.h"
 
 namespace nebxml {
 namespace {
@@ -38,6 +40,18 @@ void setAttribute(XmlNode *element, const Target &target, const std::string &val
   requireChange(NEB_XML_AddAttr(element, name.prefix(), name.name(), value.c_str()), target);
 }
 
+/** The text of a value in the form of the wanted type. */
+std::string asWanted(const Target &target, const std::string &text) {
+  if (!target.valueType) {
+    return text;
+  }
+  if (const auto typed = typedText(*target.valueType, text)) {
+    return *typed;
+  }
+  throw refusal(target, "'" + shortened(text) + "' is not of type " + *target.valueType + " (" +
+                            rangeOf(*target.valueType) + ") at path");
+}
+
 void setText(XmlNode *element, const Target &target, const std::string &value) {
   if (NEB_XML_GetNodeFirstChild(element) != nullptr) {
     throw refusal(target, "child elements leave no place for a text at path");
@@ -53,7 +67,7 @@ ExitStatus checkFiles(const std::vector<std::string> &fileNames) {
     try {
       const Document document(fileName);
     } catch (const CommandError &error) {
-      std::cerr << "nebxml: " << error.what() << '\n';
+      std::cerr << error.what() << '\n';
       worst = std::max(worst, error.status());
     }
   }
@@ -74,17 +88,32 @@ void printValue(const Target &target) {
     requireChange(NEB_XML_GetAttr(node, name.prefix(), name.name(), &value), target);
     line = value == nullptr ? "" : value;
   }
-  writeStandardOutput(line += '\n');
+  writeStandardOutput(asWanted(target, line) += '\n');
 }
 
 void setValue(const Target &target, const std::string &value, const Destination &destination) {
   Document document(target.fileName);
   XmlNode *node = document.find(target.path);
+  const std::string text = asWanted(target, value);
   if (target.attribute) {
-    setAttribute(node, target, value);
+    setAttribute(node, target, text);
   } else {
-    setText(node, target, value);
+    setText(node, target, text);
   }
+  std::move(document).save(destination);
+}
+
+void importNode(const Target &target, const Source &source, const Destination &destination) {
+  Document document(target.fileName);
+  XmlNode *parent = document.find(target.path);
+  // White space may stand beside children, where it is not printed.
+  if (nodeStrings(parent).value.find_first_not_of(" \t\r\n") != std::string_view::npos) {
+    throw refusal(target, "a text leaves no place for child elements at path");
+  }
+  const Document other(source.fileName);
+  XmlNode *copy = nullptr;
+  requireChange(NEB_XML_ImportNode(parent, other.find(source.path), &copy), target);
+  requireChange(NEB_XML_AppendChildNode(parent, copy), target);
   std::move(document).save(destination);
 }
 

@@ -1,53 +1,20 @@
 #include "document.h"
 
-#include <array>
-#include <cerrno>
-#include <system_error>
 #include <utility>
-
-#include <unistd.h>
 
 #include "command_error.h"
 #include "file_output.h"
+#include "loading.h"
 #include "node_reading.h"
 
 namespace nebxml {
 namespace {
 
-constexpr std::size_t readSize = 65536;
 constexpr char ampersand = '&';
+constexpr std::string_view declaration = "<?xml version=\"1.0\"?>\n";
 
-std::string withSystemCause(const std::string &cause, int errorNumber) {
-  return errorNumber == 0 ? cause : cause + ": " + std::generic_category().message(errorNumber);
-}
-
-CommandError failure(const std::string &fileName, std::uint32_t result, int errorNumber) {
-  switch (result) {
-    case NEB_XML_ERR_FILE_OPEN:
-      return {ExitStatus::fileTrouble, fileName, withSystemCause("cannot open", errorNumber)};
-    case NEB_XML_ERR_FILE_READ:
-      return {ExitStatus::fileTrouble, fileName, withSystemCause("cannot read", errorNumber)};
-    case NEB_XML_ERR_NO_MEMORY:
-      return {ExitStatus::fileTrouble, fileName, "does not fit into memory"};
-    default:
-      return {ExitStatus::notFound, fileName, "not well-formed"};
-  }
-}
-
-std::string readStandardInput() {
-  std::string text;
-  std::array<char, readSize> piece{};
-  for (;;) {
-    const ssize_t count = ::read(STDIN_FILENO, piece.data(), piece.size());
-    if (count == 0) {
-      return text;
-    }
-    if (count > 0) {
-      text.append(piece.data(), static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      throw failure(std::string(standardStream), NEB_XML_ERR_FILE_READ, errno);
-    }
-  }
+CommandError noMemory(const std::string &fileName) {
+  return {ExitStatus::fileTrouble, fileName, "does not fit into memory"};
 }
 
 /**
@@ -65,26 +32,14 @@ void protectAmpersands(XmlNode *root, XmlNode *node, const std::string &fileName
     written.append(1, character).append(character == ampersand ? "amp;" : "");
   }
   if (XML_SetNode(root, node, nullptr, nullptr, written.c_str()) != NEB_XML_OK) {
-    throw failure(fileName, NEB_XML_ERR_NO_MEMORY, 0);
+    throw noMemory(fileName);
   }
-}
-
-XmlNode *load(const std::string &fileName) {
-  XmlNode *root = nullptr;
-  if (fileName == standardStream) {
-    const std::string text = readStandardInput();
-    const std::uint32_t result = NEB_XML_ParseEx(text.c_str(), &root);
-    return result == NEB_XML_OK ? root : throw failure(fileName, result, 0);
-  }
-  errno = 0;
-  const std::uint32_t result = NEB_XML_ParseFileEx(fileName.c_str(), &root);
-  return result == NEB_XML_OK ? root : throw failure(fileName, result, errno);
 }
 
 }  // namespace
 
 Document::Document(std::string fileName)
-    : fileName_(std::move(fileName)), root_(load(fileName_)), topLevelNodes_{root_.get()} {
+    : fileName_(std::move(fileName)), root_(loadDocument(fileName_)), topLevelNodes_{root_.get()} {
   // A document with siblings is the topmost node of nothing, and no attribute could be added in
   // it. The further top-level elements are therefore taken out of the chain and kept beside it.
   while (XmlNode *further = NEB_XML_GetNodeNextSibling(root())) {
@@ -116,13 +71,13 @@ void Document::protectTree(XmlNode *top) {
   }
 }
 
-std::string Document::print() {
-  std::string whole;
+std::string Document::print(const Destination &destination) {
+  std::string whole(destination.hasDeclaration ? declaration : "");
   for (XmlNode *top : topLevelNodes_) {
     protectTree(top);
     char *part = nullptr;
-    if (NEB_XML_Transform(top, &part) != NEB_XML_OK) {
-      throw failure(fileName_, NEB_XML_ERR_NO_MEMORY, 0);
+    if (NEB_XML_TransformIndented(top, destination.indent, &part) != NEB_XML_OK) {
+      throw noMemory(fileName_);
     }
     const std::unique_ptr<char, decltype(&NEB_XML_FreeMem)> owner(part, &NEB_XML_FreeMem);
     whole += part;
@@ -130,14 +85,22 @@ std::string Document::print() {
   return whole;
 }
 
+void Document::saveInPlace(std::uint32_t indent) {
+  if (topLevelNodes_.size() > 1) {
+    throw CommandError(ExitStatus::notFound, fileName_,
+                       "several top-level elements cannot be written in place; use -o");
+  }
+  protectTree(root());
+  replaceFile(fileName_, root(), indent);
+}
+
 void Document::save(const Destination &destination) && {
-  const std::string whole = print();
   if (destination.inPlace) {
-    replaceFile(fileName_, whole);
+    saveInPlace(destination.indent);
   } else if (destination.fileName == standardStream) {
-    writeStandardOutput(whole);
+    writeStandardOutput(print(destination));
   } else {
-    writeFile(destination.fileName, whole);
+    writeFile(destination.fileName, print(destination));
   }
 }
 

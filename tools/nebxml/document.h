@@ -4,6 +4,7 @@
 #ifndef NEBXML_DOCUMENT_H
 #define NEBXML_DOCUMENT_H
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,10 +17,12 @@ namespace nebxml {
 /** The FILE argument that stands for standard input, or standard output for -o. */
 inline constexpr std::string_view standardStream = "-";
 
-/** Where a changed document goes. */
+/** Where a document goes, and how it is laid out there. */
 struct Destination {
   std::string fileName{standardStream};
   bool inPlace = false;
+  bool hasDeclaration = false;  ///< Not in place.
+  std::uint32_t indent = 0;     ///< Spaces for each level.
 };
 
 class Document {
@@ -44,7 +47,8 @@ class Document {
   };
 
   void protectTree(XmlNode *top);
-  std::string print();
+  std::string print(const Destination &destination);
+  void saveInPlace(std::uint32_t indent);
 
   std::string fileName_;
   std::unique_ptr<XmlNode, Release> root_;

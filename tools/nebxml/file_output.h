@@ -4,8 +4,11 @@
 #ifndef NEBXML_FILE_OUTPUT_H
 #define NEBXML_FILE_OUTPUT_H
 
+#include <cstdint>
 #include <string>
 #include <string_view>
+
+#include "neb_xml.h"
 
 namespace nebxml {
 
@@ -14,11 +17,8 @@ void writeStandardOutput(std::string_view text);
 /** Creates or truncates a file. */
 void writeFile(const std::string &fileName, std::string_view text);
 
-/**
- * Puts a new file in the place of an old one, whole or not at all. A symbolic link stays, and the
- * file that it points to is replaced.
- */
-void replaceFile(const std::string &fileName, std::string_view text);
+/** Puts the printed tree in the place of an old file, whole or not at all. */
+void replaceFile(const std::string &fileName, const XmlNode *root, std::uint32_t indent);
 
 }  // namespace nebxml
 

@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "value_type.h"
 
 namespace nebxml {
 namespace {
@@ -18,6 +19,7 @@ namespace {
 struct Arguments {
   std::vector<std::string> fileNames;
   Target target;
+  Source source;
   std::string value;
   Destination destination;
 };
@@ -29,28 +31,46 @@ std::string banner() {
   return text.data();
 }
 
-/** Options that are right one by one and wrong together. */
-void requireFileInPlace(const Arguments &arguments) {
-  if (arguments.destination.inPlace && arguments.target.fileName == standardStream) {
+/** Arguments that are right one by one and wrong together. */
+void requireFiles(const Arguments &arguments) {
+  const bool readsInput = arguments.target.fileName == standardStream;
+  if (arguments.destination.inPlace && readsInput) {
     throw CLI::ValidationError("--in-place", "needs a file, not standard input");
+  }
+  if (arguments.source.fileName == standardStream && readsInput) {
+    throw CLI::ValidationError("-", "standard input can be read once only");
   }
 }
 
 CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &purpose,
-                     Arguments &arguments, const std::function<void()> &action) {
+                     Arguments &arguments, const std::function<void()> &action,
+                     const std::string &fileLabel = "FILE") {
   CLI::App *command = app.add_subcommand(name, purpose);
-  command->add_option("FILE", arguments.target.fileName, "the file, or - for standard input")
+  command->add_option(fileLabel, arguments.target.fileName, "the file, or - for standard input")
       ->required();
   command->callback([&arguments, action] {
-    requireFileInPlace(arguments);
+    requireFiles(arguments);
     action();
   });
   return command;
 }
 
-void addTarget(CLI::App *command, Arguments &arguments) {
+void addPath(CLI::App *command, Arguments &arguments) {
   command->add_option("PATH", arguments.target.path, "such as config.server.2.port")->required();
+}
+
+void addTarget(CLI::App *command, Arguments &arguments) {
+  addPath(command, arguments);
   command->add_option("--attr", arguments.target.attribute, "an attribute: name or prefix:name");
+}
+
+void addType(CLI::App *command, Arguments &arguments) {
+  command->add_option("--type", arguments.target.valueType, "what the value has to be")
+      ->check(CLI::IsMember(valueTypeNames()));
+}
+
+void addSource(CLI::App *command, Arguments &arguments, const std::string &label) {
+  command->add_option(label, arguments.source.fileName, "another file, or -")->required();
 }
 
 void addDestination(CLI::App *command, Arguments &arguments) {
@@ -62,7 +82,7 @@ void addDestination(CLI::App *command, Arguments &arguments) {
 }
 
 void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status) {
-  CLI::App *check = app.add_subcommand("check", "report files that are not well-formed");
+  CLI::App *check = app.add_subcommand("check", "report where files are not well-formed");
   check->add_option("FILE", arguments.fileNames, "files, or - for standard input")->required();
   check->callback([&] { status = checkFiles(arguments.fileNames); });
 
@@ -70,27 +90,55 @@ void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status)
              [&] { printTree(arguments.target.fileName); });
   addCommand(app, "stat", "count what the document holds", arguments,
              [&] { printStatistics(arguments.target.fileName); });
-  addTarget(addCommand(app, "get", "print the value of a node or attribute", arguments,
-                       [&] { printValue(arguments.target); }),
-            arguments);
+  CLI::App *get = addCommand(app, "get", "print the value of a node or attribute", arguments,
+                             [&] { printValue(arguments.target); });
+  addTarget(get, arguments);
+  addType(get, arguments);
+  CLI::App *compare = addCommand(
+      app, "diff", "print the first difference of two documents", arguments,
+      [&] { status = compareFiles(arguments.target.fileName, arguments.source.fileName); }, "A");
+  addSource(compare, arguments, "B");
 }
 
-void addWritingCommands(CLI::App &app, Arguments &arguments) {
-  CLI::App *format = addCommand(app, "fmt", "print the document", arguments, [&] {
-    formatDocument(arguments.target.fileName, arguments.destination);
-  });
+void addFormat(CLI::App &app, Arguments &arguments) {
+  constexpr int widestIndent = 16;
+  Destination &destination = arguments.destination;
+  CLI::App *format = addCommand(app, "fmt", "print the document", arguments,
+                                [&] { formatDocument(arguments.target.fileName, destination); });
+  format->add_option("--indent", destination.indent, "spaces for each level")
+      ->check(CLI::Range(0, widestIndent));
+  CLI::Option *declaration = format->add_flag("--declaration", destination.hasDeclaration,
+                                              "begin with an XML declaration");
+  addDestination(format, arguments);
+  declaration->excludes("--in-place");
+}
+
+void addSet(CLI::App &app, Arguments &arguments) {
   CLI::App *set = addCommand(app, "set", "change a node's text or an attribute", arguments, [&] {
     setValue(arguments.target, arguments.value, arguments.destination);
   });
-  CLI::App *remove = addCommand(app, "del", "remove a node or an attribute", arguments,
-                                [&] { removeTarget(arguments.target, arguments.destination); });
   addTarget(set, arguments);
-  addTarget(remove, arguments);
+  addType(set, arguments);
   set->add_option("VALUE", arguments.value, "the new text, after -- if it begins with -")
       ->required();
-  for (CLI::App *command : {format, set, remove}) {
-    addDestination(command, arguments);
-  }
+  addDestination(set, arguments);
+}
+
+void addRemove(CLI::App &app, Arguments &arguments) {
+  CLI::App *remove = addCommand(app, "del", "remove a node or an attribute", arguments,
+                                [&] { removeTarget(arguments.target, arguments.destination); });
+  addTarget(remove, arguments);
+  addDestination(remove, arguments);
+}
+
+void addImport(CLI::App &app, Arguments &arguments) {
+  CLI::App *import =
+      addCommand(app, "import", "append a copy of a node of another document", arguments,
+                 [&] { importNode(arguments.target, arguments.source, arguments.destination); });
+  addPath(import, arguments);
+  addSource(import, arguments, "FROM");
+  import->add_option("FROM-PATH", arguments.source.path, "the node to copy")->required();
+  addDestination(import, arguments);
 }
 
 /** Prints help, version or the complaint about wrong usage. */
@@ -112,7 +160,10 @@ ExitStatus run(int argumentCount, const char *const *argumentTexts) {
   app.set_version_flag("--version", banner());
   app.require_subcommand(1);
   addReadingCommands(app, arguments, status);
-  addWritingCommands(app, arguments);
+  addFormat(app, arguments);
+  addSet(app, arguments);
+  addRemove(app, arguments);
+  addImport(app, arguments);
   try {
     app.parse(argumentCount, argumentTexts);
   } catch (const CLI::ParseError &error) {
@@ -132,7 +183,7 @@ int main(int argumentCount, char **argumentTexts) {
   try {
     status = nebxml::run(argumentCount, argumentTexts);
   } catch (const nebxml::CommandError &error) {
-    std::fprintf(stderr, "nebxml: %s\n", error.what());
+    std::fprintf(stderr, "%s\n", error.what());
     status = error.status();
   } catch (const std::exception &error) {
     std::fprintf(stderr, "nebxml: %s\n", error.what());

@@ -19,6 +19,7 @@ struct NodeStrings {
   std::string_view value;
 
   [[nodiscard]] std::string qualifiedName() const;
+  bool operator==(const NodeStrings &) const = default;
 };
 
 NodeStrings nodeStrings(const XmlNode *node);

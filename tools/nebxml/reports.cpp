@@ -6,6 +6,7 @@
 #include "file_output.h"
 #include "node_path.h"
 #include "node_reading.h"
+#include "text_window.h"
 
 namespace nebxml {
 namespace {
@@ -13,38 +14,8 @@ namespace {
 constexpr std::size_t indentWidth = 2;
 /** Deeper lines are indented no further: the output stays linear in the depth of the tree. */
 constexpr std::size_t deepestIndent = 64;
-constexpr std::size_t longestValue = 40;
 constexpr std::size_t outputPiece = 65536;
-constexpr std::string_view ellipsis = "...";
 constexpr std::string_view noPath = " (no path)";
-
-bool isControl(char character) {
-  constexpr unsigned char firstPrintable = 0x20;
-  constexpr unsigned char deleteCharacter = 0x7F;
-  const auto byte = static_cast<unsigned char>(character);
-  return byte < firstPrintable || byte == deleteCharacter;
-}
-
-/** Tells whether a byte goes on with a character that an earlier byte of UTF-8 began. */
-bool continuesCharacter(char character) {
-  constexpr unsigned char markMask = 0xC0;
-  constexpr unsigned char continuationMark = 0x80;
-  return (static_cast<unsigned char>(character) & markMask) == continuationMark;
-}
-
-/** Makes a value fit on a line: cut between characters, line breaks and controls as spaces. */
-std::string shortened(std::string_view value) {
-  std::size_t length = value.size();
-  if (length > longestValue) {
-    length = longestValue;
-    while (length > 0 && continuesCharacter(value[length])) {
-      --length;
-    }
-  }
-  std::string line(value.substr(0, length));
-  std::replace_if(line.begin(), line.end(), isControl, ' ');
-  return length < value.size() ? line.append(ellipsis) : line;
-}
 
 void appendAttributes(std::string &lines, const XmlNode *element) {
   XmlNode *attribute = nextAttribute(element, nullptr);

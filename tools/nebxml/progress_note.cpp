@@ -1,0 +1,47 @@
+#include "progress_note.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <iostream>
+#include <mutex>
+#include <stop_token>
+
+#include <unistd.h>
+
+#include "document.h"
+#include "text_window.h"
+
+namespace nebxml {
+namespace {
+
+constexpr const char *eraseLine = "\r\x1b[K";
+
+bool isWanted(const std::string &fileName) {
+  const bool isTyped = fileName == standardStream && ::isatty(STDIN_FILENO) == 1;
+  return ::isatty(STDERR_FILENO) == 1 && !isTyped;
+}
+
+void countSeconds(const std::stop_token &stop, const std::string &fileName) {
+  std::mutex mutex;
+  std::condition_variable_any condition;
+  std::unique_lock lock(mutex);
+  const auto isStopped = [&stop] { return stop.stop_requested(); };
+  for (int seconds = 1;; ++seconds) {
+    if (condition.wait_for(lock, stop, std::chrono::seconds(1), isStopped)) {
+      std::cerr << (seconds > 1 ? eraseLine : "") << std::flush;
+      return;
+    }
+    std::cerr << eraseLine << "nebxml: reading " << fileName << ", " << seconds << " s"
+              << std::flush;
+  }
+}
+
+}  // namespace
+
+ProgressNote::ProgressNote(const std::string &fileName) {
+  if (isWanted(fileName)) {
+    thread_ = std::jthread(countSeconds, shortened(fileName));
+  }
+}
+
+}  // namespace nebxml
