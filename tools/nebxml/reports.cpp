@@ -1,9 +1,11 @@
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
 #include "commands.h"
 #include "file_output.h"
+#include "neb_xml.hpp"
 #include "node_path.h"
 #include "node_reading.h"
 #include "text_window.h"
@@ -48,16 +50,14 @@ struct Statistics {
   std::size_t depth = 0;
   std::size_t textBytes = 0;
 
-  void count(const XmlNode *node, std::size_t nodeDepth) {
-    const std::size_t length = nodeStrings(node).value.size();
+  void count(neb::xml::Node node, std::size_t nodeDepth) {
+    const std::size_t length = node.value().value_or("").size();
     ++elements;
     texts += length > 0 ? 1 : 0;
     textBytes += length;
     depth = std::max(depth, nodeDepth + 1);
-    XmlNode *attribute = nullptr;
-    while ((attribute = nextAttribute(node, attribute)) != nullptr) {
-      ++attributes;
-    }
+    const auto range = node.attributes();
+    attributes += static_cast<std::size_t>(std::distance(range.begin(), range.end()));
   }
 };
 
@@ -83,10 +83,10 @@ void printTree(const std::string &fileName) {
 void printStatistics(const std::string &fileName) {
   const Document document(fileName);
   Statistics statistics;
-  for (const XmlNode *root : document.topLevelNodes()) {
+  for (XmlNode *root : document.topLevelNodes()) {
     std::size_t depth = 0;
-    for (const XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
-      statistics.count(node, depth);
+    for (XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
+      statistics.count(neb::xml::Node(node), depth);
     }
   }
   writeStandardOutput("elements: " + std::to_string(statistics.elements) +
