@@ -23,7 +23,7 @@ bool PrintedText::grow(size_t count) {
     hasFailed_ = true;
     return false;
   }
-  if (held != 0) std::memcpy(text, text_, held);
+  if (text_ != nullptr) std::memcpy(text, text_, held);
   XML_Free(nullptr, text_);
   text_ = text;
   place_ = text + held;
