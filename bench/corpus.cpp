@@ -1,0 +1,154 @@
+#include "corpus.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace bench {
+namespace {
+
+constexpr size_t kKiB = 1024;
+constexpr size_t kMiB = 1024 * kKiB;
+constexpr size_t kDeepest = 100000;
+
+// 275 bytes.
+constexpr const char *kTiny =
+    "<?xml version=\"1.0\"?>\n"
+    "<config>\n"
+    "  <server name=\"edge-1\" enabled=\"true\">\n"
+    "    <address>10.0.0.17</address>\n"
+    "    <port>8443</port>\n"
+    "    <tls cert=\"a.pem\" key=\"a.key\"/>\n"
+    "  </server>\n"
+    "  <log level=\"info\"><file>/var/log/edge.log</file><keep>14</keep></log>\n"
+    "  <user>ops</user>\n"
+    "</config>\n";
+
+class Random {
+ public:
+  size_t below(size_t limit) {
+    state_ = state_ * 6364136223846793005U + 1442695040888963407U;
+    return static_cast<size_t>(state_ >> 33) % limit;
+  }
+  std::string number(size_t limit) { return std::to_string(below(limit)); }
+  const char *word() {
+    static constexpr const char *kWords[] = {
+        "amber", "basin",   "cedar", "delta", "ember",  "fjord", "garnet", "haven",
+        "inlet", "juniper", "krill", "lumen", "meadow", "north", "onyx",   "prairie"};
+    return kWords[below(std::size(kWords))];
+  }
+
+ private:
+  uint64_t state_ = 2023;
+};
+
+using Piece = void (*)(std::string &, Random &);
+
+void addOrder(std::string &text, Random &random) {
+  text.append("  <order id=\"").append(random.number(1000000)).append("\" currency=\"EUR\">\n");
+  text.append("    <customer ref=\"c").append(random.number(10000)).append("\">\n      <name>");
+  text.append(random.word()).append(" &amp; ").append(random.word()).append("</name>\n");
+  text.append("      <city>").append(random.word()).append("</city>\n    </customer>\n");
+  for (size_t items = 1 + random.below(4); items > 0; --items) {
+    text.append("    <item sku=\"").append(random.number(100000)).append("\" unit=\"pcs\">\n");
+    text.append("      <quantity>").append(random.number(100)).append("</quantity>\n");
+    text.append("      <price>").append(random.number(1000)).append(".95</price>\n    </item>\n");
+  }
+  text.append("    <note>").append(random.word()).append(" &lt;").append(random.word());
+  text.append("&gt; ").append(random.word()).append("</note>\n  </order>\n");
+}
+
+void addLogEntry(std::string &text, Random &random) {
+  text.append("<entry time=\"17").append(std::to_string(10000000 + random.below(80000000)));
+  text.append("\" level=\"info\" host=\"").append(random.word()).append("\" pid=\"");
+  text.append(random.number(32768)).append("\" user=\"").append(random.word());
+  text.append("\" bytes=\"").append(random.number(1000000)).append("\" path=\"/");
+  text.append(random.word()).append("/").append(random.word()).append("?a=1&amp;b=2\" status=\"");
+  text.append(random.number(500)).append("\"/>\n");
+}
+
+void addDenseElements(std::string &text, Random &random) {
+  text.append("<a><b/><c>").append(random.number(10)).append("</c><d><e/><f/></d></a>");
+}
+
+void addLongText(std::string &text, Random &random) {
+  text.append("<section><body>");
+  for (size_t end = text.size() + 2000 + random.below(18000); text.size() < end;) {
+    text.append(random.word()).append(" ");
+    if (random.below(100) == 0) text.append("&quot;").append(random.word()).append("&quot;\n");
+  }
+  text.append("</body></section>\n");
+}
+
+void addNumber(std::string &text, Random &random) {
+  text.append("<n>").append(random.number(1000000)).append("</n>\n");
+}
+
+std::string repeat(const char *root, size_t size, Piece add) {
+  Random random;
+  std::string text = std::string("<") + root + ">\n";
+  text.reserve(size + size / 8);
+  while (text.size() < size) add(text, random);
+  return text.append("</").append(root).append(">\n");
+}
+
+std::string chain(size_t depth) {
+  std::string text;
+  for (size_t i = 0; i < depth; ++i) text += "<link>";
+  text += "end";
+  for (size_t i = 0; i < depth; ++i) text += "</link>";
+  return text;
+}
+
+}  // namespace
+
+std::vector<Corpus> madeCorpora(bool large) {
+  std::vector<Corpus> corpora = {
+      {"tiny-275B", kTiny},
+      {"orders-2K", repeat("orders", 2 * kKiB, addOrder)},
+      {"orders-64K", repeat("orders", 64 * kKiB, addOrder)},
+      {"orders-1M", repeat("orders", kMiB, addOrder)},
+      {"orders-32M", repeat("orders", 32 * kMiB, addOrder)},
+      {"logs-4M", repeat("log", 4 * kMiB, addLogEntry)},
+      {"dense-4M", repeat("dense", 4 * kMiB, addDenseElements)},
+      {"texts-4M", repeat("texts", 4 * kMiB, addLongText)},
+      {"numbers-128K", repeat("numbers", 128 * kKiB, addNumber)},
+      {"deep-100000", chain(kDeepest), kDeepest},
+  };
+  if (large) corpora.push_back({"orders-300M", repeat("orders", 300 * kMiB, addOrder)});
+  return corpora;
+}
+
+std::vector<Corpus> realCorpora(const std::string &folder) {
+  std::vector<Corpus> corpora;
+  std::error_code error;
+  for (const auto &entry : std::filesystem::directory_iterator(folder, error)) {
+    std::ifstream file(entry.path(), std::ios::binary);
+    std::string text(std::istreambuf_iterator<char>(file), {});
+    if (!text.empty()) corpora.push_back({entry.path().filename().string(), std::move(text)});
+  }
+  std::sort(corpora.begin(), corpora.end(),
+            [](const Corpus &a, const Corpus &b) { return a.name < b.name; });
+  return corpora;
+}
+
+const Corpus *findCorpus(const std::vector<Corpus> &corpora, const std::string &name) {
+  const auto found = std::find_if(corpora.begin(), corpora.end(),
+                                  [&](const Corpus &corpus) { return corpus.name == name; });
+  return found == corpora.end() ? nullptr : &*found;
+}
+
+std::vector<Path> orderPaths(size_t orders) {
+  std::vector<Path> paths;
+  for (size_t order = 1; order <= orders; order += 7) {
+    paths.push_back({"orders.order." + std::to_string(order) + ".customer.name",
+                     {{"orders", 1}, {"order", order}, {"customer", 1}, {"name", 1}}});
+    paths.push_back({"orders.order." + std::to_string(order) + ".note",
+                     {{"orders", 1}, {"order", order}, {"note", 1}}});
+  }
+  return paths;
+}
+
+}  // namespace bench

@@ -1,0 +1,67 @@
+// The C++ face beside the C calls, for what it puts between a caller and a tree that is there.
+#include "neb_xml.hpp"
+
+#include "library.h"
+
+namespace {
+
+using namespace bench;
+using neb::xml::Attribute;
+using neb::xml::Node;
+
+Node root(bench::Document document) { return Node(static_cast<XmlNode *>(document)); }
+
+size_t walk(bench::Document document) {
+  TouchVisitor visitor;
+  const auto start = [](neb::xml::Text text) { return text ? text->data() : nullptr; };
+  const auto enter = [&](Node node) {
+    visitor.element();
+    visitor.qualified(start(node.prefix()), start(node.name()));
+    visitor.string(start(node.value()));
+    for (Attribute attribute : node.attributes()) {
+      visitor.attribute();
+      visitor.qualified(start(attribute.prefix()), start(attribute.name()));
+      visitor.string(start(attribute.value()));
+    }
+  };
+  enter(root(document));
+  for (Node node : root(document).descendants()) enter(node);
+  return visitor.sum;
+}
+
+size_t readAttribute(bench::Document document, const char *name) {
+  TouchVisitor visitor;
+  for (Node child : root(document).children()) {
+    if (const neb::xml::Text value = child.attribute(name)) visitor.string(value->data());
+  }
+  return visitor.sum;
+}
+
+const char *find(bench::Document document, const Path &path) {
+  const neb::xml::Text value = root(document).find(path.text).value();
+  return value ? value->data() : nullptr;
+}
+
+int64_t addNumbers(bench::Document document) {
+  int64_t sum = 0;
+  for (Node child : root(document).children()) sum += child.get<int32_t>().value_or(0);
+  return sum;
+}
+
+Subject face() {
+  Subject subject = nebXmlSession();
+  subject.mode = "face";
+  subject.isFace = true;
+  subject.walk = walk;
+  subject.readAttribute = readAttribute;
+  subject.find = find;
+  subject.addNumbers = addNumbers;
+  subject.print = nullptr;
+  subject.clone = nullptr;
+  subject.edit = nullptr;
+  return subject;
+}
+
+const Registration registration(1, {face()});
+
+}  // namespace

@@ -1,0 +1,187 @@
+// It parses in place in a copy that is made first. default and unchecked take any end tag for any
+// start tag; checked compares their names, as the other libraries do.
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <iterator>
+#include <rapidxml/rapidxml.hpp>
+#include <rapidxml/rapidxml_print.hpp>
+
+#include "library.h"
+
+namespace {
+
+using namespace bench;
+using Node = rapidxml::xml_node<>;
+
+struct Tree {
+  std::string text;
+  rapidxml::xml_document<> document;
+};
+
+Tree &tree(Document document) { return *static_cast<Tree *>(document); }
+Node *root(Document document) { return tree(document).document.first_node(); }
+
+template <int Flags>
+Document parse(const std::string &text) {
+  auto *parsed = new Tree;
+  parsed->text = text;
+  try {
+    parsed->document.parse<Flags>(parsed->text.data());
+    return parsed;
+  } catch (const rapidxml::parse_error &) {
+    delete parsed;
+    return nullptr;
+  }
+}
+
+void release(Document document) { delete &tree(document); }
+
+struct Moves {
+  static Node *child(Node *node) { return node->first_node(); }
+  static Node *next(Node *node) { return node->next_sibling(); }
+  static Node *parent(Node *node) { return node->parent(); }
+  static Node *named(Node *node, const char *name) { return node->first_node(name); }
+  static Node *nextNamed(Node *node, const char *name) { return node->next_sibling(name); }
+};
+
+// Where there are data nodes, the first one's text is the value of its element as well.
+bool repeatsChild(Node *node) {
+  const Node *child = node->first_node();
+  return child && child->type() == rapidxml::node_data;
+}
+
+template <class Visitor>
+void visit(Document document, Visitor &visitor) {
+  forEachNode<Moves>(root(document), [&](Node *node) {
+    if (node->type() == rapidxml::node_element) {
+      visitor.element();
+      visitor.string(node->name());
+      for (auto *attribute = node->first_attribute(); attribute;
+           attribute = attribute->next_attribute()) {
+        visitor.attribute();
+        visitor.string(attribute->name());
+        visitor.string(attribute->value());
+      }
+      if (repeatsChild(node)) return;
+    }
+    visitor.string(node->value());
+  });
+}
+
+Census inspect(Document document) {
+  CensusVisitor visitor;
+  visit(document, visitor);
+  return visitor.census;
+}
+
+size_t walk(Document document) {
+  TouchVisitor visitor;
+  visit(document, visitor);
+  return visitor.sum;
+}
+
+size_t print(Document document, std::string *keep) {
+  std::string text;
+  rapidxml::print(std::back_inserter(text), tree(document).document, rapidxml::print_no_indenting);
+  if (keep) *keep = text;
+  return text.size();
+}
+
+template <class Piece>
+void ownStrings(rapidxml::memory_pool<> &pool, Piece *piece) {
+  piece->name(pool.allocate_string(piece->name(), piece->name_size() + 1), piece->name_size());
+  piece->value(pool.allocate_string(piece->value(), piece->value_size() + 1), piece->value_size());
+}
+
+// clone_node leaves the strings with the source.
+Document clone(Document document) {
+  auto *copy = new Tree;
+  Node *top = copy->document.clone_node(root(document));
+  copy->document.append_node(top);
+  forEachNode<Moves>(top, [copy](Node *node) {
+    ownStrings(copy->document, node);
+    for (auto *attribute = node->first_attribute(); attribute;
+         attribute = attribute->next_attribute()) {
+      ownStrings(copy->document, attribute);
+    }
+  });
+  return copy;
+}
+
+const char *find(Document document, const Path &path) {
+  const Node *found = findNode<Moves>(root(document), path);
+  return found ? found->value() : nullptr;
+}
+
+size_t readAttribute(Document document, const char *name) {
+  TouchVisitor visitor;
+  for (Node *child = root(document)->first_node(); child; child = child->next_sibling()) {
+    const rapidxml::xml_attribute<> *attribute = child->first_attribute(name);
+    if (attribute) visitor.string(attribute->value());
+  }
+  return visitor.sum;
+}
+
+int64_t addNumbers(Document document) {
+  int64_t sum = 0;
+  for (Node *child = root(document)->first_node(); child; child = child->next_sibling()) {
+    int32_t number = 0;
+    std::from_chars(child->value(), child->value() + child->value_size(), number);
+    sum += number;
+  }
+  return sum;
+}
+
+Document edit(size_t count) {
+  auto *made = new Tree;
+  rapidxml::xml_document<> &pool = made->document;
+  const auto own = [&pool](const char *text) { return pool.allocate_string(text); };
+  Node *list = pool.allocate_node(rapidxml::node_element, own(kListName));
+  pool.append_node(list);
+  for (size_t i = 0; i < count; ++i) {
+    Node *item = pool.allocate_node(rapidxml::node_element, own(kItemName), own(kItemText));
+    item->append_attribute(pool.allocate_attribute(own(kItemAttribute), own(kItemOldState)));
+    list->append_node(item);
+  }
+  int number = 0;
+  for (Node *item = list->first_node(); item; item = item->next_sibling()) {
+    char text[16];
+    *std::to_chars(std::begin(text), std::end(text) - 1, number++).ptr = '\0';
+    item->value(own(text));
+    item->first_attribute(kItemAttribute)->value(own(kItemNewState));
+  }
+  return made;
+}
+
+// Its recursion takes less than 500 bytes a level.
+constexpr size_t kMaxDepth = 10000;
+
+Subject parser(const char *mode, Document (*parse)(const std::string &)) {
+  return {.library = "RapidXML",
+          .mode = mode,
+          .version = BENCH_RAPIDXML_VERSION,
+          .maxDepth = kMaxDepth,
+          .parse = parse,
+          .release = release,
+          .inspect = inspect};
+}
+
+Subject checked() {
+  Subject subject = parser(
+      "checked", parse<rapidxml::parse_no_data_nodes | rapidxml::parse_validate_closing_tags>);
+  subject.walk = walk;
+  subject.print = print;
+  subject.clone = clone;
+  subject.find = find;
+  subject.readAttribute = readAttribute;
+  subject.addNumbers = addNumbers;
+  subject.edit = edit;
+  return subject;
+}
+
+const Registration registration(3, {parser("default", parse<rapidxml::parse_default>),
+                                    parser("unchecked", parse<rapidxml::parse_no_data_nodes>),
+                                    checked()});
+
+}  // namespace
