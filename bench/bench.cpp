@@ -56,7 +56,7 @@ void levelHeap(const Corpus &corpus, const Subject &subject) {
 using Operation = void (*)(State &, const Corpus &, const Subject &);
 
 void runParse(State &state, const Corpus &corpus, const Subject &subject) {
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     Document document = subject.parse(corpus.text);
     benchmark::DoNotOptimize(document);
     subject.release(document);
@@ -65,7 +65,7 @@ void runParse(State &state, const Corpus &corpus, const Subject &subject) {
 
 // Levels what some libraries put off until a string is read.
 void runRead(State &state, const Corpus &corpus, const Subject &subject) {
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     Document document = subject.parse(corpus.text);
     benchmark::DoNotOptimize(subject.walk(document));
     subject.release(document);
@@ -74,7 +74,7 @@ void runRead(State &state, const Corpus &corpus, const Subject &subject) {
 
 void runWalk(State &state, const Corpus &corpus, const Subject &subject) {
   const Held document = parse(corpus, subject);
-  for (auto _ : state) benchmark::DoNotOptimize(subject.walk(document.get()));
+  while (state.KeepRunning()) benchmark::DoNotOptimize(subject.walk(document.get()));
 }
 
 void runPrint(State &state, const Corpus &corpus, const Subject &subject) {
@@ -85,7 +85,7 @@ void runPrint(State &state, const Corpus &corpus, const Subject &subject) {
   if (!again || !(subject.inspect(again.get()) == subject.inspect(document.get()))) {
     return state.SkipWithError("the printed text does not parse to the same tree");
   }
-  for (auto _ : state) benchmark::DoNotOptimize(subject.print(document.get(), nullptr));
+  while (state.KeepRunning()) benchmark::DoNotOptimize(subject.print(document.get(), nullptr));
 }
 
 void runClone(State &state, const Corpus &corpus, const Subject &subject) {
@@ -94,7 +94,7 @@ void runClone(State &state, const Corpus &corpus, const Subject &subject) {
   if (!copy || !(subject.inspect(copy.get()) == subject.inspect(document.get()))) {
     return state.SkipWithError("the copy is not the same tree");
   }
-  for (auto _ : state) subject.release(subject.clone(document.get()));
+  while (state.KeepRunning()) subject.release(subject.clone(document.get()));
 }
 
 void runFind(State &state, const Corpus &corpus, const Subject &subject) {
@@ -108,7 +108,7 @@ void runFind(State &state, const Corpus &corpus, const Subject &subject) {
       return state.SkipWithError("a path leads elsewhere");
     }
   }
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     for (const Path &path : paths) benchmark::DoNotOptimize(subject.find(document.get(), path));
   }
 }
@@ -120,7 +120,7 @@ void runAttribute(State &state, const Corpus &corpus, const Subject &subject) {
   if (right == 0 || subject.readAttribute(document.get(), kLogAttribute) != right) {
     return state.SkipWithError("another sum");
   }
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(subject.readAttribute(document.get(), kLogAttribute));
   }
 }
@@ -131,7 +131,7 @@ void runNumbers(State &state, const Corpus &corpus, const Subject &subject) {
   if (subject.addNumbers(document.get()) != subjects().front().addNumbers(expected.get())) {
     return state.SkipWithError("another sum");
   }
-  for (auto _ : state) benchmark::DoNotOptimize(subject.addNumbers(document.get()));
+  while (state.KeepRunning()) benchmark::DoNotOptimize(subject.addNumbers(document.get()));
 }
 
 void runEdit(State &state, const Corpus &expected, const Subject &subject) {
@@ -140,7 +140,7 @@ void runEdit(State &state, const Corpus &expected, const Subject &subject) {
   if (!(subject.inspect(edited.get()) == subjects().front().inspect(right.get()))) {
     return state.SkipWithError("another document");
   }
-  for (auto _ : state) subject.release(subject.edit(kEdits));
+  while (state.KeepRunning()) subject.release(subject.edit(kEdits));
 }
 
 // What edit() should make.
@@ -156,6 +156,7 @@ Corpus editedCorpus() {
 
 void add(const char *name, const Corpus &corpus, const Subject &subject, Operation operation) {
   const std::string fullName = std::string(name) + "/" + corpus.name + "/" + subject.id();
+  // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the library keeps it
   benchmark::RegisterBenchmark(fullName.c_str(), [&corpus, &subject, operation](State &state) {
     const Verdict &verdict = check(corpus, subject);
     if (!verdict.refusal.empty()) return state.SkipWithError(verdict.refusal.c_str());
@@ -168,12 +169,13 @@ void add(const char *name, const Corpus &corpus, const Subject &subject, Operati
 
 void addFloor(const Corpus &corpus) {
   const std::string name = "parse/" + corpus.name + "/floor/carve";
+  // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the library keeps it
   benchmark::RegisterBenchmark(name.c_str(), [&corpus](State &state) {
     const Floor floor(corpus.text);
     if (floor.empty()) return state.SkipWithError("NEB XML does not accept the text");
     malloc_trim(0);
     floor.carve();
-    for (auto _ : state) benchmark::DoNotOptimize(floor.carve());
+    while (state.KeepRunning()) benchmark::DoNotOptimize(floor.carve());
     countBytes(state, corpus);
   });
 }

@@ -153,6 +153,8 @@ TEST_F(Save, ReplacesFilesKeepsPermissionsAndFollowsLinks) {
   EXPECT_EQ(trees::readFile(file), "<new>changed</new>\n");
   EXPECT_EQ(fs::status(file).permissions(), fs::perms(0640));
   EXPECT_EQ(filesInFolder(), 2U);
+  const std::string longest = path(std::string(255, 'n').c_str());
+  EXPECT_TRUE(save(longest) == kOk && save(longest) == kOk) << "a name as long as names can be";
 }
 
 TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
@@ -183,6 +185,10 @@ TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
     const guarded::FailingAllocation failing(1);
     EXPECT_EQ(save(file), uint32_t{NEB_XML_ERR_NO_MEMORY});
   }
+  XmlNode *nothing = XML_NewNode(0, 5);
+  XML_SetNode(nothing, nothing, nullptr, "prints-nothing", nullptr);
+  EXPECT_EQ(NEB_XML_SaveFile(nothing, file.c_str(), 0), uint32_t{NEB_XML_ERR_FILE_WRITE});
+  NEB_XML_FreeNode(nothing);
   NEB_XML_SetNode(document_, nullptr, "", nullptr);
   EXPECT_EQ(save(file), kInvalid) << "a node without a name";
   EXPECT_EQ(trees::readFile(file), old);

@@ -89,7 +89,7 @@ class Machine {
     return model;
   }
 
-  // Takes a whole tree over, without recursion since only two levels are ever parsed or cloned deep.
+  // Takes a whole tree over.
   Model *addTree(XmlNode *top) {
     Model *first = add(top);
     std::vector<Model *> open = {first};

@@ -18,9 +18,14 @@ namespace {
 
 constexpr size_t kPathCapacity = PATH_MAX;
 constexpr unsigned kNamesTried = 1000;
-constexpr mode_t kNewFileMode = 0666;  // less what the process masks
+constexpr mode_t kNewFileMode = 0666;      // less what the process masks
+constexpr mode_t kPrivateFileMode = 0600;  // until the old file's permissions are taken over
 constexpr mode_t kPermissionBits = 07777;
 constexpr mode_t kPlainPermissionBits = 0777;
+constexpr mode_t kGroupBits = 0070;
+constexpr mode_t kOtherBits = 0007;
+constexpr unsigned kOthersToGroup = 3;
+constexpr uid_t kSameOwner = static_cast<uid_t>(-1);
 
 struct Target {
   char path[kPathCapacity];
@@ -45,14 +50,18 @@ bool resolveTarget(const char *path, Target *target) {
   return strncpy_s(target->path, sizeof target->path, path, kPathCapacity) == 0;
 }
 
-// A new file beside the target; -1 when none can be made.
+// A new file in the target's folder; -1 when none can be made. Its name does not grow with the
+// target's, which may be as long as names can be.
 int openTemporary(const Target &target, char (&path)[kPathCapacity]) {
+  const char *slash = std::strrchr(target.path, '/');
+  const int folderLength = slash == nullptr ? 0 : static_cast<int>(slash - target.path) + 1;
+  const mode_t mode = target.exists ? kPrivateFileMode : kNewFileMode;
   for (unsigned number = 0; number < kNamesTried; ++number) {
-    if (snprintf_s(path, sizeof path, sizeof path - 1, "%s.%ld-%u.tmp", target.path,
-                   static_cast<long>(getpid()), number) < 0) {
+    if (snprintf_s(path, sizeof path, sizeof path - 1, "%.*s.neb-xml-%ld-%u.tmp", folderLength,
+                   target.path, static_cast<long>(getpid()), number) < 0) {
       return -1;
     }
-    const int file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kNewFileMode);
+    const int file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (file >= 0 || errno != EEXIST) return file;
   }
   return -1;
@@ -69,13 +78,19 @@ bool writeAll(int file, const char *text, size_t length) {
   return true;
 }
 
-// Gives the new file what the old one had. A process that may not give a file away keeps it, and
-// then without the right to run as its owner.
+// Gives the new file what the old one had. Where the process may not give owner or group away, the
+// rights that went with them are not given to others instead.
 bool takeOver(int file, const Target &target) {
   if (!target.exists) return true;
-  const bool isGiven = fchown(file, target.owner, target.group) == 0;
-  return fchmod(file, isGiven ? target.permissions : target.permissions & kPlainPermissionBits) ==
-         0;
+  mode_t permissions = target.permissions;
+  if (fchown(file, target.owner, target.group) != 0) {
+    permissions &= kPlainPermissionBits;
+    if (fchown(file, kSameOwner, target.group) != 0) {
+      const mode_t ofOthers = (permissions & kOtherBits) << kOthersToGroup;
+      permissions &= ~kGroupBits | ofOthers;
+    }
+  }
+  return fchmod(file, permissions) == 0;
 }
 
 // The rename itself outlives a power failure once the folder is on the disk; where folders cannot
@@ -93,6 +108,7 @@ void flushFolderOf(char *path) {
 
 WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length) {
   if (strnlen(path, kLongestOutputPath + 1) > kLongestOutputPath) return WriteOutcome::notOpened;
+  if (length == 0) return WriteOutcome::notWritten;  // nothing is no document to replace one by
   Target target;
   if (!resolveTarget(path, &target)) return WriteOutcome::notOpened;
   char temporary[kPathCapacity];

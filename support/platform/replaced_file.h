@@ -8,8 +8,9 @@
 namespace platform {
 
 // Writes a temporary file beside the target, flushes it to the disk and renames it over the target,
-// whose permissions and owner it takes over. A symbolic link is followed. The target must be a regular file
-// or not exist. After a failure the old file stands and no temporary one is left.
+// whose permissions and owner it takes over as far as the process may. A symbolic link is followed.
+// The target must be a regular file or not exist. After a failure the old file stands and no
+// temporary one is left.
 WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length);
 
 }  // namespace platform

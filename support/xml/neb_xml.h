@@ -599,8 +599,8 @@ NEB_XML_API uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *pat
 /**
  * Replaces the allocation hooks, which hold malloc, calloc and free from load time.
  *
- * callocHook must give zeroed memory; both must align as malloc does. A piece is released by the
- * free hook of the moment of its release.
+ * callocHook must give zeroed memory; both must align as malloc does. The hooks must not call the
+ * library. A piece is released by the free hook of the moment of its release.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null hook, all three then unchanged.
  */
 NEB_XML_API uint32_t NEB_XML_RegMemFunc(void *(*mallocHook)(size_t),
@@ -831,7 +831,8 @@ enum NEB_XML_PARSE_FLAG {
  *
  * The place is the beginning of the construct that is wrong. Offsets count bytes from the start of
  * the text. Lines and columns count from 1, columns in bytes; a line ends with a line feed. When
- * no text was parsed (a file that cannot be read, a wrong argument) line and column are 0.
+ * there is no such place (a file that cannot be read, a wrong argument, short memory) line and
+ * column are 0.
  */
 typedef struct NEB_XML_PARSE_ERROR {
   uint32_t code;      /**< The result code that the call returns. */
@@ -840,7 +841,8 @@ typedef struct NEB_XML_PARSE_ERROR {
   size_t line;
   size_t column;
   /** An end tag that does not match: its name, and the name and '<' of the start tag it should
-   *  close. The lengths are 0 for every other failure. */
+   *  close. The lengths are 0 for every other failure, and that of the start tag's name also when
+   *  memory was too short to find it. */
   size_t endNameOffset;
   size_t endNameLength;
   size_t startNameOffset;
@@ -903,7 +905,8 @@ NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t wi
 /**
  * Prints a subtree into a file so that the old file or the new one is there whole at any moment:
  * a temporary file beside it is written, flushed to the disk and renamed. A symbolic link is
- * followed; an old file's permissions and, as far as the process may, its owner are kept.
+ * followed and must lead to a file; an old file's permissions and, as far as the process may, its
+ * owner are kept. Other hard links to the old file keep the old text.
  *
  * path   up to 1024 bytes; no directory is created. The file hooks are not used.
  * width  spaces for each level, as for NEB_XML_TransformIndented.

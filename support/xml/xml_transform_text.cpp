@@ -5,6 +5,7 @@
 namespace {
 
 constexpr size_t kFirstCapacity = 1024;
+constexpr size_t kLargestCapacity = UINT32_MAX;
 
 }  // namespace
 
@@ -15,10 +16,9 @@ bool PrintedText::grow(size_t count) {
   const size_t held = length();
   size_t capacity = text_ == nullptr ? kFirstCapacity : 2 * static_cast<size_t>(end_ - text_);
   if (capacity - held < count) capacity = held + count;
+  if (capacity > kLargestCapacity) capacity = kLargestCapacity;
   char *text = nullptr;
-  if (count <= UINT32_MAX && held <= UINT32_MAX) {
-    text = static_cast<char *>(XML_Malloc(nullptr, capacity));
-  }
+  if (capacity - held >= count) text = static_cast<char *>(XML_Malloc(nullptr, capacity));
   if (text == nullptr) {
     hasFailed_ = true;
     return false;
@@ -33,7 +33,7 @@ bool PrintedText::grow(size_t count) {
 
 char *PrintedText::handOut() const {
   const size_t held = length();
-  if (hasFailed_ || held > UINT32_MAX) return nullptr;
+  if (hasFailed_) return nullptr;
   auto *text = static_cast<char *>(XML_Malloc(nullptr, held + 1));
   if (text == nullptr) return nullptr;
   std::memcpy(text, text_, held);
