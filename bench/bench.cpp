@@ -199,7 +199,7 @@ const std::vector<Kind> &kinds() {
       {"attribute",
        [](const Subject &s) { return s.readAttribute != nullptr; },
        runAttribute,
-       {"logs-4M"}},
+       {"logs-64K"}},
       {"numbers",
        [](const Subject &s) { return s.addNumbers != nullptr; },
        runNumbers,

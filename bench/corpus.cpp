@@ -111,6 +111,7 @@ std::vector<Corpus> madeCorpora(bool large) {
       {"orders-64K", repeat("orders", 64 * kKiB, addOrder)},
       {"orders-1M", repeat("orders", kMiB, addOrder)},
       {"orders-32M", repeat("orders", 32 * kMiB, addOrder)},
+      {"logs-64K", repeat("log", 64 * kKiB, addLogEntry)},
       {"logs-4M", repeat("log", 4 * kMiB, addLogEntry)},
       {"dense-4M", repeat("dense", 4 * kMiB, addDenseElements)},
       {"texts-4M", repeat("texts", 4 * kMiB, addLongText)},

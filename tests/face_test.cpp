@@ -69,6 +69,8 @@ TEST(Face, TellsNoTextFromAnEmptyOne) {
   EXPECT_FALSE(root.prefix().has_value());
   EXPECT_FALSE(root.attribute("x").has_value());
   EXPECT_FALSE(root.attribute("none").has_value());
+  const neb::xml::Strings strings = root.last_child().strings();
+  EXPECT_TRUE(!strings.prefix && strings.name == "c" && strings.value == "");
 }
 
 template <typename Value>

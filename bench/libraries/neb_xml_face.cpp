@@ -16,12 +16,14 @@ size_t walk(bench::Document document) {
   const auto start = [](neb::xml::Text text) { return text ? text->data() : nullptr; };
   const auto enter = [&](Node node) {
     visitor.element();
-    visitor.qualified(start(node.prefix()), start(node.name()));
-    visitor.string(start(node.value()));
+    const neb::xml::Strings strings = node.strings();
+    visitor.qualified(start(strings.prefix), start(strings.name));
+    visitor.string(start(strings.value));
     for (Attribute attribute : node.attributes()) {
       visitor.attribute();
-      visitor.qualified(start(attribute.prefix()), start(attribute.name()));
-      visitor.string(start(attribute.value()));
+      const neb::xml::Strings texts = attribute.strings();
+      visitor.qualified(start(texts.prefix), start(texts.name));
+      visitor.string(start(texts.value));
     }
   };
   enter(root(document));

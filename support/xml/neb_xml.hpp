@@ -85,6 +85,13 @@ class Result {
 
 using Text = std::optional<std::string_view>;
 
+/** All three texts of a node or attribute, read by one call. */
+struct Strings {
+  Text prefix;
+  Text name;
+  Text value;
+};
+
 namespace detail {
 
 inline Text text_of(const char *text) noexcept {
@@ -156,6 +163,14 @@ class View {
 
   /** The node of the C interface; null for an empty view. */
   XmlNode *get() const noexcept { return node_; }
+
+  Strings strings() const noexcept {
+    const char *prefix = nullptr;
+    const char *name = nullptr;
+    const char *value = nullptr;
+    NEB_XML_GetNodeValue(node_, nullptr, &prefix, &name, &value);
+    return {text_of(prefix), text_of(name), text_of(value)};
+  }
 
   Text prefix() const noexcept {
     const char *prefix = nullptr;
