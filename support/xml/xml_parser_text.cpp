@@ -1,4 +1,6 @@
 // Copying runs of the text into strings of the tree.
+#include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "platform/bounded_memory.h"
@@ -61,8 +63,14 @@ char *writeUtf8(char *to, uint32_t code) {
 // Decodes one run into a string that has room for the run as it stands.
 class Decoder {
  public:
-  Decoder(const char *run, size_t length, char *string)
-      : from_(run), end_(run + length), to_(string) {}
+  // Behind both the run and the string's room may be some more bytes, so many that whole vectors
+  // can be copied up to the end.
+  Decoder(const char *run, size_t length, char *string, bool hasBytesBehind)
+      : from_(run),
+        end_(run + length),
+        to_(string),
+        roomEnd_(string + length + kTerminator),
+        leastForVectors_(hasBytesBehind ? 1 : static_cast<ptrdiff_t>(sizeof(Vector))) {}
 
   // False for a malformed reference or section, and for one that goes on behind the run. The reason
   // is then told, and the place is where it begins.
@@ -76,6 +84,9 @@ class Decoder {
     return true;
   }
 
+  // A reference is longer than what it stands for, so the string ends before its room does.
+  void clearRest() { std::memset(to_, 0, static_cast<size_t>(roomEnd_ - to_)); }
+
   const char *reason() const { return reason_; }
   const char *place() const { return from_; }
 
@@ -85,8 +96,33 @@ class Decoder {
     return false;
   }
 
+  // Whole vectors are written: what goes too far is written again, or cleared at the end.
   void copyPlain() {
+    while (end_ - from_ >= leastForVectors_) {
+      Vector bytes;
+      std::memcpy(&bytes, from_, sizeof bytes);
+      std::memcpy(to_, &bytes, sizeof bytes);
+      const size_t plain = std::min(countBeforeMarkup(bytes), static_cast<size_t>(end_ - from_));
+      from_ += plain;
+      to_ += plain;
+      if (plain < sizeof bytes) return;
+    }
     while (from_ < end_ && *from_ != '&' && *from_ != '<') *to_++ = *from_++;
+  }
+
+  // Sixteen bytes at once, at any address.
+  using Vector = uint8_t __attribute__((vector_size(16)));
+  using VectorHalves = uint64_t __attribute__((vector_size(16)));
+
+  static size_t countBeforeMarkup(const Vector &bytes) {
+    const auto found = reinterpret_cast<VectorHalves>((bytes == '&') | (bytes == '<'));
+    if (found[0] != 0) return bytesBefore(found[0]);
+    return found[1] != 0 ? sizeof found[0] + bytesBefore(found[1]) : sizeof bytes;
+  }
+
+  static size_t bytesBefore(uint64_t found) {
+    const bool isLittle = std::endian::native == std::endian::little;
+    return static_cast<size_t>(isLittle ? std::countr_zero(found) : std::countl_zero(found)) / 8;
   }
 
   bool copyMarkup() {
@@ -105,10 +141,20 @@ class Decoder {
     return true;
   }
 
+  // References are few and short: a call would cost more than the comparison.
+  static size_t lengthIfBegins(const char *text, const char *reference) {
+    size_t length = 0;
+    while (reference[length] != '\0') {
+      if (text[length] != reference[length]) return 0;
+      ++length;
+    }
+    return length;
+  }
+
   bool decodeReference() {
     for (const NamedReference &reference : kNamedReferences) {
-      const size_t length = std::strlen(reference.text);
-      if (std::strncmp(from_, reference.text, length) != 0) continue;
+      const size_t length = lengthIfBegins(from_, reference.text);
+      if (length == 0) continue;
       if (from_ + length > end_) return fail(reasons::kReferenceUnknown);
       *to_++ = reference.character;
       from_ += length;
@@ -138,6 +184,8 @@ class Decoder {
   const char *from_;
   const char *end_;
   char *to_;
+  char *roomEnd_;
+  ptrdiff_t leastForVectors_;
   const char *reason_ = nullptr;
 };
 
@@ -146,6 +194,13 @@ bool isPlain(const char *run, size_t length) {
 }
 
 }  // namespace
+
+bool Parser_decode(const char *run, size_t length, char *string, bool hasBytesBehind) {
+  Decoder decoder(run, length, string, hasBytesBehind);
+  if (!decoder.decode()) return false;
+  decoder.clearRest();
+  return true;
+}
 
 uint32_t Parser_CopyBufToString(const XmlParser *parser, const char *run, size_t length,
                                 char **string) {
@@ -160,9 +215,11 @@ uint32_t Parser_CopyBufToString(const XmlParser *parser, const char *run, size_t
   auto *decoded = static_cast<char *>(storage.obtain(length + kTerminator));
   *string = decoded;
   if (decoded == nullptr) return Parser_memoryError(parser);
-  platform::memset_s(decoded, length + kTerminator, 0, length + kTerminator);
-  Decoder decoder(run, length, decoded);
-  if (decoder.decode()) return NEB_XML_OK;
+  Decoder decoder(run, length, decoded, false);
+  if (decoder.decode()) {
+    decoder.clearRest();
+    return NEB_XML_OK;
+  }
   storage.giveBackOwn(decoded);
   *string = nullptr;
   return Parser_syntaxError(parser, decoder.reason(), decoder.place());
