@@ -7,6 +7,7 @@
 
 #include "xml_parser_pieces.h"
 #include "xml_parser_tokens.h"
+#include "xml_vector.h"
 
 #if defined(__x86_64__)
 #define NEB_XML_WIDE_MACHINE __attribute__((target("avx2,bmi,bmi2")))
@@ -455,35 +456,16 @@ class PlainParser {
     const size_t length = leafName_.length;
     if (static_cast<size_t>(map_.textEnd() - name) <= length || name[length] != '>') return nullptr;
     if (!sameName(name + length, leafName_.text + length, length,
-                  leafName_.text + length >= parser_.buffer + sizeof(Wide))) {
+                  leafName_.text + length >= parser_.buffer + kVectorSize)) {
       return nullptr;
     }
     return name + length + 1;
   }
 
-  // Sixteen bytes at once, at any address.
-  using Wide = uint64_t __attribute__((vector_size(16)));
-
-  static Wide loadWide(const void *from) {
-    Wide bytes;
-    std::memcpy(&bytes, from, sizeof bytes);
-    return bytes;
-  }
-
-  // From its middle backwards by n: masks that keep the last n of 16 bytes.
-  static constexpr std::array<uint8_t, 2 * sizeof(Wide)> makeDropThenKeep() {
-    std::array<uint8_t, 2 * sizeof(Wide)> bytes = {};
-    for (size_t i = sizeof(Wide); i < bytes.size(); ++i) bytes[i] = UINT8_MAX;
-    return bytes;
-  }
-  static constexpr std::array<uint8_t, 2 * sizeof(Wide)> kDropThenKeep = makeDropThenKeep();
-
   // Compares two names by what stands before their ends, where bytes can be read in any case.
   static bool sameName(const char *endA, const char *endB, size_t length, bool hasBytesBefore) {
-    if (hasBytesBefore && length <= sizeof(Wide)) {
-      const Wide unlike = (loadWide(endA - sizeof(Wide)) ^ loadWide(endB - sizeof(Wide))) &
-                          loadWide(kDropThenKeep.data() + length);
-      return (unlike[0] | unlike[1]) == 0;
+    if (hasBytesBefore && length <= kVectorSize) {
+      return endAlike(loadVector(endA - kVectorSize), loadVector(endB - kVectorSize), length);
     }
     return std::memcmp(endA - length, endB - length, length) == 0;
   }
@@ -496,7 +478,7 @@ class PlainParser {
     if (*end != '>' || name.length != element->openNameLength) return Step::left;
     if (name.length == 0 || mayEndMarkup(name)) return Step::left;
     const char *start = element->name + name.length;
-    const bool hasBytesBefore = Pieces::kHasBytesBefore && end >= parser_.buffer + sizeof(Wide);
+    const bool hasBytesBefore = Pieces::kHasBytesBefore && end >= parser_.buffer + kVectorSize;
     if (!sameName(end, start, name.length, hasBytesBefore)) return Step::left;
     if (!splitName(name)) return Step::failed;
     if (place_[-1] != '>' && state_ == PARSE_STATE_CONTENT) {

@@ -1,25 +1,18 @@
 // Copying runs of the text into strings of the tree.
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "platform/bounded_memory.h"
 #include "xml_parser.h"
 #include "xml_parser_tokens.h"
+#include "xml_references.h"
+#include "xml_vector.h"
 
 namespace {
 
 constexpr size_t kTerminator = 1;
 constexpr uint32_t kLargestCharacter = 0x10FFFF;
 constexpr uint32_t kNotADigit = UINT32_MAX;
-
-struct NamedReference {
-  char text[7];
-  char character;
-};
-
-constexpr NamedReference kNamedReferences[] = {
-    {"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&apos;", '\''}, {"&quot;", '"'}};
 
 uint32_t digitOf(char byte, uint32_t base) {
   if (byte >= '0' && byte <= '9') return static_cast<uint32_t>(byte - '0');
@@ -70,7 +63,7 @@ class Decoder {
         end_(run + length),
         to_(string),
         roomEnd_(string + length + kTerminator),
-        leastForVectors_(hasBytesBehind ? 1 : static_cast<ptrdiff_t>(sizeof(Vector))) {}
+        leastForVectors_(hasBytesBehind ? 1 : static_cast<ptrdiff_t>(kVectorSize)) {}
 
   // False for a malformed reference or section, and for one that goes on behind the run. The reason
   // is then told, and the place is where it begins.
@@ -99,30 +92,18 @@ class Decoder {
   // Whole vectors are written: what goes too far is written again, or cleared at the end.
   void copyPlain() {
     while (end_ - from_ >= leastForVectors_) {
-      Vector bytes;
-      std::memcpy(&bytes, from_, sizeof bytes);
-      std::memcpy(to_, &bytes, sizeof bytes);
+      const Vector bytes = loadVector(from_);
+      storeVector(to_, bytes);
       const size_t plain = std::min(countBeforeMarkup(bytes), static_cast<size_t>(end_ - from_));
       from_ += plain;
       to_ += plain;
-      if (plain < sizeof bytes) return;
+      if (plain < kVectorSize) return;
     }
     while (from_ < end_ && *from_ != '&' && *from_ != '<') *to_++ = *from_++;
   }
 
-  // Sixteen bytes at once, at any address.
-  using Vector = uint8_t __attribute__((vector_size(16)));
-  using VectorHalves = uint64_t __attribute__((vector_size(16)));
-
-  static size_t countBeforeMarkup(const Vector &bytes) {
-    const auto found = reinterpret_cast<VectorHalves>((bytes == '&') | (bytes == '<'));
-    if (found[0] != 0) return bytesBefore(found[0]);
-    return found[1] != 0 ? sizeof found[0] + bytesBefore(found[1]) : sizeof bytes;
-  }
-
-  static size_t bytesBefore(uint64_t found) {
-    const bool isLittle = std::endian::native == std::endian::little;
-    return static_cast<size_t>(isLittle ? std::countr_zero(found) : std::countl_zero(found)) / 8;
+  static size_t countBeforeMarkup(Vector bytes) {
+    return countBeforeFound((bytes == '&') | (bytes == '<'));
   }
 
   bool copyMarkup() {
@@ -141,23 +122,11 @@ class Decoder {
     return true;
   }
 
-  // References are few and short: a call would cost more than the comparison.
-  static size_t lengthIfBegins(const char *text, const char *reference) {
-    size_t length = 0;
-    while (reference[length] != '\0') {
-      if (text[length] != reference[length]) return 0;
-      ++length;
-    }
-    return length;
-  }
-
   bool decodeReference() {
-    for (const NamedReference &reference : kNamedReferences) {
-      const size_t length = lengthIfBegins(from_, reference.text);
-      if (length == 0) continue;
-      if (from_ + length > end_) return fail(reasons::kReferenceUnknown);
-      *to_++ = reference.character;
-      from_ += length;
+    if (const NamedReference *reference = namedReferenceAt(from_)) {
+      if (from_ + reference->length > end_) return fail(reasons::kReferenceUnknown);
+      *to_++ = reference->character;
+      from_ += reference->length;
       return true;
     }
     return from_[1] == '#' ? decodeNumber() : fail(reasons::kReferenceUnknown);
