@@ -94,10 +94,16 @@ class Decoder {
     while (end_ - from_ >= leastForVectors_) {
       const Vector bytes = loadVector(from_);
       storeVector(to_, bytes);
-      const size_t plain = std::min(countBeforeMarkup(bytes), static_cast<size_t>(end_ - from_));
-      from_ += plain;
-      to_ += plain;
-      if (plain < kVectorSize) return;
+      const auto left = static_cast<size_t>(end_ - from_);
+      const size_t plain = std::min(countBeforeMarkup(bytes), left);
+      // The usual step does not wait for what was counted.
+      if (plain < kVectorSize) {
+        from_ += plain;
+        to_ += plain;
+        return;
+      }
+      from_ += kVectorSize;
+      to_ += kVectorSize;
     }
     while (from_ < end_ && *from_ != '&' && *from_ != '<') *to_++ = *from_++;
   }

@@ -92,20 +92,6 @@ struct String {
 
 String stringOf(const char *text) { return {text, text != nullptr ? std::strlen(text) : 0}; }
 
-// Copies a string to a place with slack behind it.
-char *writeString(char *to, const String &string) {
-  const char *from = string.text;
-  const size_t length = string.length;
-  if (length < kVectorSize) {
-    storeVector(to, loadFirst(from, length));
-    return to + length;
-  }
-  const size_t last = length - kVectorSize;
-  for (size_t i = 0; i < last; i += kVectorSize) storeVector(to + i, loadVector(from + i));
-  storeVector(to + last, loadVector(from + last));
-  return to + length;
-}
-
 // Copies up to the first character to escape or the end; the place is moved along.
 const char *writeRun(char **place, const char *from, const char *end) {
   char *to = *place;
@@ -114,12 +100,12 @@ const char *writeRun(char **place, const char *from, const char *end) {
     const Vector bytes = loadVector(from);
     storeVector(to, bytes);
     const size_t plain = countBeforeFound(findEscaped(bytes));
-    from += plain;
-    to += plain;
     if (plain < kVectorSize) {
-      *place = to;
-      return from;
+      *place = to + plain;
+      return from + plain;
     }
+    from += kVectorSize;
+    to += kVectorSize;
     left -= kVectorSize;
   }
   const Vector bytes = loadFirst(from, left);
@@ -295,8 +281,9 @@ class Printer {
   }
 
   static char *writeName(char *to, const Name &name) {
-    if (name.prefix.text != nullptr) to = writeLiteral(writeString(to, name.prefix), ":");
-    return writeString(to, name.local);
+    if (name.prefix.text != nullptr)
+      to = writeLiteral(copyString(to, name.prefix.text, name.prefix.length), ":");
+    return copyString(to, name.local.text, name.local.length);
   }
 
   static char *writeEndTag(char *to, const Name &name) {

@@ -52,6 +52,19 @@ inline Vector loadFirst(const char *from, size_t count) {
 
 inline void storeVector(void *to, Vector bytes) { std::memcpy(to, &bytes, kVectorSize); }
 
+// Copies a string without its terminator, with whole vectors that may be written up to a vector too
+// far; returns where it ends.
+inline char *copyString(char *to, const char *from, size_t length) {
+  if (length < kVectorSize) {
+    storeVector(to, loadFirst(from, length));
+    return to + length;
+  }
+  const size_t last = length - kVectorSize;
+  for (size_t i = 0; i < last; i += kVectorSize) storeVector(to + i, loadVector(from + i));
+  storeVector(to + last, loadVector(from + last));
+  return to + length;
+}
+
 // The number of bytes before the first that is not zero; the found bytes are all ones or zero.
 inline size_t countBeforeFound(Vector found) {
 #if defined(__SSE2__)
