@@ -12,11 +12,11 @@ constexpr size_t kTerminator = 1;
 // Short runs are copied whole. So there must be this much text behind the run.
 constexpr size_t kWidestCopy = SessionCarver::kSlack;
 
-// Half of that at once, at any address.
-using WideBytes = uint8_t __attribute__((vector_size(kWidestCopy / 2), aligned(1), may_alias));
-
+// Half of that at once, at any address: one vector on a machine that has such wide ones.
 inline void copyHalfWide(char *to, const char *from) {
-  *reinterpret_cast<WideBytes *>(to) = *reinterpret_cast<const WideBytes *>(from);
+  uint8_t bytes __attribute__((vector_size(kWidestCopy / 2)));
+  std::memcpy(&bytes, from, sizeof bytes);
+  std::memcpy(to, &bytes, sizeof bytes);
 }
 
 inline void copyWide(char *to, const char *from) {

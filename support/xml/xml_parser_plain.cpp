@@ -10,7 +10,7 @@
 #include "xml_vector.h"
 
 #if defined(__x86_64__)
-#define NEB_XML_WIDE_MACHINE __attribute__((target("avx2,bmi,bmi2")))
+#define NEB_XML_WIDE_MACHINE [[gnu::target("avx2,bmi,bmi2")]]
 #else
 #define NEB_XML_WIDE_MACHINE
 #endif
@@ -198,7 +198,7 @@ class PlainParser {
       char *link = last_ != nullptr
                        ? reinterpret_cast<char *>(last_) + offsetof(XmlNode, next)
                        : reinterpret_cast<char *>(open_) + offsetof(XmlNode, firstChild);
-      std::memcpy(link, &element, sizeof element);
+      std::memcpy(link, &element, sizeof(XmlNode *));
     } else if (last_ != nullptr) {
       last_->next = element;
     }
@@ -512,7 +512,7 @@ template <typename Pieces>
 
 // The same for machines whose maps are made with vectors.
 template <typename Pieces>
-NEB_XML_WIDE_MACHINE [[gnu::flatten]] PlainResult parseWide(XmlParser *parser, MarkupMap *map,
+[[gnu::flatten]] NEB_XML_WIDE_MACHINE PlainResult parseWide(XmlParser *parser, MarkupMap *map,
                                                             NamesSeen *names) {
   return PlainParser<Pieces>(parser, map, names).run();
 }
