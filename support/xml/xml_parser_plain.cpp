@@ -475,8 +475,9 @@ class PlainParser {
     if (element == nullptr) return Step::left;
     const Name name = readName(place_ + lengthOf(kEndTagBegin));
     const char *end = name.text + name.length;
+    // The length of a name that was not read here is not known.
     if (*end != '>' || name.length != element->openNameLength) return Step::left;
-    if (name.length == 0 || mayEndMarkup(name)) return Step::left;
+    if (name.length == 0) return Step::left;
     const char *start = element->name + name.length;
     const bool hasBytesBefore = Pieces::kHasBytesBefore && end >= parser_.buffer + kVectorSize;
     if (!sameName(end, start, name.length, hasBytesBefore)) return Step::left;
