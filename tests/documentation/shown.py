@@ -9,6 +9,9 @@
       file. The fresh folder holds a copy of what is in --with.
   shown.py session [--with FOLDER] SESSION
       Types the commands of a session into a shell and compares what follows.
+  shown.py references DOCUMENT...
+      Looks for what the documents point at: other documents and their sections, files of the
+      project, commands of ./dev.
 
 What counts in a document: a code block in C or C++ is a program, whole if it has a main, else the
 body of one; the block after "It prints" is its output. A block whose language is followed by a
@@ -17,6 +20,8 @@ session.
 """
 import argparse
 import difflib
+import functools
+import glob
 import os
 import re
 import shutil
@@ -175,6 +180,59 @@ def session(arguments):
     return compare(expected, found)
 
 
+def name_of(heading):
+    """The name that a link leads to a heading by."""
+    return re.sub(r"[^\w -]", "", heading.lstrip("#").strip().lower()).replace(" ", "-")
+
+
+def headings(document):
+    with open(document) as file:
+        return {name_of(text) for kind, _, text in blocks(file.read()) if kind == "heading"}
+
+
+def broken(document, known_commands):
+    """What a document points at that is not there."""
+    with open(document) as file:
+        text = file.read()
+    folder = os.path.dirname(document)
+    for target in re.findall(r"\]\(([^)\s]+)\)", text):
+        path, _, section = target.partition("#")
+        if "://" in path:
+            continue
+        path = os.path.normpath(os.path.join(folder, path)) if path else document
+        if not os.path.exists(path) or (section and section not in headings(path)):
+            yield "link to " + target
+    for command in re.findall(r"\./dev ([a-z]+)", text):
+        if command not in known_commands:
+            yield "./dev " + command
+    for path in re.findall(r"`((?:[\w.*-]+/)+[\w.*-]*)`", text):
+        places = (os.path.join(place, path) for place in (".", folder, "support/xml"))
+        if not path.startswith("build/") and not any(glob.glob(place) for place in places):
+            yield path
+    for name in re.findall(r"\b(?:NEB_XML|XML)_[A-Z][a-z]\w*|\bNEB_XML_[A-Z_]+\b", text):
+        if name not in known_names():
+            yield name
+
+
+@functools.lru_cache
+def known_names():
+    names = set()
+    for path in ["support/xml/neb_xml.h"] + glob.glob("**/CMakeLists.txt", recursive=True) + \
+            glob.glob("cmake/*"):
+        with open(path) as file:
+            names |= set(re.findall(r"\w+", file.read()))
+    return names
+
+
+def references(arguments):
+    usage = subprocess.run(["./dev", "help"], stdout=subprocess.PIPE, text=True, check=True).stdout
+    known_commands = re.findall(r"^\./dev (\w+)", usage, re.M)
+    found = ["%s: there is no %s" % (document, what) for document in arguments.documents
+             for what in broken(document, known_commands)]
+    print("\n".join(found))
+    return 1 if found else 0
+
+
 def main():
     parser = argparse.ArgumentParser()
     commands = parser.add_subparsers(required=True)
@@ -192,6 +250,9 @@ def main():
     command.add_argument("--with", dest="files")
     command.add_argument("session")
     command.set_defaults(run=session)
+    command = commands.add_parser("references")
+    command.add_argument("documents", nargs="+")
+    command.set_defaults(run=references)
     arguments = parser.parse_args()
     return arguments.run(arguments)
 
