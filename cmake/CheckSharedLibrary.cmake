@@ -16,6 +16,8 @@ file(STRINGS "${GOLDEN}" golden)
 run_tool(symbols ${NM} -D --defined-only --format=posix "${LIBRARY}")
 string(REGEX MATCHALL "[^\n]+" lines "${symbols}")
 set(exported "")
+# The name of the symbols' version is listed like a symbol, as an absolute one.
+list(FILTER lines EXCLUDE REGEX " A ")
 foreach(line IN LISTS lines)
   string(REGEX REPLACE "[ @].*" "" name "${line}")
   list(APPEND exported "${name}")

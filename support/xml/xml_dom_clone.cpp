@@ -1,16 +1,15 @@
 // Copying nodes, alone or with their subtrees.
+#include <algorithm>
+#include <cstring>
+
 #include "neb_xml.h"
 #include "xml_dom_nodes.h"
 #include "xml_dom_release.h"
 #include "xml_memory.h"
+#include "xml_memory_carver.h"
+#include "xml_vector.h"
 
 namespace {
-
-// How a copy is made.
-struct Copying {
-  Storage storage;
-  bool documentsBecomeElements = false;
-};
 
 // Where a copy goes: the storage of the source's tree, or for a document that owns a session a
 // session of its own.
@@ -24,46 +23,126 @@ bool storageForCopy(const XmlNode *source, const XmlNode *topmost, Storage *stor
   return session != 0;
 }
 
-uint32_t typeOfCopy(const XmlNode *source, const Copying &copying) {
-  if (copying.documentsBecomeElements && source->type == NEB_XML_NODE_DOCUMENT) {
+uint32_t typeOfCopy(const XmlNode *source, bool documentsBecomeElements) {
+  if (documentsBecomeElements && source->type == NEB_XML_NODE_DOCUMENT) {
     return NEB_XML_NODE_ELEMENT;
   }
   return static_cast<uint32_t>(source->type);
 }
 
-XmlNode *copyRecord(const XmlNode *source, const Copying &copying) {
-  const Storage &storage = copying.storage;
-  XmlNode *copy = makeNode(storage, typeOfCopy(source, copying));
-  if (copy == nullptr) return nullptr;
-  if (setStrings(storage, copy, source->prefix, source->name, source->value) == NEB_XML_OK) {
+// Makes records of the hook.
+class HookCopier {
+ public:
+  XmlNode *copyRecord(const XmlNode *source, uint32_t type) const {
+    XmlNode *copy = makeNode(storage_, type);
+    if (copy == nullptr) return nullptr;
+    if (setStrings(storage_, copy, source->prefix, source->name, source->value) == NEB_XML_OK) {
+      return copy;
+    }
+    releaseSingle(copy, storage_);
+    return nullptr;
+  }
+
+  void release(XmlNode *copy) const { releaseChain(copy, storage_); }
+
+ private:
+  Storage storage_;
+};
+
+// Makes records of a session, each together with its strings where they fit.
+class SessionCopier {
+ public:
+  SessionCopier(const Storage &storage) : carver_(*storage.session()), handle_(storage.handle()) {}
+  ~SessionCopier() { carver_.save(); }
+  SessionCopier(const SessionCopier &) = delete;
+  SessionCopier &operator=(const SessionCopier &) = delete;
+
+  XmlNode *copyRecord(const XmlNode *source, uint32_t type) {
+    const Strings strings = {sizeOf(source->prefix), sizeOf(source->name), sizeOf(source->value)};
+    const size_t size = recordSize(type);
+    char *pieces = carver_.carveTogether(std::min(size, strings.smallest()), size + strings.all());
+    auto *copy = reinterpret_cast<XmlNode *>(pieces != nullptr ? pieces : carver_.carvePiece(size));
+    if (copy == nullptr) return nullptr;
+    clearRecord(copy, size);
+    copy->sessionId = handle_;
+    copy->type = static_cast<int8_t>(type);
+    copy->isDocument = type == NEB_XML_NODE_DOCUMENT ? 1 : 0;
+    copy->nameOwned = strings.name != 0 ? 1 : 0;
+    copy->valueOwned = strings.value != 0 ? 1 : 0;
+    if (pieces == nullptr) return copyStrings(source, strings, copy) ? copy : nullptr;
+    char *text = pieces + size;
+    copy->prefix = place(source->prefix, strings.prefix, &text);
+    copy->name = place(source->name, strings.name, &text);
+    copy->value = place(source->value, strings.value, &text);
     return copy;
   }
-  releaseSingle(copy, storage);
-  return nullptr;
-}
 
-bool copyAttributes(const XmlNode *source, XmlNode *copy, const Copying &copying) {
-  XmlNode *last = nullptr;
-  for (const XmlNode *from = source->firstAttr; from != nullptr; from = from->next) {
-    XmlNode *attribute = copyRecord(from, copying);
-    if (attribute == nullptr) return false;
-    attribute->parent = copy;
-    if (last == nullptr) {
-      copy->firstAttr = attribute;
-    } else {
-      last->next = attribute;
-    }
-    last = attribute;
+  // A session keeps what it gave.
+  static void release(XmlNode * /*copy*/) {}
+
+ private:
+  // With their terminators; 0 where there is nothing to copy.
+  struct Strings {
+    size_t prefix;
+    size_t name;
+    size_t value;
+
+    size_t all() const { return prefix + name + value; }
+    // Of those that there are.
+    size_t smallest() const { return std::min({prefix - 1, name - 1, value - 1}) + 1; }
+  };
+
+  static size_t sizeOf(const char *text) {
+    if (text == nullptr) return 0;
+    const size_t length = std::strlen(text);
+    return length == 0 ? 0 : length + 1;
   }
-  return true;
-}
 
-XmlNode *copySelf(const XmlNode *source, const Copying &copying) {
-  XmlNode *copy = copyRecord(source, copying);
-  if (copy == nullptr || copyAttributes(source, copy, copying)) return copy;
-  releaseChain(copy, copying.storage);
-  return nullptr;
-}
+  // The sizes are told to the compiler one by one.
+  static void clearRecord(XmlNode *node, size_t size) {
+    auto *record = static_cast<void *>(node);
+    if (size == kElementRecordSize) {
+      std::memset(record, 0, kElementRecordSize);
+    } else if (size == kAttributeRecordSize) {
+      std::memset(record, 0, kAttributeRecordSize);
+    } else {
+      std::memset(record, 0, size);
+    }
+  }
+
+  // Copies a string to the next place in pieces that were carved together.
+  static char *place(const char *text, size_t size, char **next) {
+    if (size == 0) return nullptr;
+    char *copy = *next;
+    char *end = copyString(copy, text, size - 1);
+    *end = '\0';
+    *next = end + 1;
+    return copy;
+  }
+
+  bool copyStrings(const XmlNode *source, const Strings &strings, XmlNode *copy) {
+    char *prefix = nullptr;
+    char *name = nullptr;
+    char *value = nullptr;
+    const bool made = copyAlone(source->prefix, strings.prefix, &prefix) &&
+                      copyAlone(source->name, strings.name, &name) &&
+                      copyAlone(source->value, strings.value, &value);
+    copy->prefix = prefix;
+    copy->name = name;
+    copy->value = value;
+    return made;
+  }
+
+  bool copyAlone(const char *text, size_t size, char **copy) {
+    if (size == 0) return true;
+    *copy = carver_.carvePiece(size);
+    if (*copy != nullptr) std::memcpy(*copy, text, size);
+    return *copy != nullptr;
+  }
+
+  SessionCarver carver_;
+  uint32_t handle_;
+};
 
 void linkLast(XmlNode *parent, XmlNode *child) {
   child->parent = parent;
@@ -76,28 +155,95 @@ void linkLast(XmlNode *parent, XmlNode *child) {
   parent->lastChild = child;
 }
 
-// Copies what is below source under copy, walking both trees side by side. Each copy is linked
-// before its own children are made, so that a failure leaves a whole tree to release.
-bool xmlClone(const XmlNode *source, XmlNode *copy, const Copying &copying) {
-  const XmlNode *from = source;
-  XmlNode *to = copy;
-  for (;;) {
-    if (from->firstChild != nullptr) {
-      from = from->firstChild;
-    } else {
-      while (from != source && from->next == nullptr) {
-        from = from->parent;
+// Copies trees record by record.
+template <typename Copier>
+class TreeCopier {
+ public:
+  TreeCopier(Copier *copier, bool documentsBecomeElements)
+      : copier_(*copier), documentsBecomeElements_(documentsBecomeElements) {}
+
+  // A node with its attributes; null when memory runs out.
+  XmlNode *copySelf(const XmlNode *source) {
+    XmlNode *copy = copyRecord(source);
+    if (copy == nullptr || copyAttributes(source, copy)) return copy;
+    copier_.release(copy);
+    return nullptr;
+  }
+
+  // Copies what is below source under copy, walking both trees side by side. Each copy is linked
+  // before its own children are made, so that a failure leaves a whole tree to release.
+  bool xmlClone(const XmlNode *source, XmlNode *copy) {
+    const XmlNode *from = source;
+    XmlNode *to = copy;
+    for (;;) {
+      if (from->firstChild != nullptr) {
+        from = from->firstChild;
+      } else {
+        while (from != source && from->next == nullptr) {
+          from = from->parent;
+          to = to->parent;
+        }
+        if (from == source) return true;
+        from = from->next;
         to = to->parent;
       }
-      if (from == source) return true;
-      from = from->next;
-      to = to->parent;
+      XmlNode *child = copySelf(from);
+      if (child == nullptr) return false;
+      linkLast(to, child);
+      to = child;
     }
-    XmlNode *child = copySelf(from, copying);
-    if (child == nullptr) return false;
-    linkLast(to, child);
-    to = child;
   }
+
+ private:
+  XmlNode *copyRecord(const XmlNode *source) {
+    return copier_.copyRecord(source, typeOfCopy(source, documentsBecomeElements_));
+  }
+
+  bool copyAttributes(const XmlNode *source, XmlNode *copy) {
+    XmlNode *last = nullptr;
+    for (const XmlNode *from = source->firstAttr; from != nullptr; from = from->next) {
+      XmlNode *attribute = copyRecord(from);
+      if (attribute == nullptr) return false;
+      attribute->parent = copy;
+      if (last == nullptr) {
+        copy->firstAttr = attribute;
+      } else {
+        last->next = attribute;
+      }
+      last = attribute;
+    }
+    return true;
+  }
+
+  Copier &copier_;
+  bool documentsBecomeElements_;
+};
+
+// What to copy, and how.
+struct Copying {
+  const XmlNode *source;
+  bool withChildren;
+  bool documentsBecomeElements;
+};
+
+// Null when memory runs out, with nothing left behind.
+template <typename Copier>
+XmlNode *copyWith(Copier *copier, const Copying &copying) {
+  TreeCopier<Copier> trees(copier, copying.documentsBecomeElements);
+  XmlNode *copy = trees.copySelf(copying.source);
+  if (copy == nullptr || !copying.withChildren || trees.xmlClone(copying.source, copy)) return copy;
+  copier->release(copy);
+  return nullptr;
+}
+
+XmlNode *copyInto(const Storage &storage, const Copying &copying) {
+  if (storage.isHook()) {
+    HookCopier copier;
+    return copyWith(&copier, copying);
+  }
+  if (storage.session() == nullptr) return nullptr;
+  SessionCopier copier(storage);
+  return copyWith(&copier, copying);
 }
 
 // A document whose session was opened for it owns that session.
@@ -107,26 +253,18 @@ void finishCopy(const XmlNode *source, XmlNode *copy, const Storage &storage) {
   storage.session()->hasDocument = true;
 }
 
-void discardCopy(const XmlNode *source, XmlNode *copy, const Storage &storage) {
-  if (ownsSession(source)) {
-    XML_MemSessionEnd(storage.handle());
-  } else if (copy != nullptr) {
-    releaseChain(copy, storage);
-  }
-}
-
 uint32_t cloneNode(const XmlNode *source, bool withChildren, XmlNode **copy) {
   if (source == nullptr || copy == nullptr || isAttribute(source)) return NEB_XML_ERR_INVALID_PARAM;
   const XmlNode *topmost = topmostNode(source);
   if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  Copying copying;
-  if (!storageForCopy(source, topmost, &copying.storage)) return NEB_XML_ERR_NO_MEMORY;
-  XmlNode *made = copySelf(source, copying);
-  if (made == nullptr || (withChildren && !xmlClone(source, made, copying))) {
-    discardCopy(source, made, copying.storage);
+  Storage storage;
+  if (!storageForCopy(source, topmost, &storage)) return NEB_XML_ERR_NO_MEMORY;
+  XmlNode *made = copyInto(storage, {source, withChildren, false});
+  if (made == nullptr) {
+    if (ownsSession(source)) XML_MemSessionEnd(storage.handle());
     return NEB_XML_ERR_NO_MEMORY;
   }
-  finishCopy(source, made, copying.storage);
+  finishCopy(source, made, storage);
   *copy = made;
   return NEB_XML_OK;
 }
@@ -146,13 +284,8 @@ uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, XmlNode **co
   if (isAttribute(target) || isAttribute(source)) return NEB_XML_ERR_INVALID_PARAM;
   const XmlNode *topmost = topmostNode(target);
   if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  const Copying copying = {Storage::ofTopmost(topmost), true};
-  XmlNode *made = copySelf(source, copying);
+  XmlNode *made = copyInto(Storage::ofTopmost(topmost), {source, true, true});
   if (made == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  if (!xmlClone(source, made, copying)) {
-    releaseChain(made, copying.storage);
-    return NEB_XML_ERR_NO_MEMORY;
-  }
   *copy = made;
   return NEB_XML_OK;
 }

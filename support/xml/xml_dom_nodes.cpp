@@ -105,7 +105,7 @@ XmlNode *makeNode(const Storage &storage, uint32_t type) {
   const size_t size = recordSize(type);
   auto *node = static_cast<XmlNode *>(storage.obtain(size));
   if (node == nullptr) return nullptr;
-  if (storage.isHook()) platform::memset_s(node, size, 0, size);  // a session's piece is zero
+  platform::memset_s(node, size, 0, size);
   node->type = static_cast<int8_t>(type);
   node->isDocument = type == NEB_XML_NODE_DOCUMENT ? 1 : 0;
   node->sessionId = storage.handle();

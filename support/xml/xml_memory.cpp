@@ -1,6 +1,7 @@
 // Memory sessions: opening, carving, ending, and allocation by the membership rule.
 #include "xml_memory.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include "platform/bounded_memory.h"
@@ -11,8 +12,14 @@ namespace {
 
 constexpr size_t kTerminator = 1;
 
+// Pieces are cleared when they are given out and not filled at once, so that the C library need not
+// clear the block before.
+void *obtainBlock(size_t size) {
+  return g_fnXMLCalloc == std::calloc ? std::malloc(size) : XML_Calloc(1, size);
+}
+
 XmlMemBlock *newBlock(int32_t capacity, size_t indexSize) {
-  void *memory = XML_Calloc(1, sizeof(XmlMemBlock) + static_cast<size_t>(capacity) + indexSize);
+  void *memory = obtainBlock(sizeof(XmlMemBlock) + static_cast<size_t>(capacity) + indexSize);
   if (memory == nullptr) return nullptr;
   auto *block = static_cast<XmlMemBlock *>(memory);
   block->cursor = reinterpret_cast<char *>(block + 1);
@@ -30,6 +37,13 @@ int32_t capacityFor(int32_t size, int32_t lastCapacity) {
     capacity *= 2;
   }
   return capacity;
+}
+
+// A session promises pieces that are zero.
+void *obtainZeroed(const Storage &storage, size_t size) {
+  void *piece = storage.obtain(size);
+  if (piece != nullptr) std::memset(piece, 0, size);
+  return piece;
 }
 
 void releaseBlocks(XmlMemBlock *block) {
@@ -92,8 +106,8 @@ uint32_t XML_MemSessionBegin(int32_t size) {
 }
 
 void *XML_MemSpecialMalloc(uint32_t handle, int32_t size) {
-  XmlMemSession *session = findSession(handle);
-  return session == nullptr ? nullptr : carve(*session, size);
+  if (handle == 0 || size <= 0) return nullptr;
+  return obtainZeroed(Storage(handle), static_cast<size_t>(size));
 }
 
 uint32_t XML_MemSessionEnd(uint32_t handle) {
@@ -107,7 +121,10 @@ uint32_t XML_MemSessionEnd(uint32_t handle) {
   return 1;
 }
 
-void *XML_Malloc(const XmlNode *node, size_t size) { return Storage::of(node).obtain(size); }
+void *XML_Malloc(const XmlNode *node, size_t size) {
+  const Storage storage = Storage::of(node);
+  return storage.isHook() ? storage.obtain(size) : obtainZeroed(storage, size);
+}
 
 void XML_Free(const XmlNode *node, void *memory) {
   if (memory != nullptr && Storage::of(node).isHook()) g_fnXMLFree(memory);

@@ -57,7 +57,7 @@ inline void *carveFromBlock(XmlMemBlock &block, int32_t size) {
   return piece;
 }
 
-// First fit; null for a size that is not positive.
+// First fit; null for a size that is not positive. The bytes of the piece are not set.
 inline void *carve(XmlMemSession &session, int32_t size) {
   if (size > session.widestEarlier && size <= session.lastBlock->remaining && size > 0) {
     return carveFromBlock(*session.lastBlock, size);
@@ -82,7 +82,7 @@ class Storage {
   bool isHook() const { return handle_ == 0; }
   XmlMemSession *session() const { return session_; }
 
-  // Null when memory runs out.
+  // Null when memory runs out. The bytes are not set.
   void *obtain(size_t size) const;
 
   // A terminated copy of length bytes.

@@ -25,10 +25,13 @@ BlockIndex *indexOf(XmlMemBlock *block) {
 
 int32_t widestOf(const BlockIndex *tree) { return tree == nullptr ? 0 : tree->widest; }
 
+int32_t ownRoom(const XmlMemSession &session, const BlockIndex *tree) {
+  return tree->block == session.lastBlock ? 0 : tree->block->remaining;
+}
+
 void refreshUpwards(const XmlMemSession &session, BlockIndex *tree) {
   for (; tree != nullptr; tree = tree->root) {
-    const int32_t own = tree->block == session.lastBlock ? 0 : tree->block->remaining;
-    tree->widest = std::max({own, widestOf(tree->older), widestOf(tree->newer)});
+    tree->widest = std::max({ownRoom(session, tree), widestOf(tree->older), widestOf(tree->newer)});
   }
 }
 
@@ -47,6 +50,7 @@ void refreshWidestEarlier(XmlMemSession &session) {
 
 void addToTrees(XmlMemSession &session, XmlMemBlock *block) {
   BlockIndex *place = indexOf(block);
+  *place = {};
   place->block = block;
   place->blocks = 1;
   BlockIndex *newest = session.newestTree;
@@ -94,6 +98,24 @@ XmlMemBlock *walkedBlockWithRoom(const XmlMemSession &session, int32_t size) {
   return nullptr;
 }
 
+XmlMemBlock *earliestBlockWithRoom(const XmlMemSession &session, int32_t size) {
+  if (XmlMemBlock *block = walkedBlockWithRoom(session, size)) return block;
+  return earliestWithRoom(oldestTreeWithRoom(session, size), size)->block;
+}
+
+bool isWalked(const XmlMemSession &session, const XmlMemBlock *block) {
+  const XmlMemBlock *walked = session.firstBlock;
+  for (uint32_t i = 1; i < kWalkedBlocks && walked != block && walked != nullptr; ++i) {
+    walked = walked->nextBlock;
+  }
+  return walked == block;
+}
+
+// After a change of the block's room.
+void refreshBlock(const XmlMemSession &session, XmlMemBlock *block) {
+  if (!isWalked(session, block)) refreshUpwards(session, indexOf(block));
+}
+
 }  // namespace
 
 size_t indexSizeAfter(uint32_t blockCount) {
@@ -112,15 +134,53 @@ void appendBlock(XmlMemSession &session, XmlMemBlock *block) {
 
 void *carveFromEarlierBlock(XmlMemSession &session, int32_t size) {
   if (size > session.widestEarlier) return nullptr;
-  XmlMemBlock *block = walkedBlockWithRoom(session, size);
-  void *piece = nullptr;
-  if (block != nullptr) {
-    piece = carveFromBlock(*block, size);
-  } else {
-    BlockIndex *place = earliestWithRoom(oldestTreeWithRoom(session, size), size);
-    piece = carveFromBlock(*place->block, size);
-    refreshUpwards(session, place);
-  }
+  XmlMemBlock *block = earliestBlockWithRoom(session, size);
+  void *piece = carveFromBlock(*block, size);
+  refreshBlock(session, block);
   refreshWidestEarlier(session);
   return piece;
+}
+
+OpenHole openHole(const XmlMemSession &session, int32_t size) {
+  OpenHole hole = {earliestBlockWithRoom(session, size), 0, 0};
+  const auto see = [&hole](bool isBefore, int32_t room) {
+    int32_t &widest = isBefore ? hole.before : hole.after;
+    widest = std::max(widest, room);
+  };
+  bool isBefore = true;
+  XmlMemBlock *block = session.firstBlock;
+  for (uint32_t i = 0; i < kWalkedBlocks && block != session.lastBlock; ++i) {
+    if (block == hole.block) {
+      isBefore = false;
+    } else {
+      see(isBefore, block->remaining);
+    }
+    block = block->nextBlock;
+  }
+  const BlockIndex *tree = nullptr;  // that the hole is in
+  if (isBefore) {
+    tree = indexOf(hole.block);
+    see(true, std::max(widestOf(tree->older), widestOf(tree->newer)));
+    for (; tree->root != nullptr; tree = tree->root) {
+      const BlockIndex *root = tree->root;
+      see(false, ownRoom(session, root));
+      const bool isNewer = root->newer == tree;
+      see(isNewer, widestOf(isNewer ? root->older : root->newer));
+    }
+  }
+  isBefore = false;
+  for (const BlockIndex *other = session.newestTree; other != nullptr;
+       other = other->previousTree) {
+    if (other == tree) {
+      isBefore = true;
+    } else {
+      see(isBefore, other->widest);
+    }
+  }
+  return hole;
+}
+
+void closeHole(XmlMemSession &session, const OpenHole &hole) {
+  refreshBlock(session, hole.block);
+  session.widestEarlier = std::max({hole.before, int32_t{hole.block->remaining}, hole.after});
 }

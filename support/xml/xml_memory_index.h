@@ -19,3 +19,16 @@ void appendBlock(XmlMemSession &session, XmlMemBlock *block);
 
 // Carves from the earliest block but the last that has room; null if there is none.
 void *carveFromEarlierBlock(XmlMemSession &session, int32_t size);
+
+// For one who carves many pieces: an earlier block that small pieces fit in, with the most room in
+// any block before it and in any between it and the last one. Both stay true until something else
+// carves from the session; the block's own room is told when its turn is over.
+struct OpenHole {
+  XmlMemBlock *block;
+  int32_t before;
+  int32_t after;
+};
+
+// Of the earliest block but the last that has room for size; there must be one.
+OpenHole openHole(const XmlMemSession &session, int32_t size);
+void closeHole(XmlMemSession &session, const OpenHole &hole);

@@ -119,6 +119,11 @@ uint32_t Parser_appendAttribute(XmlParser *parser, XmlNode *attribute);
 // Splits the qualified name of an element that is being closed at its first ':'.
 uint32_t Parser_splitName(XmlParser *parser, XmlNode *element);
 
+// Decodes a run with references or CDATA sections into a string with room for the run as it stands;
+// what is left of the room becomes zero. Where sixteen bytes behind both may be read and written
+// it is faster. False for a malformed run.
+bool Parser_decode(const char *run, size_t length, char *string, bool hasBytesBehind);
+
 // A new string of a run of the text, with references decoded and CDATA sections unwrapped. An
 // empty run gives null. The text goes on behind the run to its terminator.
 uint32_t Parser_CopyBufToString(const XmlParser *parser, const char *run, size_t length,

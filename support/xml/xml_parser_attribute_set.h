@@ -23,7 +23,7 @@ class AttributeSet {
 
   // Attributes so far. Up to kComparedAttributes a caller may compare for itself and only count.
   size_t count() const { return count_; }
-  void countUnlike() { ++count_; }
+  void countUnlike(size_t count) { count_ += count; }
   static constexpr size_t kComparedAttributes = 24;
 
  private:

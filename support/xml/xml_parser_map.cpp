@@ -20,9 +20,9 @@ enum ByteClass : uint8_t {
   kSpace = 4,       // space
   kQuote = 8,       // " and '
   kAmpersand = 16,  // &
-  kSlash = 32,      // /
+  kSlash = 32,      // ! /
   kLess = 64,       // <
-  kPunct = 128,     // : = >
+  kPunct = 128,     // : = > ?
 };
 
 constexpr uint8_t kOfValueEnds = kNul | kQuote | kAmpersand | kLess;
@@ -39,9 +39,9 @@ constexpr std::array<uint8_t, 256> makeClasses() {
   assign(" ", kSpace);
   assign("\"'", kQuote);
   assign("&", kAmpersand);
-  assign("/", kSlash);
+  assign("!/", kSlash);
   assign("<", kLess);
-  assign(":=>", kPunct);
+  assign(":=>?", kPunct);
   return classes;
 }
 
@@ -57,7 +57,7 @@ void mapByByte(const char *text, size_t words, size_t firstWord, MarkupMap::Word
       bits[MarkupMap::kTextEnds] |= uint64_t{(byteClass & kOfTextEnds) != 0} << i;
       bits[MarkupMap::kNonBlanks] |= uint64_t{(byteClass & kOfBlanks) == 0} << i;
     }
-    for (size_t kind = 0; kind < MarkupMap::kKinds; ++kind) maps[word][kind] = bits[kind];
+    for (size_t kind = 0; kind < MarkupMap::kKinds; ++kind) maps[kind][word] = bits[kind];
   }
 }
 
@@ -120,7 +120,7 @@ __attribute__((target("avx2"))) void mapByVector(const char *text, size_t words,
       bits[MarkupMap::kTextEnds] |= uint64_t{~bitsWithout(classes, kOfTextEnds)} << shift;
       bits[MarkupMap::kNonBlanks] |= uint64_t{bitsWithout(classes, kOfBlanks)} << shift;
     }
-    for (size_t kind = 0; kind < MarkupMap::kKinds; ++kind) maps[word][kind] = bits[kind];
+    for (size_t kind = 0; kind < MarkupMap::kKinds; ++kind) maps[kind][word] = bits[kind];
   }
 }
 
@@ -144,52 +144,53 @@ MarkupMap::Mapper MarkupMap::scalarMapper() { return mapByByte; }
 
 MarkupMap::Mapper MarkupMap::vectorMapper() {
 #if NEB_XML_HAS_AVX2
-  if (__builtin_cpu_supports("avx2")) return mapByVector;
+  // The parser itself is built for the same machines, see NEB_XML_WIDE_MACHINE.
+  const bool isWide = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+                      __builtin_cpu_supports("bmi2");
+  if (isWide) return mapByVector;
 #endif
   return nullptr;
 }
 
 void MarkupMap::use(Mapper mapper) { g_mapper.store(mapper, std::memory_order_relaxed); }
 
-MarkupMap::MarkupMap(const char *text) : textEnd_(text + std::strlen(text)) { mapStretch(text); }
+bool MarkupMap::usesVectors() {
+#if NEB_XML_HAS_AVX2
+  return g_mapper.load(std::memory_order_relaxed) == mapByVector;
+#else
+  return false;
+#endif
+}
+
+MarkupMap::MarkupMap(const char *text) : textEnd_(text + std::strlen(text)) {
+  for (size_t kind = 0; kind < kKinds; ++kind) maps_[kind][kWords] = 0;
+  mapStretch(text);
+}
 
 void MarkupMap::mapStretch(const char *from) {
   const auto left = static_cast<size_t>(textEnd_ - from);
   const size_t wholeWords = left / kWordBits < kWords ? left / kWordBits : kWords;
   const Mapper mapper = g_mapper.load(std::memory_order_relaxed);
   mapper(from, wholeWords, 0, maps_);
-  size_t words = wholeWords;
-  if (words < kWords) {
+  if (wholeWords < kWords) {
     // The last bytes and the terminator, in a copy that ends in more of them.
     char tail[kWordBits] = {};
-    std::memcpy(tail, from + words * kWordBits, left - words * kWordBits);
-    mapper(tail, 1, words, maps_);
-    ++words;
+    std::memcpy(tail, from + wholeWords * kWordBits, left - wholeWords * kWordBits);
+    mapper(tail, 1, wholeWords, maps_);
   }
   stretch_ = from;
-  mapped_ = words * kWordBits;
-  block_ = from;
-  blockMaps_ = maps_[0];
 }
 
-void MarkupMap::goTo(const char *place) {
-  const auto offset = static_cast<size_t>(place - stretch_);
-  if (offset >= mapped_) {
-    mapStretch(place);
-    return;
-  }
-  const size_t word = offset / kWordBits;
-  block_ = stretch_ + word * kWordBits;
-  blockMaps_ = maps_[word];
-}
-
-const char *MarkupMap::nextInLaterBlock(Kind kind, const char *from) {
-  // It may still be the block at hand, with nothing behind the byte asked for.
-  if (static_cast<size_t>(from - block_) < kWordBits) from = block_ + kWordBits;
+const char *MarkupMap::search(Kind kind, const char *from) {
   for (;;) {
-    goTo(from);
-    const uint64_t bits = blockMaps_[kind] >> (from - block_);
+    auto offset = static_cast<size_t>(from - stretch_);
+    if (offset >= kStretchBits) {
+      mapStretch(from);
+      offset = 0;
+    }
+    const size_t word = offset / kWordBits;
+    const uint64_t bits = maps_[kind][word] >> (offset % kWordBits);
     if (bits != 0) return from + std::countr_zero(bits);
-    from = block_ + kWordBits;
+    from = stretch_ + (word + 1) * kWordBits;
   }
 }

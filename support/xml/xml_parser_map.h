@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 // Looking at 64 bytes at once costs next to nothing; deciding byte by byte does not. The maps
 // answer where a name, a value or a text may end from the next set bit. The terminator of the text
@@ -12,7 +13,8 @@ class MarkupMap {
  public:
   explicit MarkupMap(const char *text);
 
-  // The first byte from here on that is white space, a quote, '=', '<', '>', '/', '&' or ':'.
+  // The first byte from here on that is white space, a quote, '=', '<', '>', '/', '&' or ':', or a
+  // '!' or '?', which are seldom in names but begin markup that has none.
   const char *nextNameEnd(const char *from) { return next(kNameEnds, from); }
 
   // The first quote of either kind, '&' or '<'.
@@ -30,36 +32,43 @@ class MarkupMap {
   enum Kind { kNameEnds, kValueEnds, kTextEnds, kNonBlanks, kKinds };
   static constexpr size_t kWordBits = 64;
   static constexpr size_t kWords = 64;
-  using Words = uint64_t[kWords][kKinds];
+  // One word more, since a window may begin in the last byte of the one before. It stays zero.
+  using Words = uint64_t[kKinds][kWords + 1];
 
   // Maps whole words of text; there is one for machines with wide vectors and one for all others.
   using Mapper = void (*)(const char *text, size_t words, size_t firstWord, Words &maps);
   static Mapper vectorMapper();  // null where there is none
   static Mapper scalarMapper();
   static void use(Mapper mapper);  // instead of the best; not while other threads parse
+  static bool usesVectors();
 
  private:
-  // The map of the block at hand is read from a place that does not depend on the byte asked for:
-  // one search need not wait for the one before to know its address.
+  static constexpr size_t kStretchBits = kWords * kWordBits;
+
+  // The window of bits that begins at or shortly before a byte crosses words without a branch that
+  // could not be foretold.
   const char *next(Kind kind, const char *from) {
-    const auto offset = static_cast<size_t>(from - block_);
-    if (offset < kWordBits) {
-      const uint64_t bits = blockMaps_[kind] >> offset;
-      if (bits != 0) return from + std::countr_zero(bits);
+    const auto offset = static_cast<size_t>(from - stretch_);
+    if (offset < kStretchBits) {
+      const uint64_t window = windowAt(kind, offset);
+      if (window != 0) return from + std::countr_zero(window);
     }
-    return nextInLaterBlock(kind, from);
+    return search(kind, from);
   }
 
-  const char *nextInLaterBlock(Kind kind, const char *from);
+  uint64_t windowAt(Kind kind, size_t offset) const {
+    if constexpr (std::endian::native == std::endian::little) {
+      uint64_t window = 0;
+      std::memcpy(&window, reinterpret_cast<const char *>(maps_[kind]) + offset / 8, sizeof window);
+      return window >> (offset % 8);
+    }
+    return maps_[kind][offset / kWordBits] >> (offset % kWordBits);
+  }
 
-  // Makes the block at hand the one that holds a byte.
-  void goTo(const char *place);
+  const char *search(Kind kind, const char *from);
   void mapStretch(const char *from);
 
   const char *stretch_;
-  size_t mapped_ = 0;  // bytes from the beginning of the stretch
-  const char *block_;
-  const uint64_t *blockMaps_;
   const char *textEnd_;
   Words maps_;
 };

@@ -1,11 +1,19 @@
 #include "xml_parser_plain.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 
 #include "xml_parser_pieces.h"
 #include "xml_parser_tokens.h"
+#include "xml_vector.h"
+
+#if defined(__x86_64__)
+#define NEB_XML_WIDE_MACHINE [[gnu::target("avx2,bmi,bmi2")]]
+#else
+#define NEB_XML_WIDE_MACHINE
+#endif
 
 namespace {
 
@@ -22,146 +30,259 @@ struct Name {
   const char *colon;  // the first, or null
 };
 
+// Tells most names of one tag from each other by few bits, without being cleared for each tag.
+class NamesSeen {
+ public:
+  void beginTag() {
+    if (++tag_ != 0) return;
+    seenIn_.fill(0);
+    tag_ = 1;
+  }
+
+  // Whether a name of this key may have been seen in the tag; it counts as seen from now on.
+  bool see(uint64_t key) {
+    constexpr uint64_t kScatter = 0x9E3779B97F4A7C15;
+    uint8_t &seenIn = seenIn_[key * kScatter >> 56];
+    const bool maySeen = seenIn == tag_;
+    seenIn = tag_;
+    return maySeen;
+  }
+
+ private:
+  std::array<uint8_t, 256> seenIn_ = {};
+  uint8_t tag_ = 0;
+};
+
+// Everything here is inlined into one loop for a kind of pieces and of machine, so that its state
+// stays in registers: nothing that is called may be given the address of this object.
 template <typename Pieces>
 class PlainParser {
  public:
-  PlainParser(XmlParser *parser, MarkupMap *map)
-      : parser_(*parser), map_(*map), pieces_(parser->storage, map->textEnd()) {}
+  PlainParser(XmlParser *parser, MarkupMap *map, NamesSeen *names)
+      : parser_(*parser), map_(*map), names_(*names), pieces_(parser->storage, map->textEnd()) {
+    load();
+  }
 
   PlainResult run() {
-    place_ = parser_.cursor;
-    Step step = Step::taken;
+    Step step = pending_ == nullptr ? Step::left : Step::taken;
     while (step == Step::taken) {
-      place_ = map_.nextNonBlank(place_);
+      if (mayBeBlank(*place_)) place_ = map_.nextNonBlank(place_);
       step = takeNext();
-      if (step != Step::taken || *place_ == '\0') break;
-      if (parser_.pending == nullptr && !makePending()) step = Step::failed;
+      if (*place_ == '\0') break;
     }
-    parser_.cursor = place_;
-    pieces_.save();
+    save();
     return step == Step::failed ? PlainResult::failed : PlainResult::stopped;
   }
 
  private:
+  // White space or another control character.
+  static bool mayBeBlank(char byte) { return static_cast<uint8_t>(byte) <= ' '; }
+
+  void load() {
+    place_ = parser_.cursor;
+    pending_ = parser_.pending;
+    isPendingBlank_ = pending_ != nullptr;
+    state_ = parser_.state;
+    XmlNode *current = parser_.current;
+    const bool isOpen = parser_.isCurrentOpen || current == nullptr;
+    last_ = isOpen ? nullptr : current;
+    open_ = isOpen ? current : current->parent;
+    leafName_ = {};
+  }
+
+  void save() {
+    parser_.cursor = place_;
+    parser_.state = state_;
+    parser_.current = last_ != nullptr ? last_ : open_;
+    parser_.isCurrentOpen = last_ == nullptr && open_ != nullptr;
+    if (pending_ != nullptr && !isPendingBlank_) {
+      std::memset(static_cast<void *>(pending_), 0, kElementRecordSize);
+      pending_->sessionId = pieces_.handle();
+    }
+    parser_.pending = pending_;
+    pieces_.save();
+  }
+
   Step takeNext() {
     if (*place_ != '<') return takeText();
     return place_[1] == '/' ? takeEndTag() : takeStartTag();
   }
 
-  bool makePending() {
-    parser_.pending = pieces_.makeNode(kElementRecordSize);
-    return parser_.pending != nullptr;
-  }
-
-  // The name that begins here; of length 0 where none does.
+  // The name that begins here; of length 0 where no ordinary one does.
   Name readName(const char *text) {
     const char *end = map_.nextNameEnd(text);
-    const char *colon = nullptr;
-    if (*end == ':') {
-      colon = end;
-      while (*end == ':') end = map_.nextNameEnd(end + 1);
-    }
+    if (*end == ':') return readPrefixedName(text, end);
+    return {text, static_cast<size_t>(end - text), nullptr};
+  }
+
+  Name readPrefixedName(const char *text, const char *colon) {
+    const char *end = colon;
+    while (*end == ':') end = map_.nextNameEnd(end + 1);
+    if (colon == text || colon + 1 == end) return {text, 0, nullptr};
     return {text, static_cast<size_t>(end - text), colon};
   }
 
-  // One that ends in "--" or "]]" is odd, since before '>' its end would be markup.
-  static bool isOrdinaryTagName(const Name &name) {
-    if (!isOrdinary(name)) return false;
-    const char *end = name.text + name.length;
-    return name.length < 2 || end[-1] != end[-2] || (end[-1] != '-' && end[-1] != ']');
-  }
-
-  static bool isOrdinary(const Name &name) {
-    if (name.length == 0) return false;
-    return name.colon == nullptr ||
-           (name.colon != name.text && name.colon != name.text + name.length - 1);
+  // What ends in "--" or "]]" would be markup before '>'.
+  static bool mayEndMarkup(const Name &name) {
+    const char last = name.text[name.length - 1];
+    return last == '-' || last == ']';
   }
 
   Step takeStartTag() {
-    if (parser_.pending == nullptr || place_[1] == '!' || place_[1] == '?') return Step::left;
     const Name name = readName(place_ + 1);
-    if (!isOrdinaryTagName(name)) return Step::left;
+    if (name.length == 0 || mayEndMarkup(name)) return Step::left;
     const char *end = name.text + name.length;
-    const bool isEmptyElement = *end == '/' && end[1] == '>';
-    if (*end != '>' && !isEmptyElement && !isWhitespace(*end)) return Step::left;
-    if (!startElement(name)) return Step::failed;
-    if (*end == '>') {
-      parser_.state = PARSE_STATE_CONTENT;
-      place_ = end + 1;
-      return Step::taken;
+    if (*end == '>') return takeBareTag(name, end + 1, PARSE_STATE_CONTENT);
+    if (*end == '/' && end[1] == '>') {
+      return takeBareTag(name, end + lengthOf(kEmptyTagEnd), PARSE_STATE_BETWEEN);
     }
-    if (isEmptyElement) return closeEmptyElement(end);
+    if (!isWhitespace(*end)) return Step::left;
+    char *copy = pieces_.copyRun(name.text, name.length);
+    if (copy == nullptr) return Step::failed;
+    startElement(name, copy);
     return takeAttributes(end);
   }
 
-  bool startElement(const Name &name) {
-    XmlNode *element = parser_.pending;
+  // A start tag without attributes, up to where it ends; an empty element's is not followed by its
+  // content.
+  Step takeBareTag(const Name &name, const char *end, ParseState state) {
+    const bool isEmptyElement = state == PARSE_STATE_BETWEEN;
+    state_ = state;
+    if (name.length < kWidestCopy / 2 && name.colon == nullptr && *end != '\0') {
+      // The name and the record of the next element in one go.
+      const size_t size = name.length + kTerminator;
+      if (char *copy = pieces_.carveTogether(size, size + kElementRecordSize, end)) {
+        copyHalfWide(copy, name.text);
+        copy[name.length] = '\0';
+        startElement(name, copy);
+        pending_ = reinterpret_cast<XmlNode *>(copy + size);
+        if (isEmptyElement) closeOpen();
+        place_ = end;
+        return Step::taken;
+      }
+    }
     char *copy = pieces_.copyRun(name.text, name.length);
-    if (copy == nullptr) return false;
+    if (copy == nullptr) return Step::failed;
+    startElement(name, copy);
+    return isEmptyElement ? closeEmptyElement(end) : makePending(end);
+  }
+
+  void startElement(const Name &name, char *copy) {
+    XmlNode *element = pending_;
+    pending_ = nullptr;
+    if (!isPendingBlank_) {
+      element->sessionId = pieces_.handle();
+      element->marks = 0;
+      element->unused = 0;
+      element->value = nullptr;
+      element->prefix = nullptr;
+      element->type = NEB_XML_NODE_ELEMENT;
+      element->isDocument = 0;
+      element->nameOwned = 1;
+      element->valueOwned = 0;
+      element->livedIn = 0;
+      element->next = nullptr;
+      element->firstChild = nullptr;
+      element->lastChild = nullptr;
+      element->firstAttr = nullptr;
+    }
+    isPendingBlank_ = false;
+    element->openNameLength = static_cast<uint16_t>(name.length <= UINT16_MAX ? name.length : 0);
     element->name = copy;
     element->nameOwned = 1;
-    element->openNameLength = static_cast<uint16_t>(name.length <= UINT16_MAX ? name.length : 0);
-    Parser_linkPending(&parser_);
-    parser_.isCurrentOpen = true;
+    element->parent = open_;
+    element->prev = last_;
+    if (open_ != nullptr) {
+      open_->lastChild = element;
+      // One store to either place spares a branch that cannot be foretold.
+      char *link = last_ != nullptr
+                       ? reinterpret_cast<char *>(last_) + offsetof(XmlNode, next)
+                       : reinterpret_cast<char *>(open_) + offsetof(XmlNode, firstChild);
+      std::memcpy(link, &element, sizeof(XmlNode *));
+    } else if (last_ != nullptr) {
+      last_->next = element;
+    }
+    open_ = element;
+    last_ = nullptr;
     leafName_ = name;
-    return true;
   }
 
-  Step closeEmptyElement(const char *slash) {
-    parser_.isCurrentOpen = false;
-    parser_.state = PARSE_STATE_BETWEEN;
-    place_ = slash + lengthOf(kEmptyTagEnd);
-    return splitName(leafName_) ? Step::taken : Step::failed;
+  // Up to where the tag ends.
+  Step closeEmptyElement(const char *end) {
+    state_ = PARSE_STATE_BETWEEN;
+    if (!splitName(leafName_)) return Step::failed;
+    closeOpen();
+    return makePending(end);
   }
 
-  // Splits the name of current, which stands in the text as well.
+  void closeOpen() {
+    last_ = open_;
+    open_ = open_->parent;
+  }
+
+  // Behind a start tag the record of the next element is made, unless the text ends.
+  Step makePending(const char *place) {
+    place_ = place;
+    if (*place == '\0') return Step::taken;
+    pending_ = reinterpret_cast<XmlNode *>(pieces_.makeRecord(kElementRecordSize));
+    return pending_ != nullptr ? Step::taken : Step::failed;
+  }
+
+  // Splits the name of the open element, which stands in the text as well.
   bool splitName(const Name &name) {
     if (name.colon == nullptr) return true;
-    XmlNode *element = parser_.current;
     const auto prefixLength = static_cast<size_t>(name.colon - name.text);
     char *prefix = pieces_.copyRun(name.text, prefixLength);
     if (prefix == nullptr) return false;
-    element->prefix = prefix;
-    std::memmove(element->name, element->name + prefixLength + 1, name.length - prefixLength);
+    open_->prefix = prefix;
+    std::memmove(open_->name, open_->name + prefixLength + 1, name.length - prefixLength);
     return true;
   }
 
   Step takeAttributes(const char *place) {
-    Parser_beginAttributes(&parser_);
-    attributeBits_ = 0;
-    bool isFirst = true;
+    names_.beginTag();
+    XmlNode *lastAttribute = nullptr;
+    size_t count = 0;
     for (;;) {
-      const char *token = map_.nextNonBlank(place);
-      if (*token == '>') {
-        parser_.state = PARSE_STATE_CONTENT;
-        place_ = token + 1;
-        return Step::taken;
+      const char *token = place;
+      if (mayBeBlank(*token)) {
+        if (*token == ' ') ++token;
+        if (mayBeBlank(*token)) token = map_.nextNonBlank(token);
       }
-      if (*token == '/' && token[1] == '>') return closeEmptyElement(token);
+      if (*token == '>') {
+        state_ = PARSE_STATE_CONTENT;
+        return makePending(token + 1);
+      }
+      if (*token == '/' && token[1] == '>') {
+        return closeEmptyElement(token + lengthOf(kEmptyTagEnd));
+      }
+      if (token == place) return leaveTag(place, lastAttribute, count);
       const char *before = place;
-      const Step step = token == place ? Step::left : takeAttribute(token, &place);
+      const Step step = takeAttribute(token, &place, &lastAttribute, count);
       if (step == Step::failed) return Step::failed;
-      if (step == Step::left) return leaveTag(before, isFirst);
-      isFirst = false;
+      if (step == Step::left) return leaveTag(before, lastAttribute, count);
+      ++count;
     }
   }
 
   // The general steps read the rest of the tag, from behind the element's name or a value.
-  Step leaveTag(const char *place, bool isBeforeFirst) {
-    parser_.cursor = place;
-    pieces_.save();
-    const uint32_t result = Parser_readTagRest(&parser_, isBeforeFirst);
+  Step leaveTag(const char *place, XmlNode *lastAttribute, size_t count) {
+    place_ = place;
+    save();
+    Parser_beginAttributes(&parser_);
+    parser_.lastAttribute = lastAttribute;
+    parser_.attributes.countUnlike(count);
+    const uint32_t result = Parser_readTagRest(&parser_, count == 0);
     pieces_.load();
-    place_ = parser_.cursor;
-    leafName_.length = 0;
-    return result == NEB_XML_OK ? Step::taken : Step::failed;
+    load();
+    return result == NEB_XML_OK ? makePending(place_) : Step::failed;
   }
 
   // Reads an attribute from its name up to its closing quote, behind which *place goes.
-  Step takeAttribute(const char *token, const char **place) {
+  Step takeAttribute(const char *token, const char **place, XmlNode **lastAttribute, size_t count) {
     const Name name = readName(token);
     const char *equals = name.text + name.length;
-    if (!isOrdinary(name) || *equals != '=') return Step::left;
+    if (*equals != '=' || name.length == 0) return Step::left;
     const char quote = equals[1];
     if (quote != '"' && quote != '\'') return Step::left;
     const char *value = equals + 2;
@@ -172,90 +293,93 @@ class PlainParser {
       isPlain = isPlain && *close != '&' && *close != '<';
       close = map_.nextValueEnd(close + 1);
     }
+    if (count >= AttributeSet::kComparedAttributes) return Step::left;
     *place = close + 1;
     const auto length = static_cast<size_t>(close - value);
-    if constexpr (Pieces::kLieTogether) {
-      if (isPlain && addAttributeTogether(name, value, length)) return Step::taken;
+    const bool maySeen = names_.see(keyOf(name, pieces_.allowsWideReads(close)));
+    XmlNode *attribute = maySeen ? nullptr : makeTogether(name, value, length, isPlain);
+    if (attribute == nullptr) {
+      attribute = makeAttribute(name, value, length, isPlain);
+      if (attribute == nullptr) return Step::failed;
+      if (maySeen && !isNew(attribute, count)) {
+        XML_FreeSingleAttrNode(attribute);
+        return Step::failed;
+      }
     }
-    return addAttribute(name, value, length, isPlain) ? Step::taken : Step::failed;
+    if (*lastAttribute == nullptr) {
+      open_->firstAttr = attribute;
+    } else {
+      (*lastAttribute)->next = attribute;
+    }
+    *lastAttribute = attribute;
+    return Step::taken;
   }
 
-  // The common case in one go: a short name without prefix, a short value, not seen before, and the
-  // three pieces from one block. Else false and nothing is done.
-  bool addAttributeTogether(const Name &name, const char *value, size_t length) {
-    if (name.colon != nullptr || name.length >= kTwoWide || length - 1 >= kWidestRun - 1) {
-      return false;
-    }
-    if (!pieces_.allowsWideReads(value + length)) return false;
-    const uint64_t key = keyOf(name);
-    if (mayRepeat(key)) return false;
-    const size_t nameSize = name.length + 1;
-    const size_t valueSize = length + 1;
-    const size_t total = kAttributeRecordSize + nameSize + valueSize;
-    char *pieces =
-        pieces_.carveTogether(std::min({nameSize, valueSize, kAttributeRecordSize}), total);
-    if (pieces == nullptr) return false;
-    auto *attribute = reinterpret_cast<XmlNode *>(pieces);
+  bool isNew(XmlNode *attribute, size_t count) {
+    parser_.attributes.clear();
+    parser_.attributes.countUnlike(count);
+    return parser_.attributes.add(open_->firstAttr, attribute) == NEB_XML_OK;
+  }
+
+  void fillAttribute(XmlNode *attribute) {
     attribute->sessionId = pieces_.handle();
-    attribute->name = pieces + kAttributeRecordSize;
-    attribute->value = attribute->name + nameSize;
+    attribute->marks = 0;
+    attribute->unused = 0;
+    attribute->openNameLength = 0;
+    attribute->prefix = nullptr;
     attribute->type = NEB_XML_NODE_ATTRIBUTE;
+    attribute->isDocument = 0;
     attribute->nameOwned = 1;
     attribute->valueOwned = 1;
-    storeFirst(pieces + kAttributeRecordSize, name.text, name.length);
-    storeRun(pieces + kAttributeRecordSize + nameSize, value, length);
-    remember(key);
-    Parser_linkAttribute(&parser_, attribute);
-    return true;
+    attribute->livedIn = 0;
+    attribute->parent = open_;
+    attribute->next = nullptr;
   }
 
-  bool addAttribute(const Name &name, const char *value, size_t length, bool isPlain) {
-    XmlNode *attribute = pieces_.makeNode(kAttributeRecordSize);
-    if (attribute == nullptr) return false;
-    attribute->type = NEB_XML_NODE_ATTRIBUTE;
-    const bool isAdded = copyAttributeName(name, attribute) &&
-                         copyValue(value, length, isPlain, attribute) && append(name, attribute);
-    if (!isAdded) XML_FreeSingleAttrNode(attribute);
-    return isAdded;
-  }
-
-  bool append(const Name &name, XmlNode *attribute) {
-    const uint64_t key = keyOf(name);
-    if (mayRepeat(key)) return Parser_appendAttribute(&parser_, attribute) == NEB_XML_OK;
-    remember(key);
-    Parser_linkAttribute(&parser_, attribute);
-    return true;
-  }
-
-  // Attributes of one tag leave their mark in a set of few bits; one whose bit is free is new.
-  bool mayRepeat(uint64_t key) const {
-    return parser_.attributes.count() >= AttributeSet::kComparedAttributes ||
-           (attributeBits_ & bitOf(key)) != 0;
-  }
-
-  void remember(uint64_t key) {
-    attributeBits_ |= bitOf(key);
-    parser_.attributes.countUnlike();
-  }
-
-  static uint64_t bitOf(uint64_t key) {
-    constexpr uint64_t kScatter = 0x9E3779B97F4A7C15;
-    return uint64_t{1} << (key * kScatter >> 58);
-  }
-
-  // The first bytes of a name and its length.
-  uint64_t keyOf(const Name &name) const {
-    uint64_t key = 0;
-    if (static_cast<size_t>(map_.textEnd() - name.text) >= sizeof key) {
-      std::memcpy(&key, name.text, sizeof key);
-    } else {
-      std::memcpy(&key, name.text, name.length);
+  // The common case in one go: a short name, a short value, and all pieces from one block. Else
+  // null and nothing is done. "prefix:name" is as long as the two strings that it becomes.
+  XmlNode *makeTogether(const Name &name, const char *value, size_t length, bool isPlain) {
+    if (length - 1 >= kWidestCopy - 1 || name.length >= kWidestCopy / 2) return nullptr;
+    const size_t prefixSize =
+        name.colon == nullptr ? 0 : static_cast<size_t>(name.colon - name.text) + kTerminator;
+    const size_t nameSize = name.length + kTerminator;
+    const size_t valueSize = length + kTerminator;
+    size_t smallest = std::min(nameSize - prefixSize, valueSize);
+    if (prefixSize != 0) smallest = std::min(smallest, prefixSize);
+    static_assert(kAttributeRecordSize > kWidestCopy / 2);  // and so is not the smallest
+    char *pieces = pieces_.carveTogether(smallest, kAttributeRecordSize + nameSize + valueSize,
+                                         value + length);
+    if (pieces == nullptr) return nullptr;
+    auto *attribute = reinterpret_cast<XmlNode *>(pieces);
+    fillAttribute(attribute);
+    char *text = pieces + kAttributeRecordSize;
+    copyHalfWide(text, name.text);
+    text[name.length] = '\0';
+    attribute->name = text + prefixSize;
+    if (prefixSize != 0) {
+      text[prefixSize - 1] = '\0';
+      attribute->prefix = text;
     }
-    if (name.length < sizeof key) {
-      const size_t behind = 8 * (sizeof key - name.length);
-      key = std::endian::native == std::endian::little ? key << behind : key >> behind;
+    text += nameSize;
+    copyWide(text, value);
+    text[length] = '\0';
+    attribute->value = text;
+    if (!isPlain && !Parser_decode(value, length, text, true)) return nullptr;
+    return attribute;
+  }
+
+  // Null when memory runs out or a reference is malformed.
+  XmlNode *makeAttribute(const Name &name, const char *value, size_t length, bool isPlain) {
+    auto *attribute = reinterpret_cast<XmlNode *>(pieces_.makeRecord(kAttributeRecordSize));
+    if (attribute == nullptr) return nullptr;
+    fillAttribute(attribute);
+    attribute->name = nullptr;
+    attribute->value = nullptr;
+    if (copyAttributeName(name, attribute) && copyValue(value, length, isPlain, attribute)) {
+      return attribute;
     }
-    return key ^ name.length;
+    XML_FreeSingleAttrNode(attribute);
+    return nullptr;
   }
 
   bool copyAttributeName(const Name &name, XmlNode *attribute) {
@@ -269,106 +393,135 @@ class PlainParser {
       local = name.colon + 1;
       length -= prefixLength + 1;
     }
-    attribute->name = pieces_.copyRun(local, length);
-    attribute->nameOwned = 1;
-    return attribute->name != nullptr;
+    char *copy = pieces_.copyRun(local, length);
+    attribute->name = copy;
+    return copy != nullptr;
+  }
+
+  // The first bytes of a name and its length.
+  static uint64_t keyOf(const Name &name, bool allowsWideReads) {
+    uint64_t key = 0;
+    if (allowsWideReads) {
+      std::memcpy(&key, name.text, sizeof key);
+    } else {
+      std::memcpy(&key, name.text, std::min(name.length, sizeof key));
+    }
+    const size_t behind = 8 * (sizeof key - std::min(name.length, sizeof key));
+    key = std::endian::native == std::endian::little ? key << behind : key >> behind;
+    return key ^ name.length;
   }
 
   bool copyValue(const char *run, size_t length, bool isPlain, XmlNode *node) {
     node->valueOwned = 1;
     if (length == 0) return true;
-    if (isPlain) {
-      node->value = pieces_.copyRun(run, length);
-      return node->value != nullptr;
+    char *value = isPlain ? pieces_.copyRun(run, length) : pieces_.makeText(length);
+    if (value == nullptr) return false;
+    if (!isPlain && !Parser_decode(run, length, value, false)) {
+      pieces_.giveBack(value);
+      return false;
     }
-    char *value = nullptr;
-    pieces_.save();
-    const uint32_t result = Parser_CopyBufToString(&parser_, run, length, &value);
-    pieces_.load();
     node->value = value;
-    return result == NEB_XML_OK;
+    return true;
   }
 
   // A text up to its element's end tag, which is compared with the start tag in the text.
   Step takeText() {
-    if (parser_.state != PARSE_STATE_CONTENT || !parser_.isCurrentOpen) return Step::left;
-    if (*place_ == '\0' || *place_ == '>' || *place_ == '/' || leafName_.length == 0) {
+    if (last_ != nullptr || leafName_.length == 0 || state_ != PARSE_STATE_CONTENT) {
       return Step::left;
     }
+    if (*place_ == '\0' || *place_ == '>') return Step::left;
+    if (*place_ == '/' && place_[1] == '>') return Step::left;
     bool isPlain = true;
     const char *end = map_.nextTextEnd(place_);
     while (*end == '&') {
       isPlain = false;
       end = map_.nextTextEnd(end + 1);
     }
-    const char *close = end + lengthOf(kEndTagBegin);
-    if (*end != '<' || end[1] != '/' || !isLeafNameAt(close)) return Step::left;
+    const char *closeEnd = endOfLeafTag(end);
+    if (closeEnd == nullptr) return Step::left;
     const char *run = place_;
     while (run[-1] == ' ') --run;
-    const auto length = static_cast<size_t>(end - run);
-    if (!copyValue(run, length, isPlain, parser_.current)) return Step::failed;
+    if (!copyValue(run, static_cast<size_t>(end - run), isPlain, open_)) return Step::failed;
     if (!splitName(leafName_)) return Step::failed;
-    parser_.isCurrentOpen = false;
-    parser_.state = PARSE_STATE_BETWEEN;
-    place_ = close + leafName_.length + 1;
+    closeOpen();
+    state_ = PARSE_STATE_BETWEEN;
+    place_ = closeEnd;
     return Step::taken;
   }
 
-  bool isLeafNameAt(const char *text) const {
-    if (static_cast<size_t>(map_.textEnd() - text) <= leafName_.length) return false;
-    return text[leafName_.length] == '>' && sameBytes(text, leafName_.text, leafName_.length);
+  // Behind the end tag that begins here and has the name of the open element; null if none does.
+  const char *endOfLeafTag(const char *tag) const {
+    if (*tag != '<' || tag[1] != '/') return nullptr;
+    const char *name = tag + lengthOf(kEndTagBegin);
+    const size_t length = leafName_.length;
+    if (static_cast<size_t>(map_.textEnd() - name) <= length || name[length] != '>') return nullptr;
+    if (!sameName(name + length, leafName_.text + length, length,
+                  leafName_.text + length >= parser_.buffer + kVectorSize)) {
+      return nullptr;
+    }
+    return name + length + 1;
   }
 
-  // Names are short: a call would cost more than the comparison.
-  static bool sameBytes(const char *a, const char *b, size_t count) {
-    while (count >= sizeof(uint64_t)) {
-      uint64_t wordA = 0;
-      uint64_t wordB = 0;
-      std::memcpy(&wordA, a, sizeof wordA);
-      std::memcpy(&wordB, b, sizeof wordB);
-      if (wordA != wordB) return false;
-      a += sizeof wordA;
-      b += sizeof wordB;
-      count -= sizeof wordA;
+  // Compares two names by what stands before their ends, where bytes can be read in any case.
+  static bool sameName(const char *endA, const char *endB, size_t length, bool hasBytesBefore) {
+    if (hasBytesBefore && length <= kVectorSize) {
+      return endAlike(loadVector(endA - kVectorSize), loadVector(endB - kVectorSize), length);
     }
-    for (; count > 0; --count) {
-      if (*a++ != *b++) return false;
-    }
-    return true;
+    return std::memcmp(endA - length, endB - length, length) == 0;
   }
 
   Step takeEndTag() {
-    XmlNode *element = parser_.current;
-    if (element != nullptr && !parser_.isCurrentOpen) element = element->parent;
+    XmlNode *element = open_;
     if (element == nullptr) return Step::left;
     const Name name = readName(place_ + lengthOf(kEndTagBegin));
-    if (!isOrdinaryTagName(name) || name.text[name.length] != '>') return Step::left;
-    if (name.length != element->openNameLength) return Step::left;
-    if (!sameBytes(element->name, name.text, name.length)) return Step::left;
-    parser_.current = element;
-    parser_.isCurrentOpen = false;
+    const char *end = name.text + name.length;
+    if (*end != '>' || name.length != element->openNameLength) return Step::left;
+    if (name.length == 0 || mayEndMarkup(name)) return Step::left;
+    const char *start = element->name + name.length;
+    const bool hasBytesBefore = Pieces::kHasBytesBefore && end >= parser_.buffer + kVectorSize;
+    if (!sameName(end, start, name.length, hasBytesBefore)) return Step::left;
     if (!splitName(name)) return Step::failed;
-    if (place_[-1] != '>' && parser_.state == PARSE_STATE_CONTENT) {
+    if (place_[-1] != '>' && state_ == PARSE_STATE_CONTENT) {
       const char *run = place_;
       while (run[-1] != '>') --run;
       if (!copyValue(run, static_cast<size_t>(place_ - run), true, element)) return Step::failed;
     }
     element->valueOwned = 1;
-    place_ = name.text + name.length + 1;
+    closeOpen();
+    place_ = end + 1;
     return Step::taken;
   }
 
   XmlParser &parser_;
   MarkupMap &map_;
+  NamesSeen &names_;
   Pieces pieces_;
-  const char *place_ = nullptr;
-  uint64_t attributeBits_ = 0;  // of the attributes of current
-  Name leafName_ = {};          // of current, if its start tag was ordinary; else of length 0
+  const char *place_;
+  XmlNode *open_;        // the innermost element whose end tag has not come; null at the top
+  XmlNode *last_;        // its last child, or the last one at the top; null while there is none
+  XmlNode *pending_;     // for the next start tag
+  bool isPendingBlank_;  // zeroed by whoever made it, and perhaps a document
+  ParseState state_;
+  Name leafName_;  // of the open element, if it has no child and its tag was ordinary
 };
+
+template <typename Pieces>
+[[gnu::flatten]] PlainResult parse(XmlParser *parser, MarkupMap *map, NamesSeen *names) {
+  return PlainParser<Pieces>(parser, map, names).run();
+}
+
+// The same for machines whose maps are made with vectors.
+template <typename Pieces>
+[[gnu::flatten]] NEB_XML_WIDE_MACHINE PlainResult parseWide(XmlParser *parser, MarkupMap *map,
+                                                            NamesSeen *names) {
+  return PlainParser<Pieces>(parser, map, names).run();
+}
 
 }  // namespace
 
 PlainResult Parser_parsePlain(XmlParser *parser, MarkupMap *map) {
-  if (parser->storage.isHook()) return PlainParser<HookPieces>(parser, map).run();
-  return PlainParser<SessionPieces>(parser, map).run();
+  NamesSeen names;
+  if (parser->storage.isHook()) return parse<HookPieces>(parser, map, &names);
+  if (MarkupMap::usesVectors()) return parseWide<SessionPieces>(parser, map, &names);
+  return parse<SessionPieces>(parser, map, &names);
 }

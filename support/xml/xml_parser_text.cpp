@@ -1,23 +1,18 @@
 // Copying runs of the text into strings of the tree.
+#include <algorithm>
 #include <cstring>
 
 #include "platform/bounded_memory.h"
 #include "xml_parser.h"
 #include "xml_parser_tokens.h"
+#include "xml_references.h"
+#include "xml_vector.h"
 
 namespace {
 
 constexpr size_t kTerminator = 1;
 constexpr uint32_t kLargestCharacter = 0x10FFFF;
 constexpr uint32_t kNotADigit = UINT32_MAX;
-
-struct NamedReference {
-  char text[7];
-  char character;
-};
-
-constexpr NamedReference kNamedReferences[] = {
-    {"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&apos;", '\''}, {"&quot;", '"'}};
 
 uint32_t digitOf(char byte, uint32_t base) {
   if (byte >= '0' && byte <= '9') return static_cast<uint32_t>(byte - '0');
@@ -61,8 +56,14 @@ char *writeUtf8(char *to, uint32_t code) {
 // Decodes one run into a string that has room for the run as it stands.
 class Decoder {
  public:
-  Decoder(const char *run, size_t length, char *string)
-      : from_(run), end_(run + length), to_(string) {}
+  // Behind both the run and the string's room may be some more bytes, so many that whole vectors
+  // can be copied up to the end.
+  Decoder(const char *run, size_t length, char *string, bool hasBytesBehind)
+      : from_(run),
+        end_(run + length),
+        to_(string),
+        roomEnd_(string + length + kTerminator),
+        leastForVectors_(hasBytesBehind ? 1 : static_cast<ptrdiff_t>(kVectorSize)) {}
 
   // False for a malformed reference or section, and for one that goes on behind the run. The reason
   // is then told, and the place is where it begins.
@@ -76,6 +77,9 @@ class Decoder {
     return true;
   }
 
+  // A reference is longer than what it stands for, so the string ends before its room does.
+  void clearRest() { std::memset(to_, 0, static_cast<size_t>(roomEnd_ - to_)); }
+
   const char *reason() const { return reason_; }
   const char *place() const { return from_; }
 
@@ -85,8 +89,27 @@ class Decoder {
     return false;
   }
 
+  // Whole vectors are written: what goes too far is written again, or cleared at the end.
   void copyPlain() {
+    while (end_ - from_ >= leastForVectors_) {
+      const Vector bytes = loadVector(from_);
+      storeVector(to_, bytes);
+      const auto left = static_cast<size_t>(end_ - from_);
+      const size_t plain = std::min(countBeforeMarkup(bytes), left);
+      // The usual step does not wait for what was counted.
+      if (plain < kVectorSize) {
+        from_ += plain;
+        to_ += plain;
+        return;
+      }
+      from_ += kVectorSize;
+      to_ += kVectorSize;
+    }
     while (from_ < end_ && *from_ != '&' && *from_ != '<') *to_++ = *from_++;
+  }
+
+  static size_t countBeforeMarkup(Vector bytes) {
+    return countBeforeFound((bytes == '&') | (bytes == '<'));
   }
 
   bool copyMarkup() {
@@ -106,12 +129,10 @@ class Decoder {
   }
 
   bool decodeReference() {
-    for (const NamedReference &reference : kNamedReferences) {
-      const size_t length = std::strlen(reference.text);
-      if (std::strncmp(from_, reference.text, length) != 0) continue;
-      if (from_ + length > end_) return fail(reasons::kReferenceUnknown);
-      *to_++ = reference.character;
-      from_ += length;
+    if (const NamedReference *reference = namedReferenceAt(from_)) {
+      if (from_ + reference->length > end_) return fail(reasons::kReferenceUnknown);
+      *to_++ = reference->character;
+      from_ += reference->length;
       return true;
     }
     return from_[1] == '#' ? decodeNumber() : fail(reasons::kReferenceUnknown);
@@ -138,6 +159,8 @@ class Decoder {
   const char *from_;
   const char *end_;
   char *to_;
+  char *roomEnd_;
+  ptrdiff_t leastForVectors_;
   const char *reason_ = nullptr;
 };
 
@@ -146,6 +169,13 @@ bool isPlain(const char *run, size_t length) {
 }
 
 }  // namespace
+
+bool Parser_decode(const char *run, size_t length, char *string, bool hasBytesBehind) {
+  Decoder decoder(run, length, string, hasBytesBehind);
+  if (!decoder.decode()) return false;
+  decoder.clearRest();
+  return true;
+}
 
 uint32_t Parser_CopyBufToString(const XmlParser *parser, const char *run, size_t length,
                                 char **string) {
@@ -160,9 +190,11 @@ uint32_t Parser_CopyBufToString(const XmlParser *parser, const char *run, size_t
   auto *decoded = static_cast<char *>(storage.obtain(length + kTerminator));
   *string = decoded;
   if (decoded == nullptr) return Parser_memoryError(parser);
-  platform::memset_s(decoded, length + kTerminator, 0, length + kTerminator);
-  Decoder decoder(run, length, decoded);
-  if (decoder.decode()) return NEB_XML_OK;
+  Decoder decoder(run, length, decoded, false);
+  if (decoder.decode()) {
+    decoder.clearRest();
+    return NEB_XML_OK;
+  }
   storage.giveBackOwn(decoded);
   *string = nullptr;
   return Parser_syntaxError(parser, decoder.reason(), decoder.place());

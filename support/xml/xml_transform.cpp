@@ -1,14 +1,15 @@
 // Printing trees as text.
-#include <array>
+#include <algorithm>
 #include <cstring>
-#include <initializer_list>
 
 #include "neb_xml.h"
 #include "platform/bounded_memory.h"
 #include "platform/output_file.h"
 #include "platform/replaced_file.h"
 #include "xml_node.h"
+#include "xml_references.h"
 #include "xml_transform_text.h"
+#include "xml_vector.h"
 
 namespace {
 
@@ -17,7 +18,6 @@ enum PrintMode { XML_PRINT_FULL = 0, XML_PRINT_HEAD = 1, XML_PRINT_TAIL = 2 };
 constexpr uint32_t kWidestIndent = 16;
 constexpr uint32_t kLargestCharacter = 0x10FFFF;
 constexpr char kAmpersand[] = "&amp;";
-constexpr const char *kNamedReferences[] = {"&lt;", "&gt;", "&amp;", "&apos;", "&quot;"};
 
 // The value of a digit in base 10 or 16; the base itself for any other character.
 uint32_t digitValue(char digit, uint32_t base) {
@@ -48,47 +48,92 @@ bool isNumericReference(const char *text) {
 
 // The text begins with an ampersand: whether that begins a well-formed reference.
 bool beginsReference(const char *text) {
-  for (const char *reference : kNamedReferences) {
-    if (std::strncmp(text, reference, std::strlen(reference)) == 0) return true;
-  }
-  return isNumericReference(text);
+  return namedReferenceAt(text) != nullptr || isNumericReference(text);
 }
 
-void writeEscaped(PrintedText &text, const char *character) {
+char *writeLiteral(char *to, const char *literal, size_t length) {
+  std::memcpy(to, literal, length);
+  return to + length;
+}
+
+template <size_t size>
+char *writeLiteral(char *to, const char (&literal)[size]) {
+  return writeLiteral(to, literal, size - 1);
+}
+
+char *writeEscaped(char *to, const char *character) {
   switch (*character) {
     case '"':
-      return text.writeLiteral("&quot;");
+      return writeLiteral(to, "&quot;");
     case '\'':
-      return text.writeLiteral("&apos;");
+      return writeLiteral(to, "&apos;");
     case '<':
-      return text.writeLiteral("&lt;");
+      return writeLiteral(to, "&lt;");
     case '>':
-      return text.writeLiteral("&gt;");
+      return writeLiteral(to, "&gt;");
     default:
-      return text.write(kAmpersand, beginsReference(character) ? 1 : sizeof kAmpersand - 1);
+      return writeLiteral(to, kAmpersand, beginsReference(character) ? 1 : sizeof kAmpersand - 1);
   }
 }
 
-using RunEnds = std::array<bool, 256>;
-
-constexpr RunEnds makeRunEnds(std::initializer_list<char> characters) {
-  RunEnds ends = {};
-  for (const char end : characters) ends[static_cast<uint8_t>(end)] = true;
-  return ends;
+// The five characters that are escaped. '"' and '&' are one bit apart, and so are '<' and '>'.
+Vector findEscaped(Vector bytes) {
+  constexpr uint8_t kQuoteOrAmpersand = '"' ^ '&';
+  constexpr uint8_t kLessOrGreater = '<' ^ '>';
+  return ((bytes | kQuoteOrAmpersand) == ('"' | '&')) | ((bytes | kLessOrGreater) == ('<' | '>')) |
+         (bytes == '\'');
 }
 
-constexpr RunEnds kNameEnds = makeRunEnds({'\0'});
-constexpr RunEnds kOrdinaryEnds = makeRunEnds({'\0', '"', '\'', '<', '>', '&'});
+// A string of the tree. Nothing behind its terminator is read.
+struct String {
+  const char *text;
+  size_t length;
+};
 
-// Runs of ordinary characters are written as they stand.
-void xmlCopyWithEscape(PrintedText &text, const char *value) {
-  for (;;) {
-    value = text.writeRun(value, kOrdinaryEnds.data());
-    if (*value == '\0') return;
-    writeEscaped(text, value);
+String stringOf(const char *text) { return {text, text != nullptr ? std::strlen(text) : 0}; }
+
+// Copies up to the first character to escape or the end; the place is moved along.
+const char *writeRun(char **place, const char *from, const char *end) {
+  char *to = *place;
+  size_t left = static_cast<size_t>(end - from);
+  while (left >= kVectorSize) {
+    const Vector bytes = loadVector(from);
+    storeVector(to, bytes);
+    const size_t plain = countBeforeFound(findEscaped(bytes));
+    if (plain < kVectorSize) {
+      *place = to + plain;
+      return from + plain;
+    }
+    from += kVectorSize;
+    to += kVectorSize;
+    left -= kVectorSize;
+  }
+  const Vector bytes = loadFirst(from, left);
+  storeVector(to, bytes);
+  const size_t plain = std::min(countBeforeFound(findEscaped(bytes)), left);
+  *place = to + plain;
+  return from + plain;
+}
+
+char *xmlCopyWithEscape(PrintedText &text, char *to, const char *value) {
+  const char *end = value + std::strlen(value);
+  to = text.withRoom(to, static_cast<size_t>(end - value));
+  while (to != nullptr) {
+    value = writeRun(&to, value, end);
+    if (value == end) break;
+    to = writeEscaped(to, value);
     ++value;
+    to = text.withRoom(to, static_cast<size_t>(end - value));
   }
+  return to;
 }
+
+struct Name {
+  String prefix;
+  String local;
+};
+
+Name nameOf(const XmlNode *node) { return {stringOf(node->prefix), stringOf(node->name)}; }
 
 // What to print, and how.
 struct Printing {
@@ -104,9 +149,11 @@ class Printer {
 
   // False when a node without a name is met.
   bool print() {
+    char *to = nullptr;
     for (const XmlNode *node = start_; node != nullptr; node = successor(node)) {
-      if (!xmlPrintDomTreeRecursive(node)) return false;
+      if (!xmlPrintDomTreeRecursive(node, &to)) return false;
     }
+    text_.end(to);
     return true;
   }
 
@@ -129,76 +176,88 @@ class Printer {
     return nullptr;
   }
 
-  void indent(size_t depth) {
-    if (width_ != 0) text_.writeSpaces(depth * width_);
-  }
-
   bool isLastChild(const XmlNode *node) const {
     const XmlNode *parent = parentOf(node);
     return parent != nullptr && parent->lastChild == node;
   }
 
-  bool xmlPrintDomTreeRecursive(const XmlNode *node) {
+  // Moves *place along.
+  bool xmlPrintDomTreeRecursive(const XmlNode *node, char **place) {
     if (node->name == nullptr) return false;
     if (node->type != NEB_XML_NODE_ELEMENT && node->type != NEB_XML_NODE_DOCUMENT) return true;
-    if (mode_ != XML_PRINT_TAIL && !writeOpening(node)) return false;
-    if (mode_ != XML_PRINT_HEAD) writeClosingAscent(node);
+    if (mode_ != XML_PRINT_TAIL && !writeOpening(node, place)) return false;
+    if (mode_ != XML_PRINT_HEAD) *place = writeClosingAscent(node, *place);
     return true;
   }
 
-  bool writeOpening(const XmlNode *node) {
-    indent(depth_);
-    text_.writeLiteral("<");
-    writeName(node);
-    if (!writeAttributes(node)) return false;
-    if (node->firstChild != nullptr) {
-      text_.writeLiteral(">\n");
-    } else if (node->value != nullptr) {
-      text_.writeLiteral(">");
-      xmlCopyWithEscape(text_, node->value);
-      text_.writeLiteral("</");
-      writeName(node);
-      text_.writeLiteral(">\n");
-    } else {
-      writeEmptyElementEnd(node);
+  bool writeOpening(const XmlNode *node, char **place) {
+    const Name name = nameOf(node);
+    char *to = withRoomForTag(*place, name, depth_);
+    if (to != nullptr) {
+      to = writeIndent(to, depth_);
+      to = writeName(writeLiteral(to, "<"), name);
     }
-    return true;
-  }
-
-  // In an opening half a last child is left open.
-  void writeEmptyElementEnd(const XmlNode *node) {
-    const bool staysOpen = mode_ == XML_PRINT_HEAD && nextOf(node) == nullptr;
-    if (!staysOpen) text_.writeLiteral("/");
-    text_.writeLiteral(">\n");
-  }
-
-  bool writeAttributes(const XmlNode *node) {
     for (const XmlNode *attribute = node->firstAttr; attribute != nullptr;
          attribute = attribute->next) {
       if (attribute->name == nullptr) return false;
-      text_.writeLiteral(" ");
-      writeName(attribute);
-      text_.writeLiteral("=\"");
-      if (attribute->value != nullptr) xmlCopyWithEscape(text_, attribute->value);
-      text_.writeLiteral("\"");
+      to = writeAttribute(to, attribute);
     }
+    if (node->firstChild != nullptr) {
+      to = writeTagEnd(to);
+    } else if (node->value != nullptr) {
+      to = writeValueAndEndTag(to, node, name);
+    } else {
+      to = writeEmptyElementEnd(to, node);
+    }
+    *place = to;
     return true;
+  }
+
+  char *writeAttribute(char *to, const XmlNode *attribute) {
+    const Name name = nameOf(attribute);
+    to = withRoomForTag(to, name, 0);
+    if (to == nullptr) return nullptr;
+    to = writeLiteral(writeName(writeLiteral(to, " "), name), "=\"");
+    if (attribute->value != nullptr) to = xmlCopyWithEscape(text_, to, attribute->value);
+    to = text_.withRoom(to, 0);
+    return to == nullptr ? nullptr : writeLiteral(to, "\"");
+  }
+
+  char *writeTagEnd(char *to) {
+    to = text_.withRoom(to, 0);
+    return to == nullptr ? nullptr : writeLiteral(to, ">\n");
+  }
+
+  char *writeValueAndEndTag(char *to, const XmlNode *node, const Name &name) {
+    to = text_.withRoom(to, 0);
+    if (to == nullptr) return nullptr;
+    to = xmlCopyWithEscape(text_, writeLiteral(to, ">"), node->value);
+    to = withRoomForTag(to, name, 0);
+    return to == nullptr ? nullptr : writeEndTag(to, name);
+  }
+
+  // In an opening half a last child is left open.
+  char *writeEmptyElementEnd(char *to, const XmlNode *node) {
+    to = text_.withRoom(to, 0);
+    if (to == nullptr) return nullptr;
+    const bool staysOpen = mode_ == XML_PRINT_HEAD && nextOf(node) == nullptr;
+    if (!staysOpen) to = writeLiteral(to, "/");
+    return writeLiteral(to, ">\n");
   }
 
   // After a childless last child: closes every ancestor that ends with it, up to the start node.
   // The closing half begins with the node itself, which the opening half may have left open.
-  void writeClosingAscent(const XmlNode *node) {
-    if (node->firstChild != nullptr || !isLastChild(node)) return;
+  char *writeClosingAscent(const XmlNode *node, char *to) {
+    if (node->firstChild != nullptr || !isLastChild(node)) return to;
     const bool beginsWithNode = mode_ == XML_PRINT_TAIL;
     const XmlNode *closed = beginsWithNode ? node : parentOf(node);
     size_t depth = beginsWithNode ? depth_ : depth_ - 1;
-    const bool isIndented = !isBlankLeaf(node);
+    const bool isIndented = width_ != 0 && !isBlankLeaf(node);
     for (;;) {
-      if (isIndented) indent(depth);
-      text_.writeLiteral("</");
-      writeName(closed);
-      text_.writeLiteral(">\n");
-      if (!isLastChild(closed)) return;
+      const Name name = nameOf(closed);
+      to = withRoomForTag(to, name, isIndented ? depth : 0);
+      if (to != nullptr) to = writeEndTag(isIndented ? writeIndent(to, depth) : to, name);
+      if (!isLastChild(closed)) return to;
       closed = parentOf(closed);
       --depth;
     }
@@ -210,12 +269,25 @@ class Printer {
     return node->value != nullptr && node->value[std::strspn(node->value, " \t\n\r")] == '\0';
   }
 
-  void writeName(const XmlNode *node) {
-    if (node->prefix != nullptr) {
-      text_.writeRun(node->prefix, kNameEnds.data());
-      text_.writeLiteral(":");
-    }
-    text_.writeRun(node->name, kNameEnds.data());
+  // The markup around a name is shorter than the slack.
+  char *withRoomForTag(char *to, const Name &name, size_t depth) {
+    return text_.withRoom(to, depth * width_ + name.prefix.length + name.local.length);
+  }
+
+  char *writeIndent(char *to, size_t depth) const {
+    const size_t count = depth * width_;
+    if (count != 0) std::memset(to, ' ', count);
+    return to + count;
+  }
+
+  static char *writeName(char *to, const Name &name) {
+    if (name.prefix.text != nullptr)
+      to = writeLiteral(copyString(to, name.prefix.text, name.prefix.length), ":");
+    return copyString(to, name.local.text, name.local.length);
+  }
+
+  static char *writeEndTag(char *to, const Name &name) {
+    return writeLiteral(writeName(writeLiteral(to, "</"), name), ">\n");
   }
 
   const XmlNode *start_;
@@ -231,7 +303,7 @@ uint32_t printTree(const Printing &printing, char **text, size_t *length) {
   if (!Printer(printing, printed).print()) return NEB_XML_ERR_INVALID_PARAM;
   *text = nullptr;
   *length = printed.length();
-  if (printed.isEmpty()) return NEB_XML_OK;
+  if (*length == 0 && !printed.hasFailed()) return NEB_XML_OK;
   *text = printed.handOut();
   return *text != nullptr ? NEB_XML_OK : NEB_XML_ERR_NO_MEMORY;
 }

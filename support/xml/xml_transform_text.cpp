@@ -1,42 +1,74 @@
 #include "xml_transform_text.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "neb_xml.h"
 
 namespace {
 
-constexpr size_t kFirstCapacity = 1024;
-constexpr size_t kLargestCapacity = UINT32_MAX;
+constexpr size_t kFirstRoom = 1024;
+constexpr size_t kLargestRoom = size_t{1} << 26;
+constexpr size_t kLongestText = UINT32_MAX;
 
 }  // namespace
 
-PrintedText::~PrintedText() { XML_Free(nullptr, text_); }
+struct PrintedText::Chunk {
+  Chunk *next;
+  size_t room;
+  size_t used;
 
-bool PrintedText::grow(size_t count) {
-  if (hasFailed_) return false;
-  const size_t held = length();
-  size_t capacity = text_ == nullptr ? kFirstCapacity : 2 * static_cast<size_t>(end_ - text_);
-  if (capacity - held < count) capacity = held + count;
-  if (capacity > kLargestCapacity) capacity = kLargestCapacity;
-  char *text = nullptr;
-  if (capacity - held >= count) text = static_cast<char *>(XML_Malloc(nullptr, capacity));
-  if (text == nullptr) {
-    hasFailed_ = true;
-    return false;
+  char *text() { return reinterpret_cast<char *>(this + 1); }
+};
+
+PrintedText::~PrintedText() {
+  Chunk *next = nullptr;
+  for (Chunk *chunk = first_; chunk != nullptr; chunk = next) {
+    next = chunk->next;
+    XML_Free(nullptr, chunk);
   }
-  if (text_ != nullptr) std::memcpy(text, text_, held);
-  XML_Free(nullptr, text_);
-  text_ = text;
-  place_ = text + held;
-  end_ = text + capacity;
-  return true;
+}
+
+// A place that is null asks for the first chunk, or has failed before.
+char *PrintedText::addChunk(char *place, size_t count) {
+  if (hasFailed_) return nullptr;
+  size_t room = kFirstRoom;
+  if (last_ != nullptr) {
+    end(place);
+    room = std::min(2 * last_->room, kLargestRoom);
+  }
+  room = std::max(room, count);
+  Chunk *chunk = nullptr;
+  if (length_ <= kLongestText && count <= kLongestText - length_) {
+    chunk = static_cast<Chunk *>(XML_Malloc(nullptr, sizeof(Chunk) + room + kSlack));
+  }
+  hasFailed_ = chunk == nullptr;
+  if (hasFailed_) return nullptr;
+  chunk->next = nullptr;
+  chunk->room = room;
+  chunk->used = 0;
+  (last_ != nullptr ? last_->next : first_) = chunk;
+  last_ = chunk;
+  wideEnd_ = chunk->text() + room;
+  return chunk->text();
+}
+
+void PrintedText::end(const char *place) {
+  if (hasFailed_ || place == nullptr) return;
+  last_->used = static_cast<size_t>(place - last_->text());
+  length_ += last_->used;
+  hasFailed_ = length_ > kLongestText;
 }
 
 char *PrintedText::handOut() const {
-  const size_t held = length();
   if (hasFailed_) return nullptr;
-  auto *text = static_cast<char *>(XML_Malloc(nullptr, held + 1));
+  auto *text = static_cast<char *>(XML_Malloc(nullptr, length_ + 1));
   if (text == nullptr) return nullptr;
-  std::memcpy(text, text_, held);
-  text[held] = '\0';
+  char *to = text;
+  for (Chunk *chunk = first_; chunk != nullptr; chunk = chunk->next) {
+    std::memcpy(to, chunk->text(), chunk->used);
+    to += chunk->used;
+  }
+  *to = '\0';
   return text;
 }

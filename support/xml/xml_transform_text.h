@@ -3,11 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
-// Grows in proportion to what it holds, so that printing stays linear, and is handed out exactly as
-// large as needed. Once memory has run out, or the text is longer than 32 bits can tell, nothing
-// more is written.
+// Chunks that grow in proportion to what they hold, so that printing stays linear and nothing is
+// moved before the text is handed out, exactly as large as it is. The printer carries the place to
+// write at through its steps: in a register, not in here. It is null before the first byte, and once
+// memory has run out or the text is longer than 32 bits can tell.
 class PrintedText {
  public:
   PrintedText() = default;
@@ -15,54 +15,32 @@ class PrintedText {
   PrintedText(const PrintedText &) = delete;
   PrintedText &operator=(const PrintedText &) = delete;
 
-  template <size_t size>
-  void writeLiteral(const char (&literal)[size]) {
-    write(literal, size - 1);
+  // A place with room for so many bytes and kSlack more, which whole vectors may be written to.
+  char *withRoom(char *place, size_t count) {
+    // The place may lie in the slack.
+    const bool fits = place != nullptr && static_cast<ptrdiff_t>(count) <= wideEnd_ - place;
+    return fits ? place : addChunk(place, count);
   }
 
-  void write(const char *text, size_t count) {
-    if (!reserve(count)) return;
-    std::memcpy(place_, text, count);
-    place_ += count;
-  }
+  static constexpr size_t kSlack = 64;
 
-  void writeSpaces(size_t count) {
-    if (count == 0 || !reserve(count)) return;
-    std::memset(place_, ' ', count);
-    place_ += count;
-  }
+  // Ends the text.
+  void end(const char *place);
 
-  // Writes a text up to the first byte that ends a run in a table of 256, which the terminator must
-  // do, and returns where that stands.
-  const char *writeRun(const char *text, const bool *endsRun) {
-    for (;;) {
-      if (!reserve(kStep)) return text + std::strlen(text);
-      char *to = place_;
-      char *const stop = to + kStep;
-      while (to < stop && !endsRun[static_cast<uint8_t>(*text)]) *to++ = *text++;
-      place_ = to;
-      if (to < stop) return text;
-    }
-  }
+  bool hasFailed() const { return hasFailed_; }
+  size_t length() const { return length_; }
 
-  // Whether nothing was to be written.
-  bool isEmpty() const { return length() == 0 && !hasFailed_; }
-
-  size_t length() const { return static_cast<size_t>(place_ - text_); }
-
-  // The text, terminated and of exactly its length, from the allocation hook. Null when memory runs
-  // or ran out.
+  // The text that was ended, terminated, from the allocation hook. Null when memory runs out.
   char *handOut() const;
 
  private:
-  static constexpr size_t kStep = 64;
+  struct Chunk;
 
-  bool reserve(size_t count) { return count <= static_cast<size_t>(end_ - place_) || grow(count); }
+  char *addChunk(char *place, size_t count);
 
-  bool grow(size_t count);
-
-  char *text_ = nullptr;
-  char *place_ = nullptr;
-  char *end_ = nullptr;
+  Chunk *first_ = nullptr;
+  Chunk *last_ = nullptr;
+  char *wideEnd_ = nullptr;  // of the last chunk, without the slack
+  size_t length_ = 0;        // in the chunks before the last
   bool hasFailed_ = false;
 };

@@ -11,7 +11,7 @@
       Types the commands of a session into a shell and compares what follows.
   shown.py references DOCUMENT...
       Looks for what the documents point at: other documents and their sections, files of the
-      project, commands of ./dev.
+      project, names of the interface and of the build.
 
 What counts in a document: a code block in C or C++ is a program, whole if it has a main, else the
 body of one; the block after "It prints" is its output. A block whose language is followed by a
@@ -190,7 +190,7 @@ def headings(document):
         return {name_of(text) for kind, _, text in blocks(file.read()) if kind == "heading"}
 
 
-def broken(document, known_commands):
+def broken(document):
     """What a document points at that is not there."""
     with open(document) as file:
         text = file.read()
@@ -202,9 +202,6 @@ def broken(document, known_commands):
         path = os.path.normpath(os.path.join(folder, path)) if path else document
         if not os.path.exists(path) or (section and section not in headings(path)):
             yield "link to " + target
-    for command in re.findall(r"\./dev ([a-z]+)", text):
-        if command not in known_commands:
-            yield "./dev " + command
     for path in re.findall(r"`((?:[\w.*-]+/)+[\w.*-]*)`", text):
         places = (os.path.join(place, path) for place in (".", folder, "support/xml"))
         if not path.startswith("build/") and not any(glob.glob(place) for place in places):
@@ -225,10 +222,8 @@ def known_names():
 
 
 def references(arguments):
-    usage = subprocess.run(["./dev", "help"], stdout=subprocess.PIPE, text=True, check=True).stdout
-    known_commands = re.findall(r"^\./dev (\w+)", usage, re.M)
     found = ["%s: there is no %s" % (document, what) for document in arguments.documents
-             for what in broken(document, known_commands)]
+             for what in broken(document)]
     print("\n".join(found))
     return 1 if found else 0
 

@@ -1,0 +1,92 @@
+// Sixteen bytes at once, at any address, on every machine.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+using Vector = uint8_t __attribute__((vector_size(16)));
+constexpr size_t kVectorSize = sizeof(Vector);
+
+inline Vector loadVector(const void *from) {
+  Vector bytes;
+  std::memcpy(&bytes, from, kVectorSize);
+  return bytes;
+}
+
+// Fewer bytes than a vector has, and zeros behind them.
+inline Vector loadFirst(const char *from, size_t count) {
+  Vector bytes = {};
+  if constexpr (std::endian::native != std::endian::little) {
+    std::memcpy(&bytes, from, count);
+    return bytes;
+  }
+  // Two loads that overlap, whatever the count; a loop could not be foretold.
+  const auto load = [from]<typename Word>(size_t at, Word) {
+    Word word = 0;
+    std::memcpy(&word, from + at, sizeof word);
+    return uint64_t{word};
+  };
+  uint64_t words[2] = {};
+  if (count >= sizeof(uint64_t)) {
+    words[0] = load(0, uint64_t{});
+    // In two steps, since with eight bytes all of them go.
+    words[1] = load(count - sizeof(uint64_t), uint64_t{}) >> 1 >> (8 * (kVectorSize - count) - 1);
+  } else if (count >= sizeof(uint32_t)) {
+    const size_t last = count - sizeof(uint32_t);
+    words[0] = load(0, uint32_t{}) | load(last, uint32_t{}) << 8 * last;
+  } else if (count > 0) {
+    const size_t middle = count / 2;
+    const size_t last = count - 1;
+    words[0] = load(0, uint8_t{}) | load(middle, uint8_t{}) << 8 * middle |
+               load(last, uint8_t{}) << 8 * last;
+  }
+  using Words = uint64_t __attribute__((vector_size(16)));
+  return reinterpret_cast<Vector>(Words{words[0], words[1]});
+}
+
+inline void storeVector(void *to, Vector bytes) { std::memcpy(to, &bytes, kVectorSize); }
+
+// Copies a string without its terminator, with whole vectors that may be written up to a vector too
+// far; returns where it ends.
+inline char *copyString(char *to, const char *from, size_t length) {
+  if (length < kVectorSize) {
+    storeVector(to, loadFirst(from, length));
+    return to + length;
+  }
+  const size_t last = length - kVectorSize;
+  for (size_t i = 0; i < last; i += kVectorSize) storeVector(to + i, loadVector(from + i));
+  storeVector(to + last, loadVector(from + last));
+  return to + length;
+}
+
+// The number of bytes before the first that is not zero; the found bytes are all ones or zero.
+inline size_t countBeforeFound(Vector found) {
+#if defined(__SSE2__)
+  const auto bits = static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(found)));
+  return static_cast<size_t>(std::countr_zero(bits | uint32_t{1} << kVectorSize));
+#else
+  for (size_t i = 0; i < kVectorSize; ++i) {
+    if (found[i] != 0) return i;
+  }
+  return kVectorSize;
+#endif
+}
+
+// Whether two vectors are the same in so many of their last bytes.
+inline bool endAlike(Vector a, Vector b, size_t count) {
+#if defined(__SSE2__)
+  const auto bits = static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(a != b)));
+  return bits >> (kVectorSize - count) == 0;
+#else
+  for (size_t i = kVectorSize - count; i < kVectorSize; ++i) {
+    if (a[i] != b[i]) return false;
+  }
+  return true;
+#endif
+}

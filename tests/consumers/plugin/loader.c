@@ -1,0 +1,48 @@
+/* Loads the library by name while running, uses it, unloads it, and does so again. */
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <neb_xml.h>
+#include <stdio.h>
+
+/* The standard gives no cast from an object's address to a function's. */
+static int Find(void *library, const char *name, void *function) {
+  *(void **)function = dlvsym(library, name, "NEB_XML_2");
+  return *(void **)function != NULL;
+}
+
+static int PrintOnce(void *library) {
+  uint32_t (*parse)(const char *, XmlNode **);
+  uint32_t (*transform)(const XmlNode *, char **);
+  void (*freeMem)(void *);
+  void (*freeNode)(XmlNode *);
+  XmlNode *document;
+  char *text;
+
+  if (!Find(library, "NEB_XML_ParseEx", &parse) ||
+      !Find(library, "NEB_XML_Transform", &transform) ||
+      !Find(library, "NEB_XML_FreeMem", &freeMem) ||
+      !Find(library, "NEB_XML_FreeNode", &freeNode) ||
+      parse("<plugin/>", &document) != NEB_XML_OK || transform(document, &text) != NEB_XML_OK) {
+    return 1;
+  }
+  fputs(text, stdout);
+  freeMem(text);
+  freeNode(document);
+  return 0;
+}
+
+int main(int count, char **arguments) {
+  int round;
+  for (round = 0; round < 2; ++round) {
+    void *library = count == 2 ? dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL) : NULL;
+    if (library == NULL || PrintOnce(library) != 0 || dlclose(library) != 0) {
+      fprintf(stderr, "%s\n", dlerror());
+      return 1;
+    }
+    if (dlopen(arguments[1], RTLD_NOW | RTLD_NOLOAD) != NULL) {
+      fputs("not unloaded\n", stderr);
+      return 1;
+    }
+  }
+  return 0;
+}
