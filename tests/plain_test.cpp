@@ -27,8 +27,11 @@ constexpr const char *kGood[] = {"<b/>",
                                  "<d x = '1'/>",
                                  "<d\tx='1'\ny='a>b'>\t&#9;</d>",
                                  "<e x='<![CDATA[y]]>' &amp;='2'/>",
-                                 "<f\n/>"};
-constexpr const char *kBad[] = {"text", "<a x='1' x='2'/>", "</p:b>", "<a", "&", "<a b='&c;'/>"};
+                                 "<f\n/>",
+                                 "<g- x='1'>t</g->",
+                                 "<h>/usr/lib</h>"};
+constexpr const char *kBad[] = {"text",         "<a x='1' x='2'/>",  "</p:b>", "<a", "&",
+                                "<a b='&c;'/>", "<a-- x='1'>t</a-->"};
 
 // Mostly well-formed.
 std::string randomMarkup(std::mt19937 *random) {

@@ -114,9 +114,9 @@ enum NEB_XML_RESULT {
 
 /** Node types. */
 enum NEB_XML_NODE_TYPE {
-  NEB_XML_NODE_ELEMENT = 0,
-  NEB_XML_NODE_ATTRIBUTE = 1,
-  NEB_XML_NODE_DOCUMENT = 12
+  NEB_XML_NODE_ELEMENT = 0,   /**< An element, below the root or detached. */
+  NEB_XML_NODE_ATTRIBUTE = 1, /**< An attribute of an element or a document. */
+  NEB_XML_NODE_DOCUMENT = 12  /**< A document, which is the root element itself. */
 };
 
 /** Value types: how the variable of a typed read or write is laid out, and its text. */
@@ -233,9 +233,10 @@ NEB_XML_API uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const
                                           const char *name, const char *value, XmlNode **node);
 
 /**
- * Replaces a node's strings: null leaves a field alone, empty clears it, other text replaces it.
+ * Replaces a node's strings.
  *
- * node  any node, attributes included.
+ * node                 any node, attributes included.
+ * prefix, name, value  copied; null leaves the field alone, an empty text clears it.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node; NEB_XML_ERR_NO_MEMORY when a
  * copy could not be made: then no field is replaced, while fields cleared by empty arguments stay
@@ -318,8 +319,10 @@ NEB_XML_API XmlNode *NEB_XML_Iterator(const XmlNode *node);
 /* ------------------------------------------------------------------------------------------- */
 /*
  * An attribute is known by its prefix and its name together. Attributes stand in the order of
- * addition. The element of each call is an element or a document; null or an attribute is
- * NEB_XML_ERR_INVALID_PARAM. Lookups cost the number of the element's attributes.
+ * addition. Lookups cost the number of the element's attributes.
+ *
+ * element  an element or a document; null or an attribute is NEB_XML_ERR_INVALID_PARAM.
+ * name     the attribute's name, without its prefix.
  */
 
 /**
@@ -335,7 +338,9 @@ NEB_XML_API uint32_t NEB_XML_GetAttr(const XmlNode *element, const char *prefix,
                                      const char **value);
 
 /**
- * Reads the first attribute's strings, each given as null when the attribute lacks it.
+ * Reads the first attribute's strings.
+ *
+ * prefix, name, value  receive the strings, null for one that the attribute lacks.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for any null argument; NEB_XML_ERR_NOT_FOUND when
  * the element has no attribute.
@@ -344,8 +349,9 @@ NEB_XML_API uint32_t NEB_XML_GetFirstAttr(const XmlNode *element, const char **p
                                           const char **name, const char **value);
 
 /**
- * As NEB_XML_GetFirstAttr; also stores the attribute as a cursor for
- * NEB_XML_GetNextSiblingAttrEx, unless cursor is null.
+ * As NEB_XML_GetFirstAttr, and begins a walk.
+ *
+ * cursor  receives the attribute, for NEB_XML_GetNextSiblingAttrEx; may be null.
  */
 NEB_XML_API uint32_t NEB_XML_GetFirstAttrEx(const XmlNode *element, const char **prefix,
                                             const char **name, const char **value,
@@ -354,7 +360,8 @@ NEB_XML_API uint32_t NEB_XML_GetFirstAttrEx(const XmlNode *element, const char *
 /**
  * Reads the strings of the attribute that follows a named one.
  *
- * prefix, name  the attribute to step from; prefix as for NEB_XML_GetAttr.
+ * prefix, name                     the attribute to step from; prefix as for NEB_XML_GetAttr.
+ * nextPrefix, nextName, nextValue  receive the strings, null for one that the attribute lacks.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or out-pointer;
  * NEB_XML_ERR_NOT_FOUND when there is no such attribute or none follows it.
@@ -366,8 +373,9 @@ NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttr(const XmlNode *element, const ch
 /**
  * Steps through the attributes of an element with a cursor.
  *
- * cursor  holds null to begin with the first attribute, or the attribute to step from; always
- *         advanced, to null after the last attribute.
+ * prefix, name, value  receive the strings, null for one that the attribute lacks.
+ * cursor               holds null to begin with the first attribute, or the attribute to step
+ *                      from; always advanced, to null after the last attribute.
  *
  * Returns NEB_XML_OK with the strings of the attribute now in the cursor;
  * NEB_XML_ERR_INVALID_PARAM for any null argument, or a cursor that holds no attribute;
@@ -394,9 +402,12 @@ NEB_XML_API uint32_t NEB_XML_AddAttr(XmlNode *element, const char *prefix, const
                                      const char *value);
 
 /**
- * Replaces the value of an existing attribute; a null or empty value clears it.
+ * Replaces the value of an existing attribute.
  *
- * An empty prefix counts as none. The attribute's name is interned as in NEB_XML_AddAttr.
+ * prefix  null or empty finds an attribute without a prefix.
+ * value   null or empty clears it.
+ *
+ * The attribute's name is interned as in NEB_XML_AddAttr.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element or name;
  * NEB_XML_ERR_NOT_FOUND when there is no such attribute; NEB_XML_ERR_INVALID_PARAM for an element
@@ -406,7 +417,9 @@ NEB_XML_API uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix, const
                                      const char *value);
 
 /**
- * Takes an attribute from its element and releases it. An empty prefix counts as none.
+ * Takes an attribute from its element and releases it.
+ *
+ * prefix  null or empty finds an attribute without a prefix.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element or name; NEB_XML_ERR_NOT_FOUND.
  */
@@ -419,6 +432,9 @@ NEB_XML_API uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, co
  * The four operations hang a detached node, with its attributes and subtree, into a tree. When
  * the topmost node of that tree is a document, the node's own name is interned as in
  * NEB_XML_AddAttr. Storage is neither moved nor copied.
+ *
+ * parent, sibling  where to insert.
+ * node             the detached node; after a failure it is still the caller's.
  *
  * Returns NEB_XML_OK, or NEB_XML_ERR_INVALID_PARAM with nothing changed for
  *   - a null argument, the same node twice, or an attribute as either of them;
@@ -466,20 +482,27 @@ NEB_XML_API uint32_t NEB_XML_SetNodeValueEx(XmlNode *node, uint32_t type, const 
 /**
  * Reads the text value of a node into a variable.
  *
+ * node      any node, attributes included.
+ * type      a code of enum XmlValueType.
+ * variable  points to a variable of that type's width; need not be aligned.
+ *
  * The text must match its form whole: for a boolean exactly "1", "true", "0" or "false"; for an
  * integer decimal digits, with an optional sign in the signed types, within the type's range.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an unknown type, a node
  * without a value, or a text of another form or out of range. On failure the variable is
- * untouched. Attributes are accepted.
+ * untouched.
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeValueEx(const XmlNode *node, uint32_t type, void *variable);
 
 /**
  * Writes a variable as the value of an attribute, which is added when it is missing.
  *
- * prefix  null finds, or makes, an attribute without a prefix. An empty prefix finds nothing and
- *         makes an attribute without one.
+ * element         an element or a document.
+ * prefix          null finds, or makes, an attribute without a prefix. An empty prefix finds
+ *                 nothing and makes an attribute without one.
+ * name            neither null nor empty.
+ * type, variable  as for NEB_XML_SetNodeValueEx.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or variable, an empty
  * name, an unknown type, or a missing attribute on an element in a chain of parentless siblings;
@@ -493,8 +516,11 @@ NEB_XML_API uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, const char *prefix
 /**
  * Reads an attribute's value into a variable, by the rules of NEB_XML_GetNodeValueEx.
  *
- * Returns its results; NEB_XML_ERR_INVALID_PARAM for a null element, name or variable;
- * NEB_XML_ERR_NOT_FOUND when there is no such attribute, whatever the type code.
+ * element, prefix, name  as for NEB_XML_GetAttr.
+ * type, variable         as for NEB_XML_GetNodeValueEx.
+ *
+ * Returns the results of NEB_XML_GetNodeValueEx; NEB_XML_ERR_INVALID_PARAM for a null element,
+ * name or variable; NEB_XML_ERR_NOT_FOUND when there is no such attribute, whatever the type code.
  */
 NEB_XML_API uint32_t NEB_XML_GetAttrValueEx(const XmlNode *element, const char *prefix,
                                             const char *name, uint32_t type, void *variable);
@@ -536,8 +562,9 @@ NEB_XML_API uint32_t NEB_XML_CloneNodeSelf(const XmlNode *source, XmlNode **copy
  * from 1. A segment without ':' matches the local name, whatever the prefix; one with ':' matches
  * prefix and name.
  *
- * path  1 to 511 bytes.
- * node  receives the node found.
+ * start  an element or a document, of any tree.
+ * path   1 to 511 bytes.
+ * node   receives the node found.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty or longer path, or
  * an attribute as start; NEB_XML_ERR_NOT_FOUND when nothing matches, for an index of more than 9
@@ -599,8 +626,11 @@ NEB_XML_API uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *pat
 /**
  * Replaces the allocation hooks, which hold malloc, calloc and free from load time.
  *
- * callocHook must give zeroed memory; both must align as malloc does. The hooks must not call the
- * library. A piece is released by the free hook of the moment of its release.
+ * mallocHook, freeHook  stand in for malloc and free.
+ * callocHook            stands in for calloc: gives zeroed memory.
+ *
+ * Memory must be aligned as malloc aligns it. The hooks must not call the library. A piece is
+ * released by the free hook of the moment of its release.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null hook, all three then unchanged.
  */
 NEB_XML_API uint32_t NEB_XML_RegMemFunc(void *(*mallocHook)(size_t),
@@ -611,7 +641,9 @@ NEB_XML_API uint32_t NEB_XML_RegMemFunc(void *(*mallocHook)(size_t),
  * Replaces the file hooks through which input files are read. They hold the C library's
  * functions from load time.
  *
- * tellHook  may be null; files can then not be loaded (NEB_XML_ERR_FILE_READ).
+ * openHook, seekHook, closeHook, readHook  stand in for fopen, fseek, fclose and fread.
+ * tellHook                                 stands in for ftell; may be null: files can then not
+ *                                          be loaded (NEB_XML_ERR_FILE_READ).
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM when another hook is null, all then unchanged.
  */
 NEB_XML_API uint32_t NEB_XML_RegFileFunc(FILE *(*openHook)(const char *, const char *),
@@ -626,7 +658,8 @@ NEB_XML_API uint32_t NEB_XML_RegDebugFunc(void (*debugHook)(const char *));
 /**
  * Copies the version banner "NEB XML 2.1.9" with its terminator.
  *
- * size  of the buffer in bytes, at least 14.
+ * buffer  receives the text.
+ * size    of the buffer in bytes, at least 14.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null buffer;
  * NEB_XML_ERR_BUFFER_TOO_SMALL with the buffer untouched.
  */
@@ -705,6 +738,7 @@ NEB_XML_API void *XML_Calloc(size_t count, size_t size);
  * Makes a zeroed, detached node of any type: an attribute for type 1, a document for 12, an
  * element record for anything else, whose type is then the low 8 bits.
  *
+ * type     of the node, see above.
  * session  to carve from, or 0 for the allocation hook. The first document made in a session owns
  *          it: releasing that document ends the session.
  * Returns null when memory runs out or the session is not open.
@@ -715,8 +749,9 @@ NEB_XML_API XmlNode *XML_NewNode(uint32_t session, uint32_t type);
  * Sets those strings that are neither null nor empty, all or none, copying with XML_Strdup's rule
  * for owner. Old strings go back to where they came from.
  *
- * owner  null, the node itself, or the node whose tree the node is about to join.
- * node   not null.
+ * owner                null, the node itself, or the node whose tree the node is about to join.
+ * node                 not null.
+ * prefix, name, value  copied; null or empty leaves the field alone.
  * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY with the node unchanged.
  */
 NEB_XML_API uint32_t XML_SetNode(XmlNode *owner, XmlNode *node, const char *prefix,
@@ -835,19 +870,16 @@ enum NEB_XML_PARSE_FLAG {
  * column are 0.
  */
 typedef struct NEB_XML_PARSE_ERROR {
-  uint32_t code;      /**< The result code that the call returns. */
-  const char *reason; /**< A constant text of its own for each way to fail; never null. */
-  size_t offset;
-  size_t line;
-  size_t column;
-  /** An end tag that does not match: its name, and the name and '<' of the start tag it should
-   *  close. The lengths are 0 for every other failure, and that of the start tag's name also when
-   *  memory was too short to find it. */
-  size_t endNameOffset;
-  size_t endNameLength;
-  size_t startNameOffset;
-  size_t startNameLength;
-  size_t startTagOffset;
+  uint32_t code;          /**< The result code that the call returns. */
+  const char *reason;     /**< A constant text of its own for each way to fail; never null. */
+  size_t offset;          /**< The place, in bytes from the start. */
+  size_t line;            /**< Its line. */
+  size_t column;          /**< Its column. */
+  size_t endNameOffset;   /**< The name in an end tag that does not match. */
+  size_t endNameLength;   /**< 0 for every other failure. */
+  size_t startNameOffset; /**< The name of the start tag that it should close. */
+  size_t startNameLength; /**< 0 also when memory was too short to find that. */
+  size_t startTagOffset;  /**< The '<' of that start tag. */
 } NEB_XML_PARSE_ERROR;
 
 /**
@@ -855,6 +887,7 @@ typedef struct NEB_XML_PARSE_ERROR {
  *
  * bytes   need not be terminated and are never read beyond length; the text ends early at a NUL.
  *         A copy of them is held during the call.
+ * length  in bytes.
  * flags   NEB_XML_PARSE_SESSION or 0; unknown bits are refused.
  * outDoc  receives the document node on success; untouched on failure.
  * error   may be null; filled on failure only. A failed text is then parsed a second time.
@@ -865,8 +898,13 @@ typedef struct NEB_XML_PARSE_ERROR {
 NEB_XML_API uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint32_t flags,
                                          XmlNode **outDoc, NEB_XML_PARSE_ERROR *error);
 
-/** Reads a file through the file hooks and parses it as NEB_XML_ParseBuffer does; results of both
- *  that and NEB_XML_ParseFile. */
+/**
+ * Reads a file through the file hooks and parses it as NEB_XML_ParseBuffer does.
+ *
+ * path  passed unchanged to the open hook.
+ *
+ * Returns the results of NEB_XML_ParseBuffer and those of NEB_XML_ParseFile.
+ */
 NEB_XML_API uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, XmlNode **outDoc,
                                            NEB_XML_PARSE_ERROR *error);
 

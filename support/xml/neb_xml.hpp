@@ -38,6 +38,7 @@ namespace neb::xml {
  */
 class Status {
  public:
+  /** A code of the C interface, and whether it is NEB_XML_OK. */
   Status(std::uint32_t code) noexcept : code_(code) {}
   explicit operator bool() const noexcept { return code_ == NEB_XML_OK; }
   std::uint32_t code() const noexcept { return code_; }
@@ -48,11 +49,11 @@ class Status {
 
 /** Why a call failed; for a text that was parsed also where. Line and column count from 1. */
 struct Error {
-  std::uint32_t code = NEB_XML_OK;
-  const char *reason = "";
-  std::size_t offset = 0;
-  std::size_t line = 0;
-  std::size_t column = 0;
+  std::uint32_t code = NEB_XML_OK; /**< Of the C interface. */
+  const char *reason = "";         /**< A constant text. */
+  std::size_t offset = 0;          /**< In bytes, from 0. */
+  std::size_t line = 0;            /**< 0 when there is no place. */
+  std::size_t column = 0;          /**< In bytes; 0 when there is no place. */
 };
 
 /**
@@ -64,9 +65,11 @@ struct Error {
 template <typename Value>
 class Result {
  public:
+  /** Holds a value, or an error. */
   Result(Value value) : value_(std::move(value)) {}
   Result(const Error &error) : error_(error) {}
 
+  /** Whether there is a value; the error, which tells nothing when there is one. */
   explicit operator bool() const noexcept { return value_.has_value(); }
   const Error &error() const noexcept { return error_; }
 
@@ -76,6 +79,8 @@ class Result {
   Value &&operator*() &&noexcept { return std::move(*value_); }
   Value *operator->() noexcept { return &*value_; }
   const Value *operator->() const noexcept { return &*value_; }
+
+  /** The value, or another when there is none. */
   Value value_or(Value other) const { return value_.value_or(std::move(other)); }
 
  private:
@@ -83,17 +88,19 @@ class Result {
   Error error_;
 };
 
+/** A text of a node; none and an empty one are told apart. */
 using Text = std::optional<std::string_view>;
 
 /** All three texts of a node or attribute, read by one call. */
 struct Strings {
-  Text prefix;
-  Text name;
-  Text value;
+  Text prefix; /**< What stands before the colon. */
+  Text name;   /**< The local name. */
+  Text value;  /**< The text or the attribute's value. */
 };
 
 namespace detail {
 
+/** A text of the C interface; none when it is null. */
 inline Text text_of(const char *text) noexcept {
   return text == nullptr ? Text() : Text(std::string_view(text));
 }
@@ -141,6 +148,7 @@ struct Typed<std::int32_t> : TypedAs<std::int32_t, NEB_XML_VALUE_INT32> {};
 template <>
 struct Typed<std::uint32_t> : TypedAs<std::uint32_t, NEB_XML_VALUE_UINT32> {};
 
+/** Names a type only for those that the typed calls take. */
 template <typename Value>
 using IfTyped = typename Typed<Value>::Variable;
 
@@ -156,14 +164,17 @@ Result<Value> read_typed(Call call) {
 /** What Node and Attribute have in common. */
 class View {
  public:
+  /** Nothing, or a node of the C interface. */
   View() = default;
   explicit View(XmlNode *node) noexcept : node_(node) {}
 
+  /** Whether there is a node. */
   explicit operator bool() const noexcept { return node_ != nullptr; }
 
   /** The node of the C interface; null for an empty view. */
   XmlNode *get() const noexcept { return node_; }
 
+  /** The texts of the node, as short-lived as they are there; none of an empty view. */
   Strings strings() const noexcept {
     const char *prefix = nullptr;
     const char *name = nullptr;
@@ -171,7 +182,6 @@ class View {
     NEB_XML_GetNodeValue(node_, nullptr, &prefix, &name, &value);
     return {text_of(prefix), text_of(name), text_of(value)};
   }
-
   Text prefix() const noexcept {
     const char *prefix = nullptr;
     NEB_XML_GetNodeValue(node_, nullptr, &prefix, nullptr, nullptr);
@@ -196,11 +206,11 @@ class View {
     });
   }
 
+  /** Sets the value; an empty text clears it. See NEB_XML_SetNode and NEB_XML_SetNodeValueEx. */
   Status set(std::string_view value) {
     return NEB_XML_SetNode(node_, nullptr, nullptr, Terminated(value).get());
   }
   Status set(const char *value) { return NEB_XML_SetNode(node_, nullptr, nullptr, value); }
-
   template <typename Value, typename = IfTyped<Value>>
   Status set(Value value) {
     const typename Typed<Value>::Variable variable = value;
@@ -208,7 +218,7 @@ class View {
   }
 
  protected:
-  XmlNode *node_ = nullptr;
+  XmlNode *node_ = nullptr; /**< Null for an empty view. */
 };
 
 /** A forward iterator over views; Step tells what follows one. */
@@ -275,12 +285,14 @@ class Attribute : public detail::View {
  public:
   using View::View;
 
+  /** The value as a bool or an integer of 8, 16 or 32 bits. */
   template <typename Value>
   Result<Value> get() const {
     return get_as<Value>();
   }
   using View::get;
 
+  /** The next attribute of the element; empty behind the last. */
   Attribute next() const noexcept { return Attribute(NEB_XML_GetNodeNextSibling(node_)); }
 };
 
@@ -313,6 +325,7 @@ class Node : public detail::View {
  public:
   using View::View;
 
+  /** The neighbours; empty where there is none. */
   Node parent() const noexcept { return Node(NEB_XML_GetNodeParent(node_)); }
   Node first_child() const noexcept { return Node(NEB_XML_GetNodeFirstChild(node_)); }
   Node last_child() const noexcept { return Node(NEB_XML_GetNodeLastChild(node_)); }
@@ -327,8 +340,9 @@ class Node : public detail::View {
   auto descendants() const {
     return detail::Range<Node, NextBefore>(first_child(), {after_subtree().get()});
   }
-  auto attributes() const { return detail::Range<Attribute, NextAttribute>(first_attribute(), {}); }
 
+  /** The attributes, in their order; the first of them. */
+  auto attributes() const { return detail::Range<Attribute, NextAttribute>(first_attribute(), {}); }
   Attribute first_attribute() const noexcept {
     const char *ignored = nullptr;
     XmlNode *cursor = nullptr;
@@ -379,10 +393,13 @@ class Node : public detail::View {
     const typename detail::Typed<Value>::Variable variable = value;
     return NEB_XML_SetAttrValueEx(node_, prefix, name, detail::Typed<Value>::type, &variable);
   }
+
+  /** Takes an attribute from the element and releases it. */
   Status remove_attribute(const char *name, const char *prefix = nullptr) {
     return NEB_XML_RemoveAttr(node_, prefix, name);
   }
 
+  /** Changes the local name, or the prefix; an empty text clears it. */
   Status set_name(std::string_view name) {
     return NEB_XML_SetNode(node_, nullptr, detail::Terminated(name).get(), nullptr);
   }
@@ -461,6 +478,8 @@ class Node : public detail::View {
 class Document {
  public:
   Document() = default;
+
+  /** Moves: the other document is empty afterwards. */
   Document(Document &&other) noexcept : node_(std::exchange(other.node_, nullptr)) {}
   Document &operator=(Document &&other) noexcept {
     if (this == &other) return *this;
@@ -468,6 +487,8 @@ class Document {
     node_ = std::exchange(other.node_, nullptr);
     return *this;
   }
+
+  /** Releases the document and what is in it. */
   ~Document() { NEB_XML_FreeNode(node_); }
 
   /** Parses a text, which need not be terminated, into a document with a memory session. */
@@ -479,6 +500,7 @@ class Document {
     return made(code, node, error);
   }
 
+  /** Parses a file, read through the file hooks, into a document with a memory session. */
   static Result<Document> parse_file(const std::string &path) {
     XmlNode *node = nullptr;
     NEB_XML_PARSE_ERROR error;
@@ -496,11 +518,13 @@ class Document {
     return Document(node);
   }
 
+  /** Whether there is a document. */
   explicit operator bool() const noexcept { return node_ != nullptr; }
 
   /** The document node, which is the root element. */
   Node root() const noexcept { return Node(node_); }
 
+  /** A copy with a memory session of its own. */
   Result<Document> clone() const {
     XmlNode *copy = nullptr;
     const std::uint32_t code = NEB_XML_CloneNode(node_, &copy);
@@ -508,6 +532,7 @@ class Document {
     return Document(copy);
   }
 
+  /** The text of the document, with indent spaces for each level. */
   Result<std::string> to_string(std::uint32_t indent = 0) const { return root().to_string(indent); }
 
   /** Replaces a file whole or not at all, see NEB_XML_SaveFile. */

@@ -1,0 +1,51 @@
+/* Edits a configuration and saves it: edit FILE OUT */
+#include <stdio.h>
+#include <stdlib.h>
+
+#include "neb_xml.h"
+
+/* Each step is taken only if all before it were. */
+static uint32_t edit(XmlNode *device) {
+  const uint16_t mtu = 9000;
+  XmlNode *node;
+  XmlNode *added;
+  uint32_t result;
+
+  result = NEB_XML_GetNodeByUrl(device, "device.interfaces.interface.2.mtu", &node);
+  if (result == NEB_XML_OK) result = NEB_XML_SetNodeValueEx(node, NEB_XML_VALUE_UINT16, &mtu);
+  if (result == NEB_XML_OK) result = NEB_XML_AddAttr(node, NULL, "unit", "bytes");
+
+  if (result == NEB_XML_OK) {
+    result = NEB_XML_GetNodeByUrl(device, "device.users.user.2", &node);
+  }
+  if (result == NEB_XML_OK) NEB_XML_FreeNode(node);
+
+  if (result == NEB_XML_OK) result = NEB_XML_GetNodeByUrl(device, "device.services.ntp", &node);
+  if (result == NEB_XML_OK) {
+    result = NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, NULL, "server", "ntp3.example.net", &added);
+  }
+  if (result != NEB_XML_OK) return result;
+  result = NEB_XML_AppendChildNode(node, added);
+  if (result != NEB_XML_OK) NEB_XML_FreeNode(added); /* it is still ours */
+  return result;
+}
+
+int main(int argc, char **argv) {
+  XmlNode *device;
+  uint32_t result;
+
+  if (argc != 3) {
+    fprintf(stderr, "usage: edit FILE OUT\n");
+    return EXIT_FAILURE;
+  }
+  result = NEB_XML_ParseFileEx(argv[1], &device);
+  if (result == NEB_XML_OK) {
+    result = edit(device);
+    /* The old file or the new one is there whole at any moment. */
+    if (result == NEB_XML_OK) result = NEB_XML_SaveFile(device, argv[2], 2);
+    /* Releases the document and all in it, the node from CreateNode too. */
+    NEB_XML_FreeNode(device);
+  }
+  if (result != NEB_XML_OK) fprintf(stderr, "%s: error %x\n", argv[1], result);
+  return result == NEB_XML_OK ? EXIT_SUCCESS : EXIT_FAILURE;
+}

@@ -1,0 +1,43 @@
+/* Reads a configuration: read FILE */
+#include <stdio.h>
+#include <stdlib.h>
+
+#include "neb_xml.h"
+
+static void show(const XmlNode *interface) {
+  const char *name = NULL;
+  XmlNode *mtu;
+  XmlNode *speed;
+  uint32_t bytes = 0;
+  uint32_t megabits = 0;
+
+  NEB_XML_GetAttr(interface, NULL, "name", &name);
+  if (NEB_XML_GetNodeByUrl(interface, "interface.mtu", &mtu) == NEB_XML_OK) {
+    NEB_XML_GetNodeValueEx(mtu, NEB_XML_VALUE_UINT32, &bytes);
+  }
+  printf("%-12s mtu %u", name != NULL ? name : "?", bytes);
+  /* Not every interface tells its speed. */
+  if (NEB_XML_GetNodeByUrl(interface, "interface.speed", &speed) == NEB_XML_OK &&
+      NEB_XML_GetNodeValueEx(speed, NEB_XML_VALUE_UINT32, &megabits) == NEB_XML_OK) {
+    printf(", %u Mbit/s", megabits);
+  }
+  printf("\n");
+}
+
+int main(int argc, char **argv) {
+  const char *path = argc > 1 ? argv[1] : "samples/device.xml";
+  XmlNode *device;
+  XmlNode *interfaces;
+  NEB_XML_PARSE_ERROR error;
+
+  if (NEB_XML_ParseFileInfo(path, NEB_XML_PARSE_SESSION, &device, &error) != NEB_XML_OK) {
+    fprintf(stderr, "%s:%zu:%zu: %s\n", path, error.line, error.column, error.reason);
+    return EXIT_FAILURE;
+  }
+  if (NEB_XML_GetNodeByUrl(device, "device.interfaces", &interfaces) == NEB_XML_OK) {
+    const XmlNode *child = NEB_XML_GetNodeFirstChild(interfaces);
+    for (; child != NULL; child = NEB_XML_GetNodeNextSibling(child)) show(child);
+  }
+  NEB_XML_FreeNode(device);
+  return EXIT_SUCCESS;
+}

@@ -1,0 +1,39 @@
+// Edits a configuration and saves it: edit FILE OUT
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+#include "neb_xml.hpp"
+
+using neb::xml::Node;
+using neb::xml::Status;
+
+static Status edit(Node device) {
+  Node mtu = device.find("device.interfaces.interface.2.mtu");
+  if (Status status = mtu.set(std::uint16_t{9000}); !status) return status;
+  if (Status status = mtu.set_attribute("unit", "bytes"); !status) return status;
+
+  device.find("device.users.user.2").remove();
+
+  // A call on an empty view fails: no step needs to ask whether the one before found its node.
+  auto server = device.find("device.services.ntp").append("server");
+  if (!server) return server.error().code;
+  return server->set("ntp3.example.net");
+}
+
+int main(int argc, char **argv) {
+  if (argc != 3) {
+    std::fprintf(stderr, "usage: edit FILE OUT\n");
+    return EXIT_FAILURE;
+  }
+  const auto device = neb::xml::Document::parse_file(argv[1]);
+  if (!device) {
+    std::fprintf(stderr, "%s: %s\n", argv[1], device.error().reason);
+    return EXIT_FAILURE;
+  }
+  Status status = edit(device->root());
+  // The old file or the new one is there whole at any moment.
+  if (status) status = device->save(argv[2], 2);
+  if (!status) std::fprintf(stderr, "%s: error %x\n", argv[1], status.code());
+  return status ? EXIT_SUCCESS : EXIT_FAILURE;
+}
