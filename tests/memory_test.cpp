@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <random>
 #include <tuple>
@@ -123,77 +122,6 @@ TEST(Version, FitsIn14Bytes) {
     EXPECT_EQ(buffer, banner + std::string(100 - banner.size(), '#')) << size;
   }
   EXPECT_EQ(NEB_XML_GetVersion(nullptr, 100), kInvalid);
-}
-
-struct ModelBlock {
-  char *data;
-  int32_t remaining, capacity;
-};
-
-// Carves as told, and compares the address of each piece with the one a walk of all blocks gives.
-class ModelSession {
- public:
-  explicit ModelSession(int32_t size) : handle_(XML_MemSessionBegin(size)) { addBlock(size); }
-  ~ModelSession() { EXPECT_EQ(XML_MemSessionEnd(handle_), 1U); }
-
-  void carve(int32_t size, bool growthFails) {
-    auto block = std::find_if(blocks_.begin(), blocks_.end(),
-                              [size](const ModelBlock &each) { return each.remaining >= size; });
-    const bool grows = block == blocks_.end();
-    if (grows && growthFails) {
-      const guarded::FailingAllocation failing(1);
-      ASSERT_TRUE(XML_MemSpecialMalloc(handle_, size) == nullptr && failing.happened());
-    }
-    const size_t allocations = guarded::allocations();
-    auto *piece = static_cast<char *>(XML_MemSpecialMalloc(handle_, size));
-    ASSERT_EQ(guarded::allocations() - allocations, grows ? 1U : 0U) << "for " << size;
-    if (grows) {
-      int32_t capacity = blocks_.back().capacity;
-      while (capacity < size) capacity *= 2;
-      addBlock(capacity);
-      block = blocks_.end() - 1;
-    }
-    ASSERT_TRUE(piece == block->data + block->capacity - block->remaining) << "for " << size;
-    ASSERT_TRUE(std::all_of(piece, piece + size, [](char byte) { return byte == 0; }));
-    std::memset(piece, 0xFF, static_cast<size_t>(size));
-    block->remaining -= size;
-  }
-
-  size_t blocks() const { return blocks_.size(); }
-  int32_t roomInLast() const { return blocks_.back().remaining; }
-
- private:
-  void addBlock(int32_t capacity) {
-    char *memory = static_cast<char *>(guarded::lastCalloc());
-    ASSERT_EQ(reinterpret_cast<XmlMemBlock *>(memory)->capacity, capacity);
-    blocks_.push_back({memory + sizeof(XmlMemBlock), capacity, capacity});
-  }
-
-  uint32_t handle_;
-  std::vector<ModelBlock> blocks_;
-};
-
-TEST(Session, IsFirstFitWhateverTheSizes) {
-  const std::function<int32_t(int32_t, ModelSession &)> mixes[] = {
-      [](int32_t any, ModelSession &) { return any % 300 + 1; },
-      [](int32_t any, ModelSession &) { return any % 512 + 1; },
-      [](int32_t any, ModelSession &) { return any % 3 == 0 ? any % 11 + 1 : 300 + any % 200; },
-      [](int32_t any, ModelSession &) { return any % 2 == 0 ? 512 - any % 64 : any % 40 + 1; },
-      [](int32_t any, ModelSession &) { return 1 << any % 10; },
-      [](int32_t any, ModelSession &) { return any % 700 == 0 ? 2000 : any % 257 + 100; },
-      [](int32_t any, ModelSession &session) {
-        return any % 2 == 0 ? std::max(1, session.roomInLast() + any % 3 - 1) : any % 90 + 1;
-      }};
-  std::mt19937 random(3);
-  for (const auto &mix : mixes) {
-    ModelSession session(512);
-    for (int i = 0; i < 5000; ++i) {
-      const auto any = static_cast<int32_t>(random() >> 1U);
-      session.carve(mix(any, session), any % 7 == 0);
-      if (HasFatalFailure()) return;
-    }
-    EXPECT_GT(session.blocks(), 200U);
-  }
 }
 
 TEST(Session, RefusesWhatItCannotGive) {
@@ -411,29 +339,6 @@ TEST(Buffer, RefusesLengthsBeyond32BitsAndWrongArguments) {
     XML_MembufInit(each);
     XML_MembufDestroy(each);
   }
-}
-
-TEST(Buffer, HoldsWhatAStringHoldsAfterRandomEdits) {
-  std::mt19937 random(5);
-  XmlMemBuf buffer;
-  XML_MembufInit(&buffer);
-  std::string model;
-  for (int i = 0; i < 20000; ++i) {
-    std::string text(random() % 40 == 0 ? random() % 3000 : random() % 30, 'x');
-    for (char &byte : text) byte = static_cast<char>('a' + random() % 26);
-    const char operation = "+1iii=s"[random() % 50 == 0 ? 5 + random() % 2 : random() % 5];
-    const auto position = static_cast<uint32_t>(random() % (model.size() + 1));
-    if (operation == 'i' && !text.empty()) text[random() % text.size()] = '\0';
-    if (operation == '=' || operation == 's') model.clear();
-    ASSERT_EQ(apply(operation, &buffer, text, position), kOk);
-    if (operation == '1') text = text.empty() ? std::string(1, '\0') : text.substr(0, 1);
-    model.insert(operation == 'i' ? position : model.size(), text);
-    ASSERT_TRUE(buffer.length == model.size() && buffer.length <= buffer.capacity);
-    if (buffer.data != nullptr) {
-      ASSERT_TRUE(std::memcmp(buffer.data, model.c_str(), model.size() + 1) == 0) << operation;
-    }
-  }
-  XML_MembufDestroy(&buffer);
 }
 
 }  // namespace

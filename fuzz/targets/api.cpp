@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "neb_xml.h"
 #include "support/bytes.h"
 #include "support/hooks.h"
 #include "support/require.h"
@@ -20,15 +19,9 @@
 
 namespace {
 
-constexpr uint32_t kOk = NEB_XML_OK;
-constexpr uint32_t kInvalid = NEB_XML_ERR_INVALID_PARAM;
-constexpr uint32_t kNotFound = NEB_XML_ERR_NOT_FOUND;
-constexpr uint32_t kExists = NEB_XML_ERR_ALREADY_EXISTS;
-constexpr uint32_t kNoMemory = NEB_XML_ERR_NO_MEMORY;
 constexpr uint32_t kElement = NEB_XML_NODE_ELEMENT;
 constexpr uint32_t kAttribute = NEB_XML_NODE_ATTRIBUTE;
 constexpr uint32_t kDocument = NEB_XML_NODE_DOCUMENT;
-constexpr uint32_t kOddType = 7;
 
 constexpr size_t kLongestProgram = 1024;
 constexpr size_t kMostNodes = 250;
@@ -46,6 +39,7 @@ constexpr const char *kDocuments[] = {"<r/>", "<r a='1' p:b='2'><x y='z'>t</x><x
 using Home = uint64_t;
 
 enum Field { kPrefix, kName, kValue };
+constexpr Field kFields[] = {kPrefix, kName, kValue};
 
 struct Text {
   std::optional<std::string> text;
@@ -117,6 +111,16 @@ Model *attributeOf(Model *element, const std::optional<std::string> &prefix,
   return nullptr;
 }
 
+// Strings for a call, and copies of them, since they may be those of the node and go with the call.
+struct Given {
+  Given(const char *prefix, const char *name, const char *value)
+      : texts{prefix, name, value}, copies{copyOf(prefix), copyOf(name), copyOf(value)} {}
+  const char *operator[](Field field) const { return texts[field]; }
+
+  std::array<const char *, 3> texts;
+  std::array<std::optional<std::string>, 3> copies;
+};
+
 class Machine {
  public:
   Machine(const uint8_t *data, size_t size) : bytes_(data, size), releaseStep_(bytes_.take()) {}
@@ -136,8 +140,8 @@ class Machine {
     constexpr Operation kOperations[] = {
         &Machine::insert,        &Machine::insert,       &Machine::insert,
         &Machine::insert,        &Machine::addAttribute, &Machine::setStrings,
-        &Machine::setTyped,      &Machine::setAttribute, &Machine::attach,
-        &Machine::clone,         &Machine::setStringsOf, &Machine::setAttributeTyped,
+        &Machine::setNumber,     &Machine::setAttribute, &Machine::attach,
+        &Machine::clone,         &Machine::setStringsOf, &Machine::setAttributeNumber,
         &Machine::takeAttribute, &Machine::import,       &Machine::print,
         &Machine::allocate};
     constexpr uint8_t kFailing = 200;  // programs from this byte on meet a failing allocation
@@ -188,13 +192,9 @@ class Machine {
     return isReadable;
   }
 
-  const char *given() { return bytes_.pickFrom(kGiven); }
+  const char *text() { return bytes_.pickFrom(kGiven); }
 
-  // Or the node's own string.
-  const char *givenFor(const Model *model) {
-    const char *own[] = {model->node->prefix, model->node->name, model->node->value};
-    return bytes_.pick(8) == 0 ? bytes_.pickFrom(own) : given();
-  }
+  Given given() { return {text(), text(), text()}; }
 
   // The bookkeeping of the model.
 
@@ -219,7 +219,7 @@ class Machine {
   Model *adopt(XmlNode *node, Model *parent) {
     Model *model = add(node, node->sessionId, static_cast<uint32_t>(node->type));
     const char *texts[] = {node->prefix, node->name, node->value};
-    for (const Field field : {kPrefix, kName, kValue}) {
+    for (const Field field : kFields) {
       model->texts[field] = {copyOf(texts[field]), model->session};
     }
     model->parent = parent;
@@ -232,8 +232,10 @@ class Machine {
     return model;
   }
 
-  void put(Model *model, Field field, const std::optional<std::string> &text, Home home) {
-    if (!isMissing(text)) model->texts[field] = {text, home};
+  static void put(Model *model, const Given &given, Home home) {
+    for (const Field field : kFields) {
+      if (!isMissing(given.copies[field])) model->texts[field] = {given.copies[field], home};
+    }
   }
 
   // A node of the hooks, and those above it, hold something of a session.
@@ -297,27 +299,21 @@ class Machine {
   }
 
   void createNode(Model * /*unused*/) {
-    constexpr uint32_t kTypes[] = {kElement, kElement, kElement, kDocument, kAttribute, kOddType};
-    const uint32_t type = bytes_.pickFrom(kTypes);
+    const uint32_t type = bytes_.pick(3) == 0 ? kDocument : kElement;
     const bool isEx = bytes_.pick(2) == 0;
-    const uint32_t session = isEx ? anySession() : 0;
-    const char *prefix = given();
-    const char *name = given();
-    const char *value = given();
+    const bool opensSession = isEx && type == kDocument;
+    uint32_t session = isEx ? anySession() : 0;
+    const Given texts = given();
     XmlNode *node = nullptr;
+    const auto &[prefix, name, value] = texts.texts;
     const uint32_t result = isEx ? NEB_XML_CreateNodeEx(session, type, prefix, name, value, &node)
                                  : NEB_XML_CreateNode(type, prefix, name, value, &node);
-    if (type != kElement && type != kDocument) return require(result == kInvalid);
-    const bool opensSession = isEx && type == kDocument;
     if (!opensSession && !isOpen(session)) return require(result == kNoMemory);
     if (!succeeded(result)) return;
-    const uint32_t home = opensSession ? uint32_t{node->sessionId} : session;
-    if (opensSession) open(home, true);
-    Model *model = add(node, home, type);
+    if (opensSession) open(session = node->sessionId, true);
+    Model *model = add(node, session, type);
     model->endsSession = opensSession;
-    put(model, kPrefix, copyOf(prefix), home);
-    put(model, kName, copyOf(name), home);
-    put(model, kValue, copyOf(value), home);
+    put(model, texts, session);
   }
 
   void parse(Model * /*unused*/) {
@@ -336,7 +332,7 @@ class Machine {
   }
 
   void newNode(Model * /*unused*/) {
-    constexpr uint32_t kTypes[] = {kAttribute, kAttribute, kElement, kDocument, kOddType};
+    constexpr uint32_t kTypes[] = {kAttribute, kAttribute, kElement, kDocument};
     const uint32_t type = bytes_.pickFrom(kTypes);
     const uint32_t session = anySession();
     XmlNode *node = XML_NewNode(session, type);
@@ -423,13 +419,8 @@ class Machine {
     Model *topmost = topmostOf(place);
     if (topmost == nullptr || topmost == node) return false;
     if (node->type == kDocument && (asSibling || node->session != 0)) return false;
-    if (asSibling) {
-      if (place->parent == nullptr || (place->type == kDocument && place->session != 0)) {
-        return false;
-      }
-    } else if (place->type == kOddType) {
-      return false;
-    }
+    const bool isSessionDocument = place->type == kDocument && place->session != 0;
+    if (asSibling && (place->parent == nullptr || isSessionDocument)) return false;
     if (node->session != 0) return node->session == topmost->session;
     return node->livedIn.empty() || node->livedIn == std::set<uint32_t>{topmost->session};
   }
@@ -452,9 +443,9 @@ class Machine {
     children.insert(at, node);
     node->parent = parent;
     const uint32_t session = storageOf(node);
-    forTree(node, [&](Model *each) {
-      if (each->session == 0 && session != 0) each->livedIn.insert(session);
-    });
+    if (session != 0) {
+      forTree(node, [&](Model *each) { each->livedIn.insert(session); });
+    }
     intern(node);
   }
 
@@ -462,17 +453,19 @@ class Machine {
 
   void changesIn(Model *model) { keepsPieces_ = storageOf(model) != 0; }
 
+  // Some are the node's own strings.
   void setStrings(Model *model) {
     changesIn(model);
-    const char *texts[] = {givenFor(model), givenFor(model), givenFor(model)};
-    const std::optional<std::string> copies[] = {copyOf(texts[0]), copyOf(texts[1]),
-                                                 copyOf(texts[2])};
-    const bool isSet = succeeded(NEB_XML_SetNode(model->node, texts[0], texts[1], texts[2]));
-    for (const Field field : {kPrefix, kName, kValue}) {
-      if (copies[field] && copies[field]->empty()) model->texts[field] = {};
-      if (isSet) put(model, field, copies[field], storageOf(model));
+    const char *own[] = {text(), text(), text(), model->node->name, model->node->value};
+    const Given texts = {bytes_.pickFrom(own), bytes_.pickFrom(own), bytes_.pickFrom(own)};
+    const auto &[prefix, name, value] = texts.texts;
+    const bool isSet = succeeded(NEB_XML_SetNode(model->node, prefix, name, value));
+    for (const Field field : kFields) {
+      if (texts.copies[field] == "") model->texts[field] = {};
     }
-    if (isSet) settleIn(model, storageOf(model));
+    if (!isSet) return;
+    put(model, texts, storageOf(model));
+    settleIn(model, storageOf(model));
   }
 
   // As for the tree that the node is in or is about to join, or by the hooks.
@@ -482,150 +475,105 @@ class Machine {
     if (owner != nullptr && isLoose && bytes_.pick(2) == 0) owner = any();
     if (owner != nullptr && !isReadable(owner)) return;
     const uint32_t home = owner == nullptr ? 0 : storageOf(owner);
-    const char *texts[] = {given(), given(), given()};
     XmlNode *ownerNode = owner == nullptr ? nullptr : owner->node;
-    if (!succeeded(XML_SetNode(ownerNode, model->node, texts[0], texts[1], texts[2]))) return;
-    for (const Field field : {kPrefix, kName, kValue}) {
-      put(model, field, copyOf(texts[field]), home);
-    }
+    const Given texts = given();
+    const auto &[prefix, name, value] = texts.texts;
+    if (!succeeded(XML_SetNode(ownerNode, model->node, prefix, name, value))) return;
+    put(model, texts, home);
     settleIn(model, home);
   }
 
-  // What has been written, for the type codes of which the last is unknown.
-  struct Typed {
-    uint32_t type;
-    uint32_t variable;
-    std::string text;
-  };
+  static constexpr uint32_t kNumber = 42;
 
-  Typed typed() {
-    const auto type = static_cast<uint32_t>(bytes_.pick(NEB_XML_VALUE_UINT8 + 2));
-    const auto number = static_cast<uint32_t>(bytes_.pick(100));
-    if (type == NEB_XML_VALUE_BOOL) return {type, number, number != 0 ? "true" : "false"};
-    return {type, number, std::to_string(number)};
-  }
-
-  void putTyped(Model *model, const Typed &value, uint32_t result) {
-    if (value.type > NEB_XML_VALUE_UINT8) return require(result == kInvalid);
+  void putNumber(Model *model, uint32_t result) {
     model->texts[kValue] = {};
     if (!succeeded(result)) return;
-    put(model, kValue, value.text, storageOf(model));
+    put(model, {nullptr, nullptr, "42"}, storageOf(model));
     settleIn(model, storageOf(model));
   }
 
-  void setTyped(Model *model) {
+  void setNumber(Model *model) {
     changesIn(model);
-    const Typed value = typed();
-    putTyped(model, value, NEB_XML_SetNodeValueEx(model->node, value.type, &value.variable));
+    putNumber(model, NEB_XML_SetNodeValueEx(model->node, NEB_XML_VALUE_UINT32, &kNumber));
   }
 
-  // Whether a call that has given this result has added an attribute.
-  bool mayAdd(Model *element, const char *prefix, const char *name, uint32_t result) {
-    if (element->isAttribute() || isMissing(copyOf(name)) || topmostOf(element) == nullptr) {
-      require(result == kInvalid);
-      return false;
+  void addOrRefuse(Model *element, const Given &texts, uint32_t result) {
+    if (element->isAttribute() || isMissing(texts.copies[kName]) || !topmostOf(element)) {
+      return require(result == kInvalid);
     }
-    const auto known = isMissing(copyOf(prefix)) ? std::nullopt : copyOf(prefix);
-    if (attributeOf(element, known, name) != nullptr) {
-      require(result == kExists || (result == kNoMemory && hooks::hasFailed()));
-      return false;
+    if (attributeOf(element, knownPrefix(texts), texts.copies[kName]) != nullptr) {
+      return require(result == kExists || (result == kNoMemory && hooks::hasFailed()));
     }
-    return succeeded(result);
-  }
-
-  void added(Model *element, const char *prefix, const char *name, const char *value) {
+    if (!succeeded(result)) return;
     XmlNode *last = element->node->firstAttr;
     while (last->next != nullptr) last = last->next;
-    const uint32_t home = storageOf(element);
-    Model *attribute = add(last, home, kAttribute);
+    Model *attribute = add(last, storageOf(element), kAttribute);
+    put(attribute, texts, attribute->session);
     attribute->parent = element;
-    put(attribute, kPrefix, copyOf(prefix), home);
-    put(attribute, kName, copyOf(name), home);
-    put(attribute, kValue, copyOf(value), home);
     element->attributes.push_back(attribute);
-    settleIn(element, home);
+    settleIn(element, attribute->session);
     intern(attribute);
   }
 
   void addAttribute(Model *element) {
     changesIn(element);
-    const char *prefix = given();
-    const char *name = given();
-    const char *value = given();
-    const uint32_t result = NEB_XML_AddAttr(element->node, prefix, name, value);
-    if (mayAdd(element, prefix, name, result)) added(element, prefix, name, value);
+    const Given texts = given();
+    const auto &[prefix, name, value] = texts.texts;
+    addOrRefuse(element, texts, NEB_XML_AddAttr(element->node, prefix, name, value));
   }
 
-  void setAttributeTyped(Model *element) {
+  void setAttributeNumber(Model *element) {
     changesIn(element);
-    const char *prefix = given();
-    const char *name = given();
-    const Typed value = typed();
+    const Given texts = {text(), text(), "42"};
+    const auto &[prefix, name, value] = texts.texts;
     const uint32_t result =
-        NEB_XML_SetAttrValueEx(element->node, prefix, name, value.type, &value.variable);
-    if (element->isAttribute() || isMissing(copyOf(name))) return require(result == kInvalid);
-    if (Model *attribute = attributeOf(element, copyOf(prefix), name)) {
-      return putTyped(attribute, value, result);
-    }
-    if (value.type > NEB_XML_VALUE_UINT8) return require(result == kInvalid);
-    if (mayAdd(element, prefix, name, result)) added(element, prefix, name, value.text.c_str());
+        NEB_XML_SetAttrValueEx(element->node, prefix, name, NEB_XML_VALUE_UINT32, &kNumber);
+    Model *attribute = attributeOf(element, texts.copies[kPrefix], texts.copies[kName]);
+    const bool isThere = !isMissing(texts.copies[kName]) && attribute != nullptr;
+    return isThere ? putNumber(attribute, result) : addOrRefuse(element, texts, result);
   }
 
-  // What an attribute is asked for by. Its own strings may go with the call.
-  struct Wanted {
-    const char *prefix;
-    const char *name;
-    std::optional<std::string> knownPrefix = {};
-    std::optional<std::string> knownName = {};
-  };
+  // An empty prefix is none.
+  static std::optional<std::string> knownPrefix(const Given &texts) {
+    return isMissing(texts.copies[kPrefix]) ? std::nullopt : texts.copies[kPrefix];
+  }
 
-  // Mostly an attribute that is there.
-  Wanted wanted(const Model *element) {
-    Wanted wanted = {given(), given()};
-    if (!element->attributes.empty() && bytes_.pick(4) != 0) {
-      const XmlNode *attribute = bytes_.pickFrom(element->attributes)->node;
-      wanted = {attribute->prefix, attribute->name};
-    }
-    wanted.knownName = copyOf(wanted.name);
-    if (!isMissing(copyOf(wanted.prefix))) wanted.knownPrefix = wanted.prefix;
-    return wanted;
+  // For a call on an attribute, mostly one that is there.
+  Given named(const Model *element) {
+    if (element->attributes.empty() || bytes_.pick(4) == 0) return given();
+    const XmlNode *attribute = bytes_.pickFrom(element->attributes)->node;
+    return {attribute->prefix, attribute->name, text()};
   }
 
   // Null when the call could not find it.
-  static Model *found(Model *element, const Wanted &wanted, uint32_t result) {
-    if (element->isAttribute() || !wanted.knownName) {
-      require(result == kInvalid);
-      return nullptr;
-    }
-    Model *attribute = attributeOf(element, wanted.knownPrefix, wanted.knownName);
-    if (attribute == nullptr) require(result == kNotFound);
+  static Model *found(Model *element, const Given &texts, uint32_t result) {
+    const bool isLookup = !element->isAttribute() && texts.copies[kName].has_value();
+    Model *attribute =
+        isLookup ? attributeOf(element, knownPrefix(texts), texts.copies[kName]) : nullptr;
+    if (attribute == nullptr) require(result == (isLookup ? kNotFound : kInvalid));
     return attribute;
   }
 
   void setAttribute(Model *element) {
     changesIn(element);
-    const Wanted names = wanted(element);
-    const char *value = given();
-    Model *topmost = topmostOf(element);
-    const uint32_t result = NEB_XML_SetAttr(element->node, names.prefix, names.name, value);
-    Model *attribute = found(element, names, result);
+    const Given texts = named(element);
+    const auto &[prefix, name, value] = texts.texts;
+    const uint32_t result = NEB_XML_SetAttr(element->node, prefix, name, value);
+    Model *attribute = found(element, texts, result);
     if (attribute == nullptr) return;
-    if (topmost == nullptr) return require(result == kInvalid);
+    if (topmostOf(element) == nullptr) return require(result == kInvalid);
     if (!succeeded(result)) return;
-    if (isMissing(copyOf(value))) {
-      attribute->texts[kValue] = {};
-    } else {
-      put(attribute, kValue, value, topmost->session);
-      settleIn(attribute, topmost->session);
-    }
+    attribute->texts[kValue] = {};
+    put(attribute, {nullptr, nullptr, value}, storageOf(element));
+    if (!isMissing(texts.copies[kValue])) settleIn(attribute, storageOf(element));
     intern(attribute);
   }
 
   void takeAttribute(Model *element) {
     changesIn(element);
-    const Wanted names = wanted(element);
-    const uint32_t result = NEB_XML_RemoveAttr(element->node, names.prefix, names.name);
-    Model *attribute = found(element, names, result);
+    const Given texts = named(element);
+    const uint32_t result = NEB_XML_RemoveAttr(element->node, texts[kPrefix], texts[kName]);
+    Model *attribute = found(element, texts, result);
     if (attribute == nullptr) return;
     require(result == kOk);
     bury(attribute);
@@ -659,7 +607,7 @@ class Machine {
 
   bool isCopiable(const Model *source) {
     size_t alive = 0;
-    for (const auto &model : models_) alive += model->isAlive ? 1 : 0;
+    for (const auto &model : models_) alive += model->isAlive ? 1U : 0U;
     return alive < kMostNodes && models_.size() < 4 * kMostNodes && source->node != nullptr;
   }
 
@@ -706,27 +654,19 @@ class Machine {
   // Calls that only read.
 
   void print(Model *model) {
-    const size_t how = bytes_.pick(6);
-    const bool seesAttributes = how != 2;  // the closing half has none
+    using Print = uint32_t (*)(const XmlNode *, char **);
+    constexpr Print kPrints[] = {
+        NEB_XML_TransformTail, NEB_XML_TransformHead, NEB_XML_Transform,
+        [](const XmlNode *node, char **text) { return NEB_XML_TransformIndented(node, 2, text); },
+        [](const XmlNode *node, char **) { return NEB_XML_TransformFile(node, "/dev/null"); }};
+    const size_t how = bytes_.pick(std::size(kPrints));
     bool hasNameless = model->isAttribute();
     forTree(model, [&](const Model *each) {
-      const bool isSeen = !each->isAttribute() ||
-                          (each != model && seesAttributes && each->parent->type != kOddType);
-      hasNameless |= isSeen && !each->texts[kName].text;
+      hasNameless |= !each->texts[kName].text && !(each->isAttribute() && how == 0);
     });
     char *text = nullptr;
-    const XmlNode *node = model->node;
-    const uint32_t result = how == 0   ? NEB_XML_Transform(node, &text)
-                            : how == 1 ? NEB_XML_TransformHead(node, &text)
-                            : how == 2 ? NEB_XML_TransformTail(node, &text)
-                            : how == 3 ? NEB_XML_TransformIndented(node, 2, &text)
-                            : how == 4 ? NEB_XML_TransformFile(node, "/dev/null")
-                                       : NEB_XML_SaveFile(node, "/dev/null", 1);
+    const uint32_t result = kPrints[how](model->node, &text);
     if (hasNameless) return require(result == kInvalid);
-    // One is no regular file, and nothing cannot be written.
-    const bool isEmpty = model->type == kOddType;
-    if (how == 5 && result == NEB_XML_ERR_FILE_OPEN) return;
-    if (how >= 4 && isEmpty && result == NEB_XML_ERR_FILE_WRITE) return;
     if (succeeded(result)) NEB_XML_FreeMem(text);
   }
 

@@ -8,7 +8,6 @@
 #include <string>
 #include <string_view>
 
-#include "neb_xml.h"
 #include "support/hooks.h"
 #include "support/require.h"
 #include "support/trees.h"
@@ -117,13 +116,13 @@ XmlNode *parse(const Entry &entry, uint32_t *result, bool withoutText) {
   XmlNode *document = untouched;
   Error error = {};
   *result = entry.parse(&document, &error);
-  if (*result == NEB_XML_OK) {
+  if (*result == kOk) {
     require(document != untouched && document != nullptr);
     require((document->sessionId != 0) == entry.withSession);
     require(error.reason == nullptr);
     return document;
   }
-  const bool isCleared = entry.clearsPointer && *result != NEB_XML_ERR_INVALID_PARAM;
+  const bool isCleared = entry.clearsPointer && *result != kInvalid;
   require(document == (isCleared ? nullptr : untouched));
   if (entry.fillsError && !hooks::hasFailed()) checkError(error, *result, !withoutText);
   return nullptr;
@@ -154,9 +153,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     XmlNode *document = parse(entry, &result, isEmpty && !(entry.isFile && size > 0));
     if (&entry == &failingEntry) failingAllocations = hooks::allocations() - allocations;
     if (isEmpty) {
-      require(result == (entry.isFile ? NEB_XML_ERR_SYNTAX : NEB_XML_ERR_INVALID_PARAM));
+      require(result == (entry.isFile ? kSyntax : kInvalid));
     } else if (document == nullptr) {
-      require(result == NEB_XML_ERR_SYNTAX && first == nullptr);
+      require(result == kSyntax && first == nullptr);
     } else if (&entry == kEntries) {
       first = document;
       continue;
@@ -173,7 +172,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     uint32_t result = 0;
     hooks::failNth(1 + hash / std::size(kEntries) % failingAllocations);
     require(parse(failingEntry, &result, false) == nullptr);
-    require(result == NEB_XML_ERR_SYNTAX || result == NEB_XML_ERR_NO_MEMORY);
+    require(result == kSyntax || result == kNoMemory);
   }
   require(hooks::outstanding() == 0);
   return 0;

@@ -2,7 +2,6 @@
 #include <cstring>
 #include <string>
 
-#include "neb_xml.h"
 #include "support/hooks.h"
 #include "support/require.h"
 #include "support/trees.h"
@@ -18,7 +17,7 @@ constexpr trees::Sameness kAsPrinted = {true, false};
 template <typename Print>
 std::string handedOut(Print print) {
   char *text = nullptr;
-  require(print(&text) == NEB_XML_OK);
+  require(print(&text) == kOk);
   std::string copy = text == nullptr ? "" : text;
   require(text == nullptr || !copy.empty());
   NEB_XML_FreeMem(text);
@@ -91,7 +90,7 @@ bool keepsTexts(const XmlNode *node) {
 
 XmlNode *read(const std::string &text) {
   XmlNode *document = nullptr;
-  require(NEB_XML_Parse(text.c_str(), &document) == NEB_XML_OK);
+  require(NEB_XML_Parse(text.c_str(), &document) == kOk);
   return document;
 }
 
@@ -123,7 +122,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const std::string text(reinterpret_cast<const char *>(data), size);
   XmlNode *first = nullptr;
   const auto parse = size % 2 == 0 ? NEB_XML_Parse : NEB_XML_ParseEx;
-  if (parse(text.c_str(), &first) == NEB_XML_OK) {
+  if (parse(text.c_str(), &first) == kOk) {
     for (XmlNode *node = first; node != nullptr; node = node->next) checkAgainstModel(node);
     if (first->firstChild != nullptr) checkAgainstModel(first->firstChild);
     if (allNodes(first, canBeRead)) checkReadBack(first);

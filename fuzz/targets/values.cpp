@@ -3,76 +3,57 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
-#include "neb_xml.h"
 #include "support/bytes.h"
 #include "support/hooks.h"
 #include "support/require.h"
 #include "support/trees.h"
+#include "xml/xml_node.h"
 
 namespace {
 
-constexpr uint32_t kOk = NEB_XML_OK;
-constexpr uint32_t kInvalid = NEB_XML_ERR_INVALID_PARAM;
-constexpr uint32_t kNotFound = NEB_XML_ERR_NOT_FOUND;
-constexpr uint32_t kNoMemory = NEB_XML_ERR_NO_MEMORY;
-
-// Paths.
+// Paths, with a line feed for a dot that belongs to a name.
 
 constexpr size_t kLongestPath = 511;
 constexpr size_t kLongestIndex = 9;
 
 bool matches(const XmlNode *node, const std::string &segment) {
-  const char *prefix = nullptr;
-  const char *name = nullptr;
-  NEB_XML_GetNodeValue(node, nullptr, &prefix, &name, nullptr);
-  if (name == nullptr) return false;
-  const bool isQualified = prefix != nullptr && segment.find(':') != std::string::npos;
-  return segment == (isQualified ? std::string(prefix) + ":" + name : name);
+  if (node->name == nullptr) return false;
+  const bool isQualified = node->prefix != nullptr && segment.find(':') != std::string::npos;
+  return segment == (isQualified ? std::string(node->prefix) + ":" : "") + node->name;
 }
 
-std::vector<std::string> segmentsOf(const std::string &path) {
-  std::vector<std::string> segments(1);
-  for (size_t i = 0; i < path.size(); ++i) {
-    if (path[i] == '.') {
-      segments.emplace_back();
-    } else {
-      if (path[i] == '\\' && i + 1 < path.size() && path[i + 1] == '.') ++i;
-      segments.back() += path[i];
-    }
-  }
-  std::erase(segments, "");
-  return segments;
-}
-
-uint32_t find(const XmlNode *start, const std::string &path, const XmlNode **found) {
+uint32_t find(const XmlNode *start, std::string path, const XmlNode **node) {
   if (path.empty() || path.size() > kLongestPath) return kInvalid;
-  const auto segments = segmentsOf(path);
-  if (segments.empty() || !matches(start, segments[0])) return kNotFound;
-  std::vector<const XmlNode *> candidates;  // that the index after a name chooses from
-  *found = start;
-  for (size_t i = 1; i < segments.size(); ++i) {
-    const bool isIndex = segments[i].find_first_not_of("0123456789") == std::string::npos;
-    if (isIndex) {
-      if (candidates.empty()) return NEB_XML_ERR_BAD_PATH;
-      if (segments[i].size() > kLongestIndex) return kNotFound;
-      const size_t index = std::stoul(segments[i]);
+  for (size_t at = 0; (at = path.find("\\.")) != std::string::npos;) path.replace(at, 2, "\n");
+  std::istringstream segments(path);
+  std::vector<const XmlNode *> found;  // what the segment before matches
+  bool mayIndex = false;
+  for (std::string segment; std::getline(segments, segment, '.');) {
+    std::replace(segment.begin(), segment.end(), '\n', '.');
+    if (segment.empty()) continue;
+    if (!found.empty() && segment.find_first_not_of("0123456789") == std::string::npos) {
+      if (!mayIndex) return NEB_XML_ERR_BAD_PATH;
+      const size_t index = segment.size() > kLongestIndex ? SIZE_MAX : std::stoul(segment);
       if (index == 0) return NEB_XML_ERR_BAD_PATH;
-      if (index > candidates.size()) return kNotFound;
-      *found = candidates[index - 1];
-      candidates.clear();
-      continue;
+      if (index > found.size()) return kNotFound;
+      found = {found[index - 1]};
+      mayIndex = false;
+    } else {
+      mayIndex = !found.empty();
+      const bool isFirst = found.empty();
+      const XmlNode *each = isFirst ? start : found[0]->firstChild;
+      for (found.clear(); each != nullptr; each = isFirst ? nullptr : +each->next) {
+        if (matches(each, segment)) found.push_back(each);
+      }
+      if (found.empty()) return kNotFound;
     }
-    candidates.clear();
-    for (const XmlNode *child = NEB_XML_GetNodeFirstChild(*found); child != nullptr;
-         child = NEB_XML_GetNodeNextSibling(child)) {
-      if (matches(child, segments[i])) candidates.push_back(child);
-    }
-    if (candidates.empty()) return kNotFound;
-    *found = candidates[0];
   }
+  if (found.empty()) return kNotFound;
+  *node = found[0];
   return kOk;
 }
 
@@ -80,15 +61,12 @@ void lookUp(Bytes &bytes) {
   constexpr const char *kNames[] = {"a", "b", "a.b", "1", "p:a", "", "\\", "a", "b"};
   constexpr const char *kPieces[] = {"a",  "b",   "a\\.b", "1",  "2",          "3",  ".",  ".",
                                      "..", "\\.", "p:",    "\\", "0123456789", "0b", "a.", ".b."};
-  std::vector<XmlNode *> nodes(1);
-  for (size_t count = 1 + bytes.pick(24); count > 0; --count) {
-    XmlNode *parent = bytes.pickFrom(nodes);
+  std::vector<XmlNode *> nodes;
+  for (size_t left = 1 + bytes.pick(24); left > 0; --left) {
     XmlNode *node = nullptr;
     const char *prefix = bytes.pick(4) == 0 ? "p" : nullptr;
     NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, prefix, bytes.pickFrom(kNames), nullptr, &node);
-    if (parent == nullptr) parent = nodes[0];
-    if (parent != nullptr) NEB_XML_AppendChildNode(parent, node);
-    if (nodes[0] == nullptr) nodes.clear();
+    if (!nodes.empty()) NEB_XML_AppendChildNode(bytes.pickFrom(nodes), node);
     nodes.push_back(node);
   }
   const XmlNode *start = bytes.pickFrom(nodes);
@@ -134,65 +112,54 @@ std::optional<long long> valueOf(std::string text, size_t type) {
   return value;
 }
 
+struct TypedPlace {
+  XmlNode *node;
+  bool isAttribute;
+  uint32_t type;
+
+  uint32_t set(const void *variable) const {
+    return isAttribute ? NEB_XML_SetAttrValueEx(node, nullptr, "a", type, variable)
+                       : NEB_XML_SetNodeValueEx(node, type, variable);
+  }
+  uint32_t get(void *variable) const {
+    return isAttribute ? NEB_XML_GetAttrValueEx(node, nullptr, "a", type, variable)
+                       : NEB_XML_GetNodeValueEx(node, type, variable);
+  }
+  void setText(const char *text) const {
+    require((isAttribute ? NEB_XML_SetAttr(node, nullptr, "a", text)
+                         : NEB_XML_SetNode(node, nullptr, nullptr, text)) == kOk);
+  }
+  std::string text() const {
+    const XmlNode *holder = isAttribute ? node->firstAttr : node;
+    return holder->value;
+  }
+};
+
 void readAndWriteTyped(Bytes &bytes) {
   constexpr const char *kTexts[] = {"true",       "false",      "-",  "+",          "0",
                                     "2147483647", "2147483648", "1",  "4294967295", "4294967296",
                                     "65535",      "65536",      "00", "127",        "128",
                                     "255",        "256",        " ",  "32767",      "32768"};
-  XmlNode *node = nullptr;
-  NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "n", nullptr, &node);
-  const size_t type = bytes.pick(std::size(kTypes) + 1);
-  const bool isAttribute = bytes.pick(2) == 0;
-  unsigned char variable[kWidest + 1] = {};  // stands at an odd address, with a byte to spare
-  unsigned char *const place = variable + 1;
-  for (unsigned char &byte : variable) byte = bytes.take();
-  const auto set = [&] {
-    const auto code = static_cast<uint32_t>(type);
-    return isAttribute ? NEB_XML_SetAttrValueEx(node, nullptr, "a", code, place)
-                       : NEB_XML_SetNodeValueEx(node, code, place);
-  };
-  const auto get = [&] {
-    const auto code = static_cast<uint32_t>(type);
-    return isAttribute ? NEB_XML_GetAttrValueEx(node, nullptr, "a", code, place)
-                       : NEB_XML_GetNodeValueEx(node, code, place);
-  };
-  if (type == std::size(kTypes)) {
-    require(set() == kInvalid && get() == (isAttribute ? kNotFound : kInvalid));
-    return NEB_XML_FreeNode(node);
-  }
-  const size_t width = kTypes[type].width;
-  long long expected = 0;  // sign or zeros above the variable's bytes
-  std::memcpy(&expected, place, width);
-  if (expected > kTypes[type].most) expected -= 2 * (kTypes[type].most + 1);
+  const auto type = static_cast<uint32_t>(bytes.pick(std::size(kTypes)));
+  const TypedPlace place = {XML_NewNode(0, NEB_XML_NODE_ELEMENT), bytes.pick(2) == 0, type};
+  const auto &[least, most, width] = kTypes[type];
+  std::string variable;  // at an odd address, with a byte to spare at either end
+  while (variable.size() < kWidest + 2) variable += static_cast<char>(bytes.take());
+  long long number = 0;
+  std::memcpy(&number, variable.data() + 1, width);
   const bool isBool = type == NEB_XML_VALUE_BOOL;
-  uint32_t truth = 0;
-  std::memcpy(&truth, place, sizeof truth);
-  if (isBool) expected = truth != 0 ? 1 : 0;
-  require(set() == kOk);
-  const char *written = nullptr;
-  if (isAttribute) {
-    NEB_XML_GetAttr(node, nullptr, "a", &written);
-  } else {
-    NEB_XML_GetNodeValue(node, nullptr, nullptr, nullptr, &written);
-  }
-  require(written == (isBool ? (truth != 0 ? "true" : "false") : std::to_string(expected)));
+  if (!isBool && number > most) number -= 2 * (most + 1);
+  require(place.set(variable.data() + 1) == kOk);
+  require(place.text() == (isBool ? (number != 0 ? "true" : "false") : std::to_string(number)));
 
   std::string text;
-  while (!bytes.isEmpty()) {
-    text += bytes.pick(3) != 0 ? bytes.pickFrom(kTexts) : bytes.takeText(2);
-  }
-  if (isAttribute) {
-    NEB_XML_SetAttr(node, nullptr, "a", text.c_str());
-  } else {
-    NEB_XML_SetNode(node, nullptr, nullptr, text.c_str());
-  }
-  const std::string before(variable, std::end(variable));
+  while (!bytes.isEmpty()) text += bytes.pick(3) ? bytes.pickFrom(kTexts) : bytes.takeText(2);
+  place.setText(text.c_str());
   const auto value = valueOf(text, type);
-  require(get() == (value ? kOk : kInvalid));
-  std::string after = before;
-  if (value) after.replace(1, width, reinterpret_cast<const char *>(&*value), width);
-  require(std::string(variable, std::end(variable)) == after);
-  NEB_XML_FreeNode(node);
+  std::string expected = variable;
+  if (value) expected.replace(1, width, reinterpret_cast<const char *>(&*value), width);
+  require(place.get(variable.data() + 1) == (value ? kOk : kInvalid) && variable == expected);
+  NEB_XML_FreeNode(place.node);
 }
 
 // Escaping of texts that no parse may give.
@@ -243,41 +210,36 @@ void useBuffer(Bytes &bytes) {
   while (!bytes.isEmpty()) {
     const size_t failures = bytes.pick(8) < 6 ? 0 : 1 + bytes.pick(2);
     hooks::failNth(failures == 0 ? 0 : 1, failures > 1);
-    const size_t operation = bytes.pick(7);
-    const std::string text(bytes.pick(8) == 0 ? bytes.take() * size_t{16} : bytes.pick(40), 'x');
+    const char operation = "d0=s1+i"[bytes.pick(7)];
+    std::string text(bytes.pick(8) == 0 ? bytes.take() * size_t{16} : bytes.pick(40), 'x');
     const auto count = static_cast<uint32_t>(text.size());
-    const size_t position = bytes.take() * (model.text.size() + 2) / UINT8_MAX;
+    const size_t held = model.text.size();
+    const auto position = static_cast<uint32_t>(bytes.take() * (held + 2) / UINT8_MAX);
     uint32_t result = kOk;
+    if (operation == 'd') XML_MembufDestroy(&buffer);
+    if (operation == '0') result = XML_MemBufAssign(&buffer, nullptr, count);
+    if (operation == '=') result = XML_MemBufAssign(&buffer, text.data(), count);
+    if (operation == 's') result = XML_MemBufAssignStr(&buffer, text.c_str());
+    if (operation == '1') result = XML_MemBufAppend(&buffer, "yz");
+    if (operation == '+') result = XML_MemBufAppendStr(&buffer, text.c_str());
+    if (operation == 'i') result = XML_MemBufInsert(&buffer, text.data(), count, position);
+
     uint32_t expected = kOk;
-    if (operation == 0) {
-      XML_MembufDestroy(&buffer);
+    if (operation == '1') text = "y";
+    if (operation == 'd' || operation == '0') {
       model = {};
-    } else if (operation <= 2) {
-      result = operation == 1 ? XML_MemBufAssign(&buffer, text.data(), count)
-                              : XML_MemBufAssignStr(&buffer, text.c_str());
+    } else if (operation == '=' || operation == 's') {
       if (!model.resize(count, failures)) expected = kNoMemory;
       if (expected == kOk) model.text = text;
-    } else if (operation == 3) {
-      result = XML_MemBufAssign(&buffer, nullptr, count);
-      model = {};
-    } else {
-      const bool isByte = operation == 4;
-      const size_t place = operation == 6 ? position : model.text.size();
-      const std::string added = isByte ? "y" : text;
-      result = isByte ? XML_MemBufAppend(&buffer, "yz")
-               : operation == 5
-                   ? XML_MemBufAppendStr(&buffer, text.c_str())
-                   : XML_MemBufInsert(&buffer, text.data(), count, static_cast<uint32_t>(position));
-      if (place > model.text.size()) {
-        expected = kInvalid;
-      } else if (!added.empty()) {
-        if (!model.resize(model.text.size() + added.size(), failures)) expected = kNoMemory;
-        if (expected == kOk) model.text.insert(place, added);
-      }
+    } else if (operation == 'i' && position > held) {
+      expected = kInvalid;
+    } else if (!text.empty()) {
+      if (!model.resize(held + text.size(), failures)) expected = kNoMemory;
+      if (expected == kOk) model.text.insert(operation == 'i' ? position : held, text);
     }
-    require(result == expected);
+    require(result == expected && buffer.growStep == kGrowStep);
     require(buffer.length == model.text.size() && buffer.capacity == model.capacity);
-    require(buffer.growStep == kGrowStep && (buffer.data != nullptr) == model.hasStorage);
+    require((buffer.data != nullptr) == model.hasStorage);
     require(hooks::outstanding() == (model.hasStorage ? 1 : 0));
     if (model.hasStorage) {
       require(std::memcmp(buffer.data, model.text.c_str(), model.text.size() + 1) == 0);
@@ -299,10 +261,10 @@ struct Session {
   std::vector<Block> blocks;
 };
 
-void *carve(Session &session, int32_t size, Bytes &bytes) {
-  hooks::failNth(bytes.pick(6) == 0 ? 1 : 0);
+void carve(Session &session, int32_t size, bool fails) {
+  hooks::failNth(fails ? 1 : 0);
   auto *piece = static_cast<char *>(XML_MemSpecialMalloc(session.handle, size));
-  if (size <= 0) return require(piece == nullptr), nullptr;
+  if (size <= 0) return require(piece == nullptr);
   auto &blocks = session.blocks;
   auto block = std::find_if(blocks.begin(), blocks.end(), [size](const Block &each) {
     return each.capacity - each.used >= size;
@@ -310,7 +272,7 @@ void *carve(Session &session, int32_t size, Bytes &bytes) {
   if (block == blocks.end()) {
     int64_t capacity = blocks.back().capacity;
     while (capacity < size) capacity *= 2;
-    if (capacity > INT32_MAX || hooks::hasFailed()) return require(piece == nullptr), nullptr;
+    if (capacity > INT32_MAX || hooks::hasFailed()) return require(piece == nullptr);
     blocks.push_back({capacity, 0, nullptr});
     block = blocks.end() - 1;
   }
@@ -320,7 +282,6 @@ void *carve(Session &session, int32_t size, Bytes &bytes) {
   block->used += size;
   require(std::all_of(piece, piece + size, [](char byte) { return byte == 0; }));
   std::memset(piece, -1, static_cast<size_t>(size));
-  return piece;
 }
 
 void useSessions(Bytes &bytes) {
@@ -353,7 +314,11 @@ void useSessions(Bytes &bytes) {
       Session &session = bytes.pickFrom(sessions);
       const Block &block = bytes.pickFrom(session.blocks);
       if (operation < 6) size = static_cast<int32_t>(block.capacity - block.used) + (size & 1);
-      if (size <= kLargest) carve(session, size, bytes);
+      const bool fails = bytes.pick(6) == 0;
+      for (size_t left = operation > 12 && size <= UINT8_MAX ? bytes.take() : 1;
+           left > 0 && size <= kLargest; --left) {
+        carve(session, size, fails);
+      }
     }
     require(hooks::outstanding() >= sessions.size());
   }
