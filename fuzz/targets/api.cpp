@@ -24,7 +24,8 @@ constexpr uint32_t kAttribute = NEB_XML_NODE_ATTRIBUTE;
 constexpr uint32_t kDocument = NEB_XML_NODE_DOCUMENT;
 
 constexpr size_t kLongestProgram = 1024;
-constexpr size_t kMostNodes = 250;
+constexpr ptrdiff_t kMostNodes = 250;
+constexpr size_t kMostModels = 1000;
 constexpr size_t kLongestInterned = 11;
 constexpr size_t kInternedNames = 10;
 
@@ -134,10 +135,13 @@ class Machine {
   }
 
  private:
-  using Operation = void (Machine::*)(Model *);
-
   void step() {
-    constexpr Operation kOperations[] = {
+    using Operation = void (Machine::*)(Model *);
+    constexpr Operation kMaking[] = {&Machine::createNode, &Machine::parse, &Machine::newNode,
+                                     &Machine::beginSession};
+    constexpr Operation kTaking[] = {&Machine::remove, &Machine::release, &Machine::releaseOnward,
+                                     &Machine::releaseSingle, &Machine::releaseSession};
+    constexpr Operation kUsing[] = {
         &Machine::insert,        &Machine::insert,       &Machine::insert,
         &Machine::insert,        &Machine::addAttribute, &Machine::setStrings,
         &Machine::setNumber,     &Machine::setAttribute, &Machine::attach,
@@ -147,15 +151,15 @@ class Machine {
     constexpr uint8_t kFailing = 200;  // programs from this byte on meet a failing allocation
     const uint8_t code = bytes_.take();
     if (code >= kFailing) hooks::failNth(1 + code % 4, code % 3 == 0);
-    Model *model = any();
     const size_t released = hooks::releases();
     keepsPieces_ = false;
+    Model *model = any();
     if (model == nullptr || code % 5 == 0) {
-      create();
+      if (models_.size() < kMostModels) (this->*bytes_.pickFrom(kMaking))(nullptr);
     } else if (code % 5 == 1) {
-      takeOut(model);
+      (this->*bytes_.pickFrom(kTaking))(model);
     } else if (isReadable(model)) {
-      (this->*bytes_.pickFrom(kOperations))(model);
+      (this->*bytes_.pickFrom(kUsing))(model);
     }
     // What is given up inside a session's tree is kept until the session ends.
     if (keepsPieces_ && !hooks::hasFailed()) require(hooks::releases() == released);
@@ -291,13 +295,6 @@ class Machine {
 
   // Making and taking out.
 
-  void create() {
-    if (models_.size() > 4 * kMostNodes) return;
-    constexpr Operation kWays[] = {&Machine::createNode, &Machine::parse, &Machine::newNode,
-                                   &Machine::beginSession};
-    (this->*bytes_.pickFrom(kWays))(nullptr);
-  }
-
   void createNode(Model * /*unused*/) {
     const uint32_t type = bytes_.pick(3) == 0 ? kDocument : kElement;
     const bool isEx = bytes_.pick(2) == 0;
@@ -351,14 +348,6 @@ class Machine {
     if (session != 0) open(session, false);
   }
 
-  void takeOut(Model *model) {
-    constexpr Operation kWays[] = {&Machine::remove,         &Machine::remove,
-                                   &Machine::remove,         &Machine::release,
-                                   &Machine::releaseOnward,  &Machine::releaseSingle,
-                                   &Machine::releaseSession, &Machine::release};
-    (this->*bytes_.pickFrom(kWays))(model);
-  }
-
   void remove(Model *model) {
     const bool isRemovable = !model->isAttribute() && model->parent != nullptr;
     require(NEB_XML_RemoveNode(model->node) == (isRemovable ? kOk : kInvalid));
@@ -396,14 +385,10 @@ class Machine {
 
   void releaseSingle(Model *model) {
     if (model->parent != nullptr || !model->children.empty() || !model->attributes.empty()) return;
-    if (bytes_.pick(2) == 0) {
-      if (!model->isAttribute()) return;
-      XML_FreeSingleAttrNode(model->node);
-      if (model->session == 0) bury(model);
-      return;
-    }
-    XML_FreeSingleNode(model->node);
-    if (model->isAttribute() || model->session == 0) bury(model);
+    const bool asAttribute = bytes_.pick(2) == 0;
+    if (asAttribute && !model->isAttribute()) return;
+    asAttribute ? XML_FreeSingleAttrNode(model->node) : XML_FreeSingleNode(model->node);
+    if (model->session == 0 || (model->isAttribute() && !asAttribute)) bury(model);
   }
 
   void releaseSession(Model * /*unused*/) {
@@ -605,10 +590,10 @@ class Machine {
 
   // Copies.
 
-  bool isCopiable(const Model *source) {
-    size_t alive = 0;
-    for (const auto &model : models_) alive += model->isAlive ? 1U : 0U;
-    return alive < kMostNodes && models_.size() < 4 * kMostNodes && source->node != nullptr;
+  bool mayCopy() const {
+    const auto alive = std::count_if(models_.begin(), models_.end(),
+                                     [](const auto &model) { return model->isAlive; });
+    return alive < kMostNodes && models_.size() < kMostModels;
   }
 
   Model *copied(const Model *source, XmlNode *copy, bool isWhole, uint32_t session) {
@@ -621,7 +606,7 @@ class Machine {
   }
 
   void clone(Model *source) {
-    if (!isCopiable(source)) return;
+    if (!mayCopy()) return;
     const bool isWhole = bytes_.pick(3) != 0;
     XmlNode *copy = nullptr;
     const uint32_t result = isWhole ? NEB_XML_CloneNode(source->node, &copy)
@@ -640,7 +625,7 @@ class Machine {
 
   void import(Model *source) {
     Model *target = any();
-    if (!isCopiable(source) || !isReadable(target)) return;
+    if (!mayCopy() || !isReadable(target)) return;
     XmlNode *copy = nullptr;
     const uint32_t result = NEB_XML_ImportNode(target->node, source->node, &copy);
     if (source->isAttribute() || target->isAttribute() || topmostOf(target) == nullptr) {
