@@ -59,8 +59,8 @@ uint32_t find(const XmlNode *start, std::string path, const XmlNode **node) {
 
 void lookUp(Bytes &bytes) {
   constexpr const char *kNames[] = {"a", "b", "a.b", "1", "p:a", "", "\\", "a", "b"};
-  constexpr const char *kPieces[] = {"a",  "b",   "a\\.b", "1",  "2",          "3",  ".",  ".",
-                                     "..", "\\.", "p:",    "\\", "0123456789", "0b", "a.", ".b."};
+  constexpr const char *kPieces[] = {"a",  "b",   "a\\.b", "1",  "2",         "3",  ".",  ".",
+                                     "..", "\\.", "p:",    "\\", "000000000", "0b", "a.", ".b."};
   std::vector<XmlNode *> nodes;
   for (size_t left = 1 + bytes.pick(24); left > 0; --left) {
     XmlNode *node = nullptr;
@@ -69,15 +69,18 @@ void lookUp(Bytes &bytes) {
     if (!nodes.empty()) NEB_XML_AppendChildNode(bytes.pickFrom(nodes), node);
     nodes.push_back(node);
   }
-  const XmlNode *start = bytes.pickFrom(nodes);
-  std::string path(bytes.pick(8) == 0 ? kLongestPath - bytes.pick(16) : 0, '.');
-  while (!bytes.isEmpty()) path += bytes.pickFrom(kPieces);
-  XmlNode *const untouched = reinterpret_cast<XmlNode *>(&path);
-  XmlNode *node = untouched;
-  const XmlNode *expected = nullptr;
-  const uint32_t result = NEB_XML_GetNodeByUrl(start, path.c_str(), &node);
-  require(result == find(start, path, &expected));
-  require(node == (result == kOk ? expected : untouched));
+  while (!bytes.isEmpty()) {
+    const XmlNode *start = nodes[bytes.pick(4) == 0 ? bytes.pick(nodes.size()) : 0];
+    std::string path(bytes.pick(16) == 0 ? kLongestPath - bytes.pick(16) : 0, '.');
+    if (start->name != nullptr && bytes.pick(8) != 0) path += start->name;
+    for (size_t left = bytes.pick(12); left > 0; --left) path += bytes.pickFrom(kPieces);
+    XmlNode *const untouched = reinterpret_cast<XmlNode *>(&path);
+    XmlNode *node = untouched;
+    const XmlNode *expected = nullptr;
+    const uint32_t result = NEB_XML_GetNodeByUrl(start, path.c_str(), &node);
+    require(result == find(start, path, &expected));
+    require(node == (result == kOk ? expected : untouched));
+  }
   NEB_XML_FreeNode(nodes[0]);
 }
 
@@ -152,13 +155,17 @@ void readAndWriteTyped(Bytes &bytes) {
   require(place.set(variable.data() + 1) == kOk);
   require(place.text() == (isBool ? (number != 0 ? "true" : "false") : std::to_string(number)));
 
-  std::string text;
-  while (!bytes.isEmpty()) text += bytes.pick(3) ? bytes.pickFrom(kTexts) : bytes.takeText(2);
-  place.setText(text.c_str());
-  const auto value = valueOf(text, type);
-  std::string expected = variable;
-  if (value) expected.replace(1, width, reinterpret_cast<const char *>(&*value), width);
-  require(place.get(variable.data() + 1) == (value ? kOk : kInvalid) && variable == expected);
+  while (!bytes.isEmpty()) {
+    std::string text = bytes.pick(4) == 0 ? "-" : "";
+    for (size_t left = 1 + bytes.pick(2); left > 0; --left) {
+      text += bytes.pick(8) != 0 ? bytes.pickFrom(kTexts) : bytes.takeText(2);
+    }
+    place.setText(text.c_str());
+    const auto value = valueOf(text, type);
+    std::string expected = variable;
+    if (value) expected.replace(1, width, reinterpret_cast<const char *>(&*value), width);
+    require(place.get(variable.data() + 1) == (value ? kOk : kInvalid) && variable == expected);
+  }
   NEB_XML_FreeNode(place.node);
 }
 
