@@ -1,9 +1,7 @@
 // Importing across documents, indented output and safe saving.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <csignal>
 #include <filesystem>
 #include <string>
 
@@ -172,15 +170,6 @@ TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
   EXPECT_EQ(save(""), kOpen);
   EXPECT_EQ(NEB_XML_SaveFile(document_, nullptr, 0), kInvalid);
   EXPECT_EQ(NEB_XML_SaveFile(document_, file.c_str(), 17), kInvalid);
-  const auto ignored = std::signal(SIGXFSZ, SIG_IGN);
-  rlimit limit = {};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit full = {4, limit.rlim_max};  // as a disk with room for four bytes
-  setrlimit(RLIMIT_FSIZE, &full);
-  const uint32_t onFullDisk = save(file);
-  setrlimit(RLIMIT_FSIZE, &limit);
-  std::signal(SIGXFSZ, ignored);
-  EXPECT_EQ(onFullDisk, uint32_t{NEB_XML_ERR_FILE_WRITE});
   {
     const guarded::FailingAllocation failing(1);
     EXPECT_EQ(save(file), uint32_t{NEB_XML_ERR_NO_MEMORY});

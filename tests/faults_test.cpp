@@ -1,9 +1,16 @@
 // Every allocation and every file call of a scenario fails in turn: some call tells so, each keeps
 // its promises, and what is left can be used and given back.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -122,22 +129,36 @@ std::string largeText() {
   return text + "/></p:a><e/>";
 }
 
+uint32_t parseBuffer(const char *text, XmlNode **document) {
+  NEB_XML_PARSE_ERROR error;
+  return NEB_XML_ParseBuffer(text, std::strlen(text), 0, document, &error);
+}
+
+uint32_t parseFileInfo(const char *path, XmlNode **document) {
+  NEB_XML_PARSE_ERROR error;
+  return NEB_XML_ParseFileInfo(path, NEB_XML_PARSE_SESSION, document, &error);
+}
+
+struct Entry {
+  uint32_t (*parse)(const char *, XmlNode **);
+  bool isFile;
+  bool keepsPointer;
+};
+
+constexpr Entry kEntries[] = {{NEB_XML_Parse, false, false},      {NEB_XML_ParseEx, false, false},
+                              {parseBuffer, false, true},         {NEB_XML_ParseFile, true, true},
+                              {NEB_XML_ParseFileEx, true, false}, {parseFileInfo, true, true}};
+constexpr std::span<const Entry> kFileEntries = std::span(kEntries).subspan(3);
+
 TEST(Faults, Parsing) {
   const std::string text = largeText();
   const std::string path = trees::temporaryFile(text);
-  const struct {
-    uint32_t (*parse)(const char *, XmlNode **);
-    const char *input;
-    bool keepsPointer;
-  } cases[] = {{NEB_XML_Parse, text.c_str(), false},
-               {NEB_XML_ParseEx, text.c_str(), false},
-               {NEB_XML_ParseFile, path.c_str(), true},
-               {NEB_XML_ParseFileEx, path.c_str(), false}};
-  for (const auto &entry : cases) {
+  for (const Entry &entry : kEntries) {
     everyAllocationFails(nullptr, false, [&](Work &work) {
       XmlNode *const kept = reinterpret_cast<XmlNode *>(&work);
       XmlNode *document = kept;
-      if (work.check(entry.parse(entry.input, &document), kNoMemory, NEB_XML_ERR_SYNTAX)) {
+      const uint32_t result = entry.parse(entry.isFile ? path.c_str() : text.c_str(), &document);
+      if (work.check(result, kNoMemory, NEB_XML_ERR_SYNTAX)) {
         work.setDocument(document);
       } else {
         EXPECT_TRUE(document == (entry.keepsPointer ? kept : nullptr));
@@ -217,18 +238,27 @@ void copy(Work &work) {
   for (const XmlNode *source : {work.document(), NEB_XML_GetNodeFirstChild(work.document())}) {
     work.make([&](auto copy) { return NEB_XML_CloneNode(source, copy); });
     work.make([&](auto copy) { return NEB_XML_CloneNodeSelf(source, copy); });
+    work.make([&](auto copy) { return NEB_XML_ImportNode(work.document(), source, copy); });
   }
 }
 
 void print(Work &work) {
   char *const untouched = const_cast<char *>("untouched");
-  for (const auto transform : {NEB_XML_Transform, NEB_XML_TransformHead, NEB_XML_TransformTail}) {
+  constexpr auto kIndented = [](const XmlNode *node, char **text) {
+    return NEB_XML_TransformIndented(node, 2, text);
+  };
+  for (const auto transform :
+       {NEB_XML_Transform, NEB_XML_TransformHead, NEB_XML_TransformTail, +kIndented}) {
     char *text = untouched;
     const bool isPrinted = work.change([&] { return transform(work.document(), &text); });
     EXPECT_EQ(text != untouched, isPrinted);
     if (isPrinted) NEB_XML_FreeMem(text);
   }
   work.change([&] { return NEB_XML_TransformFile(work.document(), "/dev/null"); });
+  const std::string path = trees::temporaryFile("old");
+  const bool isSaved =
+      work.change([&] { return NEB_XML_SaveFile(work.document(), path.c_str(), 0); });
+  EXPECT_EQ(trees::readFile(path) == "old", !isSaved);
 }
 
 TEST(Faults, CallsOnADocument) {
@@ -250,21 +280,109 @@ TEST(Faults, FileCalls) {
                                    kOk};
   const std::string path = trees::temporaryFile(kText);
   for (size_t n = 1; n <= std::size(kResults); ++n) {
-    for (const auto parse : {NEB_XML_ParseFile, NEB_XML_ParseFileEx}) {
+    for (const Entry &entry : kFileEntries) {
       XmlNode *const kept = reinterpret_cast<XmlNode *>(&n);
       XmlNode *document = kept;
       const guarded::FailingFileCall failing(n);
-      const uint32_t result = parse(path.c_str(), &document);
+      const uint32_t result = entry.parse(path.c_str(), &document);
       EXPECT_EQ(result, kResults[n - 1]) << n;
       EXPECT_EQ(failing.happened(), n < std::size(kResults)) << n;
       EXPECT_EQ(guarded::openStreams(), 0U);
       if (result == kOk) {
         NEB_XML_FreeNode(document);
       } else {
-        EXPECT_TRUE(document == (parse == NEB_XML_ParseFile ? kept : nullptr)) << n;
+        EXPECT_TRUE(document == (entry.keepsPointer ? kept : nullptr)) << n;
       }
     }
   }
+}
+
+std::string g_path;
+
+// What happens to a file between its measuring and its reading, and reads that do not do as told.
+TEST(Faults, FilesThatChangeAndReadsThatFail) {
+  using Tell = long (*)(FILE *);
+  using Read = size_t (*)(void *, size_t, size_t, FILE *);
+  constexpr uint32_t kRead = NEB_XML_ERR_FILE_READ;
+  const struct {
+    const char *what;
+    uint32_t result;
+    Tell tell;
+    Read read;
+  } cases[] = {
+      {"shrinks", kRead,
+       [](FILE *stream) {
+         const long size = std::ftell(stream);
+         return truncate(g_path.c_str(), size / 2) == 0 ? size : 0;
+       },
+       std::fread},
+      {"is emptied", kRead,
+       [](FILE *stream) {
+         const long size = std::ftell(stream);
+         return truncate(g_path.c_str(), 0) == 0 ? size : 0;
+       },
+       std::fread},
+      {"grows, which is not seen", kOk,
+       [](FILE *stream) {
+         const long size = std::ftell(stream);
+         std::ofstream(g_path, std::ios::app) << "<more>";
+         return size;
+       },
+       std::fread},
+      {"cannot be read from its middle on", kRead, std::ftell,
+       [](void *buffer, size_t size, size_t count, FILE *stream) {
+         return std::fread(buffer, size, count / 2, stream);
+       }},
+      {"cannot be read at all", kRead, std::ftell,
+       [](void *, size_t, size_t, FILE *) { return size_t{0}; }},
+      {"gives more than was asked for", kRead, std::ftell,
+       [](void *, size_t, size_t count, FILE *) { return count + 1; }},
+      {"gives nothing but says it did", NEB_XML_ERR_SYNTAX, std::ftell,
+       [](void *buffer, size_t, size_t count, FILE *) {
+         std::memset(buffer, 0, count);
+         return count;
+       }},
+  };
+  for (const auto &[what, result, tell, read] : cases) {
+    for (const Entry &entry : kFileEntries) {
+      g_path =
+          trees::temporaryFile("<a>" + kLongText + kLongText + "</a>");  // more than is buffered
+      ASSERT_EQ(NEB_XML_RegFileFunc(std::fopen, std::fseek, std::fclose, read, tell), kOk);
+      XmlNode *document = nullptr;
+      EXPECT_EQ(entry.parse(g_path.c_str(), &document), result) << what;
+      NEB_XML_FreeNode(document);
+      EXPECT_EQ(guarded::outstanding(), 0U) << what;
+    }
+  }
+}
+
+// Writes under a limit on the size of files, which a process meets as it meets a full disk.
+uint32_t writeWithin(size_t limit, const std::function<uint32_t()> &write) {
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit before = {};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit full = {limit, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &full);
+  const uint32_t result = write();
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  return result;
+}
+
+TEST(Faults, ADiskThatFillsAtAnyByte) {
+  XmlNode *document = trees::parsed(kText);
+  const std::string text = trees::printed(document);
+  for (size_t room = 0; room <= text.size(); ++room) {
+    const std::string path = trees::temporaryFile("old");
+    const uint32_t expected = room < text.size() ? uint32_t{NEB_XML_ERR_FILE_WRITE} : kOk;
+    const auto save = [&] { return NEB_XML_SaveFile(document, path.c_str(), 0); };
+    EXPECT_EQ(writeWithin(room, save), expected) << room;
+    EXPECT_EQ(trees::readFile(path), expected == kOk ? text : "old") << room;
+    const auto transform = [&] { return NEB_XML_TransformFile(document, path.c_str()); };
+    EXPECT_EQ(writeWithin(room, transform), expected) << room;
+    EXPECT_EQ(trees::readFile(path), text.substr(0, room)) << "as far as it was written";
+  }
+  NEB_XML_FreeNode(document);
 }
 
 std::string g_fileCalls;

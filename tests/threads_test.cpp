@@ -60,23 +60,92 @@ TEST(Threads, EndedSessionsAreRefusedWhileOthersComeAndGo) {
   });
 }
 
-TEST(Threads, ReadingAndPrintingOneDocument) {
-  XmlNode *document = trees::parsed(kText);
-  const std::string whole = trees::printed(document);
-  const std::string described = trees::described(document);
-  onThreads([&](int) {
+// Everything that the interface calls reading, on one document.
+std::string readAll(const XmlNode *document) {
+  std::string text = trees::described(document);
+  uint32_t count = 0;
+  for (const XmlNode *node = document; node != nullptr; node = NEB_XML_Iterator(node)) {
+    EXPECT_EQ(NEB_XML_GetNodeChildNum(node, &count), uint32_t{NEB_XML_OK});
+    const char *strings[3] = {};
+    XmlNode *cursor = nullptr;
+    while (NEB_XML_GetNextSiblingAttrEx(node, &strings[0], &strings[1], &strings[2], &cursor) ==
+           NEB_XML_OK) {
+      const char *value = nullptr;
+      EXPECT_EQ(NEB_XML_GetAttr(node, strings[0], strings[1], &value), uint32_t{NEB_XML_OK});
+      text += value;
+    }
+  }
+  XmlNode *found = nullptr;
+  EXPECT_EQ(NEB_XML_GetNodeByUrl(document, "c.s.2", &found), uint32_t{NEB_XML_OK});
+  int8_t number = 0;
+  EXPECT_EQ(NEB_XML_GetAttrValueEx(document, nullptr, "a", NEB_XML_VALUE_INT8, &number),
+            uint32_t{NEB_XML_OK});
+  constexpr auto kIndented = [](const XmlNode *node, char **out) {
+    return NEB_XML_TransformIndented(node, 4, out);
+  };
+  for (const auto print :
+       {NEB_XML_Transform, NEB_XML_TransformHead, NEB_XML_TransformTail, +kIndented}) {
+    for (const XmlNode *start : {document, static_cast<const XmlNode *>(found)}) {
+      char *printed = nullptr;
+      EXPECT_EQ(print(start, &printed), uint32_t{NEB_XML_OK});
+      text += printed == nullptr ? "" : printed;
+      NEB_XML_FreeMem(printed);
+    }
+  }
+  return text;
+}
+
+TEST(Threads, ReadingSearchingAndPrintingOneDocument) {
+  for (const bool withSession : {true, false}) {
+    XmlNode *document = trees::parsed(kText, withSession);
+    const std::string whole = trees::printed(document);
+    const std::string expected = readAll(document);
+    onThreads([&](int thread) {
+      const std::string path = trees::temporaryFile("", thread);
+      XmlNode *own = trees::parsed("<own/>", thread % 2 == 0);
+      for (int round = 0; round < kRounds; ++round) {
+        EXPECT_EQ(readAll(document), expected);
+        XmlNode *copy = nullptr;
+        EXPECT_EQ(NEB_XML_ImportNode(own, document, &copy), uint32_t{NEB_XML_OK});
+        EXPECT_EQ(NEB_XML_AppendChildNode(own, copy), uint32_t{NEB_XML_OK});
+        EXPECT_EQ(trees::printed(copy), whole);
+        NEB_XML_FreeNode(copy);
+        if (round % 10 != 0) continue;
+        EXPECT_EQ(NEB_XML_TransformFile(document, path.c_str()), uint32_t{NEB_XML_OK});
+        EXPECT_EQ(trees::readFile(path), whole);
+        EXPECT_EQ(NEB_XML_SaveFile(document, path.c_str(), 0), uint32_t{NEB_XML_OK});
+        EXPECT_EQ(trees::readFile(path), whole);
+      }
+      NEB_XML_FreeNode(own);
+    });
+    NEB_XML_FreeNode(document);
+  }
+}
+
+// Each thread loads, changes, copies, moves and writes documents that nobody else knows.
+TEST(Threads, WholeLivesOfDocuments) {
+  onThreads([](int thread) {
+    const std::string path = trees::temporaryFile(kText, thread);
     for (int round = 0; round < kRounds; ++round) {
-      EXPECT_EQ(trees::printed(document), whole);
-      EXPECT_EQ(trees::described(document), described);
-      XmlNode *found = nullptr;
-      EXPECT_EQ(NEB_XML_GetNodeByUrl(document, "c.s.2", &found), uint32_t{NEB_XML_OK});
-      EXPECT_EQ(trees::printed(found), "<s>two &amp; three</s>\n");
-      int8_t number = 0;
-      EXPECT_EQ(NEB_XML_GetAttrValueEx(document, nullptr, "a", NEB_XML_VALUE_INT8, &number),
-                uint32_t{NEB_XML_OK});
+      XmlNode *document = nullptr;
+      XmlNode *other = nullptr;
+      const auto load = (thread + round) % 2 == 0 ? NEB_XML_ParseFileEx : NEB_XML_ParseFile;
+      ASSERT_EQ(load(path.c_str(), &document), uint32_t{NEB_XML_OK});
+      NEB_XML_PARSE_ERROR error = {};
+      EXPECT_EQ(NEB_XML_ParseBuffer("<a></b>", 7, 0, &other, &error), uint32_t{NEB_XML_ERR_SYNTAX});
+      ASSERT_EQ(NEB_XML_CloneNode(document, &other), uint32_t{NEB_XML_OK});
+      XmlNode *moved = NEB_XML_GetNodeLastChild(document);
+      NEB_XML_RemoveNode(moved);
+      EXPECT_EQ(NEB_XML_AddFirstChildNode(document, moved), uint32_t{NEB_XML_OK});
+      EXPECT_EQ(NEB_XML_SetNodeValueEx(moved, NEB_XML_VALUE_INT32, &round), uint32_t{NEB_XML_OK});
+      EXPECT_EQ(NEB_XML_RemoveAttr(document, nullptr, "a"), uint32_t{NEB_XML_OK});
+      const std::string text = trees::printed(document);
+      EXPECT_EQ(text.find(">" + std::to_string(round) + "<"), text.find("<p:t>") + 4);
+      NEB_XML_FreeNode(round % 2 == 0 ? document : other);
+      EXPECT_EQ(trees::printed(round % 2 == 0 ? other : document).empty(), false);
+      NEB_XML_FreeNode(round % 2 == 0 ? other : document);
     }
   });
-  NEB_XML_FreeNode(document);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 /* The command line tool, run as its users run it: through a shell, on files in a directory. */
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -145,6 +146,35 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
     EXPECT_NE(outcome.errors.find(row.errors), std::string::npos) << outcome.errors;
   }
   EXPECT_EQ(read("two.xml"), two);
+}
+
+// Killed at any moment, the tool leaves the old file or the new one.
+TEST_F(Tool, LeavesNoTornFileWhenItIsKilled) {
+  constexpr int kRounds = 60;
+  std::string old = "<a>\n";
+  for (int line = 0; line < 40'000; ++line) {
+    old += "<b>old</b>\n";
+  }
+  old += "</a>\n";
+  const std::string changed = old.substr(0, old.size() - 16) + "<b>new</b>\n</a>\n";
+  const std::string command = " $nebxml set a.xml a.b.40000 new --in-place && echo done";
+  write("a.xml", old);
+  const auto begin = std::chrono::steady_clock::now();
+  shell(command);
+  const std::chrono::duration<double> whole = std::chrono::steady_clock::now() - begin;
+  int kills = 0;
+  int news = read("a.xml") == changed ? 1 : 0;
+  for (int round = 1; round <= kRounds; ++round) {
+    write("a.xml", old);
+    // From before the tool has read the file to about when it has written it.
+    const std::string delay = std::to_string(whole.count() * round / kRounds);
+    const bool isKilled = shell("timeout -s KILL " + delay + command).output.empty();
+    const std::string text = read("a.xml");
+    EXPECT_TRUE(text == changed || (isKilled && text == old)) << round;
+    kills += isKilled ? 1 : 0;
+    news += text == changed ? 1 : 0;
+  }
+  EXPECT_TRUE(kills > 0 && news > 0) << kills << " killed, " << news << " written";
 }
 
 TEST_F(Tool, ShowsWhereATextIsWrong) {

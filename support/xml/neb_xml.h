@@ -52,10 +52,12 @@
  * Threads
  *
  *   Calls on different trees may overlap freely, sessions included. Calls that only read one tree
- *   (navigation, attribute reads, typed reads, path lookup, printing) may overlap with each other.
- *   A call that changes a tree must not overlap with any other call on it. Cloning a node carves
- *   from its document's session and counts as a change. The registration of hooks must not
- *   overlap with anything.
+ *   (navigation, attribute reads, typed reads, path lookup, printing, also to different files, and
+ *   importing from it into another tree) may overlap with each other. A call that changes a tree
+ *   must not overlap with any other call on it. Cloning a node carves from its document's session
+ *   and counts as a change. All nodes of a session count as one tree, detached ones too, with the
+ *   nodes made through the hooks that hang together with them. The registration of hooks must not
+ *   overlap with anything; registered hooks are called by whatever threads call the library.
  *
  * Cost
  *
@@ -587,7 +589,7 @@ NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path
  *        released with NEB_XML_FreeMem.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a nameless
- * node or attribute in the subtree; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more.
+ * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more.
  * Cost: linear in the nodes and texts.
  */
 

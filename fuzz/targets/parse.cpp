@@ -1,0 +1,179 @@
+// Any bytes through every entry point: all agree on code and tree, read nothing behind the text and
+// tell where it is wrong.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "support/hooks.h"
+#include "support/require.h"
+#include "support/trees.h"
+#include "xml/xml_node.h"
+
+namespace {
+
+constexpr size_t kLongestText = 1 << 16;
+
+// Memory whose last byte stands before a page that must not be touched.
+class GuardedMemory {
+ public:
+  GuardedMemory() {
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t size = 2 * kLongestText;
+    void *memory =
+        mmap(nullptr, size + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    require(memory != MAP_FAILED);
+    end_ = static_cast<char *>(memory) + size;
+    require(mprotect(end_, page, PROT_NONE) == 0);
+  }
+
+  const char *place(std::string_view bytes) const {
+    return static_cast<char *>(std::memcpy(end_ - bytes.size(), bytes.data(), bytes.size()));
+  }
+
+ private:
+  char *end_;
+};
+
+// The input, as each kind of entry point takes it.
+std::string g_input;
+size_t g_position;     // in the input as a file
+const char *g_text;    // terminated
+const char *g_buffer;  // not terminated
+
+FILE *stream() { return reinterpret_cast<FILE *>(&g_input); }
+
+FILE *openFile(const char * /*path*/, const char * /*mode*/) {
+  g_position = 0;
+  return stream();
+}
+
+int seekFile(FILE * /*stream*/, long offset, int whence) {
+  g_position = static_cast<size_t>(offset) + (whence == SEEK_END ? g_input.size() : 0);
+  return 0;
+}
+
+int closeFile(FILE * /*stream*/) { return 0; }
+
+size_t readFile(void *buffer, size_t size, size_t count, FILE * /*stream*/) {
+  return g_input.copy(static_cast<char *>(buffer), size * count, g_position) / size;
+}
+
+long tellFile(FILE * /*stream*/) { return static_cast<long>(g_position); }
+
+constexpr uint32_t kSession = NEB_XML_PARSE_SESSION;
+using Error = NEB_XML_PARSE_ERROR;
+
+struct Entry {
+  uint32_t (*parse)(XmlNode **document, Error *error);
+  bool isFile;
+  bool withSession;
+  bool clearsPointer;
+  bool fillsError;
+};
+
+constexpr Entry kEntries[] = {
+    {[](XmlNode **out, Error *) { return NEB_XML_Parse(g_text, out); }, false, false, true, false},
+    {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_text, out); }, false, true, true, false},
+    {[](XmlNode **out, Error *) { return NEB_XML_ParseFile("", out); }, true, false, false, false},
+    {[](XmlNode **out, Error *) { return NEB_XML_ParseFileEx("", out); }, true, true, true, false},
+    {[](XmlNode **out, Error *error) {
+       return NEB_XML_ParseBuffer(g_buffer, g_input.size(), 0, out, error);
+     },
+     false, false, false, true},
+    {[](XmlNode **out, Error *error) {
+       return NEB_XML_ParseBuffer(g_buffer, g_input.size(), kSession, out, error);
+     },
+     false, true, false, true},
+    {[](XmlNode **out, Error *error) { return NEB_XML_ParseFileInfo("", 0, out, error); }, true,
+     false, false, true},
+    {[](XmlNode **out, Error *error) { return NEB_XML_ParseFileInfo("", kSession, out, error); },
+     true, true, false, true},
+};
+
+bool isName(size_t offset, size_t length) {
+  return length <= g_input.size() && offset <= g_input.size() - length;
+}
+
+void checkError(const Error &error, uint32_t result, bool hasPlace) {
+  require(error.code == result && error.reason != nullptr && error.reason[0] != '\0');
+  if (!hasPlace) return require(error.line == 0 && error.column == 0 && error.offset == 0);
+  const std::string_view before = std::string_view(g_input).substr(0, error.offset);
+  require(before.size() == error.offset && before.find('\0') == std::string::npos);
+  require(error.line == 1 + static_cast<size_t>(std::count(before.begin(), before.end(), '\n')));
+  require(error.column == before.size() - (before.rfind('\n') + 1) + 1);
+  require(isName(error.endNameOffset, error.endNameLength));
+  require(isName(error.startNameOffset, error.startNameLength));
+  if (error.startNameLength != 0) require(g_input[error.startTagOffset] == '<');
+}
+
+// Null after a failure.
+XmlNode *parse(const Entry &entry, uint32_t *result, bool withoutText) {
+  XmlNode *const untouched = reinterpret_cast<XmlNode *>(&g_input);
+  XmlNode *document = untouched;
+  Error error = {};
+  *result = entry.parse(&document, &error);
+  if (*result == kOk) {
+    require(document != untouched && document != nullptr);
+    require((document->sessionId != 0) == entry.withSession);
+    require(error.reason == nullptr);
+    return document;
+  }
+  const bool isCleared = entry.clearsPointer && *result != kInvalid;
+  require(document == (isCleared ? nullptr : untouched));
+  if (entry.fillsError && !hooks::hasFailed()) checkError(error, *result, !withoutText);
+  return nullptr;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  if (size > kLongestText) return 0;
+  hooks::begin();
+  NEB_XML_RegFileFunc(openFile, seekFile, closeFile, readFile, tellFile);
+  static const GuardedMemory textMemory;
+  static const GuardedMemory bufferMemory;
+  g_input.assign(reinterpret_cast<const char *>(data), size);
+  g_text = textMemory.place({g_input.c_str(), size + 1});
+  g_buffer = bufferMemory.place(g_input);
+  const bool isEmpty = size == 0 || data[0] == 0;
+
+  XmlNode *first = nullptr;
+  size_t hash = size;
+  for (size_t i = 0; i < size; ++i) hash = hash * 31 + data[i];
+  const Entry &failingEntry = kEntries[hash % std::size(kEntries)];
+  size_t failingAllocations = 0;
+  for (const Entry &entry : kEntries) {
+    const size_t outstanding = hooks::outstanding();
+    const size_t allocations = hooks::allocations();
+    uint32_t result = 0;
+    XmlNode *document = parse(entry, &result, isEmpty && !(entry.isFile && size > 0));
+    if (&entry == &failingEntry) failingAllocations = hooks::allocations() - allocations;
+    if (isEmpty) {
+      require(result == (entry.isFile ? kSyntax : kInvalid));
+    } else if (document == nullptr) {
+      require(result == kSyntax && first == nullptr);
+    } else if (&entry == kEntries) {
+      first = document;
+      continue;
+    } else {
+      require(first != nullptr && trees::isSameChain(first, document));
+    }
+    trees::release(document);
+    require(hooks::outstanding() == outstanding);
+  }
+  require(std::memcmp(g_text, g_input.c_str(), size + 1) == 0);
+  trees::release(first);
+
+  if (failingAllocations != 0) {
+    uint32_t result = 0;
+    hooks::failNth(1 + hash / std::size(kEntries) % failingAllocations);
+    require(parse(failingEntry, &result, false) == nullptr);
+    require(result == kSyntax || result == kNoMemory);
+  }
+  require(hooks::outstanding() == 0);
+  return 0;
+}
