@@ -184,6 +184,11 @@ TEST(Path, RulesAndAgreementWithAModelOnRandomPaths) {
       EXPECT_STREQ(found, number) << path;
     }
   }
+  XmlNode *nameless = nullptr;
+  NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, nullptr, nullptr, &nameless);
+  ASSERT_EQ(NEB_XML_AddFirstChildNode(config, nameless), kOk);
+  XmlNode *unfound = nullptr;
+  EXPECT_EQ(NEB_XML_GetNodeByUrl(nameless, "config", &unfound), kNotFound);
   constexpr const char *kParts[] = {"server", "db:server", "log\\.level", "port",       "b",
                                     "a:b",    "d\\.e",     "c:d\\.e",     "1",          "2",
                                     "3",      "0",         "0000000001",  "002",        "\\",
