@@ -1,8 +1,13 @@
 // Importing across documents, indented output and safe saving.
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "support/guarded_hooks.h"
@@ -182,6 +187,54 @@ TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
   EXPECT_EQ(save(file), kInvalid) << "a node without a name";
   EXPECT_EQ(trees::readFile(file), old);
   EXPECT_EQ(filesInFolder(), 3U);
+}
+
+// Names that are taken are left alone; when none is free, so is the file.
+TEST_F(Save, TakesATemporaryNameThatIsFree) {
+  const auto taken = [&](unsigned number) {
+    return path(
+        (".neb-xml-" + std::to_string(getpid()) + "-" + std::to_string(number) + ".tmp").c_str());
+  };
+  for (const unsigned count : {2U, 1000U}) {
+    for (unsigned number = 0; number < count; ++number) std::ofstream(taken(number)) << "taken";
+    const bool isOneFree = count < 1000;
+    EXPECT_EQ(save(path("file.xml")), isOneFree ? kOk : uint32_t{NEB_XML_ERR_FILE_OPEN});
+    EXPECT_EQ(filesInFolder(), count + 1);
+    EXPECT_EQ(trees::readFile(taken(0)), "taken");
+  }
+}
+
+TEST_F(Save, WorksInTheCurrentFolder) {
+  const fs::path before = fs::current_path();
+  fs::current_path(folder_);
+  EXPECT_TRUE(save("file.xml") == kOk && save("file.xml") == kOk);
+  fs::current_path(before);
+  EXPECT_EQ(trees::readFile(path("file.xml")), "<new>text</new>\n");
+  EXPECT_EQ(filesInFolder(), 1U);
+}
+
+// Whoever may not give a file to its old owner does not give others what the owner's group had.
+TEST_F(Save, GivesNoRightsAwayWithTheOwner) {
+  if (geteuid() != 0) GTEST_SKIP() << "only the superuser has files of two owners";
+  constexpr uid_t kNobody = 65534;
+  fs::permissions(folder_, fs::perms(0777));
+  const struct {
+    gid_t group;
+    unsigned permissions, expected;
+  } cases[] = {{0, 04674, 0674}, {kNobody, 02674, 0644}, {kNobody, 0660, 0600}};
+  for (const auto &[group, permissions, expected] : cases) {
+    const std::string file = path("file.xml");
+    fs::remove(file);
+    ASSERT_EQ(save(file), kOk);
+    fs::permissions(file, fs::perms(permissions));
+    EXPECT_EXIT(std::exit(setgroups(0, nullptr) != 0 || setegid(group) != 0 ||
+                          seteuid(kNobody) != 0 || save(file) != kOk),
+                testing::ExitedWithCode(0), "");
+    struct stat status = {};
+    ASSERT_EQ(stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, expected);
+    EXPECT_TRUE(status.st_uid == kNobody && status.st_gid == group);
+  }
 }
 
 }  // namespace

@@ -69,6 +69,12 @@ TEST(Face, TellsNoTextFromAnEmptyOne) {
   EXPECT_FALSE(root.prefix().has_value());
   EXPECT_FALSE(root.attribute("x").has_value());
   EXPECT_FALSE(root.attribute("none").has_value());
+  const char *const none = nullptr;
+  EXPECT_TRUE(document.root().set_attribute("x", none));
+  EXPECT_FALSE(document.root().attribute("x").has_value());
+  Document &same = document;
+  document = std::move(same);
+  EXPECT_EQ(document.root().get(), root.get());
   const neb::xml::Strings strings = root.last_child().strings();
   EXPECT_TRUE(!strings.prefix && strings.name == "c" && strings.value == "");
 }

@@ -16,6 +16,7 @@
 
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
+#include "xml/xml_memory_table.h"
 #include "xml/xml_node.h"
 
 namespace {
@@ -36,9 +37,7 @@ class Work {
   Work(const char *text, bool withSession) {
     if (text == nullptr) return;
     document_ = trees::parsed(text, withSession);
-    const guarded::FailingAllocation noFurtherBlocks(1, true);
-    while (withSession && XML_MemSpecialMalloc(document_->sessionId, 1) != nullptr) {
-    }
+    fillBlocks();
   }
   ~Work() {
     for (XmlNode *node : loose_) NEB_XML_FreeNode(node);
@@ -54,6 +53,7 @@ class Work {
   bool check(uint32_t result, uint32_t failure = kNoMemory, uint32_t otherFailure = kNoMemory) {
     EXPECT_TRUE(result == kOk || result == failure || result == otherFailure) << result;
     hasFailed_ |= result != kOk;
+    fillBlocks();
     return result == kOk;
   }
 
@@ -91,14 +91,28 @@ class Work {
   }
 
  private:
+  // So that whatever the next call needs of the session is a new block.
+  void fillBlocks() {
+    XmlMemSession *session = document_ == nullptr ? nullptr : findSession(document_->sessionId);
+    if (session == nullptr) return;
+    for (const XmlMemBlock *block = session->firstBlock; block != nullptr;
+         block = block->nextBlock) {
+      if (block->remaining > 0) {
+        EXPECT_NE(XML_MemSpecialMalloc(document_->sessionId, block->remaining), nullptr);
+      }
+    }
+  }
+
   XmlNode *document_ = nullptr;
   std::vector<XmlNode *> loose_;  // released with the work
   bool hasFailed_ = false;
 };
 
+// The notes of texts that a session keeps are all that may fail unnoticed: the texts go back early.
 template <typename Run>
-void everyAllocationFails(const char *text, bool withSession, Run run) {
+void everyAllocationFails(const char *text, bool withSession, Run run, size_t notes = 0) {
   for (const bool allAfter : {false, true}) {
+    size_t unnoticed = 0;
     bool hasFailed = true;
     for (size_t n = 1; hasFailed; ++n) {
       SCOPED_TRACE(testing::Message() << "allocation " << n << ", all after it " << allAfter);
@@ -109,7 +123,8 @@ void everyAllocationFails(const char *text, bool withSession, Run run) {
           run(work);
           hasFailed = failing.happened();
         }
-        EXPECT_EQ(work.hasFailed(), hasFailed);
+        if (hasFailed && !work.hasFailed()) ++unnoticed;
+        EXPECT_TRUE(hasFailed || !work.hasFailed());
         EXPECT_TRUE(n > 1 || hasFailed) << "nothing was allocated";
         const XmlNode *document = work.document();
         EXPECT_TRUE(document == nullptr || trees::printed(document).starts_with("<"));
@@ -117,6 +132,7 @@ void everyAllocationFails(const char *text, bool withSession, Run run) {
       ASSERT_EQ(guarded::outstanding(), 0U);
       if (testing::Test::HasFailure()) return;
     }
+    EXPECT_EQ(unnoticed, allAfter ? 0 : notes);
   }
 }
 
@@ -264,7 +280,8 @@ void print(Work &work) {
 TEST(Faults, CallsOnADocument) {
   for (const auto scenario : {create, change, mix, copy, print}) {
     for (const bool withSession : {false, true}) {
-      everyAllocationFails(kText, withSession, scenario);
+      const bool keepsTexts = withSession && scenario == mix;
+      everyAllocationFails(kText, withSession, scenario, keepsTexts ? 1 : 0);
     }
   }
 }

@@ -193,6 +193,20 @@ TEST(ReportDetails, MismatchesNameBothTags) {
   EXPECT_EQ(error.offset, text.find("</p:bb"));
 }
 
+TEST(ReportDetails, TheStartTagIsFoundAtAnyDepth) {
+  for (const size_t depth : {63U, 64U, 65U, 200U}) {
+    std::string text;
+    for (size_t i = 0; i < depth; ++i) text += "<n" + std::to_string(i) + ">";
+    NEB_XML_PARSE_ERROR error = {};
+    XmlNode *document = nullptr;
+    const std::string wrong = text + "<x/></other>";
+    EXPECT_EQ(NEB_XML_ParseBuffer(wrong.data(), wrong.size(), 0, &document, &error), kSyntax);
+    EXPECT_EQ(error.startTagOffset, text.rfind('<'));
+    EXPECT_EQ(wrong.substr(error.startNameOffset, error.startNameLength),
+              "n" + std::to_string(depth - 1));
+  }
+}
+
 TEST(ReportDetails, TextsEndAtTheirLengthOrAtNul) {
   const std::string text("<a>t</a>\0<", 10);
   const auto bytes = exactCopy(text);
@@ -233,12 +247,19 @@ TEST(ReportDetails, FailuresWithoutAPlace) {
     const std::string path = trees::temporaryFile("<a/>");
     expect(NEB_XML_ParseFileInfo(path.c_str(), 0, &document, &error), NEB_XML_ERR_FILE_READ,
            reasons::kFileRead);
+    expect(NEB_XML_ParseFileInfo(path.c_str(), 2, &document, &error), kInvalid, kArgument);
+    expect(NEB_XML_ParseFileInfo(path.c_str(), 0, nullptr, &error), kInvalid, kArgument);
+    EXPECT_EQ(NEB_XML_ParseFileInfo("", 0, &document, nullptr), uint32_t{NEB_XML_ERR_FILE_OPEN});
+    const guarded::FailingAllocation noText(1);
+    expect(NEB_XML_ParseFileInfo(path.c_str(), 0, &document, &error), NEB_XML_ERR_NO_MEMORY,
+           reasons::kNoMemory);
   }
 }
 
 // Short memory is told as such, whichever of the two parses meets it, or is not noticed.
 TEST(ReportDetails, EveryAllocationFails) {
-  const std::string texts[] = {"<p:a x='1'>\n<b/></p:a>", "<a><b><c></b></a>"};
+  const std::string texts[] = {"<p:a x='1'>\n<b/></p:a>", "<a><b><c></b></a>",
+                               "<p:a x='&lt;' q:y='2'><b>&amp;</b><c>t</c><d> </d><p:e/><f/></a>"};
   for (const std::string &text : texts) {
     for (const uint32_t flags : {0U, 1U}) {
       bool hasFailed = true;

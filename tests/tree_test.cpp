@@ -152,6 +152,28 @@ TEST(Nodes, AreTakenOutAndReleasedAlone) {
   }
 }
 
+// What a session has below a node of the hooks forgets it when the node goes alone.
+TEST(Nodes, AreReleasedAloneFromAboveNodesOfASession) {
+  XmlNode *document = parsed("<r><a/><b/></r>", true);
+  XmlNode *node = element("node");
+  ASSERT_EQ(NEB_XML_AppendChildNode(document, node), kOk);
+  XmlNode *attribute = XML_NewNode(document->sessionId, NEB_XML_NODE_ATTRIBUTE);
+  XML_SetNode(document, attribute, nullptr, "n", "v");
+  ASSERT_EQ(XML_AddAttrNode(attribute, node), kOk);
+  XmlNode *below[] = {child(document, 0), child(document, 1)};
+  for (XmlNode *each : below) {
+    NEB_XML_RemoveNode(each);
+    ASSERT_EQ(NEB_XML_AppendChildNode(node, each), kOk);
+  }
+  XML_FreeSingleNode(below[0]);
+  EXPECT_EQ(described(document), "12:r=-(0:node=- n='v'(0:a=-,0:b=-))");
+  NEB_XML_RemoveNode(node);
+  XML_FreeSingleNode(node);
+  for (const XmlNode *each : below) EXPECT_TRUE(isDetached(each));
+  EXPECT_TRUE(attribute->parent == nullptr && attribute->next == nullptr);
+  NEB_XML_FreeNode(document);
+}
+
 // A parse of several top-level elements gives a chain of nodes that is nobody's tree.
 TEST(Chain, RefusesChangesThatNeedATopmostNode) {
   for (const bool withSession : {false, true}) {
@@ -325,6 +347,7 @@ TEST(Attributes, AreReadWithACursorInOrder) {
   NEB_XML_SetAttr(node, nullptr, node->firstAttr->name, node->firstAttr->value + 2);
   NEB_XML_AddAttr(node, node->firstAttr->name, node->name, node->firstAttr->value);
   EXPECT_EQ(described(node), "0:e=- alias='23' alias|e='23'");
+  EXPECT_EQ(NEB_XML_GetFirstAttrEx(node, &out[0], &out[1], &out[2], nullptr), kOk);
   EXPECT_EQ(NEB_XML_GetFirstAttrEx(node, &out[0], &out[1], &out[2], &cursor), kOk);
   EXPECT_TRUE(out[0] == nullptr && out[1] == cursor->name && out[2] == cursor->value);
   EXPECT_TRUE(cursor == node->firstAttr);

@@ -149,6 +149,11 @@ TEST(Path, FindsByTheRules) {
       EXPECT_STREQ(found, number) << path;
     }
   }
+  XmlNode *nameless = nullptr;
+  NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, nullptr, nullptr, &nameless);
+  ASSERT_EQ(NEB_XML_AddFirstChildNode(config, nameless), kOk);
+  XmlNode *unfound = nullptr;
+  EXPECT_EQ(NEB_XML_GetNodeByUrl(nameless, "config", &unfound), kNotFound);
   NEB_XML_FreeNode(config);
 }
 

@@ -1,0 +1,408 @@
+// How time grows with size: each case is measured at n and at 2n, where n is such that it takes a
+// tenth of a second, and the ratio of the two times must show a cost in proportion.
+//
+//   neb_xml_scaling [PART OF A NAME]
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <functional>
+#include <memory>
+#include <numeric>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "neb_xml.h"
+
+namespace {
+
+constexpr double kLongEnough = 0.1;  // seconds
+constexpr double kLargestRatio = 2.3;
+constexpr int kRuns = 5;
+constexpr int kSeries = 4;  // of runs, while the ratio is too large: noise only ever adds
+constexpr size_t kFirstSize = 1000;
+constexpr size_t kMany = 1'000'000;
+constexpr size_t kSharedPrefix = 300;
+constexpr unsigned kSeed = 1;
+
+// What is measured, and what has to follow before it can be measured again.
+struct Work {
+  std::function<void()> run;
+  std::function<void()> reset = [] {};
+};
+
+struct Case {
+  std::string name;
+  std::function<Work(size_t)> prepare;
+  size_t largestSize;  // what fits into memory; short works are repeated from there on
+};
+
+void expect(bool isRight, const char *what) {
+  if (isRight) return;
+  std::fprintf(stderr, "%s went wrong\n", what);
+  std::exit(EXIT_FAILURE);
+}
+
+// Memory that is freed stays with the process, so that the first touch of a page is not measured.
+void keepHeapWarm() {
+  mallopt(M_MMAP_MAX, 0);
+  mallopt(M_TRIM_THRESHOLD, 2000 * 1024 * 1024);
+}
+
+double cpuSeconds() {
+  timespec time;
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+double measure(const Work &work, size_t rounds) {
+  double seconds = 0;
+  for (size_t round = 0; round < rounds; ++round) {
+    const double begin = cpuSeconds();
+    work.run();
+    seconds += cpuSeconds() - begin;
+    work.reset();
+  }
+  return seconds;
+}
+
+// Whether the case's ratio is small enough; prints it.
+bool judge(const Case &subject) {
+  size_t size = kFirstSize;
+  Work work = subject.prepare(size);
+  while (measure(work, 1) < kLongEnough && size < subject.largestSize) {
+    size *= 2;
+    work = subject.prepare(size);
+  }
+  size_t rounds = 1;
+  double single = measure(work, rounds);
+  while (single < kLongEnough) {
+    rounds *= 2;
+    single = measure(work, rounds);
+  }
+  const Work twiceTheWork = subject.prepare(2 * size);
+  double twice = measure(twiceTheWork, rounds);
+  double ratio = 0;
+  for (int series = 0; series < kSeries; ++series) {
+    for (int run = 1; run < kRuns; ++run) {
+      single = std::min(single, measure(work, rounds));
+      twice = std::min(twice, measure(twiceTheWork, rounds));
+    }
+    ratio = twice / single;
+    if (ratio <= kLargestRatio) break;
+  }
+  const bool isSmall = ratio <= kLargestRatio;
+  std::printf("%-44s %10zu %5zu %8.1f %8.1f %6.2f%s\n", subject.name.c_str(), size, rounds,
+              1e3 * single, 1e3 * twice, ratio, isSmall ? "" : "  too large");
+  std::fflush(stdout);
+  return isSmall;
+}
+
+std::string repeated(std::string_view text, size_t count) {
+  std::string result;
+  result.reserve(text.size() * count);
+  for (size_t i = 0; i < count; ++i) result += text;
+  return result;
+}
+
+// ---- Trees, and what is done with each of them
+
+struct Tree {
+  const char *name;
+  std::function<std::string(size_t)> text;  // none where only the interface makes such a value
+  std::function<std::string(size_t)> value;
+  size_t largestSize;
+  bool isChain = false;  // of top-level elements, which are printed and copied one by one
+};
+
+XmlNode *parsed(const std::string &text, bool withSession) {
+  XmlNode *document = nullptr;
+  const uint32_t result = withSession ? NEB_XML_ParseEx(text.c_str(), &document)
+                                      : NEB_XML_Parse(text.c_str(), &document);
+  expect(result == NEB_XML_OK, "parsing");
+  return document;
+}
+
+XmlNode *made(const Tree &tree, size_t size, bool withSession) {
+  if (tree.text) return parsed(tree.text(size), withSession);
+  XmlNode *node = nullptr;
+  const std::string value = tree.value(size);
+  const uint32_t result =
+      withSession
+          ? NEB_XML_CreateNodeEx(0, NEB_XML_NODE_DOCUMENT, nullptr, "a", value.c_str(), &node)
+          : NEB_XML_CreateNode(NEB_XML_NODE_DOCUMENT, nullptr, "a", value.c_str(), &node);
+  expect(result == NEB_XML_OK, "creating");
+  return node;
+}
+
+// XML_FreeNode releases the siblings as well.
+using Held = std::shared_ptr<XmlNode>;
+Held held(XmlNode *node) { return {node, XML_FreeNode}; }
+
+void iterate(const XmlNode *start) {
+  for (const XmlNode *node = start; node != nullptr; node = NEB_XML_Iterator(node)) {
+    const char *prefix = nullptr;
+    const char *name = nullptr;
+    const char *value = nullptr;
+    XmlNode *cursor = nullptr;
+    while (NEB_XML_GetNextSiblingAttrEx(node, &prefix, &name, &value, &cursor) == NEB_XML_OK) {
+    }
+  }
+}
+
+void print(const XmlNode *node) {
+  char *text = nullptr;
+  expect(NEB_XML_Transform(node, &text) == NEB_XML_OK, "printing");
+  NEB_XML_FreeMem(text);
+}
+
+XmlNode *cloned(const XmlNode *node) {
+  XmlNode *copy = nullptr;
+  expect(NEB_XML_CloneNode(node, &copy) == NEB_XML_OK, "cloning");
+  return copy;
+}
+
+void addTreeCases(const Tree &tree, std::vector<Case> &cases) {
+  const auto add = [&](const char *what, std::function<Work(size_t)> prepare) {
+    cases.push_back({std::string(tree.name) + ": " + what, std::move(prepare), tree.largestSize});
+  };
+  for (const bool withSession : {false, true}) {
+    if (!tree.text) break;
+    add(withSession ? "parse into a session" : "parse", [=](size_t size) -> Work {
+      const auto text = std::make_shared<std::string>(tree.text(size));
+      const auto document = std::make_shared<Held>();
+      return {[=] { *document = held(parsed(*text, withSession)); }, [=] { document->reset(); }};
+    });
+  }
+  add("release", [=](size_t size) -> Work {
+    const auto document = std::make_shared<Held>(held(made(tree, size, false)));
+    return {[=] { document->reset(); }, [=] { *document = held(made(tree, size, false)); }};
+  });
+  add("iterate", [=](size_t size) -> Work {
+    const Held document = held(made(tree, size, true));
+    return {[=] { iterate(document.get()); }};
+  });
+  if (tree.isChain) return;
+  add("print", [=](size_t size) -> Work {
+    const Held document = held(made(tree, size, true));
+    return {[=] { print(document.get()); }};
+  });
+  for (const bool withSession : {false, true}) {
+    add(withSession ? "clone into a session" : "clone", [=](size_t size) -> Work {
+      const Held document = held(made(tree, size, withSession));
+      const auto copy = std::make_shared<Held>();
+      return {[=] { *copy = held(cloned(document.get())); }, [=] { copy->reset(); }};
+    });
+  }
+}
+
+std::string attributes(const std::string &prefix, size_t count) {
+  std::string text = "<a";
+  for (size_t i = 0; i < count; ++i) text += " " + prefix + std::to_string(i) + "='v'";
+  return text + "/>";
+}
+
+std::string hugeNames(size_t size) {
+  const std::string name(1000 * size, 'n');
+  return "<" + name + " " + name + "='v'><p:" + name + "/></" + name + ">";
+}
+
+std::vector<Tree> trees() {
+  const auto repeatedIn = [](const char *before, const char *text, const char *after) {
+    return [=](size_t n) { return before + repeated(text, n) + after; };
+  };
+  const auto value = [](const char *text) { return [=](size_t n) { return repeated(text, n); }; };
+  const std::string word(250, 'w');
+  return {
+      {"depth", [](size_t n) { return repeated("<a>", n) + repeated("</a>", n); }, {}, kMany},
+      {"siblings", repeatedIn("<r>", "<a x='1'/>", "</r>"), {}, kMany},
+      {"top-level siblings", repeatedIn("", "<a/>", ""), {}, kMany, true},
+      {"attributes", [](size_t n) { return attributes("n", n); }, {}, kMany},
+      {"attributes with a long shared prefix",
+       [](size_t n) { return attributes(std::string(kSharedPrefix, 'n'), n); },
+       {},
+       kMany / 4},
+      {"prefixed attributes", [](size_t n) { return attributes("p:n", n); }, {}, kMany},
+      {"references", repeatedIn("<a>", "&amp;&#00065;", "</a>"), {}, 4 * kMany},
+      {"digits of one reference",
+       [](size_t n) { return "<a>&#" + std::string(n, '0') + "65;</a>"; },
+       {},
+       32 * kMany},
+      {"sections", repeatedIn("<a>", "<![CDATA[x]]>", "</a>"), {}, 4 * kMany},
+      {"strings of 250 bytes",
+       repeatedIn("<r>", ("<a>" + word + "</a>").c_str(), "</r>"),
+       {},
+       kMany / 4},
+      {"strings of sizes that alternate",
+       repeatedIn("<r>", ("<a>" + repeated(word, 17) + "</a><a>" + word + "</a>").c_str(), "</r>"),
+       {},
+       kMany / 64},
+      {"names of megabytes", hugeNames, {}, kMany / 64},
+      {"comments that almost end", repeatedIn("<a><!--", "-> - --  ->", "x--></a>"), {}, 8 * kMany},
+      {"value of &", {}, value("&"), 32 * kMany},
+      {"value of &#0", {}, value("&#0"), 16 * kMany},
+      {"value of &#x", {}, [](size_t n) { return "&#x" + std::string(n, '0'); }, 32 * kMany},
+      {"value of <![CDATA[", {}, value("<![CDATA["), 8 * kMany},
+  };
+}
+
+// ---- Texts that are refused
+
+// The place is asked for, so that finding it is measured as well.
+Work refusing(const std::string &text) {
+  return {[=] {
+    XmlNode *document = nullptr;
+    NEB_XML_PARSE_ERROR error;
+    expect(
+        NEB_XML_ParseBuffer(text.data(), text.size(), 0, &document, &error) == NEB_XML_ERR_SYNTAX,
+        "refusing");
+  }};
+}
+
+void addRefusals(std::vector<Case> &cases) {
+  const struct {
+    const char *name, *before, *text;
+  } refusals[] = {
+      {"comment that almost ends", "<a><!--", "-> - ->"},
+      {"comments that begin", "<a>", "<!-- "},
+      {"comments that begin in a tag", "<a ", "x<!-- "},
+      {"declaration", "<?xml ", "?"},
+      {"instructions that begin", "<a>", "<?p "},
+      {"document type declaration", "<!DOCTYPE a [", "<!ELEMENT "},
+      {"quotes in a document type declaration", "<!DOCTYPE a [\"", "\"\" "},
+      {"section", "<a><![CDATA[", "]] >"},
+      {"sections that begin", "<a>", "<![CDATA["},
+      {"sections in a name", "<a", "<![CDATA[]]>"},
+      {"attribute value", "<a x='", "&lt;"},
+      {"references that do not end", "<a>", "&#0"},
+      {"start tags", "", "<a>"},
+      {"attributes of a tag", "<a", " x"},
+      {"blanks", "<a>", " "},
+  };
+  for (const auto &[name, before, text] : refusals) {
+    cases.push_back({std::string("refused: ") + name,
+                     [before = std::string(before), text = text](size_t size) {
+                       return refusing(before + repeated(text, size));
+                     },
+                     8 * kMany});
+  }
+}
+
+// ---- Lookup, and memory sessions
+
+Work lookingUp(size_t size, const std::string &path) {
+  const Held document = held(parsed("<r>" + repeated("<a/>", size - 1) + "<b/></r>", true));
+  return {[=] {
+    XmlNode *node = nullptr;
+    expect(NEB_XML_GetNodeByUrl(document.get(), path.c_str(), &node) == NEB_XML_OK, "looking up");
+  }};
+}
+
+void addLookups(std::vector<Case> &cases) {
+  cases.push_back({"path lookup by name in a wide node",
+                   [](size_t size) { return lookingUp(size, "r.b"); }, kMany});
+  cases.push_back({"path lookup by index in a wide node",
+                   [](size_t size) { return lookingUp(size, "r.a." + std::to_string(size - 1)); },
+                   kMany});
+}
+
+using Places = std::vector<size_t>;
+
+// Opens as many sessions as there are places, and ends them in their order.
+Work openingAndEnding(const Places &places) {
+  return {[=] {
+    std::vector<uint32_t> handles(places.size());
+    for (uint32_t &handle : handles) handle = XML_MemSessionBegin(16);
+    for (const size_t place : places) {
+      expect(XML_MemSessionEnd(handles[place]) == 1, "ending a session");
+    }
+  }};
+}
+
+void addSessions(std::vector<Case> &cases) {
+  const auto add = [&](const char *name, std::function<void(Places &)> rearrange) {
+    cases.push_back({name,
+                     [=](size_t size) {
+                       Places places(size);
+                       std::iota(places.begin(), places.end(), size_t{0});
+                       rearrange(places);
+                       return openingAndEnding(places);
+                     },
+                     kMany});
+  };
+  add("sessions ended as they were opened", [](Places &) {});
+  add("sessions ended backwards", [](Places &p) { std::reverse(p.begin(), p.end()); });
+  add("sessions ended in any order",
+      [](Places &p) { std::shuffle(p.begin(), p.end(), std::mt19937(kSeed)); });
+}
+
+// Carves as many pieces, of these sizes in turn, from blocks of one size.
+uint32_t carved(size_t count, int32_t block, const std::vector<int32_t> &sizes) {
+  const uint32_t session = XML_MemSessionBegin(block);
+  for (size_t i = 0; i < count; ++i) {
+    expect(XML_MemSpecialMalloc(session, sizes[i % sizes.size()]) != nullptr, "carving");
+  }
+  return session;
+}
+
+void endSession(uint32_t session) { expect(XML_MemSessionEnd(session) == 1, "ending a session"); }
+
+void addBlocks(std::vector<Case> &cases) {
+  const struct {
+    const char *name;
+    int32_t block;
+    std::vector<int32_t> sizes;
+  } carvings[] = {
+      {"session: pieces of 250 bytes with holes", 8192, {250}},
+      {"session: pieces of sizes that alternate", 256, {140, 120}},
+      {"session: pieces that a hole just misses", 256, {250, 7}},
+      {"session: pieces that fill earlier holes", 256, {200, 200, 50, 40}},
+  };
+  for (const auto &[name, block, sizes] : carvings) {
+    cases.push_back({name,
+                     [=, block = block, sizes = sizes](size_t size) -> Work {
+                       return {[=] { endSession(carved(size, block, sizes)); }};
+                     },
+                     2 * kMany});
+  }
+  constexpr int32_t kSmallBlock = 64;
+  cases.push_back({"session: release of many blocks",
+                   [](size_t size) -> Work {
+                     const auto carve = [=] { return carved(size, kSmallBlock, {kSmallBlock}); };
+                     const auto session = std::make_shared<uint32_t>(carve());
+                     return {[=] { endSession(*session); }, [=] { *session = carve(); }};
+                   },
+                   2 * kMany});
+}
+
+std::vector<Case> allCases() {
+  std::vector<Case> cases;
+  for (const Tree &tree : trees()) addTreeCases(tree, cases);
+  addRefusals(cases);
+  addLookups(cases);
+  addSessions(cases);
+  addBlocks(cases);
+  return cases;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  keepHeapWarm();
+  const std::string part = argc > 1 ? argv[1] : "";
+  std::printf("%-44s %10s %5s %8s %8s %6s\n", "CPU time, the least of 5 runs", "n", "times",
+              "ms at n", "at 2n", "ratio");
+  size_t measured = 0;
+  size_t tooLarge = 0;
+  for (const Case &subject : allCases()) {
+    if (subject.name.find(part) == std::string::npos) continue;
+    ++measured;
+    if (!judge(subject)) ++tooLarge;
+  }
+  std::printf("%zu ratios, %zu above %.1f\n", measured, tooLarge, kLargestRatio);
+  return measured > 0 && tooLarge == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}

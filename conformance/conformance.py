@@ -1,0 +1,162 @@
+#!/usr/bin/env python3
+"""Holds the library against the W3C XML test suite and against docs/departures.md.
+
+  conformance.py NEBXML SUITE DOCUMENT
+
+Prints how many tests of each class are accepted, and by which departures the ones that are not
+treated as the suite says. Fails when a test is explained by no departure or by several, when the
+document's counts are not what was seen, and when one of its examples does not show what it should.
+"""
+import ast
+import os
+import re
+import subprocess
+import sys
+import tempfile
+from collections import Counter, defaultdict
+from dataclasses import dataclass
+
+import departures
+import suite
+
+_KINDS = ["valid", "invalid", "not-wf", "error"]
+_FILES_AT_ONCE = 500
+
+
+@dataclass(frozen=True)
+class Refusal:
+    """Why a text was refused, and the place in it that was named."""
+
+    reason: str
+    offset: int
+
+
+def find_refusals(tool, paths):
+    """The refusals among some files, by their paths."""
+    refusals = {}
+    for begin in range(0, len(paths), _FILES_AT_ONCE):
+        some = paths[begin:begin + _FILES_AT_ONCE]
+        run = subprocess.run([tool, "check", *some], stdout=subprocess.PIPE,
+                             stderr=subprocess.PIPE, check=False)
+        if run.returncode not in (0, 1):
+            sys.exit(f"{tool} check: exit code {run.returncode}")
+        report = run.stderr.decode("utf-8", "replace")
+        for path, line, column, reason in re.findall(r"(?m)^(/[^:\n]+):(\d+):(\d+): (.*)$", report):
+            if path not in refusals and not reason.startswith("the start tag is here"):
+                refusals[path] = Refusal(reason, offset_of(path, int(line), int(column)))
+        if (run.returncode == 1) != any(path in refusals for path in some):
+            sys.exit(f"{tool} check: its exit code and its report differ")
+    return refusals
+
+
+def read(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def offset_of(path, line, column):
+    lines = read(path).split(b"\n")
+    return sum(len(before) + 1 for before in lines[:line - 1]) + column - 1
+
+
+def has_doctype(text):
+    return b"<!DOCTYPE" in text.replace(b"\0", b"")
+
+
+def sort_cases(cases, refusals):
+    """The names of the departures, with the tests that each explains, and what is wrong."""
+    sorted_cases, faults = defaultdict(list), []
+    for case in cases:
+        refusal = refusals.get(case.path)
+        if case.kind == "error" or case.is_well_formed == (refusal is None):
+            continue
+        text = read(case.path)
+        if refusal is None:
+            found = departures.explain_accepted(case, text)
+        else:
+            found = departures.explain_refused(case, text, refusal)
+        if len(found) == 1:
+            sorted_cases[found[0]].append(case)
+        else:
+            verdict = "accepted" if refusal is None else f"refused: {refusal.reason}"
+            faults.append(f"{case.name} ({case.path}), {verdict}: explained by {found or 'nothing'}")
+    return sorted_cases, faults
+
+
+def class_rows(cases, refusals):
+    """The rows of the document's table of classes."""
+    counts = Counter()
+    for case in cases:
+        counts[case.kind, has_doctype(read(case.path)), case.path in refusals] += 1
+    return [f"| {kind} | {'with' if doctype else 'without'} | {counts[kind, doctype, False]} "
+            f"| {counts[kind, doctype, True]} |" for kind in _KINDS for doctype in (False, True)]
+
+
+def read_rows(document):
+    """The departures that the document lists: name, example, and count of tests."""
+    rows = {}
+    for name, example, count in re.findall(
+            r"(?m)^\| `([a-z0-9.-]+)` \| .* \| `([^`]+)` \| (\d+) \|$", document):
+        text = ast.literal_eval('b"' + example.replace('"', '\\"') + '"')
+        rows[name] = (text, int(count))
+    return rows
+
+
+def check_example(tool, name, text, folder):
+    """What is wrong with an example, or None."""
+    path = os.path.join(folder, f"{name}.xml")
+    with open(path, "wb") as file:
+        file.write(text)
+    is_accepted = not find_refusals(tool, [path])
+    if name in departures.OTHER_RULES:
+        shows_it = is_accepted
+    else:
+        is_right = suite.is_well_formed(text)
+        shows_it = is_accepted != is_right and is_accepted == (name in departures.ACCEPTED)
+    return None if shows_it else f"the example of {name} is no example of it"
+
+
+def check_document(tool, document, rows_of_classes, sorted_cases):
+    """What of the document is not as it was seen."""
+    faults = [f"not in the document: {row}" for row in rows_of_classes
+              if row not in document.splitlines()]
+    rows = read_rows(document)
+    names = departures.ACCEPTED + departures.REFUSED + departures.OTHER_RULES
+    faults += [f"the document has {name}, which is no departure" for name in rows
+               if name not in names]
+    with tempfile.TemporaryDirectory() as folder:
+        for name in names:
+            count = len(sorted_cases[name])
+            if name not in rows:
+                faults.append(f"{name} ({count} tests) is not in the document")
+                continue
+            text, told = rows[name]
+            if told != count:
+                faults.append(f"{name}: {count} tests, the document says {told}")
+            fault = check_example(tool, name, text, folder)
+            faults += [fault] if fault else []
+    return faults
+
+
+def main(tool, suite_folder, document_path):
+    cases = suite.read_cases(os.path.abspath(suite_folder))
+    refusals = find_refusals(tool, sorted({case.path for case in cases}))
+    sorted_cases, faults = sort_cases(cases, refusals)
+    rows = class_rows(cases, refusals)
+    print(f"{len(cases)} tests\n")
+    print("| Class | Document type declaration | Accepted | Refused |\n|---|---|--:|--:|")
+    print("\n".join(rows) + "\n")
+    for title, names in [("accepted, though not well-formed", departures.ACCEPTED),
+                         ("refused, though well-formed", departures.REFUSED),
+                         ("judged by other rules in the suite", departures.OTHER_RULES)]:
+        print(f"{title}: {sum(len(sorted_cases[name]) for name in names)}")
+        for name in names:
+            print(f"  {len(sorted_cases[name]):4} {name}")
+    faults += check_document(tool, read(document_path).decode(), rows, sorted_cases)
+    for fault in faults:
+        print(fault, file=sys.stderr)
+    sys.exit(1 if faults else 0)
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])

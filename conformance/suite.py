@@ -1,0 +1,74 @@
+"""The W3C XML test suite: its catalogue, and the verdict of a second parser on a text."""
+import os
+import xml.etree.ElementTree as ElementTree
+from dataclasses import dataclass
+from xml.parsers import expat
+
+_XML_BASE = "{http://www.w3.org/XML/1998/namespace}base"
+_CATALOGUE = "cleaned/xmlconf-flattened.xml"
+_FILES = "xmlconf"
+
+
+@dataclass(frozen=True)
+class Case:
+    """One test of the catalogue."""
+
+    name: str
+    kind: str  # valid, invalid, not-wf or error
+    path: str
+    version: str  # "" is any version of XML
+    editions: str  # of XML 1.0; "" is any
+
+    @property
+    def is_well_formed(self):
+        return self.kind in ("valid", "invalid")
+
+
+def read_cases(folder):
+    """All tests of a suite, in the order of the catalogue."""
+    cases = []
+
+    def visit(element, base):
+        base = os.path.join(base, element.get(_XML_BASE, ""))
+        for child in element:
+            if child.tag != "TEST":
+                visit(child, base)
+                continue
+            path = os.path.normpath(os.path.join(base, child.get("URI")))
+            cases.append(Case(child.get("ID"), child.get("TYPE"), path,
+                              child.get("VERSION", ""), child.get("EDITION", "")))
+
+    visit(ElementTree.parse(os.path.join(folder, _CATALOGUE)).getroot(),
+          os.path.join(folder, _FILES))
+    return cases
+
+
+def is_well_formed(text, path=None, with_namespaces=False):
+    """Whether the second parser, which knows all of XML 1.0, takes a text for well-formed.
+
+    path  where the text comes from; external entities are read from beside it, and none without.
+    """
+    parser = expat.ParserCreate(namespace_separator="\n" if with_namespaces else None)
+    parsers = [parser]  # of the text and of the entities that are being read, innermost last
+    if path is not None:
+        parser.SetParamEntityParsing(expat.XML_PARAM_ENTITY_PARSING_ALWAYS)
+        parser.SetBase(path)
+
+        def read_entity(context, base, system_id, _public_id):
+            entity_path = os.path.join(os.path.dirname(base), system_id or "")
+            if not os.path.isfile(entity_path):
+                return 1
+            entity_parser = parsers[-1].ExternalEntityParserCreate(context)
+            entity_parser.SetBase(entity_path)
+            parsers.append(entity_parser)
+            with open(entity_path, "rb") as file:
+                entity_parser.Parse(file.read(), True)
+            parsers.pop()
+            return 1
+
+        parser.ExternalEntityRefHandler = read_entity
+    try:
+        parser.Parse(text, True)
+    except (expat.ExpatError, ValueError, LookupError):
+        return False
+    return True
