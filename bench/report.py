@@ -86,7 +86,21 @@ def time_table(data):
             continue
         lines.append([f"{operation} {text}", f"{base[1] / 1e6:.0f}", duration(base[0])] +
                      [f"{cells[s][0] / base[0]:.2f}" if s in cells else "-" for s in others])
+    lines += [[f"{operation}: mean", "", "", *cells] for operation, cells in means(data, others)]
     return aligned(lines)
+
+
+def means(data, subjects):
+    """For each operation the geometric mean of every subject's ratios, of the texts that it takes."""
+    operations = dict.fromkeys(operation for operation, _ in data.rows)
+    for operation in operations:
+        rows = [cells for (name, _), cells in data.rows.items()
+                if name == operation and REFERENCE in cells]
+        ratios = {s: [cells[s][0] / cells[REFERENCE][0] for cells in rows if s in cells]
+                  for s in subjects}
+        if len(rows) > 1:
+            yield operation, [f"{statistics.geometric_mean(ratios[s]):.2f}" if ratios[s] else "-"
+                              for s in subjects]
 
 
 def heap_table(data, index):
@@ -104,6 +118,7 @@ def table(data):
              f"{data.context['mhz_per_cpu']} MHz, load "
              + " ".join(f"{load:.2f}" for load in data.context["load_avg"]),
              "", f"Time. The first columns are {REFERENCE}; the others take that many times as long.",
+             "Means are geometric.",
              "", *time_table(data)]
     if data.heap:
         lines += ["", "Heap held by a parsed document, in bytes for each byte of text.", "",
