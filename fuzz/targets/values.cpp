@@ -59,8 +59,8 @@ uint32_t find(const XmlNode *start, std::string path, const XmlNode **node) {
 
 void lookUp(Bytes &bytes) {
   constexpr const char *kNames[] = {"a", "b", "a.b", "1", "p:a", "", "\\", "a", "b"};
-  constexpr const char *kPieces[] = {"a",  "b",   "a\\.b", "1",  "2",         "3",  ".",  ".",
-                                     "..", "\\.", "p:",    "\\", "000000000", "0b", "a.", ".b."};
+  constexpr const char *kPieces[] = {"a",  "b",   "a\\.b", "1",  "2",           "3",  ".",  ".",
+                                     "..", "\\.", "p:",    "\\", ".0000000001", "0b", "a.", ".b."};
   std::vector<XmlNode *> nodes;
   for (size_t left = 1 + bytes.pick(24); left > 0; --left) {
     XmlNode *node = nullptr;
@@ -294,6 +294,7 @@ void carve(Session &session, int32_t size, bool fails) {
 void useSessions(Bytes &bytes) {
   constexpr int32_t kSizes[] = {0, -1, INT32_MIN, 1, 12, 88, 208, 250, 8192, 8193, 40000};
   constexpr int32_t kLargest = 1 << 16;
+  constexpr size_t kMostBlocks = 300;
   std::vector<Session> sessions;
   std::vector<uint32_t> ended = {0, UINT32_MAX};
   const auto end = [&](size_t at) {
@@ -323,7 +324,7 @@ void useSessions(Bytes &bytes) {
       if (operation < 6) size = static_cast<int32_t>(block.capacity - block.used) + (size & 1);
       const bool fails = bytes.pick(6) == 0;
       for (size_t left = operation > 12 && size <= UINT8_MAX ? bytes.take() : 1;
-           left > 0 && size <= kLargest; --left) {
+           left > 0 && size <= kLargest && session.blocks.size() < kMostBlocks; --left) {
         carve(session, size, fails);
       }
     }
@@ -336,7 +337,7 @@ void useSessions(Bytes &bytes) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   constexpr void (*kParts[])(Bytes &) = {lookUp, readAndWriteTyped, escape, useBuffer, useSessions};
-  constexpr size_t kLongestProgram = 4096;
+  constexpr size_t kLongestProgram = 1024;
   if (size > kLongestProgram) return 0;
   hooks::begin();
   Bytes bytes(data, size);
