@@ -251,6 +251,9 @@ void mix(Work &work) {
 }
 
 void copy(Work &work) {
+  for (XmlNode *node : {work.document(), NEB_XML_GetNodeLastChild(work.document())}) {
+    work.change([&] { return NEB_XML_SetNode(node, nullptr, nullptr, kLong); });
+  }
   for (const XmlNode *source : {work.document(), NEB_XML_GetNodeFirstChild(work.document())}) {
     work.make([&](auto copy) { return NEB_XML_CloneNode(source, copy); });
     work.make([&](auto copy) { return NEB_XML_CloneNodeSelf(source, copy); });

@@ -258,8 +258,11 @@ TEST(ReportDetails, FailuresWithoutAPlace) {
 
 // Short memory is told as such, whichever of the two parses meets it, or is not noticed.
 TEST(ReportDetails, EveryAllocationFails) {
+  const std::string longer(5000, 'n');  // no two fit into a block
   const std::string texts[] = {"<p:a x='1'>\n<b/></p:a>", "<a><b><c></b></a>",
-                               "<p:a x='&lt;' q:y='2'><b>&amp;</b><c>t</c><d> </d><p:e/><f/></a>"};
+                               "<p:a x='&lt;" + longer + "' q:y='" + longer + "'><b>&amp;" +
+                                   longer + "</b><p:" + longer + "/><d>" +
+                                   std::string(longer.size(), ' ') + "</d></a>"};
   for (const std::string &text : texts) {
     for (const uint32_t flags : {0U, 1U}) {
       bool hasFailed = true;

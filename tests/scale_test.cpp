@@ -42,11 +42,16 @@ size_t nodesFrom(const XmlNode *node) {
   return count;
 }
 
-// Through parse, walk, copy, print, parse again, and release.
+// Through parse, walk, search, copy, print, parse again, and release.
 void roundTrip(const std::string &text, size_t nodes, bool withSession) {
   XmlNode *document = trees::parsed(text, withSession);
   ASSERT_NE(document, nullptr);
   EXPECT_EQ(nodesFrom(document), nodes);
+  XmlNode *found = nullptr;
+  const std::string path = NEB_XML_GetNodeFirstChild(document) == nullptr ? "" : ".a";
+  const char *name = nullptr;
+  NEB_XML_GetNodeValue(document, nullptr, nullptr, &name, nullptr);
+  EXPECT_EQ(NEB_XML_GetNodeByUrl(document, (name + path).c_str(), &found), uint32_t{NEB_XML_OK});
   XmlNode *copy = nullptr;
   ASSERT_EQ(NEB_XML_CloneNode(document, &copy), uint32_t{NEB_XML_OK});
   const std::string printed = trees::printed(document);
