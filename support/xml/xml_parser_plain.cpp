@@ -156,15 +156,16 @@ class PlainParser {
         copy[name.length] = '\0';
         startElement(name, copy);
         pending_ = reinterpret_cast<XmlNode *>(copy + size);
-        if (isEmptyElement) closeOpen();
         place_ = end;
+        if (!isEmptyElement) return takeContent();
+        closeOpen();
         return Step::taken;
       }
     }
     char *copy = pieces_.copyRun(name.text, name.length);
     if (copy == nullptr) return Step::failed;
     startElement(name, copy);
-    return isEmptyElement ? closeEmptyElement(end) : makePending(end);
+    return isEmptyElement ? closeEmptyElement(end) : openContent(end);
   }
 
   void startElement(const Name &name, char *copy) {
@@ -251,7 +252,7 @@ class PlainParser {
       }
       if (*token == '>') {
         state_ = PARSE_STATE_CONTENT;
-        return makePending(token + 1);
+        return openContent(token + 1);
       }
       if (*token == '/' && token[1] == '>') {
         return closeEmptyElement(token + lengthOf(kEmptyTagEnd));
@@ -424,13 +425,32 @@ class PlainParser {
     return true;
   }
 
-  // A text up to its element's end tag, which is compared with the start tag in the text.
+  // Behind a start tag.
+  Step openContent(const char *place) {
+    const Step step = makePending(place);
+    return step == Step::taken ? takeContent() : step;
+  }
+
+  // Often a text begins at once.
+  Step takeContent() {
+    if (mayBeBlank(*place_) || *place_ == '<') return Step::taken;
+    return takeLeaf(place_);
+  }
+
+  // Behind white space.
   Step takeText() {
-    if (last_ != nullptr || leafName_.length == 0 || state_ != PARSE_STATE_CONTENT) {
-      return Step::left;
-    }
-    if (*place_ == '\0' || *place_ == '>') return Step::left;
-    if (*place_ == '/' && place_[1] == '>') return Step::left;
+    const bool mayHoldText =
+        last_ == nullptr && leafName_.length != 0 && state_ == PARSE_STATE_CONTENT;
+    if (!mayHoldText || *place_ == '\0') return Step::left;
+    const char *run = place_;
+    while (run[-1] == ' ') --run;
+    return takeLeaf(run);
+  }
+
+  // The text of the open element, with spaces before it, and its end tag, which is compared with the
+  // start tag in the text.
+  Step takeLeaf(const char *run) {
+    if (*place_ == '>' || (*place_ == '/' && place_[1] == '>')) return Step::left;
     bool isPlain = true;
     const char *end = map_.nextTextEnd(place_);
     while (*end == '&') {
@@ -439,8 +459,6 @@ class PlainParser {
     }
     const char *closeEnd = endOfLeafTag(end);
     if (closeEnd == nullptr) return Step::left;
-    const char *run = place_;
-    while (run[-1] == ' ') --run;
     if (!copyValue(run, static_cast<size_t>(end - run), isPlain, open_)) return Step::failed;
     if (!splitName(leafName_)) return Step::failed;
     closeOpen();
