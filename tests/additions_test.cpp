@@ -227,8 +227,8 @@ TEST_F(Save, GivesNoRightsAwayWithTheOwner) {
     fs::remove(file);
     ASSERT_EQ(save(file), kOk);
     fs::permissions(file, fs::perms(permissions));
-    EXPECT_EXIT(std::exit(setgroups(0, nullptr) != 0 || setegid(group) != 0 ||
-                          seteuid(kNobody) != 0 || save(file) != kOk),
+    EXPECT_EXIT(std::_Exit(setgroups(0, nullptr) != 0 || setegid(group) != 0 ||
+                           seteuid(kNobody) != 0 || save(file) != kOk),
                 testing::ExitedWithCode(0), "");
     struct stat status = {};
     ASSERT_EQ(stat(file.c_str(), &status), 0);
