@@ -172,17 +172,9 @@ class PlainParser {
     XmlNode *element = pending_;
     pending_ = nullptr;
     if (!isPendingBlank_) {
-      element->sessionId = pieces_.handle();
-      element->marks = 0;
-      element->unused = 0;
+      fillRecord(element, NEB_XML_NODE_ELEMENT);
       element->value = nullptr;
-      element->prefix = nullptr;
-      element->type = NEB_XML_NODE_ELEMENT;
-      element->isDocument = 0;
-      element->nameOwned = 1;
       element->valueOwned = 0;
-      element->livedIn = 0;
-      element->next = nullptr;
       element->firstChild = nullptr;
       element->lastChild = nullptr;
       element->firstAttr = nullptr;
@@ -323,18 +315,23 @@ class PlainParser {
   }
 
   void fillAttribute(XmlNode *attribute) {
-    attribute->sessionId = pieces_.handle();
-    attribute->marks = 0;
-    attribute->unused = 0;
+    fillRecord(attribute, NEB_XML_NODE_ATTRIBUTE);
     attribute->openNameLength = 0;
-    attribute->prefix = nullptr;
-    attribute->type = NEB_XML_NODE_ATTRIBUTE;
-    attribute->isDocument = 0;
     attribute->nameOwned = 1;
     attribute->valueOwned = 1;
-    attribute->livedIn = 0;
     attribute->parent = open_;
-    attribute->next = nullptr;
+  }
+
+  // What both kinds of records begin with, and no name, value or place in the tree.
+  void fillRecord(XmlNode *record, int8_t type) {
+    record->sessionId = pieces_.handle();
+    record->marks = 0;
+    record->unused = 0;
+    record->prefix = nullptr;
+    record->type = type;
+    record->isDocument = 0;
+    record->livedIn = 0;
+    record->next = nullptr;
   }
 
   // The common case in one go: a short name, a short value, and all pieces from one block. Else
