@@ -7,25 +7,15 @@
 #include "xml_memory.h"
 #include "xml_memory_index.h"
 
-// Keeps the place to carve from at hand between load and save, so that nothing else may carve from
-// the session meanwhile. Pieces lie where carve would put them; their bytes are not set.
-class SessionCarver {
+// The place to carve from in a session's last block. Pieces lie where carve would put them; their
+// bytes are not set.
+class CarvingPlace {
  public:
-  explicit SessionCarver(XmlMemSession &session) : session_(session) { load(); }
-
-  void load() {
-    const XmlMemBlock &block = *session_.lastBlock;
-    cursor_ = block.cursor;
-    slackBegin_ = addressOf(block.cursor + block.remaining) - kSlack;
-    widestEarlier_ = session_.widestEarlier;
-    hole_ = {};
-  }
-
-  void save() {
-    if (hole_.block != nullptr) closeHole(session_, hole_);
-    session_.lastBlock->cursor = cursor_;
-    session_.lastBlock->remaining = static_cast<int32_t>(room());
-  }
+  CarvingPlace() = default;
+  CarvingPlace(const XmlMemBlock &lastBlock, ptrdiff_t widestEarlier)
+      : cursor_(lastBlock.cursor),
+        slackBegin_(addressOf(lastBlock.cursor + lastBlock.remaining) - kSlack),
+        widestEarlier_(widestEarlier) {}
 
   // Bytes behind pieces carved together that may be written as well, so that whole vectors can be
   // copied: they are overwritten by the next piece, or cleared when it is given out unfilled.
@@ -43,21 +33,25 @@ class SessionCarver {
     return pieces;
   }
 
-  // Null when memory runs out.
-  char *carvePiece(size_t size) {
-    if (size > INT32_MAX) return nullptr;
-    const auto wanted = static_cast<ptrdiff_t>(size);
-    if (wanted <= widestEarlier_) return carveFromHole(static_cast<int32_t>(size));
-    if (wanted <= room()) {
-      char *piece = cursor_;
-      cursor_ += wanted;
-      return piece;
-    }
-    save();
-    auto *piece = static_cast<char *>(carveBeyondLastBlock(session_, static_cast<int32_t>(size)));
-    load();
+  // Room for one piece, without slack behind it, in the last block or in the hole that is kept open;
+  // null if it would be carved from elsewhere.
+  char *carveOne(ptrdiff_t size) {
+    if (size <= widestEarlier_) return carveFromHole(static_cast<int32_t>(size));
+    if (size > room()) return nullptr;
+    char *piece = cursor_;
+    cursor_ += size;
     return piece;
   }
+
+  char *cursor() const { return cursor_; }
+  ptrdiff_t room() const {
+    return static_cast<ptrdiff_t>(slackBegin_ + kSlack - addressOf(cursor_));
+  }
+  // The most room in any earlier block.
+  ptrdiff_t widestEarlier() const { return widestEarlier_; }
+
+  const OpenHole &hole() const { return hole_; }
+  void setHole(const OpenHole &hole) { hole_ = hole; }
 
  private:
   // Blocks that come back from a large tree are cold.
@@ -66,23 +60,58 @@ class SessionCarver {
 
   static uintptr_t addressOf(const char *byte) { return reinterpret_cast<uintptr_t>(byte); }
 
-  ptrdiff_t room() const {
-    return static_cast<ptrdiff_t>(slackBegin_ + kSlack - addressOf(cursor_));
-  }
-
   char *carveFromHole(int32_t size) {
-    if (hole_.block == nullptr || size <= hole_.before || size > hole_.block->remaining) {
-      save();
-      hole_ = openHole(session_, size);
-    }
-    auto *piece = static_cast<char *>(carveFromBlock(*hole_.block, size));
-    widestEarlier_ = std::max({hole_.before, hole_.block->remaining, hole_.after});
+    XmlMemBlock *block = hole_.block;
+    if (block == nullptr || size <= hole_.before || size > block->remaining) return nullptr;
+    auto *piece = static_cast<char *>(carveFromBlock(*block, size));
+    widestEarlier_ = std::max({hole_.before, block->remaining, hole_.after});
     return piece;
   }
 
+  char *cursor_ = nullptr;
+  uintptr_t slackBegin_ = 0;
+  ptrdiff_t widestEarlier_ = 0;
+  OpenHole hole_ = {};
+};
+
+// Keeps the place to carve from at hand between load and save, so that nothing else may carve from
+// the session meanwhile.
+class SessionCarver {
+ public:
+  explicit SessionCarver(XmlMemSession &session) : session_(session) { load(); }
+
+  void load() { place_ = CarvingPlace(*session_.lastBlock, session_.widestEarlier); }
+
+  void save() {
+    if (place_.hole().block != nullptr) closeHole(session_, place_.hole());
+    session_.lastBlock->cursor = place_.cursor();
+    session_.lastBlock->remaining = static_cast<int32_t>(place_.room());
+  }
+
+  // What was carved from the place counts when it is set again.
+  CarvingPlace place() const { return place_; }
+  void setPlace(const CarvingPlace &place) { place_ = place; }
+
+  char *carveTogether(size_t smallest, size_t total) {
+    return place_.carveTogether(smallest, total);
+  }
+
+  // Null when memory runs out.
+  char *carvePiece(size_t size) {
+    if (size > INT32_MAX) return nullptr;
+    const auto wanted = static_cast<ptrdiff_t>(size);
+    if (char *piece = place_.carveOne(wanted)) return piece;
+    save();
+    if (wanted <= place_.widestEarlier()) {
+      place_.setHole(openHole(session_, static_cast<int32_t>(size)));
+      return place_.carveOne(wanted);
+    }
+    auto *piece = static_cast<char *>(carveBeyondLastBlock(session_, static_cast<int32_t>(size)));
+    load();
+    return piece;
+  }
+
+ private:
   XmlMemSession &session_;
-  char *cursor_;
-  uintptr_t slackBegin_;  // in the last block
-  ptrdiff_t widestEarlier_;
-  OpenHole hole_;
+  CarvingPlace place_;
 };

@@ -1,5 +1,6 @@
 #include "xml_parser_map.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstring>
@@ -179,6 +180,7 @@ void MarkupMap::mapStretch(const char *from) {
     mapper(tail, 1, wholeWords, maps_);
   }
   stretch_ = from;
+  windowsEnd_ = std::min(kStretchBits, left > kReach ? left - kReach : 0);
 }
 
 const char *MarkupMap::search(Kind kind, const char *from) {

@@ -11,6 +11,8 @@
 // is in every map, so each search ends, and no byte behind it is read.
 class MarkupMap {
  public:
+  enum Kind { kNameEnds, kValueEnds, kTextEnds, kNonBlanks, kKinds };
+
   explicit MarkupMap(const char *text);
 
   // The first byte from here on that is white space, a quote, '=', '<', '>', '/', '&' or ':', or a
@@ -29,7 +31,18 @@ class MarkupMap {
   // The terminator of the text.
   const char *textEnd() const { return textEnd_; }
 
-  enum Kind { kNameEnds, kValueEnds, kTextEnds, kNonBlanks, kKinds };
+  // Whether there is a window from here on, and at least kReach bytes of text behind this one.
+  bool hasWindow(const char *from) const {
+    return static_cast<size_t>(from - stretch_) < windowsEnd_;
+  }
+  static constexpr size_t kReach = 100;
+
+  // The bits of a kind from here on, the lowest first. Where the stretch ends soon or the byte is not
+  // the first of eight, the highest may be missing.
+  uint64_t window(Kind kind, const char *from) const {
+    return windowAt(kind, static_cast<size_t>(from - stretch_));
+  }
+
   static constexpr size_t kWordBits = 64;
   static constexpr size_t kWords = 64;
   // One word more, since a window may begin in the last byte of the one before. It stays zero.
@@ -70,5 +83,6 @@ class MarkupMap {
 
   const char *stretch_;
   const char *textEnd_;
+  size_t windowsEnd_;  // of the stretch
   Words maps_;
 };

@@ -10,7 +10,7 @@
 constexpr size_t kTerminator = 1;
 
 // Short runs are copied whole. So there must be this much text behind the run.
-constexpr size_t kWidestCopy = SessionCarver::kSlack;
+constexpr size_t kWidestCopy = CarvingPlace::kSlack;
 
 // Half of that at once, at any address: one vector on a machine that has such wide ones.
 inline void copyHalfWide(char *to, const char *from) {
@@ -34,6 +34,9 @@ class SessionPieces {
 
   void load() { carver_.load(); }
   void save() { carver_.save(); }
+
+  CarvingPlace place() const { return carver_.place(); }
+  void setPlace(const CarvingPlace &place) { carver_.setPlace(place); }
 
   // Whether the bytes before a string of the tree can be read, as many as a vector has.
   static constexpr bool kHasBytesBefore = true;
@@ -91,6 +94,9 @@ class HookPieces {
 
   static void load() {}
   static void save() {}
+
+  static CarvingPlace place() { return {}; }
+  static void setPlace(const CarvingPlace & /*place*/) {}
 
   static constexpr bool kHasBytesBefore = false;
 

@@ -6,14 +6,11 @@
 #include <cstring>
 
 #include "xml_parser_pieces.h"
+#include "xml_parser_records.h"
+#include "xml_parser_short.h"
 #include "xml_parser_tokens.h"
 #include "xml_vector.h"
-
-#if defined(__x86_64__)
-#define NEB_XML_WIDE_MACHINE [[gnu::target("avx2,bmi,bmi2")]]
-#else
-#define NEB_XML_WIDE_MACHINE
-#endif
+#include "xml_wide_machine.h"
 
 namespace {
 
@@ -23,39 +20,9 @@ enum class Step {
   failed
 };
 
-// A name in the text.
-struct Name {
-  const char *text;
-  size_t length;
-  const char *colon;  // the first, or null
-};
-
-// Tells most names of one tag from each other by few bits, without being cleared for each tag.
-class NamesSeen {
- public:
-  void beginTag() {
-    if (++tag_ != 0) return;
-    seenIn_.fill(0);
-    tag_ = 1;
-  }
-
-  // Whether a name of this key may have been seen in the tag; it counts as seen from now on.
-  bool see(uint64_t key) {
-    constexpr uint64_t kScatter = 0x9E3779B97F4A7C15;
-    uint8_t &seenIn = seenIn_[key * kScatter >> 56];
-    const bool maySeen = seenIn == tag_;
-    seenIn = tag_;
-    return maySeen;
-  }
-
- private:
-  std::array<uint8_t, 256> seenIn_ = {};
-  uint8_t tag_ = 0;
-};
-
 // Everything here is inlined into one loop for a kind of pieces and of machine, so that its state
 // stays in registers: nothing that is called may be given the address of this object.
-template <typename Pieces>
+template <typename Pieces, TakeShortForms takeShortForms>
 class PlainParser {
  public:
   PlainParser(XmlParser *parser, MarkupMap *map, NamesSeen *names)
@@ -66,6 +33,8 @@ class PlainParser {
   PlainResult run() {
     Step step = pending_ == nullptr ? Step::left : Step::taken;
     while (step == Step::taken) {
+      if (mayTakeShortForms()) step = takeShort();
+      if (step != Step::taken) break;
       if (mayBeBlank(*place_)) place_ = map_.nextNonBlank(place_);
       step = takeNext();
       if (*place_ == '\0') break;
@@ -75,9 +44,6 @@ class PlainParser {
   }
 
  private:
-  // White space or another control character.
-  static bool mayBeBlank(char byte) { return static_cast<uint8_t>(byte) <= ' '; }
-
   void load() {
     place_ = parser_.cursor;
     pending_ = parser_.pending;
@@ -103,6 +69,47 @@ class PlainParser {
     pieces_.save();
   }
 
+  bool mayTakeShortForms() const {
+    return takeShortForms != nullptr && open_ != nullptr && !isPendingBlank_ &&
+           pending_ != nullptr && map_.hasWindow(place_ + 1);
+  }
+
+  // Takes as many as there are.
+  Step takeShort() {
+    XmlNode *lastAttribute = nullptr;
+    size_t count = 0;
+    const bool isInTag = takeShortFrom(false, &lastAttribute, &count);
+    return isInTag ? takeAttributes(place_, lastAttribute, count) : Step::taken;
+  }
+
+  // From between two tokens or from behind so many attributes; whether it ends in a tag.
+  bool takeShortFrom(bool isInTag, XmlNode **lastAttribute, size_t *count) {
+    ShortForms forms;
+    forms.place = place_;
+    forms.open = open_;
+    forms.last = last_;
+    forms.pending = pending_;
+    forms.leafName = leafName_;
+    forms.isContent = state_ == PARSE_STATE_CONTENT;
+    forms.carving = pieces_.place();
+    forms.handle = pieces_.handle();
+    forms.textBegin = parser_.buffer;
+    forms.isInTag = isInTag;
+    forms.lastAttribute = *lastAttribute;
+    forms.attributes = *count;
+    takeShortForms(&forms, &map_, &names_);
+    place_ = forms.place;
+    open_ = forms.open;
+    last_ = forms.last;
+    pending_ = forms.isInTag ? nullptr : forms.pending;
+    leafName_ = forms.leafName;
+    state_ = forms.isContent ? PARSE_STATE_CONTENT : PARSE_STATE_BETWEEN;
+    pieces_.setPlace(forms.carving);
+    *lastAttribute = forms.lastAttribute;
+    *count = forms.attributes;
+    return forms.isInTag;
+  }
+
   Step takeNext() {
     if (*place_ != '<') return takeText();
     return place_[1] == '/' ? takeEndTag() : takeStartTag();
@@ -122,15 +129,9 @@ class PlainParser {
     return {text, static_cast<size_t>(end - text), colon};
   }
 
-  // What ends in "--" or "]]" would be markup before '>'.
-  static bool mayEndMarkup(const Name &name) {
-    const char last = name.text[name.length - 1];
-    return last == '-' || last == ']';
-  }
-
   Step takeStartTag() {
     const Name name = readName(place_ + 1);
-    if (name.length == 0 || mayEndMarkup(name)) return Step::left;
+    if (name.length == 0 || mayEndMarkup(name.text[name.length - 1])) return Step::left;
     const char *end = name.text + name.length;
     if (*end == '>') return takeBareTag(name, end + 1, PARSE_STATE_CONTENT);
     if (*end == '/' && end[1] == '>') {
@@ -140,7 +141,8 @@ class PlainParser {
     char *copy = pieces_.copyRun(name.text, name.length);
     if (copy == nullptr) return Step::failed;
     startElement(name, copy);
-    return takeAttributes(end);
+    names_.beginTag();
+    return takeAttributes(end, nullptr, 0);
   }
 
   // A start tag without attributes, up to where it ends; an empty element's is not followed by its
@@ -171,29 +173,17 @@ class PlainParser {
   void startElement(const Name &name, char *copy) {
     XmlNode *element = pending_;
     pending_ = nullptr;
-    if (!isPendingBlank_) {
-      fillRecord(element, NEB_XML_NODE_ELEMENT);
-      element->value = nullptr;
-      element->valueOwned = 0;
-      element->firstChild = nullptr;
-      element->lastChild = nullptr;
-      element->firstAttr = nullptr;
-    }
+    if (!isPendingBlank_) fillElement(element, pieces_.handle(), name.length);
     isPendingBlank_ = false;
     element->openNameLength = static_cast<uint16_t>(name.length <= UINT16_MAX ? name.length : 0);
     element->name = copy;
     element->nameOwned = 1;
-    element->parent = open_;
-    element->prev = last_;
     if (open_ != nullptr) {
-      open_->lastChild = element;
-      // One store to either place spares a branch that cannot be foretold.
-      char *link = last_ != nullptr
-                       ? reinterpret_cast<char *>(last_) + offsetof(XmlNode, next)
-                       : reinterpret_cast<char *>(open_) + offsetof(XmlNode, firstChild);
-      std::memcpy(link, &element, sizeof(XmlNode *));
-    } else if (last_ != nullptr) {
-      last_->next = element;
+      appendElement(element, open_, last_);
+    } else {
+      element->parent = nullptr;
+      element->prev = last_;
+      if (last_ != nullptr) last_->next = element;
     }
     open_ = element;
     last_ = nullptr;
@@ -232,10 +222,8 @@ class PlainParser {
     return true;
   }
 
-  Step takeAttributes(const char *place) {
-    names_.beginTag();
-    XmlNode *lastAttribute = nullptr;
-    size_t count = 0;
+  // The attributes that follow so many.
+  Step takeAttributes(const char *place, XmlNode *lastAttribute, size_t count) {
     for (;;) {
       const char *token = place;
       if (mayBeBlank(*token)) {
@@ -255,6 +243,11 @@ class PlainParser {
       if (step == Step::failed) return Step::failed;
       if (step == Step::left) return leaveTag(before, lastAttribute, count);
       ++count;
+      if (takeShortForms != nullptr && map_.hasWindow(place)) {
+        place_ = place;
+        if (!takeShortFrom(true, &lastAttribute, &count)) return Step::taken;
+        place = place_;
+      }
     }
   }
 
@@ -289,7 +282,7 @@ class PlainParser {
     if (count >= AttributeSet::kComparedAttributes) return Step::left;
     *place = close + 1;
     const auto length = static_cast<size_t>(close - value);
-    const bool maySeen = names_.see(keyOf(name, pieces_.allowsWideReads(close)));
+    const bool maySeen = names_.see(keyOf(name, close));
     XmlNode *attribute = maySeen ? nullptr : makeTogether(name, value, length, isPlain);
     if (attribute == nullptr) {
       attribute = makeAttribute(name, value, length, isPlain);
@@ -314,26 +307,6 @@ class PlainParser {
     return parser_.attributes.add(open_->firstAttr, attribute) == NEB_XML_OK;
   }
 
-  void fillAttribute(XmlNode *attribute) {
-    fillRecord(attribute, NEB_XML_NODE_ATTRIBUTE);
-    attribute->openNameLength = 0;
-    attribute->nameOwned = 1;
-    attribute->valueOwned = 1;
-    attribute->parent = open_;
-  }
-
-  // What both kinds of records begin with, and no name, value or place in the tree.
-  void fillRecord(XmlNode *record, int8_t type) {
-    record->sessionId = pieces_.handle();
-    record->marks = 0;
-    record->unused = 0;
-    record->prefix = nullptr;
-    record->type = type;
-    record->isDocument = 0;
-    record->livedIn = 0;
-    record->next = nullptr;
-  }
-
   // The common case in one go: a short name, a short value, and all pieces from one block. Else
   // null and nothing is done. "prefix:name" is as long as the two strings that it becomes.
   XmlNode *makeTogether(const Name &name, const char *value, size_t length, bool isPlain) {
@@ -349,7 +322,7 @@ class PlainParser {
                                          value + length);
     if (pieces == nullptr) return nullptr;
     auto *attribute = reinterpret_cast<XmlNode *>(pieces);
-    fillAttribute(attribute);
+    fillAttribute(attribute, pieces_.handle(), open_);
     char *text = pieces + kAttributeRecordSize;
     copyHalfWide(text, name.text);
     text[name.length] = '\0';
@@ -370,7 +343,7 @@ class PlainParser {
   XmlNode *makeAttribute(const Name &name, const char *value, size_t length, bool isPlain) {
     auto *attribute = reinterpret_cast<XmlNode *>(pieces_.makeRecord(kAttributeRecordSize));
     if (attribute == nullptr) return nullptr;
-    fillAttribute(attribute);
+    fillAttribute(attribute, pieces_.handle(), open_);
     attribute->name = nullptr;
     attribute->value = nullptr;
     if (copyAttributeName(name, attribute) && copyValue(value, length, isPlain, attribute)) {
@@ -396,17 +369,10 @@ class PlainParser {
     return copy != nullptr;
   }
 
-  // The first bytes of a name and its length.
-  static uint64_t keyOf(const Name &name, bool allowsWideReads) {
-    uint64_t key = 0;
-    if (allowsWideReads) {
-      std::memcpy(&key, name.text, sizeof key);
-    } else {
-      std::memcpy(&key, name.text, std::min(name.length, sizeof key));
-    }
-    const size_t behind = 8 * (sizeof key - std::min(name.length, sizeof key));
-    key = std::endian::native == std::endian::little ? key << behind : key >> behind;
-    return key ^ name.length;
+  // The value of the name ends here.
+  uint64_t keyOf(const Name &name, const char *close) const {
+    return pieces_.allowsWideReads(close) ? NamesSeen::keyOf(name.text, name.length)
+                                          : NamesSeen::keyOfLast(name.text, name.length);
   }
 
   bool copyValue(const char *run, size_t length, bool isPlain, XmlNode *node) {
@@ -521,23 +487,25 @@ class PlainParser {
   Name leafName_;  // of the open element, if it has no child and its tag was ordinary
 };
 
-template <typename Pieces>
+template <typename Pieces, TakeShortForms takeShortForms>
 [[gnu::flatten]] PlainResult parse(XmlParser *parser, MarkupMap *map, NamesSeen *names) {
-  return PlainParser<Pieces>(parser, map, names).run();
+  return PlainParser<Pieces, takeShortForms>(parser, map, names).run();
 }
 
 // The same for machines whose maps are made with vectors.
-template <typename Pieces>
+template <typename Pieces, TakeShortForms takeShortForms>
 [[gnu::flatten]] NEB_XML_WIDE_MACHINE PlainResult parseWide(XmlParser *parser, MarkupMap *map,
                                                             NamesSeen *names) {
-  return PlainParser<Pieces>(parser, map, names).run();
+  return PlainParser<Pieces, takeShortForms>(parser, map, names).run();
 }
 
 }  // namespace
 
 PlainResult Parser_parsePlain(XmlParser *parser, MarkupMap *map) {
   NamesSeen names;
-  if (parser->storage.isHook()) return parse<HookPieces>(parser, map, &names);
-  if (MarkupMap::usesVectors()) return parseWide<SessionPieces>(parser, map, &names);
-  return parse<SessionPieces>(parser, map, &names);
+  if (parser->storage.isHook()) return parse<HookPieces, nullptr>(parser, map, &names);
+  if (MarkupMap::usesVectors()) {
+    return parseWide<SessionPieces, takeShortFormsWide>(parser, map, &names);
+  }
+  return parse<SessionPieces, takeShortForms>(parser, map, &names);
 }

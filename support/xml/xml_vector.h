@@ -78,6 +78,19 @@ inline size_t countBeforeFound(Vector found) {
 #endif
 }
 
+// Whether two vectors are the same in so many of their first bytes.
+inline bool beginAlike(Vector a, Vector b, size_t count) {
+#if defined(__SSE2__)
+  const auto bits = static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(a != b)));
+  return (bits & ((uint32_t{1} << count) - 1)) == 0;
+#else
+  for (size_t i = 0; i < count; ++i) {
+    if (a[i] != b[i]) return false;
+  }
+  return true;
+#endif
+}
+
 // Whether two vectors are the same in so many of their last bytes.
 inline bool endAlike(Vector a, Vector b, size_t count) {
 #if defined(__SSE2__)

@@ -1,0 +1,111 @@
+// Names in the text, and records that are filled for the parser's fast ways.
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstring>
+
+#include "xml_node.h"
+
+// A name in the text.
+struct Name {
+  const char *text;
+  size_t length;
+  const char *colon;  // the first, or null
+};
+
+// What ends in "--" or "]]" would be markup before '>'.
+inline bool mayEndMarkup(char lastOfName) { return lastOfName == '-' || lastOfName == ']'; }
+
+// White space or another control character.
+inline bool mayBeBlank(char byte) { return static_cast<uint8_t>(byte) <= ' '; }
+
+// Tells most names of one tag from each other by few bits, without being cleared for each tag.
+class NamesSeen {
+ public:
+  void beginTag() {
+    if (++tag_ != 0) return;
+    seenIn_.fill(0);
+    tag_ = 1;
+  }
+
+  // The first bytes of a name and its length; there are that many bytes, whatever the length.
+  static uint64_t keyOf(const char *name, size_t length) {
+    uint64_t key = 0;
+    std::memcpy(&key, name, sizeof key);
+    return withoutRest(key, length) ^ length;
+  }
+
+  // The same, for a name that may be the last thing in the text.
+  static uint64_t keyOfLast(const char *name, size_t length) {
+    uint64_t key = 0;
+    std::memcpy(&key, name, length < sizeof key ? length : sizeof key);
+    return withoutRest(key, length) ^ length;
+  }
+
+  // Whether a name of this key may have been seen in the tag; it counts as seen from now on.
+  bool see(uint64_t key) {
+    constexpr uint64_t kScatter = 0x9E3779B97F4A7C15;
+    uint8_t &seenIn = seenIn_[key * kScatter >> 56];
+    const bool maySeen = seenIn == tag_;
+    seenIn = tag_;
+    return maySeen;
+  }
+
+  // Forgets the name that was seen last.
+  void forget(uint64_t key) {
+    constexpr uint64_t kScatter = 0x9E3779B97F4A7C15;
+    seenIn_[key * kScatter >> 56] = 0;
+  }
+
+ private:
+  static uint64_t withoutRest(uint64_t key, size_t length) {
+    const size_t behind = 8 * (sizeof key - (length < sizeof key ? length : sizeof key));
+    return std::endian::native == std::endian::little ? key << behind : key >> behind;
+  }
+
+  std::array<uint8_t, 256> seenIn_ = {};
+  uint8_t tag_ = 0;
+};
+
+// What both kinds of records begin with, and no name, value or place in the tree.
+inline void fillRecord(XmlNode *record, int8_t type, uint32_t handle, size_t openNameLength) {
+  record->sessionId = handle;
+  record->marks = 0;
+  record->unused = 0;
+  record->openNameLength = static_cast<uint16_t>(openNameLength <= UINT16_MAX ? openNameLength : 0);
+  record->prefix = nullptr;
+  record->type = type;
+  record->isDocument = 0;
+  record->nameOwned = 1;
+  record->livedIn = 0;
+  record->next = nullptr;
+}
+
+// An attribute of an element, of which name and value are missing.
+inline void fillAttribute(XmlNode *attribute, uint32_t handle, XmlNode *element) {
+  fillRecord(attribute, NEB_XML_NODE_ATTRIBUTE, handle, 0);
+  attribute->valueOwned = 1;
+  attribute->parent = element;
+}
+
+// An element without anything in it, of which the place in the tree is missing.
+inline void fillElement(XmlNode *element, uint32_t handle, size_t openNameLength) {
+  fillRecord(element, NEB_XML_NODE_ELEMENT, handle, openNameLength);
+  element->value = nullptr;
+  element->valueOwned = 0;
+  element->firstChild = nullptr;
+  element->lastChild = nullptr;
+  element->firstAttr = nullptr;
+}
+
+// Makes an element the next child of another, behind the last one if there is one.
+inline void appendElement(XmlNode *element, XmlNode *parent, XmlNode *last) {
+  element->parent = parent;
+  element->prev = last;
+  parent->lastChild = element;
+  // One store to either place spares a branch that cannot be foretold.
+  char *link = last != nullptr ? reinterpret_cast<char *>(last) + offsetof(XmlNode, next)
+                               : reinterpret_cast<char *>(parent) + offsetof(XmlNode, firstChild);
+  std::memcpy(link, &element, sizeof(XmlNode *));
+}
