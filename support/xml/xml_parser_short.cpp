@@ -186,6 +186,12 @@ class ShortFormsParser {
   };
 
   static Run runTo(char last, const char *windowBegin, uint64_t window) {
+    const char *found = windowBegin + firstOf(window);
+    if (*found == last) [[likely]] return {window != 0 ? found : nullptr, 0};
+    return runPastReferences(last, windowBegin, window);
+  }
+
+  [[gnu::cold]] static Run runPastReferences(char last, const char *windowBegin, uint64_t window) {
     uint64_t ampersands = 0;
     while (window != 0) {
       const char *found = windowBegin + firstOf(window);
@@ -200,6 +206,13 @@ class ShortFormsParser {
   // Into a piece that was carved together with others, or last of them. False for a reference that
   // is none of the five named ones.
   static bool fillText(char *copy, const char *text, const Run &run, const char *windowBegin) {
+    if (run.ampersands != 0) [[unlikely]] return fillDecoded(copy, text, run, windowBegin);
+    copyWide(copy, text);
+    copy[run.end - text] = '\0';
+    return true;
+  }
+
+  static bool fillDecoded(char *copy, const char *text, const Run &run, const char *windowBegin) {
     uint64_t ampersands = run.ampersands;
     while (ampersands != 0) {
       const char *ampersand = windowBegin + firstOf(ampersands);
@@ -212,9 +225,7 @@ class ShortFormsParser {
       ampersands = withoutFirst(ampersands);
     }
     copyWide(copy, text);
-    copy += run.end - text;
-    *copy = '\0';
-    if (run.ampersands != 0) std::memset(copy, 0, kWidestCopy);
+    std::memset(copy + (run.end - text), 0, kWidestCopy);
     return true;
   }
 
