@@ -222,8 +222,51 @@ TEST(Membership, IsTheTopmostNodesAtTheMoment) {
   for (XmlNode *node : {document, chain, heap}) NEB_XML_FreeNode(node);
 }
 
-// Lengths near 32 bits are only claimed: the operation must fail before it touches a byte. How the
-// buffer grows and shrinks is held against a model in fuzz/targets/values.cpp.
+// From an old length, with a capacity of that length or 1024. An operation asks for the roomy
+// capacity, unless it has that, and where memory is short for what is needed.
+TEST(Buffer, GrowsAndShrinksOrKeepsEverythingWhenMemoryRunsOut) {
+  const std::tuple<size_t, char, size_t, uint32_t, uint32_t> rows[] = {
+      {0, '=', 0, 0, 0},           {0, 's', 10, 1024, 10},        {0, '+', 3000, 3000, 3000},
+      {1000, '+', 24, 1024, 0},    {1000, '+', 25, 2048, 1025},   {1000, '+', 1500, 2524, 2500},
+      {1000, 'i', 25, 2048, 1025}, {1024, '1', 1, 2048, 1025},    {1023, '1', 1, 1024, 0},
+      {1000, '=', 1024, 1024, 0},  {1000, 's', 1025, 2048, 1025}, {1000, 's', 9000, 9024, 9000},
+      {3000, '=', 1976, 3000, 0},  {3000, '=', 1975, 2999, 1975}, {3000, 's', 0, 1024, 0},
+      {1000, '=', 0, 1024, 0}};
+  for (const auto &[length, operation, count, roomy, needed] : rows) {
+    for (const size_t failures : {0U, 1U, 2U}) {
+      SCOPED_TRACE(testing::Message() << length << operation << count << " failing " << failures);
+      XmlMemBuf buffer;
+      XML_MembufInit(&buffer);
+      ASSERT_EQ(XML_MemBufAssignStr(&buffer, std::string(length, 'o').c_str()), kOk);
+      const uint32_t before = buffer.capacity;
+      const std::string text(count, 'n');
+      uint32_t result = kOk;
+      {
+        const guarded::FailingAllocation failing(failures == 0 ? SIZE_MAX : 1, failures == 2);
+        if (operation == '=')
+          result = XML_MemBufAssign(&buffer, text.data(), static_cast<uint32_t>(count));
+        if (operation == 's') result = XML_MemBufAssignStr(&buffer, text.c_str());
+        if (operation == '+') result = XML_MemBufAppendStr(&buffer, text.c_str());
+        if (operation == '1') result = XML_MemBufAppend(&buffer, text.c_str());
+        if (operation == 'i')
+          result = XML_MemBufInsert(&buffer, text.data(), static_cast<uint32_t>(count), 500);
+      }
+      const bool isShort = roomy != before && failures == 2;
+      std::string expected = operation == '=' || operation == 's' ? "" : std::string(length, 'o');
+      if (isShort) expected = std::string(length, 'o');
+      if (!isShort) expected.insert(operation == 'i' ? 500 : expected.size(), text);
+      EXPECT_EQ(result, isShort ? kNoMemory : kOk);
+      EXPECT_EQ(buffer.capacity, isShort || roomy == before ? before
+                                 : failures == 0            ? roomy
+                                                            : needed);
+      ASSERT_EQ(buffer.length, expected.size());
+      EXPECT_EQ(buffer.data == nullptr ? "" : std::string(buffer.data), expected);
+      XML_MembufDestroy(&buffer);
+    }
+  }
+}
+
+// Lengths near 32 bits are only claimed: the operation must fail before it touches a byte.
 TEST(Buffer, RefusesLengthsBeyond32BitsAndWrongArguments) {
   constexpr uint32_t kMost = UINT32_MAX;
   const std::tuple<char, uint32_t, uint32_t, uint32_t, size_t> rows[] = {

@@ -1,6 +1,7 @@
 // The fast way through ordinary markup builds what the general steps build, piece by piece.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <string>
 
@@ -102,6 +103,16 @@ bool expectAgreement(const std::string &text) {
   return layout != "rejected";
 }
 
+// Leaves holes of many sizes behind in the blocks of its session.
+std::string manyPieces() {
+  std::string text = "<r><s>";
+  for (size_t i = 0; i < 3000; ++i) {
+    const std::string name = (i % 2 == 0 ? "a" : "p:attribute") + std::to_string(i * i);
+    text += "<e" + name + " " + name + "='" + std::string(i % 97, 'v') + "'/>";
+  }
+  return text + "</s></r>";
+}
+
 class Plain : public testing::TestWithParam<bool> {
  protected:
   void SetUp() override {
@@ -132,15 +143,36 @@ TEST_P(Plain, AgreesAtEveryLength) {
   };
   for (size_t length = 0; length < 200; ++length) expectAt(length);
   for (size_t length = 4000; length < 4200; length += 3) expectAt(length);
-  std::string many = "<r>";
-  for (size_t i = 0; i < 3000; ++i) {
-    const std::string number = std::to_string(i * i);
-    many += "<e" + number + " a" + number + "='" + std::string(i % 97, 'v') + "'/>";
-  }
-  expectAgreement(many + "</r>");
+  expectAgreement(manyPieces());
+  const std::string longest(UINT16_MAX + 4, 'n');
+  expectAgreement("<r><" + longest + "><m/></nnn></r>");
 }
 
 INSTANTIATE_TEST_SUITE_P(Maps, Plain, testing::Bool(),
                          [](const auto &kind) { return kind.param ? "Vector" : "Scalar"; });
+
+// A copy is carved in one go where that makes no difference.
+TEST(Layout, OfACopyIsThatOfPiecesCarvedOneByOne) {
+  XmlNode *documents[] = {trees::parsed(manyPieces()), trees::parsed(manyPieces())};
+  const XmlMemSession *sessions[2];
+  for (const size_t i : {0U, 1U}) sessions[i] = findSession(documents[i]->sessionId);
+  XmlNode *copy = nullptr;
+  ASSERT_EQ(NEB_XML_CloneNode(NEB_XML_GetNodeFirstChild(documents[0]), &copy), 0U);
+  const auto expectCarved = [&](const void *piece, size_t size) {
+    const void *carved = XML_MemSpecialMalloc(documents[1]->sessionId, static_cast<int32_t>(size));
+    EXPECT_EQ(placeOf(*sessions[0], piece), placeOf(*sessions[1], carved));
+  };
+  const auto expectNode = [&](const XmlNode *node) {
+    expectCarved(node, recordSize(static_cast<uint32_t>(node->type)));
+    for (const char *text : {+node->prefix, +node->name, +node->value}) {
+      if (text != nullptr) expectCarved(text, std::strlen(text) + 1);
+    }
+  };
+  for (const XmlNode *node = copy; node != nullptr; node = NEB_XML_Iterator(node)) {
+    expectNode(node);
+    if (node->firstAttr != nullptr) expectNode(node->firstAttr);
+  }
+  for (XmlNode *document : documents) NEB_XML_FreeNode(document);
+}
 
 }  // namespace

@@ -259,11 +259,16 @@ TEST(ReportDetails, FailuresWithoutAPlace) {
 // Short memory is told as such, whichever of the two parses meets it, or is not noticed.
 TEST(ReportDetails, EveryAllocationFails) {
   const std::string longer(5000, 'n');  // no two fit into a block
-  const std::string texts[] = {"<p:a x='1'>\n<b/></p:a>", "<a><b><c></b></a>",
-                               "<p:a x='&lt;" + longer + "' q:y='" + longer + "'><b>&amp;" +
-                                   longer + "</b><p:" + longer + "/><d>" +
-                                   std::string(longer.size(), ' ') + "</d></a>"};
-  for (const std::string &text : texts) {
+  std::string deep = "<c>";
+  for (int level = 0; level < 64; ++level) deep.insert(0, "<a>");  // as many as are noted at first
+  const std::pair<std::string, std::string> texts[] = {
+      {"<p:a x='1'>\n<b/></p:a>", ""},
+      {"<a><b><c></b></a>", "c"},
+      {deep + "</b>", "c"},
+      {"<p:a x='&lt;" + longer + "' q:y='" + longer + "'><b>&amp;" + longer + "</b><p:" + longer +
+           "/><d>" + std::string(longer.size(), ' ') + "</d></a>",
+       "p:a"}};
+  for (const auto &[text, startName] : texts) {
     for (const uint32_t flags : {0U, 1U}) {
       bool hasFailed = true;
       for (size_t n = 1; hasFailed; ++n) {
@@ -276,6 +281,9 @@ TEST(ReportDetails, EveryAllocationFails) {
         EXPECT_EQ(result == NEB_XML_OK, document != nullptr);
         EXPECT_TRUE(result == NEB_XML_OK || error.reason == std::string(reasons::kNoMemory) ||
                     error.reason == std::string(reasons::kEndTagOther));
+        if (error.startNameLength != 0) {  // or it is not known
+          EXPECT_EQ(text.substr(error.startNameOffset, error.startNameLength), startName);
+        }
         NEB_XML_FreeNode(document);
         ASSERT_EQ(guarded::outstanding(), 0U) << n;
       }

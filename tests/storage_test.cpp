@@ -3,6 +3,7 @@
 
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
+#include "xml/xml_node.h"
 
 namespace {
 
@@ -55,6 +56,25 @@ TEST(Storage, TextsOfTheHooksInAChainOfASessionGoWithTheSession) {
   NEB_XML_SetNode(NEB_XML_GetNodeNextSibling(second), nullptr, nullptr, "value");
   EXPECT_EQ(guarded::mallocSizes().size(), 6U) << "the parser's record and five texts";
   NEB_XML_FreeNode(document);
+}
+
+// Attributes go to an element of any storage. What ends cuts off what it shared with others.
+TEST(Storage, AttributesOfAnotherSessionLoseTheirElementWithItsSession) {
+  XmlNode *document = trees::parsed("<doc own='1'/>");
+  XmlNode *other = trees::parsed("<other/>");
+  XmlNode *attributes[2];
+  for (XmlNode *&attribute : attributes) {
+    attribute =
+        XML_NewNode(&attribute == attributes ? 0 : other->sessionId, NEB_XML_NODE_ATTRIBUTE);
+    XML_SetNode(attribute, attribute, nullptr, &attribute == attributes ? "hooks" : "other", "2");
+    ASSERT_EQ(XML_AddAttrNode(attribute, document), uint32_t{NEB_XML_OK});
+  }
+  EXPECT_EQ(trees::printed(document), "<doc own=\"1\" hooks=\"2\" other=\"2\"/>\n");
+  NEB_XML_FreeNode(document);
+  EXPECT_TRUE(attributes[1]->parent == nullptr && attributes[1]->next == nullptr);
+  ASSERT_EQ(XML_AddAttrNode(attributes[1], other), uint32_t{NEB_XML_OK});
+  EXPECT_EQ(trees::printed(other), "<other other=\"2\"/>\n");
+  NEB_XML_FreeNode(other);
 }
 
 }  // namespace
