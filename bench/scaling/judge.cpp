@@ -1,0 +1,171 @@
+#include "judge.h"
+
+#include <malloc.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <limits>
+#include <memory>
+
+namespace {
+
+constexpr double kLongEnough = 0.1;  // seconds; shorter works are repeated
+constexpr double kTooLong = 0.5;     // seconds; larger sizes are left out, as where a cost explodes
+constexpr double kSmallestRatio = 1.7;  // of what grows; below it only n was disturbed
+constexpr int kRuns = 3;
+constexpr int kSeries =
+    6;  // of runs, while the ratio is not what is expected: noise only ever adds
+constexpr size_t kFirstSize = 1000;
+constexpr size_t kStep = 4;  // from one size to the next
+constexpr double kMostRounds = 1000;
+constexpr double kMillisecond = 1e-3;
+constexpr long kKiBPerMiB = 1024;
+
+// Memory that is freed stays with the process, so that the first touch of a page is not measured
+// again and again.
+void keepHeapWarm() {
+  mallopt(M_MMAP_MAX, 0);
+  mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+}
+
+double cpuSeconds() {
+  timespec time;
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+double measure(const Work &work, size_t rounds) {
+  double seconds = 0;
+  for (size_t round = 0; round < rounds; ++round) {
+    const double begin = cpuSeconds();
+    work.run();
+    seconds += cpuSeconds() - begin;
+    work.reset();
+  }
+  return seconds;
+}
+
+// A process that measures a case at one size when it is asked to. Works of two sizes that shared a
+// heap would find it as the other one left it, and both would take the time of the larger one.
+class Worker {
+ public:
+  Worker(const Case &subject, size_t size) {
+    if (pipe(requests_) != 0 || pipe(answers_) != 0 || (process_ = fork()) < 0) {
+      std::perror("starting a process");
+      std::exit(EXIT_FAILURE);
+    }
+    if (process_ == 0) serve(subject, size);
+    close(requests_[0]);
+    close(answers_[1]);
+  }
+  ~Worker() { stop(); }
+  Worker(const Worker &) = delete;
+  Worker &operator=(const Worker &) = delete;
+
+  // Not a number where the process has died.
+  double seconds(size_t rounds) const {
+    double seconds = 0;
+    const bool isAnswered = write(requests_[1], &rounds, sizeof(rounds)) == sizeof(rounds) &&
+                            read(answers_[0], &seconds, sizeof(seconds)) == sizeof(seconds);
+    return isAnswered ? seconds : std::nan("");
+  }
+
+  // Ends the process, and tells how much memory it has taken.
+  long stop() {
+    if (process_ == 0) return 0;
+    close(requests_[1]);
+    close(answers_[0]);
+    kill(process_, SIGKILL);
+    rusage usage = {};
+    wait4(process_, nullptr, 0, &usage);
+    process_ = 0;
+    return usage.ru_maxrss / kKiBPerMiB;
+  }
+
+ private:
+  [[noreturn]] void serve(const Case &subject, size_t size) {
+    close(requests_[1]);
+    close(answers_[0]);
+    keepHeapWarm();
+    const Work work = subject.prepare(size);
+    size_t rounds = 0;
+    while (read(requests_[0], &rounds, sizeof(rounds)) == sizeof(rounds)) {
+      const double seconds = measure(work, rounds);
+      if (write(answers_[1], &seconds, sizeof(seconds)) != sizeof(seconds)) break;
+    }
+    _exit(EXIT_SUCCESS);
+  }
+
+  int requests_[2];
+  int answers_[2];
+  pid_t process_ = 0;
+};
+
+// The least of some runs, the first of which finds the heap cold. Not a number where one is none.
+class Least {
+ public:
+  void add(double seconds) {
+    if (!(seconds >= seconds_)) seconds_ = seconds;
+  }
+  double seconds() const { return seconds_; }
+
+ private:
+  double seconds_ = std::numeric_limits<double>::infinity();
+};
+
+}  // namespace
+
+void printHeading() {
+  std::printf("%-44s %10s %5s %8s %8s %6s %6s\n", "CPU time, the least of some runs", "n", "times",
+              "ms at n", "at 2n", "MiB", "ratio");
+}
+
+bool judge(const Case &subject) {
+  // A process whose asker is gone is told so by what it writes to.
+  std::signal(SIGPIPE, SIG_IGN);
+  std::fflush(stdout);
+  size_t size = kFirstSize;
+  auto worker = std::make_unique<Worker>(subject, size);
+  worker->seconds(1);
+  double once = worker->seconds(1);
+  while (once < kTooLong && size < subject.largestSize) {
+    size = std::min(kStep * size, subject.largestSize);
+    worker = nullptr;
+    worker = std::make_unique<Worker>(subject, size);
+    worker->seconds(1);
+    once = worker->seconds(1);
+  }
+  size_t rounds = 1;
+  if (once < kLongEnough) {
+    rounds = static_cast<size_t>(std::ceil(std::min(kLongEnough / once, kMostRounds)));
+  }
+  Worker twiceTheWork(subject, 2 * size);
+  twiceTheWork.seconds(1);
+  Least single;
+  Least twice;
+  double ratio = 0;
+  for (int series = 0; series < kSeries; ++series) {
+    for (int run = 0; run < kRuns; ++run) {
+      single.add(worker->seconds(rounds));
+      twice.add(twiceTheWork.seconds(rounds));
+    }
+    ratio = twice.seconds() / single.seconds();
+    if (kSmallestRatio <= ratio && ratio <= kLargestRatio) break;
+  }
+  // Without a number where a process has died, or where a work takes no time that could grow.
+  const bool isMeasured = single.seconds() >= kLongEnough / 2 && !std::isnan(ratio);
+  const bool isSmall = isMeasured && ratio <= kLargestRatio;
+  const char *verdict = isSmall ? "" : isMeasured ? "  too large" : "  not measured";
+  std::printf("%-44s %10zu %5zu %8.1f %8.1f %6ld %6.2f%s\n", subject.name.c_str(), size, rounds,
+              single.seconds() / kMillisecond, twice.seconds() / kMillisecond, twiceTheWork.stop(),
+              ratio, verdict);
+  std::fflush(stdout);
+  return isSmall;
+}
