@@ -13,6 +13,7 @@
 #include <ctime>
 #include <limits>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -24,13 +25,14 @@ constexpr int kSeries =
     6;  // of runs, while the ratio is not what is expected: noise only ever adds
 constexpr size_t kFirstSize = 1000;
 constexpr size_t kStep = 4;  // from one size to the next
-constexpr double kMostRounds = 1000;
+constexpr size_t kMostRounds = 4096;
 constexpr double kMillisecond = 1e-3;
 constexpr long kKiBPerMiB = 1024;
 
 // Memory that is freed stays with the process, so that the first touch of a page is not measured
-// again and again.
-void keepHeapWarm() {
+// again and again. Besides, changing a parameter joins the pieces that are free, so that each run
+// finds the heap as the one before found it.
+void levelHeap() {
   mallopt(M_MMAP_MAX, 0);
   mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
 }
@@ -47,7 +49,9 @@ double measure(const Work &work, size_t rounds) {
     const double begin = cpuSeconds();
     work.run();
     seconds += cpuSeconds() - begin;
+    levelHeap();
     work.reset();
+    levelHeap();
   }
   return seconds;
 }
@@ -93,7 +97,7 @@ class Worker {
   [[noreturn]] void serve(const Case &subject, size_t size) {
     close(requests_[1]);
     close(answers_[0]);
-    keepHeapWarm();
+    levelHeap();
     const Work work = subject.prepare(size);
     size_t rounds = 0;
     while (read(requests_[0], &rounds, sizeof(rounds)) == sizeof(rounds)) {
@@ -120,6 +124,63 @@ class Least {
   double seconds_ = std::numeric_limits<double>::infinity();
 };
 
+struct Sized {
+  size_t size;
+  std::unique_ptr<Worker> worker;
+  double seconds;  // of one run
+};
+
+// A worker at the size that is the largest one, or where a single run takes long.
+Sized grown(const Case &subject) {
+  size_t size = kFirstSize;
+  for (;;) {
+    auto worker = std::make_unique<Worker>(subject, size);
+    worker->seconds(1);
+    const double once = worker->seconds(1);
+    const bool isMore = once < kTooLong && size < subject.largestSize;
+    if (!isMore) return {size, std::move(worker), once};
+    size = std::min(kStep * size, subject.largestSize);
+  }
+}
+
+enum class Verdict { small, tooLarge, notMeasured };
+
+Verdict compare(const Case &subject, const Sized &single) {
+  size_t rounds = 1;
+  while (static_cast<double>(rounds) * single.seconds < kLongEnough && rounds < kMostRounds) {
+    ++rounds;
+  }
+  Worker twice(subject, 2 * single.size);
+  twice.seconds(1);
+  Least atSize;
+  Least atTwice;
+  double ratio = 0;
+  for (int series = 0; series < kSeries; ++series) {
+    for (int run = 0; run < kRuns; ++run) {
+      atSize.add(single.worker->seconds(rounds));
+      atTwice.add(twice.seconds(rounds));
+    }
+    ratio = atTwice.seconds() / atSize.seconds();
+    const bool isLong = atSize.seconds() >= kLongEnough;
+    if (isLong && kSmallestRatio <= ratio && ratio <= kLargestRatio) break;
+    if (isLong || series + 1 == kSeries || rounds >= kMostRounds) continue;
+    rounds *= 2;
+    atSize = Least();
+    atTwice = Least();
+  }
+  // Not a number where a process has died; short where a work takes no time that could grow.
+  const bool isMeasured = atSize.seconds() >= kLongEnough && !std::isnan(ratio);
+  const Verdict verdict = !isMeasured              ? Verdict::notMeasured
+                          : ratio <= kLargestRatio ? Verdict::small
+                                                   : Verdict::tooLarge;
+  constexpr const char *kWords[] = {"", "  too large", "  not measured"};
+  std::printf("%-44s %10zu %5zu %8.1f %8.1f %6ld %6.2f%s\n", subject.name.c_str(), single.size,
+              rounds, atSize.seconds() / kMillisecond, atTwice.seconds() / kMillisecond,
+              twice.stop(), ratio, kWords[static_cast<size_t>(verdict)]);
+  std::fflush(stdout);
+  return verdict;
+}
+
 }  // namespace
 
 void printHeading() {
@@ -127,45 +188,19 @@ void printHeading() {
               "ms at n", "at 2n", "MiB", "ratio");
 }
 
+// A cost that grows faster than the size is met again at twice the size. The end of a cache, or a
+// disturbance, is not.
 bool judge(const Case &subject) {
   // A process whose asker is gone is told so by what it writes to.
   std::signal(SIGPIPE, SIG_IGN);
   std::fflush(stdout);
-  size_t size = kFirstSize;
-  auto worker = std::make_unique<Worker>(subject, size);
-  worker->seconds(1);
-  double once = worker->seconds(1);
-  while (once < kTooLong && size < subject.largestSize) {
-    size = std::min(kStep * size, subject.largestSize);
-    worker = nullptr;
-    worker = std::make_unique<Worker>(subject, size);
-    worker->seconds(1);
-    once = worker->seconds(1);
-  }
-  size_t rounds = 1;
-  if (once < kLongEnough) {
-    rounds = static_cast<size_t>(std::ceil(std::min(kLongEnough / once, kMostRounds)));
-  }
-  Worker twiceTheWork(subject, 2 * size);
-  twiceTheWork.seconds(1);
-  Least single;
-  Least twice;
-  double ratio = 0;
-  for (int series = 0; series < kSeries; ++series) {
-    for (int run = 0; run < kRuns; ++run) {
-      single.add(worker->seconds(rounds));
-      twice.add(twiceTheWork.seconds(rounds));
-    }
-    ratio = twice.seconds() / single.seconds();
-    if (kSmallestRatio <= ratio && ratio <= kLargestRatio) break;
-  }
-  // Without a number where a process has died, or where a work takes no time that could grow.
-  const bool isMeasured = single.seconds() >= kLongEnough / 2 && !std::isnan(ratio);
-  const bool isSmall = isMeasured && ratio <= kLargestRatio;
-  const char *verdict = isSmall ? "" : isMeasured ? "  too large" : "  not measured";
-  std::printf("%-44s %10zu %5zu %8.1f %8.1f %6ld %6.2f%s\n", subject.name.c_str(), size, rounds,
-              single.seconds() / kMillisecond, twice.seconds() / kMillisecond, twiceTheWork.stop(),
-              ratio, verdict);
-  std::fflush(stdout);
-  return isSmall;
+  Sized single = grown(subject);
+  const Verdict verdict = compare(subject, single);
+  if (verdict != Verdict::tooLarge) return verdict == Verdict::small;
+  single.worker = nullptr;
+  single.size *= 2;
+  single.worker = std::make_unique<Worker>(subject, single.size);
+  single.worker->seconds(1);
+  single.seconds = single.worker->seconds(1);
+  return compare(subject, single) == Verdict::small;
 }
