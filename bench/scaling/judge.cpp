@@ -20,11 +20,13 @@ namespace {
 constexpr double kLongEnough = 0.1;  // seconds; shorter works are repeated
 constexpr double kTooLong = 0.5;     // seconds; larger sizes are left out, as where a cost explodes
 constexpr double kSmallestRatio = 1.7;  // of what grows; below it only n was disturbed
+constexpr double kHopelessRatio = 3.0;  // which neither caches nor noise explain
 constexpr int kRuns = 3;
-constexpr int kSeries =
-    6;  // of runs, while the ratio is not what is expected: noise only ever adds
+constexpr int kSeries = 4;  // of runs, while the ratio is not an expected one
 constexpr size_t kFirstSize = 1000;
-constexpr size_t kStep = 4;  // from one size to the next
+constexpr size_t kStep = 2;  // from one size to the next
+constexpr size_t kLongStep = 4;
+constexpr double kSquare = kLongStep * kLongStep;
 constexpr size_t kMostRounds = 4096;
 constexpr double kMillisecond = 1e-3;
 constexpr long kKiBPerMiB = 1024;
@@ -127,27 +129,28 @@ class Least {
 struct Sized {
   size_t size;
   std::unique_ptr<Worker> worker;
-  double seconds;  // of one run
 };
 
-// A worker at the size that is the largest one, or where a single run takes long.
+// A worker at the largest size, or at the first one where a run takes long. A step is a long one
+// where even a cost that grows with the square of the size would not become too long.
 Sized grown(const Case &subject) {
   size_t size = kFirstSize;
   for (;;) {
     auto worker = std::make_unique<Worker>(subject, size);
-    worker->seconds(1);
-    const double once = worker->seconds(1);
-    const bool isMore = once < kTooLong && size < subject.largestSize;
-    if (!isMore) return {size, std::move(worker), once};
-    size = std::min(kStep * size, subject.largestSize);
+    const double cold = worker->seconds(1);
+    const bool isMore = cold < kTooLong && size < subject.largestSize;
+    if (!isMore) return {size, std::move(worker)};
+    const bool isShort = cold * kSquare < kTooLong;
+    size = std::min((isShort ? kLongStep : kStep) * size, subject.largestSize);
   }
 }
 
-enum class Verdict { small, tooLarge, notMeasured };
+enum class Verdict { small, tooLarge, hopeless, notMeasured };
 
 Verdict compare(const Case &subject, const Sized &single) {
+  const double once = single.worker->seconds(1);
   size_t rounds = 1;
-  while (static_cast<double>(rounds) * single.seconds < kLongEnough && rounds < kMostRounds) {
+  while (static_cast<double>(rounds) * once < kLongEnough && rounds < kMostRounds) {
     ++rounds;
   }
   Worker twice(subject, 2 * single.size);
@@ -162,7 +165,8 @@ Verdict compare(const Case &subject, const Sized &single) {
     }
     ratio = atTwice.seconds() / atSize.seconds();
     const bool isLong = atSize.seconds() >= kLongEnough;
-    if (isLong && kSmallestRatio <= ratio && ratio <= kLargestRatio) break;
+    const bool isExpected = kSmallestRatio <= ratio && ratio <= kLargestRatio;
+    if (isLong && (isExpected || ratio > kHopelessRatio)) break;
     if (isLong || series + 1 == kSeries || rounds >= kMostRounds) continue;
     rounds *= 2;
     atSize = Least();
@@ -170,10 +174,11 @@ Verdict compare(const Case &subject, const Sized &single) {
   }
   // Not a number where a process has died; short where a work takes no time that could grow.
   const bool isMeasured = atSize.seconds() >= kLongEnough && !std::isnan(ratio);
-  const Verdict verdict = !isMeasured              ? Verdict::notMeasured
-                          : ratio <= kLargestRatio ? Verdict::small
-                                                   : Verdict::tooLarge;
-  constexpr const char *kWords[] = {"", "  too large", "  not measured"};
+  const Verdict verdict = !isMeasured               ? Verdict::notMeasured
+                          : ratio <= kLargestRatio  ? Verdict::small
+                          : ratio <= kHopelessRatio ? Verdict::tooLarge
+                                                    : Verdict::hopeless;
+  constexpr const char *kWords[] = {"", "  too large", "  far too large", "  not measured"};
   std::printf("%-44s %10zu %5zu %8.1f %8.1f %6ld %6.2f%s\n", subject.name.c_str(), single.size,
               rounds, atSize.seconds() / kMillisecond, atTwice.seconds() / kMillisecond,
               twice.stop(), ratio, kWords[static_cast<size_t>(verdict)]);
@@ -201,6 +206,5 @@ bool judge(const Case &subject) {
   single.size *= 2;
   single.worker = std::make_unique<Worker>(subject, single.size);
   single.worker->seconds(1);
-  single.seconds = single.worker->seconds(1);
   return compare(subject, single) == Verdict::small;
 }
