@@ -20,7 +20,7 @@ namespace {
 constexpr double kLongEnough = 0.1;  // seconds; shorter works are repeated
 constexpr double kTooLong = 0.5;     // seconds; larger sizes are left out, as where a cost explodes
 constexpr double kSmallestRatio = 1.7;  // of what grows; below it only n was disturbed
-constexpr double kHopelessRatio = 3.0;  // which neither caches nor noise explain
+constexpr double kHopelessRatio = 3.0;  // which, twice in a row, neither caches nor noise explain
 constexpr int kRuns = 3;
 constexpr int kSeries = 4;  // of runs, while the ratio is not an expected one
 constexpr size_t kFirstSize = 1000;
@@ -166,7 +166,8 @@ Verdict compare(const Case &subject, const Sized &single) {
     ratio = atTwice.seconds() / atSize.seconds();
     const bool isLong = atSize.seconds() >= kLongEnough;
     const bool isExpected = kSmallestRatio <= ratio && ratio <= kLargestRatio;
-    if (isLong && (isExpected || ratio > kHopelessRatio)) break;
+    const bool isHopeless = ratio > kHopelessRatio && series > 0;
+    if (isLong && (isExpected || isHopeless)) break;
     if (isLong || series + 1 == kSeries || rounds >= kMostRounds) continue;
     rounds *= 2;
     atSize = Least();
