@@ -4,7 +4,9 @@
 #include <pthread.h>
 
 #include <functional>
+#include <numeric>
 #include <string>
+#include <vector>
 
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
@@ -120,6 +122,21 @@ TEST(Scale, LongValues) {
   XmlNode *document = trees::parsed("<a>" + sections + zeros + ";</a>");
   EXPECT_TRUE(trees::described(document) == "12:a='" + std::string(kWidth, 'x') + "A'");
   NEB_XML_FreeNode(document);
+}
+
+// However many characters become longer, the memory that is asked for follows what is printed.
+TEST(Scale, TheRestOfALongValueIsNotMadeRoomForAgainAndAgain) {
+  const std::string value = std::string(16, '&') + std::string(size_t{65} << 20, 'x');
+  XmlNode *node = nullptr;
+  ASSERT_EQ(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "a", value.c_str(), &node),
+            uint32_t{NEB_XML_OK});
+  const size_t before = guarded::mallocSizes().size();
+  const std::string printed = trees::printed(node);
+  const std::vector<size_t> sizes = guarded::mallocSizes();
+  EXPECT_LT(std::accumulate(sizes.begin() + static_cast<ptrdiff_t>(before), sizes.end(), size_t{0}),
+            4 * printed.size());
+  EXPECT_TRUE(printed == "<a>" + repeated("&amp;", 16) + value.substr(16) + "</a>\n");
+  NEB_XML_FreeNode(node);
 }
 
 // What is never closed is looked through once, however often it begins.

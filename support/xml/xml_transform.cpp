@@ -17,6 +17,7 @@ enum PrintMode { XML_PRINT_FULL = 0, XML_PRINT_HEAD = 1, XML_PRINT_TAIL = 2 };
 
 constexpr uint32_t kWidestIndent = 16;
 constexpr uint32_t kLargestCharacter = 0x10FFFF;
+constexpr size_t kSlice = 4096;
 constexpr char kAmpersand[] = "&amp;";
 
 // The value of a digit in base 10 or 16; the base itself for any other character.
@@ -115,16 +116,21 @@ const char *writeRun(char **place, const char *from, const char *end) {
   return from + plain;
 }
 
+// In slices: room for the rest of a long value, asked for again behind each character that becomes
+// longer, would be as much memory as there are such characters times the rest.
 char *xmlCopyWithEscape(PrintedText &text, char *to, const char *value) {
   const char *end = value + std::strlen(value);
-  to = text.withRoom(to, static_cast<size_t>(end - value));
-  while (to != nullptr) {
-    value = writeRun(&to, value, end);
-    if (value == end) break;
-    to = writeEscaped(to, value);
-    ++value;
-    to = text.withRoom(to, static_cast<size_t>(end - value));
-  }
+  do {
+    const char *sliceEnd = value + std::min(static_cast<size_t>(end - value), kSlice);
+    to = text.withRoom(to, static_cast<size_t>(sliceEnd - value));
+    while (to != nullptr) {
+      value = writeRun(&to, value, sliceEnd);
+      if (value == sliceEnd) break;
+      to = writeEscaped(to, value);
+      ++value;
+      to = text.withRoom(to, static_cast<size_t>(sliceEnd - value));
+    }
+  } while (to != nullptr && value != end);
   return to;
 }
 

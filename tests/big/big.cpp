@@ -1,5 +1,5 @@
 // Texts and files beyond 2 and 4 GiB end in a right tree or a clean code. Run on demand only: it
-// takes minutes, and up to ten gigabytes.
+// takes minutes, and up to nine gigabytes.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
