@@ -178,8 +178,9 @@ class ShortFormsParser {
     return true;
   }
 
-  // A text or a value that ends in the window of where it begins; null where it does not, or holds
-  // markup. The bits of its ampersands count from the beginning of the window.
+  // A text or a value that ends in the window; null where it does not, or holds markup or a reference
+  // that is none of the five named ones. The bits of its ampersands count from the beginning of the
+  // window.
   struct Run {
     const char *end;
     uint64_t ampersands;
@@ -187,7 +188,8 @@ class ShortFormsParser {
 
   static Run runTo(char last, const char *windowBegin, uint64_t window) {
     const char *found = windowBegin + firstOf(window);
-    if (*found == last) [[likely]] return {window != 0 ? found : nullptr, 0};
+    if (*found == last) [[likely]]
+      return {window != 0 ? found : nullptr, 0};
     return runPastReferences(last, windowBegin, window);
   }
 
@@ -197,36 +199,35 @@ class ShortFormsParser {
       const char *found = windowBegin + firstOf(window);
       if (*found == last) return {found, ampersands};
       if (*found == '<') break;
-      if (*found == '&') ampersands |= window & -window;
+      if (*found == '&') {
+        if (namedReferenceAt(found) == nullptr) break;
+        ampersands |= window & -window;
+      }
       window = withoutFirst(window);
     }
     return {nullptr, 0};
   }
 
-  // Into a piece that was carved together with others, or last of them. False for a reference that
-  // is none of the five named ones.
-  static bool fillText(char *copy, const char *text, const Run &run, const char *windowBegin) {
-    if (run.ampersands != 0) [[unlikely]] return fillDecoded(copy, text, run, windowBegin);
-    copyWide(copy, text);
-    copy[run.end - text] = '\0';
-    return true;
+  // Into a piece that was carved together with others. What references leave of it is zero.
+  static void fillText(char *copy, const char *text, const Run &run, const char *windowBegin) {
+    if (run.ampersands != 0) [[unlikely]] {
+      fillDecoded(copy, text, run, windowBegin);
+    } else {
+      copyWide(copy, text);
+      copy[run.end - text] = '\0';
+    }
   }
 
-  static bool fillDecoded(char *copy, const char *text, const Run &run, const char *windowBegin) {
-    uint64_t ampersands = run.ampersands;
-    while (ampersands != 0) {
-      const char *ampersand = windowBegin + firstOf(ampersands);
+  static void fillDecoded(char *copy, const char *text, const Run &run, const char *windowBegin) {
+    for (uint64_t left = run.ampersands; left != 0; left = withoutFirst(left)) {
+      const char *ampersand = windowBegin + firstOf(left);
       const NamedReference *reference = namedReferenceAt(ampersand);
-      if (reference == nullptr) return false;
-      copyWide(copy, text);
-      copy += ampersand - text;
+      copy = copyString(copy, text, static_cast<size_t>(ampersand - text));
       *copy++ = reference->character;
       text = ampersand + reference->length;
-      ampersands = withoutFirst(ampersands);
     }
-    copyWide(copy, text);
-    std::memset(copy + (run.end - text), 0, kWidestCopy);
-    return true;
+    copy = copyString(copy, text, static_cast<size_t>(run.end - text));
+    std::memset(copy, 0, kWidestCopy);
   }
 
   // An element with nothing but text in it.
@@ -241,7 +242,7 @@ class ShortFormsParser {
         carving_.carveTogether(std::min(size, valueSize), size + kElementRecordSize + valueSize);
     if (pieces == nullptr) return takeTagByPieces(name, length, 0);
     char *value = pieces + size + kElementRecordSize;
-    if (!fillText(value, text, run, name)) return false;
+    fillText(value, text, run, name);
     copyHalfWide(pieces, name);
     XmlNode *element = startElement(length, pieces);
     element->value = value;
@@ -268,7 +269,8 @@ class ShortFormsParser {
     const size_t prefixSize = leafPrefix_ != 0 ? leafPrefix_ + kTerminator : 0;
     const size_t smallest = leafPrefix_ != 0 ? std::min(size, prefixSize) : size;
     char *value = carving_.carveTogether(smallest, size + prefixSize);
-    if (value == nullptr || !fillText(value, place_, run, place_)) return false;
+    if (value == nullptr) return false;
+    fillText(value, place_, run, place_);
     open_->value = value;
     open_->valueOwned = 1;
     if (leafPrefix_ != 0) splitName(open_, value + size, leafPrefix_);
@@ -296,12 +298,13 @@ class ShortFormsParser {
     const bool isShort = length != 0 && length <= kLongestShortName && end >= comparable_;
     if (!isShort || !map_.hasWindow(name)) return false;
     if (*end != '>' || !sameStoredName(end, element->name, length)) return false;
-    const size_t prefix = firstOf(map_.window(MarkupMap::kNameEnds, name));
     // White space may be a value.
     if (place_[-1] != '>' && isContent_) return false;
+    const size_t prefix = firstOf(map_.window(MarkupMap::kNameEnds, name));
     if (prefix != length) {
+      if (prefix > length || name[prefix] != ':') return false;
       char *copy = carving_.carveTogether(prefix + kTerminator, prefix + kTerminator);
-      if (copy == nullptr || name[prefix] != ':') return false;
+      if (copy == nullptr) return false;
       splitName(element, copy, prefix);
     }
     element->valueOwned = 1;
@@ -401,7 +404,7 @@ class ShortFormsParser {
     if (pieces == nullptr) return false;
     XmlNode *attribute = makeAttribute(pieces, name, length, prefixSize);
     char *value = pieces + kAttributeRecordSize + nameSize;
-    if (!fillText(value, quote + 1, run, name)) return false;
+    fillText(value, quote + 1, run, name);
     attribute->value = value;
     append(attribute);
     place_ = run.end + 1;
