@@ -36,7 +36,9 @@ constexpr const char *kGood[] = {"<b/>",
                                  "<i x='&gt;&#65;' y='&quot;' z='2' p:z='3'>&apos;t</i>",
                                  "<p:i/>",
                                  "<p:i a='1'>t</p:i>",
-                                 "<p:i><j/></p:i>"};
+                                 "<p:i><j/></p:i>",
+                                 "<p:i?k/>",
+                                 "<p:i/k></p:i/k>"};
 constexpr const char *kBad[] = {"text",         "<a x='1' x='2'/>",  "</p:b>", "<a", "&",
                                 "<a b='&c;'/>", "<a-- x='1'>t</a-->"};
 

@@ -114,20 +114,23 @@ class ShortFormsParser {
     const uint64_t nameEnds = map_.window(MarkupMap::kNameEnds, name);
     size_t length = firstOf(nameEnds);
     if (length == 0 || length > kLongestShortName) return false;
+    size_t prefix = 0;
     if (name[length] == ':') {
-      const size_t prefix = length;
+      prefix = length;
       length = firstOf(withoutFirst(nameEnds));
-      if (length > kLongestShortName || length == prefix + 1 || name[length] == ':') return false;
-      return !mayEndMarkup(name[length - 1]) && takeTagByPieces(name, length, prefix);
+      if (length > kLongestShortName || length == prefix + 1) return false;
     }
     if (mayEndMarkup(name[length - 1])) return false;
     const char *end = name + length;
+    const bool endsTag = *end == '>' || (*end == '/' && end[1] == '>');
+    if (prefix != 0 || !endsTag) {
+      return (endsTag || isWhitespace(*end)) && takeTagByPieces(name, length, prefix);
+    }
     if (*end == '>') {
       const bool beginsText = !mayBeBlank(end[1]) && end[1] != '<';
       return beginsText ? takeLeaf(name, length) : takeBareTag(name, length);
     }
-    if (*end == '/') return end[1] == '>' && takeEmptyElement(name, length);
-    return isWhitespace(*end) && takeTagByPieces(name, length, 0);
+    return takeEmptyElement(name, length);
   }
 
   // The record that is pending becomes the next element; its name has been copied.
@@ -193,7 +196,8 @@ class ShortFormsParser {
     return runPastReferences(last, windowBegin, window);
   }
 
-  [[gnu::cold]] static Run runPastReferences(char last, const char *windowBegin, uint64_t window) {
+  [[gnu::noinline]] static Run runPastReferences(char last, const char *windowBegin,
+                                                 uint64_t window) {
     uint64_t ampersands = 0;
     while (window != 0) {
       const char *found = windowBegin + firstOf(window);
@@ -218,7 +222,8 @@ class ShortFormsParser {
     }
   }
 
-  static void fillDecoded(char *copy, const char *text, const Run &run, const char *windowBegin) {
+  [[gnu::noinline]] static void fillDecoded(char *copy, const char *text, const Run &run,
+                                            const char *windowBegin) {
     for (uint64_t left = run.ampersands; left != 0; left = withoutFirst(left)) {
       const char *ampersand = windowBegin + firstOf(left);
       const NamedReference *reference = namedReferenceAt(ampersand);
