@@ -35,7 +35,7 @@ class MarkupMap {
   bool hasWindow(const char *from) const {
     return static_cast<size_t>(from - stretch_) < windowsEnd_;
   }
-  static constexpr size_t kReach = 100;
+  static constexpr size_t kReach = 128;
 
   // The bits of a kind from here on, the lowest first. Where the stretch ends soon or the byte is not
   // the first of eight, the highest may be missing.

@@ -14,10 +14,9 @@ namespace {
 // Names are copied and compared with one or two vectors.
 constexpr size_t kLongestShortName = kWidestCopy / 2 - kTerminator;
 
-// From a place that has a window, a name, a value or a text may begin behind so many bytes, and is
-// copied whole.
-static_assert(MarkupMap::kReach > kLongestShortName + 2 + kWidestCopy);
-static_assert(MarkupMap::kReach > MarkupMap::kWordBits + 2 + kLongestShortName + 1);
+// What begins in a window is copied whole, and an end tag may begin where the window ends.
+static_assert(MarkupMap::kReach >= MarkupMap::kWordBits + kWidestCopy);
+static_assert(MarkupMap::kReach > MarkupMap::kWordBits + 2 + kLongestShortName + kVectorSize);
 
 constexpr size_t firstOf(uint64_t window) { return static_cast<size_t>(std::countr_zero(window)); }
 constexpr uint64_t withoutFirst(uint64_t window) { return window & (window - 1); }
@@ -196,8 +195,7 @@ class ShortFormsParser {
     return runPastReferences(last, windowBegin, window);
   }
 
-  [[gnu::noinline]] static Run runPastReferences(char last, const char *windowBegin,
-                                                 uint64_t window) {
+  static Run runPastReferences(char last, const char *windowBegin, uint64_t window) {
     uint64_t ampersands = 0;
     while (window != 0) {
       const char *found = windowBegin + firstOf(window);
@@ -222,16 +220,17 @@ class ShortFormsParser {
     }
   }
 
-  [[gnu::noinline]] static void fillDecoded(char *copy, const char *text, const Run &run,
-                                            const char *windowBegin) {
+  static void fillDecoded(char *copy, const char *text, const Run &run, const char *windowBegin) {
     for (uint64_t left = run.ampersands; left != 0; left = withoutFirst(left)) {
       const char *ampersand = windowBegin + firstOf(left);
       const NamedReference *reference = namedReferenceAt(ampersand);
-      copy = copyString(copy, text, static_cast<size_t>(ampersand - text));
+      copyWide(copy, text);
+      copy += ampersand - text;
       *copy++ = reference->character;
       text = ampersand + reference->length;
     }
-    copy = copyString(copy, text, static_cast<size_t>(run.end - text));
+    copyWide(copy, text);
+    copy += run.end - text;
     std::memset(copy, 0, kWidestCopy);
   }
 
