@@ -20,9 +20,10 @@ namespace {
 constexpr double kLongEnough = 0.1;  // seconds; shorter works are repeated
 constexpr double kTooLong = 0.5;     // seconds; larger sizes are left out, as where a cost explodes
 constexpr double kSmallestRatio = 1.7;  // of what grows; below it only n was disturbed
-constexpr double kHopelessRatio = 3.0;  // which, twice in a row, neither caches nor noise explain
-constexpr int kRuns = 3;
-constexpr int kSeries = 4;  // of runs, while the ratio is not an expected one
+constexpr double kHopelessRatio = 3.0;  // which neither caches nor noise explain
+constexpr int kFewestRuns = 2;
+constexpr int kHopelessRuns = 4;
+constexpr int kMostRuns = 12;  // while the ratio is not an expected one
 constexpr size_t kFirstSize = 1000;
 constexpr size_t kStep = 2;  // from one size to the next
 constexpr size_t kLongStep = 4;
@@ -158,20 +159,19 @@ Verdict compare(const Case &subject, const Sized &single) {
   Least atSize;
   Least atTwice;
   double ratio = 0;
-  for (int series = 0; series < kSeries; ++series) {
-    for (int run = 0; run < kRuns; ++run) {
-      atSize.add(single.worker->seconds(rounds));
-      atTwice.add(twice.seconds(rounds));
-    }
+  for (int run = 1; run <= kMostRuns; ++run) {
+    atSize.add(single.worker->seconds(rounds));
+    atTwice.add(twice.seconds(rounds));
     ratio = atTwice.seconds() / atSize.seconds();
-    const bool isLong = atSize.seconds() >= kLongEnough;
+    if (atSize.seconds() < kLongEnough && rounds < kMostRounds && run < kMostRuns) {
+      rounds += rounds / 4 + 1;
+      atSize = Least();
+      atTwice = Least();
+      continue;
+    }
     const bool isExpected = kSmallestRatio <= ratio && ratio <= kLargestRatio;
-    const bool isHopeless = ratio > kHopelessRatio && series > 0;
-    if (isLong && (isExpected || isHopeless)) break;
-    if (isLong || series + 1 == kSeries || rounds >= kMostRounds) continue;
-    rounds *= 2;
-    atSize = Least();
-    atTwice = Least();
+    if (isExpected && run >= kFewestRuns) break;
+    if (ratio > kHopelessRatio && run >= kHopelessRuns) break;
   }
   // Not a number where a process has died; short where a work takes no time that could grow.
   const bool isMeasured = atSize.seconds() >= kLongEnough && !std::isnan(ratio);
