@@ -20,9 +20,9 @@ namespace {
 constexpr double kLongEnough = 0.1;  // seconds; shorter works are repeated
 constexpr double kTooLong = 0.5;     // seconds; larger sizes are left out, as where a cost explodes
 constexpr double kSmallestRatio = 1.7;  // of what grows; below it only n was disturbed
-constexpr double kHopelessRatio = 3.0;  // which, twice in a row, neither caches nor noise explain
-constexpr int kRuns = 3;
-constexpr int kSeries = 4;  // of runs, while the ratio is not an expected one
+constexpr double kHopelessRatio = 3.0;  // which more runs will not mend
+constexpr int kFewestRuns = 2;
+constexpr int kMostRuns = 12;  // while the ratio is not an expected one
 constexpr size_t kFirstSize = 1000;
 constexpr size_t kStep = 2;  // from one size to the next
 constexpr size_t kLongStep = 4;
@@ -145,7 +145,7 @@ Sized grown(const Case &subject) {
   }
 }
 
-enum class Verdict { small, tooLarge, hopeless, notMeasured };
+enum class Verdict { small, tooLarge, notMeasured };
 
 Verdict compare(const Case &subject, const Sized &single) {
   const double once = single.worker->seconds(1);
@@ -158,28 +158,25 @@ Verdict compare(const Case &subject, const Sized &single) {
   Least atSize;
   Least atTwice;
   double ratio = 0;
-  for (int series = 0; series < kSeries; ++series) {
-    for (int run = 0; run < kRuns; ++run) {
-      atSize.add(single.worker->seconds(rounds));
-      atTwice.add(twice.seconds(rounds));
-    }
+  for (int run = 1; run <= kMostRuns; ++run) {
+    atSize.add(single.worker->seconds(rounds));
+    atTwice.add(twice.seconds(rounds));
     ratio = atTwice.seconds() / atSize.seconds();
-    const bool isLong = atSize.seconds() >= kLongEnough;
+    if (atSize.seconds() < kLongEnough && rounds < kMostRounds && run < kMostRuns) {
+      rounds += rounds / 4 + 1;
+      atSize = Least();
+      atTwice = Least();
+      continue;
+    }
     const bool isExpected = kSmallestRatio <= ratio && ratio <= kLargestRatio;
-    const bool isHopeless = ratio > kHopelessRatio && series > 0;
-    if (isLong && (isExpected || isHopeless)) break;
-    if (isLong || series + 1 == kSeries || rounds >= kMostRounds) continue;
-    rounds *= 2;
-    atSize = Least();
-    atTwice = Least();
+    if (run >= kFewestRuns && (isExpected || ratio > kHopelessRatio)) break;
   }
   // Not a number where a process has died; short where a work takes no time that could grow.
   const bool isMeasured = atSize.seconds() >= kLongEnough && !std::isnan(ratio);
-  const Verdict verdict = !isMeasured               ? Verdict::notMeasured
-                          : ratio <= kLargestRatio  ? Verdict::small
-                          : ratio <= kHopelessRatio ? Verdict::tooLarge
-                                                    : Verdict::hopeless;
-  constexpr const char *kWords[] = {"", "  too large", "  far too large", "  not measured"};
+  const Verdict verdict = !isMeasured              ? Verdict::notMeasured
+                          : ratio <= kLargestRatio ? Verdict::small
+                                                   : Verdict::tooLarge;
+  constexpr const char *kWords[] = {"", "  too large", "  not measured"};
   std::printf("%-44s %10zu %5zu %8.1f %8.1f %6ld %6.2f%s\n", subject.name.c_str(), single.size,
               rounds, atSize.seconds() / kMillisecond, atTwice.seconds() / kMillisecond,
               twice.stop(), ratio, kWords[static_cast<size_t>(verdict)]);
@@ -194,8 +191,8 @@ void printHeading() {
               "ms at n", "at 2n", "MiB", "ratio");
 }
 
-// A cost that grows faster than the size is met again at twice the size. The end of a cache, or a
-// disturbance, is not.
+// A cost that grows faster than the size is met again at twice the size. The end of a cache, a heap
+// that happens to lie well at one size, or a disturbance, is not.
 bool judge(const Case &subject) {
   // A process whose asker is gone is told so by what it writes to.
   std::signal(SIGPIPE, SIG_IGN);

@@ -174,7 +174,7 @@ std::vector<Tree> trees() {
       {"digits of one reference", digits, {}, 16 * kMany, Shape::text},
       {"sections", in("<a>", "<![CDATA[xyz]]>", "</a>"), {}, 16 * kMany, Shape::strings},
       {"strings of 250 bytes", in("<r>", element, "</r>"), {}, kMany / 4},
-      {"strings of two sizes", in("<r>", longElement + element, "</r>"), {}, kMany / 8},
+      {"strings of two sizes", in("<r>", longElement + element, "</r>"), {}, kMany / 4},
       {"names of megabytes", hugeNames, {}, kMany / 32, Shape::strings},
       {"comments that almost end",
        in("<a><!-- ", "-> - --  ->", "x--></a>"),
