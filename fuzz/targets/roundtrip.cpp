@@ -1,6 +1,7 @@
 // What parses is printed as the rules tell, whole, by halves and indented, and reads back as it was.
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "support/hooks.h"
 #include "support/require.h"
@@ -47,10 +48,13 @@ void checkAgainstModel(const XmlNode *node) {
   }
 }
 
-// Names are printed as they stand: they may not hold what ends a name or begins other markup.
+// Names are printed as they stand: they may not hold what ends a name or begins other markup. One
+// that ends like a section or a comment does so when '>' follows, as in its end tag.
 bool isPlainName(const char *name) {
-  return name == nullptr ||
-         (name[0] != '!' && name[0] != '?' && name[std::strcspn(name, " \t\r\n\"'<>=&/:")] == '\0');
+  if (name == nullptr) return true;
+  const std::string_view text = name;
+  return !text.starts_with('!') && !text.starts_with('?') && !text.ends_with("]]") &&
+         !text.ends_with("--") && text.find_first_of(" \t\r\n\"'<>=&/:") == text.npos;
 }
 
 bool hasReference(const char *value) {
