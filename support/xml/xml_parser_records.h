@@ -52,12 +52,6 @@ class NamesSeen {
     return maySeen;
   }
 
-  // Forgets the name that was seen last.
-  void forget(uint64_t key) {
-    constexpr uint64_t kScatter = 0x9E3779B97F4A7C15;
-    seenIn_[key * kScatter >> 56] = 0;
-  }
-
  private:
   static uint64_t withoutRest(uint64_t key, size_t length) {
     const size_t behind = 8 * (sizeof key - (length < sizeof key ? length : sizeof key));
