@@ -7,7 +7,8 @@
 #include "xml_dom_release.h"
 #include "xml_memory.h"
 #include "xml_memory_carver.h"
-#include "xml_vector.h"
+#include "xml_node_records.h"
+#include "xml_node_strings.h"
 
 namespace {
 
@@ -58,22 +59,19 @@ class SessionCopier {
   SessionCopier &operator=(const SessionCopier &) = delete;
 
   XmlNode *copyRecord(const XmlNode *source, uint32_t type) {
-    const Strings strings = {sizeOf(source->prefix), sizeOf(source->name), sizeOf(source->value)};
+    const Strings strings(source);
     const size_t size = recordSize(type);
     char *pieces = carver_.carveTogether(std::min(size, strings.smallest()), size + strings.all());
     auto *copy = reinterpret_cast<XmlNode *>(pieces != nullptr ? pieces : carver_.carvePiece(size));
     if (copy == nullptr) return nullptr;
-    clearRecord(copy, size);
-    copy->sessionId = handle_;
-    copy->type = static_cast<int8_t>(type);
-    copy->isDocument = type == NEB_XML_NODE_DOCUMENT ? 1 : 0;
-    copy->nameOwned = strings.name != 0 ? 1 : 0;
-    copy->valueOwned = strings.value != 0 ? 1 : 0;
+    fillRecord(copy, static_cast<int8_t>(type), handle_, strings.name);
+    fillRest(copy, type, strings);
     if (pieces == nullptr) return copyStrings(source, strings, copy) ? copy : nullptr;
+    const bool hasBytesBefore = hasBytesBeforeStrings(source);
     char *text = pieces + size;
-    copy->prefix = place(source->prefix, strings.prefix, &text);
-    copy->name = place(source->name, strings.name, &text);
-    copy->value = place(source->value, strings.value, &text);
+    copy->prefix = place(source->prefix, strings.prefix, hasBytesBefore, &text);
+    copy->name = place(source->name, strings.name, hasBytesBefore, &text);
+    copy->value = place(source->value, strings.value, hasBytesBefore, &text);
     return copy;
   }
 
@@ -81,40 +79,46 @@ class SessionCopier {
   static void release(XmlNode * /*copy*/) {}
 
  private:
-  // With their terminators; 0 where there is nothing to copy.
+  // The lengths of the strings; 0 where there is nothing to copy.
   struct Strings {
     size_t prefix;
     size_t name;
     size_t value;
 
-    size_t all() const { return prefix + name + value; }
-    // Of those that there are.
-    size_t smallest() const { return std::min({prefix - 1, name - 1, value - 1}) + 1; }
+    explicit Strings(const XmlNode *node)
+        : prefix(node->prefix != nullptr ? std::strlen(node->prefix) : 0),
+          name(node->name != nullptr ? nameLengthOf(node) : 0),
+          value(node->value != nullptr ? valueLengthOf(node) : 0) {}
+
+    // With the terminators of those that there are.
+    size_t all() const { return sizeOf(prefix) + sizeOf(name) + sizeOf(value); }
+    size_t smallest() const { return std::min({prefix - 1, name - 1, value - 1}) + 2; }
+
+   private:
+    static size_t sizeOf(size_t length) { return length != 0 ? length + 1 : 0; }
   };
 
-  static size_t sizeOf(const char *text) {
-    if (text == nullptr) return 0;
-    const size_t length = std::strlen(text);
-    return length == 0 ? 0 : length + 1;
-  }
-
-  // The sizes are told to the compiler one by one.
-  static void clearRecord(XmlNode *node, size_t size) {
-    auto *record = static_cast<void *>(node);
-    if (size == kElementRecordSize) {
-      std::memset(record, 0, kElementRecordSize);
-    } else if (size == kAttributeRecordSize) {
-      std::memset(record, 0, kAttributeRecordSize);
-    } else {
-      std::memset(record, 0, size);
-    }
+  // What the two kinds of nodes do not share, and no strings.
+  static void fillRest(XmlNode *copy, uint32_t type, const Strings &strings) {
+    noteValueLength(copy, strings.value);
+    copy->nameOwned = strings.name != 0 ? 1 : 0;
+    copy->valueOwned = strings.value != 0 ? 1 : 0;
+    copy->parent = nullptr;
+    if (type == NEB_XML_NODE_ATTRIBUTE) return;
+    copy->prev = nullptr;
+    copy->firstChild = nullptr;
+    copy->lastChild = nullptr;
+    copy->firstAttr = nullptr;
+    if (type != NEB_XML_NODE_DOCUMENT) return;
+    copy->isDocument = 1;
+    std::memset(copy->nameTable, 0, sizeof copy->nameTable);
   }
 
   // Copies a string to the next place in pieces that were carved together.
-  static char *place(const char *text, size_t size, char **next) {
-    if (size == 0) return nullptr;
+  static char *place(const char *text, size_t length, bool hasBytesBefore, char **next) {
+    if (length == 0) return nullptr;
     char *copy = *next;
-    char *end = copyString(copy, text, size - 1);
+    char *end = copyString(copy, text, length, hasBytesBefore);
     *end = '\0';
     *next = end + 1;
     return copy;
@@ -133,27 +137,16 @@ class SessionCopier {
     return made;
   }
 
-  bool copyAlone(const char *text, size_t size, char **copy) {
-    if (size == 0) return true;
-    *copy = carver_.carvePiece(size);
-    if (*copy != nullptr) std::memcpy(*copy, text, size);
+  bool copyAlone(const char *text, size_t length, char **copy) {
+    if (length == 0) return true;
+    *copy = carver_.carvePiece(length + 1);
+    if (*copy != nullptr) std::memcpy(*copy, text, length + 1);
     return *copy != nullptr;
   }
 
   SessionCarver carver_;
   uint32_t handle_;
 };
-
-void linkLast(XmlNode *parent, XmlNode *child) {
-  child->parent = parent;
-  child->prev = parent->lastChild;
-  if (parent->lastChild == nullptr) {
-    parent->firstChild = child;
-  } else {
-    parent->lastChild->next = child;
-  }
-  parent->lastChild = child;
-}
 
 // Copies trees record by record.
 template <typename Copier>
@@ -172,7 +165,7 @@ class TreeCopier {
 
   // Copies what is below source under copy, walking both trees side by side. Each copy is linked
   // before its own children are made, so that a failure leaves a whole tree to release.
-  bool xmlClone(const XmlNode *source, XmlNode *copy) {
+  [[gnu::flatten]] bool xmlClone(const XmlNode *source, XmlNode *copy) {
     const XmlNode *from = source;
     XmlNode *to = copy;
     for (;;) {
@@ -189,7 +182,7 @@ class TreeCopier {
       }
       XmlNode *child = copySelf(from);
       if (child == nullptr) return false;
-      linkLast(to, child);
+      appendElement(child, to, to->lastChild);
       to = child;
     }
   }

@@ -30,9 +30,11 @@ void pointField(XmlNode *node, StringField field, char *text) {
   switch (field) {
     case StringField::name:
       node->name = text;
+      node->nameLength = 0;
       break;
     case StringField::value:
       node->value = text;
+      node->valueSize = 0;
       break;
     case StringField::prefix:
       node->prefix = text;

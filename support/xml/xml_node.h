@@ -13,10 +13,10 @@ constexpr size_t kNameTableSlotSize = 12;  // 11 characters and a terminator
 // and spells its padding out, of which the library keeps some for itself.
 #pragma pack(push, 1)
 struct XmlNode {
-  uint32_t sessionId;  // the session it was carved from; 0: the allocation hook
-  uint8_t marks;       // NodeMark bits
-  uint8_t unused;
-  uint16_t openNameLength;  // for the parser, of a name that is not split yet; 0: not known
+  uint32_t sessionId;   // the session it was carved from; 0: the allocation hook
+  uint8_t marks;        // NodeMark bits
+  uint8_t valueSize;    // with its terminator; 0: not known
+  uint16_t nameLength;  // while the parser has the element open, with its prefix; 0: not known
   char *name;
   char *value;
   char *prefix;
@@ -95,6 +95,15 @@ inline const XmlNode *topmostNode(const XmlNode *node) {
 
 inline XmlNode *topmostNode(XmlNode *node) {
   return const_cast<XmlNode *>(topmostNode(static_cast<const XmlNode *>(node)));
+}
+
+// Lengths are noted where they are at hand. What the record has no room for stays unknown.
+inline void noteNameLength(XmlNode *node, size_t length) {
+  node->nameLength = static_cast<uint16_t>(length <= UINT16_MAX ? length : 0);
+}
+
+inline void noteValueLength(XmlNode *node, size_t length) {
+  node->valueSize = static_cast<uint8_t>(length < UINT8_MAX ? length + 1 : 0);
 }
 
 inline bool isMissing(const char *text) { return text == nullptr || text[0] == '\0'; }

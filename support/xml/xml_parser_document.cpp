@@ -254,6 +254,7 @@ uint32_t Parser_splitName(XmlParser *parser, XmlNode *element) {
   }
   const size_t moved = std::strlen(colon + 1) + 1;
   platform::memmove_s(name, moved, colon + 1, moved);
+  noteNameLength(element, moved - 1);
   return NEB_XML_OK;
 }
 

@@ -5,8 +5,9 @@
 #include <bit>
 #include <cstring>
 
+#include "xml_node_records.h"
+#include "xml_parser_names.h"
 #include "xml_parser_pieces.h"
-#include "xml_parser_records.h"
 #include "xml_parser_short.h"
 #include "xml_parser_tokens.h"
 #include "xml_vector.h"
@@ -175,7 +176,7 @@ class PlainParser {
     pending_ = nullptr;
     if (!isPendingBlank_) fillElement(element, pieces_.handle(), name.length);
     isPendingBlank_ = false;
-    element->openNameLength = static_cast<uint16_t>(name.length <= UINT16_MAX ? name.length : 0);
+    noteNameLength(element, name.length);
     element->name = copy;
     element->nameOwned = 1;
     if (open_ != nullptr) {
@@ -219,6 +220,7 @@ class PlainParser {
     if (prefix == nullptr) return false;
     open_->prefix = prefix;
     std::memmove(open_->name, open_->name + prefixLength + 1, name.length - prefixLength);
+    noteNameLength(open_, name.length - prefixLength - 1);
     return true;
   }
 
@@ -322,7 +324,7 @@ class PlainParser {
                                          value + length);
     if (pieces == nullptr) return nullptr;
     auto *attribute = reinterpret_cast<XmlNode *>(pieces);
-    fillAttribute(attribute, pieces_.handle(), open_);
+    fillAttribute(attribute, pieces_.handle(), name.length - prefixSize, open_);
     char *text = pieces + kAttributeRecordSize;
     copyHalfWide(text, name.text);
     text[name.length] = '\0';
@@ -335,7 +337,11 @@ class PlainParser {
     copyWide(text, value);
     text[length] = '\0';
     attribute->value = text;
-    if (!isPlain && !Parser_decode(value, length, text, true)) return nullptr;
+    if (isPlain) {
+      noteValueLength(attribute, length);
+    } else if (!Parser_decode(value, length, text, true)) {
+      return nullptr;
+    }
     return attribute;
   }
 
@@ -343,7 +349,7 @@ class PlainParser {
   XmlNode *makeAttribute(const Name &name, const char *value, size_t length, bool isPlain) {
     auto *attribute = reinterpret_cast<XmlNode *>(pieces_.makeRecord(kAttributeRecordSize));
     if (attribute == nullptr) return nullptr;
-    fillAttribute(attribute, pieces_.handle(), open_);
+    fillAttribute(attribute, pieces_.handle(), 0, open_);
     attribute->name = nullptr;
     attribute->value = nullptr;
     if (copyAttributeName(name, attribute) && copyValue(value, length, isPlain, attribute)) {
@@ -366,6 +372,7 @@ class PlainParser {
     }
     char *copy = pieces_.copyRun(local, length);
     attribute->name = copy;
+    if (copy != nullptr) noteNameLength(attribute, length);
     return copy != nullptr;
   }
 
@@ -385,6 +392,7 @@ class PlainParser {
       return false;
     }
     node->value = value;
+    if (isPlain) noteValueLength(node, length);
     return true;
   }
 
@@ -457,7 +465,7 @@ class PlainParser {
     const Name name = readName(place_ + lengthOf(kEndTagBegin));
     const char *end = name.text + name.length;
     // The length of a name that was not read here is not known.
-    if (*end != '>' || name.length != element->openNameLength) return Step::left;
+    if (*end != '>' || name.length != element->nameLength) return Step::left;
     if (name.length == 0) return Step::left;
     const char *start = element->name + name.length;
     const bool hasBytesBefore = Pieces::kHasBytesBefore && end >= parser_.buffer + kVectorSize;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "xml_node_records.h"
 #include "xml_parser_attribute_set.h"
 #include "xml_parser_pieces.h"
 #include "xml_parser_tokens.h"
@@ -211,16 +212,18 @@ class ShortFormsParser {
   }
 
   // Into a piece that was carved together with others. What references leave of it is zero.
-  static void fillText(char *copy, const char *text, const Run &run, const char *windowBegin) {
-    if (run.ampersands != 0) [[unlikely]] {
-      fillDecoded(copy, text, run, windowBegin);
-    } else {
-      copyWide(copy, text);
-      copy[run.end - text] = '\0';
-    }
+  // Returns how long it has become.
+  static size_t fillText(char *copy, const char *text, const Run &run, const char *windowBegin) {
+    if (run.ampersands != 0) [[unlikely]]
+      return fillDecoded(copy, text, run, windowBegin);
+    copyWide(copy, text);
+    const auto length = static_cast<size_t>(run.end - text);
+    copy[length] = '\0';
+    return length;
   }
 
-  static void fillDecoded(char *copy, const char *text, const Run &run, const char *windowBegin) {
+  static size_t fillDecoded(char *copy, const char *text, const Run &run, const char *windowBegin) {
+    const char *begin = copy;
     for (uint64_t left = run.ampersands; left != 0; left = withoutFirst(left)) {
       const char *ampersand = windowBegin + firstOf(left);
       const NamedReference *reference = namedReferenceAt(ampersand);
@@ -232,6 +235,7 @@ class ShortFormsParser {
     copyWide(copy, text);
     copy += run.end - text;
     std::memset(copy, 0, kWidestCopy);
+    return static_cast<size_t>(copy - begin);
   }
 
   // An element with nothing but text in it.
@@ -246,15 +250,21 @@ class ShortFormsParser {
         carving_.carveTogether(std::min(size, valueSize), size + kElementRecordSize + valueSize);
     if (pieces == nullptr) return takeTagByPieces(name, length, 0);
     char *value = pieces + size + kElementRecordSize;
-    fillText(value, text, run, name);
+    const size_t valueLength = fillText(value, text, run, name);
     copyHalfWide(pieces, name);
     XmlNode *element = startElement(length, pieces);
+    noteShortValue(element, valueLength);
     element->value = value;
     element->valueOwned = 1;
     pending_ = reinterpret_cast<XmlNode *>(pieces + size);
     closeElement(element);
     place_ = run.end + lengthOf(kEndTagBegin) + length + lengthOf(kTagEnd);
     return true;
+  }
+
+  static void noteShortValue(XmlNode *node, size_t length) {
+    static_assert(MarkupMap::kWordBits < UINT8_MAX);
+    node->valueSize = static_cast<uint8_t>(length + kTerminator);
   }
 
   static bool closesLeaf(const char *tag, const char *name, size_t length) {
@@ -274,7 +284,7 @@ class ShortFormsParser {
     const size_t smallest = leafPrefix_ != 0 ? std::min(size, prefixSize) : size;
     char *value = carving_.carveTogether(smallest, size + prefixSize);
     if (value == nullptr) return false;
-    fillText(value, place_, run, place_);
+    noteShortValue(open_, fillText(value, place_, run, place_));
     open_->value = value;
     open_->valueOwned = 1;
     if (leafPrefix_ != 0) splitName(open_, value + size, leafPrefix_);
@@ -291,12 +301,13 @@ class ShortFormsParser {
     std::memcpy(prefix, name, length);
     prefix[length] = '\0';
     element->prefix = prefix;
-    std::memmove(name, name + length + 1, element->openNameLength - length);
+    std::memmove(name, name + length + 1, element->nameLength - length);
+    element->nameLength = static_cast<uint16_t>(element->nameLength - length - 1);
   }
 
   bool takeEndTag() {
     XmlNode *element = open_;
-    const size_t length = element->openNameLength;
+    const size_t length = element->nameLength;
     const char *name = place_ + lengthOf(kEndTagBegin);
     const char *end = name + length;
     const bool isShort = length != 0 && length <= kLongestShortName && end >= comparable_;
@@ -408,7 +419,7 @@ class ShortFormsParser {
     if (pieces == nullptr) return false;
     XmlNode *attribute = makeAttribute(pieces, name, length, prefixSize);
     char *value = pieces + kAttributeRecordSize + nameSize;
-    fillText(value, quote + 1, run, name);
+    noteShortValue(attribute, fillText(value, quote + 1, run, name));
     attribute->value = value;
     append(attribute);
     place_ = run.end + 1;
@@ -427,7 +438,7 @@ class ShortFormsParser {
   // "prefix:name" is as long as the two strings that it becomes.
   XmlNode *makeAttribute(char *pieces, const char *name, size_t length, size_t prefixSize) {
     auto *attribute = reinterpret_cast<XmlNode *>(pieces);
-    fillAttribute(attribute, handle_, open_);
+    fillAttribute(attribute, handle_, length - prefixSize, open_);
     char *copy = pieces + kAttributeRecordSize;
     copyHalfWide(copy, name);
     copy[length] = '\0';

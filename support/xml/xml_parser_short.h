@@ -5,7 +5,7 @@
 #include "xml_memory_carver.h"
 #include "xml_node.h"
 #include "xml_parser_map.h"
-#include "xml_parser_records.h"
+#include "xml_parser_names.h"
 
 // Where the parser stands between two tokens, or in a start tag behind a name or a value.
 struct ShortForms {

@@ -6,7 +6,7 @@
 #include "platform/bounded_memory.h"
 #include "platform/output_file.h"
 #include "platform/replaced_file.h"
-#include "xml_node.h"
+#include "xml_node_strings.h"
 #include "xml_references.h"
 #include "xml_transform_text.h"
 #include "xml_vector.h"
@@ -85,14 +85,6 @@ Vector findEscaped(Vector bytes) {
          (bytes == '\'');
 }
 
-// A string of the tree. Nothing behind its terminator is read.
-struct String {
-  const char *text;
-  size_t length;
-};
-
-String stringOf(const char *text) { return {text, text != nullptr ? std::strlen(text) : 0}; }
-
 // Copies up to the first character to escape or the end; the place is moved along.
 const char *writeRun(char **place, const char *from, const char *end) {
   char *to = *place;
@@ -118,8 +110,9 @@ const char *writeRun(char **place, const char *from, const char *end) {
 
 // In slices: room for the rest of a long value, asked for again behind each character that becomes
 // longer, would be as much memory as there are such characters times the rest.
-char *xmlCopyWithEscape(PrintedText &text, char *to, const char *value) {
-  const char *end = value + std::strlen(value);
+[[gnu::noinline]] char *xmlCopyWithEscape(PrintedText &text, char *to, const char *value,
+                                          size_t length) {
+  const char *end = value + length;
   do {
     const char *sliceEnd = value + std::min(static_cast<size_t>(end - value), kSlice);
     to = text.withRoom(to, static_cast<size_t>(sliceEnd - value));
@@ -134,12 +127,17 @@ char *xmlCopyWithEscape(PrintedText &text, char *to, const char *value) {
   return to;
 }
 
-struct Name {
-  String prefix;
-  String local;
-};
+// How to copy the parts of a node's name; without a prefix its length is 0.
+struct NameParts {
+  size_t prefixLength;
+  size_t localLength;
+  bool hasBytesBefore;
 
-Name nameOf(const XmlNode *node) { return {stringOf(node->prefix), stringOf(node->name)}; }
+  explicit NameParts(const XmlNode *node)
+      : prefixLength(node->prefix != nullptr ? std::strlen(node->prefix) : 0),
+        localLength(nameLengthOf(node)),
+        hasBytesBefore(hasBytesBeforeStrings(node)) {}
+};
 
 // What to print, and how.
 struct Printing {
@@ -154,7 +152,7 @@ class Printer {
       : start_(printing.start), mode_(printing.mode), width_(printing.width), text_(text) {}
 
   // False when a node without a name is met.
-  bool print() {
+  [[gnu::flatten]] bool print() {
     char *to = nullptr;
     for (const XmlNode *node = start_; node != nullptr; node = successor(node)) {
       if (!xmlPrintDomTreeRecursive(node, &to)) return false;
@@ -197,11 +195,11 @@ class Printer {
   }
 
   bool writeOpening(const XmlNode *node, char **place) {
-    const Name name = nameOf(node);
-    char *to = withRoomForTag(*place, name, depth_);
+    const NameParts parts(node);
+    char *to = withRoomForTag(*place, parts, depth_);
     if (to != nullptr) {
       to = writeIndent(to, depth_);
-      to = writeName(writeLiteral(to, "<"), name);
+      to = writeName(writeLiteral(to, "<"), node, parts);
     }
     for (const XmlNode *attribute = node->firstAttr; attribute != nullptr;
          attribute = attribute->next) {
@@ -211,7 +209,7 @@ class Printer {
     if (node->firstChild != nullptr) {
       to = writeTagEnd(to);
     } else if (node->value != nullptr) {
-      to = writeValueAndEndTag(to, node, name);
+      to = writeValueAndEndTag(to, node, parts);
     } else {
       to = writeEmptyElementEnd(to, node);
     }
@@ -220,13 +218,23 @@ class Printer {
   }
 
   char *writeAttribute(char *to, const XmlNode *attribute) {
-    const Name name = nameOf(attribute);
-    to = withRoomForTag(to, name, 0);
+    const NameParts parts(attribute);
+    to = withRoomForTag(to, parts, 0);
     if (to == nullptr) return nullptr;
-    to = writeLiteral(writeName(writeLiteral(to, " "), name), "=\"");
-    if (attribute->value != nullptr) to = xmlCopyWithEscape(text_, to, attribute->value);
-    to = text_.withRoom(to, 0);
+    to = writeLiteral(writeName(writeLiteral(to, " "), attribute, parts), "=\"");
+    if (attribute->value != nullptr) to = writeValue(to, attribute);
     return to == nullptr ? nullptr : writeLiteral(to, "\"");
+  }
+
+  // Behind it there is room for a little markup. At the place there is room for a short value.
+  char *writeValue(char *to, const XmlNode *node) {
+    const size_t length = valueLengthOf(node);
+    if (ShortString::isLengthOfOne(length) && hasBytesBeforeStrings(node)) {
+      const ShortString value(node->value, length);
+      const bool isPlain = countBeforeFound(findEscaped(value.bytes())) == kVectorSize;
+      if (isPlain) return value.copyTo(to, length);
+    }
+    return text_.withRoom(xmlCopyWithEscape(text_, to, node->value, length), 0);
   }
 
   char *writeTagEnd(char *to) {
@@ -234,12 +242,11 @@ class Printer {
     return to == nullptr ? nullptr : writeLiteral(to, ">\n");
   }
 
-  char *writeValueAndEndTag(char *to, const XmlNode *node, const Name &name) {
+  char *writeValueAndEndTag(char *to, const XmlNode *node, const NameParts &parts) {
     to = text_.withRoom(to, 0);
     if (to == nullptr) return nullptr;
-    to = xmlCopyWithEscape(text_, writeLiteral(to, ">"), node->value);
-    to = withRoomForTag(to, name, 0);
-    return to == nullptr ? nullptr : writeEndTag(to, name);
+    to = withRoomForTag(writeValue(writeLiteral(to, ">"), node), parts, 0);
+    return to == nullptr ? nullptr : writeEndTag(to, node, parts);
   }
 
   // In an opening half a last child is left open.
@@ -260,9 +267,9 @@ class Printer {
     size_t depth = beginsWithNode ? depth_ : depth_ - 1;
     const bool isIndented = width_ != 0 && !isBlankLeaf(node);
     for (;;) {
-      const Name name = nameOf(closed);
-      to = withRoomForTag(to, name, isIndented ? depth : 0);
-      if (to != nullptr) to = writeEndTag(isIndented ? writeIndent(to, depth) : to, name);
+      const NameParts parts(closed);
+      to = withRoomForTag(to, parts, isIndented ? depth : 0);
+      if (to != nullptr) to = writeEndTag(isIndented ? writeIndent(to, depth) : to, closed, parts);
       if (!isLastChild(closed)) return to;
       closed = parentOf(closed);
       --depth;
@@ -275,9 +282,9 @@ class Printer {
     return node->value != nullptr && node->value[std::strspn(node->value, " \t\n\r")] == '\0';
   }
 
-  // The markup around a name is shorter than the slack.
-  char *withRoomForTag(char *to, const Name &name, size_t depth) {
-    return text_.withRoom(to, depth * width_ + name.prefix.length + name.local.length);
+  // The markup around a name, together with a short value, is shorter than the slack.
+  char *withRoomForTag(char *to, const NameParts &parts, size_t depth) {
+    return text_.withRoom(to, depth * width_ + parts.prefixLength + parts.localLength);
   }
 
   char *writeIndent(char *to, size_t depth) const {
@@ -286,14 +293,16 @@ class Printer {
     return to + count;
   }
 
-  static char *writeName(char *to, const Name &name) {
-    if (name.prefix.text != nullptr)
-      to = writeLiteral(copyString(to, name.prefix.text, name.prefix.length), ":");
-    return copyString(to, name.local.text, name.local.length);
+  static char *writeName(char *to, const XmlNode *node, const NameParts &parts) {
+    if (node->prefix != nullptr) {
+      to =
+          writeLiteral(copyString(to, node->prefix, parts.prefixLength, parts.hasBytesBefore), ":");
+    }
+    return copyString(to, node->name, parts.localLength, parts.hasBytesBefore);
   }
 
-  static char *writeEndTag(char *to, const Name &name) {
-    return writeLiteral(writeName(writeLiteral(to, "</"), name), ">\n");
+  static char *writeEndTag(char *to, const XmlNode *node, const NameParts &parts) {
+    return writeLiteral(writeName(writeLiteral(to, "</"), node, parts), ">\n");
   }
 
   const XmlNode *start_;

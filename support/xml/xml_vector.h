@@ -1,6 +1,7 @@
 // Sixteen bytes at once, at any address, on every machine.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -64,6 +65,45 @@ inline char *copyString(char *to, const char *from, size_t length) {
   storeVector(to + last, loadVector(from + last));
   return to + length;
 }
+
+// A string of one to sixteen bytes as the two words that it begins and ends with. Of one to eight
+// bytes both words are the whole string, with zeros behind. Eight bytes before it are read, and
+// none behind: so no branch has to find out how long it is.
+struct ShortString {
+  uint64_t first;
+  uint64_t last;
+  size_t lastAt;
+
+  static constexpr bool isLengthOfOne(size_t length) { return length - 1 < kVectorSize; }
+
+  ShortString(const char *text, size_t length) {
+    constexpr size_t kWord = sizeof(uint64_t);
+    const size_t begun = std::min(length, kWord);
+    lastAt = std::max(length, kWord) - kWord;
+    first = load(text + begun - kWord, kWord - begun);
+    last = load(text + length - kWord, kWord - begun);
+  }
+
+  // Writes up to a word too far.
+  char *copyTo(char *to, size_t length) const {
+    std::memcpy(to, &first, sizeof first);
+    std::memcpy(to + lastAt, &last, sizeof last);
+    return to + length;
+  }
+
+  Vector bytes() const {
+    using Words = uint64_t __attribute__((vector_size(16)));
+    return reinterpret_cast<Vector>(Words{first, last});
+  }
+
+ private:
+  static uint64_t load(const char *from, size_t bytesBefore) {
+    uint64_t word = 0;
+    std::memcpy(&word, from, sizeof word);
+    const size_t bits = 8 * bytesBefore;
+    return std::endian::native == std::endian::little ? word >> bits : word << bits;
+  }
+};
 
 // The number of bytes before the first that is not zero; the found bytes are all ones or zero.
 inline size_t countBeforeFound(Vector found) {

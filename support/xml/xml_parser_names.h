@@ -1,11 +1,10 @@
-// Names in the text, and records that are filled for the parser's fast ways.
+// Names in the text.
 #pragma once
 
 #include <array>
 #include <bit>
+#include <cstdint>
 #include <cstring>
-
-#include "xml_node.h"
 
 // A name in the text.
 struct Name {
@@ -61,45 +60,3 @@ class NamesSeen {
   std::array<uint8_t, 256> seenIn_ = {};
   uint8_t tag_ = 0;
 };
-
-// What both kinds of records begin with, and no name, value or place in the tree.
-inline void fillRecord(XmlNode *record, int8_t type, uint32_t handle, size_t openNameLength) {
-  record->sessionId = handle;
-  record->marks = 0;
-  record->unused = 0;
-  record->openNameLength = static_cast<uint16_t>(openNameLength <= UINT16_MAX ? openNameLength : 0);
-  record->prefix = nullptr;
-  record->type = type;
-  record->isDocument = 0;
-  record->nameOwned = 1;
-  record->livedIn = 0;
-  record->next = nullptr;
-}
-
-// An attribute of an element, of which name and value are missing.
-inline void fillAttribute(XmlNode *attribute, uint32_t handle, XmlNode *element) {
-  fillRecord(attribute, NEB_XML_NODE_ATTRIBUTE, handle, 0);
-  attribute->valueOwned = 1;
-  attribute->parent = element;
-}
-
-// An element without anything in it, of which the place in the tree is missing.
-inline void fillElement(XmlNode *element, uint32_t handle, size_t openNameLength) {
-  fillRecord(element, NEB_XML_NODE_ELEMENT, handle, openNameLength);
-  element->value = nullptr;
-  element->valueOwned = 0;
-  element->firstChild = nullptr;
-  element->lastChild = nullptr;
-  element->firstAttr = nullptr;
-}
-
-// Makes an element the next child of another, behind the last one if there is one.
-inline void appendElement(XmlNode *element, XmlNode *parent, XmlNode *last) {
-  element->parent = parent;
-  element->prev = last;
-  parent->lastChild = element;
-  // One store to either place spares a branch that cannot be foretold.
-  char *link = last != nullptr ? reinterpret_cast<char *>(last) + offsetof(XmlNode, next)
-                               : reinterpret_cast<char *>(parent) + offsetof(XmlNode, firstChild);
-  std::memcpy(link, &element, sizeof(XmlNode *));
-}
