@@ -38,9 +38,63 @@ constexpr const char *kGood[] = {"<b/>",
                                  "<p:i a='1'>t</p:i>",
                                  "<p:i><j/></p:i>",
                                  "<p:i?k/>",
-                                 "<p:i/k></p:i/k>"};
-constexpr const char *kBad[] = {"text",         "<a x='1' x='2'/>",  "</p:b>", "<a", "&",
-                                "<a b='&c;'/>", "<a-- x='1'>t</a-->"};
+                                 "<p:i/k></p:i/k>",
+                                 "<c></c>",
+                                 "<c>t</c >",
+                                 "<c a='1'>t</c >",
+                                 "<c><d/></c >",
+                                 "<c><d/></c\n>",
+                                 "<k p:q='1' r:q='2' q='3'/>",
+                                 "<k x='' y=''></k>",
+                                 "<k a='&lt;' b=\"&amp;'\" c='\"&gt;'>&lt;&amp;t</k>",
+                                 "<p:b:c x='1'>t</p:b:c>",
+                                 "<p:b:c><j/></p:b:c>",
+                                 "<p:b:c p:y:z='1'/>",
+                                 "<p:name_that_is_longer_than_two_vectors/>"};
+constexpr const char *kBad[] = {"text",
+                                "<a x='1' x='2'/>",
+                                "</p:b>",
+                                "<a",
+                                "&",
+                                "<a b='&c;'/>",
+                                "<a-- x='1'>t</a-->",
+                                "<a>t</a--",
+                                "<a>></a>",
+                                "<a>/></a>",
+                                "<a x='1'>></a>",
+                                "<a x='1'>/></a>",
+                                "<a><b></b>t</b>",
+                                "<a>t</ab>",
+                                "<a><b/></ab>",
+                                "<a>t</a",
+                                "<a x='1'>t</a",
+                                "<a><b/></a",
+                                "<first_vector_same_1>t</first_vector_same_2>",
+                                "<1_last_vector_is_same>t</2_last_vector_is_same>",
+                                "<first_vector_same_1><b/></first_vector_same_2>",
+                                "<1_last_vector_is_same><b/></2_last_vector_is_same>",
+                                "<the_first_vector_1_and_the_last_vector a='' b='1'>t"
+                                "</the_first_vector_2_and_the_last_vector>",
+                                "<the_first_vector_1_and_the_last_vector><b/>"
+                                "</the_first_vector_2_and_the_last_vector>",
+                                "<a:/>",
+                                "<:a/>",
+                                "<:a x='1'/>",
+                                "<a: x='1'/>",
+                                "<a :x='1'/>",
+                                "<a x:='1'/>",
+                                "<a x='1'y='2'/>",
+                                "<ax='1'/>",
+                                "<a\vx='1'/>",
+                                "<a x='1\"/>",
+                                "<a x=1/>",
+                                "<a x1'/>",
+                                "<a x '1'/>",
+                                "<a x=&y&/>",
+                                "<a&amp;b><c/></>",
+                                "<a x='1'/ >",
+                                "<a x='1'/b",
+                                "<a p:x='1' y='' p:x='2'/>"};
 
 // Mostly well-formed.
 std::string randomMarkup(std::mt19937 *random) {
@@ -80,7 +134,8 @@ std::string placeOf(const XmlMemSession &session, const void *piece) {
 
 std::string placesOf(const XmlMemSession &session, const XmlNode *node) {
   return placeOf(session, node) + placeOf(session, node->prefix) + placeOf(session, node->name) +
-         placeOf(session, node->value);
+         placeOf(session, node->value) + std::to_string(node->nameOwned) +
+         std::to_string(node->valueOwned) + " ";
 }
 
 // The tree, where its pieces lie, and that what is carved next is zero.
@@ -113,12 +168,25 @@ bool expectAgreement(const std::string &text) {
   return layout != "rejected";
 }
 
-// Leaves holes of many sizes behind in the blocks of its session.
+// Leaves holes of many sizes behind in the blocks of its session, and fills them in any order with
+// smaller pieces.
 std::string manyPieces() {
+  std::mt19937 random(17);
   std::string text = "<r><s>";
+  for (size_t i = 0; i < 600; ++i) {
+    const std::string name(14 + random() % 13, 'n');
+    text += "<" + name + ">" + std::string(14 + random() % 13, 'v') + "</" + name + ">";
+  }
   for (size_t i = 0; i < 3000; ++i) {
     const std::string name = (i % 2 == 0 ? "a" : "p:attribute") + std::to_string(i * i);
     text += "<e" + name + " " + name + "='" + std::string(i % 97, 'v') + "'/>";
+    const std::string local(1 + random() % 13, 'l');
+    const std::string prefix(1 + random() % 13, 'p');
+    const std::string value(1 + random() % 13, 'v');
+    const std::string qualified = prefix + ":" + local;
+    text += "<" + local + ">" + value + "</" + local + ">";
+    text +=
+        "<" + qualified + " " + qualified + "='" + value + "'>" + value + "</" + qualified + ">";
   }
   return text + "</s></r>";
 }
@@ -141,16 +209,50 @@ TEST_P(Plain, AgreesOnRandomMarkup) {
   EXPECT_GT(accepted, 2000U);
 }
 
+// Each kind of markup with text enough behind it.
+TEST_P(Plain, AgreesOnEachMarkup) {
+  for (const std::string begin : {"<r>", "<r><longer_than_a_vector/>"}) {
+    const auto isAccepted = [&begin](const std::string &markup) {
+      return expectAgreement(begin + markup + "<m/>" + std::string(200, ' ') + "</r>");
+    };
+    for (const char *good : kGood) EXPECT_TRUE(isAccepted(good)) << good;
+    for (const char *bad : kBad) EXPECT_FALSE(isAccepted(bad)) << bad;
+  }
+  for (const char *root :
+       {"<r x='1' y='2'/>", "<r x='1' y='2'>t</r>", "<r><longer_than_a_vector/></r>"}) {
+    EXPECT_TRUE(expectAgreement(root + std::string("<s/>") + std::string(200, ' '))) << root;
+  }
+}
+
+// A piece is as long as what it was made from.
+TEST_P(Plain, LeavesZerosBehindWhatReferencesBecome) {
+  const std::string text =
+      "<r><n x='&lt;&lt;&lt;&lt;'>&amp;&amp;&amp;&amp;t</n>" + std::string(200, '\n') + "</r>";
+  XmlNode *document = trees::parsed(text);
+  const XmlNode *element = NEB_XML_GetNodeFirstChild(document);
+  EXPECT_EQ(std::string(element->firstAttr->value, 17), "<<<<" + std::string(13, '\0'));
+  EXPECT_EQ(std::string(element->value, 22), "&&&&t" + std::string(17, '\0'));
+  NEB_XML_FreeNode(document);
+}
+
 // Names, values and white space of every length around those at which one step becomes two, with
 // what follows them at every place in a word of the maps and on both sides of a stretch.
 TEST_P(Plain, AgreesAtEveryLength) {
-  const auto expectAt = [](size_t length) {
+  const auto expectBoth = [](const std::string &text) {
+    expectAgreement(text);
+    expectAgreement(text + std::string(200, ' '));
+  };
+  const auto expectAt = [&expectBoth](size_t length) {
     const std::string run(length, 'n');
     const std::string blank(length, ' ');
-    expectAgreement("<r><n" + run + ">" + run + "</n" + run + ">" + blank + "<m x='" + run + "' n" +
-                    run + "=\"v\"/></r>");
-    expectAgreement("<r" + blank + " a='b' c='" + run + "&lt;'>" + blank + run + "</r>");
-    expectAgreement("<r><n>" + std::string(50, 'n') + "&lt;x</n>" + blank + "</r>");
+    expectBoth("<r><n" + run + ">" + run + "</n" + run + ">" + blank + "<m x='" + run + "' n" +
+               run + "=\"v\"/></r>");
+    expectBoth("<r" + blank + " a='b' c='" + run + "&lt;'>" + blank + run + "</r>");
+    expectBoth("<r><n>" + std::string(50, 'n') + "&lt;x</n>" + blank + "</r>");
+    expectBoth("<r>" + blank + "<m/><n>" + std::string(58, 'n') + "&lt;</n></r>");
+    // A colon as far behind an end tag's name as one would be looked for.
+    expectBoth("<r>" + blank + "<nnnnnnnnnnnn><m/></nnnnnnnnnnnn>" + std::string(49, ' ') +
+               "<p:m/></r>");
   };
   for (size_t length = 0; length < 200; ++length) expectAt(length);
   for (size_t length = 4000; length < 4200; length += 3) expectAt(length);
