@@ -24,6 +24,13 @@ bool isBlank(const char *value) {
   return value != nullptr && value[std::strspn(value, " \t\n\r")] == '\0';
 }
 
+// A length that is noted is the string's own.
+void requireLengths(const XmlNode *node) {
+  require(node->nameLength == 0 || node->nameLength == std::strlen(node->name));
+  if (node->value == nullptr || node->valueSize == 0) return;
+  require(node->valueSize == std::strlen(node->value) + 1);
+}
+
 void requireLinks(const XmlNode *node) {
   require(node->prev == nullptr || node->prev->next == node);
   require(node->next == nullptr || node->next->prev == node);
@@ -33,8 +40,10 @@ void requireLinks(const XmlNode *node) {
   for (const XmlNode *child = node->firstChild; child != nullptr; child = child->next) {
     require(child->parent == node);
   }
+  requireLengths(node);
   for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
     require(attr->parent == node && attr->type == NEB_XML_NODE_ATTRIBUTE);
+    requireLengths(attr);
   }
 }
 

@@ -64,7 +64,7 @@ class SessionCopier {
     char *pieces = carver_.carveTogether(std::min(size, strings.smallest()), size + strings.all());
     auto *copy = reinterpret_cast<XmlNode *>(pieces != nullptr ? pieces : carver_.carvePiece(size));
     if (copy == nullptr) return nullptr;
-    fillRecord(copy, static_cast<int8_t>(type), handle_, strings.name);
+    fillRecord(copy, static_cast<int8_t>(type), handle_, notedNameLength(strings.name));
     fillRest(copy, type, strings);
     if (pieces == nullptr) return copyStrings(source, strings, copy) ? copy : nullptr;
     const bool hasBytesBefore = hasBytesBeforeStrings(source);

@@ -64,8 +64,9 @@ enum NodeMark : uint8_t {
   kNameElsewhere = 1,
   kValueElsewhere = 2,
   kPrefixElsewhere = 4,
-  kOwnsSession = 8,  // the document that ends the session when it is released
-  kTied = 16,        // noted by its session, see xml_memory.h
+  kOwnsSession = 8,   // the document that ends the session when it is released
+  kTied = 16,         // noted by its session, see xml_memory.h
+  kNameIsWhole = 32,  // for the parser: the name of an open element holds its prefix
 };
 
 constexpr uint32_t kSeveralSessions = UINT32_MAX;  // never a handle
@@ -98,8 +99,8 @@ inline XmlNode *topmostNode(XmlNode *node) {
 }
 
 // Lengths are noted where they are at hand. What the record has no room for stays unknown.
-inline void noteNameLength(XmlNode *node, size_t length) {
-  node->nameLength = static_cast<uint16_t>(length <= UINT16_MAX ? length : 0);
+constexpr uint16_t notedNameLength(size_t length) {
+  return static_cast<uint16_t>(length <= UINT16_MAX ? length : 0);
 }
 
 inline void noteValueLength(XmlNode *node, size_t length) {

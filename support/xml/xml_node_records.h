@@ -6,11 +6,11 @@
 #include "xml_node.h"
 
 // What both kinds of records begin with, and no name, value or place in the tree.
-inline void fillRecord(XmlNode *record, int8_t type, uint32_t handle, size_t nameLength) {
+inline void fillRecord(XmlNode *record, int8_t type, uint32_t handle, uint16_t nameLength) {
   record->sessionId = handle;
   record->marks = 0;
   record->valueSize = 0;
-  noteNameLength(record, nameLength);
+  record->nameLength = nameLength;
   record->prefix = nullptr;
   record->type = type;
   record->isDocument = 0;
@@ -20,7 +20,7 @@ inline void fillRecord(XmlNode *record, int8_t type, uint32_t handle, size_t nam
 }
 
 // An attribute of an element, of which name and value are missing.
-inline void fillAttribute(XmlNode *attribute, uint32_t handle, size_t nameLength,
+inline void fillAttribute(XmlNode *attribute, uint32_t handle, uint16_t nameLength,
                           XmlNode *element) {
   fillRecord(attribute, NEB_XML_NODE_ATTRIBUTE, handle, nameLength);
   attribute->valueOwned = 1;
@@ -28,7 +28,7 @@ inline void fillAttribute(XmlNode *attribute, uint32_t handle, size_t nameLength
 }
 
 // An element without anything in it, of which the place in the tree is missing.
-inline void fillElement(XmlNode *element, uint32_t handle, size_t nameLength) {
+inline void fillElement(XmlNode *element, uint32_t handle, uint16_t nameLength) {
   fillRecord(element, NEB_XML_NODE_ELEMENT, handle, nameLength);
   element->value = nullptr;
   element->valueOwned = 0;

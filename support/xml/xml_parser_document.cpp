@@ -207,10 +207,9 @@ bool parsePlain(XmlParser *parser, MarkupMap *map) {
 }
 
 // False when the text is malformed, memory runs out, or the element started last is not closed.
-bool parseElements(XmlParser *parser) {
-  MarkupMap map(parser->cursor);
+bool parseElements(XmlParser *parser, MarkupMap *map) {
   for (;;) {
-    if (!parsePlain(parser, &map) || !parseNext(parser)) return false;
+    if (!parsePlain(parser, map) || !parseNext(parser)) return false;
     if (*parser->cursor == '\0') {
       return !parser->isCurrentOpen ||
              Parser_fail(parser, reasons::kElementOpen, Parser_openTag(parser));
@@ -219,6 +218,34 @@ bool parseElements(XmlParser *parser) {
     parser->pending = makeNode(parser->storage, NEB_XML_NODE_ELEMENT);
     if (parser->pending == nullptr) return Parser_fail(parser, reasons::kNoMemory, parser->cursor);
   }
+}
+
+// Where a text ends, parsing takes more care than elsewhere. A small text would be all end, so it is
+// parsed from a copy that has zeros behind it.
+constexpr size_t kCopiedText = 4096;
+
+bool parseElementsOfCopy(XmlParser *parser, size_t size) {
+  char copy[kCopiedText + MarkupMap::kReach];
+  const char *original = parser->buffer;
+  const auto parsed = static_cast<size_t>(parser->cursor - original);
+  std::memcpy(copy, original, size);
+  std::memset(copy + size, 0, MarkupMap::kReach);
+  parser->buffer = copy;
+  parser->cursor = copy + parsed;
+  MarkupMap map(parser->cursor, size - parsed, MarkupMap::kReach);
+  const bool isParsed = parseElements(parser, &map);
+  parser->cursor = original + (parser->cursor - copy);
+  parser->buffer = original;
+  return isParsed;
+}
+
+bool parseElementsOfText(XmlParser *parser) {
+  const size_t left = std::strlen(parser->cursor);
+  const size_t size = static_cast<size_t>(parser->cursor - parser->buffer) + left;
+  const bool isCopied = size < kCopiedText && parser->sessionId != 0 && parser->problem == nullptr;
+  if (isCopied) return parseElementsOfCopy(parser, size);
+  MarkupMap map(parser->cursor, left, 0);
+  return parseElements(parser, &map);
 }
 
 uint32_t abandon(XmlNode *document, XmlParser *parser) {
@@ -254,7 +281,8 @@ uint32_t Parser_splitName(XmlParser *parser, XmlNode *element) {
   }
   const size_t moved = std::strlen(colon + 1) + 1;
   platform::memmove_s(name, moved, colon + 1, moved);
-  noteNameLength(element, moved - 1);
+  element->nameLength = notedNameLength(moved - 1);
+  element->marks &= static_cast<uint8_t>(~kNameIsWhole);
   return NEB_XML_OK;
 }
 
@@ -274,7 +302,7 @@ uint32_t Parser_parseDocument(XmlNode **outDoc, XmlParser *parser) {
     return NEB_XML_ERR_NO_MEMORY;
   }
   parser->pending = document;
-  if (!skipProlog(parser) || !parseElements(parser)) return abandon(document, parser);
+  if (!skipProlog(parser) || !parseElementsOfText(parser)) return abandon(document, parser);
   *outDoc = document;
   Parser_freeRecord(parser);
   return NEB_XML_OK;

@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cstring>
+#include <string_view>
 
 #if defined(__x86_64__)
 #include <immintrin.h>
@@ -14,49 +15,43 @@
 
 namespace {
 
-// A byte's classes, chosen so that each is one set of low halves for one high half.
-enum ByteClass : uint8_t {
-  kNul = 1,         // 0x00
-  kControl = 2,     // tab, line feed, carriage return
-  kSpace = 4,       // space
-  kQuote = 8,       // " and '
-  kAmpersand = 16,  // &
-  kSlash = 32,      // ! /
-  kLess = 64,       // <
-  kPunct = 128,     // : = > ?
-};
+// The bytes of each map. Two bytes of a set differ in their low halves, so that a vector finds them
+// by one shuffle and one comparison.
+constexpr std::string_view kValueEndBytes("\0\"&'<", 5);
+constexpr std::string_view kTextEndBytes("\0&<", 3);
+constexpr std::string_view kBlankBytes = "\t\n\r ";
+// Names end at these, and at white space.
+constexpr std::string_view kNameEndBytes("\0!\"&'/:<=>", 10);
+constexpr std::string_view kMoreNameEndBytes = "?]";
 
-constexpr uint8_t kOfValueEnds = kNul | kQuote | kAmpersand | kLess;
-constexpr uint8_t kOfTextEnds = kNul | kAmpersand | kLess;
-constexpr uint8_t kOfBlanks = kControl | kSpace;
-
-constexpr std::array<uint8_t, 256> makeClasses() {
-  std::array<uint8_t, 256> classes = {};
-  const auto assign = [&classes](const char *bytes, uint8_t byteClass) {
-    for (; *bytes != '\0'; ++bytes) classes[static_cast<uint8_t>(*bytes)] = byteClass;
-  };
-  classes[0] = kNul;
-  assign("\t\n\r", kControl);
-  assign(" ", kSpace);
-  assign("\"'", kQuote);
-  assign("&", kAmpersand);
-  assign("!/", kSlash);
-  assign("<", kLess);
-  assign(":=>?", kPunct);
-  return classes;
+constexpr bool isIn(std::string_view bytes, uint8_t byte) {
+  return bytes.find(static_cast<char>(byte)) != std::string_view::npos;
 }
 
-constexpr std::array<uint8_t, 256> kClasses = makeClasses();
+// The maps that each byte is in, one bit for each.
+constexpr std::array<uint8_t, 256> makeKinds() {
+  std::array<uint8_t, 256> kinds = {};
+  for (size_t i = 0; i < kinds.size(); ++i) {
+    const auto byte = static_cast<uint8_t>(i);
+    const bool isBlank = isIn(kBlankBytes, byte);
+    const bool endsName = isBlank || isIn(kNameEndBytes, byte) || isIn(kMoreNameEndBytes, byte);
+    kinds[i] = static_cast<uint8_t>(
+        endsName << MarkupMap::kNameEnds | isIn(kValueEndBytes, byte) << MarkupMap::kValueEnds |
+        isIn(kTextEndBytes, byte) << MarkupMap::kTextEnds | !isBlank << MarkupMap::kNonBlanks);
+  }
+  return kinds;
+}
+
+constexpr std::array<uint8_t, 256> kKindsOfBytes = makeKinds();
 
 void mapByByte(const char *text, size_t words, size_t firstWord, MarkupMap::Words &maps) {
   for (size_t word = firstWord; word < firstWord + words; ++word) {
     uint64_t bits[MarkupMap::kKinds] = {};
     for (size_t i = 0; i < MarkupMap::kWordBits; ++i) {
-      const uint8_t byteClass = kClasses[static_cast<uint8_t>(*text++)];
-      bits[MarkupMap::kNameEnds] |= uint64_t{byteClass != 0} << i;
-      bits[MarkupMap::kValueEnds] |= uint64_t{(byteClass & kOfValueEnds) != 0} << i;
-      bits[MarkupMap::kTextEnds] |= uint64_t{(byteClass & kOfTextEnds) != 0} << i;
-      bits[MarkupMap::kNonBlanks] |= uint64_t{(byteClass & kOfBlanks) == 0} << i;
+      const uint8_t kinds = kKindsOfBytes[static_cast<uint8_t>(*text++)];
+      for (size_t kind = 0; kind < MarkupMap::kKinds; ++kind) {
+        bits[kind] |= uint64_t{(kinds >> kind & 1) != 0} << i;
+      }
     }
     for (size_t kind = 0; kind < MarkupMap::kKinds; ++kind) maps[kind][word] = bits[kind];
   }
@@ -65,63 +60,70 @@ void mapByByte(const char *text, size_t words, size_t firstWord, MarkupMap::Word
 #if NEB_XML_HAS_AVX2
 
 constexpr size_t kHalfWord = 32;
+constexpr uint8_t kHalfByte = 16;
 
-// The classes that a byte's low or high half leaves possible; a byte has those of both.
-struct HalfTables {
-  alignas(16) uint8_t low[16];
-  alignas(16) uint8_t high[16];
+// For each low half of a byte the byte of a set that ends so; else one that ends otherwise.
+struct alignas(kHalfByte) SetTable {
+  uint8_t bytes[kHalfByte];
+
+  explicit constexpr SetTable(std::string_view set) : bytes() {
+    for (uint8_t &byte : bytes) byte = UINT8_MAX;
+    bytes[kHalfByte - 1] = 0;
+    for (const char byte : set)
+      bytes[static_cast<uint8_t>(byte) % kHalfByte] = static_cast<uint8_t>(byte);
+  }
+
+  constexpr bool isExactFor(std::string_view set) const {
+    for (size_t byte = 0; byte <= INT8_MAX; ++byte) {
+      if ((bytes[byte % kHalfByte] == byte) != isIn(set, static_cast<uint8_t>(byte))) return false;
+    }
+    return true;
+  }
 };
 
-constexpr HalfTables makeHalfTables() {
-  HalfTables tables = {};
-  for (size_t byte = 0; byte < kClasses.size(); ++byte) {
-    tables.low[byte % 16] |= kClasses[byte];
-    tables.high[byte / 16] |= kClasses[byte];
-  }
-  return tables;
+constexpr SetTable kValueEndTable(kValueEndBytes);
+constexpr SetTable kTextEndTable(kTextEndBytes);
+constexpr SetTable kBlankTable(kBlankBytes);
+constexpr SetTable kNameEndTable(kNameEndBytes);
+constexpr SetTable kMoreNameEndTable(kMoreNameEndBytes);
+static_assert(kValueEndTable.isExactFor(kValueEndBytes) && kTextEndTable.isExactFor(kTextEndBytes));
+static_assert(kBlankTable.isExactFor(kBlankBytes) && kNameEndTable.isExactFor(kNameEndBytes));
+static_assert(kMoreNameEndTable.isExactFor(kMoreNameEndBytes));
+
+__attribute__((target("avx2"))) inline __m256i loadTable(const SetTable &table) {
+  return _mm256_broadcastsi128_si256(
+      _mm_load_si128(reinterpret_cast<const __m128i *>(table.bytes)));
 }
 
-constexpr HalfTables kHalfTables = makeHalfTables();
-
-// One class may stand for several bytes only where no other byte combines their halves.
-constexpr bool halfTablesAreExact() {
-  for (size_t byte = 0; byte < kClasses.size(); ++byte) {
-    if ((kHalfTables.low[byte % 16] & kHalfTables.high[byte / 16]) != kClasses[byte]) return false;
-  }
-  return true;
-}
-static_assert(halfTablesAreExact());
-
-__attribute__((target("avx2"))) inline __m256i loadTable(const uint8_t (&table)[16]) {
-  return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i *>(table)));
+// A shuffle gives zero for bytes from 0x80 on.
+__attribute__((target("avx2"))) inline __m256i findIn(__m256i table, __m256i bytes) {
+  return _mm256_cmpeq_epi8(_mm256_shuffle_epi8(table, bytes), bytes);
 }
 
-__attribute__((target("avx2"))) inline uint32_t bitsWithout(__m256i classes, uint8_t wanted) {
-  const __m256i found = _mm256_and_si256(classes, _mm256_set1_epi8(static_cast<char>(wanted)));
-  return static_cast<uint32_t>(
-      _mm256_movemask_epi8(_mm256_cmpeq_epi8(found, _mm256_setzero_si256())));
+// Half a word of a map; this machine has the lower half first.
+__attribute__((target("avx2"))) inline void storeBits(uint64_t *map, size_t half, __m256i found) {
+  const auto bits = static_cast<uint32_t>(_mm256_movemask_epi8(found));
+  std::memcpy(reinterpret_cast<char *>(map) + half * sizeof bits, &bits, sizeof bits);
 }
 
 __attribute__((target("avx2"))) void mapByVector(const char *text, size_t words, size_t firstWord,
                                                  MarkupMap::Words &maps) {
-  const __m256i low = loadTable(kHalfTables.low);
-  const __m256i high = loadTable(kHalfTables.high);
-  const __m256i halfMask = _mm256_set1_epi8(0x0F);
-  for (size_t word = firstWord; word < firstWord + words; ++word) {
-    uint64_t bits[MarkupMap::kKinds] = {};
-    for (size_t shift = 0; shift < MarkupMap::kWordBits; shift += kHalfWord) {
-      const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(text));
-      text += kHalfWord;
-      const __m256i highHalf = _mm256_and_si256(_mm256_srli_epi16(bytes, 4), halfMask);
-      const __m256i classes =
-          _mm256_and_si256(_mm256_shuffle_epi8(low, _mm256_and_si256(bytes, halfMask)),
-                           _mm256_shuffle_epi8(high, highHalf));
-      bits[MarkupMap::kNameEnds] |= uint64_t{~bitsWithout(classes, 0xFF)} << shift;
-      bits[MarkupMap::kValueEnds] |= uint64_t{~bitsWithout(classes, kOfValueEnds)} << shift;
-      bits[MarkupMap::kTextEnds] |= uint64_t{~bitsWithout(classes, kOfTextEnds)} << shift;
-      bits[MarkupMap::kNonBlanks] |= uint64_t{bitsWithout(classes, kOfBlanks)} << shift;
-    }
-    for (size_t kind = 0; kind < MarkupMap::kKinds; ++kind) maps[kind][word] = bits[kind];
+  const __m256i valueEnds = loadTable(kValueEndTable);
+  const __m256i textEnds = loadTable(kTextEndTable);
+  const __m256i blanks = loadTable(kBlankTable);
+  const __m256i nameEnds = loadTable(kNameEndTable);
+  const __m256i moreNameEnds = loadTable(kMoreNameEndTable);
+  const __m256i all = _mm256_set1_epi8(-1);
+  for (size_t half = 2 * firstWord; half < 2 * (firstWord + words); ++half) {
+    const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(text));
+    text += kHalfWord;
+    const __m256i blank = findIn(blanks, bytes);
+    const __m256i endsName = _mm256_or_si256(
+        blank, _mm256_or_si256(findIn(nameEnds, bytes), findIn(moreNameEnds, bytes)));
+    storeBits(maps[MarkupMap::kNameEnds], half, endsName);
+    storeBits(maps[MarkupMap::kValueEnds], half, findIn(valueEnds, bytes));
+    storeBits(maps[MarkupMap::kTextEnds], half, findIn(textEnds, bytes));
+    storeBits(maps[MarkupMap::kNonBlanks], half, _mm256_xor_si256(blank, all));
   }
 }
 
@@ -163,24 +165,26 @@ bool MarkupMap::usesVectors() {
 #endif
 }
 
-MarkupMap::MarkupMap(const char *text) : textEnd_(text + std::strlen(text)) {
+MarkupMap::MarkupMap(const char *text, size_t length, size_t zerosBehind)
+    : textEnd_(text + length), zerosBehind_(zerosBehind) {
   for (size_t kind = 0; kind < kKinds; ++kind) maps_[kind][kWords] = 0;
   mapStretch(text);
 }
 
 void MarkupMap::mapStretch(const char *from) {
   const auto left = static_cast<size_t>(textEnd_ - from);
-  const size_t wholeWords = left / kWordBits < kWords ? left / kWordBits : kWords;
+  const size_t readable = left + zerosBehind_;
+  const size_t wholeWords = readable / kWordBits < kWords ? readable / kWordBits : kWords;
   const Mapper mapper = g_mapper.load(std::memory_order_relaxed);
   mapper(from, wholeWords, 0, maps_);
-  if (wholeWords < kWords) {
+  if (wholeWords < kWords && wholeWords * kWordBits <= left) {
     // The last bytes and the terminator, in a copy that ends in more of them.
     char tail[kWordBits] = {};
     std::memcpy(tail, from + wholeWords * kWordBits, left - wholeWords * kWordBits);
     mapper(tail, 1, wholeWords, maps_);
   }
   stretch_ = from;
-  windowsEnd_ = std::min(kStretchBits, left > kReach ? left - kReach : 0);
+  windowsEnd_ = std::min(kStretchBits, readable > kReach ? readable - kReach : 0);
 }
 
 const char *MarkupMap::search(Kind kind, const char *from) {

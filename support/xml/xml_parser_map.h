@@ -13,10 +13,11 @@ class MarkupMap {
  public:
   enum Kind { kNameEnds, kValueEnds, kTextEnds, kNonBlanks, kKinds };
 
-  explicit MarkupMap(const char *text);
+  // Behind the terminator there are so many more zeros, at most kReach.
+  MarkupMap(const char *text, size_t length, size_t zerosBehind);
 
   // The first byte from here on that is white space, a quote, '=', '<', '>', '/', '&' or ':', or a
-  // '!' or '?', which are seldom in names but begin markup that has none.
+  // '!', '?' or ']', which are seldom in names but are part of markup that has none.
   const char *nextNameEnd(const char *from) { return next(kNameEnds, from); }
 
   // The first quote of either kind, '&' or '<'.
@@ -31,7 +32,8 @@ class MarkupMap {
   // The terminator of the text.
   const char *textEnd() const { return textEnd_; }
 
-  // Whether there is a window from here on, and at least kReach bytes of text behind this one.
+  // Whether there is a window from here on, and at least kReach bytes of text behind this one, or
+  // zeros behind the text.
   bool hasWindow(const char *from) const {
     return static_cast<size_t>(from - stretch_) < windowsEnd_;
   }
@@ -41,6 +43,11 @@ class MarkupMap {
   // the first of eight, the highest may be missing.
   uint64_t window(Kind kind, const char *from) const {
     return windowAt(kind, static_cast<size_t>(from - stretch_));
+  }
+
+  // The bits from behind so many bytes, at most half a window, as far as the window reaches.
+  uint64_t windowBehind(Kind kind, const char *from, size_t skipped) const {
+    return windowAt(kind, static_cast<size_t>(from - stretch_), skipped);
   }
 
   static constexpr size_t kWordBits = 64;
@@ -69,13 +76,14 @@ class MarkupMap {
     return search(kind, from);
   }
 
-  uint64_t windowAt(Kind kind, size_t offset) const {
+  uint64_t windowAt(Kind kind, size_t offset, size_t skipped = 0) const {
     if constexpr (std::endian::native == std::endian::little) {
       uint64_t window = 0;
       std::memcpy(&window, reinterpret_cast<const char *>(maps_[kind]) + offset / 8, sizeof window);
-      return window >> (offset % 8);
+      return window >> (offset % 8 + skipped);
     }
-    return maps_[kind][offset / kWordBits] >> (offset % kWordBits);
+    const size_t shift = offset % kWordBits + skipped;
+    return shift < kWordBits ? maps_[kind][offset / kWordBits] >> shift : 0;
   }
 
   const char *search(Kind kind, const char *from);
@@ -83,6 +91,7 @@ class MarkupMap {
 
   const char *stretch_;
   const char *textEnd_;
+  size_t zerosBehind_;
   size_t windowsEnd_;  // of the stretch
   Words maps_;
 };

@@ -13,8 +13,8 @@ struct Name {
   const char *colon;  // the first, or null
 };
 
-// What ends in "--" or "]]" would be markup before '>'.
-inline bool mayEndMarkup(char lastOfName) { return lastOfName == '-' || lastOfName == ']'; }
+// What ends in "--" would be markup before '>'. What has a ']' is no ordinary name.
+inline bool mayEndMarkup(char lastOfName) { return lastOfName == '-'; }
 
 // White space or another control character.
 inline bool mayBeBlank(char byte) { return static_cast<uint8_t>(byte) <= ' '; }
@@ -42,10 +42,12 @@ class NamesSeen {
     return withoutRest(key, length) ^ length;
   }
 
+  // Spreads a key over all bits, best over the highest.
+  static constexpr uint64_t scatter(uint64_t key) { return key * 0x9E3779B97F4A7C15; }
+
   // Whether a name of this key may have been seen in the tag; it counts as seen from now on.
   bool see(uint64_t key) {
-    constexpr uint64_t kScatter = 0x9E3779B97F4A7C15;
-    uint8_t &seenIn = seenIn_[key * kScatter >> 56];
+    uint8_t &seenIn = seenIn_[scatter(key) >> 56];
     const bool maySeen = seenIn == tag_;
     seenIn = tag_;
     return maySeen;

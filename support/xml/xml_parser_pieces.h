@@ -14,9 +14,8 @@ constexpr size_t kWidestCopy = CarvingPlace::kSlack;
 
 // Half of that at once, at any address: one vector on a machine that has such wide ones.
 inline void copyHalfWide(char *to, const char *from) {
-  uint8_t bytes __attribute__((vector_size(kWidestCopy / 2)));
-  std::memcpy(&bytes, from, sizeof bytes);
-  std::memcpy(to, &bytes, sizeof bytes);
+  using Bytes = uint8_t __attribute__((vector_size(kWidestCopy / 2), aligned(1), may_alias));
+  *reinterpret_cast<Bytes *>(to) = *reinterpret_cast<const Bytes *>(from);
 }
 
 inline void copyWide(char *to, const char *from) {
@@ -35,6 +34,7 @@ class SessionPieces {
   void load() { carver_.load(); }
   void save() { carver_.save(); }
 
+  XmlMemSession *session() { return &carver_.session(); }
   CarvingPlace place() const { return carver_.place(); }
   void setPlace(const CarvingPlace &place) { carver_.setPlace(place); }
 
@@ -95,6 +95,7 @@ class HookPieces {
   static void load() {}
   static void save() {}
 
+  static XmlMemSession *session() { return nullptr; }
   static CarvingPlace place() { return {}; }
   static void setPlace(const CarvingPlace & /*place*/) {}
 

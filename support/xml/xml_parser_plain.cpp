@@ -72,19 +72,26 @@ class PlainParser {
 
   bool mayTakeShortForms() const {
     return takeShortForms != nullptr && open_ != nullptr && !isPendingBlank_ &&
-           pending_ != nullptr && map_.hasWindow(place_ + 1);
+           pending_ != nullptr && mayTakeShortForms(place_);
+  }
+
+  // Short names are compared by the vectors that end with them.
+  bool mayTakeShortForms(const char *place) const {
+    return map_.hasWindow(place) && place >= parser_.buffer + kVectorSize;
   }
 
   // Takes as many as there are.
   Step takeShort() {
     XmlNode *lastAttribute = nullptr;
     size_t count = 0;
-    const bool isInTag = takeShortFrom(false, &lastAttribute, &count);
+    bool isInTag = false;
+    if (!takeShortFrom(&isInTag, &lastAttribute, &count)) return Step::failed;
     return isInTag ? takeAttributes(place_, lastAttribute, count) : Step::taken;
   }
 
-  // From between two tokens or from behind so many attributes; whether it ends in a tag.
-  bool takeShortFrom(bool isInTag, XmlNode **lastAttribute, size_t *count) {
+  // From between two tokens to between two, or in a tag, behind so many attributes. False when
+  // memory runs out.
+  bool takeShortFrom(bool *isInTag, XmlNode **lastAttribute, size_t *count) {
     ShortForms forms;
     forms.place = place_;
     forms.open = open_;
@@ -92,10 +99,10 @@ class PlainParser {
     forms.pending = pending_;
     forms.leafName = leafName_;
     forms.isContent = state_ == PARSE_STATE_CONTENT;
+    forms.session = pieces_.session();
     forms.carving = pieces_.place();
     forms.handle = pieces_.handle();
-    forms.textBegin = parser_.buffer;
-    forms.isInTag = isInTag;
+    forms.isInTag = *isInTag;
     forms.lastAttribute = *lastAttribute;
     forms.attributes = *count;
     takeShortForms(&forms, &map_, &names_);
@@ -108,7 +115,8 @@ class PlainParser {
     pieces_.setPlace(forms.carving);
     *lastAttribute = forms.lastAttribute;
     *count = forms.attributes;
-    return forms.isInTag;
+    *isInTag = forms.isInTag;
+    return !forms.hasFailed;
   }
 
   Step takeNext() {
@@ -174,9 +182,11 @@ class PlainParser {
   void startElement(const Name &name, char *copy) {
     XmlNode *element = pending_;
     pending_ = nullptr;
-    if (!isPendingBlank_) fillElement(element, pieces_.handle(), name.length);
+    const uint16_t length = notedNameLength(name.length);
+    if (!isPendingBlank_) fillElement(element, pieces_.handle(), length);
     isPendingBlank_ = false;
-    noteNameLength(element, name.length);
+    element->nameLength = length;
+    if (name.colon != nullptr) element->marks |= kNameIsWhole;
     element->name = copy;
     element->nameOwned = 1;
     if (open_ != nullptr) {
@@ -220,7 +230,8 @@ class PlainParser {
     if (prefix == nullptr) return false;
     open_->prefix = prefix;
     std::memmove(open_->name, open_->name + prefixLength + 1, name.length - prefixLength);
-    noteNameLength(open_, name.length - prefixLength - 1);
+    open_->nameLength = notedNameLength(name.length - prefixLength - 1);
+    open_->marks &= static_cast<uint8_t>(~kNameIsWhole);
     return true;
   }
 
@@ -245,9 +256,11 @@ class PlainParser {
       if (step == Step::failed) return Step::failed;
       if (step == Step::left) return leaveTag(before, lastAttribute, count);
       ++count;
-      if (takeShortForms != nullptr && map_.hasWindow(place)) {
+      if (takeShortForms != nullptr && mayTakeShortForms(place)) {
         place_ = place;
-        if (!takeShortFrom(true, &lastAttribute, &count)) return Step::taken;
+        bool isInTag = true;
+        if (!takeShortFrom(&isInTag, &lastAttribute, &count)) return Step::failed;
+        if (!isInTag) return Step::taken;
         place = place_;
       }
     }
@@ -324,7 +337,7 @@ class PlainParser {
                                          value + length);
     if (pieces == nullptr) return nullptr;
     auto *attribute = reinterpret_cast<XmlNode *>(pieces);
-    fillAttribute(attribute, pieces_.handle(), name.length - prefixSize, open_);
+    fillAttribute(attribute, pieces_.handle(), notedNameLength(name.length - prefixSize), open_);
     char *text = pieces + kAttributeRecordSize;
     copyHalfWide(text, name.text);
     text[name.length] = '\0';
@@ -372,7 +385,7 @@ class PlainParser {
     }
     char *copy = pieces_.copyRun(local, length);
     attribute->name = copy;
-    if (copy != nullptr) noteNameLength(attribute, length);
+    if (copy != nullptr) attribute->nameLength = notedNameLength(length);
     return copy != nullptr;
   }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 
@@ -30,6 +31,15 @@ void describeAttributes(const XmlNode *node, std::string *text) {
   }
 }
 
+// A length that is noted is the string's own.
+void checkLengths(const XmlNode *node) {
+  const size_t nameLength = node->nameLength;
+  const size_t valueSize = node->valueSize;
+  EXPECT_TRUE(nameLength == 0 || nameLength == std::strlen(node->name));
+  if (node->value == nullptr || valueSize == 0) return;
+  EXPECT_EQ(valueSize, std::strlen(node->value) + 1);
+}
+
 // The fields are compared, not handed on: a record may stand at any address.
 void checkLinks(const XmlNode *node) {
   EXPECT_TRUE(node->prev == nullptr || node->prev->next == node);
@@ -41,6 +51,9 @@ void checkLinks(const XmlNode *node) {
     EXPECT_TRUE(child->parent == node);
   }
   EXPECT_TRUE(node->nameOwned <= 1 && node->valueOwned <= 1);
+  checkLengths(node);
+  for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next)
+    checkLengths(attr);
 }
 
 }  // namespace
