@@ -388,10 +388,10 @@ class ShortFormsParser {
   // Moves the prefix of a name, and not the colon, into a piece of its own.
   static void moveName(XmlNode *element, char *prefix, size_t length) {
     char *name = element->name;
-    std::memcpy(prefix, name, length);
+    moveShort(prefix, name, length);
     prefix[length] = '\0';
     element->prefix = prefix;
-    std::memmove(name, name + length + 1, element->nameLength - length);
+    moveShort(name, name + length + 1, element->nameLength - length);
     element->nameLength = static_cast<uint16_t>(element->nameLength - length - 1);
     element->marks &= static_cast<uint8_t>(~kNameIsWhole);
   }
@@ -442,7 +442,7 @@ class ShortFormsParser {
       return copy;
     }
     copy = carvePiece(size);
-    if (copy != nullptr) std::memcpy(copy, name, length);
+    if (copy != nullptr) moveShort(copy, name, length);
     return copy;
   }
 
@@ -471,7 +471,11 @@ class ShortFormsParser {
   char *copyPiece(const char *text, size_t length) {
     char *copy = carvePiece(length + kTerminator);
     if (copy == nullptr) return nullptr;
-    std::memcpy(copy, text, length);
+    if (length <= 2 * kVectorSize) {
+      moveShort(copy, text, length);
+    } else {
+      std::memcpy(copy, text, length);
+    }
     copy[length] = '\0';
     return copy;
   }

@@ -66,6 +66,23 @@ inline char *copyString(char *to, const char *from, size_t length) {
   return to + length;
 }
 
+// Copies up to two vectors and not a byte more. Both ends are read before anything is written, so
+// that the places may overlap.
+inline void moveShort(char *to, const char *from, size_t length) {
+  const auto move = [=]<typename Piece>(Piece first, Piece last) {
+    const size_t at = length - sizeof(Piece);
+    std::memcpy(&first, from, sizeof first);
+    std::memcpy(&last, from + at, sizeof last);
+    std::memcpy(to, &first, sizeof first);
+    std::memcpy(to + at, &last, sizeof last);
+  };
+  if (length >= kVectorSize) return move(Vector{}, Vector{});
+  if (length >= sizeof(uint64_t)) return move(uint64_t{}, uint64_t{});
+  if (length >= sizeof(uint32_t)) return move(uint32_t{}, uint32_t{});
+  if (length >= sizeof(uint16_t)) return move(uint16_t{}, uint16_t{});
+  if (length != 0) *to = *from;
+}
+
 // A string of one to sixteen bytes as the two words that it begins and ends with. Of one to eight
 // bytes both words are the whole string, with zeros behind. Eight bytes before it are read, and
 // none behind: so no branch has to find out how long it is.
@@ -118,11 +135,18 @@ inline size_t countBeforeFound(Vector found) {
 #endif
 }
 
+#if defined(__SSE2__)
+// One bit for each byte. There is no instruction that finds unlike bytes.
+inline uint32_t differences(Vector a, Vector b) {
+  constexpr uint32_t kAll = (uint32_t{1} << kVectorSize) - 1;
+  return static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(a == b))) ^ kAll;
+}
+#endif
+
 // Whether two vectors are the same in so many of their first bytes.
 inline bool beginAlike(Vector a, Vector b, size_t count) {
 #if defined(__SSE2__)
-  const auto bits = static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(a != b)));
-  return (bits & ((uint32_t{1} << count) - 1)) == 0;
+  return (differences(a, b) & ((uint32_t{1} << count) - 1)) == 0;
 #else
   for (size_t i = 0; i < count; ++i) {
     if (a[i] != b[i]) return false;
@@ -134,8 +158,7 @@ inline bool beginAlike(Vector a, Vector b, size_t count) {
 // Whether two vectors are the same in so many of their last bytes.
 inline bool endAlike(Vector a, Vector b, size_t count) {
 #if defined(__SSE2__)
-  const auto bits = static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(a != b)));
-  return bits >> (kVectorSize - count) == 0;
+  return differences(a, b) >> (kVectorSize - count) == 0;
 #else
   for (size_t i = kVectorSize - count; i < kVectorSize; ++i) {
     if (a[i] != b[i]) return false;
