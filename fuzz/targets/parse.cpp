@@ -40,9 +40,10 @@ class GuardedMemory {
 
 // The input, as each kind of entry point takes it.
 std::string g_input;
-size_t g_position;     // in the input as a file
-const char *g_text;    // terminated
-const char *g_buffer;  // not terminated
+size_t g_position;           // in the input as a file
+const char *g_text;          // terminated
+const char *g_buffer;        // not terminated
+const char *g_behindBlanks;  // the text, which is too long to be copied by the library
 
 FILE *stream() { return reinterpret_cast<FILE *>(&g_input); }
 
@@ -78,6 +79,8 @@ struct Entry {
 constexpr Entry kEntries[] = {
     {[](XmlNode **out, Error *) { return NEB_XML_Parse(g_text, out); }, false, false, true, false},
     {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_text, out); }, false, true, true, false},
+    {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_behindBlanks, out); }, false, true, true,
+     false},
     {[](XmlNode **out, Error *) { return NEB_XML_ParseFile("", out); }, true, false, false, false},
     {[](XmlNode **out, Error *) { return NEB_XML_ParseFileEx("", out); }, true, true, true, false},
     {[](XmlNode **out, Error *error) {
@@ -140,6 +143,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   g_text = textMemory.place({g_input.c_str(), size + 1});
   g_buffer = bufferMemory.place(g_input);
   const bool isEmpty = size == 0 || data[0] == 0;
+  static const GuardedMemory longTextMemory;
+  constexpr size_t kBlanks = 4096;
+  const std::string longText = std::string(kBlanks, ' ') + g_input;
+  g_behindBlanks = isEmpty ? g_text : longTextMemory.place({longText.c_str(), longText.size() + 1});
 
   XmlNode *first = nullptr;
   size_t hash = size;
