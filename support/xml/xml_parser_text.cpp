@@ -13,7 +13,7 @@ namespace {
 constexpr size_t kTerminator = 1;
 constexpr uint32_t kLargestCharacter = 0x10FFFF;
 constexpr uint32_t kNotADigit = UINT32_MAX;
-constexpr ptrdiff_t kStride = 4 * kVectorSize;
+constexpr size_t kStride = 4 * kVectorSize;
 
 uint32_t digitOf(char byte, uint32_t base) {
   if (byte >= '0' && byte <= '9') return static_cast<uint32_t>(byte - '0');
@@ -92,7 +92,7 @@ class Decoder {
 
   // Whole vectors are written: what goes too far is written again, or cleared at the end.
   void copyPlain() {
-    while (end_ - from_ >= kStride && copyStride(from_, to_)) {
+    while (static_cast<size_t>(end_ - from_) >= kStride && copyStride(from_, to_)) {
       from_ += kStride;
       to_ += kStride;
     }
@@ -116,7 +116,7 @@ class Decoder {
   // False if there is markup in it.
   static bool copyStride(const char *from, char *to) {
     Vector found = {};
-    for (ptrdiff_t at = 0; at < kStride; at += kVectorSize) {
+    for (size_t at = 0; at < kStride; at += kVectorSize) {
       const Vector bytes = loadVector(from + at);
       storeVector(to + at, bytes);
       found |= findMarkup(bytes);
