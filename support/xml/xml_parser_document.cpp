@@ -239,10 +239,17 @@ bool parseElementsOfCopy(XmlParser *parser, size_t size) {
   return isParsed;
 }
 
+// Then no record is due behind the last tag, and the loop for short markup would carve one.
+bool endsInEmptyElement(const char *text, size_t length) {
+  constexpr size_t kEndSize = lengthOf(kEmptyTagEnd);
+  return length >= kEndSize && begins(text + length - kEndSize, kEmptyTagEnd);
+}
+
 bool parseElementsOfText(XmlParser *parser) {
   const size_t left = std::strlen(parser->cursor);
   const size_t size = static_cast<size_t>(parser->cursor - parser->buffer) + left;
-  const bool isCopied = size < kCopiedText && parser->sessionId != 0 && parser->problem == nullptr;
+  const bool isCopied = size < kCopiedText && parser->sessionId != 0 &&
+                        parser->problem == nullptr && !endsInEmptyElement(parser->cursor, left);
   if (isCopied) return parseElementsOfCopy(parser, size);
   MarkupMap map(parser->cursor, left, 0);
   return parseElements(parser, &map);
