@@ -66,7 +66,7 @@ enum NodeMark : uint8_t {
   kPrefixElsewhere = 4,
   kOwnsSession = 8,   // the document that ends the session when it is released
   kTied = 16,         // noted by its session, see xml_memory.h
-  kNameIsWhole = 32,  // for the parser: the name of an open element holds its prefix
+  kNameIsWhole = 32,  // for the parser: until the element is closed, its name holds its prefix
 };
 
 constexpr uint32_t kSeveralSessions = UINT32_MAX;  // never a handle

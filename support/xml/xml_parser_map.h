@@ -13,7 +13,8 @@ class MarkupMap {
  public:
   enum Kind { kNameEnds, kValueEnds, kTextEnds, kNonBlanks, kKinds };
 
-  // Behind the terminator there are so many more zeros, at most kReach.
+  // From the terminator on there are so many zeros, at most kReach; 0 if only the terminator may be
+  // read.
   MarkupMap(const char *text, size_t length, size_t zerosBehind);
 
   // The first byte from here on that is white space, a quote, '=', '<', '>', '/', '&' or ':', or a
