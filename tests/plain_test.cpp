@@ -250,6 +250,7 @@ TEST_P(Plain, AgreesAtEveryLength) {
     expectBoth("<r><n" + run + ">" + run + "</n" + run + ">" + blank + "<m x='" + run + "' n" +
                run + "=\"v\"/></r>");
     expectBoth("<r" + blank + " a='b' c='" + run + "&lt;'>" + blank + run + "</r>");
+    expectBoth("<r><p" + run + ":n" + run + " x='v'/></r>");
     expectBoth("<r><n>" + std::string(50, 'n') + "&lt;x</n>" + blank + "</r>");
     expectBoth("<r>" + blank + "<m/><n>" + std::string(58, 'n') + "&lt;</n></r>");
     // A colon as far behind an end tag's name as one would be looked for.
@@ -261,6 +262,7 @@ TEST_P(Plain, AgreesAtEveryLength) {
   expectAgreement(manyPieces());
   const std::string longest(UINT16_MAX + 4, 'n');
   expectAgreement("<r><" + longest + "><m/></nnn></r>");
+  expectAgreement("<r><p:" + longest + " x='v'/>" + std::string(200, ' ') + "</r>");
 }
 
 INSTANTIATE_TEST_SUITE_P(Maps, Plain, testing::Bool(),

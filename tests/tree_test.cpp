@@ -640,4 +640,16 @@ TEST(Clone, CopiesIntoTheStorageOfTheSource) {
   }
 }
 
+TEST(Clone, KeepsNamesOfWhichARecordCannotNoteTheLength) {
+  for (const size_t length : {65535U, 65536U, 65540U}) {
+    XmlNode *document = parsed("<" + std::string(length, 'n') + "/>");
+    XmlNode *copy = nullptr;
+    EXPECT_EQ(NEB_XML_CloneNode(document, &copy), kOk);
+    EXPECT_EQ(described(copy), described(document));
+    EXPECT_EQ(trees::printed(copy), trees::printed(document));
+    NEB_XML_FreeNode(document);
+    NEB_XML_FreeNode(copy);
+  }
+}
+
 }  // namespace

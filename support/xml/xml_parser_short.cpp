@@ -504,11 +504,13 @@ class ShortFormsParser {
     return record != nullptr;
   }
 
-  // Before the next record goes the prefix of the name. An element at the top is not ended here.
+  // Before the next record goes the prefix of the name. An element at the top is not ended here, and
+  // none whose tag was begun elsewhere and whose name is not short enough to be split.
   bool endEmptyElement() {
     XmlNode *element = open_;
     if (element->parent == nullptr) return false;
     const bool isWhole = (element->marks & kNameIsWhole) != 0;
+    if (isWhole && !isShort(element->nameLength)) return false;
     if (!(isWhole ? splitAndMakePending(element) : makePending())) return false;
     open_ = element->parent;
     closeElement(element);
