@@ -51,9 +51,9 @@ bool sameStoredName(const char *end, const char *stored, size_t length) {
 
 // The attributes of a tag so far.
 struct AttributeList {
-  char *link;  // where the next one goes
-  size_t count;
-  uint64_t bits;  // a set of names, most of which it tells from each other
+  char *link = nullptr;  // where the next one goes
+  size_t count = 0;
+  uint64_t bits = 0;  // a set of names, most of which it tells from each other
 
   AttributeList() = default;
   AttributeList(XmlNode *element, XmlNode *last, size_t attributes)
