@@ -86,7 +86,7 @@ class SessionCopier {
     size_t value;
 
     explicit Strings(const XmlNode *node)
-        : prefix(node->prefix != nullptr ? std::strlen(node->prefix) : 0),
+        : prefix(prefixLengthOf(node)),
           name(node->name != nullptr ? nameLengthOf(node) : 0),
           value(node->value != nullptr ? valueLengthOf(node) : 0) {}
 

@@ -6,6 +6,11 @@
 #include "xml_node.h"
 #include "xml_vector.h"
 
+// 0 where there is no prefix.
+inline size_t prefixLengthOf(const XmlNode *node) {
+  return node->prefix != nullptr ? std::strlen(node->prefix) : 0;
+}
+
 // Of a node that has a name.
 inline size_t nameLengthOf(const XmlNode *node) {
   return node->nameLength != 0 ? size_t{node->nameLength} : std::strlen(node->name);

@@ -134,7 +134,7 @@ struct NameParts {
   bool hasBytesBefore;
 
   explicit NameParts(const XmlNode *node)
-      : prefixLength(node->prefix != nullptr ? std::strlen(node->prefix) : 0),
+      : prefixLength(prefixLengthOf(node)),
         localLength(nameLengthOf(node)),
         hasBytesBefore(hasBytesBeforeStrings(node)) {}
 };
