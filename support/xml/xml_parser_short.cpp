@@ -30,6 +30,9 @@ constexpr uint64_t withoutFirst(uint64_t window) { return window & (window - 1);
 
 bool beginsEndTag(const char *text) { return text[0] == '<' && text[1] == '/'; }
 
+// What would begin a text here is markup.
+bool endsTag(const char *text) { return *text == '>' || (*text == '/' && text[1] == '>'); }
+
 // Whether two short names are the same, both in the text.
 bool sameName(const char *a, const char *b, size_t length) {
   if (!beginAlike(loadVector(a), loadVector(b), std::min(length, kVectorSize))) return false;
@@ -213,8 +216,8 @@ class ShortFormsParser {
     const size_t length = firstOf(nameEnds);
     if (!isShort(length) || length == prefix + 1 || mayEndMarkup(name[length - 1])) return nullptr;
     const char *end = name + length;
-    const bool endsTag = *end == '>' || (*end == '/' && end[1] == '>');
-    return endsTag || isWhitespace(*end) ? takeTagByPieces(name, length, prefix) : nullptr;
+    const bool isWhole = endsTag(end) || isWhitespace(*end);
+    return isWhole ? takeTagByPieces(name, length, prefix) : nullptr;
   }
 
   // The record that is pending becomes the next element; its name has been copied.
@@ -322,7 +325,7 @@ class ShortFormsParser {
   // An element with nothing but text in it.
   const char *takeLeaf(const char *name, size_t length, uint64_t textEnds) {
     const char *text = name + length + lengthOf(kTagEnd);
-    if (*text == '>' || *text == '/') return nullptr;
+    if (endsTag(text)) return nullptr;
     const Run run = runTo('<', name, textEnds);
     if (run.end == nullptr || !closesLeaf(run.end, name, length)) return nullptr;
     const size_t size = length + kTerminator;
@@ -356,7 +359,7 @@ class ShortFormsParser {
   const char *takeText(const char *text) {
     XmlNode *element = open_;
     const size_t length = leafLength_;
-    if (!isShort(length) || text[-1] != '>' || *text == '>' || *text == '/') return nullptr;
+    if (!isShort(length) || text[-1] != '>' || endsTag(text)) return nullptr;
     const Run run = runTo('<', text, map_.window(MarkupMap::kTextEnds, text));
     if (run.end == nullptr || !closesLeaf(run.end, leafName_, length)) return nullptr;
     if (element->parent == nullptr) return nullptr;
