@@ -444,13 +444,14 @@ class ShortFormsParser {
       copyHalfWide(copy, name);
       return copy;
     }
-    copy = carvePiece(size);
+    copy = carver_.carveOne(static_cast<ptrdiff_t>(size));
+    if (copy == nullptr) copy = carvePiece(size);
     if (copy != nullptr) moveShort(copy, name, length);
     return copy;
   }
 
   // The same where the pieces do not lie together in the last block.
-  [[gnu::noinline]] const char *takeBareTagByPieces(const char *name, size_t length) {
+  const char *takeBareTagByPieces(const char *name, size_t length) {
     char *copy = copyName(name, length);
     if (copy == nullptr) return nullptr;
     openElement(startElement(length, copy), name, length);

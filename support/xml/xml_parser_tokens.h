@@ -24,7 +24,10 @@ constexpr size_t lengthOf(const char (&)[size]) {
 // Stops at the terminator of the text, which no literal holds.
 template <size_t size>
 bool begins(const char *text, const char (&literal)[size]) {
-  return std::strncmp(text, literal, size - 1) == 0;
+  for (size_t i = 0; i < size - 1; ++i) {
+    if (text[i] != literal[i]) return false;
+  }
+  return true;
 }
 
 // The first place of a literal that ends in '>'; null when the text ends first.
