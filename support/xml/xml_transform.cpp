@@ -146,15 +146,22 @@ struct Printing {
   uint32_t width;  // spaces for each level
 };
 
+// The usual way, so that nothing has to be asked about it at each node.
+struct PlainPrinting {
+  const XmlNode *start;
+  static constexpr PrintMode mode = XML_PRINT_FULL;
+  static constexpr uint32_t width = 0;
+};
+
+template <typename PrintingKind>
 class Printer {
  public:
-  Printer(const Printing &printing, PrintedText &text)
-      : start_(printing.start), mode_(printing.mode), width_(printing.width), text_(text) {}
+  Printer(const PrintingKind &printing, PrintedText &text) : printing_(printing), text_(text) {}
 
   // False when a node without a name is met.
   [[gnu::flatten]] bool print() {
     char *to = nullptr;
-    for (const XmlNode *node = start_; node != nullptr; node = successor(node)) {
+    for (const XmlNode *node = printing_.start; node != nullptr; node = successor(node)) {
       if (!xmlPrintDomTreeRecursive(node, &to)) return false;
     }
     text_.end(to);
@@ -164,9 +171,11 @@ class Printer {
  private:
   // The start node counts as the top of a tree of its own.
   const XmlNode *parentOf(const XmlNode *node) const {
-    return node == start_ ? nullptr : node->parent;
+    return node == printing_.start ? nullptr : node->parent;
   }
-  const XmlNode *nextOf(const XmlNode *node) const { return node == start_ ? nullptr : node->next; }
+  const XmlNode *nextOf(const XmlNode *node) const {
+    return node == printing_.start ? nullptr : node->next;
+  }
 
   const XmlNode *successor(const XmlNode *node) {
     if (node->firstChild != nullptr) {
@@ -189,8 +198,8 @@ class Printer {
   bool xmlPrintDomTreeRecursive(const XmlNode *node, char **place) {
     if (node->name == nullptr) return false;
     if (node->type != NEB_XML_NODE_ELEMENT && node->type != NEB_XML_NODE_DOCUMENT) return true;
-    if (mode_ != XML_PRINT_TAIL && !writeOpening(node, place)) return false;
-    if (mode_ != XML_PRINT_HEAD) *place = writeClosingAscent(node, *place);
+    if (printing_.mode != XML_PRINT_TAIL && !writeOpening(node, place)) return false;
+    if (printing_.mode != XML_PRINT_HEAD) *place = writeClosingAscent(node, *place);
     return true;
   }
 
@@ -237,13 +246,9 @@ class Printer {
     return text_.withRoom(xmlCopyWithEscape(text_, to, node->value, length), 0);
   }
 
-  char *writeTagEnd(char *to) {
-    to = text_.withRoom(to, 0);
-    return to == nullptr ? nullptr : writeLiteral(to, ">\n");
-  }
+  static char *writeTagEnd(char *to) { return to == nullptr ? nullptr : writeLiteral(to, ">\n"); }
 
   char *writeValueAndEndTag(char *to, const XmlNode *node, const NameParts &parts) {
-    to = text_.withRoom(to, 0);
     if (to == nullptr) return nullptr;
     to = withRoomForTag(writeValue(writeLiteral(to, ">"), node), parts, 0);
     return to == nullptr ? nullptr : writeEndTag(to, node, parts);
@@ -251,9 +256,8 @@ class Printer {
 
   // In an opening half a last child is left open.
   char *writeEmptyElementEnd(char *to, const XmlNode *node) {
-    to = text_.withRoom(to, 0);
     if (to == nullptr) return nullptr;
-    const bool staysOpen = mode_ == XML_PRINT_HEAD && nextOf(node) == nullptr;
+    const bool staysOpen = printing_.mode == XML_PRINT_HEAD && nextOf(node) == nullptr;
     if (!staysOpen) to = writeLiteral(to, "/");
     return writeLiteral(to, ">\n");
   }
@@ -262,10 +266,10 @@ class Printer {
   // The closing half begins with the node itself, which the opening half may have left open.
   char *writeClosingAscent(const XmlNode *node, char *to) {
     if (node->firstChild != nullptr || !isLastChild(node)) return to;
-    const bool beginsWithNode = mode_ == XML_PRINT_TAIL;
+    const bool beginsWithNode = printing_.mode == XML_PRINT_TAIL;
     const XmlNode *closed = beginsWithNode ? node : parentOf(node);
     size_t depth = beginsWithNode ? depth_ : depth_ - 1;
-    const bool isIndented = width_ != 0 && !isBlankLeaf(node);
+    const bool isIndented = printing_.width != 0 && !isBlankLeaf(node);
     for (;;) {
       const NameParts parts(closed);
       to = withRoomForTag(to, parts, isIndented ? depth : 0);
@@ -282,13 +286,15 @@ class Printer {
     return node->value != nullptr && node->value[std::strspn(node->value, " \t\n\r")] == '\0';
   }
 
-  // The markup around a name, together with a short value, is shorter than the slack.
+  // Behind the name the slack is long enough for an attribute's short value with what stands around
+  // it, the end of the tag, and a short text.
+  static_assert(PrintedText::kSlack >= sizeof("<: =\"\">") + 3 * kVectorSize);
   char *withRoomForTag(char *to, const NameParts &parts, size_t depth) {
-    return text_.withRoom(to, depth * width_ + parts.prefixLength + parts.localLength);
+    return text_.withRoom(to, depth * printing_.width + parts.prefixLength + parts.localLength);
   }
 
   char *writeIndent(char *to, size_t depth) const {
-    const size_t count = depth * width_;
+    const size_t count = depth * printing_.width;
     if (count != 0) std::memset(to, ' ', count);
     return to + count;
   }
@@ -305,9 +311,7 @@ class Printer {
     return writeLiteral(writeName(writeLiteral(to, "</"), node, parts), ">\n");
   }
 
-  const XmlNode *start_;
-  PrintMode mode_;
-  uint32_t width_;
+  PrintingKind printing_;
   size_t depth_ = 0;  // of the node at hand, below start
   PrintedText &text_;
 };
@@ -315,7 +319,11 @@ class Printer {
 // The length of the text is left in *length. The text is null when it would be empty.
 uint32_t printTree(const Printing &printing, char **text, size_t *length) {
   PrintedText printed;
-  if (!Printer(printing, printed).print()) return NEB_XML_ERR_INVALID_PARAM;
+  const bool isPlain =
+      printing.mode == PlainPrinting::mode && printing.width == PlainPrinting::width;
+  const bool isPrinted = isPlain ? Printer(PlainPrinting{printing.start}, printed).print()
+                                 : Printer(printing, printed).print();
+  if (!isPrinted) return NEB_XML_ERR_INVALID_PARAM;
   *text = nullptr;
   *length = printed.length();
   if (*length == 0 && !printed.hasFailed()) return NEB_XML_OK;
