@@ -444,8 +444,7 @@ class ShortFormsParser {
       copyHalfWide(copy, name);
       return copy;
     }
-    copy = carver_.carveOne(static_cast<ptrdiff_t>(size));
-    if (copy == nullptr) copy = carvePiece(size);
+    copy = carveOne(size);
     if (copy != nullptr) moveShort(copy, name, length);
     return copy;
   }
@@ -464,6 +463,12 @@ class ShortFormsParser {
     open_ = element->parent;
     closeElement(element);
     return name + length + lengthOf(kEmptyTagEnd);
+  }
+
+  // Without a call where the place to carve from or the open hole has room.
+  char *carveOne(size_t size) {
+    char *piece = carver_.carveOne(static_cast<ptrdiff_t>(size));
+    return piece != nullptr ? piece : carvePiece(size);
   }
 
   [[gnu::noinline]] char *carvePiece(size_t size) {
@@ -502,8 +507,7 @@ class ShortFormsParser {
   }
 
   bool makePending() {
-    char *record = carver_.carveOne(kElementRecordSize);
-    if (record == nullptr) record = carvePiece(kElementRecordSize);
+    char *record = carveOne(kElementRecordSize);
     pending_ = reinterpret_cast<XmlNode *>(record);
     return record != nullptr;
   }

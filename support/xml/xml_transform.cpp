@@ -243,7 +243,7 @@ class Printer {
       const bool isPlain = countBeforeFound(findEscaped(value.bytes())) == kVectorSize;
       if (isPlain) return value.copyTo(to, length);
     }
-    return text_.withRoom(xmlCopyWithEscape(text_, to, node->value, length), 0);
+    return xmlCopyWithEscape(text_, to, node->value, length);
   }
 
   static char *writeTagEnd(char *to) { return to == nullptr ? nullptr : writeLiteral(to, ">\n"); }
