@@ -113,6 +113,53 @@ TEST(Transform, PrintsTextsOfAnyLength) {
   }
 }
 
+// What is printed is gathered in pieces: here every part of some markup comes to be the last of one.
+TEST(Transform, PrintsShortMarkupWhereverAPieceOfTheTextEnds) {
+  for (size_t filler = 850; filler < 1150; ++filler) {
+    for (const size_t nameLength : {1U, 15U, 16U, 17U}) {
+      for (size_t attributes = 0; attributes <= 2; ++attributes) {
+        const std::string before = "<r>\n<f>" + std::string(filler, 'f') + "</f>\n";
+        std::string element = "p:" + std::string(nameLength, 'n');
+        const std::string end = ">sixteen letters.</" + element + ">\n";
+        for (size_t i = 0; i < attributes; ++i) {
+          element += " p:" + std::string(nameLength, static_cast<char>('a' + i));
+          element += "=\"sixteen letters \"";
+        }
+        XmlNode *document = trees::parsed(before + "<" + element + end + "</r>");
+        const auto indented = [](const XmlNode *node, char **text) {
+          return NEB_XML_TransformIndented(node, 1, text);
+        };
+        std::string text = before + "<" + element + end + "</r>\n";
+        EXPECT_EQ(printedBy(NEB_XML_Transform, document), text);
+        text.insert(before.size(), " ");
+        text.insert(text.find("<f>"), " ");
+        EXPECT_EQ(printedBy(indented, document), text);
+        NEB_XML_FreeNode(document);
+      }
+    }
+  }
+}
+
+TEST(Transform, TellsWhetherMemoryOrANameWasMissingFirst) {
+  for (const bool isNamelessFirst : {false, true}) {
+    XmlNode *document = trees::parsed("<a/>", false);
+    const std::string value(3000, 'v');
+    for (const bool isNameless : {isNamelessFirst, !isNamelessFirst}) {
+      XmlNode *child = nullptr;
+      ASSERT_EQ(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, isNameless ? nullptr : "child",
+                                   value.c_str(), &child),
+                kOk);
+      ASSERT_EQ(NEB_XML_AppendChildNode(document, child), kOk);
+    }
+    char *text = nullptr;
+    const guarded::FailingAllocation second(2);
+    EXPECT_EQ(NEB_XML_Transform(document, &text),
+              isNamelessFirst ? kInvalid : uint32_t{NEB_XML_ERR_NO_MEMORY});
+    EXPECT_EQ(text, nullptr);
+    NEB_XML_FreeNode(document);
+  }
+}
+
 TEST(Transform, LeavesTheTreeAloneAndIsConfinedToTheSubtree) {
   XmlNode *document = trees::parsed("<a><b/><c><d/></c><e/></a>", false);
   XmlNode *middle = NEB_XML_GetNodeNextSibling(NEB_XML_GetNodeFirstChild(document));

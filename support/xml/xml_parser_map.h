@@ -46,7 +46,7 @@ class MarkupMap {
     return windowAt(kind, static_cast<size_t>(from - stretch_));
   }
 
-  // The bits from behind so many bytes, at most half a window, as far as the window reaches.
+  // The bits from behind so many bytes, half a window or so, as far as the window reaches.
   uint64_t windowBehind(Kind kind, const char *from, size_t skipped) const {
     return windowAt(kind, static_cast<size_t>(from - stretch_), skipped);
   }

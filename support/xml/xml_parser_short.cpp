@@ -449,7 +449,7 @@ class ShortFormsParser {
     return copy;
   }
 
-  // The same where the pieces do not lie together in the last block.
+  // As takeBareTag, where the pieces do not lie together in the last block.
   const char *takeBareTagByPieces(const char *name, size_t length) {
     char *copy = copyName(name, length);
     if (copy == nullptr) return nullptr;

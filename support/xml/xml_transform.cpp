@@ -323,10 +323,12 @@ uint32_t printTree(const Printing &printing, char **text, size_t *length) {
       printing.mode == PlainPrinting::mode && printing.width == PlainPrinting::width;
   const bool isPrinted = isPlain ? Printer(PlainPrinting{printing.start}, printed).print()
                                  : Printer(printing, printed).print();
+  // Nothing follows a node without a name: memory had run out before it was met.
+  if (printed.hasFailed()) return NEB_XML_ERR_NO_MEMORY;
   if (!isPrinted) return NEB_XML_ERR_INVALID_PARAM;
   *text = nullptr;
   *length = printed.length();
-  if (*length == 0 && !printed.hasFailed()) return NEB_XML_OK;
+  if (*length == 0) return NEB_XML_OK;
   *text = printed.handOut();
   return *text != nullptr ? NEB_XML_OK : NEB_XML_ERR_NO_MEMORY;
 }

@@ -30,7 +30,8 @@ class PrintedText {
   bool hasFailed() const { return hasFailed_; }
   size_t length() const { return length_; }
 
-  // The text that was ended, terminated, from the allocation hook. Null when memory runs out.
+  // The text that was ended without a failure, terminated, from the allocation hook. Null when memory
+  // runs out.
   char *handOut() const;
 
  private:

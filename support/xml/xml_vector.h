@@ -84,8 +84,8 @@ inline void moveShort(char *to, const char *from, size_t length) {
 }
 
 // A string of one to sixteen bytes as the two words that it begins and ends with. Of one to eight
-// bytes both words are the whole string, with zeros behind. Eight bytes before it are read, and
-// none behind: so no branch has to find out how long it is.
+// bytes both words are the whole string, with zeros behind. Up to seven bytes before it are read,
+// and none behind: so no branch has to find out how long it is.
 struct ShortString {
   uint64_t first;
   uint64_t last;
