@@ -589,8 +589,9 @@ NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path
  *        released with NEB_XML_FreeMem.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a nameless
- * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more.
- * Cost: linear in the nodes and texts.
+ * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more. Of a
+ * shortage and a node without a name, the one that printing meets first decides. *text is left alone
+ * unless it is NEB_XML_OK. Cost: linear in the nodes and texts.
  */
 
 /** Prints a subtree. */
