@@ -11,6 +11,7 @@
 namespace {
 
 constexpr size_t kTerminator = 1;
+constexpr uint32_t kBlocksAhead = 8;
 
 // Pieces are cleared when they are given out and not filled at once, so that the C library need not
 // clear the block before.
@@ -46,9 +47,20 @@ void *obtainZeroed(const Storage &storage, size_t size) {
   return piece;
 }
 
-void releaseBlocks(XmlMemBlock *block) {
-  while (block != nullptr) {
+// Blocks obtained in a row mostly lie a step apart. Those of a large tree are out of the caches, and
+// giving one back reads what the heap keeps around it.
+void fetchBlockAhead(const XmlMemBlock *block, const XmlMemBlock *next) {
+  constexpr int kForWriting = 1;
+  const auto place = reinterpret_cast<uintptr_t>(block);
+  const uintptr_t guess = place + kBlocksAhead * (reinterpret_cast<uintptr_t>(next) - place);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): a guess need not point to anything
+  __builtin_prefetch(reinterpret_cast<const void *>(guess), kForWriting);
+}
+
+void releaseBlocks(XmlMemBlock *block, uint32_t count) {
+  for (uint32_t left = count; block != nullptr; --left) {
     XmlMemBlock *next = block->nextBlock;
+    if (left > kBlocksAhead) fetchBlockAhead(block, next);
     XML_Free(nullptr, block);
     block = next;
   }
@@ -116,8 +128,9 @@ uint32_t XML_MemSessionEnd(uint32_t handle) {
   settleTies(*session);
   releaseKept(*session);
   XmlMemBlock *firstBlock = session->firstBlock;
+  const uint32_t blockCount = session->blockCount;
   closePlace(*session);
-  releaseBlocks(firstBlock);
+  releaseBlocks(firstBlock, blockCount);
   return 1;
 }
 
