@@ -1,5 +1,6 @@
 #include "xml_parser_attribute_set.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -9,6 +10,7 @@
 namespace {
 
 constexpr size_t kFirstPlaces = 128;
+constexpr uint64_t kFree = 0;  // what a place holds that no hash has taken
 
 bool sameString(const char *a, const char *b) {
   if (a == nullptr || b == nullptr) return a == b;
@@ -17,6 +19,13 @@ bool sameString(const char *a, const char *b) {
 
 bool sameAttribute(const XmlNode *a, const XmlNode *b) {
   return sameString(a->name, b->name) && sameString(a->prefix, b->prefix);
+}
+
+bool isAmong(const XmlNode *attributes, const XmlNode *attribute) {
+  for (const XmlNode *other = attributes; other != nullptr; other = other->next) {
+    if (sameAttribute(other, attribute)) return true;
+  }
+  return false;
 }
 
 // SipHash-1-3, a keyed hash made against texts that aim at collisions.
@@ -82,29 +91,31 @@ void AttributeSet::releaseTable() {
   places_ = 0;
 }
 
-uint32_t AttributeSet::add(const XmlNode *firstAttribute, XmlNode *attribute) {
+uint32_t AttributeSet::add(const XmlNode *firstAttribute, const XmlNode *attribute) {
   if (count_ >= kComparedAttributes) return addToTable(firstAttribute, attribute);
-  for (const XmlNode *other = firstAttribute; other != nullptr; other = other->next) {
-    if (sameAttribute(other, attribute)) return NEB_XML_ERR_ALREADY_EXISTS;
-  }
+  if (isAmong(firstAttribute, attribute)) return NEB_XML_ERR_ALREADY_EXISTS;
   ++count_;
   return NEB_XML_OK;
 }
 
-uint32_t AttributeSet::addToTable(const XmlNode *firstAttribute, XmlNode *attribute) {
+uint32_t AttributeSet::addToTable(const XmlNode *firstAttribute, const XmlNode *attribute) {
   if (2 * (count_ + 1) > places_) {
     const bool isFirstTable = table_ == nullptr;
     if (!grow()) return NEB_XML_ERR_NO_MEMORY;
     if (isFirstTable) {
-      for (auto *other = const_cast<XmlNode *>(firstAttribute); other != nullptr;
-           other = other->next) {
-        *placeOf(other) = other;
+      for (const XmlNode *other = firstAttribute; other != nullptr; other = other->next) {
+        fill(hashOf(other));
       }
     }
   }
-  XmlNode **place = placeOf(attribute);
-  if (*place != nullptr) return NEB_XML_ERR_ALREADY_EXISTS;
-  *place = attribute;
+  const uint64_t hash = hashOf(attribute);
+  size_t place = hash & (places_ - 1);
+  for (; table_[place] != kFree; place = (place + 1) & (places_ - 1)) {
+    if (table_[place] == hash && isAmong(firstAttribute, attribute)) {
+      return NEB_XML_ERR_ALREADY_EXISTS;
+    }
+  }
+  table_[place] = hash;
   ++count_;
   return NEB_XML_OK;
 }
@@ -112,27 +123,24 @@ uint32_t AttributeSet::addToTable(const XmlNode *firstAttribute, XmlNode *attrib
 bool AttributeSet::grow() {
   const AttributeSet old = *this;
   const size_t places = old.table_ == nullptr ? kFirstPlaces : 2 * old.places_;
-  const size_t bytes = places * sizeof(XmlNode *);
-  auto *table = static_cast<XmlNode **>(XML_Malloc(nullptr, bytes));
+  const size_t bytes = places * sizeof(uint64_t);
+  auto *table = static_cast<uint64_t *>(XML_Malloc(nullptr, bytes));
   if (table == nullptr) return false;
   platform::memset_s(table, bytes, 0, bytes);
   table_ = table;
   places_ = places;
   if (old.table_ == nullptr) return true;
   for (size_t i = 0; i < old.places_; ++i) {
-    if (old.table_[i] != nullptr) *placeOf(old.table_[i]) = old.table_[i];
+    if (old.table_[i] != kFree) fill(old.table_[i]);
   }
   XML_Free(nullptr, old.table_);
   return true;
 }
 
-// The place of an equal attribute, or the empty one where it would go.
-XmlNode **AttributeSet::placeOf(const XmlNode *attribute) const {
-  size_t place = hashOf(attribute) & (places_ - 1);
-  while (table_[place] != nullptr && !sameAttribute(table_[place], attribute)) {
-    place = (place + 1) & (places_ - 1);
-  }
-  return &table_[place];
+void AttributeSet::fill(uint64_t hash) {
+  size_t place = hash & (places_ - 1);
+  while (table_[place] != kFree) place = (place + 1) & (places_ - 1);
+  table_[place] = hash;
 }
 
 // Where a process has its stack, heap and code is what a text cannot know. The key must stay the
@@ -141,5 +149,5 @@ uint64_t AttributeSet::hashOf(const XmlNode *attribute) const {
   SipHash hash(addressOf(this), addressOf(reinterpret_cast<const void *>(g_fnXMLMalloc)));
   if (attribute->prefix != nullptr) hash.add(attribute->prefix);
   hash.add(attribute->name != nullptr ? attribute->name : "");
-  return hash.finish();
+  return std::max(hash.finish(), kFree + 1);
 }

@@ -6,9 +6,10 @@
 
 #include "xml_node.h"
 
-// The attributes of one tag. A few are compared with each other; more go into a keyed hash table.
-// The key is made of addresses, so that where a system places programs at random no text can be
-// written whose names collide.
+// The attributes of one tag. A few are compared with each other; of more a table holds keyed hashes
+// of 64 bits, and names are compared where two hashes are equal: as good as never, unless the names
+// are. The key is made of addresses, so that where a system places programs at random no text can
+// be written whose names collide.
 class AttributeSet {
  public:
   // Forgets the attributes and begins with an element's next tag. Keeps no table.
@@ -19,7 +20,7 @@ class AttributeSet {
 
   // Adds a new last attribute of an element that has none of the same prefix and name.
   // Returns NEB_XML_OK, NEB_XML_ERR_ALREADY_EXISTS or NEB_XML_ERR_NO_MEMORY.
-  uint32_t add(const XmlNode *firstAttribute, XmlNode *attribute);
+  uint32_t add(const XmlNode *firstAttribute, const XmlNode *attribute);
 
   // Attributes so far. Up to kComparedAttributes a caller may compare for itself and only count.
   size_t count() const { return count_; }
@@ -29,11 +30,11 @@ class AttributeSet {
  private:
   void releaseTable();
   bool grow();
-  XmlNode **placeOf(const XmlNode *attribute) const;
+  void fill(uint64_t hash);
   uint64_t hashOf(const XmlNode *attribute) const;
-  uint32_t addToTable(const XmlNode *firstAttribute, XmlNode *attribute);
+  uint32_t addToTable(const XmlNode *firstAttribute, const XmlNode *attribute);
 
-  XmlNode **table_;  // null until there are many; a power of two of places
+  uint64_t *table_;  // null until there are many; a power of two of places
   size_t places_;
   size_t count_;
 };
