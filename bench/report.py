@@ -4,6 +4,7 @@
     report.py BENCH.json HEAP.json TABLE.txt PLOT.svg
 """
 import json
+import os
 import statistics
 import sys
 from html import escape
@@ -185,9 +186,11 @@ def load(path):
 
 
 def main(bench_path, heap_path, table_path, plot_path):
-    data = Measurements(load(bench_path), load(heap_path))
-    if not data.rows:
+    # Where no name matches, the benchmark program leaves its file empty.
+    bench = load(bench_path) if os.path.getsize(bench_path) else {"benchmarks": []}
+    if not bench["benchmarks"]:
         sys.exit("nothing was measured")
+    data = Measurements(bench, load(heap_path))
     text = table(data)
     for path, content in ((table_path, text), (plot_path, plot(data))):
         with open(path, "w", encoding="utf-8") as file:
