@@ -1,5 +1,6 @@
 // Copying runs of the text into strings of the tree.
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "platform/bounded_memory.h"
@@ -92,41 +93,46 @@ class Decoder {
 
   // Whole vectors are written: what goes too far is written again, or cleared at the end.
   void copyPlain() {
-    while (static_cast<size_t>(end_ - from_) >= kStride && copyStride(from_, to_)) {
-      from_ += kStride;
-      to_ += kStride;
+    while (static_cast<size_t>(end_ - from_) >= kStride) {
+      const size_t plain = copyStride(from_, to_);
+      moveOn(plain);
+      if (plain < kStride) return;
     }
     while (end_ - from_ >= leastForVectors_) {
-      const Vector bytes = loadVector(from_);
-      storeVector(to_, bytes);
       const auto left = static_cast<size_t>(end_ - from_);
-      const size_t plain = std::min(countBeforeMarkup(bytes), left);
-      // The usual step does not wait for what was counted.
-      if (plain < kVectorSize) {
-        from_ += plain;
-        to_ += plain;
-        return;
-      }
-      from_ += kVectorSize;
-      to_ += kVectorSize;
+      const size_t plain = std::min(countBeforeFound(copyVector(from_, to_)), left);
+      if (plain < kVectorSize) return moveOn(plain);
+      // Does not wait for what was counted.
+      moveOn(kVectorSize);
     }
     while (from_ < end_ && *from_ != '&' && *from_ != '<') *to_++ = *from_++;
   }
 
-  // False if there is markup in it.
-  static bool copyStride(const char *from, char *to) {
-    Vector found = {};
-    for (size_t at = 0; at < kStride; at += kVectorSize) {
-      const Vector bytes = loadVector(from + at);
-      storeVector(to + at, bytes);
-      found |= findMarkup(bytes);
-    }
-    return countBeforeFound(found) == kVectorSize;
+  void moveOn(size_t count) {
+    from_ += count;
+    to_ += count;
+  }
+
+  // Returns how many bytes come before markup.
+  static size_t copyStride(const char *from, char *to) {
+    const Vector a = copyVector(from, to);
+    const Vector b = copyVector(from + kVectorSize, to + kVectorSize);
+    const Vector c = copyVector(from + 2 * kVectorSize, to + 2 * kVectorSize);
+    const Vector d = copyVector(from + 3 * kVectorSize, to + 3 * kVectorSize);
+    if (bitsOf(a | b | c | d) == 0) return kStride;
+    const uint64_t low = bitsOf(a) | bitsOf(b) << kVectorSize;
+    const uint64_t high = bitsOf(c) | bitsOf(d) << kVectorSize;
+    return static_cast<size_t>(std::countr_zero(low | high << (2 * kVectorSize)));
+  }
+
+  // Returns the markup in it.
+  static Vector copyVector(const char *from, char *to) {
+    const Vector bytes = loadVector(from);
+    storeVector(to, bytes);
+    return findMarkup(bytes);
   }
 
   static Vector findMarkup(Vector bytes) { return (bytes == '&') | (bytes == '<'); }
-
-  static size_t countBeforeMarkup(Vector bytes) { return countBeforeFound(findMarkup(bytes)); }
 
   bool copyMarkup() {
     if (!begins(from_, kCdataBegin)) {

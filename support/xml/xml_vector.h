@@ -122,17 +122,20 @@ struct ShortString {
   }
 };
 
-// The number of bytes before the first that is not zero; the found bytes are all ones or zero.
-inline size_t countBeforeFound(Vector found) {
+// One bit for each byte that is found; those bytes are all ones, the others zero.
+inline uint64_t bitsOf(Vector found) {
 #if defined(__SSE2__)
-  const auto bits = static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(found)));
-  return static_cast<size_t>(std::countr_zero(bits | uint32_t{1} << kVectorSize));
+  return static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(found)));
 #else
-  for (size_t i = 0; i < kVectorSize; ++i) {
-    if (found[i] != 0) return i;
-  }
-  return kVectorSize;
+  uint64_t bits = 0;
+  for (size_t i = 0; i < kVectorSize; ++i) bits |= uint64_t{found[i] != 0} << i;
+  return bits;
 #endif
+}
+
+// The number of bytes before the first that is found.
+inline size_t countBeforeFound(Vector found) {
+  return static_cast<size_t>(std::countr_zero(bitsOf(found) | uint64_t{1} << kVectorSize));
 }
 
 #if defined(__SSE2__)
