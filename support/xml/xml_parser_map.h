@@ -21,11 +21,13 @@ class MarkupMap {
   // '!', '?' or ']', which are seldom in names but are part of markup that has none.
   const char *nextNameEnd(const char *from) { return next(kNameEnds, from); }
 
-  // The first quote of either kind, '&' or '<'.
-  const char *nextValueEnd(const char *from) { return next(kValueEnds, from); }
-
-  // The first '<' or '&'.
-  const char *nextTextEnd(const char *from) { return next(kTextEnds, from); }
+  // A text or a value. It is plain if each byte in it stands for itself.
+  struct Run {
+    const char *end;  // the first '<' or the quote; the terminator if there is none
+    bool isPlain;
+  };
+  Run findTextEnd(const char *from) { return findRun(kTextEnds, from, '<'); }
+  Run findValueEnd(const char *from, char quote) { return findRun(kValueEnds, from, quote); }
 
   // The first byte that is no white space.
   const char *nextNonBlank(const char *from) { return next(kNonBlanks, from); }
@@ -53,7 +55,8 @@ class MarkupMap {
 
   static constexpr size_t kWordBits = 64;
   static constexpr size_t kWords = 64;
-  // One word more, since a window may begin in the last byte of the one before. It stays zero.
+  // One word more, since a window may begin in the last byte of the one before. Behind those that are
+  // mapped there is always one that is zero.
   using Words = uint64_t[kKinds][kWords + 1];
 
   // Maps whole words of text; there is one for machines with wide vectors and one for all others.
@@ -66,15 +69,29 @@ class MarkupMap {
  private:
   static constexpr size_t kStretchBits = kWords * kWordBits;
 
-  // The window of bits that begins at or shortly before a byte crosses words without a branch that
-  // could not be foretold.
   const char *next(Kind kind, const char *from) {
+    const char *found = nextInStretch(kind, from);
+    return found != nullptr ? found : search(kind, from);
+  }
+
+  // Null if there is none. The window of bits that begins at or shortly before a byte crosses words
+  // without a branch that could not be foretold.
+  const char *nextInStretch(Kind kind, const char *from) const {
     const auto offset = static_cast<size_t>(from - stretch_);
-    if (offset < kStretchBits) {
-      const uint64_t window = windowAt(kind, offset);
-      if (window != 0) return from + std::countr_zero(window);
+    if (offset >= mappedBits_) return nullptr;
+    const uint64_t window = windowAt(kind, offset);
+    return window != 0 ? from + std::countr_zero(window) : searchStretch(kind, from);
+  }
+
+  Run findRun(Kind kind, const char *from, char last) {
+    bool isPlain = true;
+    for (;;) {
+      const char *found = nextInStretch(kind, from);
+      if (found == nullptr) return searchRun(from, last, isPlain);
+      if (*found == last || *found == '\0') return {found, isPlain};
+      isPlain = isPlain && *found != '&' && *found != '<';
+      from = found + 1;
     }
-    return search(kind, from);
   }
 
   uint64_t windowAt(Kind kind, size_t offset, size_t skipped = 0) const {
@@ -88,11 +105,14 @@ class MarkupMap {
   }
 
   const char *search(Kind kind, const char *from);
-  void mapStretch(const char *from);
+  const char *searchStretch(Kind kind, const char *from) const;
+  Run searchRun(const char *from, char last, bool isPlain) const;
+  void mapStretch(const char *from, size_t words);
 
   const char *stretch_;
   const char *textEnd_;
   size_t zerosBehind_;
-  size_t windowsEnd_;  // of the stretch
+  size_t mappedBits_;  // of the stretch
+  size_t windowsEnd_;
   Words maps_;
 };

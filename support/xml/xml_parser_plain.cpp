@@ -287,13 +287,8 @@ class PlainParser {
     const char quote = equals[1];
     if (quote != '"' && quote != '\'') return Step::left;
     const char *value = equals + 2;
-    bool isPlain = true;
-    const char *close = map_.nextValueEnd(value);
-    while (*close != quote) {
-      if (*close == '\0') return Step::left;
-      isPlain = isPlain && *close != '&' && *close != '<';
-      close = map_.nextValueEnd(close + 1);
-    }
+    const auto [close, isPlain] = map_.findValueEnd(value, quote);
+    if (*close == '\0') return Step::left;
     if (count >= AttributeSet::kComparedAttributes) return Step::left;
     *place = close + 1;
     const auto length = static_cast<size_t>(close - value);
@@ -435,12 +430,7 @@ class PlainParser {
   // start tag in the text.
   Step takeLeaf(const char *run) {
     if (*place_ == '>' || (*place_ == '/' && place_[1] == '>')) return Step::left;
-    bool isPlain = true;
-    const char *end = map_.nextTextEnd(place_);
-    while (*end == '&') {
-      isPlain = false;
-      end = map_.nextTextEnd(end + 1);
-    }
+    const auto [end, isPlain] = map_.findTextEnd(place_);
     const char *closeEnd = endOfLeafTag(end);
     if (closeEnd == nullptr) return Step::left;
     if (!copyValue(run, static_cast<size_t>(end - run), isPlain, open_)) return Step::failed;
