@@ -115,8 +115,13 @@ class SessionCarver {
       place_.setHole(openHole(session_, static_cast<int32_t>(size)));
       return place_.carveOne(wanted);
     }
+    XmlMemBlock *last = session_.lastBlock;
+    const int32_t widestBefore = session_.widestEarlier;
     auto *piece = static_cast<char *>(carveBeyondLastBlock(session_, static_cast<int32_t>(size)));
     load();
+    // What the next small pieces fit in need not be looked for.
+    const bool leavesHole = session_.lastBlock != last && last->remaining > widestBefore;
+    if (leavesHole) place_.setHole({last, widestBefore, 0});
     return piece;
   }
 
