@@ -181,7 +181,7 @@ std::string manyPieces() {
     const std::string name = (i % 2 == 0 ? "a" : "p:attribute") + std::to_string(i * i);
     text += "<e" + name + " " + name + "='" + std::string(i % 97, 'v') + "'/>";
     const std::string local(1 + random() % 13, 'l');
-    const std::string prefix(1 + random() % 13, 'p');
+    const std::string prefix(1 + random() % (i % 7 == 0 ? 40 : 13), 'p');
     const std::string value(1 + random() % 13, 'v');
     const std::string qualified = prefix + ":" + local;
     text += "<" + local + ">" + value + "</" + local + ">";
@@ -265,16 +265,40 @@ TEST_P(Plain, AgreesAtEveryLength) {
   expectAgreement("<r><p:" + longest + " x='v'/>" + std::string(200, ' ') + "</r>");
 }
 
+// Runs that reach beyond what is mapped, and what follows them at every place in a word.
+TEST_P(Plain, AgreesBehindLongRuns) {
+  std::mt19937 random(17);
+  const auto markup = [&random](size_t length) {
+    std::string text;
+    while (text.size() < length) text += kGood[random() % std::size(kGood)];
+    return text;
+  };
+  const char *const pieces[] = {"", "&quot;", "<", "\"", "<![CDATA[<]]>", "&#65;", "&none;"};
+  for (size_t round = 0; round < 500; ++round) {
+    const std::string begin = "<r>" + markup(random() % 5000) + std::string(random() % 64, ' ');
+    const std::string end = markup(1000) + "</r>";
+    std::string value(1500 + random() % 9000, 'v');
+    value.insert(random() % value.size(), pieces[random() % std::size(pieces)]);
+    expectAgreement(begin + "<n>" + value + "</n>" + end);
+    expectAgreement(begin + "<n x='" + value + "'/>" + end);
+    for (const char *open : {"<n>", "<n x='", "<n x=\"", "<n>&amp;"}) {
+      EXPECT_FALSE(expectAgreement(begin + open + value));
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Maps, Plain, testing::Bool(),
                          [](const auto &kind) { return kind.param ? "Vector" : "Scalar"; });
 
-// A copy is carved in one go where that makes no difference.
-TEST(Layout, OfACopyIsThatOfPiecesCarvedOneByOne) {
-  XmlNode *documents[] = {trees::parsed(manyPieces()), trees::parsed(manyPieces())};
+// Copies the first of two documents that have been made alike into itself, as an element, and carves
+// what the copy consists of from the session of the second.
+void expectCopyOfPiecesCarvedOneByOne(XmlNode *const (&documents)[2]) {
   const XmlMemSession *sessions[2];
   for (const size_t i : {0U, 1U}) sessions[i] = findSession(documents[i]->sessionId);
   XmlNode *copy = nullptr;
-  ASSERT_EQ(NEB_XML_CloneNode(NEB_XML_GetNodeFirstChild(documents[0]), &copy), 0U);
+  ASSERT_EQ(NEB_XML_ImportNode(documents[0], documents[0], &copy), 0U);
+  const auto withoutType = [](const std::string &tree) { return tree.substr(tree.find(':')); };
+  EXPECT_EQ(withoutType(trees::described(copy)), withoutType(trees::described(documents[0])));
   const auto expectCarved = [&](const void *piece, size_t size) {
     const void *carved = XML_MemSpecialMalloc(documents[1]->sessionId, static_cast<int32_t>(size));
     EXPECT_EQ(placeOf(*sessions[0], piece), placeOf(*sessions[1], carved));
@@ -290,6 +314,27 @@ TEST(Layout, OfACopyIsThatOfPiecesCarvedOneByOne) {
     if (node->firstAttr != nullptr) expectNode(node->firstAttr);
   }
   for (XmlNode *document : documents) NEB_XML_FreeNode(document);
+}
+
+// A copy is carved in one go where that makes no difference.
+TEST(Layout, OfACopyIsThatOfPiecesCarvedOneByOne) {
+  expectCopyOfPiecesCarvedOneByOne({trees::parsed(manyPieces()), trees::parsed(manyPieces())});
+  // New strings right behind old ones.
+  struct Change {
+    const char *text;
+    const char *prefix, *name, *value;
+  };
+  for (const Change &change :
+       {Change{"<r a='1'/>", nullptr, nullptr, "23"}, Change{"<r a='1'/>", nullptr, "b", "2"},
+        Change{"<r p:a='1'/>", nullptr, "b", "2"}, Change{"<r p:a='1'/>", nullptr, "b", nullptr},
+        Change{"<r a='1'/>", "p", "b", "2"}, Change{"<r a='' b='2'/>", nullptr, nullptr, "3"}}) {
+    XmlNode *documents[2];
+    for (XmlNode *&document : documents) {
+      document = trees::parsed(change.text);
+      XML_SetNode(document, document->firstAttr, change.prefix, change.name, change.value);
+    }
+    expectCopyOfPiecesCarvedOneByOne({documents[0], documents[1]});
+  }
 }
 
 }  // namespace

@@ -59,6 +59,9 @@ class SessionCopier {
   SessionCopier &operator=(const SessionCopier &) = delete;
 
   XmlNode *copyRecord(const XmlNode *source, uint32_t type) {
+    if (type == NEB_XML_NODE_ATTRIBUTE) {
+      if (XmlNode *copy = copyWhole(source)) return copy;
+    }
     const Strings strings(source);
     const size_t size = recordSize(type);
     char *pieces = carver_.carveTogether(std::min(size, strings.smallest()), size + strings.all());
@@ -97,6 +100,56 @@ class SessionCopier {
    private:
     static size_t sizeOf(size_t length) { return length != 0 ? length + 1 : 0; }
   };
+
+  // An attribute whose strings lie behind its record, as the parser makes it, in one go. Null if they
+  // do not, or the copies would not.
+  XmlNode *copyWhole(const XmlNode *source) {
+    const char *begin = reinterpret_cast<const char *>(source);
+    const char *strings = begin + kAttributeRecordSize;
+    const char *first = source->prefix != nullptr ? source->prefix : source->name;
+    const size_t nameSize = source->nameLength + size_t{1};
+    const size_t valueSize = source->valueSize;
+    const bool isWhole = first == strings && source->nameLength != 0 && valueSize > 1 &&
+                         source->value == source->name + nameSize;
+    if (!isWhole) return nullptr;
+    const auto prefixSize = static_cast<size_t>(source->name - strings);
+    size_t smallest = std::min(nameSize, valueSize);
+    if (prefixSize != 0) {
+      if (!isPrefix(source->name, prefixSize)) return nullptr;
+      smallest = std::min(smallest, prefixSize);
+    }
+    const size_t size = kAttributeRecordSize + prefixSize + nameSize + valueSize;
+    char *pieces = carver_.carveTogether(smallest, size);
+    if (pieces == nullptr) return nullptr;
+    copyPieces(pieces, begin, size);
+    auto *copy = reinterpret_cast<XmlNode *>(pieces);
+    copy->sessionId = handle_;
+    copy->marks = 0;
+    copy->nameOwned = 1;
+    copy->valueOwned = 1;
+    copy->livedIn = 0;
+    if (prefixSize != 0) copy->prefix = pieces + kAttributeRecordSize;
+    copy->name = pieces + kAttributeRecordSize + prefixSize;
+    copy->value = copy->name + nameSize;
+    copy->parent = nullptr;
+    copy->next = nullptr;
+    return copy;
+  }
+
+  // Whether a string of so many bytes, with its terminator, fills the place between a record and the
+  // name of the node. Longer ones do not count.
+  static bool isPrefix(const char *name, size_t size) {
+    if (size - 2 > kVectorSize - 2) return false;
+    const uint64_t zeros = bitsOf(loadVector(name - kVectorSize) == 0);
+    return zeros >> (kVectorSize - size) == uint64_t{1} << (size - 1);
+  }
+
+  // More than a vector, and not a byte too many is read or written.
+  static void copyPieces(char *to, const char *from, size_t size) {
+    const size_t last = size - kVectorSize;
+    for (size_t i = 0; i < last; i += kVectorSize) storeVector(to + i, loadVector(from + i));
+    storeVector(to + last, loadVector(from + last));
+  }
 
   // What the two kinds of nodes do not share, and no strings.
   static void fillRest(XmlNode *copy, uint32_t type, const Strings &strings) {
