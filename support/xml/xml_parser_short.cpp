@@ -116,7 +116,7 @@ class ShortFormsParser {
       // Names begin beyond '>', '/' and white space.
       const bool beginsName = *place == ' ' && static_cast<uint8_t>(place[1]) > '>';
       if (!beginsName) {
-        const uint64_t nonBlanks = map_.window(MarkupMap::kNonBlanks, place);
+        const uint64_t nonBlanks = *place == '>' ? 1 : map_.window(MarkupMap::kNonBlanks, place);
         if (nonBlanks == 0) break;
         blanks = firstOf(nonBlanks);
         const char *token = place + blanks;
@@ -499,9 +499,38 @@ class ShortFormsParser {
     return Parser_decode(text, length, value, false);
   }
 
-  const char *endTag(const char *token) {
+  // Behind attributes. The record of the next element comes before the text.
+  const char *endStartTag(const char *content) {
     isInTag_ = false;
-    if (*token == '>') return makePending() ? token + lengthOf(kTagEnd) : nullptr;
+    if (const char *end = makePendingAndTakeText(content)) return end;
+    return makePending() ? content : nullptr;
+  }
+
+  // If the text is all that an element without a prefix holds, and the pieces lie together.
+  const char *makePendingAndTakeText(const char *text) {
+    XmlNode *element = open_;
+    const size_t length = leafLength_;
+    const bool isWhole = (element->marks & kNameIsWhole) != 0;
+    if (!isShort(length) || isWhole || element->parent == nullptr) return nullptr;
+    if (mayBeBlank(*text) || endsTag(text) || !map_.hasWindow(text)) return nullptr;
+    const Run run = runTo('<', text, map_.window(MarkupMap::kTextEnds, text));
+    if (run.end == nullptr || run.end == text) return nullptr;
+    if (!closesLeaf(run.end, leafName_, length)) return nullptr;
+    const size_t size = static_cast<size_t>(run.end - text) + kTerminator;
+    char *pieces =
+        carver_.carveTogether(std::min(size, kElementRecordSize), kElementRecordSize + size);
+    if (pieces == nullptr) return nullptr;
+    char *value = pieces + kElementRecordSize;
+    setValue(element, value, fillText(value, text, run, text));
+    pending_ = reinterpret_cast<XmlNode *>(pieces);
+    open_ = element->parent;
+    closeElement(element);
+    return run.end + lengthOf(kEndTagBegin) + length + lengthOf(kTagEnd);
+  }
+
+  const char *endTag(const char *token) {
+    if (*token == '>') return endStartTag(token + lengthOf(kTagEnd));
+    isInTag_ = false;
     const bool isEnded = token[1] == '>' && endEmptyElement();
     return isEnded ? token + lengthOf(kEmptyTagEnd) : nullptr;
   }
