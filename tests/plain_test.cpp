@@ -46,6 +46,9 @@ constexpr const char *kGood[] = {"<b/>",
                                  "<c><d/></c\n>",
                                  "<k p:q='1' r:q='2' q='3'/>",
                                  "<k x='' y=''></k>",
+                                 "<k a='1'> t </k>",
+                                 "<k a='1'>\n\tt</k>",
+                                 "<k a='1'> </k>",
                                  "<k a='&lt;' b=\"&amp;'\" c='\"&gt;'>&lt;&amp;t</k>",
                                  "<p:b:c x='1'>t</p:b:c>",
                                  "<p:b:c><j/></p:b:c>",
@@ -220,8 +223,9 @@ TEST_P(Plain, AgreesOnEachMarkup) {
     // As the last of a text that leaves an element open.
     for (const char *good : kGood) expectAgreement(begin + good);
   }
-  for (const char *root :
-       {"<r x='1' y='2'/>", "<r x='1' y='2'>t</r>", "<r><longer_than_a_vector/></r>"}) {
+  for (const char *root : {"<r x='1' y='2'/>", "<r x='1' y='2'>t</r>",
+                           "<r><longer_than_a_vector/></r>", "<longer_than_a_vector x='1' y='2'/>",
+                           "<longer_than_a_vector x='1' y='2'>t</longer_than_a_vector>"}) {
     EXPECT_TRUE(expectAgreement(root + std::string("<s/>") + std::string(200, ' '))) << root;
   }
 }
