@@ -217,5 +217,6 @@ MarkupMap::Run MarkupMap::searchRun(const char *from, char last, bool isPlain) c
     return found != nullptr ? static_cast<const char *>(found) : end;
   };
   const char *end = find(from, textEnd_, last);
-  return {end, isPlain && find(from, end, '&') == end && find(from, end, '<') == end};
+  const auto holds = [=](char byte) { return byte != last && find(from, end, byte) != end; };
+  return {end, isPlain && !holds('&') && !holds('<')};
 }
