@@ -112,11 +112,15 @@ class ShortFormsParser {
   const char *takeTagRest(const char *place) {
     AttributeList list = attributes_;
     while (map_.hasWindow(place)) {
+      if (*place == '>') {
+        if (const char *end = endStartTag(place + lengthOf(kTagEnd))) return end;
+        break;
+      }
       size_t blanks = 1;
       // Names begin beyond '>', '/' and white space.
       const bool beginsName = *place == ' ' && static_cast<uint8_t>(place[1]) > '>';
       if (!beginsName) {
-        const uint64_t nonBlanks = *place == '>' ? 1 : map_.window(MarkupMap::kNonBlanks, place);
+        const uint64_t nonBlanks = map_.window(MarkupMap::kNonBlanks, place);
         if (nonBlanks == 0) break;
         blanks = firstOf(nonBlanks);
         const char *token = place + blanks;
