@@ -37,15 +37,17 @@ class SipHash {
         v2_(key0 ^ 0x6c7967656e657261),
         v3_(key1 ^ 0x7465646279746573) {}
 
+  // The length comes first, so that no two lists of strings are mixed in as the same words.
   void add(const char *text) {
     const size_t length = std::strlen(text);
+    mix(length);
     size_t done = 0;
     for (; length - done >= sizeof(uint64_t); done += sizeof(uint64_t)) {
       uint64_t word = 0;
       std::memcpy(&word, text + done, sizeof word);
       mix(word);
     }
-    uint64_t rest = static_cast<uint64_t>(length) << 56;
+    uint64_t rest = 0;
     std::memcpy(&rest, text + done, length - done);
     mix(rest);
   }
@@ -109,12 +111,12 @@ uint32_t AttributeSet::addToTable(const XmlNode *firstAttribute, const XmlNode *
     }
   }
   const uint64_t hash = hashOf(attribute);
+  bool isSeen = false;
   size_t place = hash & (places_ - 1);
   for (; table_[place] != kFree; place = (place + 1) & (places_ - 1)) {
-    if (table_[place] == hash && isAmong(firstAttribute, attribute)) {
-      return NEB_XML_ERR_ALREADY_EXISTS;
-    }
+    isSeen = isSeen || table_[place] == hash;
   }
+  if (isSeen && isAmong(firstAttribute, attribute)) return NEB_XML_ERR_ALREADY_EXISTS;
   table_[place] = hash;
   ++count_;
   return NEB_XML_OK;
