@@ -60,7 +60,7 @@ class SessionCopier {
 
   XmlNode *copyRecord(const XmlNode *source, uint32_t type) {
     if (type == NEB_XML_NODE_ATTRIBUTE) {
-      if (XmlNode *copy = copyWhole(source)) return copy;
+      if (XmlNode *copy = copyAsItLies(source)) return copy;
     }
     const Strings strings(source);
     const size_t size = recordSize(type);
@@ -101,20 +101,20 @@ class SessionCopier {
     static size_t sizeOf(size_t length) { return length != 0 ? length + 1 : 0; }
   };
 
-  // An attribute whose strings lie behind its record, as the parser makes it, in one go. Null if they
-  // do not, or the copies would not.
-  XmlNode *copyWhole(const XmlNode *source) {
+  // An attribute in one go, if its strings lie behind its record, as the parser leaves them, and the
+  // copies would lie so too; else null.
+  XmlNode *copyAsItLies(const XmlNode *source) {
     const char *begin = reinterpret_cast<const char *>(source);
     const char *strings = begin + kAttributeRecordSize;
     const char *first = source->prefix != nullptr ? source->prefix : source->name;
     const size_t nameSize = source->nameLength + size_t{1};
     const size_t valueSize = source->valueSize;
-    const bool isWhole = first == strings && source->nameLength != 0 && valueSize > 1 &&
-                         source->value == source->name + nameSize;
-    if (!isWhole) return nullptr;
+    const bool liesTogether = first == strings && source->nameLength != 0 && valueSize > 1 &&
+                              source->value == source->name + nameSize;
+    if (!liesTogether) return nullptr;
     const auto prefixSize = static_cast<size_t>(source->name - strings);
-    size_t smallest = std::min(nameSize, valueSize);
-    if (prefixSize != 0) {
+    size_t smallest = std::min({kAttributeRecordSize, nameSize, valueSize});
+    if (source->prefix != nullptr) {
       if (!isPrefix(source->name, prefixSize)) return nullptr;
       smallest = std::min(smallest, prefixSize);
     }
@@ -128,18 +128,17 @@ class SessionCopier {
     copy->nameOwned = 1;
     copy->valueOwned = 1;
     copy->livedIn = 0;
-    if (prefixSize != 0) copy->prefix = pieces + kAttributeRecordSize;
+    if (source->prefix != nullptr) copy->prefix = pieces + kAttributeRecordSize;
     copy->name = pieces + kAttributeRecordSize + prefixSize;
     copy->value = copy->name + nameSize;
-    copy->parent = nullptr;
     copy->next = nullptr;
     return copy;
   }
 
   // Whether a string of so many bytes, with its terminator, fills the place between a record and the
-  // name of the node. Longer ones do not count.
+  // name of the node. Strings longer than a vector are not looked at.
   static bool isPrefix(const char *name, size_t size) {
-    if (size - 2 > kVectorSize - 2) return false;
+    if (size < 2 || size > kVectorSize) return false;
     const uint64_t zeros = bitsOf(loadVector(name - kVectorSize) == 0);
     return zeros >> (kVectorSize - size) == uint64_t{1} << (size - 1);
   }
