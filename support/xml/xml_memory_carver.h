@@ -119,7 +119,8 @@ class SessionCarver {
     const int32_t widestBefore = session_.widestEarlier;
     auto *piece = static_cast<char *>(carveBeyondLastBlock(session_, static_cast<int32_t>(size)));
     load();
-    // What the next small pieces fit in need not be looked for.
+    // The hole that small pieces fill next need not be looked for: nothing lies between the block that
+    // was last and the new one.
     const bool leavesHole = session_.lastBlock != last && last->remaining > widestBefore;
     if (leavesHole) place_.setHole({last, widestBefore, 0});
     return piece;

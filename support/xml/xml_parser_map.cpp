@@ -200,10 +200,11 @@ const char *MarkupMap::searchStretch(Kind kind, const char *from) const {
 }
 
 const char *MarkupMap::search(Kind kind, const char *from) {
-  // Behind a long run there may be little before the next one.
+  // Far behind the stretch a long run has ended, and there may be little before the next one.
   constexpr size_t kFar = kStretchBits / 2;
   constexpr size_t kFewWords = kWords / 8;
-  size_t words = static_cast<size_t>(from - stretch_) < mappedBits_ + kFar ? kWords : kFewWords;
+  const bool isFar = static_cast<size_t>(from - stretch_) >= mappedBits_ + kFar;
+  size_t words = isFar ? kFewWords : kWords;
   for (const char *begin = std::max(from, stretch_ + mappedBits_);; begin += mappedBits_) {
     mapStretch(begin, words);
     if (const char *found = searchStretch(kind, begin)) return found;
@@ -212,11 +213,11 @@ const char *MarkupMap::search(Kind kind, const char *from) {
 }
 
 MarkupMap::Run MarkupMap::searchRun(const char *from, char last, bool isPlain) const {
-  const auto find = [](const char *begin, const char *end, char byte) {
+  const auto findOrEnd = [](const char *begin, const char *end, char byte) {
     const void *found = std::memchr(begin, byte, static_cast<size_t>(end - begin));
     return found != nullptr ? static_cast<const char *>(found) : end;
   };
-  const char *end = find(from, textEnd_, last);
-  const auto holds = [=](char byte) { return byte != last && find(from, end, byte) != end; };
+  const char *end = findOrEnd(from, textEnd_, last);
+  const auto holds = [=](char byte) { return byte != last && findOrEnd(from, end, byte) != end; };
   return {end, isPlain && !holds('&') && !holds('<')};
 }

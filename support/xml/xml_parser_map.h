@@ -21,7 +21,7 @@ class MarkupMap {
   // '!', '?' or ']', which are seldom in names but are part of markup that has none.
   const char *nextNameEnd(const char *from) { return next(kNameEnds, from); }
 
-  // A text or a value. It is plain if each byte in it stands for itself.
+  // A text or a value. It is plain if it holds no '&' and no '<', so that each byte stands for itself.
   struct Run {
     const char *end;  // the first '<' or the quote; the terminator if there is none
     bool isPlain;
@@ -55,8 +55,7 @@ class MarkupMap {
 
   static constexpr size_t kWordBits = 64;
   static constexpr size_t kWords = 64;
-  // One word more, since a window may begin in the last byte of the one before. Behind those that are
-  // mapped there is always one that is zero.
+  // Behind the mapped words one is zero, since a window may begin in the last byte of the one before.
   using Words = uint64_t[kKinds][kWords + 1];
 
   // Maps whole words of text; there is one for machines with wide vectors and one for all others.
@@ -104,6 +103,7 @@ class MarkupMap {
     return shift < kWordBits ? maps_[kind][offset / kWordBits] >> shift : 0;
   }
 
+  // From the stretch or behind it.
   const char *search(Kind kind, const char *from);
   const char *searchStretch(Kind kind, const char *from) const;
   Run searchRun(const char *from, char last, bool isPlain) const;
@@ -112,7 +112,7 @@ class MarkupMap {
   const char *stretch_;
   const char *textEnd_;
   size_t zerosBehind_;
-  size_t mappedBits_;  // of the stretch
-  size_t windowsEnd_;
+  size_t mappedBits_;  // of the stretch, from its beginning
+  size_t windowsEnd_;  // windows begin before it
   Words maps_;
 };

@@ -125,7 +125,7 @@ class Decoder {
     return static_cast<size_t>(std::countr_zero(low | high << (2 * kVectorSize)));
   }
 
-  // Returns the markup in it.
+  // Returns the markup in it, as bytes that are all ones.
   static Vector copyVector(const char *from, char *to) {
     const Vector bytes = loadVector(from);
     storeVector(to, bytes);

@@ -9,23 +9,23 @@ struct NamedReference {
   size_t length;
 };
 
-constexpr NamedReference kAmpersand = {"&amp;", '&', 5};
-constexpr NamedReference kLess = {"&lt;", '<', 4};
-constexpr NamedReference kGreater = {"&gt;", '>', 4};
-constexpr NamedReference kApostrophe = {"&apos;", '\'', 6};
-constexpr NamedReference kQuote = {"&quot;", '"', 6};
+constexpr NamedReference kAmpersandReference = {"&amp;", '&', 5};
+constexpr NamedReference kLessReference = {"&lt;", '<', 4};
+constexpr NamedReference kGreaterReference = {"&gt;", '>', 4};
+constexpr NamedReference kApostropheReference = {"&apos;", '\'', 6};
+constexpr NamedReference kQuoteReference = {"&quot;", '"', 6};
 
-// The only one that can begin where there is an ampersand, or null.
+// The only one that can begin at an ampersand, by the bytes behind it, or null. The rest is not compared.
 inline const NamedReference *possibleReferenceAt(const char *ampersand) {
   switch (ampersand[1]) {
     case 'a':
-      return ampersand[2] == 'm' ? &kAmpersand : &kApostrophe;
+      return ampersand[2] == 'm' ? &kAmpersandReference : &kApostropheReference;
     case 'l':
-      return &kLess;
+      return &kLessReference;
     case 'g':
-      return &kGreater;
+      return &kGreaterReference;
     case 'q':
-      return &kQuote;
+      return &kQuoteReference;
     default:
       return nullptr;
   }
