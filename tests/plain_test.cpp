@@ -1,6 +1,7 @@
 // The fast way through ordinary markup builds what the general steps build, piece by piece.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <string>
@@ -8,6 +9,7 @@
 
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
+#include "xml/xml_memory_carver.h"
 #include "xml/xml_memory_table.h"
 #include "xml/xml_parser.h"
 #include "xml/xml_parser_map.h"
@@ -291,6 +293,44 @@ TEST_P(Plain, AgreesBehindLongRuns) {
   }
 }
 
+// References at every place in what is decoded at once, against what they stand for.
+TEST_P(Plain, DecodesEachReferenceWhereItStands) {
+  struct Piece {
+    const char *text, *meaning;
+  };
+  const Piece pieces[] = {{"&amp;", "&"},
+                          {"&lt;", "<"},
+                          {"&gt;", ">"},
+                          {"&apos;", "'"},
+                          {"&quot;", "\""},
+                          {"&#65;", "A"},
+                          {"&#x20AC;", "\xE2\x82\xAC"},
+                          {"<![CDATA[&lt;]]>", "&lt;"}};
+  std::mt19937 random(17);
+  for (int round = 0; round < 4000; ++round) {
+    std::string text;
+    std::string meaning;
+    for (size_t left = 1 + random() % 8; left > 0; --left) {
+      // Unlike letters, so that none can stand in for another.
+      for (size_t plain = random() % 70; plain > 0; --plain) {
+        const char letter = static_cast<char>('a' + text.size() % 26);
+        text += letter;
+        meaning += letter;
+      }
+      const Piece &piece = pieces[random() % std::size(pieces)];
+      text += piece.text;
+      meaning += piece.meaning;
+    }
+    const std::string tail(random() % 200, ' ');
+    XmlNode *document =
+        trees::parsed("<r><n x=\"" + text + "\">" + text + "</n>" + tail + "</r>", round % 2 == 0);
+    const XmlNode *node = NEB_XML_GetNodeFirstChild(document);
+    EXPECT_EQ(node->value, meaning);
+    EXPECT_EQ(node->firstAttr->value, meaning);
+    NEB_XML_FreeNode(document);
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Maps, Plain, testing::Bool(),
                          [](const auto &kind) { return kind.param ? "Vector" : "Scalar"; });
 
@@ -339,6 +379,56 @@ TEST(Layout, OfACopyIsThatOfPiecesCarvedOneByOne) {
     }
     expectCopyOfPiecesCarvedOneByOne({documents[0], documents[1]});
   }
+  // An earlier block has room for the record and for nothing else, or not even for that.
+  for (int32_t hole = 50; hole < 70; ++hole) {
+    XmlNode *documents[2];
+    for (XmlNode *&document : documents) {
+      document = trees::parsed("<r " + std::string(60, 'n') + "='" + std::string(61, 'v') + "'/>");
+      const uint32_t session = document->sessionId;
+      XML_MemSpecialMalloc(session, findSession(session)->lastBlock->remaining - hole);
+      XML_MemSpecialMalloc(session, kDocumentSessionSize / 2);
+    }
+    expectCopyOfPiecesCarvedOneByOne({documents[0], documents[1]});
+  }
+}
+
+// What is known of earlier blocks stays true when a new one cannot be had.
+TEST(Layout, IsKnownWhenMemoryRunsOut) {
+  std::mt19937 random(17);
+  for (size_t round = 0; round < 300; ++round) {
+    const uint32_t handle = XML_MemSessionBegin(500);
+    XmlMemSession &session = *findSession(handle);
+    {
+      SessionCarver carver(session);
+      const guarded::FailingAllocation failing(1 + random() % 10);
+      for (int i = 0; i < 200; ++i) carver.carvePiece(1 + random() % (i % 8 == 0 ? 2000 : 100));
+      carver.save();
+    }
+    int32_t widest = 0;
+    for (const XmlMemBlock *block = session.firstBlock; block != session.lastBlock;
+         block = block->nextBlock) {
+      widest = std::max(widest, block->remaining);
+    }
+    EXPECT_EQ(session.widestEarlier, widest);
+    XML_MemSessionEnd(handle);
+  }
+}
+
+// A mark tells of where a node stands, and its copy stands elsewhere.
+TEST(Layout, HasNoMarksInACopy) {
+  XmlNode *document = trees::parsed("<r a='1'/>");
+  XmlNode *element = nullptr;
+  ASSERT_EQ(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "e", nullptr, &element), 0U);
+  XmlNode *attribute = document->firstAttr;
+  document->firstAttr = nullptr;
+  attribute->parent = nullptr;
+  ASSERT_EQ(XML_AddAttrNode(attribute, element), 0U);
+  EXPECT_NE(attribute->marks, 0);
+  XmlNode *copy = nullptr;
+  ASSERT_EQ(NEB_XML_ImportNode(document, element, &copy), 0U);
+  EXPECT_EQ(copy->firstAttr->marks, 0);
+  NEB_XML_FreeNode(document);
+  NEB_XML_FreeNode(element);
 }
 
 }  // namespace
