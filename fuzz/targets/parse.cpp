@@ -179,7 +179,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   XmlNode *first = nullptr;
   size_t hash = size;
   for (size_t i = 0; i < size; ++i) hash = hash * 31 + data[i];
-  const Entry &failingEntry = kEntries[hash % std::size(kEntries)];
+  // Not the general steps: memory that their report lacks does not stop them.
+  constexpr size_t kOthers = std::size(kEntries) - 1;
+  const Entry &failingEntry = kEntries[1 + hash % kOthers];
   size_t failingAllocations = 0;
   for (const Entry &entry : kEntries) {
     const size_t outstanding = hooks::outstanding();
@@ -205,7 +207,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
 
   if (failingAllocations != 0) {
     uint32_t result = 0;
-    hooks::failNth(1 + hash / std::size(kEntries) % failingAllocations);
+    hooks::failNth(1 + hash / kOthers % failingAllocations);
     require(parse(failingEntry, &result, false) == nullptr);
     require(result == kSyntax || result == kNoMemory);
   }
