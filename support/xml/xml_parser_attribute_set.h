@@ -18,7 +18,8 @@ class AttributeSet {
     if (table_ != nullptr) releaseTable();
   }
 
-  // Adds a new last attribute of an element that has none of the same prefix and name.
+  // Adds an attribute that is about to become the element's last one, if it has none of the same prefix
+  // and name.
   // Returns NEB_XML_OK, NEB_XML_ERR_ALREADY_EXISTS or NEB_XML_ERR_NO_MEMORY.
   uint32_t add(const XmlNode *firstAttribute, const XmlNode *attribute);
 
