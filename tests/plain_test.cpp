@@ -325,8 +325,8 @@ TEST_P(Plain, DecodesEachReferenceWhereItStands) {
     XmlNode *document =
         trees::parsed("<r><n x=\"" + text + "\">" + text + "</n>" + tail + "</r>", round % 2 == 0);
     const XmlNode *node = NEB_XML_GetNodeFirstChild(document);
-    EXPECT_EQ(node->value, meaning);
-    EXPECT_EQ(node->firstAttr->value, meaning);
+    EXPECT_EQ(+node->value, meaning);
+    EXPECT_EQ(+node->firstAttr->value, meaning);
     NEB_XML_FreeNode(document);
   }
 }
