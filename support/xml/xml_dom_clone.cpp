@@ -121,7 +121,7 @@ class SessionCopier {
     const size_t size = kAttributeRecordSize + prefixSize + nameSize + valueSize;
     char *pieces = carver_.carveTogether(smallest, size);
     if (pieces == nullptr) return nullptr;
-    copyPieces(pieces, begin, size);
+    ::copyString(pieces, begin, size);
     auto *copy = reinterpret_cast<XmlNode *>(pieces);
     copy->sessionId = handle_;
     copy->marks = 0;
@@ -141,13 +141,6 @@ class SessionCopier {
     if (size < 2 || size > kVectorSize) return false;
     const uint64_t zeros = bitsOf(loadVector(name - kVectorSize) == 0);
     return zeros >> (kVectorSize - size) == uint64_t{1} << (size - 1);
-  }
-
-  // More than a vector, and not a byte too many is read or written.
-  static void copyPieces(char *to, const char *from, size_t size) {
-    const size_t last = size - kVectorSize;
-    for (size_t i = 0; i < last; i += kVectorSize) storeVector(to + i, loadVector(from + i));
-    storeVector(to + last, loadVector(from + last));
   }
 
   // What the two kinds of nodes do not share, and no strings.
