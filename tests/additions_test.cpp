@@ -103,7 +103,8 @@ TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
 TEST(Indented, ParsesToTheTreeOfThePlainText) {
   for (const char *text :
        {"<r><a><b> </b></a></r>", "<r><a><b><![CDATA[]]></b></a><c/></r>",
-        "<r><a><b>&#32;</b></a><c>\r\n</c></r>", "<r><a>\n\n</a><b/><c><d>t</d></c></r>"}) {
+        "<r><a><b>&#32;</b></a><c>\r\n</c></r>", "<r><a>\n\n</a><b/><c><d>t</d></c></r>",
+        "<r><a><b>\r</b></a></r>", "<r><a><b>\t</b></a></r>", "<r><a><b>\v</b></a></r>"}) {
     XmlNode *document = trees::parsed(text);
     XmlNode *plain = trees::parsed(trees::printed(document));
     for (const uint32_t width : {1U, 2U, 16U}) {

@@ -168,6 +168,20 @@ TEST(Session, AHundredThousandAtOnceAndNoHandleComesBackToLife) {
   EXPECT_EQ(guarded::outstanding(), 0U);
 }
 
+// The table keeps what it needs, and what it would need at once if one more was opened.
+TEST(Session, OneOfManyKeepsLittleMemory) {
+  constexpr size_t kMany = 547;
+  for (size_t kept = 0; kept < kMany; kept += 13) {
+    std::vector<uint32_t> handles(kMany);
+    for (uint32_t &handle : handles) handle = XML_MemSessionBegin(8);
+    std::swap(handles[kept], handles.back());
+    for (size_t i = 0; i < kMany - 1; ++i) EXPECT_EQ(XML_MemSessionEnd(handles[i]), 1U);
+    EXPECT_LE(guarded::outstanding(), 3U) << "a block and two levels of the table";
+    EXPECT_EQ(XML_MemSessionEnd(handles.back()), 1U);
+    EXPECT_EQ(guarded::outstanding(), 0U);
+  }
+}
+
 TEST(Session, OpensOrKeepsNothingWhenMemoryRunsOut) {
   std::vector<uint32_t> handles;
   for (int i = 0; i < 2000; ++i) {

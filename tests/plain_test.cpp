@@ -63,6 +63,9 @@ constexpr const char *kBad[] = {"text",
                                 "&",
                                 "<a b='&c;'/>",
                                 "<a-- x='1'>t</a-->",
+                                "<p:a-->t</p:a-->",
+                                "<p:a--></p:a-->",
+                                "<p:a-- x='1'>t</p:a-->",
                                 "<a>t</a--",
                                 "<a>></a>",
                                 "<a>/></a>",
@@ -150,6 +153,8 @@ std::string laidOut(const std::string &text, ParseProblem *problem) {
   XmlNode *document = nullptr;
   if (Parser_parseText(exact.data(), true, problem, &document) != NEB_XML_OK) return "rejected";
   const XmlMemSession &session = *findSession(document->sessionId);
+  EXPECT_EQ(std::string(document->nameTable[0], sizeof document->nameTable),
+            std::string(sizeof document->nameTable, '\0'));
   std::string layout = trees::described(document) + " ";
   for (const XmlNode *node = document; node != nullptr; node = NEB_XML_Iterator(node)) {
     layout += placesOf(session, node);
@@ -170,6 +175,8 @@ bool expectAgreement(const std::string &text) {
   ParseProblem problem;
   const std::string layout = laidOut(text, nullptr);
   EXPECT_EQ(layout, laidOut(text, &problem)) << text;
+  const guarded::UnclearedMemory memory;
+  EXPECT_EQ(layout, laidOut(text, nullptr)) << text;
   return layout != "rejected";
 }
 

@@ -77,4 +77,51 @@ TEST(Storage, AttributesOfAnotherSessionLoseTheirElementWithItsSession) {
   NEB_XML_FreeNode(other);
 }
 
+// What holds something of one session, or once stood in it, is kept out of others: they may end in
+// any order.
+TEST(Storage, WhatLivedInOneSessionIsRefusedByOthers) {
+  const auto element = [] {
+    XmlNode *node = nullptr;
+    NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "e", nullptr, &node);
+    return node;
+  };
+  XmlNode *first = trees::parsed("<first/>");
+  XmlNode *second = trees::parsed("<second/>");
+  XmlNode *outer = element();
+  XmlNode *inner = element();
+  XmlNode *withText = element();
+  XmlNode *withBoth = element();
+  NEB_XML_AppendChildNode(outer, inner);
+  NEB_XML_AppendChildNode(first, outer);
+  XmlNode *attribute = XML_NewNode(0, NEB_XML_NODE_ATTRIBUTE);
+  XML_SetNode(outer, attribute, nullptr, "a", "text of the first");
+  XML_AddAttrNode(attribute, withText);
+  NEB_XML_RemoveNode(outer);
+  NEB_XML_RemoveNode(inner);
+  for (const XmlNode *document : {first, second}) {
+    XmlNode *other = XML_NewNode(document->sessionId, NEB_XML_NODE_ATTRIBUTE);
+    XML_SetNode(other, other, nullptr, document->name, "");
+    EXPECT_EQ(XML_AddAttrNode(other, withBoth), uint32_t{NEB_XML_OK});
+  }
+  for (XmlNode *node : {outer, inner, withText, withBoth}) {
+    EXPECT_EQ(NEB_XML_AppendChildNode(second, node), uint32_t{NEB_XML_ERR_INVALID_PARAM});
+  }
+  for (XmlNode *node : {outer, inner, withText, withBoth, second, first}) NEB_XML_FreeNode(node);
+}
+
+TEST(Storage, AttributesOfASessionLeaveAnElementOfTheHooksWithTheirSession) {
+  XmlNode *element = nullptr;
+  NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "e", nullptr, &element);
+  const uint32_t session = XML_MemSessionBegin(1024);
+  const char *const names[] = {"s1", "s2", "h1", "s3", "s4", "h2", "s5"};
+  for (const char *name : names) {
+    XmlNode *attribute = XML_NewNode(name[0] == 's' ? session : 0, NEB_XML_NODE_ATTRIBUTE);
+    XML_SetNode(attribute, attribute, nullptr, name, "");
+    ASSERT_EQ(XML_AddAttrNode(attribute, element), uint32_t{NEB_XML_OK});
+  }
+  EXPECT_EQ(XML_MemSessionEnd(session), 1U);
+  EXPECT_EQ(trees::printed(element), "<e h1=\"\" h2=\"\"/>\n");
+  NEB_XML_FreeNode(element);
+}
+
 }  // namespace

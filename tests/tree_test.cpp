@@ -590,7 +590,7 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   EXPECT_EQ(described(n), "0:e=- p|n='5' b='2'(0:c=-)");
 }
 
-TEST(Clone, CopiesIntoTheStorageOfTheSource) {
+void expectCopiesInTheStorageOfTheSource() {
   for (const bool withSession : {false, true}) {
     XmlNode *document = parsed(
         "<p:r a='1' q:b='2'><x c='3'><y><z>t</z></y><y d=''/></x><w>u</w></p:r>", withSession);
@@ -638,6 +638,12 @@ TEST(Clone, CopiesIntoTheStorageOfTheSource) {
     NEB_XML_FreeNode(copies[0]);
     NEB_XML_FreeNode(copies[2]);
   }
+}
+
+TEST(Clone, CopiesIntoTheStorageOfTheSource) {
+  expectCopiesInTheStorageOfTheSource();
+  const guarded::UnclearedMemory memory;
+  expectCopiesInTheStorageOfTheSource();
 }
 
 TEST(Clone, KeepsNamesOfWhichARecordCannotNoteTheLength) {

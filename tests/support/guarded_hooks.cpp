@@ -1,6 +1,7 @@
 #include "support/guarded_hooks.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <atomic>
 #include <cstdint>
@@ -207,6 +208,16 @@ FailingAllocation::~FailingAllocation() {
 }
 
 bool FailingAllocation::happened() const { return g_allocationFailed; }
+
+UnclearedMemory::UnclearedMemory() {
+  mallopt(M_PERTURB, kFreshByte);
+  NEB_XML_RegMemFunc(std::malloc, std::calloc, std::free);
+}
+
+UnclearedMemory::~UnclearedMemory() {
+  registerHooks();
+  mallopt(M_PERTURB, 0);
+}
 
 FailingFileCall::FailingFileCall(size_t n) {
   g_fileCallFailed = false;

@@ -37,6 +37,16 @@ class FailingAllocation {
   bool happened() const;
 };
 
+// While it lives, the functions of the standard library are registered: blocks of sessions then come
+// with whatever bytes, never with zeros here. What is made meanwhile has to be given back meanwhile.
+class UnclearedMemory {
+ public:
+  UnclearedMemory();
+  ~UnclearedMemory();
+  UnclearedMemory(const UnclearedMemory &) = delete;
+  UnclearedMemory &operator=(const UnclearedMemory &) = delete;
+};
+
 // While it lives, the n-th file call from now fails: no stream, a seek or tell of -1, a short read,
 // a close that reports an error.
 class FailingFileCall {
