@@ -1,10 +1,18 @@
 // What may overlap: calls on different trees, and reads of one tree.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "support/guarded_hooks.h"
 #include "support/trees.h"
 
 namespace {
@@ -59,6 +67,111 @@ TEST(Threads, EndedSessionsAreRefusedWhileOthersComeAndGo) {
     }
   });
 }
+
+// More than the first level of the table has places for.
+bool opensAndEndsManySessions() {
+  constexpr size_t kMany = 300;
+  uint32_t sessions[kMany] = {};
+  bool works = true;
+  for (uint32_t &session : sessions) works = works && (session = XML_MemSessionBegin(8)) != 0;
+  for (const uint32_t session : sessions) works = works && XML_MemSessionEnd(session) == 1;
+  return works;
+}
+
+// Stops a thread in each call of a hook, until another one has seen it there.
+class Gate {
+ public:
+  void stop() {
+    std::unique_lock lock(mutex_);
+    if (!isSeenInTime_) return;
+    isStopped_ = true;
+    changed_.notify_all();
+    const auto isSeen = [this] { return !isStopped_; };
+    isSeenInTime_ = changed_.wait_for(lock, std::chrono::seconds(20), isSeen);
+    isStopped_ = false;
+  }
+
+  // False when nobody will stop there any more.
+  bool waitForStop() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return isStopped_ || isOver_; });
+    return !isOver_;
+  }
+
+  void letGoOn() { set(isStopped_, false); }
+  void end() { set(isOver_, true); }
+  bool isSeenInTime() const { return isSeenInTime_; }
+
+ private:
+  void set(bool &flag, bool value) {
+    const std::lock_guard lock(mutex_);
+    flag = value;
+    changed_.notify_all();
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool isStopped_ = false;
+  bool isOver_ = false;
+  bool isSeenInTime_ = true;
+};
+
+Gate *g_gate;
+thread_local bool t_stopsInHooks;
+
+TEST(Threads, AThreadThatIsHeldUpInAHookHoldsNobodyUp) {
+  Gate gate;
+  g_gate = &gate;
+  NEB_XML_RegMemFunc(
+      std::malloc,
+      [](size_t count, size_t size) {
+        if (t_stopsInHooks) g_gate->stop();
+        return std::calloc(count, size);
+      },
+      [](void *memory) {
+        if (t_stopsInHooks) g_gate->stop();
+        std::free(memory);
+      });
+  std::thread heldUp([&gate] {
+    t_stopsInHooks = true;
+    EXPECT_TRUE(opensAndEndsManySessions());
+    gate.end();
+  });
+  while (gate.waitForStop()) {
+    EXPECT_TRUE(opensAndEndsManySessions());
+    gate.letGoOn();
+  }
+  heldUp.join();
+  EXPECT_TRUE(gate.isSeenInTime());
+  guarded::registerHooks();
+}
+
+#if !defined(__SANITIZE_THREAD__)
+// Whatever the threads were at that a fork leaves behind, the child's sessions open and end.
+TEST(Threads, ForkedChildrenOpenSessions) {
+  NEB_XML_RegMemFunc(std::malloc, std::calloc, std::free);
+  std::atomic<bool> isOver{false};
+  const auto keepBusy = [&isOver] {
+    while (!isOver) opensAndEndsManySessions();
+  };
+  std::thread busy[] = {std::thread(keepBusy), std::thread(keepBusy), std::thread(keepBusy)};
+  constexpr int kChildren = 100;
+  constexpr unsigned kSecondsUntilItHangs = 60;
+  for (int i = 0; i < kChildren; ++i) {
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(kSecondsUntilItHangs);
+      _exit(opensAndEndsManySessions() ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+  }
+  isOver = true;
+  for (std::thread &thread : busy) thread.join();
+  guarded::registerHooks();
+}
+#endif
 
 // Everything that the interface calls reading, on one document.
 std::string readAll(const XmlNode *document) {

@@ -69,7 +69,8 @@ TEST(Nodes, AreMadeDetachedInTheirStorage) {
   for (const auto &[type, size] : {std::pair(1U, 56U), {12U, 208U}, {0U, 88U}, {0x180U, 88U}}) {
     XmlNode *node = XML_NewNode(0, type);
     XmlNode *carved = XML_NewNode(home, type);
-    EXPECT_EQ(guarded::mallocSizes().back(), size);
+    const size_t holders = type == 12 ? 4 : 0;
+    EXPECT_EQ(guarded::mallocSizes().back(), size + holders);
     EXPECT_EQ(XML_MemSpecialMalloc(home, 1), reinterpret_cast<char *>(carved) + size);
     int32_t read = 0;
     EXPECT_EQ(NEB_XML_GetNodeValue(node, &read, nullptr, nullptr, nullptr), kOk);

@@ -26,7 +26,7 @@ bool isBlank(const char *value) {
 
 // A length that is noted is the string's own.
 void requireLengths(const XmlNode *node) {
-  require(node->nameLength == 0 || node->nameLength == std::strlen(node->name));
+  require(!hasNotedNameLength(node) || node->nameLength == std::strlen(node->name));
   if (node->value == nullptr || node->valueSize == 0) return;
   require(node->valueSize == std::strlen(node->value) + 1);
 }

@@ -18,8 +18,10 @@
  *   a copy, never the caller's pointer, and the strings handed to a setting operation may be the
  *   node's own. In setting operations a null string leaves its field alone and an empty string
  *   clears it. Strings that a read operation hands out belong to the node: they are neither
- *   changed nor released by the caller and are valid until the node's string is replaced, the
- *   node is released, or (for an interned name) its document is released.
+ *   changed nor released by the caller and are valid until the node's string is replaced or the
+ *   node is released. An interned name of a node made through the hooks is as long-lived: a node
+ *   that left a document made through the hooks keeps its name, whatever becomes of the document,
+ *   whose record is freed with the last name that it holds.
  *
  * The tree
  *
@@ -240,9 +242,11 @@ NEB_XML_API uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const
  * node                 any node, attributes included.
  * prefix, name, value  copied; null leaves the field alone, an empty text clears it.
  *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node; NEB_XML_ERR_NO_MEMORY when a
- * copy could not be made: then no field is replaced, while fields cleared by empty arguments stay
- * cleared. Cost: the depth of the node and the lengths of the texts.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node; NEB_XML_ERR_ALREADY_EXISTS for
+ * an attribute that would get prefix and name of another one of its element, nothing changed;
+ * NEB_XML_ERR_NO_MEMORY when a copy could not be made: then no field is replaced, while fields
+ * cleared by empty arguments stay cleared. Cost: the depth of the node and the lengths of the
+ * texts; for an attribute also the number of its element's attributes.
  */
 NEB_XML_API uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name,
                                      const char *value);
@@ -380,8 +384,9 @@ NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttr(const XmlNode *element, const ch
  *                      from; always advanced, to null after the last attribute.
  *
  * Returns NEB_XML_OK with the strings of the attribute now in the cursor;
- * NEB_XML_ERR_INVALID_PARAM for any null argument, or a cursor that holds no attribute;
- * NEB_XML_ERR_NOT_FOUND at the end. Cost: constant.
+ * NEB_XML_ERR_INVALID_PARAM for any null argument, or a cursor that holds a node which is no
+ * attribute of element, the cursor then unchanged; NEB_XML_ERR_NOT_FOUND at the end. Cost:
+ * constant.
  */
 NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttrEx(const XmlNode *element, const char **prefix,
                                                   const char **name, const char **value,
@@ -698,9 +703,10 @@ NEB_XML_API uint32_t XML_MemSessionBegin(int32_t size);
  * Carves a piece of exactly size bytes, all zero and aligned to nothing.
  *
  * First fit: the earliest block with room serves the piece. Without one, a block of the last
- * block's capacity, doubled until it fits, is added.
- * Returns null for a handle that is not open, a size of 0 or less, a size that doubling cannot
- * reach, and when memory runs out; the session stays usable.
+ * block's capacity, doubled until it fits, is added; where doubling cannot reach the size within
+ * 2 GiB, a block of exactly that size.
+ * Returns null for a handle that is not open, a size of 0 or less, and when memory runs out; the
+ * session stays usable.
  * Cost: constant, or logarithmic in the blocks when the piece goes to an earlier block.
  */
 NEB_XML_API void *XML_MemSpecialMalloc(uint32_t handle, int32_t size);
@@ -750,7 +756,8 @@ NEB_XML_API XmlNode *XML_NewNode(uint32_t session, uint32_t type);
 
 /**
  * Sets those strings that are neither null nor empty, all or none, copying with XML_Strdup's rule
- * for owner. Old strings go back to where they came from.
+ * for owner. A node carved from a session gets strings of its own session where owner stands in the
+ * tree of another one, since either may end first. Old strings go back to where they came from.
  *
  * owner                null, the node itself, or the node whose tree the node is about to join.
  * node                 not null.
@@ -762,12 +769,19 @@ NEB_XML_API uint32_t XML_SetNode(XmlNode *owner, XmlNode *node, const char *pref
 
 /**
  * Releases a node's strings and record, and no other node. Nothing happens in the tree of a
- * session, with which all goes. Links to the node, and its children and attributes, are the
- * caller's.
+ * session, with which all goes.
+ *
+ * The node is taken out from between its parent and siblings first, an attribute out of its
+ * element. Its children, and likewise its attributes, are left without a parent: those made through
+ * the hooks are a chain of siblings, which XML_FreeNode releases from its first node on and
+ * NEB_XML_FreeNode node by node; those carved from a session are detached. A node carved from a
+ * session that stands in the tree of the hooks stays in its session, detached and without strings.
+ * Cost: the node's children and attributes, its depth; for an attribute those before it.
  */
 NEB_XML_API void XML_FreeSingleNode(XmlNode *node);
 
-/** As XML_FreeSingleNode, for a detached attribute made through the hooks; others are left. */
+/** As XML_FreeSingleNode, for a detached attribute made through the hooks. Any other node is left
+ *  as it is. */
 NEB_XML_API void XML_FreeSingleAttrNode(XmlNode *attribute);
 
 /**

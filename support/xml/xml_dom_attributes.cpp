@@ -40,16 +40,6 @@ void appendAttribute(XmlNode *attribute, XmlNode *element) {
   last->next = attribute;
 }
 
-void unlinkAttribute(XmlNode *attribute, XmlNode *element) {
-  if (element->firstAttr == attribute) {
-    element->firstAttr = attribute->next;
-    return;
-  }
-  XmlNode *before = element->firstAttr;
-  while (before->next != attribute) before = before->next;
-  before->next = attribute->next;
-}
-
 }  // namespace
 
 XmlNode *xmlGetAttr(const XmlNode *element, const char *prefix, const char *name) {
@@ -59,6 +49,15 @@ XmlNode *xmlGetAttr(const XmlNode *element, const char *prefix, const char *name
     attribute = attribute->next;
   }
   return attribute;
+}
+
+bool wouldRepeatAttribute(const XmlNode *node, const char *prefix, const char *name) {
+  const bool isRenamed = prefix != nullptr || name != nullptr;
+  if (!isRenamed || !isAttribute(node) || node->parent == nullptr) return false;
+  const char *newPrefix = prefix != nullptr ? noneIfEmpty(prefix) : node->prefix;
+  const char *newName = name != nullptr ? noneIfEmpty(name) : node->name;
+  const XmlNode *same = xmlGetAttr(node->parent, newPrefix, newName);
+  return same != nullptr && same != node;
 }
 
 XmlNode *makeAttribute(XmlNode *topmost, const char *prefix, const char *name, const char *value) {
@@ -126,7 +125,9 @@ uint32_t NEB_XML_GetNextSiblingAttrEx(const XmlNode *element, const char **prefi
       cursor == nullptr) {
     return NEB_XML_ERR_INVALID_PARAM;
   }
-  if (*cursor != nullptr && !isAttribute(*cursor)) return NEB_XML_ERR_INVALID_PARAM;
+  const bool isOther =
+      *cursor != nullptr && (!isAttribute(*cursor) || (*cursor)->parent != element);
+  if (isOther) return NEB_XML_ERR_INVALID_PARAM;
   XmlNode *attribute = nextAttribute(element, *cursor);
   *cursor = attribute;
   if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
@@ -182,9 +183,7 @@ uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, const char *na
   XmlNode *attribute = xmlGetAttr(element, noneIfEmpty(prefix), name);
   if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
   const Storage storage = Storage::of(element);
-  unlinkAttribute(attribute, element);
-  attribute->parent = nullptr;
-  attribute->next = nullptr;
+  unlinkAttribute(attribute);
   if (storage.isHook()) {
     releaseSingle(attribute, storage);
   } else if (isOfHook(attribute)) {

@@ -10,6 +10,10 @@ XmlNode *xmlGetAttr(const XmlNode *element, const char *prefix, const char *name
 // A node whose attributes can be asked for: not null and not an attribute itself.
 inline bool canHaveAttributes(const XmlNode *node) { return node != nullptr && !isAttribute(node); }
 
+// Whether a node is an attribute that would be like another one of its element after these strings
+// were set: null leaves, empty clears.
+bool wouldRepeatAttribute(const XmlNode *node, const char *prefix, const char *name);
+
 // Makes a detached attribute in the storage of the tree whose topmost node this is; null when
 // memory runs out.
 XmlNode *makeAttribute(XmlNode *topmost, const char *prefix, const char *name, const char *value);

@@ -109,7 +109,7 @@ class SessionCopier {
     const char *first = source->prefix != nullptr ? source->prefix : source->name;
     const size_t nameSize = source->nameLength + size_t{1};
     const size_t valueSize = source->valueSize;
-    const bool liesTogether = first == strings && source->nameLength != 0 && valueSize > 1 &&
+    const bool liesTogether = first == strings && hasNotedNameLength(source) && valueSize > 1 &&
                               source->value == source->name + nameSize;
     if (!liesTogether) return nullptr;
     const auto prefixSize = static_cast<size_t>(source->name - strings);

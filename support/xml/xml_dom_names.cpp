@@ -4,35 +4,46 @@
 
 #include "platform/bounded_memory.h"
 #include "platform/os_adapter.h"
+#include "xml_dom_name_holders.h"
 #include "xml_dom_release.h"
 
 namespace {
 
 constexpr size_t kLongestInternedName = kNameTableSlotSize - 1;
 
-// The slot that holds the name, or the first empty one with the name put into it; null if none.
-char *slotFor(XmlNode *document, const char *name) {
-  for (char *slot : document->nameTable) {
+// The slot that holds the name, or the first empty one with the name put into it; the number of slots
+// if there is none.
+size_t slotFor(XmlNode *document, const char *name) {
+  for (size_t i = 0; i < kNameTableSlots; ++i) {
+    char *slot = document->nameTable[i];
     if (slot[0] == '\0') {
-      if (platform::KAVO_StrLen(name) > kLongestInternedName) return nullptr;
+      if (platform::KAVO_StrLen(name) > kLongestInternedName) return kNameTableSlots;
       platform::strncpy_s(slot, kNameTableSlotSize, name, kLongestInternedName);
-      return slot;
+      return i;
     }
-    if (std::strcmp(slot, name) == 0) return slot;
+    if (std::strcmp(slot, name) == 0) return i;
   }
-  return nullptr;
+  return kNameTableSlots;
+}
+
+// A record of another session than the document's may stay when the document goes.
+bool mayPointInto(const XmlNode *document, const XmlNode *node) {
+  return isOfHook(node) || node->sessionId == document->sessionId;
 }
 
 }  // namespace
 
 void internName(XmlNode *node, XmlNode *topmost) {
-  if (topmost->isDocument != 1 || node->nameOwned == 0) return;
+  if (topmost->isDocument != 1 || node->nameOwned == 0 || !mayPointInto(topmost, node)) return;
   // A name that was cleared keeps its flag; an empty slot must not become its name.
   if (isMissing(node->name)) return;
-  char *slot = slotFor(topmost, node->name);
-  if (slot == nullptr) return;
-  const Storage storage = Storage::ofTopmost(topmost);
-  dropString(node, StringField::name, storage);
-  node->name = slot;
+  const size_t slot = slotFor(topmost, node->name);
+  if (slot == kNameTableSlots) return;
+  dropString(node, StringField::name, Storage::ofTopmost(topmost));
   node->nameOwned = 0;
+  if (isOfHook(topmost)) {
+    holdSlot(node, topmost, slot);
+  } else {
+    node->name = topmost->nameTable[slot];
+  }
 }

@@ -4,8 +4,9 @@
 #include <cstring>
 
 #include "platform/bounded_memory.h"
+#include "xml_dom_attributes.h"
+#include "xml_dom_name_holders.h"
 #include "xml_dom_release.h"
-#include "xml_memory_table.h"
 
 namespace {
 
@@ -102,18 +103,26 @@ uint32_t createInStorage(const Storage &storage, uint32_t type, const char *pref
 }  // namespace
 
 XmlNode *makeNode(const Storage &storage, uint32_t type) {
-  const size_t size = recordSize(type);
+  const bool isHeld = storage.isHook() && type == NEB_XML_NODE_DOCUMENT;
+  const size_t size = isHeld ? sizeof(HeldDocument) : recordSize(type);
   auto *node = static_cast<XmlNode *>(storage.obtain(size));
   if (node == nullptr) return nullptr;
   platform::memset_s(node, size, 0, size);
   node->type = static_cast<int8_t>(type);
   node->isDocument = type == NEB_XML_NODE_DOCUMENT ? 1 : 0;
   node->sessionId = storage.handle();
+  if (isHeld) beginHolding(node);
   return node;
 }
 
-uint32_t setStrings(const Storage &storage, XmlNode *node, const char *prefix, const char *name,
+Storage storageForStrings(const XmlNode *node, const Storage &storage) {
+  const bool isElsewhere = !storage.isHook() && !isOfHook(node);
+  return isElsewhere && node->sessionId != storage.handle() ? Storage(node->sessionId) : storage;
+}
+
+uint32_t setStrings(const Storage &treeStorage, XmlNode *node, const char *prefix, const char *name,
                     const char *value) {
+  const Storage storage = storageForStrings(node, treeStorage);
   StringCopies copies;
   if (!makeCopies(storage, node, prefix, name, value, &copies)) return NEB_XML_ERR_NO_MEMORY;
   storeCopies(storage, node, copies);
@@ -149,7 +158,8 @@ uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const char *prefi
 
 uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name, const char *value) {
   if (node == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  const Storage storage = Storage::of(node);
+  if (wouldRepeatAttribute(node, prefix, name)) return NEB_XML_ERR_ALREADY_EXISTS;
+  const Storage storage = storageForStrings(node, Storage::of(node));
   const bool clearsPrefix = isEmpty(prefix);
   const bool clearsName = isEmpty(name);
   const bool clearsValue = isEmpty(value);
@@ -174,16 +184,14 @@ uint32_t NEB_XML_RemoveNode(XmlNode *node) {
 void XML_FreeSingleNode(XmlNode *node) {
   if (node == nullptr) return;
   const Storage storage = Storage::of(node);
-  if (storage.isHook() && isOfHook(node)) {
-    XmlMemSession *session = findSession(node->livedIn);
-    if (session != nullptr) forgetParent(*session, node);
-  }
+  if (!storage.isHook()) return;
+  isolateNode(node);
   releaseSingle(node, storage);
 }
 
 void XML_FreeSingleAttrNode(XmlNode *attribute) {
   if (attribute == nullptr || !isOfHook(attribute)) return;
-  XML_FreeSingleNode(attribute);
+  if (isAttribute(attribute) && attribute->parent == nullptr) XML_FreeSingleNode(attribute);
 }
 
 void XML_FreeNode(XmlNode *node) {

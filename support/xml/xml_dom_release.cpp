@@ -1,5 +1,7 @@
 #include "xml_dom_release.h"
 
+#include "xml_dom_name_holders.h"
+
 namespace {
 
 uint8_t elsewhereMark(StringField field) {
@@ -65,6 +67,35 @@ void releaseAndSever(XmlNode *node, const Storage &storage) {
   if (staysInSession) severLinks(node);
 }
 
+void releaseRecord(XmlNode *node) {
+  if (node->isDocument == 1) {
+    stopHolding(node);
+  } else {
+    g_fnXMLFree(node);
+  }
+}
+
+void leaveAttributes(XmlNode *element) {
+  cutAttributes(element, [](const XmlNode *attribute) { return !isOfHook(attribute); });
+  for (XmlNode *attribute = element->firstAttr; attribute != nullptr; attribute = attribute->next) {
+    attribute->parent = nullptr;
+  }
+  element->firstAttr = nullptr;
+}
+
+void leaveChildren(XmlNode *parent) {
+  XmlNode *next = nullptr;
+  for (XmlNode *child = parent->firstChild; child != nullptr; child = next) {
+    next = child->next;
+    if (!isOfHook(child)) unlinkNode(child);
+  }
+  for (XmlNode *child = parent->firstChild; child != nullptr; child = child->next) {
+    child->parent = nullptr;
+  }
+  parent->firstChild = nullptr;
+  parent->lastChild = nullptr;
+}
+
 void releaseAttributes(XmlNode *element, const Storage &storage) {
   XmlNode *attribute = element->firstAttr;
   while (attribute != nullptr) {
@@ -103,6 +134,7 @@ void putString(XmlNode *node, StringField field, char *copy, bool copyIsOfHook) 
 void dropString(XmlNode *node, StringField field, const Storage &storage) {
   char *text = stringOf(node, field);
   const bool goesBack = text != nullptr && ownsString(node, field) && isStringOfHook(node, field);
+  if (field == StringField::name && holdsSlot(node)) stopHolding(heldDocument(node));
   pointField(node, field, nullptr);
   node->marks &= static_cast<uint8_t>(~elsewhereMark(field));
   if (goesBack) storage.giveUpHookText(text);
@@ -113,7 +145,7 @@ void releaseSingle(XmlNode *node, const Storage &storage) {
   dropString(node, StringField::name, storage);
   dropString(node, StringField::value, storage);
   dropString(node, StringField::prefix, storage);
-  if (isOfHook(node)) g_fnXMLFree(node);
+  if (isOfHook(node)) releaseRecord(node);
 }
 
 void releaseChain(XmlNode *node, const Storage &storage) {
@@ -154,4 +186,27 @@ void unlinkNode(XmlNode *node) {
   node->prev = nullptr;
   node->parent = nullptr;
   node->next = nullptr;
+}
+
+void unlinkAttribute(XmlNode *attribute) {
+  XmlNode *element = attribute->parent;
+  if (element->firstAttr == attribute) {
+    element->firstAttr = attribute->next;
+  } else {
+    XmlNode *before = element->firstAttr;
+    while (before->next != attribute) before = before->next;
+    before->next = attribute->next;
+  }
+  attribute->parent = nullptr;
+  attribute->next = nullptr;
+}
+
+void isolateNode(XmlNode *node) {
+  if (isAttribute(node)) {
+    if (node->parent != nullptr) unlinkAttribute(node);
+    return;
+  }
+  unlinkNode(node);
+  leaveAttributes(node);
+  leaveChildren(node);
 }

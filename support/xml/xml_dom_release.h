@@ -25,3 +25,31 @@ void releaseChain(XmlNode *node, const Storage &storage);
 
 // Takes a node that is no attribute from its parent and siblings.
 void unlinkNode(XmlNode *node);
+
+// Takes an attribute from its element.
+void unlinkAttribute(XmlNode *attribute);
+
+// Takes those attributes from an element that leave it.
+template <typename Leaves>
+void cutAttributes(XmlNode *element, Leaves leaves) {
+  XmlNode *kept = nullptr;
+  XmlNode *next = nullptr;
+  for (XmlNode *attribute = element->firstAttr; attribute != nullptr; attribute = next) {
+    next = attribute->next;
+    if (!leaves(attribute)) {
+      kept = attribute;
+      continue;
+    }
+    if (kept == nullptr) {
+      element->firstAttr = next;
+    } else {
+      kept->next = next;
+    }
+    attribute->parent = nullptr;
+    attribute->next = nullptr;
+  }
+}
+
+// Takes a node out from between all that it is linked to. Below it, what came through the hooks stays
+// a chain of its own; records of a session, which may end before the chain does, stand alone.
+void isolateNode(XmlNode *node);

@@ -5,6 +5,7 @@
 #include "neb_xml.h"
 #include "platform/bounded_memory.h"
 #include "xml_dom_attributes.h"
+#include "xml_dom_nodes.h"
 #include "xml_dom_release.h"
 #include "xml_memory.h"
 
@@ -79,7 +80,7 @@ uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
   }
   ValueText text = {};
   formatValue(type, variable, text);
-  const Storage storage = Storage::of(node);
+  const Storage storage = storageForStrings(node, Storage::of(node));
   dropString(node, StringField::value, storage);
   const bool needsTie = storage.isHook() && !isOfHook(node);
   char *copy = needsTie && !tieRecord(node) ? nullptr : storage.copyText(text, std::strlen(text));

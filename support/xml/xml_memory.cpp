@@ -30,11 +30,11 @@ XmlMemBlock *newBlock(int32_t capacity, size_t indexSize) {
   return block;
 }
 
-// The last block's capacity, doubled until size fits; 0 when doubling cannot reach it.
+// The last block's capacity, doubled until size fits; where doubling cannot reach it, the size.
 int32_t capacityFor(int32_t size, int32_t lastCapacity) {
   int32_t capacity = lastCapacity;
   while (capacity < size) {
-    if (capacity > INT32_MAX / 2) return 0;
+    if (capacity > INT32_MAX / 2) return size;
     capacity *= 2;
   }
   return capacity;
@@ -73,7 +73,6 @@ void *carveBeyondLastBlock(XmlMemSession &session, int32_t size) {
   if (void *piece = carveFromEarlierBlock(session, size)) return piece;
   if (size <= session.lastBlock->remaining) return carveFromBlock(*session.lastBlock, size);
   const int32_t capacity = capacityFor(size, session.lastBlock->capacity);
-  if (capacity == 0) return nullptr;
   XmlMemBlock *block = newBlock(capacity, indexSizeAfter(session.blockCount));
   if (block == nullptr) return nullptr;
   appendBlock(session, block);

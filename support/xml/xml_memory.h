@@ -123,8 +123,5 @@ void settleTreeIn(XmlNode *top, uint32_t handle);
 // Keeps a removed attribute of the hook until the session ends.
 void keepAttribute(XmlMemSession &session, XmlNode *attribute);
 
-// Makes the session's records forget a node of the hook above them that is about to go alone.
-void forgetParent(XmlMemSession &session, const XmlNode *parent);
-
 void settleTies(XmlMemSession &session);
 void releaseKept(XmlMemSession &session);

@@ -1,36 +1,26 @@
 #include "xml_memory_table.h"
 
-#include <thread>
-
 namespace {
 
 constexpr uint32_t kFirstLevelPlaces = 64;
 constexpr unsigned kLevels = 20;       // each twice as large as the one before
 constexpr unsigned kHandlesTried = 8;  // before a level counts as full
+constexpr uint32_t kClosed = uint32_t{1} << 31;
 
+// One word counts the sessions open in a level and the lookups that are under way in it. A level
+// that nobody uses can be closed, and then is entered by nobody until it is open again. So its
+// places are freed without waiting for anyone: a thread that is held up in here, or that a fork has
+// left behind, holds nobody up.
 struct Level {
   std::atomic<XmlMemSession *> places;
-  std::atomic<uint32_t> readers;  // hold a level in place while they look at it
-  uint32_t open;                  // guarded by g_levelsBusy
+  std::atomic<uint32_t> users;
 };
 
 alignas(kCacheLine) constinit XmlMemSession g_firstLevel[kFirstLevelPlaces] = {};
 constinit Level g_levels[kLevels] = {};  // the first entry stays unused
 constinit std::atomic<unsigned> g_levelsEnd{1};
+constinit std::atomic<uint32_t> g_openInLevels{0};
 constinit std::atomic<uint32_t> g_lastHandle{0};
-constinit std::atomic_flag g_levelsBusy;
-constinit uint32_t g_openInLevels = 0;  // guarded by g_levelsBusy
-
-// Held for a few steps only, by programs with many sessions open at once.
-class LevelsLock {
- public:
-  LevelsLock() {
-    while (g_levelsBusy.test_and_set(std::memory_order_acquire)) std::this_thread::yield();
-  }
-  ~LevelsLock() { g_levelsBusy.clear(std::memory_order_release); }
-  LevelsLock(const LevelsLock &) = delete;
-  LevelsLock &operator=(const LevelsLock &) = delete;
-};
 
 uint32_t nextHandle() {
   uint32_t handle = 0;
@@ -45,17 +35,69 @@ XmlMemSession &placeIn(XmlMemSession *places, unsigned level, uint32_t handle) {
   return places[handle & (placesOf(level) - 1)];
 }
 
-XmlMemSession *findInLevel(unsigned level, uint32_t handle) {
-  Level &shelf = g_levels[level];
-  shelf.readers.fetch_add(1);
-  XmlMemSession *places = shelf.places.load();
-  XmlMemSession *found = nullptr;
-  if (places != nullptr) {
-    XmlMemSession &place = placeIn(places, level, handle);
-    if (place.handle.load(std::memory_order_acquire) == handle) found = &place;
+// Whoever uses the level now will find it unused, and come here in turn.
+void freeUnlessUsed(Level &level) {
+  uint32_t unused = 0;
+  if (!level.users.compare_exchange_strong(unused, kClosed)) return;
+  XmlMemSession *places = level.places.exchange(nullptr);
+  level.users.fetch_sub(kClosed);
+  XML_Free(nullptr, places);
+}
+
+// Frees unused levels, but for one while other levels are in use, lest a program that opens and ends
+// sessions at the edge of a level should have it made and freed each time.
+void freeUnusedLevels() {
+  bool keepsOne = g_openInLevels.load() > 0;
+  const unsigned end = g_levelsEnd.load();
+  for (unsigned level = 1; level < end; ++level) {
+    Level &unused = g_levels[level];
+    if (unused.places.load() == nullptr || unused.users.load() != 0) continue;
+    if (!keepsOne) freeUnlessUsed(unused);
+    keepsOne = false;
   }
-  shelf.readers.fetch_sub(1);
-  return found;
+}
+
+void leave(Level &level) {
+  if (level.users.fetch_sub(1) == 1) freeUnusedLevels();
+}
+
+// Keeps a level in place while its places are looked at.
+class Visit {
+ public:
+  explicit Visit(Level &level) : level_(level) {
+    isClosed_ = (level_.users.fetch_add(1) & kClosed) != 0;
+  }
+  ~Visit() {
+    if (!stays_) leave(level_);
+  }
+  Visit(const Visit &) = delete;
+  Visit &operator=(const Visit &) = delete;
+
+  // Null where the level has none.
+  XmlMemSession *places() const { return isClosed_ ? nullptr : level_.places.load(); }
+
+  // False if the level has got other places meanwhile, or is closed.
+  bool providePlaces(XmlMemSession *places) {
+    XmlMemSession *none = nullptr;
+    return !isClosed_ && level_.places.compare_exchange_strong(none, places);
+  }
+
+  // For a session that is open from now on.
+  void stay() { stays_ = true; }
+
+ private:
+  Level &level_;
+  bool isClosed_;
+  bool stays_ = false;
+};
+
+XmlMemSession *findInLevel(unsigned level, uint32_t handle) {
+  if (g_levels[level].places.load() == nullptr) return nullptr;
+  const Visit visit(g_levels[level]);
+  XmlMemSession *places = visit.places();
+  if (places == nullptr) return nullptr;
+  XmlMemSession &place = placeIn(places, level, handle);
+  return place.handle.load(std::memory_order_acquire) == handle ? &place : nullptr;
 }
 
 bool claim(XmlMemSession &place, uint32_t handle) {
@@ -63,69 +105,76 @@ bool claim(XmlMemSession &place, uint32_t handle) {
   return place.handle.compare_exchange_strong(free, handle, std::memory_order_acq_rel);
 }
 
+uint32_t unusedHandle() {
+  uint32_t handle = nextHandle();
+  while (findSession(handle) != nullptr) handle = nextHandle();
+  return handle;
+}
+
 XmlMemSession *openInFirstLevel() {
   for (unsigned tried = 0; tried < kHandlesTried; ++tried) {
-    const uint32_t handle = nextHandle();
-    if (findSession(handle) != nullptr) continue;
+    const uint32_t handle = unusedHandle();
     XmlMemSession &place = placeIn(g_firstLevel, 0, handle);
     if (claim(place, handle)) return &place;
   }
   return nullptr;
 }
 
-XmlMemSession *openInLevel(unsigned level, uint32_t handle) {
-  XmlMemSession *places = g_levels[level].places.load();
+XmlMemSession *openIn(Visit &visit, unsigned level, uint32_t handle) {
+  XmlMemSession *places = visit.places();
   if (places == nullptr) return nullptr;
   XmlMemSession &place = placeIn(places, level, handle);
   if (!claim(place, handle)) return nullptr;
   place.tableLevel = static_cast<uint8_t>(level);
-  ++g_levels[level].open;
-  ++g_openInLevels;
+  g_openInLevels.fetch_add(1);
+  visit.stay();
   return &place;
 }
 
 XmlMemSession *openInExistingLevels() {
   for (unsigned tried = 0; tried < kHandlesTried; ++tried) {
-    const uint32_t handle = nextHandle();
-    if (findSession(handle) != nullptr) continue;
+    const uint32_t handle = unusedHandle();
     for (unsigned level = g_levelsEnd.load() - 1; level > 0; --level) {
-      if (XmlMemSession *place = openInLevel(level, handle)) return place;
+      if (g_levels[level].places.load() == nullptr) continue;
+      Visit visit(g_levels[level]);
+      if (XmlMemSession *place = openIn(visit, level, handle)) return place;
     }
   }
   return nullptr;
 }
 
-XmlMemSession *openInNewLevel() {
+void extendLookups(unsigned level) {
+  unsigned end = g_levelsEnd.load();
+  while (end <= level && !g_levelsEnd.compare_exchange_weak(end, level + 1)) {
+  }
+}
+
+bool canGetPlaces(const Level &level) {
+  return level.places.load() == nullptr && (level.users.load() & kClosed) == 0;
+}
+
+// The smallest level that has no places; kLevels if there is none.
+unsigned missingLevel() {
   unsigned level = 1;
-  while (level < kLevels && g_levels[level].places.load() != nullptr) ++level;
-  if (level == kLevels) return nullptr;
-  void *places = XML_Calloc(placesOf(level), sizeof(XmlMemSession));
-  if (places == nullptr) return nullptr;
-  g_levels[level].places.store(static_cast<XmlMemSession *>(places));
-  if (g_levelsEnd.load() <= level) g_levelsEnd.store(level + 1);
-  uint32_t handle = nextHandle();
-  while (findSession(handle) != nullptr) handle = nextHandle();
-  return openInLevel(level, handle);
+  while (level < kLevels && !canGetPlaces(g_levels[level])) ++level;
+  return level;
 }
 
-// A reader that saw the level before it was taken out of the table may still be looking at it.
-void giveBackLevel(Level &shelf) {
-  XmlMemSession *places = shelf.places.exchange(nullptr);
-  while (shelf.readers.load() != 0) {
+// Makes a level and opens a session in it. Null when other threads were faster, and with *isFull set
+// when there is no memory for another level.
+XmlMemSession *openInNewLevel(bool *isFull) {
+  const unsigned level = missingLevel();
+  void *memory = level < kLevels ? XML_Calloc(placesOf(level), sizeof(XmlMemSession)) : nullptr;
+  *isFull = memory == nullptr;
+  if (*isFull) return nullptr;
+  auto *places = static_cast<XmlMemSession *>(memory);
+  Visit visit(g_levels[level]);
+  if (!visit.providePlaces(places)) {
+    XML_Free(nullptr, places);
+    return nullptr;
   }
-  XML_Free(nullptr, places);
-}
-
-// Gives empty levels back, but for one while other levels are in use, lest a program that opens and
-// ends sessions at the edge of a level should have it made and given back each time.
-void giveBackEmptyLevels() {
-  bool keepsOne = g_openInLevels > 0;
-  for (unsigned level = 1; level < kLevels; ++level) {
-    Level &shelf = g_levels[level];
-    if (shelf.places.load() == nullptr || shelf.open > 0) continue;
-    if (!keepsOne) giveBackLevel(shelf);
-    keepsOne = false;
-  }
+  extendLookups(level);
+  return openIn(visit, level, unusedHandle());
 }
 
 }  // namespace
@@ -142,10 +191,13 @@ XmlMemSession *findSession(uint32_t handle) {
 }
 
 XmlMemSession *openPlace() {
-  if (XmlMemSession *place = openInFirstLevel()) return place;
-  const LevelsLock lock;
-  if (XmlMemSession *place = openInExistingLevels()) return place;
-  return openInNewLevel();
+  XmlMemSession *place = openInFirstLevel();
+  bool isFull = false;
+  while (place == nullptr && !isFull) {
+    place = openInExistingLevels();
+    if (place == nullptr) place = openInNewLevel(&isFull);
+  }
+  return place;
 }
 
 void closePlace(XmlMemSession &session) {
@@ -160,12 +212,8 @@ void closePlace(XmlMemSession &session) {
   session.ties = nullptr;
   session.keptTexts = nullptr;
   session.keptAttributes = nullptr;
-  if (level == 0) {
-    session.handle.store(0, std::memory_order_release);
-    return;
-  }
-  const LevelsLock lock;
   session.handle.store(0, std::memory_order_release);
-  --g_openInLevels;
-  if (--g_levels[level].open == 0) giveBackEmptyLevels();
+  if (level == 0) return;
+  g_openInLevels.fetch_sub(1);
+  leave(g_levels[level]);
 }

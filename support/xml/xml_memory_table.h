@@ -6,8 +6,8 @@
 // Each open session has a handle that no other has had since 2^32 sessions ago. A handle points at
 // one place in each level of the table, by its low bits. The first level is static, so that an
 // ordinary program's sessions cost no allocation; larger levels come through the hooks when the
-// smaller ones fill up, never move, and go back when they are empty. Looking a handle up takes no
-// lock, nor does opening and ending a session of the first level.
+// smaller ones fill up, never move, and go back when they are empty. Nothing here takes a lock or
+// waits for another thread.
 
 // Null when the handle's session has ended or never was.
 XmlMemSession *findSession(uint32_t handle);

@@ -18,31 +18,12 @@ struct KeptText {
 
 namespace {
 
-void cutSessionAttributes(XmlNode *element, uint32_t session) {
-  XmlNode *kept = nullptr;
-  XmlNode *next = nullptr;
-  for (XmlNode *attribute = element->firstAttr; attribute != nullptr; attribute = next) {
-    next = attribute->next;
-    if (attribute->sessionId == session) {
-      if (kept == nullptr) {
-        element->firstAttr = next;
-      } else {
-        kept->next = next;
-      }
-      attribute->parent = nullptr;
-      attribute->next = nullptr;
-    } else {
-      kept = attribute;
-    }
-  }
-}
-
 // What outlives the session must not lead into it.
 void cutFromOtherStorage(XmlNode *record, uint32_t session) {
   XmlNode *parent = record->parent;
   if (parent == nullptr || parent->sessionId == session) return;
   if (isAttribute(record)) {
-    cutSessionAttributes(parent, session);
+    cutAttributes(parent, [=](const XmlNode *other) { return other->sessionId == session; });
   } else {
     unlinkNode(record);
   }
@@ -127,16 +108,6 @@ void settleTreeIn(XmlNode *top, uint32_t handle) {
     while (node != top && node->next == nullptr) node = node->parent;
     if (node == top) return;
     node = node->next;
-  }
-}
-
-void forgetParent(XmlMemSession &session, const XmlNode *parent) {
-  for (Tie *tie = session.ties; tie != nullptr; tie = tie->next) {
-    XmlNode *record = tie->record;
-    if (record->parent != parent) continue;
-    record->parent = nullptr;
-    record->next = nullptr;
-    if (!isAttribute(record)) record->prev = nullptr;
   }
 }
 

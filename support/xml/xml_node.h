@@ -16,7 +16,8 @@ struct XmlNode {
   uint32_t sessionId;   // the session it was carved from; 0: the allocation hook
   uint8_t marks;        // NodeMark bits
   uint8_t valueSize;    // with its terminator; 0: not known
-  uint16_t nameLength;  // while the parser has the element open, with its prefix; 0: not known
+  uint16_t nameLength;  // while the parser has the element open, with its prefix; 0: not known;
+                        // from kFirstHeldSlot on: a slot, see xml_dom_name_holders.h
   char *name;
   char *value;
   char *prefix;
@@ -99,8 +100,14 @@ inline XmlNode *topmostNode(XmlNode *node) {
 }
 
 // Lengths are noted where they are at hand. What the record has no room for stays unknown.
+constexpr uint16_t kFirstHeldSlot = 0xFFF0;
+
 constexpr uint16_t notedNameLength(size_t length) {
-  return static_cast<uint16_t>(length <= UINT16_MAX ? length : 0);
+  return static_cast<uint16_t>(length < kFirstHeldSlot ? length : 0);
+}
+
+inline bool hasNotedNameLength(const XmlNode *node) {
+  return node->nameLength != 0 && node->nameLength < kFirstHeldSlot;
 }
 
 inline void noteValueLength(XmlNode *node, size_t length) {

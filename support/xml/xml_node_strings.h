@@ -13,7 +13,7 @@ inline size_t prefixLengthOf(const XmlNode *node) {
 
 // Of a node that has a name.
 inline size_t nameLengthOf(const XmlNode *node) {
-  return node->nameLength != 0 ? size_t{node->nameLength} : std::strlen(node->name);
+  return hasNotedNameLength(node) ? size_t{node->nameLength} : std::strlen(node->name);
 }
 
 // Of a node that has a value.

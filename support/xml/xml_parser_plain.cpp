@@ -298,7 +298,7 @@ class PlainParser {
       attribute = makeAttribute(name, value, length, isPlain);
       if (attribute == nullptr) return Step::failed;
       if (maySeen && !isNew(attribute, count)) {
-        XML_FreeSingleAttrNode(attribute);
+        discard(attribute);
         return Step::failed;
       }
     }
@@ -363,8 +363,14 @@ class PlainParser {
     if (copyAttributeName(name, attribute) && copyValue(value, length, isPlain, attribute)) {
       return attribute;
     }
-    XML_FreeSingleAttrNode(attribute);
+    discard(attribute);
     return nullptr;
+  }
+
+  // Its element does not know it yet.
+  static void discard(XmlNode *attribute) {
+    attribute->parent = nullptr;
+    XML_FreeSingleAttrNode(attribute);
   }
 
   bool copyAttributeName(const Name &name, XmlNode *attribute) {

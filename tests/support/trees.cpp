@@ -33,9 +33,8 @@ void describeAttributes(const XmlNode *node, std::string *text) {
 
 // A length that is noted is the string's own.
 void checkLengths(const XmlNode *node) {
-  const size_t nameLength = node->nameLength;
   const size_t valueSize = node->valueSize;
-  EXPECT_TRUE(nameLength == 0 || nameLength == std::strlen(node->name));
+  EXPECT_TRUE(!hasNotedNameLength(node) || node->nameLength == std::strlen(node->name));
   if (node->value == nullptr || valueSize == 0) return;
   EXPECT_EQ(valueSize, std::strlen(node->value) + 1);
 }
