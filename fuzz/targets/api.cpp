@@ -267,7 +267,7 @@ class Machine {
     Model *topmost = topmostOf(model);
     Text &name = model->texts[kName];
     if (topmost->type != kDocument || isMissing(name.text) || name.isInterned) return;
-    if (storageFor(model, topmost->session) != topmost->session) return;
+    if (model->session != 0 && model->session != topmost->session) return;
     auto &names = topmost->names;
     if (std::find(names.begin(), names.end(), *name.text) == names.end()) {
       if (names.size() == kInternedNames || name.text->size() > kLongestInterned) return;
@@ -303,16 +303,20 @@ class Machine {
     for (Model *each : siblings) hang(each, chain);
   }
 
-  // Attributes of other sessions outlive the session that ends.
+  // What is of a session that has not ended stays, detached. Its strings are released with the tree,
+  // but for those of an attribute that only loses its element with another session.
   static void bury(Model *top, uint32_t ended = 0) {
     unlink(top);
     std::vector<Model *> left;
     forTree(top, [&](Model *each) {
-      const bool isOfOther = each->session != 0 && each->session != ended;
-      each->isAlive = ended != 0 && isOfOther;
+      each->isAlive = each->session != 0 && each->session != ended;
       if (each->isAlive) left.push_back(each);
     });
-    for (Model *each : left) unlink(each);
+    for (Model *each : left) {
+      if (ended == 0 || each->parent->session != ended) each->texts = {};
+      unlink(each);
+      each->children = each->attributes = {};
+    }
   }
 
   void endSession(uint32_t session) {
@@ -598,7 +602,8 @@ class Machine {
     Model *attribute = found(element, texts, result);
     if (attribute == nullptr) return;
     require(result == kOk);
-    bury(attribute);
+    unlink(attribute);
+    attribute->isAlive = false;
   }
 
   // An attribute made by hand, to any element of any storage.
