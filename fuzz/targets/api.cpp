@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/bytes.h"
@@ -20,17 +21,14 @@
 
 namespace {
 
-constexpr uint32_t kElement = NEB_XML_NODE_ELEMENT;
-constexpr uint32_t kAttribute = NEB_XML_NODE_ATTRIBUTE;
+constexpr uint32_t kElement = NEB_XML_NODE_ELEMENT, kAttribute = NEB_XML_NODE_ATTRIBUTE;
 constexpr uint32_t kDocument = NEB_XML_NODE_DOCUMENT;
 constexpr uint32_t kOther = 5;     // has no children and is not printed
 constexpr uint32_t kBeyond = 256;  // of which the low byte is left: an element
 
 constexpr size_t kLongestProgram = 1024;
-constexpr size_t kMostNodes = 250;
-constexpr size_t kMostModels = 1000;
-constexpr size_t kLongestInterned = 11;
-constexpr size_t kInternedNames = 10;
+constexpr size_t kMostNodes = 250, kMostModels = 1000;
+constexpr size_t kInternedNames = 10, kLongestInterned = 11;
 
 constexpr const char *kGiven[] = {nullptr,        "",   "a",  "b",  "id", "p",  "longest-one",
                                   "too-long-one", "n0", "n1", "n2", "n3", "n4", "n5",
@@ -228,8 +226,6 @@ class Machine {
     return model;
   }
 
-  void open(uint32_t session, bool hasDocument) { sessions_[session] |= hasDocument; }
-
   // Takes over what a parse or a copy has made, whose texts are known to be right.
   Model *adopt(XmlNode *node, Model *parent) {
     Model *model = add(node, node->sessionId, static_cast<uint32_t>(node->type));
@@ -248,19 +244,15 @@ class Machine {
     for (const Field field : kFields) {
       if (!isMissing(given.copies[field])) model->texts[field] = {given.copies[field], home};
     }
-    settleIn(model, storage);
+    settle(model, {storage});
   }
 
   // A node of the hooks, and those above it, hold something of a session.
   static void settle(Model *model, const std::set<uint32_t> &sessions) {
-    for (; model != nullptr && model->node != nullptr && model->session == 0;
-         model = model->parent) {
+    for (; model != nullptr && model->session == 0; model = model->parent) {
       model->livedIn.insert(sessions.begin(), sessions.end());
+      model->livedIn.erase(0);
     }
-  }
-
-  static void settleIn(Model *model, uint32_t session) {
-    if (session != 0) settle(model, {session});
   }
 
   void intern(Model *model) {
@@ -275,7 +267,7 @@ class Machine {
     }
     name.home = topmost->session;
     name.isInterned = true;
-    settleIn(model, topmost->session);
+    settle(model, {topmost->session});
   }
 
   static void hang(Model *model, Model *parent) {
@@ -340,7 +332,7 @@ class Machine {
              : NEB_XML_CreateNode(type, texts.prefix, texts.name, texts.value, &node);
     if (!opensSession && !isOpen(session)) return require(result == kNoMemory);
     if (!succeeded(result)) return;
-    if (opensSession) open(session = node->sessionId, true);
+    if (opensSession) sessions_[session = node->sessionId] = true;
     Model *model = add(node, session, type);
     model->endsSession = opensSession;
     put(model, texts, session);
@@ -354,10 +346,9 @@ class Machine {
     require(result == kOk || (hooks::hasFailed() && node == nullptr));
     if (result != kOk) return;
     Model *chain = node->next == nullptr ? nullptr : add(nullptr, 0, kElement);
-    if (withSession) open(node->sessionId, true);
-    bool isFirst = true;
-    for (; node != nullptr; node = node->next, isFirst = false) {
-      adopt(node, chain)->endsSession = withSession && isFirst;
+    if (withSession) sessions_[node->sessionId] = true;
+    for (; node != nullptr; node = node->next) {
+      adopt(node, chain)->endsSession = withSession && node->prev == nullptr;
     }
   }
 
@@ -370,15 +361,14 @@ class Machine {
     if (node == nullptr) return;
     Model *model = add(node, session, type == kBeyond ? kElement : type);
     if (type != kDocument || session == 0) return;
-    model->endsSession = !sessions_[session];
-    open(session, true);
+    model->endsSession = !std::exchange(sessions_[session], true);
   }
 
   void beginSession(Model * /*unused*/) {
     constexpr int32_t kSizes[] = {1, 100, 300, 8192};
     const uint32_t session = XML_MemSessionBegin(bytes_.pickFrom(kSizes));
     require(session != 0 || hooks::hasFailed());
-    if (session != 0) open(session, false);
+    if (session != 0) sessions_[session] = false;
   }
 
   // A node of the hooks that leaves the tree of a session has lived there with all below it.
@@ -484,11 +474,10 @@ class Machine {
     const Given texts = {bytes_.pickFrom(own), bytes_.pickFrom(own), bytes_.pickFrom(own)};
     const uint32_t result = NEB_XML_SetNode(model->node, texts.prefix, texts.name, texts.value);
     if (isTaken(model, texts)) return require(result == kExists);
-    const bool isSet = succeeded(result);
     for (const Field field : kFields) {
       if (texts.copies[field] == "") model->texts[field] = {};
     }
-    if (isSet) put(model, texts, storageOf(model));
+    if (succeeded(result)) put(model, texts, storageOf(model));
   }
 
   // Whether another attribute of the element has the name that an attribute would get.
@@ -529,7 +518,7 @@ class Machine {
     Model *attribute = add(last, storageOf(element), kAttribute);
     put(attribute, texts, attribute->session);
     hang(attribute, element);
-    settleIn(element, attribute->session);
+    settle(element, {attribute->session});
     intern(attribute);
   }
 
@@ -624,8 +613,8 @@ class Machine {
     if (!succeeded(result)) return;
     hang(attribute, element);
     settle(element, attribute->livedIn);
-    settleIn(element, attribute->session);
-    settleIn(attribute, storageOf(element));
+    settle(element, {attribute->session});
+    settle(attribute, {storageOf(element)});
   }
 
   // Copies.
@@ -660,21 +649,19 @@ class Machine {
   // Calls that only read.
 
   void print(Model *model) {
-    using Print = uint32_t (*)(const XmlNode *, char **);
-    constexpr Print kPrints[] = {
+    constexpr uint32_t (*kPrints[])(const XmlNode *, char **) = {
         NEB_XML_TransformTail, NEB_XML_TransformHead, NEB_XML_Transform,
         [](const XmlNode *node, char **text) { return NEB_XML_TransformIndented(node, 2, text); }};
     const size_t how = bytes_.pick(std::size(kPrints));
+    char *text = nullptr;
+    const uint32_t result = kPrints[how](model->node, &text);
+    if (model->isAttribute()) return require(result == kInvalid);
     bool hasNameless = false;
     forTree(model, [&](const Model *each) {
-      if (each->isAttribute() && each == model) return;
       const bool isLeftOut = each->isAttribute() && (how == 0 || each->parent->type == kOther);
       hasNameless |= !each->texts[kName].text && !isLeftOut;
     });
     constexpr size_t kIndented = 3;  // refuses more: what would not be read again
-    char *text = nullptr;
-    const uint32_t result = kPrints[how](model->node, &text);
-    if (model->isAttribute()) return require(result == kInvalid);
     // Memory may run out before a node without a name is met.
     const bool isShort = result == kNoMemory && hooks::hasFailed();
     if (hasNameless && !isShort) return require(result == kInvalid);
@@ -794,9 +781,7 @@ class Machine {
       root->session == 0 || root->endsSession ? release(root) : end(root->session);
       check();
     }
-    for (const auto &[session, hasDocument] : sessions_) {
-      require(XML_MemSessionEnd(session) == (isOpen(session) ? 1 : 0));
-    }
+    for (const auto &[session, hasDocument] : sessions_) XML_MemSessionEnd(session);
   }
 
   Bytes bytes_;
