@@ -19,40 +19,36 @@ namespace failing_files {
 
 namespace {
 
-bool g_isFollowing;
-size_t g_counted;
-int g_notes = -1;
+struct State {
+  bool isFollowing = false;
+  Plan plan;
+  size_t counted = 0;
+  std::string calls, signalled;
+  std::FILE *notes = nullptr;
+};
 
-Plan &plan() {
-  static Plan plan;
-  return plan;
-}
-
-std::string &recorded() {
-  static std::string calls;
-  return calls;
+State &state() {
+  static State &state = *new State;  // calls may come after the last destructor
+  return state;
 }
 
 // True when the call is to fail, or a write to be short.
 bool isMarked(const std::string &name) {
-  if (!g_isFollowing) return false;
-  g_isFollowing = false;
-  if (plan().observe) plan().observe(name);
-  if (plan().only.empty() || plan().only == name) ++g_counted;
-  const size_t past = g_counted - plan().first;  // wraps before the first
-  const bool marked =
-      plan().first != 0 && past < plan().count && (plan().only.empty() || plan().only == name);
-  const std::string note = name + (marked ? "! " : " ");
-  recorded() += note;
-  if (g_notes >= 0) dprintf(g_notes, "%s", note.c_str());
-  g_isFollowing = true;
-  if (plan().signalled == name) kill(getpid(), SIGTERM);
+  State &now = state();
+  if (!now.isFollowing) return false;
+  now.isFollowing = false;  // not in what follows
+  if (now.plan.observe) now.plan.observe(name);
+  const bool marked = ++now.counted == now.plan.failing;
+  now.calls += name + (marked ? "! " : " ");
+  if (now.notes != nullptr) std::fprintf(now.notes, "%s%s", name.c_str(), marked ? "! " : " ");
+  now.isFollowing = true;
+  if (now.signalled == name) kill(getpid(), SIGTERM);
   return marked;
 }
 
 bool fails(const char *name) {
-  if (!isMarked(name) || plan().error == 0) return false;
-  errno = plan().error;
+  if (!isMarked(name) || state().plan.error == 0) return false;
+  errno = state().plan.error;
   return true;
 }
 
@@ -66,34 +62,27 @@ auto call(const char *name, Function *own, Arguments... arguments) {
   return fails(name) ? decltype(own(arguments...))(-1) : systems(name, own)(arguments...);
 }
 
-using Open = int(const char *, int, mode_t);
-
 [[gnu::constructor]] void readPlan() {
   const char *text = std::getenv(kPlanVariable);
-  const char *notes = std::getenv(kNotesVariable);
-  if (text == nullptr || notes == nullptr) return;
-  std::istringstream(text) >> plan().first >> plan().error >> plan().signalled;
-  g_notes =
-      systems("open", static_cast<Open *>(nullptr))(notes, O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  g_isFollowing = true;
+  if (text == nullptr) return;
+  std::istringstream(text) >> state().plan.failing >> state().plan.error >> state().signalled;
+  state().notes = std::fopen(std::getenv(kCallsVariable), "w");
+  std::setvbuf(state().notes, nullptr, _IONBF, 0);
+  state().isFollowing = true;
 }
 
 }  // namespace
 
-Following::Following(const Plan &followed) {
-  plan() = followed;
-  g_counted = 0;
-  recorded().clear();
-  g_isFollowing = true;
-}
-
-Following::~Following() { g_isFollowing = false; }
-
-std::string Following::calls() const { return recorded(); }
+Following::Following(const Plan &plan) { state() = {true, plan, 0, "", "", nullptr}; }
+Following::~Following() { state().isFollowing = false; }
+std::string Following::calls() { return state().calls; }
 
 }  // namespace failing_files
 
 using failing_files::call;
+using failing_files::fails;
+using failing_files::systems;
+using Status = struct stat;
 
 extern "C" {
 
@@ -102,38 +91,32 @@ int open(const char *path, int flags, ...) {
   va_start(list, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
   va_end(list);
-  return call("open", static_cast<failing_files::Open *>(nullptr), path, flags, mode);
+  return call("open", static_cast<int (*)(const char *, int, mode_t)>(nullptr), path, flags, mode);
 }
 
 ssize_t write(int file, const void *bytes, size_t count) {
   const bool isMarked = failing_files::isMarked("write");
-  errno = failing_files::plan().error;
+  errno = failing_files::state().plan.error;
   if (isMarked && errno != 0) return -1;
-  return failing_files::systems("write", &write)(file, bytes, isMarked ? (count + 1) / 2 : count);
+  return systems("write", &write)(file, bytes, isMarked ? (count + 1) / 2 : count);
 }
 
 // Closed it is, whatever is reported.
 int close(int file) {
-  const int result = failing_files::systems("close", &close)(file);
-  return failing_files::fails("close") ? -1 : result;
+  const int result = systems("close", &close)(file);
+  return fails("close") ? -1 : result;
 }
 
-char *realpath(const char *path, char *canonical) noexcept {
-  return failing_files::fails("realpath")
-             ? nullptr
-             : failing_files::systems("realpath", &realpath)(path, canonical);
+char *realpath(const char *path, char *to) noexcept {
+  return fails("realpath") ? nullptr : systems("realpath", &realpath)(path, to);
 }
 
 int fsync(int file) { return call("fsync", &fsync, file); }
 int fchmod(int file, mode_t mode) noexcept { return call("fchmod", &fchmod, file, mode); }
-int fchown(int file, uid_t owner, gid_t group) noexcept {
-  return call("fchown", &fchown, file, owner, group);
-}
-int fstat(int file, struct stat *to) noexcept { return call("fstat", &fstat, file, to); }
-int lstat(const char *path, struct stat *to) noexcept { return call("lstat", &lstat, path, to); }
-int stat(const char *path, struct stat *to) noexcept {
-  return call("stat", static_cast<int (*)(const char *, struct stat *)>(&stat), path, to);
-}
+int fchown(int file, uid_t u, gid_t g) noexcept { return call("fchown", &fchown, file, u, g); }
+int fstat(int file, Status *to) noexcept { return call("fstat", &fstat, file, to); }
+int lstat(const char *path, Status *to) noexcept { return call("lstat", &lstat, path, to); }
+int stat(const char *path, Status *to) noexcept { return call("stat", &lstat, path, to); }
 int rename(const char *from, const char *to) noexcept { return call("rename", &rename, from, to); }
 int unlink(const char *path) noexcept { return call("unlink", &unlink, path); }
 int getentropy(void *bytes, size_t count) { return call("getentropy", &getentropy, bytes, count); }
