@@ -618,7 +618,8 @@ NEB_XML_API uint32_t NEB_XML_TransformTail(const XmlNode *start, char **text);
  * Prints a subtree and writes it to a file, created or truncated, in one write.
  *
  * path  up to 1024 bytes; opened in its canonical form where the system gives one, else as it
- *       stands. No directory is created. The file hooks are not used.
+ *       stands. No directory is created. The file hooks are not used. A FIFO is opened for writing
+ *       only: without a reader it cannot be opened, and when the reader leaves, SIGPIPE is raised.
  *
  * Returns the results of NEB_XML_Transform, the file then being untouched;
  * NEB_XML_ERR_FILE_OPEN when the file cannot be opened or the path is longer;
@@ -960,15 +961,20 @@ NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t wi
 /**
  * Prints a subtree into a file so that the old file or the new one is there whole at any moment:
  * a temporary file beside it is written, flushed to the disk and renamed. A symbolic link is
- * followed and must lead to a file; an old file's permissions and, as far as the process may, its
- * owner are kept. Other hard links to the old file keep the old text.
+ * followed and must lead to a file. An old file's permissions and, as far as the process may, its
+ * owner are kept; on Linux its access control list and other extended attributes too, but not
+ * security.capability, .ima and .evm, which describe the old content. Without the right to keep its
+ * group, the new group and all others get only what every group and all others had. What cannot be
+ * kept otherwise is refused: nobody gains rights. Other hard links to the old file keep the old
+ * text.
  *
  * path   up to 1024 bytes; no directory is created. The file hooks are not used.
  * width  spaces for each level, as for NEB_XML_TransformIndented.
  *
  * Returns the results of NEB_XML_TransformIndented; NEB_XML_ERR_FILE_OPEN when the temporary file
  * cannot be made or the path is longer; NEB_XML_ERR_FILE_WRITE when it was not written, flushed or
- * renamed. After a failure the old file stands and nothing is left behind.
+ * renamed, or an attribute cannot be kept; NEB_XML_ERR_NO_MEMORY also for what reading attributes
+ * takes. After a failure the old file stands and nothing is left behind.
  */
 NEB_XML_API uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path, uint32_t width);
 

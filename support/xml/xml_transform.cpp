@@ -350,6 +350,8 @@ uint32_t resultOf(platform::WriteOutcome outcome) {
       return NEB_XML_ERR_FILE_OPEN;
     case platform::WriteOutcome::notWritten:
       return NEB_XML_ERR_FILE_WRITE;
+    case platform::WriteOutcome::noMemory:
+      return NEB_XML_ERR_NO_MEMORY;
     case platform::WriteOutcome::written:
       break;
   }
