@@ -893,10 +893,11 @@ typedef struct NEB_XML_PARSE_ERROR {
  * length  in bytes.
  * flags   NEB_XML_PARSE_SESSION or 0; unknown bits are refused.
  * outDoc  receives the document node on success; untouched on failure.
- * error   may be null; filled on failure only. A failed text is then parsed a second time.
+ * error   may be null; filled on failure only. A failed text is parsed a second time.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty text or an unknown
- * flag; NEB_XML_ERR_SYNTAX; NEB_XML_ERR_NO_MEMORY. Cost: linear in the text.
+ * flag; NEB_XML_ERR_SYNTAX only for a text that is not well-formed; NEB_XML_ERR_NO_MEMORY
+ * whenever memory runs out. Cost: linear in the text.
  */
 NEB_XML_API uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint32_t flags,
                                          XmlNode **outDoc, NEB_XML_PARSE_ERROR *error);
@@ -906,7 +907,7 @@ NEB_XML_API uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint3
  *
  * path  passed unchanged to the open hook.
  *
- * Returns the results of NEB_XML_ParseBuffer and those of NEB_XML_ParseFile.
+ * Returns the results of NEB_XML_ParseBuffer, and for the file those of NEB_XML_ParseFile.
  */
 NEB_XML_API uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, XmlNode **outDoc,
                                            NEB_XML_PARSE_ERROR *error);
