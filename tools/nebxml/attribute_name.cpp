@@ -6,6 +6,7 @@ namespace nebxml {
 namespace {
 
 constexpr unsigned char firstBeyondAscii = 0x80;
+constexpr char prefixMark = ':';
 
 bool isIn(char character, char first, char last) { return character >= first && character <= last; }
 
@@ -18,16 +19,10 @@ bool goesOnInName(char character) {
   return beginsName(character) || isIn(character, '0', '9') || character == '-' || character == '.';
 }
 
-/** Tells whether XML has a name like this, without a prefix. */
-bool isName(const std::string &text) {
-  return !text.empty() && beginsName(text.front()) &&
-         std::all_of(text.begin(), text.end(), goesOnInName);
-}
-
 }  // namespace
 
 AttributeName::AttributeName(const std::string &qualifiedName) {
-  const std::size_t mark = qualifiedName.find(':');
+  const std::size_t mark = qualifiedName.find(prefixMark);
   const bool hasPrefix = mark != std::string::npos && mark > 0;
   if (hasPrefix) {
     prefix_ = qualifiedName.substr(0, mark);
@@ -36,7 +31,10 @@ AttributeName::AttributeName(const std::string &qualifiedName) {
 }
 
 bool AttributeName::isWellFormed() const {
-  return isName(name_) && (!prefix_ || isName(*prefix_));
+  const bool isSplit = name_.find(prefixMark) == std::string::npos && !name_.empty();
+  return isSplit && beginsName(prefix_.value_or(name_).front()) &&
+         std::all_of(name_.begin(), name_.end(), goesOnInName) &&
+         (!prefix_ || std::all_of(prefix_->begin(), prefix_->end(), goesOnInName));
 }
 
 }  // namespace nebxml

@@ -27,7 +27,8 @@ bool readText(int descriptor, std::string &text) {
   std::array<char, readSize> piece{};
   for (;;) {
     const ssize_t count = ::read(descriptor, piece.data(), piece.size());
-    const std::string_view read(piece.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    const std::string_view read(piece.data(),
+                                static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     const std::size_t end = std::min(read.find('\0'), read.size());
     text += read.substr(0, end);
     if (end < read.size() || count == 0) {
@@ -114,7 +115,7 @@ XmlNode *parseRegularFile(const std::string &fileName, off_t size) {
 }
 
 XmlNode *parseFile(const std::string &fileName) {
-  struct stat status{};
+  struct stat status {};
   if (::stat(fileName.c_str(), &status) != 0) {
     throw cannotOpen(fileName, errno);
   }
@@ -130,8 +131,7 @@ XmlNode *parseFile(const std::string &fileName) {
 
 XmlNode *loadDocument(const std::string &fileName) try {
   const ProgressNote note(fileName);
-  return fileName == standardStream ? parseDescriptor(fileName, STDIN_FILENO)
-                                    : parseFile(fileName);
+  return fileName == standardStream ? parseDescriptor(fileName, STDIN_FILENO) : parseFile(fileName);
 } catch (const std::bad_alloc &) {
   throw noMemory(fileName);
 }

@@ -12,9 +12,8 @@
 #include <string_view>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-#include <fcntl.h>
 #include <unistd.h>
+#include <CLI/CLI.hpp>
 
 #include "commands.h"
 #include "file_output.h"
@@ -173,16 +172,6 @@ std::string printableComplaint(const CLI::App *app, const CLI::Error &error) {
          " for more information.\n";
 }
 
-/** A file that is opened must not take the place of a standard stream that the caller closed. */
-void occupyStandardStreams() {
-  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    if (::fcntl(descriptor, F_GETFD) < 0) {
-      // What it is opened for is not what the stream is used for, so that this goes on failing.
-      ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-    }
-  }
-}
-
 ExitStatus run(int argumentCount, const char *const *argumentTexts) {
   CLI::App app("Reads, checks and edits XML documents.", "nebxml");
   Arguments arguments;
@@ -219,7 +208,6 @@ int main(int argumentCount, char **argumentTexts) {
   // A write beyond the file size limit then fails like any other, and is reported.
   std::signal(SIGXFSZ, SIG_IGN);
   std::set_terminate(nebxml::endAtOnce);
-  nebxml::occupyStandardStreams();
   try {
     status = nebxml::run(argumentCount, argumentTexts);
     nebxml::closeStandardOutput();

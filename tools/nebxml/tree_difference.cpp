@@ -126,7 +126,8 @@ std::optional<DifferentNodes> firstDifference(const std::vector<XmlNode *> &firs
   if (firstRoots.size() == secondRoots.size()) {
     return std::nullopt;
   }
-  return DifferentNodes{nullptr, nullptr,
+  return DifferentNodes{nullptr,
+                        nullptr,
                         {"number of top-level elements", std::to_string(firstRoots.size()),
                          std::to_string(secondRoots.size())}};
 }

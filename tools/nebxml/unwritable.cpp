@@ -3,6 +3,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <set>
 
 #include "node_path.h"
 #include "node_reading.h"
@@ -52,6 +53,19 @@ bool isAccepted(const OwnedNode &element) {
   return result == NEB_XML_OK;
 }
 
+/** The name of an attribute that repeats the name of an earlier one, put together differently. */
+std::optional<std::string> repeatedName(const XmlNode *element) {
+  std::set<std::string> names;
+  XmlNode *attribute = nullptr;
+  while ((attribute = nextAttribute(element, attribute)) != nullptr) {
+    const std::string name = nodeStrings(attribute).qualifiedName();
+    if (!names.insert(name).second) {
+      return name;
+    }
+  }
+  return std::nullopt;
+}
+
 /** Lets the printer judge a node's strings by a node that has no others. */
 template <typename Make>
 std::optional<std::string> refusedPart(const XmlNode *node, Make make) {
@@ -73,6 +87,9 @@ std::optional<std::string> refusedAt(const XmlNode *element) {
       return *part + "attribute '" + nodeStrings(attribute).qualifiedName() + "'";
     }
   }
+  if (const auto name = repeatedName(element)) {
+    return "attribute '" + *name + "' is there twice";
+  }
   return std::nullopt;
 }
 
@@ -87,7 +104,7 @@ std::string firstUnwritable(const Document &document) {
       }
     }
   }
-  return "some names are there twice";
+  return "names or values";
 }
 
 }  // namespace nebxml
