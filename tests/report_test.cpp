@@ -280,9 +280,9 @@ TEST(ReportDetails, EveryAllocationFails) {
         hasFailed = failing.happened();
         EXPECT_EQ(result == NEB_XML_OK, document != nullptr);
         EXPECT_EQ(error.code, result);
-        EXPECT_STREQ(error.reason, result == NEB_XML_OK  ? nullptr
-                                   : result == kSyntax ? reasons::kEndTagOther
-                                                       : reasons::kNoMemory);
+        EXPECT_STREQ(error.reason, result == NEB_XML_OK ? nullptr
+                                   : result == kSyntax  ? reasons::kEndTagOther
+                                                        : reasons::kNoMemory);
         if (error.startNameLength != 0) {  // or it is not known
           EXPECT_EQ(text.substr(error.startNameOffset, error.startNameLength), startName);
         }

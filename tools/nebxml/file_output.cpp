@@ -16,6 +16,8 @@ constexpr mode_t newFileMode = 0666;
 constexpr const char *standardOutput = "standard output";
 constexpr std::string_view layoutControls = "\t\n";
 
+bool isOutputUsed = false;
+
 bool isOutputTerminal() {
   static const bool isTerminal = ::isatty(STDOUT_FILENO) == 1;
   return isTerminal;
@@ -54,6 +56,10 @@ bool closeAfter(bool written, int descriptor) {
 }  // namespace
 
 void writeStandardOutput(std::string_view text) {
+  if (text.empty()) {
+    return;
+  }
+  isOutputUsed = true;
   const bool isWritten = isOutputTerminal()
                              ? writeWhole(STDOUT_FILENO, printable(text, layoutControls))
                              : writeWhole(STDOUT_FILENO, text);
@@ -67,8 +73,7 @@ std::string outputName(std::string_view name) {
 }
 
 void closeStandardOutput() {
-  // Where it was not open from the begin, every write has failed.
-  if (::close(STDOUT_FILENO) != 0 && errno != EBADF) {
+  if (isOutputUsed && ::close(STDOUT_FILENO) != 0) {
     failWriting(standardOutput, errno);
   }
 }

@@ -18,7 +18,7 @@ void writeStandardOutput(std::string_view text);
 /** A name of a document, for a line of standard output. */
 std::string outputName(std::string_view name);
 
-/** Tells of a failure that shows only now. Nothing can be written afterwards. */
+/** Reports what writing has left to fail. Nothing can be written afterwards. */
 void closeStandardOutput();
 
 /** Creates or truncates a file. */
