@@ -113,7 +113,7 @@ TEST(Face, EditsInTheStorageOfTheTree) {
   EXPECT_TRUE(second.set(longText));
   EXPECT_TRUE(second.insert_before("first")->set("1"));
   EXPECT_TRUE(second.insert_after("third")->set_attribute("a", "v"));
-  EXPECT_TRUE(root.prepend("zeroth")->set_name("0th"));
+  EXPECT_TRUE(root.prepend("zeroth")->set_name("nought"));
   EXPECT_TRUE(root.set_attribute("v", "old") && root.set_attribute("v", "new"));
   EXPECT_TRUE(root.set_prefix("p") && second.set(std::string_view()));
   const Document other = parsed();
@@ -122,7 +122,7 @@ TEST(Face, EditsInTheStorageOfTheTree) {
   root.find("config.third").remove();
   const std::size_t before = guarded::outstanding();
   EXPECT_EQ(*document.to_string(1),
-            "<p:config v=\"new\">\n <0th/>\n <first>1</first>\n <second/>\n <s>\n  <t>two</t>\n"
+            "<p:config v=\"new\">\n <nought/>\n <first>1</first>\n <second/>\n <s>\n  <t>two</t>\n"
             " </s>\n</p:config>\n");
   EXPECT_EQ(guarded::outstanding(), before);
 }

@@ -644,6 +644,7 @@ class Machine {
         NEB_XML_TransformTail, NEB_XML_TransformHead, NEB_XML_Transform,
         [](const XmlNode *node, char **text) { return NEB_XML_TransformIndented(node, 2, text); },
         [](const XmlNode *node, char **) { return NEB_XML_TransformFile(node, "/dev/null"); }};
+    constexpr size_t kExact = 3;
     const size_t how = bytes_.pick(std::size(kPrints));
     bool hasNameless = false;
     forTree(model, [&](const Model *each) {
@@ -655,6 +656,7 @@ class Machine {
     // Memory may run out before a node without a name is met.
     const bool isShort = result == kNoMemory && hooks::hasFailed();
     if (hasNameless && !isShort) return require(result == kInvalid);
+    if (how == kExact && result == kInvalid) return;  // what no text can hold
     if (succeeded(result)) NEB_XML_FreeMem(text);
   }
 

@@ -11,7 +11,6 @@
 namespace {
 
 constexpr size_t kLongestText = 1 << 13;
-constexpr uint32_t kWidths[] = {1, 3, 16};
 constexpr trees::Sameness kAsPrinted = {true, false};
 
 // What print hands out.
@@ -26,10 +25,10 @@ std::string handedOut(Print print) {
 }
 
 // All top-level elements, one after the other.
-std::string printed(const XmlNode *first, uint32_t width) {
+std::string printed(const XmlNode *first) {
   std::string text;
   for (const XmlNode *node = first; node != nullptr; node = NEB_XML_GetNodeNextSibling(node)) {
-    text += handedOut([&](char **out) { return NEB_XML_TransformIndented(node, width, out); });
+    text += handedOut([&](char **out) { return NEB_XML_Transform(node, out); });
   }
   return text;
 }
@@ -42,10 +41,6 @@ void checkAgainstModel(const XmlNode *node) {
           trees::printed(node, Half::opening, 0));
   require(handedOut([&](char **out) { return NEB_XML_TransformTail(node, out); }) ==
           trees::printed(node, Half::closing, 0));
-  for (const uint32_t width : kWidths) {
-    require(handedOut([&](char **out) { return NEB_XML_TransformIndented(node, width, out); }) ==
-            trees::printed(node, Half::both, width));
-  }
 }
 
 // Names are printed as they stand: they may not hold what ends a name or begins other markup. One
@@ -99,22 +94,17 @@ XmlNode *read(const std::string &text) {
 }
 
 void checkReadBack(const XmlNode *first) {
-  const std::string text = printed(first, 0);
+  const std::string text = printed(first);
   XmlNode *second = read(text);
-  const std::string again = printed(second, 0);
+  const std::string again = printed(second);
   if (allNodes(first, keepsTexts)) {
     require(trees::isSameChain(first, second, kAsPrinted));
     require(again == text);
   }
   XmlNode *third = read(again);
   require(trees::isSameChain(second, third, kAsPrinted));
-  require(printed(third, 0) == again);
+  require(printed(third) == again);
   trees::release(third);
-  for (const uint32_t width : kWidths) {
-    XmlNode *indented = read(printed(first, width));
-    require(trees::isSameChain(second, indented, kAsPrinted));
-    trees::release(indented);
-  }
   trees::release(second);
 }
 
