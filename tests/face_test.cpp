@@ -2,13 +2,30 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
+#include <new>
 #include <type_traits>
 #include <vector>
 
 #include "neb_xml.hpp"
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
+
+namespace {
+
+bool newFails = false;
+
+}  // namespace
+
+void *operator new(std::size_t size) {
+  void *memory = newFails ? nullptr : std::malloc(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+void operator delete(void *memory) noexcept { std::free(memory); }
+void operator delete(void *memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -119,7 +136,8 @@ TEST(Face, EditsInTheStorageOfTheTree) {
   const Document other = parsed();
   EXPECT_TRUE(root.append_copy(other.root().find("c.s.2")));
   EXPECT_TRUE(root.last_child().remove_attribute("id"));
-  root.find("config.third").remove();
+  EXPECT_TRUE(root.find("config.third").remove());
+  EXPECT_EQ(root.remove().code(), NEB_XML_ERR_INVALID_PARAM) << "the document's to release";
   const std::size_t before = guarded::outstanding();
   EXPECT_EQ(*document.to_string(1),
             "<p:config v=\"new\">\n <nought/>\n <first>1</first>\n <second/>\n <s>\n  <t>two</t>\n"
@@ -139,8 +157,9 @@ TEST(Face, ErrorsAreValues) {
   Node empty;
   EXPECT_FALSE(empty || empty.parent() || empty.find("a") || empty.first_attribute());
   EXPECT_TRUE(empty.children().empty() && empty.descendants().empty());
-  for (const Status status : {empty.set("x"), empty.set(1), empty.set_attribute("a", "b"),
-                              empty.remove_attribute("a"), Document().save("none")}) {
+  for (const Status status :
+       {empty.set("x"), empty.set(1), empty.set_attribute("a", "b"), empty.remove_attribute("a"),
+        empty.remove(), Document().save("none")}) {
     EXPECT_EQ(status.code(), NEB_XML_ERR_INVALID_PARAM);
   }
   EXPECT_FALSE(empty.append("a") || empty.append_copy(empty) || empty.to_string());
@@ -151,6 +170,52 @@ TEST(Face, ErrorsAreValues) {
   EXPECT_EQ(Document::create("a").error().code, NEB_XML_ERR_NO_MEMORY);
   EXPECT_EQ(Document::parse("<a/>").error().code, NEB_XML_ERR_NO_MEMORY);
   EXPECT_EQ(document.root().append("b").error().code, NEB_XML_ERR_NO_MEMORY);
+}
+
+// Texts of up to 255 bytes are handed over in a buffer, longer ones in a string.
+TEST(Face, HandsTextsOfAnyLengthOverWholeOrLeaksNothing) {
+  for (const std::size_t length : {254U, 255U, 256U, 257U, 1000U}) {
+    const std::string text(length, 'x');
+    Document document = *Document::create(text);
+    Node root = document.root();
+    EXPECT_EQ(root.name(), text);
+    EXPECT_EQ(root.append(text)->name(), text);
+    EXPECT_TRUE(root.set_prefix(text) && root.set(text) && root.set_attribute("a", text));
+    EXPECT_EQ(root.prefix(), text);
+    EXPECT_EQ(root.value(), text);
+    EXPECT_EQ(root.attribute("a"), text);
+    EXPECT_TRUE(root.set(""));
+    const std::size_t before = guarded::outstanding();
+    newFails = true;
+    EXPECT_THROW(root.to_string(), std::bad_alloc);
+    if (length > 255) {
+      EXPECT_THROW(root.set(text), std::bad_alloc);
+      EXPECT_THROW(root.append(text), std::bad_alloc);
+      EXPECT_THROW(Document::create(text), std::bad_alloc);
+    }
+    newFails = false;
+    EXPECT_EQ(guarded::outstanding(), before);
+  }
+}
+
+TEST(Face, RefusesTextsThatHoldANul) {
+  Document document = parsed();
+  Node root = document.root();
+  const std::string path = trees::temporaryFile("old");
+  const std::string before = *root.to_string();
+  for (const std::string &tail : {std::string(1, '\0'), std::string(300, '\0')}) {
+    for (const std::uint32_t code :
+         {root.set("v" + tail).code(), root.set_attribute("v", "v" + tail).code(),
+          root.set_name("n" + tail).code(), root.set_prefix("p" + tail).code(),
+          root.append("a" + tail).error().code, root.prepend("a" + tail).error().code,
+          Document::create("a" + tail).error().code, document.save(path + tail).code(),
+          Document::parse_file(path + tail).error().code}) {
+      EXPECT_EQ(code, NEB_XML_ERR_INVALID_PARAM);
+    }
+    EXPECT_FALSE(root.find("c" + tail));
+  }
+  EXPECT_EQ(*root.to_string(), before);
+  EXPECT_EQ(trees::readFile(path), "old");
 }
 
 TEST(Face, DocumentsMoveCloneAndSave) {
