@@ -597,7 +597,7 @@ class Machine {
   }
 
   Model *copied(const Model *source, XmlNode *copy, bool isWhole, uint32_t session) {
-    const trees::Sameness sameness = {false, true};
+    const trees::Sameness sameness = {false};
     require(isWhole ? trees::isSameTree(source->node, copy, sameness)
                     : trees::isSameNode(source->node, copy, sameness) && !copy->firstChild);
     Model *made = adopt(copy, nullptr);

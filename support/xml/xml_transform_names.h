@@ -40,8 +40,14 @@ class AttributeNames {
   AttributeNames(const AttributeNames &) = delete;
   AttributeNames &operator=(const AttributeNames &) = delete;
 
+  // Most elements have one attribute at most.
+  static bool mayHaveTwins(const XmlNode *element) {
+    return element->firstAttr != nullptr && element->firstAttr->next != nullptr;
+  }
+
   void beginTag(const XmlNode *element) {
     element_ = element;
+    if (!mayHaveTwins(element)) return;
     seen_.beginTag();
     attributes_.clear();
   }
@@ -49,6 +55,7 @@ class AttributeNames {
   // Adds the tag's next attribute, whose whole name is given as it is printed. Returns NEB_XML_OK,
   // NEB_XML_ERR_INVALID_PARAM for a name that an attribute before it has, or NEB_XML_ERR_NO_MEMORY.
   uint32_t add(const XmlNode *attribute, const char *name, const char *end) {
+    if (!mayHaveTwins(element_)) return NEB_XML_OK;
     const bool isCompared = attributes_.count() < AttributeSet::kComparedAttributes;
     const uint64_t key = NamesSeen::keyOf(name, static_cast<size_t>(end - name));
     if (isCompared && !seen_.see(key)) {
