@@ -2,13 +2,31 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
+#include <new>
 #include <type_traits>
 #include <vector>
 
 #include "neb_xml.hpp"
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
+
+namespace {
+
+bool newFails = false;
+
+}  // namespace
+
+// Inlined, they would look like mismatched calls of the C library's.
+[[gnu::noinline]] void *operator new(std::size_t size) {
+  void *memory = newFails ? nullptr : std::malloc(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+[[gnu::noinline]] void operator delete(void *memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -113,16 +131,17 @@ TEST(Face, EditsInTheStorageOfTheTree) {
   EXPECT_TRUE(second.set(longText));
   EXPECT_TRUE(second.insert_before("first")->set("1"));
   EXPECT_TRUE(second.insert_after("third")->set_attribute("a", "v"));
-  EXPECT_TRUE(root.prepend("zeroth")->set_name("0th"));
+  EXPECT_TRUE(root.prepend("zeroth")->set_name("nought"));
   EXPECT_TRUE(root.set_attribute("v", "old") && root.set_attribute("v", "new"));
   EXPECT_TRUE(root.set_prefix("p") && second.set(std::string_view()));
   const Document other = parsed();
   EXPECT_TRUE(root.append_copy(other.root().find("c.s.2")));
   EXPECT_TRUE(root.last_child().remove_attribute("id"));
-  root.find("config.third").remove();
+  EXPECT_TRUE(root.find("config.third").remove());
+  EXPECT_EQ(root.remove().code(), NEB_XML_ERR_INVALID_PARAM) << "the document's to release";
   const std::size_t before = guarded::outstanding();
   EXPECT_EQ(*document.to_string(1),
-            "<p:config v=\"new\">\n <0th/>\n <first>1</first>\n <second/>\n <s>\n  <t>two</t>\n"
+            "<p:config v=\"new\">\n <nought/>\n <first>1</first>\n <second/>\n <s>\n  <t>two</t>\n"
             " </s>\n</p:config>\n");
   EXPECT_EQ(guarded::outstanding(), before);
 }
@@ -139,18 +158,50 @@ TEST(Face, ErrorsAreValues) {
   Node empty;
   EXPECT_FALSE(empty || empty.parent() || empty.find("a") || empty.first_attribute());
   EXPECT_TRUE(empty.children().empty() && empty.descendants().empty());
-  for (const Status status : {empty.set("x"), empty.set(1), empty.set_attribute("a", "b"),
-                              empty.remove_attribute("a"), Document().save("none")}) {
+  for (const Status status :
+       {empty.set("x"), empty.set(1), empty.set_attribute("a", "b"), empty.remove_attribute("a"),
+        empty.remove(), Document().save("none")}) {
     EXPECT_EQ(status.code(), NEB_XML_ERR_INVALID_PARAM);
   }
   EXPECT_FALSE(empty.append("a") || empty.append_copy(empty) || empty.to_string());
   EXPECT_FALSE(Document().clone());
   Document document = parsed("<a/>");
   EXPECT_FALSE(document.root().insert_after("beside the root"));
+  const std::string file = trees::temporaryFile("<old/>");
+  const std::string nul(1, '\0');
+  Node root = document.root();
+  for (const Status status :
+       {root.set(nul), root.set_attribute("v", nul), root.set_name("n" + nul), root.set_prefix(nul),
+        Status(root.append("a" + nul).error().code), document.save(file + nul),
+        Status(Document::create("a" + nul).error().code),
+        Status(Document::parse_file(file + nul).error().code)}) {
+    EXPECT_EQ(status.code(), NEB_XML_ERR_INVALID_PARAM) << "what follows a NUL would be lost";
+  }
+  EXPECT_FALSE(root.find("a" + nul));
+  EXPECT_EQ(*root.to_string() + trees::readFile(file), "<a/>\n<old/>");
   const guarded::FailingAllocation failing(1, true);
   EXPECT_EQ(Document::create("a").error().code, NEB_XML_ERR_NO_MEMORY);
   EXPECT_EQ(Document::parse("<a/>").error().code, NEB_XML_ERR_NO_MEMORY);
   EXPECT_EQ(document.root().append("b").error().code, NEB_XML_ERR_NO_MEMORY);
+}
+
+// Texts of up to 255 bytes are handed over in a buffer, longer ones in a string.
+TEST(Face, HandsTextsOverWholeOrLeaksNothing) {
+  for (const std::size_t length : {255U, 256U, 257U}) {
+    const std::string text(length, 'x');
+    Document document = *Document::create(text);
+    Node root = document.root();
+    EXPECT_TRUE(root.set_prefix(text) && root.set_attribute("a", text) &&
+                root.append(text)->set(text));
+    const std::string tag = text + ":" + text;
+    EXPECT_EQ(*root.to_string(), "<" + tag + " a=\"" + text + "\">\n<" + text + ">" + text + "</" +
+                                     text + ">\n</" + tag + ">\n");
+    const std::size_t before = guarded::outstanding();
+    newFails = true;
+    EXPECT_THROW(root.to_string(), std::bad_alloc);
+    newFails = false;
+    EXPECT_EQ(guarded::outstanding(), before);
+  }
 }
 
 TEST(Face, DocumentsMoveCloneAndSave) {

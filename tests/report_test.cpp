@@ -279,8 +279,10 @@ TEST(ReportDetails, EveryAllocationFails) {
             NEB_XML_ParseBuffer(text.data(), text.size(), flags, &document, &error);
         hasFailed = failing.happened();
         EXPECT_EQ(result == NEB_XML_OK, document != nullptr);
-        EXPECT_TRUE(result == NEB_XML_OK || error.reason == std::string(reasons::kNoMemory) ||
-                    error.reason == std::string(reasons::kEndTagOther));
+        EXPECT_EQ(error.code, result);
+        EXPECT_STREQ(error.reason, result == NEB_XML_OK ? nullptr
+                                   : result == kSyntax  ? reasons::kEndTagOther
+                                                        : reasons::kNoMemory);
         if (error.startNameLength != 0) {  // or it is not known
           EXPECT_EQ(text.substr(error.startNameOffset, error.startNameLength), startName);
         }

@@ -173,6 +173,29 @@ TEST(Threads, ForkedChildrenOpenSessions) {
 }
 #endif
 
+// Nodes that left a document are trees of their own, though their names point into its table.
+TEST(Threads, NodesThatLeftADocument) {
+  XmlNode *document = nullptr;
+  NEB_XML_CreateNode(NEB_XML_NODE_DOCUMENT, nullptr, "d", nullptr, &document);
+  XmlNode *left[kThreads] = {};
+  for (XmlNode *&node : left) {
+    NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "left", nullptr, &node);
+    NEB_XML_AppendChildNode(document, node);
+    NEB_XML_AddAttr(node, nullptr, "a", "1");
+    NEB_XML_RemoveNode(node);
+  }
+  onThreads([&](int thread) {
+    if (thread == 0) {
+      for (int name = 0; name < kRounds; ++name) {
+        NEB_XML_AddAttr(document, nullptr, ("n" + std::to_string(name)).c_str(), "1");
+      }
+      NEB_XML_FreeNode(document);
+    }
+    EXPECT_EQ(trees::printed(left[thread]), "<left a=\"1\"/>\n");
+    NEB_XML_FreeNode(left[thread]);
+  });
+}
+
 // Everything that the interface calls reading, on one document.
 std::string readAll(const XmlNode *document) {
   std::string text = trees::described(document);

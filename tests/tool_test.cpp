@@ -15,6 +15,14 @@
 
 namespace {
 
+std::string repeated(const std::string &part, std::size_t count) {
+  std::string whole;
+  for (; count > 0; --count) {
+    whole += part;
+  }
+  return whole;
+}
+
 struct Outcome {
   int status;
   std::string output;
@@ -75,12 +83,16 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
        "nebxml: none.xml: cannot open: No such file"},
       {"$nebxml check -", "", 1, "", "-:1:1: the file is empty\n"},
       {"$nebxml get bad.xml a", "", 1, "", "bad.xml:1:4: the start tag is here: <b>\n"},
-      {"$nebxml check .", "", 3, "", "nebxml: .: cannot read"},
+      {"$nebxml check .", "", 3, "", "nebxml: .: cannot read: Is a directory\n"},
+      {"truncate -s 4G big.xml; $nebxml check big.xml", "", 3, "", "read: File too large\n"},
+      {"$nebxml check /dev/zero", "", 1, "", "/dev/zero:1:1: the file is empty\n"},
+      {"cat bad.xml | $nebxml check /dev/stdin", "", 1, "", "/dev/stdin:1:7: end tag does not"},
+      {"mkfifo pipe; cat two.xml >pipe & $nebxml diff pipe two.xml", "", 0, "", ""},
+      {"echo '<a/>' >pipe & $nebxml fmt pipe --in-place", "", 3, "", "not a regular file"},
+      {"$nebxml check - -", two, 2, "", "standard input can be read once only"},
       {"$nebxml check - <&-", "", 3, "", "nebxml: -: cannot read: Bad file descriptor\n"},
       {"$nebxml fmt -", two + std::string("\0<", 2), 0,
        "<a>\n<b>1</b>\n<b x=\"2\" p:x=\"3\">4</b>\n</a>\n" + tail, ""},
-      {"$nebxml fmt -", "<a x='&amp;#1;'>&amp;lt;</a><b>&amp;amp;</b>", 0,
-       "<a x=\"&amp;#1;\">&amp;lt;</a>\n<b>&amp;amp;</b>\n", ""},
       {"$nebxml fmt - --indent 16 --declaration", "<a><b/></a><c/>", 0,
        "<?xml version=\"1.0\"?>\n<a>\n" + std::string(16, ' ') + "<b/>\n</a>\n<c/>\n", ""},
       {"$nebxml fmt - --indent 17", two, 2, "", "--indent"},
@@ -101,7 +113,14 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
        "<a>\n<b>1</b>\n<b x=\"2\" p:x=\"tree\">4</b>\n</a>\n" + tail, ""},
       {"$nebxml set - a.b '<' --attr q:y", two, 0,
        "<a>\n<b q:y=\"&lt;\">1</b>\n<b x=\"2\" p:x=\"3\">4</b>\n</a>\n" + tail, ""},
-      {"$nebxml set - a.b v --attr 'y=\"\" z'", two, 2, "", "not an attribute name: 'y=\"\" z'\n"},
+      {"$nebxml set - a.b '\n&#0;&#xD800;&lt;b&gt;' | $nebxml set - a.b '\n\t\r ' --attr k "
+       ">set.xml; "
+       "$nebxml get set.xml a.b; $nebxml get set.xml a.b --attr k",
+       two, 0, "\n&#0;&#xD800;&lt;b&gt;\n\n\t\r \n", ""},
+      {"for name in '<' y= \\' 'y z' 1 -y .y y: :y p:q:y '@' 'y;'; do $nebxml set two.xml a.b v "
+       "\"--attr=$name\" || echo $?; done | uniq",
+       "", 0, "2\n", "two.xml: not an attribute name: 'y;'\n"},
+      {"$nebxml set - a v --attr _:1.y-\xC3\xA9", "<a/>", 0, "<a _:1.y-\xC3\xA9=\"v\"/>\n", ""},
       {"$nebxml set - a v", two, 1, "", "child elements leave no place for a text at path 'a'\n"},
       {"$nebxml import - a two.xml a.b.2", "<a><c/></a>", 0,
        "<a>\n<c/>\n<b x=\"2\" p:x=\"3\">4</b>\n</a>\n", ""},
@@ -136,6 +155,7 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
   };
   write("bad.xml", "<a><b></a>");
   write("two.xml", two);
+  write("out.xml", two + two);
   write("long.xml", "<a>" + std::string(100'000, 'v') + "</a>");
   for (const auto &row : cases) {
     SCOPED_TRACE(row.command);
@@ -148,14 +168,31 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
   EXPECT_EQ(read("two.xml"), two);
 }
 
-// Killed at any moment, the tool leaves the old file or the new one.
+TEST_F(Tool, WritesNothingThatReadsBackAsSomethingElse) {
+  const std::pair<std::string, std::string> documents[] = {
+      {"<a><b&lt;c/><d/></a>", "the name of the element at path 'a.b<c'"},
+      {"<a><b c&gt;='v'/><d/></a>", "the name of attribute 'c>' at path 'a.b'"},
+      {"<a><b>\x01</b><d/></a>", "the value of the element at path 'a.b'"},
+      {"<a><b p:c='' p&#58;c=''/><d/></a>", "attribute 'p:c' is there twice at path 'a.b'"},
+  };
+  for (const auto &[text, refused] : documents) {
+    for (const std::string command : {"fmt F", "set F a.d v", "del F a.d", "import F a O kept"}) {
+      for (const std::string destination : {"", " -o O", " --in-place"}) {
+        write("F", text);
+        write("O", "<kept/>");
+        const Outcome outcome = shell("$nebxml " + command + destination);
+        EXPECT_EQ(outcome.status, 1) << command + destination;
+        EXPECT_EQ(outcome.errors, "nebxml: F: cannot be written as XML: " + refused + '\n');
+        EXPECT_EQ(outcome.output + read("F") + read("O"), text + "<kept/>");
+      }
+    }
+  }
+}
+
+// Killed at any moment, the tool leaves the old file or the new one, and where it can no other.
 TEST_F(Tool, LeavesNoTornFileWhenItIsKilled) {
   constexpr int kRounds = 60;
-  std::string old = "<a>\n";
-  for (int line = 0; line < 40'000; ++line) {
-    old += "<b>old</b>\n";
-  }
-  old += "</a>\n";
+  const std::string old = "<a>\n" + repeated("<b>old</b>\n", 40'000) + "</a>\n";
   const std::string changed = old.substr(0, old.size() - 16) + "<b>new</b>\n</a>\n";
   const std::string command = " $nebxml set a.xml a.b.40000 new --in-place && echo done";
   write("a.xml", old);
@@ -168,9 +205,12 @@ TEST_F(Tool, LeavesNoTornFileWhenItIsKilled) {
     write("a.xml", old);
     // From before the tool has read the file to about when it has written it.
     const std::string delay = std::to_string(whole.count() * round / kRounds);
-    const bool isKilled = shell("timeout -s KILL " + delay + command).output.empty();
+    const std::string signal = round % 2 == 0 ? "KILL " : "TERM ";
+    const bool isKilled = shell("timeout -s " + signal + delay + command).output.empty();
     const std::string text = read("a.xml");
     EXPECT_TRUE(text == changed || (isKilled && text == old)) << round;
+    const std::string left = shell("ls -A; rm -f .??*").output;
+    EXPECT_TRUE(signal == "KILL " || left == "a.xml\n") << left;
     kills += isKilled ? 1 : 0;
     news += text == changed ? 1 : 0;
   }
@@ -181,10 +221,8 @@ TEST_F(Tool, ShowsWhereATextIsWrong) {
   const std::string mismatch = ": end tag does not match its start tag\n";
   const std::string start = ": the start tag is here: ";
   const std::string line = " \t<\xC3\xA9 k='\xC3\xBC'>\t</a>\n";
-  std::string wide;  // Cuts at a fixed number of bytes fall into its characters.
-  for (int count = 0; count < 25; ++count) {
-    wide += "\xE2\x82\xAC\xC3\xA9";
-  }
+  // Cuts at a fixed number of bytes fall into its characters.
+  const std::string wide = repeated("\xE2\x82\xAC\xC3\xA9", 25);
   const struct {
     std::string text;
     std::string errors;
@@ -193,8 +231,8 @@ TEST_F(Tool, ShowsWhereATextIsWrong) {
                                     "<\xC3\xA9>\n" + line + " \t^\n"},
       {"<p:list>\r\n<x/>\n</list>\n",
        "F:3:1" + mismatch + "</list>\n^\nF:1:1" + start + "<p:list>\n<p:list> \n^\n"},
-      {std::string("<a k='\x1B'>t\0</a>", 15),
-       "F:1:10: text is not followed by an end tag\n<a k=' '>t\n         ^\n"},
+      {std::string("<a k='\xE2\x80\xAE\x1B\x9B\xE9'>t\0</a>", 20),
+       "F:1:15: text is not followed by an end tag\n<a k='???\xE9'>t\n            ^\n"},
       {"<!-- -->\n", "F:2:1: there is no root element\n"},
       {"<a k='" + wide + "'>&x;" + wide + "</a>",
        "F:1:134: '&' does not begin a known reference\n..." + wide.substr(78) + "'>&x;" +
@@ -215,6 +253,45 @@ TEST_F(Tool, ShowsColoursAndProgressOnATerminalOnly) {
             note + "\x1b[1m-:1:1:\x1b[0m element is not closed\r\n<a>\r\n\x1b[1;31m^\x1b[0m\r\n");
   EXPECT_EQ(shell("NO_COLOR=1 script -qec \"echo '<a>' | $nebxml check -\" /dev/null").output,
             "-:1:1: element is not closed\r\n<a>\r\n^\r\n");
+}
+
+// Names and values that would command a terminal, hide text or forge a line of a report.
+TEST_F(Tool, ShowsPrintableTextInReportsAndOnATerminal) {
+  const std::string kept =
+      "\xC2\xA0\xC3\x9B\xE2\x80\x8D\xE2\x80\xA7\xE2\x80\xAF\xF0\x9F\x98\x80\xF8\xE9";
+  const std::string raw =
+      kept +
+      "\x1B\n\t\x7F\xC2\x80\xC2\x9F\xD8\x9C\xE2\x80\x8E\xE2\x80\xA8"
+      "\xE2\x80\xAE\xE2\x81\xA6\xE2\x81\xA9\x9B\xC0\x9B\xE0\x82\x9B\xED\xA0\x9B";
+  const std::string shown = kept + "?  ??????????\xC0?\xE0??\xED\xA0?";
+  const std::string name = "n\x1B\xE2\x80\xAE";
+  const std::string tag = "<" + name + " " + name + "='" + raw + "'>";
+  write("x", tag + raw + "</" + name + ">");
+  write("y", tag + "</" + name + ">");
+  write(raw, "<a>");
+  const std::string setting = "IFS=; export nebxml name='" + name + "' raw='" + raw + "'; ";
+  for (const char *report : {"check $raw", "check no$raw", "get x $raw", "get x $name --attr $raw",
+                             "fmt - -o no/$raw", "get x x --type $raw"}) {
+    const std::string errors = shell(setting + "$nebxml " + report, "<a/>").errors;
+    EXPECT_NE(errors.find(shown), std::string::npos) << report << errors;
+  }
+  for (const std::string command :
+       {"tree x", "diff x y", "get x $name", "get x $name --attr $name"}) {
+    const std::string piped = shell(setting + "$nebxml " + command).output;
+    EXPECT_NE(piped.find(command[0] == 'g' ? raw : name), std::string::npos) << piped;
+    const std::string seen = shell(setting + "script -qec '$nebxml " + command + "' z").output;
+    EXPECT_TRUE(seen.find("??") < seen.size() && seen.find('\x1B') > seen.size()) << seen;
+  }
+}
+
+TEST_F(Tool, ReportsShortMemoryAsTroubleWithAFile) {
+  if (shell("ulimit -v 1000000; $nebxml --version").status != 0) GTEST_SKIP() << "a sanitizer";
+  write("m.xml", "<a>" + repeated("<b c='v'>t</b>", 40'000) + "</a>");
+  // 127 is the loader's, which could not even begin.
+  const std::string outcomes =
+      "for size in $(seq 7000 700 30000); do (ulimit -v $size; $nebxml set m.xml a.b v -o out.xml; "
+      "echo $?); done 2>&1 | sed 's/.*: does not fit into memory/fit/' | sort -u";
+  EXPECT_EQ(shell(outcomes + " | grep -v -e loading -e 127").output, "0\n3\nfit\n");
 }
 
 TEST_F(Tool, TakesValuesOfATypeInItsRangeOnly) {
@@ -335,17 +412,8 @@ TEST_F(Tool, EveryPathInTheTreeFindsItsOwnNode) {
 TEST_F(Tool, ReportsTreesOfAnyWidthAndDepth) {
   constexpr std::size_t width = 200'000;
   constexpr std::size_t depth = 300'000;
-  std::string text = "<d>";
-  for (std::size_t child = 0; child < width; ++child) {
-    text += "<c/>";
-  }
-  for (std::size_t level = 0; level < depth; ++level) {
-    text += "<e>";
-  }
-  for (std::size_t level = 0; level < depth; ++level) {
-    text += "</e>";
-  }
-  write("large.xml", text + "</d>");
+  write("large.xml", "<d>" + repeated("<c/>", width) + repeated("<e>", depth) +
+                         repeated("</e>", depth) + "</d>");
   EXPECT_EQ(shell("$nebxml tree large.xml | sed -n '200001p;$p'").output,
             "  d.c.200000\n" + std::string(128, ' ') + "e (no path)\n");
   EXPECT_EQ(

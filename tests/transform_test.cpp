@@ -1,10 +1,16 @@
 // Printing: the text of whole trees and of their halves, escaping, and writing to a file.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/guarded_hooks.h"
@@ -278,6 +284,29 @@ TEST_F(TransformFile, OpensPathsOf1024BytesAndFollowsLinks) {
   }
   EXPECT_TRUE(fs::is_symlink(folder_ / "link.xml"));
   EXPECT_EQ(trees::readFile(folder_ / "target.xml"), text_);
+}
+
+// More than a FIFO holds: the writer waits for its reader, but for none that is not there.
+TEST_F(TransformFile, WritesToAFifoThatIsRead) {
+  const std::string value(300'000, 'v');
+  ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
+  EXPECT_EQ(write(file_), uint32_t{NEB_XML_ERR_FILE_OPEN});
+  NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(document_), nullptr, nullptr, value.c_str());
+  const int reader = open(file_.c_str(), O_RDONLY | O_NONBLOCK);
+  std::string text;
+  std::thread reading([&] {
+    pollfd readable = {reader, POLLIN, 0};
+    char bytes[4096];
+    for (ssize_t count = 1; count > 0 && poll(&readable, 1, -1) == 1;) {
+      count = read(reader, bytes, sizeof bytes);
+      text.append(bytes, static_cast<size_t>(std::max<ssize_t>(count, 0)));
+    }
+  });
+  EXPECT_EQ(write(file_), kOk);
+  reading.join();
+  close(reader);
+  EXPECT_EQ(text, "<a>\n<b>" + value + "</b>\n</a>\n");
+  EXPECT_TRUE(fs::is_fifo(file_));
 }
 
 }  // namespace

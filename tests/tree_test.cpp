@@ -352,6 +352,10 @@ TEST(Attributes, AreReadWithACursorInOrder) {
   EXPECT_EQ(NEB_XML_GetFirstAttrEx(node, &out[0], &out[1], &out[2], &cursor), kOk);
   EXPECT_TRUE(out[0] == nullptr && out[1] == cursor->name && out[2] == cursor->value);
   EXPECT_TRUE(cursor == node->firstAttr);
+  XmlNode *other = element("other");
+  EXPECT_EQ(NEB_XML_GetNextSiblingAttrEx(other, &out[0], &out[1], &out[2], &cursor), kInvalid);
+  EXPECT_TRUE(cursor == node->firstAttr) << "another element's";
+  NEB_XML_FreeNode(other);
   for (XmlNode *start : {cursor, static_cast<XmlNode *>(nullptr)}) {
     cursor = start;
     for (XmlNode *at = start == nullptr ? node->firstAttr : start->next; at != nullptr;) {
@@ -364,6 +368,19 @@ TEST(Attributes, AreReadWithACursorInOrder) {
     EXPECT_TRUE(cursor == nullptr);
   }
   NEB_XML_FreeNode(node);
+}
+
+TEST(Attributes, AreNotRenamedToOneThatIsThere) {
+  const std::tuple<Text, Text, uint32_t> rows[] = {
+      {nullptr, "b", kExists}, {"", "b", kExists},  {"p", "b", kOk},     {"p", "c", kExists},
+      {"p", nullptr, kOk},     {nullptr, "a", kOk}, {nullptr, "d", kOk}, {nullptr, nullptr, kOk}};
+  for (const auto &[prefix, name, result] : rows) {
+    XmlNode *node = parsed("<e a='1' b='2' p:c='3'/>");
+    EXPECT_EQ(NEB_XML_SetNode(node->firstAttr, prefix, name, "new"), result);
+    const bool isSame = described(node) == "12:e=- a='1' b='2' p|c='3'";
+    EXPECT_EQ(isSame, result == kExists) << described(node);
+    NEB_XML_FreeNode(node);
+  }
 }
 
 // One node of every kind, each under a letter.

@@ -20,10 +20,6 @@ bool areSameStrings(const XmlNode *a, const XmlNode *b) {
   return isSameText(a->prefix, b->prefix) && isSameText(a->name, b->name);
 }
 
-bool isBlank(const char *value) {
-  return value != nullptr && value[std::strspn(value, " \t\n\r")] == '\0';
-}
-
 // A length that is noted is the string's own.
 void requireLengths(const XmlNode *node) {
   require(!hasNotedNameLength(node) || node->nameLength == std::strlen(node->name));
@@ -54,13 +50,12 @@ std::string qualifiedName(const XmlNode *node) {
 struct PrinterModel {
   const XmlNode *top;
   Half half;
-  size_t width;
   std::string text = {};
 
   bool isLast(const XmlNode *node) const { return node == top || node->next == nullptr; }
 
-  void open(const XmlNode *node, size_t depth) {
-    text += std::string(depth * width, ' ') + "<" + qualifiedName(node);
+  void open(const XmlNode *node) {
+    text += "<" + qualifiedName(node);
     for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
       text += " " + qualifiedName(attr) + "=\"" + escaped(attr->value) + "\"";
     }
@@ -73,21 +68,14 @@ struct PrinterModel {
     }
   }
 
-  // Spaces would join the blank text of the last leaf.
-  void close(const XmlNode *node, size_t depth) {
-    const XmlNode *leaf = node;
-    while (leaf->lastChild != nullptr) leaf = leaf->lastChild;
-    if (!isBlank(leaf->value)) text += std::string(depth * width, ' ');
-    text += "</" + qualifiedName(node) + ">\n";
-  }
-
-  void print(const XmlNode *node, size_t depth) {
-    if (half != Half::closing) open(node, depth);
+  void print(const XmlNode *node) {
+    if (half != Half::closing) open(node);
     for (const XmlNode *child = node->firstChild; child != nullptr; child = child->next) {
-      print(child, depth + 1);
+      print(child);
     }
     const bool isOpenLeaf = half == Half::closing && node != top && node->next == nullptr;
-    if (half != Half::opening && (node->firstChild != nullptr || isOpenLeaf)) close(node, depth);
+    const bool isClosedHere = node->firstChild != nullptr || isOpenLeaf;
+    if (half != Half::opening && isClosedHere) text += "</" + qualifiedName(node) + ">\n";
   }
 };
 
@@ -95,9 +83,7 @@ struct PrinterModel {
 
 bool isSameNode(const XmlNode *a, const XmlNode *b, Sameness sameness) {
   if (!areSameStrings(a, b) || (sameness.types && a->type != b->type)) return false;
-  if ((sameness.innerValues || a->firstChild == nullptr) && !isSameText(a->value, b->value)) {
-    return false;
-  }
+  if (!isSameText(a->value, b->value)) return false;
   const XmlNode *attr = a->firstAttr;
   const XmlNode *other = b->firstAttr;
   for (; attr != nullptr && other != nullptr; attr = attr->next, other = other->next) {
@@ -181,9 +167,9 @@ std::string escaped(const char *value) {
   return text;
 }
 
-std::string printed(const XmlNode *top, Half half, size_t width) {
-  PrinterModel model = {top, half, width};
-  model.print(top, 0);
+std::string printed(const XmlNode *top, Half half) {
+  PrinterModel model = {top, half};
+  model.print(top);
   return model.text;
 }
 

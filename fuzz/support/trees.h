@@ -10,7 +10,6 @@ namespace trees {
 
 struct Sameness {
   bool types = true;
-  bool innerValues = true;  // values of nodes with children, which are not printed
 };
 
 // Types, strings and attributes of two nodes.
@@ -29,7 +28,7 @@ std::string escaped(const char *value);
 
 // What the printer must give, worked out in the plainest way.
 enum class Half { both, opening, closing };
-std::string printed(const XmlNode *top, Half half, size_t width);
+std::string printed(const XmlNode *top, Half half);
 
 // Releases a node and the siblings after it, of a parse with or without a session.
 void release(XmlNode *first);

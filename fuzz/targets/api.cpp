@@ -634,7 +634,7 @@ class Machine {
       return require(result == kInvalid);
     }
     if (!succeeded(result)) return;
-    const trees::Sameness sameness = {how != kImport, true};
+    const trees::Sameness sameness = {how != kImport};
     require(how == kSelf ? trees::isSameNode(source->node, copy, sameness) && !copy->firstChild
                          : trees::isSameTree(source->node, copy, sameness));
     Model *made = adopt(copy, nullptr);
@@ -661,11 +661,11 @@ class Machine {
       const bool isLeftOut = each->isAttribute() && (how == 0 || each->parent->type == kOther);
       hasNameless |= !each->texts[kName].text && !isLeftOut;
     });
-    constexpr size_t kIndented = 3;  // refuses more: what would not be read again
+    constexpr size_t kExact = 3;  // refuses more: what no text can hold
     // Memory may run out before a node without a name is met.
     const bool isShort = result == kNoMemory && hooks::hasFailed();
     if (hasNameless && !isShort) return require(result == kInvalid);
-    if (how == kIndented && result == kInvalid) return;
+    if (how == kExact && result == kInvalid) return;
     if (succeeded(result)) NEB_XML_FreeMem(text);
   }
 

@@ -180,7 +180,7 @@ void escape(Bytes &bytes) {
   NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "n", text.c_str(), &node);
   NEB_XML_AddAttr(node, "p", "a", text.c_str());
   require(NEB_XML_Transform(node, &printed) == kOk);
-  require(printed == trees::printed(node, trees::Half::both, 0));
+  require(printed == trees::printed(node, trees::Half::both));
   NEB_XML_FreeMem(printed);
   NEB_XML_FreeNode(node);
 }

@@ -1,75 +1,85 @@
 #include "platform/replaced_file.h"
 
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <tuple>
 
 #include "platform/bounded_memory.h"
+#include "platform/canonical_path.h"
+#include "platform/file_rights.h"
 
 namespace platform {
 
 namespace {
 
-constexpr size_t kPathCapacity = PATH_MAX;
-constexpr unsigned kNamesTried = 1000;
-constexpr mode_t kNewFileMode = 0666;      // less what the process masks
-constexpr mode_t kPrivateFileMode = 0600;  // until the old file's permissions are taken over
-constexpr mode_t kPermissionBits = 07777;
-constexpr mode_t kPlainPermissionBits = 0777;
-constexpr mode_t kGroupBits = 0070;
-constexpr mode_t kOtherBits = 0007;
-constexpr unsigned kOthersToGroup = 3;
-constexpr uid_t kSameOwner = static_cast<uid_t>(-1);
+constexpr size_t kRandomBytes = 16;
+constexpr unsigned kNamesTried = 8;  // two of such names are never equal, unless somebody guesses
+constexpr unsigned kTries = 16;
+constexpr size_t kLargestWrite = size_t{1} << 30;  // more is refused by some systems
+constexpr mode_t kNewFileMode = 0666;              // less what the process masks
+
+enum class Presence { absent, regular, unusable };
 
 struct Target {
-  char path[kPathCapacity];
-  bool exists;
-  mode_t permissions;
-  uid_t owner;
-  gid_t group;
+  Path path;
+  Presence presence;
 };
 
-// False when the path cannot be a file to replace.
-bool resolveTarget(const char *path, Target *target) {
-  struct stat status;
-  target->exists = stat(path, &status) == 0;
-  if (target->exists) {
-    target->permissions = status.st_mode & kPermissionBits;
-    target->owner = status.st_uid;
-    target->group = status.st_gid;
-    return S_ISREG(status.st_mode) && realpath(path, target->path) != nullptr;
-  }
-  // A link that leads nowhere would be replaced itself.
-  if (path[0] == '\0' || lstat(path, &status) == 0) return false;
-  return strncpy_s(target->path, sizeof target->path, path, kPathCapacity) == 0;
+// Nothing but the system's word that there is no such file makes one absent.
+Presence lookAt(const char *path, struct stat *status) {
+  if (lstat(path, status) != 0) return errno == ENOENT ? Presence::absent : Presence::unusable;
+  return S_ISREG(status->st_mode) ? Presence::regular : Presence::unusable;
 }
 
-// A new file in the target's folder; -1 when none can be made. Its name does not grow with the
-// target's, which may be as long as names can be.
-int openTemporary(const Target &target, char (&path)[kPathCapacity]) {
-  const char *slash = std::strrchr(target.path, '/');
-  const int folderLength = slash == nullptr ? 0 : static_cast<int>(slash - target.path) + 1;
-  const mode_t mode = target.exists ? kPrivateFileMode : kNewFileMode;
-  for (unsigned number = 0; number < kNamesTried; ++number) {
-    if (snprintf_s(path, sizeof path, sizeof path - 1, "%.*s.neb-xml-%ld-%u.tmp", folderLength,
-                   target.path, static_cast<long>(getpid()), number) < 0) {
-      return -1;
-    }
+bool resolveTarget(const char *path, Target *target) {
+  struct stat status = {};
+  if (path[0] == '\0') return false;
+  if (stat(path, &status) == 0) {
+    target->presence = Presence::regular;
+    return S_ISREG(status.st_mode) && canonicalise(path, target->path);
+  }
+  if (errno != ENOENT) return false;
+  // A link that leads nowhere would be replaced itself.
+  target->presence = lookAt(path, &status);
+  return target->presence == Presence::absent &&
+         strncpy_s(target->path, sizeof target->path, path, sizeof target->path) == 0;
+}
+
+// A name in the target's folder that does not grow with the target's, which may be as long as names
+// can be.
+bool makeTemporaryName(const char *target, Path &path) {
+  unsigned char random[kRandomBytes];
+  if (getentropy(random, sizeof random) != 0) return false;
+  char digits[2 * kRandomBytes + 1];
+  for (size_t i = 0; i < kRandomBytes; ++i) snprintf_s(digits + 2 * i, 3, 2, "%02x", random[i]);
+  const char *slash = std::strrchr(target, '/');
+  const int folderLength = slash == nullptr ? 0 : static_cast<int>(slash - target) + 1;
+  return snprintf_s(path, sizeof path, sizeof path - 1, "%.*s.neb-xml-%s.tmp", folderLength, target,
+                    digits) >= 0;
+}
+
+// A new file, or -1.
+int openTemporary(const Target &target, Path &path) {
+  const mode_t mode = target.presence == Presence::absent ? kNewFileMode : kPrivateFileMode;
+  for (unsigned tries = 0; tries < kNamesTried; ++tries) {
+    if (!makeTemporaryName(target.path, path)) return -1;
     const int file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-    if (file >= 0 || errno != EEXIST) return file;
+    if (file >= 0 || (errno != EEXIST && errno != EINTR)) return file;
   }
   return -1;
 }
 
 bool writeAll(int file, const char *text, size_t length) {
   while (length > 0) {
-    const ssize_t written = write(file, text, length);
+    const ssize_t written = write(file, text, std::min(length, kLargestWrite));
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) return false;
     text += written;
@@ -78,19 +88,60 @@ bool writeAll(int file, const char *text, size_t length) {
   return true;
 }
 
-// Gives the new file what the old one had. Where the process may not give owner or group away, the
-// rights that went with them are not given to others instead.
-bool takeOver(int file, const Target &target) {
-  if (!target.exists) return true;
-  mode_t permissions = target.permissions;
-  if (fchown(file, target.owner, target.group) != 0) {
-    permissions &= kPlainPermissionBits;
-    if (fchown(file, kSameOwner, target.group) != 0) {
-      const mode_t ofOthers = (permissions & kOtherBits) << kOthersToGroup;
-      permissions &= ~kGroupBits | ofOthers;
-    }
+bool flush(int file) {
+  while (fsync(file) != 0) {
+    if (errno != EINTR) return false;
   }
-  return fchmod(file, permissions) == 0;
+  return true;
+}
+
+bool isSameVersion(const struct stat &a, const struct stat &b) {
+  const auto identity = [](const struct stat &file) {
+    return std::tuple(file.st_dev, file.st_ino, file.st_mode, file.st_uid, file.st_gid,
+                      file.st_ctim.tv_sec, file.st_ctim.tv_nsec);
+  };
+  return identity(a) == identity(b);
+}
+
+// Nothing when the old file changes meanwhile in what the new one has from it: flushing takes its
+// time, in which others may replace it or take rights to it away. What was there and is gone leaves
+// its rights.
+std::optional<WriteOutcome> flushWithRights(int file, const Target &target) {
+  struct stat old = {};
+  const Presence presence = lookAt(target.path, &old);
+  if (presence == Presence::unusable) return WriteOutcome::notWritten;
+  if (presence == Presence::regular) {
+    if (target.presence == Presence::absent) return std::nullopt;
+    const Transfer transfer = takeOverRights(file, target.path, old);
+    if (transfer == Transfer::changed) return std::nullopt;
+    if (transfer == Transfer::noMemory) return WriteOutcome::noMemory;
+    if (transfer == Transfer::refused) return WriteOutcome::notWritten;
+  }
+  if (!flush(file)) return WriteOutcome::notWritten;
+  struct stat now = {};
+  const Presence later = lookAt(target.path, &now);
+  if (later == Presence::unusable) return WriteOutcome::notWritten;
+  const bool isKept = later == Presence::absent || (presence == later && isSameVersion(old, now)) ||
+                      (target.presence == later && hasRightsOf(file, target.path, now));
+  return isKept ? std::optional(WriteOutcome::written) : std::nullopt;
+}
+
+// Some file systems report a failed write no earlier than when the file is closed.
+std::optional<WriteOutcome> fillAndClose(int file, const Target &target, const char *text,
+                                         size_t length) {
+  const std::optional<WriteOutcome> outcome =
+      writeAll(file, text, length) ? flushWithRights(file, target) : WriteOutcome::notWritten;
+  const int cause = errno;
+  const bool isClosed = close(file) == 0;
+  if (outcome == WriteOutcome::written) return isClosed ? outcome : WriteOutcome::notWritten;
+  errno = cause;
+  return outcome;
+}
+
+void removeTemporary(const char *path) {
+  const int cause = errno;
+  unlink(path);
+  errno = cause;
 }
 
 // The rename itself outlives a power failure once the folder is on the disk; where folders cannot
@@ -100,8 +151,20 @@ void flushFolderOf(char *path) {
   if (slash != nullptr) slash[slash == path ? 1 : 0] = '\0';
   const int folder = open(slash == nullptr ? "." : path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (folder < 0) return;
-  fsync(folder);
+  flush(folder);
   close(folder);
+}
+
+std::optional<WriteOutcome> tryToReplace(const Target &target, const char *text, size_t length) {
+  Path temporary;
+  const int file = openTemporary(target, temporary);
+  if (file < 0) return WriteOutcome::notOpened;
+  std::optional<WriteOutcome> outcome = fillAndClose(file, target, text, length);
+  if (outcome == WriteOutcome::written && std::rename(temporary, target.path) != 0) {
+    outcome = WriteOutcome::notWritten;
+  }
+  if (outcome != WriteOutcome::written) removeTemporary(temporary);
+  return outcome;
 }
 
 }  // namespace
@@ -111,18 +174,14 @@ WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length)
   if (length == 0) return WriteOutcome::notWritten;  // nothing is no document to replace one by
   Target target;
   if (!resolveTarget(path, &target)) return WriteOutcome::notOpened;
-  char temporary[kPathCapacity];
-  const int file = openTemporary(target, temporary);
-  if (file < 0) return WriteOutcome::notOpened;
-  bool isWritten = writeAll(file, text, length);
-  isWritten = isWritten && takeOver(file, target) && fsync(file) == 0;
-  isWritten = close(file) == 0 && isWritten;
-  if (!isWritten || std::rename(temporary, target.path) != 0) {
-    unlink(temporary);
-    return WriteOutcome::notWritten;
+  for (unsigned tries = 0; tries < kTries; ++tries) {
+    const std::optional<WriteOutcome> outcome = tryToReplace(target, text, length);
+    if (outcome == WriteOutcome::written) flushFolderOf(target.path);
+    if (outcome.has_value()) return *outcome;
+    target.presence = Presence::regular;
   }
-  flushFolderOf(target.path);
-  return WriteOutcome::written;
+  errno = EBUSY;
+  return WriteOutcome::notWritten;
 }
 
 }  // namespace platform

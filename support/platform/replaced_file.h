@@ -7,10 +7,10 @@
 
 namespace platform {
 
-// Writes a temporary file beside the target, flushes it to the disk and renames it over the target,
-// whose permissions and owner it takes over as far as the process may. A symbolic link is followed.
-// The target must be a regular file or not exist. After a failure the old file stands and no
-// temporary one is left.
+// Writes a temporary file beside the target, gives it the target's rights (see file_rights.h),
+// flushes it to the disk and renames it over the target. Its name cannot be foretold. A symbolic
+// link is followed. The target must be a regular file or not exist. After a failure the old file
+// stands and no temporary one is left.
 WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length);
 
 }  // namespace platform

@@ -587,7 +587,9 @@ NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path
 /*
  * Text is line-broken and without declaration or indentation: every opening tag of an element
  * with children, every childless element and every closing tag ends in a line feed. In values the
- * characters " ' < > are written as references, and & as well unless it begins one.
+ * characters " ' < > are written as references, and & as well unless it begins one. All other bytes
+ * and all names are written as they stand: a tree that was edited may give a text that does not parse,
+ * or parses to other values. NEB_XML_TransformIndented and NEB_XML_SaveFile are exact instead.
  *
  * start  an element or document; printed with its subtree, without its siblings. Not written to.
  * text   receives a NUL-terminated text from the allocation hook, exactly as large as needed;
@@ -618,7 +620,8 @@ NEB_XML_API uint32_t NEB_XML_TransformTail(const XmlNode *start, char **text);
  * Prints a subtree and writes it to a file, created or truncated, in one write.
  *
  * path  up to 1024 bytes; opened in its canonical form where the system gives one, else as it
- *       stands. No directory is created. The file hooks are not used.
+ *       stands. No directory is created. The file hooks are not used. A FIFO is opened for writing
+ *       only: without a reader it cannot be opened, and when the reader leaves, SIGPIPE is raised.
  *
  * Returns the results of NEB_XML_Transform, the file then being untouched;
  * NEB_XML_ERR_FILE_OPEN when the file cannot be opened or the path is longer;
@@ -907,10 +910,11 @@ typedef struct NEB_XML_PARSE_ERROR {
  * length  in bytes.
  * flags   NEB_XML_PARSE_SESSION or 0; unknown bits are refused.
  * outDoc  receives the document node on success; untouched on failure.
- * error   may be null; filled on failure only. A failed text is then parsed a second time.
+ * error   may be null; filled on failure only. A failed text is parsed a second time.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty text or an unknown
- * flag; NEB_XML_ERR_SYNTAX; NEB_XML_ERR_NO_MEMORY. Cost: linear in the text.
+ * flag; NEB_XML_ERR_SYNTAX only for a text that is not well-formed; NEB_XML_ERR_NO_MEMORY
+ * whenever memory runs out. Cost: linear in the text.
  */
 NEB_XML_API uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint32_t flags,
                                          XmlNode **outDoc, NEB_XML_PARSE_ERROR *error);
@@ -920,7 +924,7 @@ NEB_XML_API uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint3
  *
  * path  passed unchanged to the open hook.
  *
- * Returns the results of NEB_XML_ParseBuffer and those of NEB_XML_ParseFile.
+ * Returns the results of NEB_XML_ParseBuffer, and for the file those of NEB_XML_ParseFile.
  */
 NEB_XML_API uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, XmlNode **outDoc,
                                            NEB_XML_PARSE_ERROR *error);
@@ -946,29 +950,60 @@ NEB_XML_API uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, Xml
 NEB_XML_API uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, XmlNode **copy);
 
 /**
- * Prints a subtree as NEB_XML_Transform does, each line that opens or closes an element preceded
- * by width spaces for each level below start. Nothing is put into a value, and the text parses to
- * the same tree as the plain one does.
+ * Prints a subtree exactly, with indentation: parsing the text gives the same names, values,
+ * attributes and structure, with this library and, if all bytes of 0x80 and above are UTF-8, with
+ * any other XML parser.
  *
+ * Lines break as in NEB_XML_Transform. Each line that opens or closes an element is preceded by width
+ * spaces for each level below start, but by no more than 128 in all: deeper lines stay there, so that
+ * the text grows in proportion to the tree. Nothing is put into a value.
+ *
+ * In values " ' < > & are written as references, & also where it begins a reference, and so are
+ * carriage returns, in attributes tabs and line feeds too. Of white space at the beginning of an
+ * element's value the first character is written as a reference where parsing would drop or misplace
+ * it: when it holds more than spaces, or is the whole value.
+ *
+ * An empty value is none: <x></x> parses to no value, and both are written <x/>; an attribute without
+ * a value is written like an empty one. A value of white space beside children is layout and is left
+ * out.
+ *
+ * start  an element or document; printed with its subtree, without its siblings. Not written to.
  * width  0 to 16.
+ * text   receives a NUL-terminated text from the allocation hook, released with NEB_XML_FreeMem.
  *
- * Returns the results of NEB_XML_Transform; NEB_XML_ERR_INVALID_PARAM also for another width.
- * Cost: linear in the nodes and texts, and in the spaces written.
+ * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more;
+ * NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, another width, and for what no text
+ * can hold:
+ *   - a node of another type than element and document;
+ *   - a name that is missing or none in XML. Of ASCII, names hold letters, digits and . - _ : and do
+ *     not begin with a digit, '.' or '-'. Prefix and local name count as one name, which neither
+ *     begins nor ends with a colon;
+ *   - two attributes of one element whose whole names are the same;
+ *   - a control character below 0x20 in a value, other than tab, line feed and carriage return;
+ *   - a value beside children that is more than white space.
+ * Of several failures the one that printing meets first decides, in document order. *text is left
+ * alone unless the result is NEB_XML_OK. Cost: linear in the nodes, their texts and the spaces.
  */
 NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t width, char **text);
 
 /**
  * Prints a subtree into a file so that the old file or the new one is there whole at any moment:
  * a temporary file beside it is written, flushed to the disk and renamed. A symbolic link is
- * followed and must lead to a file; an old file's permissions and, as far as the process may, its
- * owner are kept. Other hard links to the old file keep the old text.
+ * followed and must lead to a file. An old file's permissions and, as far as the process may, its
+ * owner are kept; on Linux its access control list and other extended attributes too, but not
+ * security.capability, .ima and .evm, which describe the old content. Without the right to keep its
+ * group, the new group and all others get only what every group and all others had. What cannot be
+ * kept otherwise is refused: nobody gains rights. Other hard links to the old file keep the old
+ * text.
  *
  * path   up to 1024 bytes; no directory is created. The file hooks are not used.
- * width  spaces for each level, as for NEB_XML_TransformIndented.
+ * width  spaces for each level; what is written is what NEB_XML_TransformIndented prints.
  *
- * Returns the results of NEB_XML_TransformIndented; NEB_XML_ERR_FILE_OPEN when the temporary file
- * cannot be made or the path is longer; NEB_XML_ERR_FILE_WRITE when it was not written, flushed or
- * renamed. After a failure the old file stands and nothing is left behind.
+ * Returns the results of NEB_XML_TransformIndented, before anything is written: what no text can
+ * hold is NEB_XML_ERR_INVALID_PARAM; NEB_XML_ERR_FILE_OPEN when the temporary file cannot be made or
+ * the path is longer; NEB_XML_ERR_FILE_WRITE when it was not written, flushed or renamed, or an
+ * attribute cannot be kept; NEB_XML_ERR_NO_MEMORY also for what reading attributes takes. After a
+ * failure the old file stands and nothing is left behind.
  */
 NEB_XML_API uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path, uint32_t width);
 

@@ -1,10 +1,17 @@
 /*
  * NEB XML in C++: a thin face over the C interface in neb_xml.h and over nothing else.
  *
- * Header only, for C++17 and later; throws nothing and needs no exceptions. A Document owns a tree.
- * A Node and an Attribute are views of one pointer, free to copy, valid as long as the C
- * interface says that the node is. Every call on an empty view gives an empty answer or the code
- * NEB_XML_ERR_INVALID_PARAM. Failures are values: a Status, or a Result that holds a value or none.
+ * Header only, for C++17 and later. A Document owns a tree. A Node and an Attribute are views of one
+ * pointer, free to copy, valid as long as the C interface says that the node is. Every call on an
+ * empty view gives an empty answer or the code NEB_XML_ERR_INVALID_PARAM. Failures are values: a
+ * Status, or a Result that holds a value or none.
+ *
+ * One thing may throw: making a std::string, when memory runs out. That is to_string, and every call
+ * that takes a std::string_view and hands 256 bytes or more of it on. Nothing is changed or leaked
+ * then. Without exceptions the program ends there instead.
+ *
+ * A text that holds a NUL where a path, name or value is expected is NEB_XML_ERR_INVALID_PARAM,
+ * since the C interface would take what stands before it for the whole.
  *
  * Texts are read as std::optional<std::string_view>: no text and an empty text are told apart. The
  * views are the node's own text and as short-lived as that is. In setting calls an empty text
@@ -22,6 +29,7 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -105,10 +113,12 @@ inline Text text_of(const char *text) noexcept {
   return text == nullptr ? Text() : Text(std::string_view(text));
 }
 
+inline bool holds_nul(std::string_view text) noexcept { return text.find('\0') != text.npos; }
+
 /** A text with its terminator; short ones need no allocation. */
 class Terminated {
  public:
-  explicit Terminated(std::string_view text) {
+  explicit Terminated(std::string_view text) : is_whole_(!holds_nul(text)) {
     if (text.size() < sizeof small_) {
       text.copy(small_, text.size());
       small_[text.size()] = '\0';
@@ -116,11 +126,28 @@ class Terminated {
       large_ = text;
     }
   }
+
+  /** Whether the terminator is the only NUL. */
+  explicit operator bool() const noexcept { return is_whole_; }
+
   const char *get() const noexcept { return large_.empty() ? small_ : large_.c_str(); }
 
  private:
-  char small_[256];
+  bool is_whole_;
   std::string large_;
+  char small_[256];
+};
+
+/** The result of a call of C that takes a text. */
+template <typename Call>
+std::uint32_t with_terminated(std::string_view text, Call call) {
+  const Terminated terminated(text);
+  return terminated ? call(terminated.get()) : std::uint32_t{NEB_XML_ERR_INVALID_PARAM};
+}
+
+/** Gives back a text that the C interface has handed out. */
+struct FreeText {
+  void operator()(char *text) const noexcept { NEB_XML_FreeMem(text); }
 };
 
 /** How a type of C++ is handed to the typed calls of C. */
@@ -208,7 +235,8 @@ class View {
 
   /** Sets the value; an empty text clears it. See NEB_XML_SetNode and NEB_XML_SetNodeValueEx. */
   Status set(std::string_view value) {
-    return NEB_XML_SetNode(node_, nullptr, nullptr, Terminated(value).get());
+    return with_terminated(
+        value, [this](const char *text) { return NEB_XML_SetNode(node_, nullptr, nullptr, text); });
   }
   Status set(const char *value) { return NEB_XML_SetNode(node_, nullptr, nullptr, value); }
   template <typename Value, typename = IfTyped<Value>>
@@ -353,7 +381,9 @@ class Node : public detail::View {
   /** The node that a path finds, this node's name being its first segment; empty if none. */
   Node find(std::string_view path) const {
     XmlNode *found = nullptr;
-    NEB_XML_GetNodeByUrl(node_, detail::Terminated(path).get(), &found);
+    detail::with_terminated(path, [&](const char *text) {  // finds nothing if there is no such path
+      return NEB_XML_GetNodeByUrl(node_, text, &found);
+    });
     return Node(found);
   }
 
@@ -380,10 +410,10 @@ class Node : public detail::View {
 
   /** Sets an attribute, which is added when it is missing. */
   Status set_attribute(const char *name, std::string_view value, const char *prefix = nullptr) {
-    const detail::Terminated text(value);
-    const Status status = NEB_XML_SetAttr(node_, prefix, name, text.get());
-    if (status.code() != NEB_XML_ERR_NOT_FOUND) return status;
-    return NEB_XML_AddAttr(node_, prefix, name, text.get());
+    return detail::with_terminated(value, [&](const char *text) {
+      const std::uint32_t code = NEB_XML_SetAttr(node_, prefix, name, text);
+      return code == NEB_XML_ERR_NOT_FOUND ? NEB_XML_AddAttr(node_, prefix, name, text) : code;
+    });
   }
   Status set_attribute(const char *name, const char *value, const char *prefix = nullptr) {
     return set_attribute(name, std::string_view(value == nullptr ? "" : value), prefix);
@@ -401,10 +431,13 @@ class Node : public detail::View {
 
   /** Changes the local name, or the prefix; an empty text clears it. */
   Status set_name(std::string_view name) {
-    return NEB_XML_SetNode(node_, nullptr, detail::Terminated(name).get(), nullptr);
+    return detail::with_terminated(
+        name, [this](const char *text) { return NEB_XML_SetNode(node_, nullptr, text, nullptr); });
   }
   Status set_prefix(std::string_view prefix) {
-    return NEB_XML_SetNode(node_, detail::Terminated(prefix).get(), nullptr, nullptr);
+    return detail::with_terminated(prefix, [this](const char *text) {
+      return NEB_XML_SetNode(node_, text, nullptr, nullptr);
+    });
   }
 
   /** Makes a new element in this tree's own storage, as last child, first child, or sibling. */
@@ -420,21 +453,38 @@ class Node : public detail::View {
   /** Appends a copy of a node of any tree, with all that is below it. */
   Result<Node> append_copy(Node source) { return place(source.get(), NEB_XML_AppendChildNode); }
 
-  /** Takes this node from its tree and releases it; the view is empty afterwards. */
-  void remove() noexcept { NEB_XML_FreeNode(std::exchange(node_, nullptr)); }
+  /**
+   * Takes this node from its tree and releases it; the view is empty afterwards. A document that
+   * stands alone is its Document's to release: NEB_XML_ERR_INVALID_PARAM, and nothing is changed.
+   */
+  Status remove() noexcept {
+    if (node_ == nullptr || is_lone_document()) return NEB_XML_ERR_INVALID_PARAM;
+    NEB_XML_FreeNode(std::exchange(node_, nullptr));
+    return NEB_XML_OK;
+  }
 
-  /** The text of this node and what is below it, with indent spaces for each level. */
+  /**
+   * The text of this node and what is below it, with indent spaces for each level: 0 to 16. It
+   * parses to the same tree; what no text can hold is NEB_XML_ERR_INVALID_PARAM. See
+   * NEB_XML_TransformIndented.
+   */
   Result<std::string> to_string(std::uint32_t indent = 0) const {
     char *text = nullptr;
     const std::uint32_t code = NEB_XML_TransformIndented(node_, indent, &text);
     if (code != NEB_XML_OK) return Error{code, "the node cannot be printed"};
-    std::string copy(text == nullptr ? "" : text);
-    NEB_XML_FreeMem(text);
-    return copy;
+    const std::unique_ptr<char, detail::FreeText> owner(text);
+    return std::string(text);
   }
 
  private:
   using Insertion = std::uint32_t (*)(XmlNode *, XmlNode *);
+
+  // With siblings too, as the first of a text of several top-level elements.
+  bool is_lone_document() const noexcept {
+    std::int32_t type = NEB_XML_NODE_ELEMENT;
+    NEB_XML_GetNodeValue(node_, &type, nullptr, nullptr, nullptr);
+    return type == NEB_XML_NODE_DOCUMENT && !parent();
+  }
 
   Node after_subtree() const noexcept {
     Node node = *this;
@@ -450,8 +500,9 @@ class Node : public detail::View {
 
   Result<Node> make(std::string_view name, Insertion insert) {
     XmlNode *pattern = nullptr;
-    const std::uint32_t code = NEB_XML_CreateNode(
-        NEB_XML_NODE_ELEMENT, nullptr, detail::Terminated(name).get(), nullptr, &pattern);
+    const std::uint32_t code = detail::with_terminated(name, [&](const char *text) {
+      return NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, text, nullptr, &pattern);
+    });
     if (code != NEB_XML_OK) return Error{code, "the element cannot be made"};
     Result<Node> placed = place(pattern, insert);
     NEB_XML_FreeNode(pattern);
@@ -503,6 +554,9 @@ class Document {
   /** Parses a file, read through the file hooks, into a document with a memory session. */
   static Result<Document> parse_file(const std::string &path) {
     XmlNode *node = nullptr;
+    if (detail::holds_nul(path)) {
+      return Error{NEB_XML_ERR_INVALID_PARAM, "the path holds a NUL"};
+    }
     NEB_XML_PARSE_ERROR error;
     const std::uint32_t code =
         NEB_XML_ParseFileInfo(path.c_str(), NEB_XML_PARSE_SESSION, &node, &error);
@@ -512,8 +566,9 @@ class Document {
   /** A new document, with a memory session, whose root element has a name. */
   static Result<Document> create(std::string_view name) {
     XmlNode *node = nullptr;
-    const std::uint32_t code = NEB_XML_CreateNodeEx(0, NEB_XML_NODE_DOCUMENT, nullptr,
-                                                    detail::Terminated(name).get(), nullptr, &node);
+    const std::uint32_t code = detail::with_terminated(name, [&](const char *text) {
+      return NEB_XML_CreateNodeEx(0, NEB_XML_NODE_DOCUMENT, nullptr, text, nullptr, &node);
+    });
     if (code != NEB_XML_OK) return Error{code, "the document cannot be made"};
     return Document(node);
   }
@@ -532,11 +587,15 @@ class Document {
     return Document(copy);
   }
 
-  /** The text of the document, with indent spaces for each level. */
+  /** The text of the document, as Node::to_string gives it. */
   Result<std::string> to_string(std::uint32_t indent = 0) const { return root().to_string(indent); }
 
-  /** Replaces a file whole or not at all, see NEB_XML_SaveFile. */
+  /**
+   * Replaces a file whole or not at all by what to_string gives; what no text can hold is
+   * NEB_XML_ERR_INVALID_PARAM before anything is written. See NEB_XML_SaveFile.
+   */
   Status save(const std::string &path, std::uint32_t indent = 0) const {
+    if (detail::holds_nul(path)) return NEB_XML_ERR_INVALID_PARAM;
     return NEB_XML_SaveFile(node_, path.c_str(), indent);
   }
 

@@ -21,11 +21,41 @@ bool sameAttribute(const XmlNode *a, const XmlNode *b) {
   return sameString(a->name, b->name) && sameString(a->prefix, b->prefix);
 }
 
-bool isAmong(const XmlNode *attributes, const XmlNode *attribute) {
-  for (const XmlNode *other = attributes; other != nullptr; other = other->next) {
-    if (sameAttribute(other, attribute)) return true;
+// The bytes of a name, one after the other, as it is printed.
+class PrintedName {
+ public:
+  explicit PrintedName(const XmlNode *attribute)
+      : text_(attribute->prefix != nullptr ? attribute->prefix : attribute->name),
+        name_(attribute->prefix != nullptr ? attribute->name : nullptr) {}
+
+  // The terminator, behind the last.
+  char next() {
+    if (*text_ != '\0' || name_ == nullptr) return *text_++;
+    text_ = name_;
+    name_ = nullptr;
+    return ':';
   }
-  return false;
+
+ private:
+  const char *text_;
+  const char *name_;  // null once it has begun
+};
+
+bool samePrintedName(const XmlNode *a, const XmlNode *b) {
+  PrintedName nameOfA(a);
+  PrintedName nameOfB(b);
+  for (;;) {
+    const char byte = nameOfA.next();
+    if (byte != nameOfB.next()) return false;
+    if (byte == '\0') return true;
+  }
+}
+
+template <typename Same>
+bool hasSameBefore(const XmlNode *attributes, const XmlNode *attribute, Same same) {
+  const XmlNode *other = attributes;
+  while (other != nullptr && other != attribute && !same(other, attribute)) other = other->next;
+  return other != nullptr && other != attribute;
 }
 
 // SipHash-1-3, a keyed hash made against texts that aim at collisions.
@@ -37,22 +67,29 @@ class SipHash {
         v2_(key0 ^ 0x6c7967656e657261),
         v3_(key1 ^ 0x7465646279746573) {}
 
-  // The length comes first, so that no two lists of strings are mixed in as the same words.
-  void add(const char *text) {
-    const size_t length = std::strlen(text);
-    mix(length);
-    size_t done = 0;
-    for (; length - done >= sizeof(uint64_t); done += sizeof(uint64_t)) {
-      uint64_t word = 0;
-      std::memcpy(&word, text + done, sizeof word);
-      mix(word);
+  // Whatever is added counts as one text.
+  void add(const char *text, size_t length) {
+    const size_t held = length_ % sizeof word_;
+    length_ += length;
+    if (length < sizeof word_ - held) {
+      std::memcpy(word_ + held, text, length);
+      return;
     }
-    uint64_t rest = 0;
-    std::memcpy(&rest, text + done, length - done);
-    mix(rest);
+    size_t done = sizeof word_ - held;
+    std::memcpy(word_ + held, text, done);
+    mix(word());
+    for (; length - done >= sizeof word_; done += sizeof word_) {
+      std::memcpy(word_, text + done, sizeof word_);
+      mix(word());
+    }
+    std::memcpy(word_, text + done, length - done);
   }
 
   uint64_t finish() {
+    const size_t held = length_ % sizeof word_;
+    std::memset(word_ + held, 0, sizeof word_ - held);
+    mix(word());
+    mix(length_);
     v2_ ^= 0xff;
     round();
     round();
@@ -61,6 +98,12 @@ class SipHash {
   }
 
  private:
+  uint64_t word() const {
+    uint64_t word = 0;
+    std::memcpy(&word, word_, sizeof word);
+    return word;
+  }
+
   void mix(uint64_t word) {
     v3_ ^= word;
     round();
@@ -81,6 +124,8 @@ class SipHash {
   }
 
   uint64_t v0_, v1_, v2_, v3_;
+  char word_[sizeof(uint64_t)];  // begun, not mixed in yet
+  size_t length_ = 0;
 };
 
 uint64_t addressOf(const void *place) { return reinterpret_cast<uintptr_t>(place); }
@@ -91,6 +136,11 @@ void AttributeSet::releaseTable() {
   XML_Free(nullptr, table_);
   table_ = nullptr;
   places_ = 0;
+}
+
+bool AttributeSet::isAmong(const XmlNode *attributes, const XmlNode *attribute) const {
+  return separator_ == '\0' ? hasSameBefore(attributes, attribute, sameAttribute)
+                            : hasSameBefore(attributes, attribute, samePrintedName);
 }
 
 uint32_t AttributeSet::add(const XmlNode *firstAttribute, const XmlNode *attribute) {
@@ -105,9 +155,8 @@ uint32_t AttributeSet::addToTable(const XmlNode *firstAttribute, const XmlNode *
     const bool isFirstTable = table_ == nullptr;
     if (!grow()) return NEB_XML_ERR_NO_MEMORY;
     if (isFirstTable) {
-      for (const XmlNode *other = firstAttribute; other != nullptr; other = other->next) {
-        fill(hashOf(other));
-      }
+      const XmlNode *other = firstAttribute;
+      for (; other != nullptr && other != attribute; other = other->next) fill(hashOf(other));
     }
   }
   const uint64_t hash = hashOf(attribute);
@@ -149,7 +198,10 @@ void AttributeSet::fill(uint64_t hash) {
 // same while one table fills, and so does not depend on the table.
 uint64_t AttributeSet::hashOf(const XmlNode *attribute) const {
   SipHash hash(addressOf(this), addressOf(reinterpret_cast<const void *>(g_fnXMLMalloc)));
-  if (attribute->prefix != nullptr) hash.add(attribute->prefix);
-  hash.add(attribute->name != nullptr ? attribute->name : "");
+  if (attribute->prefix != nullptr) {
+    hash.add(attribute->prefix, std::strlen(attribute->prefix));
+    hash.add(&separator_, 1);
+  }
+  if (attribute->name != nullptr) hash.add(attribute->name, std::strlen(attribute->name));
   return std::max(hash.finish(), kFree + 1);
 }

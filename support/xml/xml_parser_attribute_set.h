@@ -18,8 +18,12 @@ class AttributeSet {
     if (table_ != nullptr) releaseTable();
   }
 
-  // Adds an attribute that is about to become the element's last one, if it has none of the same prefix
-  // and name.
+  // From now on attributes are the same where their names are printed the same: "b" with the prefix "a"
+  // and "a:b" without one.
+  void compareAsPrinted() { separator_ = ':'; }
+
+  // Adds an attribute, if none of those before it has the same prefix and name. It is either in the
+  // element's list or about to become its last one.
   // Returns NEB_XML_OK, NEB_XML_ERR_ALREADY_EXISTS or NEB_XML_ERR_NO_MEMORY.
   uint32_t add(const XmlNode *firstAttribute, const XmlNode *attribute);
 
@@ -32,10 +36,12 @@ class AttributeSet {
   void releaseTable();
   bool grow();
   void fill(uint64_t hash);
+  bool isAmong(const XmlNode *attributes, const XmlNode *attribute) const;
   uint64_t hashOf(const XmlNode *attribute) const;
   uint32_t addToTable(const XmlNode *firstAttribute, const XmlNode *attribute);
 
   uint64_t *table_;  // null until there are many; a power of two of places
   size_t places_;
   size_t count_;
+  char separator_;  // of prefix and name, as one text; the terminator is in neither of them
 };

@@ -58,17 +58,18 @@ void reportProblem(const char *text, const ParseProblem &problem, NEB_XML_PARSE_
   error->startTagOffset = offsetIn(text, problem.startTag().tag);
 }
 
-void findProblem(const char *text, NEB_XML_PARSE_ERROR *error) {
+uint32_t findProblem(const char *text, NEB_XML_PARSE_ERROR *error) {
   ParseProblem problem;
   XmlNode *document = nullptr;
   const uint32_t result = Parser_parseText(text, true, &problem, &document);
-  if (result == NEB_XML_ERR_SYNTAX && problem.reason() != nullptr) {
+  const bool isMalformed = problem.reason() != nullptr && problem.reason() != reasons::kNoMemory;
+  if (result == NEB_XML_ERR_SYNTAX && isMalformed) {
     reportProblem(text, problem, error);
-    return;
+    return NEB_XML_ERR_SYNTAX;
   }
-  // What failed before has passed now: memory was short.
+  // What failed before has passed now, or met it too: memory was short.
   NEB_XML_FreeNode(document);
-  reportPlain(NEB_XML_ERR_SYNTAX, reasons::kNoMemory, error);
+  return reportPlain(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, error);
 }
 
 uint32_t parseAndReport(const char *text, uint32_t flags, XmlNode **outDoc,
@@ -78,12 +79,12 @@ uint32_t parseAndReport(const char *text, uint32_t flags, XmlNode **outDoc,
   const uint32_t result = Parser_parseText(text, withSession, nullptr, &document);
   if (result == NEB_XML_OK) {
     *outDoc = document;
-  } else if (result != NEB_XML_ERR_SYNTAX) {
-    reportPlain(result, reasons::kNoMemory, error);
-  } else if (error != nullptr) {
-    findProblem(text, error);
+    return result;
   }
-  return result;
+  if (result != NEB_XML_ERR_SYNTAX) return reportPlain(result, reasons::kNoMemory, error);
+  // The code does not depend on whether the caller wants the record.
+  NEB_XML_PARSE_ERROR unwanted;
+  return findProblem(text, error == nullptr ? &unwanted : error);
 }
 
 bool areFlagsKnown(uint32_t flags) { return (flags & ~uint32_t{NEB_XML_PARSE_SESSION}) == 0; }

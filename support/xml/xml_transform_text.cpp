@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "neb_xml.h"
-
 namespace {
 
 constexpr size_t kFirstRoom = 1024;
@@ -31,7 +29,7 @@ PrintedText::~PrintedText() {
 
 // A place that is null asks for the first chunk, or has failed before.
 char *PrintedText::addChunk(char *place, size_t count) {
-  if (hasFailed_) return nullptr;
+  if (result_ != NEB_XML_OK) return nullptr;
   size_t room = kFirstRoom;
   if (last_ != nullptr) {
     end(place);
@@ -42,8 +40,7 @@ char *PrintedText::addChunk(char *place, size_t count) {
   if (length_ <= kLongestText && count <= kLongestText - length_) {
     chunk = static_cast<Chunk *>(XML_Malloc(nullptr, sizeof(Chunk) + room + kSlack));
   }
-  hasFailed_ = chunk == nullptr;
-  if (hasFailed_) return nullptr;
+  if (chunk == nullptr) return refuse(NEB_XML_ERR_NO_MEMORY);
   chunk->next = nullptr;
   chunk->room = room;
   chunk->used = 0;
@@ -54,10 +51,10 @@ char *PrintedText::addChunk(char *place, size_t count) {
 }
 
 void PrintedText::end(const char *place) {
-  if (hasFailed_ || place == nullptr) return;
+  if (result_ != NEB_XML_OK || place == nullptr) return;
   last_->used = static_cast<size_t>(place - last_->text());
   length_ += last_->used;
-  hasFailed_ = length_ > kLongestText;
+  if (length_ > kLongestText) refuse(NEB_XML_ERR_NO_MEMORY);
 }
 
 char *PrintedText::handOut() const {

@@ -4,10 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "neb_xml.h"
+
 // Chunks that grow in proportion to what they hold, so that printing stays linear and nothing is
 // moved before the text is handed out, exactly as large as it is. The printer carries the place to
 // write at through its steps: in a register, not in here. It is null before the first byte, and once
-// memory has run out or the text is longer than 32 bits can tell.
+// printing has failed: memory has run out, the text is longer than 32 bits can tell, or something
+// was refused.
 class PrintedText {
  public:
   PrintedText() = default;
@@ -24,10 +27,16 @@ class PrintedText {
 
   static constexpr size_t kSlack = 64;
 
+  // What is to be printed cannot be. Of several failures the first counts. Returns null.
+  char *refuse(uint32_t result) {
+    if (result_ == NEB_XML_OK) result_ = result;
+    return nullptr;
+  }
+
   // Ends the text.
   void end(const char *place);
 
-  bool hasFailed() const { return hasFailed_; }
+  uint32_t result() const { return result_; }
   size_t length() const { return length_; }
 
   // The text that was ended without a failure, terminated, from the allocation hook. Null when memory
@@ -43,5 +52,5 @@ class PrintedText {
   Chunk *last_ = nullptr;
   char *wideEnd_ = nullptr;  // of the last chunk, without the slack
   size_t length_ = 0;        // in the chunks before the last
-  bool hasFailed_ = false;
+  uint32_t result_ = NEB_XML_OK;
 };

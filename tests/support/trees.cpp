@@ -123,11 +123,10 @@ std::string readFile(const std::string &path) {
 }
 
 std::string temporaryFile(const std::string &text, int number) {
-  static const std::string folder = testing::TempDir();
   const auto *test = testing::UnitTest::GetInstance()->current_test_info();
   std::string name = std::string(test->test_suite_name()) + "_" + test->name();
   std::replace(name.begin(), name.end(), '/', '_');
-  const std::string path = folder + "neb_xml_" + name + "_" + std::to_string(number) + ".xml";
+  const std::string path = testing::TempDir() + name + "_" + std::to_string(number) + ".xml";
   std::ofstream(path, std::ios::binary) << text;
   return path;
 }

@@ -1,14 +1,28 @@
 #include "attribute_name.h"
 
-#include <memory>
-
-#include "neb_xml.h"
-#include "node_reading.h"
+#include <algorithm>
 
 namespace nebxml {
+namespace {
 
-AttributeName::AttributeName(const std::string &qualifiedName) : qualifiedName_(qualifiedName) {
-  const std::size_t mark = qualifiedName.find(':');
+constexpr unsigned char firstBeyondAscii = 0x80;
+constexpr char prefixMark = ':';
+
+bool isIn(char character, char first, char last) { return character >= first && character <= last; }
+
+bool beginsName(char character) {
+  return isIn(character, 'a', 'z') || isIn(character, 'A', 'Z') || character == '_' ||
+         static_cast<unsigned char>(character) >= firstBeyondAscii;
+}
+
+bool goesOnInName(char character) {
+  return beginsName(character) || isIn(character, '0', '9') || character == '-' || character == '.';
+}
+
+}  // namespace
+
+AttributeName::AttributeName(const std::string &qualifiedName) {
+  const std::size_t mark = qualifiedName.find(prefixMark);
   const bool hasPrefix = mark != std::string::npos && mark > 0;
   if (hasPrefix) {
     prefix_ = qualifiedName.substr(0, mark);
@@ -17,15 +31,10 @@ AttributeName::AttributeName(const std::string &qualifiedName) : qualifiedName_(
 }
 
 bool AttributeName::isWellFormed() const {
-  // The parser is the judge: a space, a quote or an equals sign in the name ends it early.
-  const std::string sample = "<sample " + qualifiedName_ + "=\"\"/>";
-  XmlNode *root = nullptr;
-  if (NEB_XML_Parse(sample.c_str(), &root) != NEB_XML_OK) {
-    return false;
-  }
-  const std::unique_ptr<XmlNode, decltype(&NEB_XML_FreeNode)> owner(root, &NEB_XML_FreeNode);
-  const XmlNode *attribute = nextAttribute(root, nullptr);
-  return attribute != nullptr && nodeStrings(attribute).qualifiedName() == qualifiedName_;
+  const bool isSplit = name_.find(prefixMark) == std::string::npos && !name_.empty();
+  return isSplit && beginsName(prefix_.value_or(name_).front()) &&
+         std::all_of(name_.begin(), name_.end(), goesOnInName) &&
+         (!prefix_ || std::all_of(prefix_->begin(), prefix_->end(), goesOnInName));
 }
 
 }  // namespace nebxml

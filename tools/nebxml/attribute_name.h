@@ -17,11 +17,10 @@ class AttributeName {
   [[nodiscard]] const char *prefix() const { return prefix_ ? prefix_->c_str() : nullptr; }
   [[nodiscard]] const char *name() const { return name_.c_str(); }
 
-  /** Tells whether an attribute of this name, once printed, would be read back as the same. */
+  /** Tells whether XML allows it, as far as ASCII characters go. */
   [[nodiscard]] bool isWellFormed() const;
 
  private:
-  std::string qualifiedName_;
   std::optional<std::string> prefix_;
   std::string name_;
 };

@@ -8,6 +8,8 @@
 #include <string>
 #include <system_error>
 
+#include "printable.h"
+
 namespace nebxml {
 
 /** Exit statuses, in order of severity. */
@@ -18,19 +20,23 @@ enum class ExitStatus : int {
   fileTrouble = 3
 };
 
-/** what() is the whole report, one line or several, without the last line break. */
+/** what() is the whole report, printable, one line or several, without the last line break. */
 class CommandError : public std::runtime_error {
  public:
   CommandError(ExitStatus status, const std::string &report)
       : std::runtime_error(report), status_(status) {}
   CommandError(ExitStatus status, const std::string &subject, const std::string &cause)
-      : CommandError(status, "nebxml: " + subject + ": " + cause) {}
+      : CommandError(status, printable("nebxml: " + subject + ": " + cause)) {}
 
   [[nodiscard]] ExitStatus status() const noexcept { return status_; }
 
  private:
   ExitStatus status_;
 };
+
+inline CommandError noMemory(const std::string &fileName) {
+  return {ExitStatus::fileTrouble, fileName, "does not fit into memory"};
+}
 
 /** Appends what the system says about an error number, if there is one. */
 inline std::string withSystemCause(const std::string &cause, int errorNumber) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <utility>
 
 #include "attribute_name.h"
 #include "file_output.h"
@@ -75,7 +74,7 @@ ExitStatus checkFiles(const std::vector<std::string> &fileNames) {
 }
 
 void formatDocument(const std::string &fileName, const Destination &destination) {
-  Document(fileName).save(destination);
+  save(Document(fileName), destination);
 }
 
 void printValue(const Target &target) {
@@ -92,7 +91,7 @@ void printValue(const Target &target) {
 }
 
 void setValue(const Target &target, const std::string &value, const Destination &destination) {
-  Document document(target.fileName);
+  const Document document(target.fileName);
   XmlNode *node = document.find(target.path);
   const std::string text = asWanted(target, value);
   if (target.attribute) {
@@ -100,11 +99,11 @@ void setValue(const Target &target, const std::string &value, const Destination 
   } else {
     setText(node, target, text);
   }
-  std::move(document).save(destination);
+  save(document, destination);
 }
 
 void importNode(const Target &target, const Source &source, const Destination &destination) {
-  Document document(target.fileName);
+  const Document document(target.fileName);
   XmlNode *parent = document.find(target.path);
   // White space may stand beside children, where it is not printed.
   if (nodeStrings(parent).value.find_first_not_of(" \t\r\n") != std::string_view::npos) {
@@ -114,11 +113,11 @@ void importNode(const Target &target, const Source &source, const Destination &d
   XmlNode *copy = nullptr;
   requireChange(NEB_XML_ImportNode(parent, other.find(source.path), &copy), target);
   requireChange(NEB_XML_AppendChildNode(parent, copy), target);
-  std::move(document).save(destination);
+  save(document, destination);
 }
 
 void removeTarget(const Target &target, const Destination &destination) {
-  Document document(target.fileName);
+  const Document document(target.fileName);
   XmlNode *node = document.find(target.path);
   if (target.attribute) {
     const AttributeName name(*target.attribute);
@@ -128,7 +127,7 @@ void removeTarget(const Target &target, const Destination &destination) {
   } else {
     requireChange(NEB_XML_RemoveNode(node), target);
   }
-  std::move(document).save(destination);
+  save(document, destination);
 }
 
 }  // namespace nebxml

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "command_error.h"
-#include "document.h"
+#include "saving.h"
 
 namespace nebxml {
 

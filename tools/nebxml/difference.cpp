@@ -1,127 +1,15 @@
 #include <algorithm>
-#include <optional>
-#include <string_view>
-#include <unordered_map>
+#include <string>
 
 #include "commands.h"
 #include "file_output.h"
 #include "node_path.h"
-#include "node_reading.h"
+#include "printable.h"
 #include "text_window.h"
+#include "tree_difference.h"
 
 namespace nebxml {
 namespace {
-
-using Value = std::optional<std::string>;
-
-/** What differs first between two nodes, and what either has there. */
-struct Difference {
-  std::string kind;
-  Value first;
-  Value second;
-};
-
-std::uint32_t childCount(const XmlNode *node) {
-  std::uint32_t count = 0;
-  NEB_XML_GetNodeChildNum(node, &count);
-  return count;
-}
-
-/** A value beside children is never printed. */
-std::string_view printedValue(const XmlNode *node) {
-  return NEB_XML_GetNodeFirstChild(node) == nullptr ? nodeStrings(node).value : std::string_view();
-}
-
-Value presentValue(std::string_view value) {
-  return value.empty() ? Value() : Value(std::string(value));
-}
-
-bool haveSameAttributeLists(const XmlNode *first, const XmlNode *second) {
-  const XmlNode *left = nextAttribute(first, nullptr);
-  const XmlNode *right = nextAttribute(second, nullptr);
-  while (left != nullptr && right != nullptr) {
-    if (nodeStrings(left) != nodeStrings(right)) {
-      return false;
-    }
-    left = NEB_XML_GetNodeNextSibling(left);
-    right = NEB_XML_GetNodeNextSibling(right);
-  }
-  return left == right;
-}
-
-using Attributes = std::unordered_map<std::string, std::string_view>;
-
-Attributes attributesOf(const XmlNode *element) {
-  Attributes attributes;
-  XmlNode *attribute = nextAttribute(element, nullptr);
-  for (; attribute != nullptr; attribute = nextAttribute(element, attribute)) {
-    const NodeStrings strings = nodeStrings(attribute);
-    attributes.emplace(strings.qualifiedName(), strings.value);
-  }
-  return attributes;
-}
-
-/** The first attribute of an element that another element lacks or has with another value. */
-std::optional<Difference> attributeBeside(const XmlNode *element, const Attributes &others) {
-  XmlNode *attribute = nextAttribute(element, nullptr);
-  for (; attribute != nullptr; attribute = nextAttribute(element, attribute)) {
-    const NodeStrings strings = nodeStrings(attribute);
-    const auto other = others.find(strings.qualifiedName());
-    if (other == others.end() || other->second != strings.value) {
-      return Difference{"attribute '" + strings.qualifiedName() + "'", std::string(strings.value),
-                        other == others.end() ? Value() : Value(std::string(other->second))};
-    }
-  }
-  return std::nullopt;
-}
-
-std::optional<Difference> attributeDifference(const XmlNode *first, const XmlNode *second) {
-  if (haveSameAttributeLists(first, second)) {
-    return std::nullopt;
-  }
-  if (auto difference = attributeBeside(first, attributesOf(second))) {
-    return difference;
-  }
-  auto difference = attributeBeside(second, attributesOf(first));
-  if (difference) {
-    std::swap(difference->first, difference->second);
-  }
-  return difference;
-}
-
-std::optional<Difference> nodeDifference(const XmlNode *first, const XmlNode *second) {
-  const NodeStrings left = nodeStrings(first);
-  const NodeStrings right = nodeStrings(second);
-  if (left.prefix != right.prefix || left.name != right.name) {
-    return Difference{"name", left.qualifiedName(), right.qualifiedName()};
-  }
-  if (auto difference = attributeDifference(first, second)) {
-    return difference;
-  }
-  if (printedValue(first) != printedValue(second)) {
-    return Difference{"value", presentValue(printedValue(first)),
-                      presentValue(printedValue(second))};
-  }
-  if (childCount(first) != childCount(second)) {
-    return Difference{"number of children", std::to_string(childCount(first)),
-                      std::to_string(childCount(second))};
-  }
-  return std::nullopt;
-}
-
-std::string pathOf(const Document &document, const XmlNode *wanted) {
-  NodePaths paths(document.root());
-  for (const XmlNode *root : document.topLevelNodes()) {
-    std::size_t depth = 0;
-    for (const XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
-      const auto path = paths.enter(node, depth);
-      if (node == wanted) {
-        return path ? std::string(*path) : nodeStrings(node).qualifiedName() + " (no path)";
-      }
-    }
-  }
-  return "";
-}
 
 /** Shows a value around the place where it begins to differ from the other one. */
 std::string shown(const Value &value, const Value &other) {
@@ -136,33 +24,18 @@ std::string shown(const Value &value, const Value &other) {
   return '"' + windowAround(*value, place).text + '"';
 }
 
-void printDifference(const Difference &difference, const std::string &firstPlace,
-                     const std::string &secondPlace) {
-  writeStandardOutput(difference.kind + " differs\n" + firstPlace + ": " +
-                      shown(difference.first, difference.second) + '\n' + secondPlace + ": " +
-                      shown(difference.second, difference.first) + '\n');
+/** Where a difference lies in a file. */
+std::string placeOf(const Document &document, const XmlNode *node) {
+  const std::string fileName = printable(document.fileName());
+  return node == nullptr ? fileName
+                         : fileName + ": " + outputName(pathOf(document.topLevelNodes(), node));
 }
 
-/** Two nodes that stand at the same place of their trees, and differ. */
-struct DifferentNodes {
-  const XmlNode *first;
-  const XmlNode *second;
-  Difference difference;
-};
-
-/** The trees have the same shape as far as they have been compared. */
-std::optional<DifferentNodes> treeDifference(const XmlNode *firstRoot, const XmlNode *secondRoot) {
-  const XmlNode *first = firstRoot;
-  const XmlNode *second = secondRoot;
-  std::size_t depth = 0;
-  while (first != nullptr) {
-    if (auto difference = nodeDifference(first, second)) {
-      return DifferentNodes{first, second, *difference};
-    }
-    first = nextInSubtree(first, firstRoot, depth);
-    second = nextInSubtree(second, secondRoot, depth);
-  }
-  return std::nullopt;
+void printDifference(const Difference &difference, const std::string &firstPlace,
+                     const std::string &secondPlace) {
+  writeStandardOutput(outputName(difference.kind) + " differs\n" + firstPlace + ": " +
+                      shown(difference.first, difference.second) + '\n' + secondPlace + ": " +
+                      shown(difference.second, difference.first) + '\n');
 }
 
 }  // namespace
@@ -170,21 +43,11 @@ std::optional<DifferentNodes> treeDifference(const XmlNode *firstRoot, const Xml
 ExitStatus compareFiles(const std::string &firstName, const std::string &secondName) {
   const Document first(firstName);
   const Document second(secondName);
-  const auto &firstRoots = first.topLevelNodes();
-  const auto &secondRoots = second.topLevelNodes();
-  for (std::size_t index = 0; index < std::min(firstRoots.size(), secondRoots.size()); ++index) {
-    if (const auto found = treeDifference(firstRoots[index], secondRoots[index])) {
-      printDifference(found->difference, firstName + ": " + pathOf(first, found->first),
-                      secondName + ": " + pathOf(second, found->second));
-      return ExitStatus::notFound;
-    }
-  }
-  if (firstRoots.size() == secondRoots.size()) {
+  const auto found = firstDifference(first.topLevelNodes(), second.topLevelNodes());
+  if (!found) {
     return ExitStatus::done;
   }
-  printDifference({"number of top-level elements", std::to_string(firstRoots.size()),
-                   std::to_string(secondRoots.size())},
-                  firstName, secondName);
+  printDifference(found->difference, placeOf(first, found->first), placeOf(second, found->second));
   return ExitStatus::notFound;
 }
 

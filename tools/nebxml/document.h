@@ -1,10 +1,9 @@
 /*
- * A document as the commands see it: loaded from a file or from standard input, searched, saved.
+ * A document as the commands see it: loaded from a file or from standard input, searched.
  */
 #ifndef NEBXML_DOCUMENT_H
 #define NEBXML_DOCUMENT_H
 
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,17 +16,12 @@ namespace nebxml {
 /** The FILE argument that stands for standard input, or standard output for -o. */
 inline constexpr std::string_view standardStream = "-";
 
-/** Where a document goes, and how it is laid out there. */
-struct Destination {
-  std::string fileName{standardStream};
-  bool inPlace = false;
-  bool hasDeclaration = false;  ///< Not in place.
-  std::uint32_t indent = 0;     ///< Spaces for each level.
-};
-
 class Document {
  public:
-  explicit Document(std::string fileName);
+  explicit Document(const std::string &fileName);
+
+  /** Takes over a document node that was parsed in a session. */
+  Document(std::string fileName, XmlNode *top);
 
   [[nodiscard]] XmlNode *root() const { return root_.get(); }
   [[nodiscard]] const std::string &fileName() const { return fileName_; }
@@ -38,17 +32,10 @@ class Document {
   /** The node that a path finds; its absence is an error. */
   [[nodiscard]] XmlNode *find(const std::string &path) const;
 
-  /** Writes the document, which is prepared for the printer and of no further use then. */
-  void save(const Destination &destination) &&;
-
  private:
   struct Release {
     void operator()(XmlNode *node) const { NEB_XML_FreeNode(node); }
   };
-
-  void protectTree(XmlNode *top);
-  std::string print(const Destination &destination);
-  void saveInPlace(std::uint32_t indent);
 
   std::string fileName_;
   std::unique_ptr<XmlNode, Release> root_;

@@ -7,11 +7,21 @@
 #include <unistd.h>
 
 #include "command_error.h"
+#include "printable.h"
 
 namespace nebxml {
 namespace {
 
 constexpr mode_t newFileMode = 0666;
+constexpr const char *standardOutput = "standard output";
+constexpr std::string_view layoutControls = "\t\n";
+
+bool isOutputUsed = false;
+
+bool isOutputTerminal() {
+  static const bool isTerminal = ::isatty(STDOUT_FILENO) == 1;
+  return isTerminal;
+}
 
 [[noreturn]] void failWriting(const std::string &subject, int errorNumber) {
   throw CommandError(ExitStatus::fileTrouble, subject,
@@ -23,9 +33,10 @@ constexpr mode_t newFileMode = 0666;
 bool writeWhole(int descriptor, std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = ::write(descriptor, text.data(), text.size());
-    if (written >= 0) {
+    if (written > 0) {
       text.remove_prefix(static_cast<std::size_t>(written));
-    } else if (errno != EINTR) {
+    } else if (written == 0 || errno != EINTR) {
+      errno = written == 0 ? EIO : errno;
       return false;
     }
   }
@@ -45,8 +56,25 @@ bool closeAfter(bool written, int descriptor) {
 }  // namespace
 
 void writeStandardOutput(std::string_view text) {
-  if (!writeWhole(STDOUT_FILENO, text)) {
-    failWriting("standard output", errno);
+  if (text.empty()) {
+    return;
+  }
+  isOutputUsed = true;
+  const bool isWritten = isOutputTerminal()
+                             ? writeWhole(STDOUT_FILENO, printable(text, layoutControls))
+                             : writeWhole(STDOUT_FILENO, text);
+  if (!isWritten) {
+    failWriting(standardOutput, errno);
+  }
+}
+
+std::string outputName(std::string_view name) {
+  return isOutputTerminal() ? printable(name) : std::string(name);
+}
+
+void closeStandardOutput() {
+  if (isOutputUsed && ::close(STDOUT_FILENO) != 0) {
+    failWriting(standardOutput, errno);
   }
 }
 
@@ -68,6 +96,13 @@ void replaceFile(const std::string &fileName, const XmlNode *root, std::uint32_t
   const std::uint32_t result = NEB_XML_SaveFile(root, fileName.c_str(), indent);
   const int cause = errno;
   sigprocmask(SIG_SETMASK, &previousSignals, nullptr);
+  if (result == NEB_XML_ERR_NO_MEMORY) {
+    throw noMemory(fileName);
+  }
+  if (result == NEB_XML_ERR_FILE_OPEN && cause == 0) {
+    throw CommandError(ExitStatus::fileTrouble, fileName,
+                       "cannot be replaced: not a regular file, or its path is too long");
+  }
   if (result != NEB_XML_OK) {
     failWriting(fileName, cause);
   }

@@ -12,7 +12,14 @@
 
 namespace nebxml {
 
+/** A terminal gets printable text; everything else gets the text as it is. */
 void writeStandardOutput(std::string_view text);
+
+/** A name of a document, for a line of standard output. */
+std::string outputName(std::string_view name);
+
+/** Reports what writing has left to fail. Nothing can be written afterwards. */
+void closeStandardOutput();
 
 /** Creates or truncates a file. */
 void writeFile(const std::string &fileName, std::string_view text);

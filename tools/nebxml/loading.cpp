@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <new>
+#include <string_view>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "command_error.h"
@@ -16,46 +19,59 @@ namespace nebxml {
 namespace {
 
 constexpr std::size_t readSize = 65536;
+/** From here on the library reads no file. */
+constexpr off_t firstUnreadableSize = off_t{1} << 32;
 
 /** Reads up to the first NUL byte, where a text ends; false with errno set after a failure. */
 bool readText(int descriptor, std::string &text) {
   std::array<char, readSize> piece{};
   for (;;) {
     const ssize_t count = ::read(descriptor, piece.data(), piece.size());
-    if (count > 0) {
-      text.append(piece.data(), static_cast<std::size_t>(count));
-    } else if (count == 0 || errno != EINTR) {
-      text.resize(std::min(text.find('\0'), text.size()));
-      return count == 0;
+    const std::string_view read(piece.data(),
+                                static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    const std::size_t end = std::min(read.find('\0'), read.size());
+    text += read.substr(0, end);
+    if (end < read.size() || count == 0) {
+      return true;
+    }
+    if (count < 0 && errno != EINTR) {
+      return false;
     }
   }
 }
 
+CommandError cannotRead(const std::string &fileName, int errorNumber) {
+  return {ExitStatus::fileTrouble, fileName, withSystemCause("cannot read", errorNumber)};
+}
+
+/** A file that is open for reading. */
+class Input {
+ public:
+  explicit Input(const std::string &fileName)
+      : descriptor_(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC)) {}
+  ~Input() { ::close(descriptor_); }
+  Input(const Input &) = delete;
+  Input &operator=(const Input &) = delete;
+
+  /** Negative when the file could not be opened, with errno set. */
+  [[nodiscard]] int descriptor() const { return descriptor_; }
+
+ private:
+  int descriptor_;
+};
+
 /** What a file holds, as far as it can be read: only for showing it. */
 std::string readAgain(const std::string &fileName) {
   std::string text;
-  const int descriptor = ::open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor >= 0) {
-    readText(descriptor, text);
-    ::close(descriptor);
-  }
+  const Input input(fileName);
+  readText(input.descriptor(), text);
   return text;
 }
 
-CommandError fileTrouble(const std::string &fileName, std::uint32_t result, int errorNumber) {
-  std::string cause = "does not fit into memory";
-  if (result != NEB_XML_ERR_NO_MEMORY) {
-    const bool isOpen = result != NEB_XML_ERR_FILE_OPEN;
-    cause = withSystemCause(isOpen ? "cannot read" : "cannot open", errorNumber);
-  }
-  return {ExitStatus::fileTrouble, fileName, cause};
-}
-
-XmlNode *parseStandardInput() {
-  const std::string fileName(standardStream);
+XmlNode *parseDescriptor(const std::string &fileName, int descriptor) {
   std::string text;
-  if (!readText(STDIN_FILENO, text)) {
-    throw fileTrouble(fileName, NEB_XML_ERR_FILE_READ, errno);
+  if (!readText(descriptor, text)) {
+    throw cannotRead(fileName, errno);
   }
   XmlNode *root = nullptr;
   NEB_XML_PARSE_ERROR error{NEB_XML_ERR_SYNTAX, "the file is empty", 0, 0, 0, 0, 0, 0, 0, 0};
@@ -64,27 +80,60 @@ XmlNode *parseStandardInput() {
     return root;
   }
   throw error.code == NEB_XML_ERR_SYNTAX ? malformedText(fileName, error, text)
-                                         : fileTrouble(fileName, error.code, 0);
+                                         : noMemory(fileName);
 }
 
-XmlNode *parseFile(const std::string &fileName) {
+CommandError cannotOpen(const std::string &fileName, int errorNumber) {
+  return {ExitStatus::fileTrouble, fileName, withSystemCause("cannot open", errorNumber)};
+}
+
+/** A pipe, a device, or what the system makes up while it is read. */
+XmlNode *parseStream(const std::string &fileName) {
+  const Input input(fileName);
+  if (input.descriptor() < 0) {
+    throw cannotOpen(fileName, errno);
+  }
+  return parseDescriptor(fileName, input.descriptor());
+}
+
+XmlNode *parseRegularFile(const std::string &fileName, off_t size) {
   XmlNode *root = nullptr;
   NEB_XML_PARSE_ERROR error{};
   errno = 0;
-  const std::uint32_t result =
-      NEB_XML_ParseFileInfo(fileName.c_str(), NEB_XML_PARSE_SESSION, &root, &error);
-  if (result == NEB_XML_OK) {
-    return root;
+  switch (NEB_XML_ParseFileInfo(fileName.c_str(), NEB_XML_PARSE_SESSION, &root, &error)) {
+    case NEB_XML_OK:
+      return root;
+    case NEB_XML_ERR_SYNTAX:
+      throw malformedText(fileName, error, readAgain(fileName));
+    case NEB_XML_ERR_NO_MEMORY:
+      throw noMemory(fileName);
+    case NEB_XML_ERR_FILE_OPEN:
+      throw cannotOpen(fileName, errno);
+    default:
+      throw cannotRead(fileName, size >= firstUnreadableSize ? EFBIG : errno);
   }
-  throw result == NEB_XML_ERR_SYNTAX ? malformedText(fileName, error, readAgain(fileName))
-                                     : fileTrouble(fileName, result, errno);
+}
+
+XmlNode *parseFile(const std::string &fileName) {
+  struct stat status {};
+  if (::stat(fileName.c_str(), &status) != 0) {
+    throw cannotOpen(fileName, errno);
+  }
+  if (S_ISDIR(status.st_mode)) {
+    throw cannotRead(fileName, EISDIR);
+  }
+  // A file without a size may still hold something, as those in /proc do.
+  return S_ISREG(status.st_mode) && status.st_size > 0 ? parseRegularFile(fileName, status.st_size)
+                                                       : parseStream(fileName);
 }
 
 }  // namespace
 
-XmlNode *loadDocument(const std::string &fileName) {
+XmlNode *loadDocument(const std::string &fileName) try {
   const ProgressNote note(fileName);
-  return fileName == standardStream ? parseStandardInput() : parseFile(fileName);
+  return fileName == standardStream ? parseDescriptor(fileName, STDIN_FILENO) : parseFile(fileName);
+} catch (const std::bad_alloc &) {
+  throw noMemory(fileName);
 }
 
 }  // namespace nebxml

@@ -1,5 +1,5 @@
 /*
- * From a file, or standard input, to a tree.
+ * From a file, a pipe or standard input to a tree.
  */
 #ifndef NEBXML_LOADING_H
 #define NEBXML_LOADING_H

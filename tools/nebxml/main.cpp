@@ -1,15 +1,23 @@
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <new>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include <unistd.h>
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "file_output.h"
+#include "printable.h"
 #include "value_type.h"
 
 namespace nebxml {
@@ -31,15 +39,19 @@ std::string banner() {
   return text.data();
 }
 
+void requireSingleInput(bool isSingle) {
+  if (!isSingle) {
+    throw CLI::ValidationError("-", "standard input can be read once only");
+  }
+}
+
 /** Arguments that are right one by one and wrong together. */
 void requireFiles(const Arguments &arguments) {
   const bool readsInput = arguments.target.fileName == standardStream;
   if (arguments.destination.inPlace && readsInput) {
     throw CLI::ValidationError("--in-place", "needs a file, not standard input");
   }
-  if (arguments.source.fileName == standardStream && readsInput) {
-    throw CLI::ValidationError("-", "standard input can be read once only");
-  }
+  requireSingleInput(arguments.source.fileName != standardStream || !readsInput);
 }
 
 CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &purpose,
@@ -84,7 +96,11 @@ void addDestination(CLI::App *command, Arguments &arguments) {
 void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status) {
   CLI::App *check = app.add_subcommand("check", "report where files are not well-formed");
   check->add_option("FILE", arguments.fileNames, "files, or - for standard input")->required();
-  check->callback([&] { status = checkFiles(arguments.fileNames); });
+  check->callback([&] {
+    const std::vector<std::string> &names = arguments.fileNames;
+    requireSingleInput(std::count(names.begin(), names.end(), standardStream) <= 1);
+    status = checkFiles(names);
+  });
 
   addCommand(app, "tree", "print each node with the path that finds it", arguments,
              [&] { printTree(arguments.target.fileName); });
@@ -141,16 +157,19 @@ void addImport(CLI::App &app, Arguments &arguments) {
   addDestination(import, arguments);
 }
 
-/** Prints help, version or the complaint about wrong usage. */
+/** Prints help, version or the complaint about wrong usage, which may repeat arguments. */
 ExitStatus answer(const CLI::App &app, const CLI::ParseError &error) {
-  if (app.exit(error) != 0) {
-    return ExitStatus::wrongUsage;
-  }
-  if (!std::cout.flush()) {
-    std::cerr << "nebxml: standard output: cannot write\n";
-    return ExitStatus::fileTrouble;
-  }
-  return ExitStatus::done;
+  std::ostringstream help;
+  std::ostringstream complaint;
+  const bool isHelp = app.exit(error, help, complaint) == 0;
+  writeStandardOutput(help.str());
+  std::cerr << complaint.str();
+  return isHelp ? ExitStatus::done : ExitStatus::wrongUsage;
+}
+
+std::string printableComplaint(const CLI::App *app, const CLI::Error &error) {
+  return printable(error.what()) + "\nRun with " + app->get_help_ptr()->get_name() +
+         " for more information.\n";
 }
 
 ExitStatus run(int argumentCount, const char *const *argumentTexts) {
@@ -159,6 +178,7 @@ ExitStatus run(int argumentCount, const char *const *argumentTexts) {
   ExitStatus status = ExitStatus::done;
   app.set_version_flag("--version", banner());
   app.require_subcommand(1);
+  app.failure_message(printableComplaint);
   addReadingCommands(app, arguments, status);
   addFormat(app, arguments);
   addSet(app, arguments);
@@ -172,6 +192,13 @@ ExitStatus run(int argumentCount, const char *const *argumentTexts) {
   return status;
 }
 
+/** The runtime ends a program that has no memory left for an exception. */
+[[noreturn]] void endAtOnce() {
+  constexpr std::string_view report = "nebxml: stopped, there is not enough memory\n";
+  [[maybe_unused]] const ssize_t unused = ::write(STDERR_FILENO, report.data(), report.size());
+  std::_Exit(static_cast<int>(ExitStatus::fileTrouble));
+}
+
 }  // namespace
 }  // namespace nebxml
 
@@ -180,11 +207,15 @@ int main(int argumentCount, char **argumentTexts) {
   ExitStatus status = ExitStatus::fileTrouble;
   // A write beyond the file size limit then fails like any other, and is reported.
   std::signal(SIGXFSZ, SIG_IGN);
+  std::set_terminate(nebxml::endAtOnce);
   try {
     status = nebxml::run(argumentCount, argumentTexts);
+    nebxml::closeStandardOutput();
   } catch (const nebxml::CommandError &error) {
     std::fprintf(stderr, "%s\n", error.what());
     status = error.status();
+  } catch (const std::bad_alloc &) {
+    std::fputs("nebxml: there is not enough memory\n", stderr);
   } catch (const std::exception &error) {
     std::fprintf(stderr, "nebxml: %s\n", error.what());
   }

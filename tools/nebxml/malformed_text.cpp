@@ -5,6 +5,7 @@
 
 #include <unistd.h>
 
+#include "printable.h"
 #include "text_window.h"
 
 namespace nebxml {
@@ -56,8 +57,8 @@ std::string excerpt(std::string_view text, std::size_t offset) {
 
 std::string remark(const std::string &fileName, const Place &place, const std::string &words,
                    std::string_view text) {
-  const std::string where =
-      fileName + ':' + std::to_string(place.line) + ':' + std::to_string(place.column) + ':';
+  const std::string where = printable(fileName) + ':' + std::to_string(place.line) + ':' +
+                            std::to_string(place.column) + ':';
   const std::string view = place.offset <= text.size() ? excerpt(text, place.offset) : "";
   return styled(boldStyle, where) + ' ' + words + view;
 }

@@ -75,4 +75,18 @@ std::optional<std::string_view> NodePaths::extend(const std::string &segment, st
   return path_;
 }
 
+std::string pathOf(const std::vector<XmlNode *> &topLevelNodes, const XmlNode *wanted) {
+  NodePaths paths(topLevelNodes.front());
+  for (const XmlNode *root : topLevelNodes) {
+    std::size_t depth = 0;
+    for (const XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
+      const auto path = paths.enter(node, depth);
+      if (node == wanted) {
+        return path ? std::string(*path) : nodeStrings(node).qualifiedName().append(noPath);
+      }
+    }
+  }
+  return "";
+}
+
 }  // namespace nebxml

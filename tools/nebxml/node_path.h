@@ -5,10 +5,10 @@
 #define NEBXML_NODE_PATH_H
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "neb_xml.h"
@@ -31,8 +31,9 @@ class NodePaths {
   /** An ancestor on the way to the current node. */
   struct Level {
     std::size_t pathLength = 0;
-    /** How many of its children so far each segment has matched. */
-    std::unordered_map<std::string, std::uint32_t> matches;
+    /** How many of its children so far each segment has matched. No hash: a file chooses the names,
+     *  and could choose colliding ones. */
+    std::map<std::string, std::uint32_t> matches;
   };
 
   std::uint32_t countMatch(const XmlNode *node, const std::string &segment);
@@ -43,6 +44,12 @@ class NodePaths {
   std::vector<Level> levels_;
   std::string path_;
 };
+
+/** The path of one node, or its name and the remark that there is no path. */
+std::string pathOf(const std::vector<XmlNode *> &topLevelNodes, const XmlNode *wanted);
+
+/** What stands behind the name of a node that no path leads to. */
+inline constexpr std::string_view noPath = " (no path)";
 
 }  // namespace nebxml
 

@@ -4,7 +4,9 @@
 #include <condition_variable>
 #include <iostream>
 #include <mutex>
+#include <new>
 #include <stop_token>
+#include <system_error>
 
 #include <unistd.h>
 
@@ -21,7 +23,8 @@ bool isWanted(const std::string &fileName) {
   return ::isatty(STDERR_FILENO) == 1 && !isTyped;
 }
 
-void countSeconds(const std::stop_token &stop, const std::string &fileName) {
+/** Memory that it cannot get ends the note, not the program. */
+void countSeconds(const std::stop_token &stop, const std::string &fileName) try {
   std::mutex mutex;
   std::condition_variable_any condition;
   std::unique_lock lock(mutex);
@@ -34,13 +37,19 @@ void countSeconds(const std::stop_token &stop, const std::string &fileName) {
     std::cerr << eraseLine << "nebxml: reading " << fileName << ", " << seconds << " s"
               << std::flush;
   }
+} catch (const std::bad_alloc &) {
 }
 
 }  // namespace
 
 ProgressNote::ProgressNote(const std::string &fileName) {
-  if (isWanted(fileName)) {
+  if (!isWanted(fileName)) {
+    return;
+  }
+  try {
     thread_ = std::jthread(countSeconds, shortened(fileName));
+  } catch (const std::system_error &) {
+    // Where no thread can be had the file is read without a note.
   }
 }
 

@@ -17,13 +17,12 @@ constexpr std::size_t indentWidth = 2;
 /** Deeper lines are indented no further: the output stays linear in the depth of the tree. */
 constexpr std::size_t deepestIndent = 64;
 constexpr std::size_t outputPiece = 65536;
-constexpr std::string_view noPath = " (no path)";
 
 void appendAttributes(std::string &lines, const XmlNode *element) {
   XmlNode *attribute = nextAttribute(element, nullptr);
   for (; attribute != nullptr; attribute = nextAttribute(element, attribute)) {
     const NodeStrings strings = nodeStrings(attribute);
-    lines += " " + strings.qualifiedName() + "=\"" + shortened(strings.value) + '"';
+    lines += " " + outputName(strings.qualifiedName()) + "=\"" + shortened(strings.value) + '"';
   }
 }
 
@@ -32,9 +31,9 @@ void appendLine(std::string &lines, const XmlNode *node, std::size_t depth,
   const NodeStrings strings = nodeStrings(node);
   lines.append(std::min(depth, deepestIndent) * indentWidth, ' ');
   if (path) {
-    lines += *path;
+    lines += outputName(*path);
   } else {
-    lines.append(strings.qualifiedName()).append(noPath);
+    lines.append(outputName(strings.qualifiedName())).append(noPath);
   }
   appendAttributes(lines, node);
   if (!strings.value.empty()) {

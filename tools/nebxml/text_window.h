@@ -10,12 +10,12 @@
 
 namespace nebxml {
 
-/** Makes a value fit on a line: cut between characters, line breaks and controls as spaces. */
+/** Makes a value fit on a line: cut between characters, and printable. */
 std::string shortened(std::string_view value);
 
 /** The part of a line around a place in it. */
 struct TextWindow {
-  std::string text;  ///< Tabs are kept, other controls are spaces.
+  std::string text;  ///< Printable; tabs are kept.
   std::string lead;  ///< As wide as what the text holds before the place.
 };
 

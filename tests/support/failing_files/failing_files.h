@@ -1,0 +1,31 @@
+// File calls of a process that are recorded, and fail when told to: linked into a program of tests,
+// or loaded into another program before the C library.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+namespace failing_files {
+
+struct Plan {
+  size_t failing = 0;  // the n-th call from now fails; 0: none does
+  int error = 0;       // its errno; 0: a write writes half, other calls succeed
+  std::function<void(const std::string &)> observe = nullptr;  // runs before each call
+};
+
+// While it lives, the plan is followed. calls() are those so far, each with a space behind its name,
+// and a '!' if it failed.
+class Following {
+ public:
+  explicit Following(const Plan &plan);
+  ~Following();
+  static std::string calls();
+};
+
+// Where another program finds "failing error signalled", signalled being the call in which it gets
+// SIGTERM, and the file for its calls.
+inline constexpr char kPlanVariable[] = "NEB_XML_FAILING_FILES";
+inline constexpr char kCallsVariable[] = "NEB_XML_FILE_CALLS";
+
+}  // namespace failing_files
