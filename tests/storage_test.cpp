@@ -7,21 +7,38 @@
 
 namespace {
 
+constexpr uint32_t kOk = NEB_XML_OK;
+constexpr uint32_t kElement = NEB_XML_NODE_ELEMENT, kDocument = NEB_XML_NODE_DOCUMENT;
+
+XmlNode *made(const char *name, uint32_t type = kElement, const char *value = nullptr) {
+  XmlNode *node = nullptr;
+  EXPECT_EQ(NEB_XML_CreateNode(type, nullptr, name, value, &node), kOk);
+  return node;
+}
+
+XmlNode *appended(XmlNode *parent, XmlNode *node) {
+  EXPECT_EQ(NEB_XML_AppendChildNode(parent, node), kOk);
+  return node;
+}
+
+XmlNode *attached(XmlNode *element, uint32_t session, const char *name, const char *value) {
+  XmlNode *attribute = XML_NewNode(session, NEB_XML_NODE_ATTRIBUTE);
+  XML_SetNode(attribute, attribute, nullptr, name, value);
+  EXPECT_EQ(XML_AddAttrNode(attribute, element), kOk);
+  return attribute;
+}
+
 // The commonest edit there is: a node made through the hooks in a document that owns a session.
 TEST(Storage, NodeOfTheHooksTakenOutOfADocumentOutlivesIt) {
   for (const bool documentFirst : {false, true}) {
     XmlNode *document = trees::parsed("<doc><x/></doc>");
-    XmlNode *node = nullptr;
-    XmlNode *child = nullptr;
-    NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "node", "text", &node);
-    NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "a-name-too-long-to-intern", "t", &child);
-    ASSERT_EQ(NEB_XML_AppendChildNode(document, node), uint32_t{NEB_XML_OK});
-    ASSERT_EQ(NEB_XML_AppendChildNode(node, child), uint32_t{NEB_XML_OK});
+    XmlNode *node = appended(document, made("node", kElement, "text"));
+    XmlNode *child = appended(node, made("a-name-too-long-to-intern", kElement, "t"));
     NEB_XML_AddAttr(child, nullptr, "of-the-session", "1");
     NEB_XML_SetNode(node, "p", "renamed", "other");
     XmlNode *carved = NEB_XML_GetNodeFirstChild(document);
     NEB_XML_RemoveNode(carved);
-    ASSERT_EQ(NEB_XML_AppendChildNode(node, carved), uint32_t{NEB_XML_OK});
+    appended(node, carved);
     NEB_XML_RemoveNode(node);
     NEB_XML_FreeNode(documentFirst ? document : node);
     NEB_XML_FreeNode(documentFirst ? node : document);
@@ -34,10 +51,9 @@ TEST(Storage, NodesLeftInADocumentOrBelowItsDetachedPartsGoWithIt) {
   XmlNode *detached = NEB_XML_GetNodeLastChild(document);
   NEB_XML_RemoveNode(detached);
   for (XmlNode *parent : {document, NEB_XML_GetNodeFirstChild(document), detached}) {
-    XmlNode *node = nullptr;
-    NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, "p", "node", "value", &node);
+    XmlNode *node = made("node", kElement, "value");
     NEB_XML_AddAttr(node, "q", "attribute", "value");
-    ASSERT_EQ(NEB_XML_AppendChildNode(parent, node), uint32_t{NEB_XML_OK});
+    appended(parent, node);
   }
   const size_t released = guarded::releases();
   NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(detached), "", "", "");
@@ -58,39 +74,15 @@ TEST(Storage, TextsOfTheHooksInAChainOfASessionGoWithTheSession) {
   NEB_XML_FreeNode(document);
 }
 
-// Attributes go to an element of any storage. What ends cuts off what it shared with others.
-TEST(Storage, AttributesOfAnotherSessionLoseTheirElementWithItsSession) {
-  XmlNode *document = trees::parsed("<doc own='1'/>");
-  XmlNode *other = trees::parsed("<other/>");
-  XmlNode *attributes[2];
-  for (XmlNode *&attribute : attributes) {
-    attribute =
-        XML_NewNode(&attribute == attributes ? 0 : other->sessionId, NEB_XML_NODE_ATTRIBUTE);
-    XML_SetNode(attribute, attribute, nullptr, &attribute == attributes ? "hooks" : "other", "2");
-    ASSERT_EQ(XML_AddAttrNode(attribute, document), uint32_t{NEB_XML_OK});
-  }
-  EXPECT_EQ(trees::printed(document), "<doc own=\"1\" hooks=\"2\" other=\"2\"/>\n");
-  NEB_XML_FreeNode(document);
-  EXPECT_TRUE(attributes[1]->parent == nullptr && attributes[1]->next == nullptr);
-  ASSERT_EQ(XML_AddAttrNode(attributes[1], other), uint32_t{NEB_XML_OK});
-  EXPECT_EQ(trees::printed(other), "<other other=\"2\"/>\n");
-  NEB_XML_FreeNode(other);
-}
-
 // What holds something of one session, or once stood in it, is kept out of others: they may end in
 // any order.
 TEST(Storage, WhatLivedInOneSessionIsRefusedByOthers) {
-  const auto element = [] {
-    XmlNode *node = nullptr;
-    NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "e", nullptr, &node);
-    return node;
-  };
   XmlNode *first = trees::parsed("<first/>");
   XmlNode *second = trees::parsed("<second/>");
-  XmlNode *outer = element();
-  XmlNode *inner = element();
-  XmlNode *withText = element();
-  XmlNode *withBoth = element();
+  XmlNode *outer = made("e");
+  XmlNode *inner = made("e");
+  XmlNode *withText = made("e");
+  XmlNode *withBoth = made("e");
   NEB_XML_AppendChildNode(outer, inner);
   NEB_XML_AppendChildNode(first, outer);
   XmlNode *attribute = XML_NewNode(0, NEB_XML_NODE_ATTRIBUTE);
@@ -99,9 +91,7 @@ TEST(Storage, WhatLivedInOneSessionIsRefusedByOthers) {
   NEB_XML_RemoveNode(outer);
   NEB_XML_RemoveNode(inner);
   for (const XmlNode *document : {first, second}) {
-    XmlNode *other = XML_NewNode(document->sessionId, NEB_XML_NODE_ATTRIBUTE);
-    XML_SetNode(other, other, nullptr, document->name, "");
-    EXPECT_EQ(XML_AddAttrNode(other, withBoth), uint32_t{NEB_XML_OK});
+    attached(withBoth, document->sessionId, document->name, "");
   }
   for (XmlNode *node : {outer, inner, withText, withBoth}) {
     EXPECT_EQ(NEB_XML_AppendChildNode(second, node), uint32_t{NEB_XML_ERR_INVALID_PARAM});
@@ -110,18 +100,90 @@ TEST(Storage, WhatLivedInOneSessionIsRefusedByOthers) {
 }
 
 TEST(Storage, AttributesOfASessionLeaveAnElementOfTheHooksWithTheirSession) {
-  XmlNode *element = nullptr;
-  NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "e", nullptr, &element);
+  XmlNode *element = made("e");
   const uint32_t session = XML_MemSessionBegin(1024);
   const char *const names[] = {"s1", "s2", "h1", "s3", "s4", "h2", "s5"};
-  for (const char *name : names) {
-    XmlNode *attribute = XML_NewNode(name[0] == 's' ? session : 0, NEB_XML_NODE_ATTRIBUTE);
-    XML_SetNode(attribute, attribute, nullptr, name, "");
-    ASSERT_EQ(XML_AddAttrNode(attribute, element), uint32_t{NEB_XML_OK});
-  }
+  for (const char *name : names) attached(element, name[0] == 's' ? session : 0, name, "");
   EXPECT_EQ(XML_MemSessionEnd(session), 1U);
   EXPECT_EQ(trees::printed(element), "<e h1=\"\" h2=\"\"/>\n");
   NEB_XML_FreeNode(element);
+}
+
+// A table of names goes with its document or with the last name in it, whichever is later.
+TEST(Storage, InternedNamesOutliveADocumentOfTheHooks) {
+  for (const char *destination : {"", "<hooks/>", "<session/>"}) {
+    XmlNode *document = made("document", kDocument);
+    XmlNode *nested = appended(document, made("nested", kDocument));
+    XmlNode *child = appended(nested, made("child"));
+    NEB_XML_AddAttr(child, nullptr, "attribute", "1");
+    ASSERT_EQ(child->nameOwned + nested->nameOwned + child->firstAttr->nameOwned, 0);
+    NEB_XML_RemoveNode(nested);
+    XmlNode *other =
+        *destination == '\0' ? nullptr : trees::parsed(destination, destination[1] == 's');
+    if (other != nullptr) appended(other, nested);
+    NEB_XML_FreeNode(document);
+    EXPECT_EQ(trees::printed(nested), "<nested>\n<child attribute=\"1\"/>\n</nested>\n");
+    NEB_XML_SetNode(child, nullptr, "renamed", nullptr);
+    NEB_XML_RemoveAttr(child, nullptr, "attribute");
+    EXPECT_EQ(trees::printed(nested), "<nested>\n<renamed/>\n</nested>\n");
+    NEB_XML_FreeNode(other != nullptr ? other : nested);
+  }
+}
+
+// Attributes go to an element of any storage. What ends cuts off what it shared with others, and
+// the strings of an attribute end with its own session, on whatever tree's behalf they were set.
+TEST(Storage, AttributesOfAnotherSessionKeepTheirStrings) {
+  for (const bool elementFirst : {true, false}) {
+    XmlNode *document = trees::parsed("<doc/>");
+    const uint32_t session = XML_MemSessionBegin(1024);
+    attached(document, 0, "h", "");
+    XmlNode *attribute = attached(document, session, "a", "1");
+    const uint32_t number = 2;
+    EXPECT_EQ(XML_SetNode(document, attribute, "p", "b", nullptr), kOk);
+    EXPECT_EQ(NEB_XML_SetAttrValueEx(document, "p", "b", NEB_XML_VALUE_UINT32, &number), kOk);
+    EXPECT_EQ(trees::printed(document), "<doc h=\"\" p:b=\"2\"/>\n");
+    EXPECT_EQ(NEB_XML_SetNode(attribute, "q", "c", nullptr), kOk);
+    EXPECT_EQ(NEB_XML_SetAttr(document, "q", "c", "3"), kOk);
+    if (elementFirst) {
+      NEB_XML_FreeNode(document);
+      document = made("other");
+      EXPECT_EQ(XML_AddAttrNode(attribute, document), kOk);
+      EXPECT_EQ(trees::printed(document), "<other q:c=\"3\"/>\n");
+    }
+    EXPECT_EQ(XML_MemSessionEnd(session), 1U);
+    EXPECT_EQ(trees::printed(document), elementFirst ? "<other/>\n" : "<doc h=\"\"/>\n");
+    NEB_XML_FreeNode(document);
+  }
+}
+
+TEST(Storage, ANodeReleasedAloneLeavesTheRestOfItsTreeToBeReleased) {
+  XmlNode *first = trees::parsed("<first><carved/></first>");
+  XmlNode *second = trees::parsed("<second/>");
+  XmlNode *carved = first->firstChild;
+  NEB_XML_RemoveNode(carved);
+  XmlNode *root = appended(first, made("root"));
+  XmlNode *middle = appended(root, made("middle"));
+  XmlNode *children[] = {made("h1"), carved, made("h2")};
+  for (XmlNode *child : children) appended(middle, child);
+  const uint32_t sessions[] = {0, first->sessionId, 0, second->sessionId};
+  XmlNode *attributes[] = {
+      attached(middle, sessions[0], "0", ""), attached(middle, sessions[1], "1", ""),
+      attached(middle, sessions[2], "2", ""), attached(middle, sessions[3], "3", "")};
+  const size_t released = guarded::releases();
+  XML_FreeSingleNode(middle);  // nothing in the tree of a session
+  NEB_XML_RemoveNode(root);
+  for (XmlNode *node : {root, attributes[0], attributes[1]}) XML_FreeSingleAttrNode(node);
+  EXPECT_EQ(guarded::releases(), released);
+  XML_FreeSingleNode(middle);
+  EXPECT_TRUE(children[0]->next == children[2] && attributes[0]->next == attributes[2]);
+  EXPECT_TRUE(isDetached(carved));
+  for (XmlNode *attribute : {attributes[1], attributes[3]}) {
+    XML_FreeSingleAttrNode(attribute);
+    EXPECT_EQ(XML_AddAttrNode(attribute, root), kOk);
+  }
+  EXPECT_EQ(trees::printed(root), "<root 1=\"\" 3=\"\"/>\n");
+  for (XmlNode *chain : {children[0], attributes[0]}) XML_FreeNode(chain);
+  for (XmlNode *node : {second, root, first}) NEB_XML_FreeNode(node);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Bytes drive the calls on trees: nodes, attributes and sibling chains, of the hooks and of
 // sessions, in any order, with allocations that fail. After each step the trees, their texts and
 // the marks of who owns what are those of a plain model; in the end every piece has gone back.
+// Left out are only calls after which links that the library does not know would be the caller's.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -9,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/bytes.h"
@@ -19,15 +21,14 @@
 
 namespace {
 
-constexpr uint32_t kElement = NEB_XML_NODE_ELEMENT;
-constexpr uint32_t kAttribute = NEB_XML_NODE_ATTRIBUTE;
+constexpr uint32_t kElement = NEB_XML_NODE_ELEMENT, kAttribute = NEB_XML_NODE_ATTRIBUTE;
 constexpr uint32_t kDocument = NEB_XML_NODE_DOCUMENT;
+constexpr uint32_t kOther = 5;     // has no children and is not printed
+constexpr uint32_t kBeyond = 256;  // of which the low byte is left: an element
 
 constexpr size_t kLongestProgram = 1024;
-constexpr ptrdiff_t kMostNodes = 250;
-constexpr size_t kMostModels = 1000;
-constexpr size_t kLongestInterned = 11;
-constexpr size_t kInternedNames = 10;
+constexpr size_t kMostNodes = 250, kMostModels = 1000;
+constexpr size_t kInternedNames = 10, kLongestInterned = 11;
 
 constexpr const char *kGiven[] = {nullptr,        "",   "a",  "b",  "id", "p",  "longest-one",
                                   "too-long-one", "n0", "n1", "n2", "n3", "n4", "n5",
@@ -36,22 +37,18 @@ constexpr const char *kDocuments[] = {"<r/>", "<r a='1' p:b='2'><x y='z'>t</x><x
                                       "<a k='1'/><p:b>t</p:b><c><d/></c>",
                                       "<n4><n5 n6='1'/><n7/></n4>"};
 
-// What a text dies with: its node (0), a session, or the document whose table holds it.
-using Home = uint64_t;
-
 enum Field { kPrefix, kName, kValue };
 constexpr Field kFields[] = {kPrefix, kName, kValue};
 
 struct Text {
   std::optional<std::string> text;
-  Home home = 0;
+  uint32_t home = 0;  // the session that it goes with; 0: none
   bool isInterned = false;
 };
 
 struct Model {
   XmlNode *node = nullptr;  // null for the holder of a chain
-  Home key = 0;
-  uint32_t session = 0;  // carved from; 0: the hooks
+  uint32_t session = 0;     // carved from; 0: the hooks
   uint32_t type = 0;
   bool endsSession = false;
   bool isAlive = true;
@@ -63,9 +60,14 @@ struct Model {
   std::vector<Model *> attributes = {};
 
   bool isAttribute() const { return type == kAttribute; }
+  bool isAttached() const { return parent != nullptr && parent->node != nullptr; }
+  bool isChained() const { return parent != nullptr && parent->node == nullptr; }
   std::vector<Model *> &siblings() const {
     return isAttribute() ? parent->attributes : parent->children;
   }
+
+  // An attribute does not know the one before it in a chain, so that only the caller can cut it off.
+  bool isBehind() const { return isAttribute() && isChained() && siblings()[0] != this; }
 };
 
 std::optional<std::string> copyOf(const char *text) {
@@ -76,7 +78,7 @@ bool isMissing(const std::optional<std::string> &text) { return !text || text->e
 
 // The node at the top, which may be one of a chain.
 Model *rootOf(Model *model) {
-  while (model->parent != nullptr && model->parent->node != nullptr) model = model->parent;
+  while (model->isAttached()) model = model->parent;
   return model;
 }
 
@@ -89,6 +91,11 @@ Model *topmostOf(Model *model) {
 uint32_t storageOf(Model *model) {
   const Model *topmost = topmostOf(model);
   return topmost == nullptr ? 0 : topmost->session;
+}
+
+// Of the strings that a node gets on behalf of a tree: a record holds none of another session.
+uint32_t storageFor(const Model *model, uint32_t storage) {
+  return storage != 0 && model->session != 0 ? model->session : storage;
 }
 
 template <typename Action>
@@ -104,22 +111,19 @@ void forTree(Model *top, Action action) {
 }
 
 Model *attributeOf(Model *element, const std::optional<std::string> &prefix,
-                   const std::optional<std::string> &name) {
+                   const std::optional<std::string> &name, const Model *except = nullptr) {
   for (Model *attribute : element->attributes) {
     const auto &texts = attribute->texts;
-    if (texts[kPrefix].text == prefix && texts[kName].text == name) return attribute;
+    const bool isSame = texts[kPrefix].text == prefix && texts[kName].text == name;
+    if (isSame && attribute != except) return attribute;
   }
   return nullptr;
 }
 
 // Strings for a call, and copies of them, since they may be those of the node and go with the call.
 struct Given {
-  Given(const char *prefix, const char *name, const char *value)
-      : texts{prefix, name, value}, copies{copyOf(prefix), copyOf(name), copyOf(value)} {}
-  const char *operator[](Field field) const { return texts[field]; }
-
-  std::array<const char *, 3> texts;
-  std::array<std::optional<std::string>, 3> copies;
+  const char *prefix, *name, *value;
+  std::array<std::optional<std::string>, 3> copies = {copyOf(prefix), copyOf(name), copyOf(value)};
 };
 
 class Machine {
@@ -139,15 +143,16 @@ class Machine {
     using Operation = void (Machine::*)(Model *);
     constexpr Operation kMaking[] = {&Machine::createNode, &Machine::parse, &Machine::newNode,
                                      &Machine::beginSession};
-    constexpr Operation kTaking[] = {&Machine::remove, &Machine::release, &Machine::releaseOnward,
-                                     &Machine::releaseSingle, &Machine::releaseSession};
+    constexpr Operation kTaking[] = {&Machine::remove,        &Machine::release,
+                                     &Machine::releaseOnward, &Machine::releaseSingle,
+                                     &Machine::endAny,        &Machine::releaseSingleAttribute};
     constexpr Operation kUsing[] = {
         &Machine::insert,        &Machine::insert,       &Machine::insert,
         &Machine::insert,        &Machine::addAttribute, &Machine::setStrings,
         &Machine::setNumber,     &Machine::setAttribute, &Machine::attach,
-        &Machine::clone,         &Machine::setStringsOf, &Machine::setAttributeNumber,
-        &Machine::takeAttribute, &Machine::import,       &Machine::print,
-        &Machine::allocate};
+        &Machine::copy,          &Machine::setStringsOf, &Machine::setNumber,
+        &Machine::takeAttribute, &Machine::copy,         &Machine::print,
+        &Machine::allocate,      &Machine::find,         &Machine::stepFromElsewhere};
     constexpr uint8_t kFailing = 200;  // programs from this byte on meet a failing allocation
     const uint8_t code = bytes_.take();
     if (code >= kFailing) hooks::failNth(1 + code % 4, code % 3 == 0);
@@ -168,12 +173,17 @@ class Machine {
 
   // The registers: whatever is alive.
 
-  Model *any() {
+  std::vector<Model *> alive() const {
     std::vector<Model *> alive;
     for (const auto &model : models_) {
       if (model->isAlive && model->node != nullptr) alive.push_back(model.get());
     }
-    return alive.empty() ? nullptr : bytes_.pickFrom(alive);
+    return alive;
+  }
+
+  Model *any() {
+    const std::vector<Model *> models = alive();
+    return models.empty() ? nullptr : bytes_.pickFrom(models);
   }
 
   // 0, or a session, open or not.
@@ -211,23 +221,16 @@ class Machine {
     models_.push_back(std::make_unique<Model>());
     Model *model = models_.back().get();
     model->node = node;
-    model->key = Home{models_.size()} << 32;
     model->session = session;
     model->type = type;
     return model;
   }
 
-  void open(uint32_t session, bool hasDocument) { sessions_[session] |= hasDocument; }
-
   // Takes over what a parse or a copy has made, whose texts are known to be right.
   Model *adopt(XmlNode *node, Model *parent) {
     Model *model = add(node, node->sessionId, static_cast<uint32_t>(node->type));
-    const char *texts[] = {node->prefix, node->name, node->value};
-    for (const Field field : kFields) {
-      model->texts[field] = {copyOf(texts[field]), model->session};
-    }
-    model->parent = parent;
-    if (parent != nullptr) model->siblings().push_back(model);
+    put(model, {node->prefix, node->name, node->value}, model->session);
+    hang(model, parent);
     if (model->isAttribute()) return model;
     for (XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) adopt(attr, model);
     for (XmlNode *child = node->firstChild; child != nullptr; child = child->next) {
@@ -236,59 +239,81 @@ class Machine {
     return model;
   }
 
-  static void put(Model *model, const Given &given, Home home) {
+  static void put(Model *model, const Given &given, uint32_t storage) {
+    const uint32_t home = storageFor(model, storage);
     for (const Field field : kFields) {
       if (!isMissing(given.copies[field])) model->texts[field] = {given.copies[field], home};
     }
+    settle(model, {storage});
   }
 
   // A node of the hooks, and those above it, hold something of a session.
   static void settle(Model *model, const std::set<uint32_t> &sessions) {
-    for (; model != nullptr && model->node != nullptr && model->session == 0;
-         model = model->parent) {
+    for (; model != nullptr && model->session == 0; model = model->parent) {
       model->livedIn.insert(sessions.begin(), sessions.end());
+      model->livedIn.erase(0);
     }
-  }
-
-  void settleIn(Model *model, uint32_t session) {
-    if (session != 0) settle(model, {session});
   }
 
   void intern(Model *model) {
     Model *topmost = topmostOf(model);
     Text &name = model->texts[kName];
     if (topmost->type != kDocument || isMissing(name.text) || name.isInterned) return;
+    if (model->session != 0 && model->session != topmost->session) return;
     auto &names = topmost->names;
     if (std::find(names.begin(), names.end(), *name.text) == names.end()) {
       if (names.size() == kInternedNames || name.text->size() > kLongestInterned) return;
       names.push_back(*name.text);
     }
-    name.home = topmost->key;
+    name.home = topmost->session;
     name.isInterned = true;
+    settle(model, {topmost->session});
   }
 
-  void unlink(Model *model) {
+  static void hang(Model *model, Model *parent) {
+    model->parent = parent;
+    if (parent != nullptr) model->siblings().push_back(model);
+  }
+
+  static void unlink(Model *model) {
     Model *parent = model->parent;
     if (parent == nullptr) return;
-    std::erase(model->siblings(), model);
+    auto &siblings = model->siblings();
+    std::erase(siblings, model);
     model->parent = nullptr;
-    if (parent->node != nullptr || parent->children.size() > 1) return;
-    for (Model *last : parent->children) last->parent = nullptr;  // no chain any more
-    parent->children.clear();
+    if (parent->node != nullptr || siblings.size() > 1) return;
+    for (Model *last : siblings) last->parent = nullptr;  // no chain any more
+    siblings.clear();
   }
 
-  void bury(Model *top) {
+  // What the hooks have made stays together, what sessions have made stands alone.
+  void orphan(std::vector<Model *> siblings) {
+    for (Model *each : siblings) unlink(each);
+    std::erase_if(siblings, [](const Model *each) { return each->session != 0; });
+    if (siblings.size() < 2) return;
+    Model *chain = add(nullptr, 0, kElement);
+    for (Model *each : siblings) hang(each, chain);
+  }
+
+  // What is of a session that has not ended stays, detached. Its strings are released with the tree,
+  // but for those of an attribute that only loses its element with another session.
+  static void bury(Model *top, uint32_t ended = 0) {
     unlink(top);
-    forTree(top, [this](Model *each) {
-      each->isAlive = false;
-      gone_.insert(each->key);
+    std::vector<Model *> left;
+    forTree(top, [&](Model *each) {
+      each->isAlive = each->session != 0 && each->session != ended;
+      if (each->isAlive) left.push_back(each);
     });
+    for (Model *each : left) {
+      if (ended == 0 || each->parent->session != ended) each->texts = {};
+      unlink(each);
+      each->children = each->attributes = {};
+    }
   }
 
   void endSession(uint32_t session) {
-    for (size_t i = 0; i < models_.size(); ++i) {
-      Model *model = models_[i].get();
-      if (model->isAlive && model->node != nullptr && model->session == session) bury(model);
+    for (Model *model : alive()) {
+      if (model->session == session) bury(model, session);
     }
     gone_.insert(session);
   }
@@ -302,12 +327,12 @@ class Machine {
     uint32_t session = isEx ? anySession() : 0;
     const Given texts = given();
     XmlNode *node = nullptr;
-    const auto &[prefix, name, value] = texts.texts;
-    const uint32_t result = isEx ? NEB_XML_CreateNodeEx(session, type, prefix, name, value, &node)
-                                 : NEB_XML_CreateNode(type, prefix, name, value, &node);
+    const uint32_t result =
+        isEx ? NEB_XML_CreateNodeEx(session, type, texts.prefix, texts.name, texts.value, &node)
+             : NEB_XML_CreateNode(type, texts.prefix, texts.name, texts.value, &node);
     if (!opensSession && !isOpen(session)) return require(result == kNoMemory);
     if (!succeeded(result)) return;
-    if (opensSession) open(session = node->sessionId, true);
+    if (opensSession) sessions_[session = node->sessionId] = true;
     Model *model = add(node, session, type);
     model->endsSession = opensSession;
     put(model, texts, session);
@@ -321,78 +346,85 @@ class Machine {
     require(result == kOk || (hooks::hasFailed() && node == nullptr));
     if (result != kOk) return;
     Model *chain = node->next == nullptr ? nullptr : add(nullptr, 0, kElement);
-    if (withSession) open(node->sessionId, true);
-    bool isFirst = true;
-    for (; node != nullptr; node = node->next, isFirst = false) {
-      adopt(node, chain)->endsSession = withSession && isFirst;
+    if (withSession) sessions_[node->sessionId] = true;
+    for (; node != nullptr; node = node->next) {
+      adopt(node, chain)->endsSession = withSession && node->prev == nullptr;
     }
   }
 
   void newNode(Model * /*unused*/) {
-    constexpr uint32_t kTypes[] = {kAttribute, kAttribute, kElement, kDocument};
+    constexpr uint32_t kTypes[] = {kAttribute, kAttribute, kElement, kDocument, kOther, kBeyond};
     const uint32_t type = bytes_.pickFrom(kTypes);
     const uint32_t session = anySession();
     XmlNode *node = XML_NewNode(session, type);
     require((node != nullptr) == isOpen(session) || hooks::hasFailed());
     if (node == nullptr) return;
-    Model *model = add(node, session, type);
+    Model *model = add(node, session, type == kBeyond ? kElement : type);
     if (type != kDocument || session == 0) return;
-    model->endsSession = !sessions_[session];
-    open(session, true);
+    model->endsSession = !std::exchange(sessions_[session], true);
   }
 
   void beginSession(Model * /*unused*/) {
     constexpr int32_t kSizes[] = {1, 100, 300, 8192};
     const uint32_t session = XML_MemSessionBegin(bytes_.pickFrom(kSizes));
     require(session != 0 || hooks::hasFailed());
-    if (session != 0) open(session, false);
+    if (session != 0) sessions_[session] = false;
   }
 
+  // A node of the hooks that leaves the tree of a session has lived there with all below it.
   void remove(Model *model) {
     const bool isRemovable = !model->isAttribute() && model->parent != nullptr;
+    const uint32_t session = model->session == 0 ? storageOf(model) : 0;
     require(NEB_XML_RemoveNode(model->node) == (isRemovable ? kOk : kInvalid));
-    if (isRemovable) unlink(model);
-  }
-
-  void release(Model *model) {
-    const bool isAttached = model->parent != nullptr;
-    NEB_XML_FreeNode(model->node);
-    if (model->isAttribute() && isAttached) return;
+    if (!isRemovable) return;
     unlink(model);
-    released(model);
+    forTree(model, [&](Model *each) {
+      if (session != 0 && !each->isAttribute()) each->livedIn.insert(session);
+    });
   }
 
   // A node of a session is only detached.
-  void released(Model *model) {
-    if (model->endsSession) {
-      endSession(model->session);
-    } else if (model->session == 0) {
-      bury(model);
-    }
+  void release(Model *model) {
+    if (model->isBehind()) return;
+    NEB_XML_FreeNode(model->node);
+    if (model->isAttribute() && (model->isAttached() || model->session != 0)) return;
+    unlink(model);
+    if (model->endsSession) return endSession(model->session);
+    if (model->session == 0) bury(model);
   }
 
   void releaseOnward(Model *model) {
-    Model *chain = model->parent;
-    if (chain == nullptr) {
-      XML_FreeNode(model->node);
-      return model->isAttribute() ? bury(model) : released(model);
-    }
-    if (chain->node != nullptr || chain->children[0] != model) return;
+    const bool isOfSession = storageOf(model) != 0;
+    const bool isHead = !model->isChained() || model->siblings()[0] == model;
+    if (!isOfSession && (model->isAttached() || !isHead)) return;
     XML_FreeNode(model->node);
     if (model->endsSession) return endSession(model->session);
-    for (Model *each : std::vector<Model *>(chain->children)) bury(each);
+    if (isOfSession) return;
+    const std::vector<Model *> alone = {model};
+    const std::vector<Model *> released = model->isChained() ? model->siblings() : alone;
+    for (Model *each : released) bury(each);
   }
 
   void releaseSingle(Model *model) {
-    if (model->parent != nullptr || !model->children.empty() || !model->attributes.empty()) return;
-    const bool asAttribute = bytes_.pick(2) == 0;
-    if (asAttribute && !model->isAttribute()) return;
-    asAttribute ? XML_FreeSingleAttrNode(model->node) : XML_FreeSingleNode(model->node);
-    if (model->session == 0 || (model->isAttribute() && !asAttribute)) bury(model);
+    if (model->isBehind()) return;
+    XML_FreeSingleNode(model->node);
+    if (storageOf(model) != 0) return;
+    unlink(model);
+    orphan(model->children);
+    orphan(model->attributes);
+    model->texts = {};
+    model->isAlive = model->session != 0;
   }
 
-  void releaseSession(Model * /*unused*/) {
-    const uint32_t session = anySession();
+  void releaseSingleAttribute(Model *model) {
+    if (model->isAttribute() && model->isChained()) return;
+    XML_FreeSingleAttrNode(model->node);
+    if (model->isAttribute() && !model->isAttached() && model->session == 0) bury(model);
+  }
+
+  void endAny(Model * /*unused*/) { end(anySession()); }
+
+  void end(uint32_t session) {
     require(XML_MemSessionEnd(session) == (session != 0 && isOpen(session) ? 1 : 0));
     if (session != 0) endSession(session);
   }
@@ -403,6 +435,7 @@ class Machine {
     if (place->isAttribute() || node->isAttribute() || node->parent != nullptr) return false;
     Model *topmost = topmostOf(place);
     if (topmost == nullptr || topmost == node) return false;
+    if (!asSibling && place->type == kOther) return false;
     if (node->type == kDocument && (asSibling || node->session != 0)) return false;
     const bool isSessionDocument = place->type == kDocument && place->session != 0;
     if (asSibling && (place->parent == nullptr || isSessionDocument)) return false;
@@ -427,10 +460,6 @@ class Machine {
     if (asSibling) at = std::find(children.begin(), children.end(), place) + (how == 2 ? 1 : 0);
     children.insert(at, node);
     node->parent = parent;
-    const uint32_t session = storageOf(node);
-    if (session != 0) {
-      forTree(node, [&](Model *each) { each->livedIn.insert(session); });
-    }
     intern(node);
   }
 
@@ -443,43 +472,37 @@ class Machine {
     changesIn(model);
     const char *own[] = {text(), text(), text(), model->node->name, model->node->value};
     const Given texts = {bytes_.pickFrom(own), bytes_.pickFrom(own), bytes_.pickFrom(own)};
-    const auto &[prefix, name, value] = texts.texts;
-    const bool isSet = succeeded(NEB_XML_SetNode(model->node, prefix, name, value));
+    const uint32_t result = NEB_XML_SetNode(model->node, texts.prefix, texts.name, texts.value);
+    if (isTaken(model, texts)) return require(result == kExists);
     for (const Field field : kFields) {
       if (texts.copies[field] == "") model->texts[field] = {};
     }
-    if (!isSet) return;
-    put(model, texts, storageOf(model));
-    settleIn(model, storageOf(model));
+    if (succeeded(result)) put(model, texts, storageOf(model));
   }
 
-  // As for the tree that the node is in or is about to join, or by the hooks.
+  // Whether another attribute of the element has the name that an attribute would get.
+  static bool isTaken(const Model *model, const Given &given) {
+    const bool isRenamed = given.copies[kPrefix] || given.copies[kName];
+    if (!model->isAttribute() || !model->isAttached() || !isRenamed) return false;
+    const auto textAfter = [&](Field field) {
+      const auto &text = given.copies[field];
+      if (!text) return model->texts[field].text;
+      return text->empty() ? std::nullopt : text;
+    };
+    return attributeOf(model->parent, textAfter(kPrefix), textAfter(kName), model) != nullptr;
+  }
+
+  // As for the tree that the node is in, any other one, or by the hooks.
   void setStringsOf(Model *model) {
-    Model *owner = bytes_.pick(3) == 0 ? nullptr : model;
-    const bool isLoose = model->parent == nullptr && model->session == 0;
-    if (owner != nullptr && isLoose && bytes_.pick(2) == 0) owner = any();
+    Model *const owners[] = {nullptr, model, any()};
+    Model *owner = bytes_.pickFrom(owners);
     if (owner != nullptr && !isReadable(owner)) return;
     const uint32_t home = owner == nullptr ? 0 : storageOf(owner);
     XmlNode *ownerNode = owner == nullptr ? nullptr : owner->node;
     const Given texts = given();
-    const auto &[prefix, name, value] = texts.texts;
-    if (!succeeded(XML_SetNode(ownerNode, model->node, prefix, name, value))) return;
-    put(model, texts, home);
-    settleIn(model, home);
-  }
-
-  static constexpr uint32_t kNumber = 42;
-
-  void putNumber(Model *model, uint32_t result) {
-    model->texts[kValue] = {};
-    if (!succeeded(result)) return;
-    put(model, {nullptr, nullptr, "42"}, storageOf(model));
-    settleIn(model, storageOf(model));
-  }
-
-  void setNumber(Model *model) {
-    changesIn(model);
-    putNumber(model, NEB_XML_SetNodeValueEx(model->node, NEB_XML_VALUE_UINT32, &kNumber));
+    const uint32_t result =
+        XML_SetNode(ownerNode, model->node, texts.prefix, texts.name, texts.value);
+    if (succeeded(result)) put(model, texts, home);
   }
 
   void addOrRefuse(Model *element, const Given &texts, uint32_t result) {
@@ -494,28 +517,35 @@ class Machine {
     while (last->next != nullptr) last = last->next;
     Model *attribute = add(last, storageOf(element), kAttribute);
     put(attribute, texts, attribute->session);
-    attribute->parent = element;
-    element->attributes.push_back(attribute);
-    settleIn(element, attribute->session);
+    hang(attribute, element);
+    settle(element, {attribute->session});
     intern(attribute);
   }
 
   void addAttribute(Model *element) {
     changesIn(element);
     const Given texts = given();
-    const auto &[prefix, name, value] = texts.texts;
-    addOrRefuse(element, texts, NEB_XML_AddAttr(element->node, prefix, name, value));
+    addOrRefuse(element, texts,
+                NEB_XML_AddAttr(element->node, texts.prefix, texts.name, texts.value));
   }
 
-  void setAttributeNumber(Model *element) {
-    changesIn(element);
+  // The value of the node, or of an attribute that it may have.
+  void setNumber(Model *model) {
+    changesIn(model);
+    constexpr uint32_t kNumber = 42;
+    const bool isOfAttribute = bytes_.pick(2) == 0;
     const Given texts = {text(), text(), "42"};
-    const auto &[prefix, name, value] = texts.texts;
     const uint32_t result =
-        NEB_XML_SetAttrValueEx(element->node, prefix, name, NEB_XML_VALUE_UINT32, &kNumber);
-    Model *attribute = attributeOf(element, texts.copies[kPrefix], texts.copies[kName]);
-    const bool isThere = !isMissing(texts.copies[kName]) && attribute != nullptr;
-    return isThere ? putNumber(attribute, result) : addOrRefuse(element, texts, result);
+        isOfAttribute ? NEB_XML_SetAttrValueEx(model->node, texts.prefix, texts.name,
+                                               NEB_XML_VALUE_UINT32, &kNumber)
+                      : NEB_XML_SetNodeValueEx(model->node, NEB_XML_VALUE_UINT32, &kNumber);
+    const auto &[prefix, name, value] = texts.copies;
+    Model *changed = !isOfAttribute    ? model
+                     : isMissing(name) ? nullptr
+                                       : attributeOf(model, prefix, name);
+    if (changed == nullptr) return addOrRefuse(model, texts, result);
+    changed->texts[kValue] = {};
+    if (succeeded(result)) put(changed, {nullptr, nullptr, "42"}, storageOf(changed));
   }
 
   // An empty prefix is none.
@@ -542,37 +572,37 @@ class Machine {
   void setAttribute(Model *element) {
     changesIn(element);
     const Given texts = named(element);
-    const auto &[prefix, name, value] = texts.texts;
-    const uint32_t result = NEB_XML_SetAttr(element->node, prefix, name, value);
+    const uint32_t result = NEB_XML_SetAttr(element->node, texts.prefix, texts.name, texts.value);
     Model *attribute = found(element, texts, result);
     if (attribute == nullptr) return;
     if (topmostOf(element) == nullptr) return require(result == kInvalid);
     if (!succeeded(result)) return;
     attribute->texts[kValue] = {};
-    put(attribute, {nullptr, nullptr, value}, storageOf(element));
-    if (!isMissing(texts.copies[kValue])) settleIn(attribute, storageOf(element));
+    if (!isMissing(texts.copies[kValue])) {
+      put(attribute, {nullptr, nullptr, texts.copies[kValue]->c_str()}, storageOf(element));
+    }
     intern(attribute);
   }
 
   void takeAttribute(Model *element) {
     changesIn(element);
     const Given texts = named(element);
-    const uint32_t result = NEB_XML_RemoveAttr(element->node, texts[kPrefix], texts[kName]);
+    const uint32_t result = NEB_XML_RemoveAttr(element->node, texts.prefix, texts.name);
     Model *attribute = found(element, texts, result);
     if (attribute == nullptr) return;
     require(result == kOk);
-    bury(attribute);
+    unlink(attribute);
+    attribute->isAlive = false;
   }
 
   // An attribute made by hand, to any element of any storage.
   void attach(Model *element) {
     Model *attribute = nullptr;
-    for (const auto &model : models_) {
-      const bool isLoose = model->isAlive && model->isAttribute() && model->parent == nullptr;
-      if (isLoose && isReadable(model.get())) attribute = model.get();
+    for (Model *each : alive()) {
+      if (each->isAttribute() && each->parent == nullptr && isReadable(each)) attribute = each;
     }
     if (attribute == nullptr || bytes_.pick(8) == 0) attribute = any();
-    if (!isReadable(attribute)) return;
+    if (!isReadable(attribute) || attribute->isBehind()) return;
     const uint32_t result = XML_AddAttrNode(attribute->node, element->node);
     if (element->isAttribute() || !attribute->isAttribute() || attribute->parent != nullptr) {
       return require(result == kInvalid);
@@ -581,102 +611,118 @@ class Machine {
       return require(result == kExists);
     }
     if (!succeeded(result)) return;
-    attribute->parent = element;
-    element->attributes.push_back(attribute);
+    hang(attribute, element);
     settle(element, attribute->livedIn);
-    settleIn(element, attribute->session);
-    settleIn(attribute, storageOf(element));
+    settle(element, {attribute->session});
+    settle(attribute, {storageOf(element)});
   }
 
   // Copies.
 
-  bool mayCopy() const {
-    const auto alive = std::count_if(models_.begin(), models_.end(),
-                                     [](const auto &model) { return model->isAlive; });
-    return alive < kMostNodes && models_.size() < kMostModels;
-  }
+  bool mayCopy() const { return alive().size() < kMostNodes && models_.size() < kMostModels; }
 
-  Model *copied(const Model *source, XmlNode *copy, bool isWhole, uint32_t session) {
-    const trees::Sameness sameness = {false};
-    require(isWhole ? trees::isSameTree(source->node, copy, sameness)
-                    : trees::isSameNode(source->node, copy, sameness) && !copy->firstChild);
-    Model *made = adopt(copy, nullptr);
-    forTree(made, [&](Model *each) { require(each->session == session); });
-    return made;
-  }
-
-  void clone(Model *source) {
-    if (!mayCopy()) return;
-    const bool isWhole = bytes_.pick(3) != 0;
-    XmlNode *copy = nullptr;
-    const uint32_t result = isWhole ? NEB_XML_CloneNode(source->node, &copy)
-                                    : NEB_XML_CloneNodeSelf(source->node, &copy);
-    if (source->isAttribute() || topmostOf(source) == nullptr) return require(result == kInvalid);
-    if (!succeeded(result)) return;
-    const uint32_t session = source->endsSession ? uint32_t{copy->sessionId} : storageOf(source);
-    if (source->endsSession) {
-      require(sessions_.count(session) == 0);
-      open(session, true);
-    }
-    Model *made = copied(source, copy, isWhole, session);
-    require(made->type == source->type);
-    made->endsSession = source->endsSession;
-  }
-
-  void import(Model *source) {
-    Model *target = any();
+  void copy(Model *source) {
+    enum How { kWhole, kSelf, kImport };
+    const size_t how = bytes_.pick(4) % 3;
+    Model *target = how == kImport ? any() : source;
     if (!mayCopy() || !isReadable(target)) return;
     XmlNode *copy = nullptr;
-    const uint32_t result = NEB_XML_ImportNode(target->node, source->node, &copy);
+    const uint32_t result = how == kImport ? NEB_XML_ImportNode(target->node, source->node, &copy)
+                            : how == kSelf ? NEB_XML_CloneNodeSelf(source->node, &copy)
+                                           : NEB_XML_CloneNode(source->node, &copy);
     if (source->isAttribute() || target->isAttribute() || topmostOf(target) == nullptr) {
       return require(result == kInvalid);
     }
     if (!succeeded(result)) return;
-    forTree(copied(source, copy, true, storageOf(target)),
-            [](const Model *each) { require(each->type != kDocument); });
+    const trees::Sameness sameness = {how != kImport};
+    require(how == kSelf ? trees::isSameNode(source->node, copy, sameness) && !copy->firstChild
+                         : trees::isSameTree(source->node, copy, sameness));
+    Model *made = adopt(copy, nullptr);
+    made->endsSession = how != kImport && source->endsSession;
+    const uint32_t session = made->endsSession ? made->session : storageOf(target);
+    if (made->endsSession) require(sessions_.emplace(session, true).second);
+    forTree(made, [&](const Model *each) {
+      require(each->session == session && (how != kImport || each->type != kDocument));
+    });
   }
 
   // Calls that only read.
 
   void print(Model *model) {
-    using Print = uint32_t (*)(const XmlNode *, char **);
-    constexpr Print kPrints[] = {
+    constexpr uint32_t (*kPrints[])(const XmlNode *, char **) = {
         NEB_XML_TransformTail, NEB_XML_TransformHead, NEB_XML_Transform,
-        [](const XmlNode *node, char **text) { return NEB_XML_TransformIndented(node, 2, text); },
-        [](const XmlNode *node, char **) { return NEB_XML_TransformFile(node, "/dev/null"); }};
-    constexpr size_t kExact = 3;
+        [](const XmlNode *node, char **text) { return NEB_XML_TransformIndented(node, 2, text); }};
     const size_t how = bytes_.pick(std::size(kPrints));
-    bool hasNameless = false;
-    forTree(model, [&](const Model *each) {
-      hasNameless |= !each->texts[kName].text && !(each->isAttribute() && how == 0);
-    });
     char *text = nullptr;
     const uint32_t result = kPrints[how](model->node, &text);
     if (model->isAttribute()) return require(result == kInvalid);
+    bool hasNameless = false;
+    forTree(model, [&](const Model *each) {
+      const bool isLeftOut = each->isAttribute() && (how == 0 || each->parent->type == kOther);
+      hasNameless |= !each->texts[kName].text && !isLeftOut;
+    });
+    constexpr size_t kExact = 3;  // refuses more: what no text can hold
     // Memory may run out before a node without a name is met.
     const bool isShort = result == kNoMemory && hooks::hasFailed();
     if (hasNameless && !isShort) return require(result == kInvalid);
-    if (how == kExact && result == kInvalid) return;  // what no text can hold
+    if (how == kExact && result == kInvalid) return;
     if (succeeded(result)) NEB_XML_FreeMem(text);
   }
 
+  void find(Model *start) {
+    const std::string name = start->texts[kName].text.value_or("");
+    const std::string wanted = copyOf(text()).value_or("");
+    if (name.empty() || wanted.empty()) return;
+    XmlNode *node = nullptr;
+    const uint32_t result = NEB_XML_GetNodeByUrl(start->node, (name + "." + wanted).c_str(), &node);
+    if (start->isAttribute()) return require(result == kInvalid);
+    const auto isWanted = [&](const Model *each) { return each->texts[kName].text == wanted; };
+    const auto child = std::find_if(start->children.begin(), start->children.end(), isWanted);
+    const bool isThere = child != start->children.end();
+    require(result == (isThere ? kOk : kNotFound) && node == (isThere ? (*child)->node : nullptr));
+  }
+
+  static uint32_t next(const XmlNode *element, const char *(&texts)[3], XmlNode **cursor) {
+    return NEB_XML_GetNextSiblingAttrEx(element, &texts[0], &texts[1], &texts[2], cursor);
+  }
+
+  // The steps within an element are part of the demands.
+  void stepFromElsewhere(Model *element) {
+    const Model *from = any();
+    if (from->isAttribute() && from->parent == element) return;
+    XmlNode *cursor = from->node;
+    const char *texts[3] = {};
+    require(next(element->node, texts, &cursor) == kInvalid && cursor == from->node);
+  }
+
   void allocate(Model *model) {
-    void *piece = bytes_.pick(2) == 0 ? XML_Malloc(model->node, 1 + bytes_.pick(100))
-                                      : XML_Strdup(model->node, "text");
+    void *piece = XML_Malloc(model->node, 1 + bytes_.pick(100));
     if (piece == nullptr) return require(hooks::hasFailed());
     require(hooks::holds(piece) == (storageOf(model) == 0));
     XML_Free(model->node, piece);
-    require(!hooks::holds(piece));
   }
 
   // The demands.
 
   void check() {
     for (const auto &model : models_) {
-      if (!model->isAlive || model->node == nullptr) continue;
+      if (!model->isAlive) continue;
+      checkSiblings(model->children);
+      checkSiblings(model->attributes);
+      if (model->node == nullptr) continue;
       checkRecord(*model);
       if (!model->isAttribute()) checkBelow(*model);
     }
+  }
+
+  static void checkSiblings(const std::vector<Model *> &siblings) {
+    const XmlNode *before = nullptr;
+    for (const Model *each : siblings) {
+      require(before == nullptr || before->next == each->node);
+      require(each->isAttribute() || each->node->prev == before);
+      before = each->node;
+    }
+    require(before == nullptr || before->next == nullptr);
   }
 
   void checkRecord(Model &model) {
@@ -685,18 +731,18 @@ class Machine {
     require(node->sessionId == model.session && node->type == static_cast<int8_t>(model.type));
     require((node->isDocument == 1) == (model.type == kDocument));
     require(((node->marks & kOwnsSession) != 0) == model.endsSession);
-    const bool hasParent = model.parent != nullptr && model.parent->node != nullptr;
-    require(NEB_XML_GetNodeParent(node) == (hasParent ? model.parent->node : nullptr));
+    require(NEB_XML_GetNodeParent(node) == (model.isAttached() ? model.parent->node : nullptr));
+    if (model.parent == nullptr) {
+      require(node->next == nullptr && NEB_XML_GetNodePrevSibling(node) == nullptr);
+    }
     checkText(model, kPrefix, node->prefix, kPrefixElsewhere);
     checkText(model, kName, node->name, kNameElsewhere);
     checkText(model, kValue, node->value, kValueElsewhere);
     if (model.texts[kName].text) require((node->nameOwned == 0) == model.texts[kName].isInterned);
     if (model.texts[kValue].text) require(node->valueOwned == 1);
-    if (model.isAttribute() || model.session != 0 || storageOf(&model) != 0) return;
-    const auto &lived = model.livedIn;
-    require(node->livedIn == (lived.empty()       ? 0
-                              : lived.size() == 1 ? *lived.begin()
-                                                  : kSeveralSessions));
+    if (model.session != 0 || storageOf(&model) != 0) return;
+    const uint32_t oneOrNone = model.livedIn.empty() ? 0 : *model.livedIn.begin();
+    require(node->livedIn == (model.livedIn.size() > 1 ? kSeveralSessions : oneOrNone));
   }
 
   void checkText(const Model &model, Field field, const char *actual, NodeMark elsewhere) {
@@ -704,67 +750,45 @@ class Machine {
     require((actual != nullptr) == text.text.has_value());
     if (actual == nullptr || isLost(text)) return;
     require(*text.text == actual);
-    require(hooks::holds(actual) == (text.home == 0));
+    if (!text.isInterned) require(hooks::holds(actual) == (text.home == 0));
     const bool isElsewhere = !text.isInterned && (text.home == 0) != (model.session == 0);
     require(((model.node->marks & elsewhere) != 0) == isElsewhere);
   }
 
   void checkBelow(const Model &model) {
     const XmlNode *node = model.node;
-    const XmlNode *before = nullptr;
-    const XmlNode *child = NEB_XML_GetNodeFirstChild(node);
-    for (const Model *expected : model.children) {
-      require(child == expected->node && NEB_XML_GetNodePrevSibling(child) == before);
-      before = child;
-      child = NEB_XML_GetNodeNextSibling(child);
-    }
-    require(child == nullptr && NEB_XML_GetNodeLastChild(node) == before);
+    const auto &children = model.children;
+    const bool isEmpty = children.empty();
+    require(NEB_XML_GetNodeFirstChild(node) == (isEmpty ? nullptr : children.front()->node));
+    require(NEB_XML_GetNodeLastChild(node) == (isEmpty ? nullptr : children.back()->node));
+    if (!isEmpty) require(NEB_XML_Iterator(node) == children.front()->node);
     uint32_t count = 0;
     require(NEB_XML_GetNodeChildNum(node, &count) == kOk && count == model.children.size());
-    if (count != 0) require(NEB_XML_Iterator(node) == model.children[0]->node);
     XmlNode *cursor = nullptr;
-    const char *prefix = nullptr;
-    const char *name = nullptr;
-    const char *value = nullptr;
+    const char *texts[3] = {};
     for (const Model *expected : model.attributes) {
-      require(NEB_XML_GetNextSiblingAttrEx(node, &prefix, &name, &value, &cursor) == kOk);
-      require(cursor == expected->node && name == cursor->name && value == cursor->value);
+      require(next(node, texts, &cursor) == kOk && cursor == expected->node);
+      require(texts[kName] == cursor->name && texts[kValue] == cursor->value);
     }
-    require(NEB_XML_GetNextSiblingAttrEx(node, &prefix, &name, &value, &cursor) == kNotFound);
-    if (model.parent == nullptr) {
-      require(node->prev == nullptr && node->next == nullptr);
-    } else if (model.parent->node == nullptr) {
-      const auto &chain = model.parent->children;
-      const auto at = std::find(chain.begin(), chain.end(), &model);
-      require(node->prev == (at == chain.begin() ? nullptr : at[-1]->node));
-      require(node->next == (at + 1 == chain.end() ? nullptr : at[1]->node));
-    }
+    require(next(node, texts, &cursor) == kNotFound);
   }
 
   // In an order that the first byte chooses.
   void releaseAll() {
-    for (size_t next = releaseStep_;; next += releaseStep_) {
-      std::vector<Model *> roots;
-      for (const auto &model : models_) {
-        const bool isRoot = model->parent == nullptr || model->parent->node == nullptr;
-        const bool isLeft = model->isAlive && model->node != nullptr;
-        if (isLeft && isRoot && (model->session == 0 || model->endsSession)) {
-          roots.push_back(model.get());
-        }
-      }
-      if (roots.empty()) break;
-      release(roots[next % roots.size()]);
+    for (size_t next = releaseStep_; !alive().empty(); next += releaseStep_) {
+      Model *root = rootOf(alive()[next % alive().size()]);
+      if (root->isBehind()) root = root->siblings()[0];
+      root->session == 0 || root->endsSession ? release(root) : end(root->session);
+      check();
     }
-    for (const auto &[session, hasDocument] : sessions_) {
-      require(XML_MemSessionEnd(session) == (isOpen(session) ? 1 : 0));
-    }
+    for (const auto &[session, hasDocument] : sessions_) XML_MemSessionEnd(session);
   }
 
   Bytes bytes_;
   size_t releaseStep_;
   bool keepsPieces_ = false;
   std::map<uint32_t, bool> sessions_;  // ever opened; whether a document of it has been made
-  std::set<Home> gone_;                // sessions that have ended, documents that are no more
+  std::set<uint32_t> gone_;            // sessions that have ended
   std::vector<std::unique_ptr<Model>> models_;
 };
 
