@@ -8,18 +8,15 @@
 #include <string>
 
 #include "support/guarded_hooks.h"
+#include "support/tables.h"
 #include "support/trees.h"
 
 namespace {
 
+using tables::repeated;
+
 constexpr uint32_t kOk = NEB_XML_OK;
 constexpr uint32_t kSyntax = NEB_XML_ERR_SYNTAX;
-
-std::string repeated(const std::string &text, size_t count) {
-  std::string result;
-  for (size_t i = 0; i < count; ++i) result += text;
-  return result;
-}
 
 size_t sum(const std::vector<size_t> &sizes) {
   return std::accumulate(sizes.begin(), sizes.end(), size_t{0});

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "support/guarded_hooks.h"
+#include "support/tables.h"
 #include "support/trees.h"
 #include "xml/xml_node.h"
 
@@ -129,14 +130,6 @@ constexpr char kBadReferences[] =
     "&#31; ~ &#xD800; ~ &#xDFFF; ~ &#xFFFE; ~ &#xFFFF; ~ &#x110000; ~ &#1114112; ~ "
     "&#x100000041; ~ &#4294967361; ~ &#18446744073709551681; ~ ";
 
-std::vector<std::string> fieldsOf(const std::string &table) {
-  std::vector<std::string> fields;
-  for (size_t from = 0, end = 0; (end = table.find(" ~ ", from)) != table.npos; from = end + 3) {
-    fields.push_back(table.substr(from, end - from));
-  }
-  return fields;
-}
-
 struct Case {
   std::string tree;
   std::string text;
@@ -145,14 +138,14 @@ struct Case {
 std::vector<Case> language() {
   std::vector<Case> cases;
   std::string tree;
-  for (const std::string &field : fieldsOf({kLanguage, sizeof kLanguage - 1})) {
+  for (const std::string &field : tables::fieldsOf({kLanguage, sizeof kLanguage - 1})) {
     if (field.starts_with("12:") || field == kRejected) {
       tree = field;
     } else {
       cases.push_back({tree, field});
     }
   }
-  for (const std::string &bad : fieldsOf(kBadReferences)) {
+  for (const std::string &bad : tables::fieldsOf(kBadReferences)) {
     for (const std::string &text :
          {"<a>" + bad + "</a>", "<a>x<![CDATA[;]]>" + bad + "</a>", "<a x='" + bad + "' y=';'/>",
           "<" + bad + "/>", "<a " + bad + "=''/>", "<a " + bad + ":x=''/>"}) {

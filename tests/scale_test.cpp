@@ -9,20 +9,16 @@
 #include <vector>
 
 #include "support/guarded_hooks.h"
+#include "support/tables.h"
 #include "support/trees.h"
 
 namespace {
 
+using tables::repeated;
+
 constexpr size_t kDepth = 1'000'000;
 constexpr size_t kWidth = 100'000;
 constexpr size_t kSmallStack = 256 * 1024;
-
-std::string repeated(const std::string &text, size_t count) {
-  std::string result;
-  result.reserve(text.size() * count);
-  for (size_t i = 0; i < count; ++i) result += text;
-  return result;
-}
 
 void onSmallStack(std::function<void()> work) {
   pthread_attr_t attributes;
