@@ -1,13 +1,16 @@
 // The accepted language, the results of the entry points, and what a parse leaves in the nodes.
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "support/guarded_hooks.h"
 #include "support/tables.h"
 #include "support/trees.h"
 #include "xml/xml_node.h"
+#include "xml/xml_parser_attribute_set.h"
 
 namespace {
 
@@ -220,6 +223,29 @@ TEST(Parser, RefusesARepeatedAttributeAmongAnyNumber) {
       }
     }
   }
+}
+
+// Names that collide in one table do not collide in another.
+TEST(Parser, HashesTheNamesOfEachTableByAKeyOfItsOwn) {
+  static_assert(std::is_standard_layout_v<AttributeSet>);
+  constexpr size_t kMany = 50;
+  std::set<uint64_t> hashes;
+  AttributeSet sets[3] = {};
+  for (AttributeSet &set : sets) {
+    std::vector<std::string> names(kMany);
+    std::vector<XmlNode> attributes(kMany);
+    for (size_t i = 0; i < kMany; ++i) {
+      names[i] = "n" + std::to_string(i);
+      attributes[i].name = names[i].data();
+      EXPECT_EQ(set.add(i == 0 ? nullptr : attributes.data(), &attributes[i]),
+                uint32_t{NEB_XML_OK});
+      if (i != 0) attributes[i - 1].next = &attributes[i];
+    }
+    const uint64_t *table = *reinterpret_cast<uint64_t **>(&set);  // its first member
+    hashes.insert(table, table + guarded::mallocSizes().back() / sizeof *table);
+    set.clear();
+  }
+  EXPECT_EQ(hashes.size(), std::size(sets) * kMany + 1) << "with what stands in free places";
 }
 
 TEST(Parser, EntryPointsTellWhatFailedAndWriteTheirResultAsPromised) {
