@@ -106,8 +106,9 @@ TEST(Hostile, TextsTakeMemoryInProportionAndNoFiles) {
       const size_t held = mostHeld(text, kind % 2, withReport, result);
       const size_t perByte = withReport && result != kOk ? kForAByteWithReport : kForAByte;
       EXPECT_LE(held, perByte * text.size() + kAnyway);
+      const double share = static_cast<double>(held) - static_cast<double>(kAnyway);
       double &each = most[perByte == kForAByte ? 0 : 1];
-      each = std::max(each, static_cast<double>(held - kAnyway) / static_cast<double>(text.size()));
+      each = std::max(each, share / static_cast<double>(text.size()));
     }
   }
   EXPECT_GT(most[0], kForAByte - 1) << "the limits are told";
