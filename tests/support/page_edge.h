@@ -16,7 +16,7 @@ namespace guarded {
 
 class PageEdge {
  public:
-  explicit PageEdge(size_t size) : size_((size + kPage - 1) / kPage * kPage) {
+  PageEdge(size_t size) : size_((size + kPage - 1) / kPage * kPage) {
     void *memory = mmap(nullptr, size_ + 2 * kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     begin_ = static_cast<char *>(memory) + kPage;
     if (memory == MAP_FAILED || mprotect(begin_, size_, PROT_READ | PROT_WRITE) != 0) std::abort();
