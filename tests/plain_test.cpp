@@ -145,30 +145,28 @@ TEST_P(Plain, AgreesAtEveryLength) {
   outcome("<r><" + std::string(UINT16_MAX + 4, 'n') + "><m/></nnn></r>");
 }
 
-// Everything that is copied or compared by vectors is as long as it can be there, at each distance
-// from the end.
+// White space, names and values that are looked up, copied and compared by vectors, as long as they
+// can be there, at each distance from the end. A text that ends in an empty element is not copied.
 TEST_P(Plain, AgreesWhereShortMarkupIsNearTheEnd) {
-  const std::string name(31, 'n');
-  const std::string value(24, 'v');
-  const std::string blanks(32, ' ');
-  const std::string markup[] = {
-      "<" + name + "/>",
-      "<" + name + ">" + value + "</" + name + ">",
-      "<a " + name + "='" + value + "'/>",
-      "<p:" + name.substr(2) + " x='1'>" + value + "</p:" + name.substr(2) + ">",
-      "<a>" + value + value + "</a>",
-      "<a x='&lt;" + value + value + "'/>",
-      "<" + name + "><b/></" + name + ">",
-      "<a" + blanks + name + "='v'/>",
-      blanks + "<" + name + ">v</" + name + ">",
-      "<a x='1' y='" + value + value + value.substr(0, 10) + "'/>"};
-  for (const std::string &each : markup) {
-    for (size_t behind = 0; behind <= 200; ++behind) {
-      // A text of empty elements is not copied, however short it is.
-      const std::string end = std::string(behind % 4, ' ') + repeated("<z/>", behind / 4);
-      EXPECT_EQ(outcome("<r><m/>" + each + end).substr(0, 3), "12:");
-      outcome("<r><m/>" + each + std::string(behind, ' '));
-      outcome("<r><m/>" + each + std::string(behind, 'x'));
+  const auto shapes = fieldsOf(
+      "_<*>^</*>| <z/> ~ <a_*='^'|/> ~ <a_*='^'/>| <z/> ~ <a x='1'_y='^'| z='*'/> ~ "
+      "<p:*>^</p:*>|<z/> ~ "
+      "_<*><*></*>|<z/> ~ _<*/>|<z/> ~ <a_*='&lt;^'|/> ~ _<a x='1'>^</a>|<z/> ~ ");
+  for (const std::string &shape : shapes) {
+    for (size_t name = 23; name <= 32; name += 3) {
+      const std::string named = replaced(shape, "*", std::string(name, 'n'));
+      for (size_t blanks = 1; blanks <= 33; blanks += 4) {
+        const std::string spaced = replaced(named, "_", std::string(blanks, ' '));
+        for (const size_t value : {1U, 6U, 25U, 58U}) {
+          const std::string text = replaced(spaced, "^", std::string(value, 'v'));
+          for (size_t behind = 0; behind <= 130; ++behind) {
+            const std::string whole = "<r><m/>" + replaced(text, "|", std::string(behind, ' '));
+            XmlNode *document = nullptr;
+            const uint32_t result = NEB_XML_ParseEx(parses::kEdge.text(whole), &document);
+            ASSERT_EQ(parses::outcomeOf(result, document).substr(0, 3), "12:") << whole;
+          }
+        }
+      }
     }
   }
 }
