@@ -242,31 +242,18 @@ struct BufferModel {
   std::string text;
   size_t capacity = 0;
 
-  // With how many of the next allocations failing.
-  bool resize(size_t wanted, size_t failures) {
+  uint32_t replace(size_t from, size_t count, const std::string &by, size_t failures) {
     constexpr size_t kGrowStep = 1024;
-    size_t roomy = wanted + kGrowStep;
-    if (wanted >= text.size()) {
-      if (capacity >= wanted) return true;
-      roomy = capacity + std::max<size_t>(wanted - text.size(), kGrowStep);
-    } else if (capacity - wanted <= kGrowStep) {
-      return true;
+    if (from > text.size()) return kInvalid;
+    const size_t wanted = text.size() - count + by.size();
+    const bool grows = wanted >= text.size();
+    if (grows ? capacity < wanted : capacity - wanted > kGrowStep) {
+      if (failures > 1) return kNoMemory;
+      const size_t roomy =
+          (grows ? capacity + std::max(wanted - text.size(), kGrowStep) : wanted + kGrowStep);
+      capacity = failures == 1 ? wanted : roomy;
     }
-    if (failures < 2) capacity = failures == 1 ? wanted : roomy;
-    return failures < 2;
-  }
-
-  uint32_t put(const std::string &other, size_t position, size_t failures) {
-    if (position > text.size()) return kInvalid;
-    if (other.empty()) return kOk;
-    if (!resize(text.size() + other.size(), failures)) return kNoMemory;
-    text.insert(position, other);
-    return kOk;
-  }
-
-  uint32_t assign(const std::string &other, size_t failures) {
-    if (!resize(other.size(), failures)) return kNoMemory;
-    text = other;
+    text.replace(from, count, by);
     return kOk;
   }
 };
@@ -277,44 +264,26 @@ TEST(Buffer, GrowsAndShrinksOrKeepsEverythingWhenMemoryRunsOut) {
     XmlMemBuf buffer;
     XML_MembufInit(&buffer);
     BufferModel model;
-    for (size_t left = 20; left > 0; --left) {
+    for (char letter = 'a'; letter <= 'z'; ++letter) {
       // Lengths around those at which the capacity changes.
       const size_t held = model.text.size();
-      const size_t room = model.capacity - held;
-      const size_t sizes[] = {0, 5, 1024, 3000, room, model.capacity, model.capacity + 1023};
-      const size_t size = sizes[random() % std::size(sizes)] + random() % 3;
-      const std::string text(size < 20000 ? size : 1, static_cast<char>('a' + left));
+      const size_t sizes[] = {0, 1024, 3000, model.capacity - held, model.capacity + 1022};
+      const std::string text(sizes[random() % std::size(sizes)] % 20000 + random() % 3, letter);
       const auto count = static_cast<uint32_t>(text.size());
-      const auto position = static_cast<uint32_t>(random() % (held + 2));
       const size_t failures = random() % 2 == 0 ? 0 : random() % 3;
-      uint32_t result = kOk, expected = kOk;
+      const char operation = "=s+1i"[random() % 5];
+      const bool isWhole = operation == '=' || operation == 's';
+      const size_t from = isWhole ? 0 : operation == 'i' ? random() % (held + 2) : held;
+      const uint32_t expected = model.replace(
+          from, isWhole ? held : 0, operation == '1' ? std::string(1, letter) : text, failures);
+      const char one[] = {letter, '-', '\0'};
       const guarded::FailingAllocation failing(failures == 0 ? 0 : 1, failures == 2);
-      switch (random() % 6) {
-        case 0:
-          result = XML_MemBufAssign(&buffer, text.data(), count);
-          expected = model.assign(text, failures);
-          break;
-        case 1:
-          result = XML_MemBufAssignStr(&buffer, text.c_str());
-          expected = model.assign(text, failures);
-          break;
-        case 2:
-          result = XML_MemBufAppendStr(&buffer, text.c_str());
-          expected = model.put(text, held, failures);
-          break;
-        case 3:
-          result = XML_MemBufAppend(&buffer, "yz");
-          expected = model.put("y", held, failures);
-          break;
-        case 4:
-          result = XML_MemBufInsert(&buffer, text.data(), count, position);
-          expected = model.put(text, position, failures);
-          break;
-        default:
-          if (round % 8 != 0) continue;
-          XML_MembufDestroy(&buffer);
-          model = {};
-      }
+      const uint32_t result = operation == '='   ? XML_MemBufAssign(&buffer, text.data(), count)
+                              : operation == 's' ? XML_MemBufAssignStr(&buffer, text.c_str())
+                              : operation == '+' ? XML_MemBufAppendStr(&buffer, text.c_str())
+                              : operation == '1' ? XML_MemBufAppend(&buffer, one)
+                                                 : XML_MemBufInsert(&buffer, text.data(), count,
+                                                                    static_cast<uint32_t>(from));
       ASSERT_EQ(result, expected);
       ASSERT_TRUE(buffer.length == model.text.size() && buffer.capacity == model.capacity);
       ASSERT_EQ(buffer.data == nullptr ? "" : std::string(buffer.data), model.text);
