@@ -72,9 +72,7 @@ TEST(Hostile, TextsTakeMemoryInProportionAndNoFiles) {
       {"a parameter entity", "<!DOCTYPE a [<!ENTITY % p SYSTEM '/etc/passwd'> %p;]><a/>", kOk},
       {"default attributes", "<!DOCTYPE a [<!ATTLIST a b CDATA '&e;'>]><a/>", kOk},
       {"an inclusion",
-       "<a xmlns:i='http://www.w3.org/2001/XInclude'><i:include href='/etc/passwd'/>"
-       "</a>",
-       kOk},
+       "<a xmlns:i='http://www.w3.org/2001/XInclude'><i:include href='/etc/passwd'/></a>", kOk},
       {"depth", repeated("<a>", 100'000), kSyntax},
       {"depth that is not closed", repeated("<a>", 100'000) + "<a/>", kOk},
       {"depth when what notes it has grown", repeated("<a>", (size_t{64} << 11) + 1), kSyntax},
@@ -85,15 +83,10 @@ TEST(Hostile, TextsTakeMemoryInProportionAndNoFiles) {
       {"a repeated attribute", attributes + " a0=''/>", kSyntax},
       {"a value for which a block is twice as large", "<a>" + std::string(8192, 'v') + "</a>", kOk},
       {"a long name", "<" + std::string(1'000'000, 'n') + "/>", kOk},
-      {"an overlong bracket",
-       "<a>\xc0\xbc"
-       "b/\xc0\xbe</a>",
-       kOk},
+      {"an overlong bracket", "<a>\xc0\xbc/\xc0\xbe</a>", kOk},
       {"half a character", "<a b='\xf0\x9f'>\xe2\x82</a>", kOk},
       {"UTF-16", std::string("\xff\xfe<\0a\0/\0>\0", 10), kSyntax},
       {"UTF-7", "+ADw-a/+AD4-", kSyntax},
-      {"numbers too large", "<a>&#4294967361;</a>", kSyntax},
-      {"a surrogate", "<a>&#xD83D;&#xDE00;</a>", kSyntax},
   };
   // The most is taken by elements that stand in each other: 90 bytes for three of text, and where
   // their start tags are noted for a report, 72 more while there is another array for them.
