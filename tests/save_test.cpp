@@ -115,7 +115,7 @@ class Save : public testing::Test {
   }
   // An old file of those rights.
   std::string oldFile(mode_t mode, const Attributes &attributes = {}) {
-    const std::string file = path("file.xml");
+    std::string file = path("file.xml");
     fs::remove(file);
     std::ofstream(file) << kOld;
     removexattr(file.c_str(), kAccess.c_str());
