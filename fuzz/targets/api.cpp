@@ -614,7 +614,6 @@ class Machine {
     hang(attribute, element);
     settle(element, attribute->livedIn);
     settle(element, {attribute->session});
-    settle(attribute, {storageOf(element)});
   }
 
   // Copies.
