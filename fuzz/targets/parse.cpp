@@ -57,39 +57,17 @@ class GuardedMemory {
   char *end_;
 };
 
-// The input, as each kind of entry point takes it.
+// The input, as each kind of entry point takes it. Files are loaded and parsed by the same steps.
 std::string g_input;
-size_t g_position;           // in the input as a file
 const char *g_text;          // terminated
 const char *g_buffer;        // not terminated
 const char *g_behindBlanks;  // the text, which is too long to be copied by the library
-
-FILE *stream() { return reinterpret_cast<FILE *>(&g_input); }
-
-FILE *openFile(const char * /*path*/, const char * /*mode*/) {
-  g_position = 0;
-  return stream();
-}
-
-int seekFile(FILE * /*stream*/, long offset, int whence) {
-  g_position = static_cast<size_t>(offset) + (whence == SEEK_END ? g_input.size() : 0);
-  return 0;
-}
-
-int closeFile(FILE * /*stream*/) { return 0; }
-
-size_t readFile(void *buffer, size_t size, size_t count, FILE * /*stream*/) {
-  return g_input.copy(static_cast<char *>(buffer), size * count, g_position) / size;
-}
-
-long tellFile(FILE * /*stream*/) { return static_cast<long>(g_position); }
 
 constexpr uint32_t kSession = NEB_XML_PARSE_SESSION;
 using Error = NEB_XML_PARSE_ERROR;
 
 struct Entry {
   uint32_t (*parse)(XmlNode **document, Error *error);
-  bool isFile;
   bool withSession;
   bool clearsPointer;
   bool fillsError;
@@ -104,25 +82,19 @@ uint32_t parseByGeneralSteps(XmlNode **out, Error * /*error*/) {
 }
 
 constexpr Entry kEntries[] = {
-    {parseByGeneralSteps, false, true, true, false},
-    {[](XmlNode **out, Error *) { return NEB_XML_Parse(g_text, out); }, false, false, true, false},
-    {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_text, out); }, false, true, true, false},
-    {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_behindBlanks, out); }, false, true, true,
+    {parseByGeneralSteps, true, true, false},
+    {[](XmlNode **out, Error *) { return NEB_XML_Parse(g_text, out); }, false, true, false},
+    {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_text, out); }, true, true, false},
+    {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_behindBlanks, out); }, true, true,
      false},
-    {[](XmlNode **out, Error *) { return NEB_XML_ParseFile("", out); }, true, false, false, false},
-    {[](XmlNode **out, Error *) { return NEB_XML_ParseFileEx("", out); }, true, true, true, false},
     {[](XmlNode **out, Error *error) {
        return NEB_XML_ParseBuffer(g_buffer, g_input.size(), 0, out, error);
      },
-     false, false, false, true},
+     false, false, true},
     {[](XmlNode **out, Error *error) {
        return NEB_XML_ParseBuffer(g_buffer, g_input.size(), kSession, out, error);
      },
-     false, true, false, true},
-    {[](XmlNode **out, Error *error) { return NEB_XML_ParseFileInfo("", 0, out, error); }, true,
-     false, false, true},
-    {[](XmlNode **out, Error *error) { return NEB_XML_ParseFileInfo("", kSession, out, error); },
-     true, true, false, true},
+     true, false, true},
 };
 
 bool isName(size_t offset, size_t length) {
@@ -164,7 +136,6 @@ XmlNode *parse(const Entry &entry, uint32_t *result, bool withoutText) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (size > kLongestText / 2) return 0;
   hooks::begin();
-  NEB_XML_RegFileFunc(openFile, seekFile, closeFile, readFile, tellFile);
   static const GuardedMemory textMemory;
   static const GuardedMemory bufferMemory;
   g_input = withRuns({reinterpret_cast<const char *>(data), size});
@@ -187,10 +158,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const size_t outstanding = hooks::outstanding();
     const size_t allocations = hooks::allocations();
     uint32_t result = 0;
-    XmlNode *document = parse(entry, &result, isEmpty && !(entry.isFile && size > 0));
+    XmlNode *document = parse(entry, &result, isEmpty);
     if (&entry == &failingEntry) failingAllocations = hooks::allocations() - allocations;
     if (isEmpty) {
-      require(result == (entry.isFile ? kSyntax : kInvalid));
+      require(result == kInvalid);
     } else if (document == nullptr) {
       require(result == kSyntax && first == nullptr);
     } else if (&entry == kEntries) {

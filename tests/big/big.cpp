@@ -135,6 +135,20 @@ TEST(Big, AStringOf2GiBIsRefused) {
   }
 }
 
+// A session takes pieces that its blocks cannot be doubled to.
+TEST(Big, AStringBelow2GiBIsTakenByAllParses) {
+  for (const size_t size : {kGiB + kMiB, 2 * kGiB - 48 * kMiB}) {
+    const HugeText text("<r>", 'x', size, "</r>");
+    for (const auto parse : {NEB_XML_Parse, NEB_XML_ParseEx}) {
+      XmlNode *document = nullptr;
+      ASSERT_EQ(parse(text.text(), &document), kOk);
+      const Held held(document);
+      EXPECT_EQ(lengthOfValue(document), text.length() - std::strlen("<r></r>"));
+      EXPECT_EQ(NEB_XML_AddAttr(document, nullptr, "a", "1"), kOk) << "the session goes on";
+    }
+  }
+}
+
 // Through the hooks a value may be longer than what a text may hold; a session has no such piece.
 TEST(Big, AValueBeyond2GiBIsKeptPrintedAndCopied) {
   const HugeText value("", 'x', 2 * kGiB + kMiB, "");
@@ -178,7 +192,8 @@ TEST(Big, ATextOf4GiBIsNotPrinted) {
 
 // Files without blocks behind their first bytes; the text ends at the first NUL.
 TEST(Big, AFileOf4GiBIsRefused) {
-  const std::string path = testing::TempDir() + "neb_xml_big.xml";
+  std::string path = testing::TempDir() + "neb_xml_big_XXXXXX";
+  close(mkstemp(path.data()));
   std::ofstream(path) << "<a/>";
   const struct {
     size_t size;

@@ -96,8 +96,11 @@ int open(const char *path, int flags, ...) {
 
 ssize_t write(int file, const void *bytes, size_t count) {
   const bool isMarked = failing_files::isMarked("write");
-  errno = failing_files::state().plan.error;
-  if (isMarked && errno != 0) return -1;
+  const int error = failing_files::state().plan.error;
+  if (isMarked && error != 0) {
+    errno = error;
+    return -1;
+  }
   return systems("write", &write)(file, bytes, isMarked ? (count + 1) / 2 : count);
 }
 

@@ -1,0 +1,101 @@
+// No string, variable or piece is read or written beyond its end.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/page_edge.h"
+#include "support/tables.h"
+#include "support/trees.h"
+#include "xml/xml_node.h"
+
+namespace {
+
+constexpr size_t kLongest = 1 << 16;
+
+// Strings, variables and results at the end of memory, for every call that takes some, while what
+// the library allocates ends so too.
+void expectStringsKept(const std::string &text, bool withSession) {
+  static const guarded::PageEdge edges[3] = {kLongest, kLongest, kLongest};
+  const char *prefix = edges[0].text(text);
+  const char *name = edges[1].text(text);
+  const std::string content = text + (text.size() % 2 == 0 ? "" : "<");
+  const char *value = edges[2].text(content);
+  XmlNode *document = nullptr;
+  XmlNode *element = nullptr;
+  const uint32_t type = NEB_XML_NODE_ELEMENT;
+  (withSession ? NEB_XML_CreateNodeEx(0, NEB_XML_NODE_DOCUMENT, prefix, name, value, &document)
+               : NEB_XML_CreateNode(NEB_XML_NODE_DOCUMENT, prefix, name, value, &document));
+  NEB_XML_CreateNodeEx(document->sessionId, type, prefix, name, value, &element);
+  EXPECT_EQ(NEB_XML_AppendChildNode(document, element), 0U);
+  EXPECT_EQ(NEB_XML_SetNode(element, prefix, name, value), 0U);
+  EXPECT_EQ(NEB_XML_AddAttr(element, nullptr, "a", value), 0U);
+  const bool hasName = !text.empty();
+  EXPECT_EQ(NEB_XML_AddAttr(element, prefix, name, value) == 0, hasName);
+  EXPECT_EQ(NEB_XML_SetAttr(element, prefix, name, value) == 0, hasName);
+  const char *found = "";
+  EXPECT_EQ(NEB_XML_GetAttr(element, prefix, name, &found) == 0, hasName);
+  EXPECT_EQ(found, hasName ? content : "");
+  char *copy = XML_Strdup(element, name);
+  EXPECT_EQ(copy == nullptr ? "" : std::string(copy), text);
+  XML_Free(element, copy);
+
+  XmlNode *trees[3] = {document};
+  ASSERT_TRUE(NEB_XML_CloneNode(document, &trees[1]) == 0);
+  ASSERT_TRUE(NEB_XML_ImportNode(document, trees[1], &trees[2]) == 0);
+  EXPECT_EQ(trees::described(trees[1]), trees::described(document));
+  const std::string whole = text + ":" + text;
+  const std::string escaped = tables::replaced(content, "<", "&lt;");
+  for (XmlNode *tree : trees) {
+    const std::string printed = "<" + whole + ">\n<" + whole + " a=\"" + escaped + "\" " + whole +
+                                "=\"" + escaped + "\">" + escaped + "</" + whole + ">\n</" + whole +
+                                ">\n";
+    if (!hasName) continue;
+    EXPECT_EQ(trees::printed(tree), printed);
+    for (const bool isSession : {false, true}) {
+      XmlNode *again = trees::parsed(printed, isSession);
+      EXPECT_EQ(trees::printed(again), printed);
+      NEB_XML_FreeNode(again);
+    }
+    XmlNode *node = nullptr;
+    const std::string path = whole + "." + whole + ".1";
+    const bool isPath = NEB_XML_GetNodeByUrl(tree, edges[2].text(path), &node) == 0;
+    EXPECT_EQ(isPath, path.size() <= 511);
+    EXPECT_EQ(node, isPath ? +tree->firstChild : nullptr);
+    node = tree->firstChild;
+    NEB_XML_SetAttrValueEx(node, prefix, name, NEB_XML_VALUE_UINT8, edges[2].before("\x07"));
+    char *number = edges[2].before(".");
+    EXPECT_EQ(NEB_XML_GetAttrValueEx(node, prefix, name, NEB_XML_VALUE_UINT8, number), 0U);
+    EXPECT_EQ(*number, 7);
+    NEB_XML_SetNode(node, nullptr, nullptr, edges[2].text(std::string(text.size(), '0') + "9"));
+    EXPECT_EQ(NEB_XML_GetNodeValueEx(node, NEB_XML_VALUE_INT16, edges[2].before("ab")), 0U);
+    EXPECT_EQ(NEB_XML_RemoveAttr(node, prefix, name), 0U);
+  }
+  NEB_XML_FreeNode(trees[2]);
+  NEB_XML_FreeNode(trees[1]);
+  NEB_XML_FreeNode(document);
+
+  XmlMemBuf buffer;
+  XML_MembufInit(&buffer);
+  const char *bytes = edges[2].before(text);
+  XML_MemBufAssign(&buffer, bytes, static_cast<uint32_t>(text.size()));
+  XML_MemBufInsert(&buffer, bytes, static_cast<uint32_t>(text.size()), buffer.length / 2);
+  XML_MemBufAppendStr(&buffer, name);
+  EXPECT_EQ(hasName ? buffer.data : "", text + text + text);
+  XML_MembufDestroy(&buffer);
+  const std::string path = "/dev/null/" + text;
+  EXPECT_EQ(NEB_XML_ParseFile(edges[2].text(path), &document), uint32_t{NEB_XML_ERR_FILE_OPEN});
+}
+
+TEST(Bounds, OfStringsOfEveryLengthAreKept) {
+  const guarded::PageHooks hooks;
+  for (size_t length = 0; length <= 130; ++length) {
+    for (const bool withSession : {false, true}) {
+      expectStringsKept(std::string(length, 'n'), withSession);
+    }
+  }
+  for (const size_t length : {255U, 256U, 1023U, 1024U, 4095U, 8192U}) {
+    expectStringsKept(std::string(length, 'n'), true);
+  }
+}
+
+}  // namespace

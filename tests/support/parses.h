@@ -1,0 +1,82 @@
+// All ways through a text, which stands between pages that cannot be read.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/guarded_hooks.h"
+#include "support/layout.h"
+#include "support/page_edge.h"
+#include "support/trees.h"
+#include "xml/xml_memory_table.h"
+#include "xml/xml_parser.h"
+
+namespace parses {
+
+inline const guarded::PageEdge kEdge(size_t{1} << 18);
+
+// The tree, released with what stands beside it; "rejected" if there is none.
+inline std::string outcomeOf(uint32_t result, XmlNode *document) {
+  EXPECT_EQ(result, uint32_t{document == nullptr ? NEB_XML_ERR_SYNTAX : NEB_XML_OK});
+  if (document == nullptr) return "rejected";
+  const std::string tree = trees::described(document);
+  XML_FreeNode(document);
+  return tree;
+}
+
+// Where the pieces of a session's tree lie; what is carved next is zero.
+inline std::string laidOut(const std::string &text, ParseProblem *problem) {
+  XmlNode *document = nullptr;
+  if (Parser_parseText(kEdge.text(text), true, problem, &document) != NEB_XML_OK) return "";
+  const XmlMemSession &session = *findSession(document->sessionId);
+  EXPECT_EQ(std::string(document->nameTable[0], sizeof document->nameTable),
+            std::string(sizeof document->nameTable, '\0'));
+  std::vector<layout::Piece> pieces = layout::piecesAsParsed(document);
+  const bool isVerbatim = text.find('&') == text.npos && text.find("<![") == text.npos;
+  const layout::Model model(kDocumentSessionSize);
+  EXPECT_EQ(isVerbatim ? layout::misplaced(model, session, pieces) : "", "") << text;
+  pieces.push_back({XML_MemSpecialMalloc(document->sessionId, 100), 100});
+  const auto *next = static_cast<const char *>(pieces.back().start);
+  EXPECT_EQ(std::string(next, 100), std::string(100, '\0'));
+  std::string layout = trees::described(document);
+  for (const auto &piece : pieces) layout += " " + layout::placeIn(session, piece.start);
+  for (const XmlNode *node = document; node != nullptr; node = NEB_XML_Iterator(node)) {
+    layout += std::to_string(node->nameOwned) + std::to_string(node->valueOwned);
+  }
+  NEB_XML_FreeNode(document);
+  return layout;
+}
+
+// The tree that every entry point makes of a text, by short ways and by the general steps alone.
+inline std::string outcome(const std::string &text) {
+  const std::string_view terminated(text.c_str(), text.size() + 1);
+  std::string outcomes[6];
+  NEB_XML_PARSE_ERROR errors[2] = {};
+  for (const uint32_t kind : {0U, 1U}) {
+    const auto parse = kind == 0 ? NEB_XML_Parse : NEB_XML_ParseEx;
+    XmlNode *document = nullptr;
+    uint32_t result = parse(kEdge.before(terminated), &document);
+    outcomes[kind] = outcomeOf(result, document);
+    result = parse(kEdge.behind(terminated), &document);
+    outcomes[2 + kind] = outcomeOf(result, document);
+    document = nullptr;
+    const char *bytes = kEdge.before(text);
+    result = NEB_XML_ParseBuffer(bytes, text.size(), kind, &document, &errors[kind]);
+    outcomes[4 + kind] = outcomeOf(result, document);
+    EXPECT_EQ(std::string(bytes, text.size()), text) << "the text was written to";
+  }
+  for (const std::string &each : outcomes) EXPECT_EQ(each, outcomes[0]) << text;
+  EXPECT_EQ(errors[0].offset, errors[1].offset) << text;
+  EXPECT_EQ(errors[0].reason == nullptr, outcomes[0] != "rejected") << text;
+  EXPECT_LE(errors[0].offset, text.size());
+  ParseProblem problem;
+  const std::string layout = laidOut(text, nullptr);
+  EXPECT_EQ(layout, laidOut(text, &problem)) << text;
+  const guarded::UnclearedMemory memory;
+  EXPECT_EQ(layout, laidOut(text, nullptr)) << text;
+  return outcomes[0];
+}
+
+}  // namespace parses
