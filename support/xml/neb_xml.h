@@ -588,8 +588,9 @@ NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path
  * Text is line-broken and without declaration or indentation: every opening tag of an element
  * with children, every childless element and every closing tag ends in a line feed. In values the
  * characters " ' < > are written as references, and & as well unless it begins one. All other bytes
- * and all names are written as they stand: a tree that was edited may give a text that does not parse,
- * or parses to other values. NEB_XML_TransformIndented and NEB_XML_SaveFile are exact instead.
+ * and all names are written as they stand: a tree that was edited may give a text that does not
+ * parse, or parses to other values. NEB_XML_TransformIndented and NEB_XML_SaveFile are exact
+ * instead.
  *
  * start  an element or document; printed with its subtree, without its siblings. Not written to.
  * text   receives a NUL-terminated text from the allocation hook, exactly as large as needed;
@@ -597,8 +598,8 @@ NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a nameless
  * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more. Of a
- * shortage and a node without a name, the one that printing meets first decides. *text is left alone
- * unless it is NEB_XML_OK. Cost: linear in the nodes and texts.
+ * shortage and a node without a name, the one that printing meets first decides. *text is left
+ * alone unless it is NEB_XML_OK. Cost: linear in the nodes and texts.
  */
 
 /** Prints a subtree. */
@@ -954,18 +955,18 @@ NEB_XML_API uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, 
  * attributes and structure, with this library and, if all bytes of 0x80 and above are UTF-8, with
  * any other XML parser.
  *
- * Lines break as in NEB_XML_Transform. Each line that opens or closes an element is preceded by width
- * spaces for each level below start, but by no more than 128 in all: deeper lines stay there, so that
- * the text grows in proportion to the tree. Nothing is put into a value.
+ * Lines break as in NEB_XML_Transform. Each line that opens or closes an element is preceded by
+ * width spaces for each level below start, but by no more than 128 in all: deeper lines stay there,
+ * so that the text grows in proportion to the tree. Nothing is put into a value.
  *
  * In values " ' < > & are written as references, & also where it begins a reference, and so are
  * carriage returns, in attributes tabs and line feeds too. Of white space at the beginning of an
- * element's value the first character is written as a reference where parsing would drop or misplace
- * it: when it holds more than spaces, or is the whole value.
+ * element's value the first character is written as a reference where parsing would drop or
+ * misplace it: when it holds more than spaces, or is the whole value.
  *
- * An empty value is none: <x></x> parses to no value, and both are written <x/>; an attribute without
- * a value is written like an empty one. A value of white space beside children is layout and is left
- * out.
+ * An empty value is none: <x></x> parses to no value, and both are written <x/>; an attribute
+ * without a value is written like an empty one. A value of white space beside children is layout
+ * and is left out.
  *
  * start  an element or document; printed with its subtree, without its siblings. Not written to.
  * width  0 to 16.
@@ -975,8 +976,8 @@ NEB_XML_API uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, 
  * NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, another width, and for what no text
  * can hold:
  *   - a node of another type than element and document;
- *   - a name that is missing or none in XML. Of ASCII, names hold letters, digits and . - _ : and do
- *     not begin with a digit, '.' or '-'. Prefix and local name count as one name, which neither
+ *   - a name that is missing or none in XML. Of ASCII, names hold letters, digits and . - _ : and
+ *     do not begin with a digit, '.' or '-'. Prefix and local name count as one name, which neither
  *     begins nor ends with a colon;
  *   - two attributes of one element whose whole names are the same;
  *   - a control character below 0x20 in a value, other than tab, line feed and carriage return;
@@ -996,12 +997,13 @@ NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t wi
  * kept otherwise is refused: nobody gains rights. Other hard links to the old file keep the old
  * text.
  *
+ * start  as for NEB_XML_TransformIndented.
  * path   up to 1024 bytes; no directory is created. The file hooks are not used.
  * width  spaces for each level; what is written is what NEB_XML_TransformIndented prints.
  *
  * Returns the results of NEB_XML_TransformIndented, before anything is written: what no text can
- * hold is NEB_XML_ERR_INVALID_PARAM; NEB_XML_ERR_FILE_OPEN when the temporary file cannot be made or
- * the path is longer; NEB_XML_ERR_FILE_WRITE when it was not written, flushed or renamed, or an
+ * hold is NEB_XML_ERR_INVALID_PARAM; NEB_XML_ERR_FILE_OPEN when the temporary file cannot be made
+ * or the path is longer; NEB_XML_ERR_FILE_WRITE when it was not written, flushed or renamed, or an
  * attribute cannot be kept; NEB_XML_ERR_NO_MEMORY also for what reading attributes takes. After a
  * failure the old file stands and nothing is left behind.
  */
