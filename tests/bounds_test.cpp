@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr size_t kLongest = 1 << 16;
+constexpr size_t kLongest = 1 << 19;
 
 // Strings, variables and results at the end of memory, for every call that takes some, while what
 // the library allocates ends so too.
@@ -93,7 +93,7 @@ TEST(Bounds, OfStringsOfEveryLengthAreKept) {
       expectStringsKept(std::string(length, 'n'), withSession);
     }
   }
-  for (const size_t length : {255U, 256U, 1023U, 1024U, 4095U, 8192U}) {
+  for (const size_t length : {255U, 256U, 1023U, 1024U, 4095U, 8192U, 65535U, 65536U, 65540U}) {
     expectStringsKept(std::string(length, 'n'), true);
   }
 }
