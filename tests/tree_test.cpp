@@ -245,21 +245,22 @@ TEST(Clone, CopiesIntoMemoryThatIsNotCleared) {
                withSession);
     NEB_XML_SetAttr(document, nullptr, "a", "interned");
     const std::string whole = described(document);
-    const std::string expected[] = {tables::replaced(whole, "w=''", "w=-"),
-                                    "0:x=- c='3'(0:y=-(0:z='t'),0:y=- d=-)",
-                                    "12:p|r=- a='interned' q|b='2'"};
-    XmlNode *copies[3] = {};
+    const std::string expected[] = {
+        tables::replaced(whole, "w=''", "w=-"), "0:x=- c='3'(0:y=-(0:z='t'),0:y=- d=-)",
+        "12:p|r=- a='interned' q|b='2'",
+        "0:p|r=- a='interned' q|b='2'(0:x=- c='3'(0:y=-(0:z='t'),0:y=- d=-),0:w=-)"};
+    XmlNode *copies[4] = {};
     EXPECT_EQ(NEB_XML_CloneNode(document, &copies[0]), kOk);
     EXPECT_EQ(NEB_XML_CloneNode(document->firstChild, &copies[1]), kOk);
     EXPECT_EQ(NEB_XML_CloneNodeSelf(document, &copies[2]), kOk);
+    EXPECT_EQ(NEB_XML_ImportNode(document, document, &copies[3]), kOk);
     EXPECT_EQ(described(document), whole);
-    for (const size_t i : {0U, 1U, 2U}) {
+    for (const size_t i : {0U, 1U, 2U, 3U}) {
       EXPECT_EQ(described(copies[i]), expected[i]);
       EXPECT_TRUE(isDetached(copies[i]) && copies[i]->firstAttr->nameOwned == 1);
-      EXPECT_TRUE(i == 1 || copies[i]->nameTable[0][0] == '\0');
+      EXPECT_TRUE(i % 2 == 1 || copies[i]->nameTable[0][0] == '\0');
     }
-    NEB_XML_FreeNode(copies[1]);
-    NEB_XML_FreeNode(document);
+    for (XmlNode *node : {copies[1], copies[3], document}) NEB_XML_FreeNode(node);
     EXPECT_EQ(described(copies[0]), expected[0]) << "lives on";
     NEB_XML_FreeNode(copies[0]);
     NEB_XML_FreeNode(copies[2]);
