@@ -42,8 +42,8 @@ class PageEdge {
   char *begin_;
 };
 
-// While it lives, each allocation ends at such a page. What is made meanwhile has to be given back
-// meanwhile.
+// While it lives, each allocation ends at such a page, but for what aligns it. What is made meanwhile
+// has to be given back meanwhile.
 class PageHooks {
  public:
   PageHooks() {
@@ -61,8 +61,9 @@ class PageHooks {
  private:
   static void *allocate(size_t size) {
     ++outstanding_;
-    auto *edge = new PageEdge(size + sizeof(PageEdge *));
-    char *piece = edge->before(std::string(size, '\0'));
+    const size_t aligned = (size + alignof(void *) - 1) / alignof(void *) * alignof(void *);
+    auto *edge = new PageEdge(aligned + sizeof(PageEdge *));
+    char *piece = edge->before(std::string(aligned, '\0'));
     std::memcpy(piece - sizeof edge, &edge, sizeof edge);
     return piece;
   }
