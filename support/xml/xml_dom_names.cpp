@@ -45,5 +45,6 @@ void internName(XmlNode *node, XmlNode *topmost) {
     holdSlot(node, topmost, slot);
   } else {
     node->name = topmost->nameTable[slot];
+    settleIn(node, topmost->sessionId);
   }
 }
