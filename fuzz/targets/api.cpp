@@ -44,6 +44,7 @@ struct Text {
   std::optional<std::string> text;
   uint32_t home = 0;  // the session that it goes with; 0: none
   bool isInterned = false;
+  bool holdsTable() const { return isInterned && home == 0; }
 };
 
 struct Model {
@@ -143,9 +144,8 @@ class Machine {
     using Operation = void (Machine::*)(Model *);
     constexpr Operation kMaking[] = {&Machine::createNode, &Machine::parse, &Machine::newNode,
                                      &Machine::beginSession};
-    constexpr Operation kTaking[] = {&Machine::remove,        &Machine::release,
-                                     &Machine::releaseOnward, &Machine::releaseSingle,
-                                     &Machine::endAny,        &Machine::releaseSingleAttribute};
+    constexpr Operation kTaking[] = {&Machine::remove, &Machine::release, &Machine::releaseOnward,
+                                     &Machine::releaseSingle, &Machine::endAny};
     constexpr Operation kUsing[] = {
         &Machine::insert,        &Machine::insert,       &Machine::insert,
         &Machine::insert,        &Machine::addAttribute, &Machine::setStrings,
@@ -407,19 +407,15 @@ class Machine {
 
   void releaseSingle(Model *model) {
     if (model->isBehind()) return;
-    XML_FreeSingleNode(model->node);
-    if (storageOf(model) != 0) return;
+    const bool isSpared = !model->isAttribute() || model->isAttached() || model->session != 0;
+    const bool asAttribute = bytes_.pick(2) == 0;
+    asAttribute ? XML_FreeSingleAttrNode(model->node) : XML_FreeSingleNode(model->node);
+    if (storageOf(model) != 0 || (asAttribute && isSpared)) return;
     unlink(model);
     orphan(model->children);
     orphan(model->attributes);
     model->texts = {};
     model->isAlive = model->session != 0;
-  }
-
-  void releaseSingleAttribute(Model *model) {
-    if (model->isAttribute() && model->isChained()) return;
-    XML_FreeSingleAttrNode(model->node);
-    if (model->isAttribute() && !model->isAttached() && model->session == 0) bury(model);
   }
 
   void endAny(Model * /*unused*/) { end(anySession()); }
@@ -465,7 +461,11 @@ class Machine {
 
   // Changes.
 
-  void changesIn(Model *model) { keepsPieces_ = storageOf(model) != 0; }
+  // But for a table of names, which goes with the last of them.
+  void changesIn(Model *model) {
+    keepsPieces_ = storageOf(model) != 0;
+    forTree(model, [&](const Model *each) { keepsPieces_ &= !each->texts[kName].holdsTable(); });
+  }
 
   // Some are the node's own strings.
   void setStrings(Model *model) {
@@ -618,13 +618,11 @@ class Machine {
 
   // Copies.
 
-  bool mayCopy() const { return alive().size() < kMostNodes && models_.size() < kMostModels; }
-
   void copy(Model *source) {
     enum How { kWhole, kSelf, kImport };
     const size_t how = bytes_.pick(4) % 3;
     Model *target = how == kImport ? any() : source;
-    if (!mayCopy() || !isReadable(target)) return;
+    if (alive().size() > kMostNodes || models_.size() > kMostModels || !isReadable(target)) return;
     XmlNode *copy = nullptr;
     const uint32_t result = how == kImport ? NEB_XML_ImportNode(target->node, source->node, &copy)
                             : how == kSelf ? NEB_XML_CloneNodeSelf(source->node, &copy)
