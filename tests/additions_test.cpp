@@ -1,10 +1,9 @@
-// Importing across documents and indented output.
+// Exact output.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <sstream>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -24,45 +23,6 @@ std::string indented(const XmlNode *node, uint32_t width) {
   return copy;
 }
 
-// Also for a node that insertion would refuse.
-TEST(Import, WorksBetweenAnyTwoStorages) {
-  for (const uint32_t kind : {0U, 1U, 2U, 3U}) {
-    XmlNode *source = trees::parsed("<s:r a='1' s:b='&amp;'><x>t</x><y><z/></y></s:r>", kind % 2);
-    XmlNode *target = trees::parsed("<t><u/></t>", kind / 2);
-    XmlNode *child = NEB_XML_GetNodeLastChild(source);
-    NEB_XML_RemoveNode(child);
-    const bool isTaken = kind % 2 == 0;  // what the hooks gave may stand anywhere
-    EXPECT_EQ(NEB_XML_AppendChildNode(target, child), isTaken ? kOk : kInvalid);
-    const std::string before = trees::described(source);
-    XmlNode *copy = nullptr;
-    ASSERT_EQ(NEB_XML_ImportNode(NEB_XML_GetNodeFirstChild(target), source, &copy), kOk);
-    EXPECT_EQ(trees::described(copy), "0" + before.substr(2)) << "a document becomes an element";
-    EXPECT_EQ(trees::described(source), before);
-    EXPECT_EQ(NEB_XML_AppendChildNode(target, copy), kOk);
-    NEB_XML_FreeNode(source);
-    const std::string inserted = isTaken ? "0:y=-(0:z=-),0" : "0";
-    EXPECT_EQ(trees::described(target), "12:t=-(0:u=-," + inserted + before.substr(2) + ")");
-    NEB_XML_FreeNode(target);
-  }
-}
-
-TEST(Import, RefusesWhatItCannotCopy) {
-  XmlNode *chain = trees::parsed("<a/><b/>");
-  XmlNode *source = trees::parsed("<s x='1'><t u='2'>v</t></s>", false);
-  XmlNode *target = trees::parsed("<t/>", false);
-  XmlNode *attribute = XML_NewNode(0, NEB_XML_NODE_ATTRIBUTE);
-  XmlNode *copy = source;
-  for (auto [to, from, out] :
-       {std::tuple(static_cast<XmlNode *>(nullptr), source, &copy),
-        std::tuple(target, static_cast<XmlNode *>(nullptr), &copy),
-        std::tuple(target, source, static_cast<XmlNode **>(nullptr)),
-        std::tuple(attribute, source, &copy), std::tuple(target, attribute, &copy),
-        std::tuple(chain, source, &copy)}) {
-    EXPECT_EQ(NEB_XML_ImportNode(to, from, out), kInvalid);
-  }
-  for (XmlNode *node : {attribute, target, source, chain}) NEB_XML_FreeNode(node);
-}
-
 TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
   XmlNode *document = trees::parsed("<r a='1'><b><c>x  y</c><d/></b><e>t\tt</e></r>");
   EXPECT_EQ(indented(document, 0), trees::printed(document));
@@ -71,9 +31,6 @@ TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
   XmlNode *inner = NEB_XML_GetNodeFirstChild(document);
   EXPECT_EQ(indented(inner, 1), "<b>\n <c>x  y</c>\n <d/>\n</b>\n");
   EXPECT_EQ(indented(document, 16).find("<b>"), indented(document, 0).find("<b>") + 16);
-  char *text = nullptr;
-  EXPECT_EQ(NEB_XML_TransformIndented(document, 17, &text), kInvalid);
-  EXPECT_EQ(NEB_XML_TransformIndented(nullptr, 2, &text), kInvalid);
   NEB_XML_SetNode(inner, nullptr, nullptr, " x");
   EXPECT_EQ(indented(document, 0), "error") << "a value beside children";
   NEB_XML_SetNode(inner, nullptr, nullptr, "");

@@ -14,7 +14,6 @@ namespace {
 
 using parses::outcome;
 using tables::fieldsOf;
-using tables::repeated;
 using tables::replaced;
 
 // Good and bad markup inside of an element.

@@ -1,5 +1,4 @@
 /* The command line tool, run as its users run it: through a shell, on files in a directory. */
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -13,15 +12,12 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include "support/tables.h"
+#include "support/trees.h"
+
 namespace {
 
-std::string repeated(const std::string &part, std::size_t count) {
-  std::string whole;
-  for (; count > 0; --count) {
-    whole += part;
-  }
-  return whole;
-}
+using tables::repeated;
 
 struct Outcome {
   int status;
@@ -31,17 +27,11 @@ struct Outcome {
 
 class Tool : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string name = ::testing::TempDir() + "nebxml-test-XXXXXX";
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    directory_ = name;
-    std::filesystem::create_directory(directory_ / "files");
-  }
-
-  void TearDown() override { std::filesystem::remove_all(directory_); }
+  void SetUp() override { std::filesystem::create_directory(files()); }
+  void TearDown() override { std::filesystem::remove_all(files()); }
 
   /** Runs a shell command in the directory of the files; $nebxml is the tool. */
-  Outcome shell(const std::string &command, const std::string &input = "") {
+  static Outcome shell(const std::string &command, const std::string &input = "") {
     write("../input", input);
     const std::string line = "cd '" + files() +
                              "' && nebxml='" NEBXML_EXECUTABLE "' samples='" NEB_XML_SAMPLES_DIR
@@ -51,19 +41,13 @@ class Tool : public ::testing::Test {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("../output"), read("../errors")};
   }
 
-  void write(const std::string &name, const std::string &text) {
-    std::ofstream(files() + "/" + name, std::ios::binary) << text;
+  static void write(const std::string &name, const std::string &text) {
+    std::ofstream(files() + name, std::ios::binary) << text;
   }
 
-  std::string read(const std::string &name) {
-    std::ifstream file(files() + "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  static std::string read(const std::string &name) { return trees::readFile(files() + name); }
 
-  std::string files() const { return (directory_ / "files").string(); }
-
- private:
-  std::filesystem::path directory_;
+  static std::string files() { return ::testing::TempDir() + "files/"; }
 };
 
 TEST_F(Tool, AnswersWithStatusOutputAndCause) {
@@ -187,34 +171,6 @@ TEST_F(Tool, WritesNothingThatReadsBackAsSomethingElse) {
       }
     }
   }
-}
-
-// Killed at any moment, the tool leaves the old file or the new one, and where it can no other.
-TEST_F(Tool, LeavesNoTornFileWhenItIsKilled) {
-  constexpr int kRounds = 60;
-  const std::string old = "<a>\n" + repeated("<b>old</b>\n", 40'000) + "</a>\n";
-  const std::string changed = old.substr(0, old.size() - 16) + "<b>new</b>\n</a>\n";
-  const std::string command = " $nebxml set a.xml a.b.40000 new --in-place && echo done";
-  write("a.xml", old);
-  const auto begin = std::chrono::steady_clock::now();
-  shell(command);
-  const std::chrono::duration<double> whole = std::chrono::steady_clock::now() - begin;
-  int kills = 0;
-  int news = read("a.xml") == changed ? 1 : 0;
-  for (int round = 1; round <= kRounds; ++round) {
-    write("a.xml", old);
-    // From before the tool has read the file to about when it has written it.
-    const std::string delay = std::to_string(whole.count() * round / kRounds);
-    const std::string signal = round % 2 == 0 ? "KILL " : "TERM ";
-    const bool isKilled = shell("timeout -s " + signal + delay + command).output.empty();
-    const std::string text = read("a.xml");
-    EXPECT_TRUE(text == changed || (isKilled && text == old)) << round;
-    const std::string left = shell("ls -A; rm -f .??*").output;
-    EXPECT_TRUE(signal == "KILL " || left == "a.xml\n") << left;
-    kills += isKilled ? 1 : 0;
-    news += text == changed ? 1 : 0;
-  }
-  EXPECT_TRUE(kills > 0 && news > 0) << kills << " killed, " << news << " written";
 }
 
 TEST_F(Tool, ShowsWhereATextIsWrong) {
@@ -356,7 +312,7 @@ TEST_F(Tool, FindsTheFirstDifference) {
 }
 
 TEST_F(Tool, HelpManualAndCompletionAgree) {
-  const auto words = [this](const std::string &command) {
+  const auto words = [](const std::string &command) {
     std::istringstream text(shell("cd $samples/..; " + command).output);
     return std::set<std::string>(std::istream_iterator<std::string>(text), {});
   };

@@ -1,10 +1,9 @@
-// Typed values and lookup by path.
+// Typed values.
 #include <gtest/gtest.h>
 
 #include <charconv>
 #include <cstring>
 #include <random>
-#include <sstream>
 #include <tuple>
 
 #include "support/trees.h"
@@ -13,7 +12,7 @@
 namespace {
 
 constexpr uint32_t kOk = NEB_XML_OK, kInvalid = NEB_XML_ERR_INVALID_PARAM;
-constexpr uint32_t kNotFound = NEB_XML_ERR_NOT_FOUND, kBadPath = NEB_XML_ERR_BAD_PATH;
+constexpr uint32_t kNotFound = NEB_XML_ERR_NOT_FOUND;
 constexpr uint32_t kExists = NEB_XML_ERR_ALREADY_EXISTS;
 
 // A variable at an odd address between bytes that must stay.
@@ -117,44 +116,6 @@ TEST(Values, OfAttributes) {
     EXPECT_EQ(trees::described(element), std::string("0:-=- ") + attributes);
   }
   NEB_XML_FreeNode(element);
-}
-
-TEST(Path, FindsByTheRules) {
-  XmlNode *config = trees::parsed(
-      "<config n='0'><server n='1'/><db:server n='2'/><server n='3'><port n='5'/><port/></server>"
-      "<log.level n='4'><b/><a:b/><a:b/><c:d.e/><b/><b/></log.level><p:db:server/><x/></config>");
-  NEB_XML_SetNode(NEB_XML_GetNodeLastChild(config), nullptr, "\\server\\", nullptr);
-  const std::string dots(505, '.');
-  const std::tuple<uint32_t, const char *, std::string> rows[] = {
-      {kOk, "0", "config ..config.. config" + dots},
-      {kOk, "1", "config.server config..server.1 .config...server."},
-      {kOk, "2", "config.server.2 config.db:server"},
-      {kOk, "3", "config.server.3 config.server.000000003"},
-      {kOk, "4", "config.log\\.level config.log\\.level.01"},
-      {kOk, "5", "config.server.3.port"},
-      {kNotFound, "",
-       "config.server.4 config.xx:server config.port config.log.level ... nn.server"},
-      {kNotFound, "",
-       "config.server.0000000001 config.server.0000000000 config.no.0 config.SERVER "
-       "config.p-db:server"},
-      {kBadPath, "", "config.1 config.server.0 config.server.2.1 config.1.0000000001 config.0.no"},
-      {kInvalid, "", "config." + dots}};
-  for (const auto &[result, number, paths] : rows) {
-    std::istringstream words(paths);
-    for (std::string path; words >> path;) {
-      XmlNode *node = nullptr;
-      const char *found = "";
-      EXPECT_EQ(NEB_XML_GetNodeByUrl(config, path.c_str(), &node), result) << path;
-      NEB_XML_GetAttr(node, nullptr, "n", &found);
-      EXPECT_STREQ(found, number) << path;
-    }
-  }
-  XmlNode *nameless = nullptr;
-  NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, nullptr, nullptr, &nameless);
-  ASSERT_EQ(NEB_XML_AddFirstChildNode(config, nameless), kOk);
-  XmlNode *unfound = nullptr;
-  EXPECT_EQ(NEB_XML_GetNodeByUrl(nameless, "config", &unfound), kNotFound);
-  NEB_XML_FreeNode(config);
 }
 
 }  // namespace

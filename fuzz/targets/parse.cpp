@@ -1,13 +1,11 @@
 // Any bytes through every entry point, and by the general steps alone: all agree on code and tree,
 // read nothing behind the text and tell where it is wrong.
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
 
+#include "../../tests/support/page_edge.h"
 #include "support/hooks.h"
 #include "support/require.h"
 #include "support/trees.h"
@@ -35,27 +33,6 @@ std::string withRuns(std::string_view input) {
   }
   return text;
 }
-
-// Memory whose last byte stands before a page that must not be touched.
-class GuardedMemory {
- public:
-  GuardedMemory() {
-    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    const size_t size = 2 * kLongestText;
-    void *memory =
-        mmap(nullptr, size + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    require(memory != MAP_FAILED);
-    end_ = static_cast<char *>(memory) + size;
-    require(mprotect(end_, page, PROT_NONE) == 0);
-  }
-
-  const char *place(std::string_view bytes) const {
-    return static_cast<char *>(std::memcpy(end_ - bytes.size(), bytes.data(), bytes.size()));
-  }
-
- private:
-  char *end_;
-};
 
 // The input, as each kind of entry point takes it. Files are loaded and parsed by the same steps.
 std::string g_input;
@@ -136,16 +113,16 @@ XmlNode *parse(const Entry &entry, uint32_t *result, bool withoutText) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (size > kLongestText / 2) return 0;
   hooks::begin();
-  static const GuardedMemory textMemory;
-  static const GuardedMemory bufferMemory;
+  static const guarded::PageEdge textMemory(2 * kLongestText);
+  static const guarded::PageEdge bufferMemory(kLongestText);
   g_input = withRuns({reinterpret_cast<const char *>(data), size});
-  g_text = textMemory.place({g_input.c_str(), g_input.size() + 1});
-  g_buffer = bufferMemory.place(g_input);
+  g_text = textMemory.text(g_input);
+  g_buffer = bufferMemory.before(g_input);
   const bool isEmpty = size == 0 || data[0] == 0;
-  static const GuardedMemory longTextMemory;
+  static const guarded::PageEdge longTextMemory(2 * kLongestText);
   constexpr size_t kBlanks = 4096;
   const std::string longText = std::string(kBlanks, ' ') + g_input;
-  g_behindBlanks = isEmpty ? g_text : longTextMemory.place({longText.c_str(), longText.size() + 1});
+  g_behindBlanks = isEmpty ? g_text : longTextMemory.text(longText);
 
   XmlNode *first = nullptr;
   size_t hash = size;

@@ -1,5 +1,5 @@
-// What parses is printed as the rules tell, whole and by halves. It, and what calls have made of it,
-// is printed exactly so that it reads back as it was, or refused when no text can hold it.
+// What parses is printed as the rules tell, whole and by halves. It, and what calls have made of
+// it, is printed exactly so that it reads back as it was, or refused when no text can hold it.
 #include <algorithm>
 #include <cctype>
 #include <cstring>

@@ -19,9 +19,9 @@
  *   node's own. In setting operations a null string leaves its field alone and an empty string
  *   clears it. Strings that a read operation hands out belong to the node: they are neither
  *   changed nor released by the caller and are valid until the node's string is replaced or the
- *   node is released. An interned name of a node made through the hooks is as long-lived: a node
- *   that left a document made through the hooks keeps its name, whatever becomes of the document,
- *   whose record is freed with the last name that it holds.
+ *   node is released. A node made through the hooks keeps its name when it leaves a document made
+ *   through the hooks, also after the document is released. Names that are shared with the document
+ *   (see NEB_XML_AddAttr) hold its record, which is freed with the last of them.
  *
  * The tree
  *
@@ -93,8 +93,8 @@ extern "C" {
 enum NEB_XML_RESULT {
   /** Success. */
   NEB_XML_OK = 0,
-  /** A required argument is null or empty, a node is of the wrong type, a number is out of range,
-   *  or a node to be printed has no name. */
+  /** A required argument is null or empty, a node is of the wrong type, a number is out of range, a
+   *  node to be printed has no name, or no document can hold what is to be printed exactly. */
   NEB_XML_ERR_INVALID_PARAM = 0x1F000701,
   /** The element already has an attribute of that prefix and name. */
   NEB_XML_ERR_ALREADY_EXISTS = 0x1F000702,
@@ -588,8 +588,9 @@ NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path
  * Text is line-broken and without declaration or indentation: every opening tag of an element
  * with children, every childless element and every closing tag ends in a line feed. In values the
  * characters " ' < > are written as references, and & as well unless it begins one. All other bytes
- * and all names are written as they stand: a tree that was edited may give a text that does not parse,
- * or parses to other values. NEB_XML_TransformIndented and NEB_XML_SaveFile are exact instead.
+ * and all names are written as they stand: a tree that was edited may give a text that does not
+ * parse, or parses to other values. NEB_XML_TransformIndented and NEB_XML_SaveFile are exact
+ * instead.
  *
  * start  an element or document; printed with its subtree, without its siblings. Not written to.
  * text   receives a NUL-terminated text from the allocation hook, exactly as large as needed;
@@ -597,8 +598,8 @@ NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a nameless
  * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more. Of a
- * shortage and a node without a name, the one that printing meets first decides. *text is left alone
- * unless it is NEB_XML_OK. Cost: linear in the nodes and texts.
+ * shortage and a node without a name, the one that printing meets first decides. *text is left
+ * alone unless it is NEB_XML_OK. Cost: linear in the nodes and texts.
  */
 
 /** Prints a subtree. */
@@ -950,22 +951,22 @@ NEB_XML_API uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, Xml
 NEB_XML_API uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, XmlNode **copy);
 
 /**
- * Prints a subtree exactly, with indentation: parsing the text gives the same names, values,
- * attributes and structure, with this library and, if all bytes of 0x80 and above are UTF-8, with
- * any other XML parser.
+ * Prints a subtree exactly, with indentation: parsing the text with this library gives the same
+ * names, values, attributes and structure. Another XML parser gives the same as well if the bytes of
+ * 0x80 and above, which are not checked, are UTF-8 of characters that XML allows where they stand.
  *
- * Lines break as in NEB_XML_Transform. Each line that opens or closes an element is preceded by width
- * spaces for each level below start, but by no more than 128 in all: deeper lines stay there, so that
- * the text grows in proportion to the tree. Nothing is put into a value.
+ * Lines break as in NEB_XML_Transform. Each line that opens or closes an element is preceded by
+ * width spaces for each level below start, but by no more than 128 in all: deeper lines stay there,
+ * so that the text grows in proportion to the tree. Nothing is put into a value.
  *
  * In values " ' < > & are written as references, & also where it begins a reference, and so are
  * carriage returns, in attributes tabs and line feeds too. Of white space at the beginning of an
- * element's value the first character is written as a reference where parsing would drop or misplace
- * it: when it holds more than spaces, or is the whole value.
+ * element's value the first character is written as a reference where parsing would drop or
+ * misplace it: when it holds more than spaces, or is the whole value.
  *
- * An empty value is none: <x></x> parses to no value, and both are written <x/>; an attribute without
- * a value is written like an empty one. A value of white space beside children is layout and is left
- * out.
+ * An empty value is none: <x></x> parses to no value, and both are written <x/>; an attribute
+ * without a value is written like an empty one. A value of white space beside children is layout
+ * and is left out.
  *
  * start  an element or document; printed with its subtree, without its siblings. Not written to.
  * width  0 to 16.
@@ -975,8 +976,8 @@ NEB_XML_API uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, 
  * NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, another width, and for what no text
  * can hold:
  *   - a node of another type than element and document;
- *   - a name that is missing or none in XML. Of ASCII, names hold letters, digits and . - _ : and do
- *     not begin with a digit, '.' or '-'. Prefix and local name count as one name, which neither
+ *   - a name that is missing or none in XML. Of ASCII, names hold letters, digits and . - _ : and
+ *     do not begin with a digit, '.' or '-'. Prefix and local name count as one name, which neither
  *     begins nor ends with a colon;
  *   - two attributes of one element whose whole names are the same;
  *   - a control character below 0x20 in a value, other than tab, line feed and carriage return;
@@ -991,17 +992,18 @@ NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t wi
  * a temporary file beside it is written, flushed to the disk and renamed. A symbolic link is
  * followed and must lead to a file. An old file's permissions and, as far as the process may, its
  * owner are kept; on Linux its access control list and other extended attributes too, but not
- * security.capability, .ima and .evm, which describe the old content. Without the right to keep its
- * group, the new group and all others get only what every group and all others had. What cannot be
- * kept otherwise is refused: nobody gains rights. Other hard links to the old file keep the old
- * text.
+ * security.capability, .ima and .evm, which describe the old content. If the group cannot be kept,
+ * the old group's rights are not given to the new one. If an access control list or an attribute
+ * cannot be kept, the call fails: nobody gains rights. A new file gets what the process's mask
+ * allows. Other hard links to the old file keep the old text.
  *
+ * start  as for NEB_XML_TransformIndented.
  * path   up to 1024 bytes; no directory is created. The file hooks are not used.
  * width  spaces for each level; what is written is what NEB_XML_TransformIndented prints.
  *
  * Returns the results of NEB_XML_TransformIndented, before anything is written: what no text can
- * hold is NEB_XML_ERR_INVALID_PARAM; NEB_XML_ERR_FILE_OPEN when the temporary file cannot be made or
- * the path is longer; NEB_XML_ERR_FILE_WRITE when it was not written, flushed or renamed, or an
+ * hold is NEB_XML_ERR_INVALID_PARAM; NEB_XML_ERR_FILE_OPEN when the temporary file cannot be made,
+ * the path is longer, or it leads to something that is no regular file; NEB_XML_ERR_FILE_WRITE when it was not written, flushed or renamed, or an
  * attribute cannot be kept; NEB_XML_ERR_NO_MEMORY also for what reading attributes takes. After a
  * failure the old file stands and nothing is left behind.
  */

@@ -1,14 +1,14 @@
 /*
  * NEB XML in C++: a thin face over the C interface in neb_xml.h and over nothing else.
  *
- * Header only, for C++17 and later. A Document owns a tree. A Node and an Attribute are views of one
- * pointer, free to copy, valid as long as the C interface says that the node is. Every call on an
- * empty view gives an empty answer or the code NEB_XML_ERR_INVALID_PARAM. Failures are values: a
+ * Header only, for C++17 and later. A Document owns a tree. A Node and an Attribute are views of
+ * one pointer, free to copy, valid as long as the C interface says that the node is. Every call on
+ * an empty view gives an empty answer or the code NEB_XML_ERR_INVALID_PARAM. Failures are values: a
  * Status, or a Result that holds a value or none.
  *
- * One thing may throw: making a std::string, when memory runs out. That is to_string, and every call
- * that takes a std::string_view and hands 256 bytes or more of it on. Nothing is changed or leaked
- * then. Without exceptions the program ends there instead.
+ * One thing may throw: making a std::string, when memory runs out. That is to_string, and every
+ * call that takes a std::string_view and hands 256 bytes or more of it on. Nothing is changed or
+ * leaked then. Without exceptions the program ends there instead.
  *
  * A text that holds a NUL where a path, name or value is expected is NEB_XML_ERR_INVALID_PARAM,
  * since the C interface would take what stands before it for the whole.
@@ -113,6 +113,7 @@ inline Text text_of(const char *text) noexcept {
   return text == nullptr ? Text() : Text(std::string_view(text));
 }
 
+/** Whether a text would be cut where it is taken for a terminated one. */
 inline bool holds_nul(std::string_view text) noexcept { return text.find('\0') != text.npos; }
 
 /** A text with its terminator; short ones need no allocation. */
@@ -147,6 +148,7 @@ std::uint32_t with_terminated(std::string_view text, Call call) {
 
 /** Gives back a text that the C interface has handed out. */
 struct FreeText {
+  /** Null is ignored. */
   void operator()(char *text) const noexcept { NEB_XML_FreeMem(text); }
 };
 

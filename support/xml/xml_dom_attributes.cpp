@@ -14,6 +14,10 @@ bool sameText(const char *a, const char *b) {
   return a != nullptr && b != nullptr && std::strcmp(a, b) == 0;
 }
 
+bool isNamed(const XmlNode *attribute, const char *prefix, const char *name) {
+  return sameText(name, attribute->name) && sameText(prefix, attribute->prefix);
+}
+
 const char *noneIfEmpty(const char *text) { return isMissing(text) ? nullptr : text; }
 
 void readStrings(const XmlNode *attribute, const char **prefix, const char **name,
@@ -44,10 +48,7 @@ void appendAttribute(XmlNode *attribute, XmlNode *element) {
 
 XmlNode *xmlGetAttr(const XmlNode *element, const char *prefix, const char *name) {
   XmlNode *attribute = element->firstAttr;
-  while (attribute != nullptr &&
-         !(sameText(name, attribute->name) && sameText(prefix, attribute->prefix))) {
-    attribute = attribute->next;
-  }
+  while (attribute != nullptr && !isNamed(attribute, prefix, name)) attribute = attribute->next;
   return attribute;
 }
 
@@ -56,8 +57,11 @@ bool wouldRepeatAttribute(const XmlNode *node, const char *prefix, const char *n
   if (!isRenamed || !isAttribute(node) || node->parent == nullptr) return false;
   const char *newPrefix = prefix != nullptr ? noneIfEmpty(prefix) : node->prefix;
   const char *newName = name != nullptr ? noneIfEmpty(name) : node->name;
-  const XmlNode *same = xmlGetAttr(node->parent, newPrefix, newName);
-  return same != nullptr && same != node;
+  const XmlNode *other = node->parent->firstAttr;
+  while (other != nullptr && (other == node || !isNamed(other, newPrefix, newName))) {
+    other = other->next;
+  }
+  return other != nullptr;
 }
 
 XmlNode *makeAttribute(XmlNode *topmost, const char *prefix, const char *name, const char *value) {

@@ -2,8 +2,8 @@
 //
 // Nodes of the document may leave it and outlive it, and some of their names point into its table.
 // Each such name holds the record, and so does the document itself until it is released; the last
-// holder frees it. Leaving a document therefore needs no memory and cannot fail. A document that has
-// left may belong to another thread by then, so the holders are counted atomically.
+// holder frees it. Leaving a document therefore needs no memory and cannot fail. A document that
+// has left may belong to another thread by then, so the holders are counted atomically.
 #pragma once
 
 #include <atomic>

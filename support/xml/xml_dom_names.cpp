@@ -11,8 +11,8 @@ namespace {
 
 constexpr size_t kLongestInternedName = kNameTableSlotSize - 1;
 
-// The slot that holds the name, or the first empty one with the name put into it; the number of slots
-// if there is none.
+// The slot that holds the name, or the first empty one with the name put into it; the number of
+// slots if there is none.
 size_t slotFor(XmlNode *document, const char *name) {
   for (size_t i = 0; i < kNameTableSlots; ++i) {
     char *slot = document->nameTable[i];
@@ -45,5 +45,6 @@ void internName(XmlNode *node, XmlNode *topmost) {
     holdSlot(node, topmost, slot);
   } else {
     node->name = topmost->nameTable[slot];
+    settleIn(node, topmost->sessionId);
   }
 }

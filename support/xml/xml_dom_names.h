@@ -5,6 +5,6 @@
 #include "xml_node.h"
 
 // Replaces a node's own copy of its name by the table's, if the topmost node of its tree is a
-// document and the table holds the name or has room for it. Not for a record of a session that is not
-// the document's. Never fails.
+// document and the table holds the name or has room for it. Not for a record of a session that is
+// not the document's. Never fails.
 void internName(XmlNode *node, XmlNode *topmost);

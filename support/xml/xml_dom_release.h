@@ -50,6 +50,6 @@ void cutAttributes(XmlNode *element, Leaves leaves) {
   }
 }
 
-// Takes a node out from between all that it is linked to. Below it, what came through the hooks stays
-// a chain of its own; records of a session, which may end before the chain does, stand alone.
+// Takes a node out from between all that it is linked to. Below it, what came through the hooks
+// stays a chain of its own; records of a session, which may end before the chain does, stand alone.
 void isolateNode(XmlNode *node);

@@ -44,8 +44,8 @@ void freeUnlessUsed(Level &level) {
   XML_Free(nullptr, places);
 }
 
-// Frees unused levels, but for one while other levels are in use, lest a program that opens and ends
-// sessions at the edge of a level should have it made and freed each time.
+// Frees unused levels, but for one while other levels are in use, lest a program that opens and
+// ends sessions at the edge of a level should have it made and freed each time.
 void freeUnusedLevels() {
   bool keepsOne = g_openInLevels.load() > 0;
   const unsigned end = g_levelsEnd.load();
@@ -160,8 +160,8 @@ unsigned missingLevel() {
   return level;
 }
 
-// Makes a level and opens a session in it. Null when other threads were faster, and with *isFull set
-// when there is no memory for another level.
+// Makes a level and opens a session in it. Null when other threads were faster, and with *isFull
+// set when there is no memory for another level.
 XmlMemSession *openInNewLevel(bool *isFull) {
   const unsigned level = missingLevel();
   void *memory = level < kLevels ? XML_Calloc(placesOf(level), sizeof(XmlMemSession)) : nullptr;

@@ -18,8 +18,8 @@ class AttributeSet {
     if (table_ != nullptr) releaseTable();
   }
 
-  // From now on attributes are the same where their names are printed the same: "b" with the prefix "a"
-  // and "a:b" without one.
+  // From now on attributes are the same where their names are printed the same: "b" with the prefix
+  // "a" and "a:b" without one.
   void compareAsPrinted() { separator_ = ':'; }
 
   // Adds an attribute, if none of those before it has the same prefix and name. It is either in the

@@ -8,9 +8,9 @@
 
 // Chunks that grow in proportion to what they hold, so that printing stays linear and nothing is
 // moved before the text is handed out, exactly as large as it is. The printer carries the place to
-// write at through its steps: in a register, not in here. It is null before the first byte, and once
-// printing has failed: memory has run out, the text is longer than 32 bits can tell, or something
-// was refused.
+// write at through its steps: in a register, not in here. It is null before the first byte, and
+// once printing has failed: memory has run out, the text is longer than 32 bits can tell, or
+// something was refused.
 class PrintedText {
  public:
   PrintedText() = default;
@@ -39,8 +39,8 @@ class PrintedText {
   uint32_t result() const { return result_; }
   size_t length() const { return length_; }
 
-  // The text that was ended without a failure, terminated, from the allocation hook. Null when memory
-  // runs out.
+  // The text that was ended without a failure, terminated, from the allocation hook. Null when
+  // memory runs out.
   char *handOut() const;
 
  private:

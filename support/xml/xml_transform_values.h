@@ -20,8 +20,8 @@ inline Vector findMarkupCharacters(Vector bytes) {
          (bytes == '\'');
 }
 
-// Each kind finds what it does not copy as it stands, and writes one character of that; null when no
-// text can hold it.
+// Each kind finds what it does not copy as it stands, and writes one character of that; null when
+// no text can hold it.
 
 // An ampersand that begins a reference stays, and every byte passes.
 struct LenientValue {
@@ -51,6 +51,7 @@ template <typename Value>
 char *xmlCopyWithEscape(PrintedText &text, char *to, const char *value, size_t length);
 
 // Of white space before an element's text, reading drops what is no space, and elements that end
-// behind nothing but white space may get it as a value. What begins with a reference is text. Returns
-// how much of the value was written: one byte, or none when its beginning is read as it stands.
+// behind nothing but white space may get it as a value. What begins with a reference is text.
+// Returns how much of the value was written: one byte, or none when its beginning is read as it
+// stands.
 size_t writeFirstBlank(char **to, const char *value);

@@ -40,8 +40,8 @@ struct alignas(16) Header {
 };
 
 std::atomic<size_t> g_outstanding, g_allocations, g_releases, g_fileCalls, g_openStreams;
-std::atomic<size_t> g_allocationsToFailure, g_fileCallsToFailure;  // 0: none to come
-std::atomic<bool> g_allFail, g_allocationFailed, g_fileCallFailed;
+std::atomic<size_t> g_allocationsToFailure;  // 0: none to come
+std::atomic<bool> g_allFail, g_allocationFailed;
 std::atomic<void *> g_lastCalloc;
 std::mutex g_sizesMutex;
 std::vector<size_t> g_mallocSizes, g_callocSizes;
@@ -64,13 +64,6 @@ bool allocationFails() {
     return false;
   }
   g_allocationFailed = true;
-  return true;
-}
-
-bool fileCallFails() {
-  ++g_fileCalls;
-  if (!countsDownToFailure(g_fileCallsToFailure)) return false;
-  g_fileCallFailed = true;
   return true;
 }
 
@@ -132,27 +125,16 @@ void guardedFree(void *memory) {
 }
 
 FILE *guardedOpen(const char *path, const char *mode) {
-  FILE *stream = fileCallFails() ? nullptr : std::fopen(path, mode);
+  ++g_fileCalls;
+  FILE *stream = std::fopen(path, mode);
   if (stream != nullptr) ++g_openStreams;
   return stream;
 }
 
-int guardedSeek(FILE *stream, long offset, int whence) {
-  return fileCallFails() ? -1 : std::fseek(stream, offset, whence);
-}
-
 int guardedClose(FILE *stream) {
   --g_openStreams;
-  const bool fails = fileCallFails();
-  const int result = std::fclose(stream);
-  return fails ? EOF : result;
+  return std::fclose(stream);
 }
-
-size_t guardedRead(void *buffer, size_t size, size_t count, FILE *stream) {
-  return std::fread(buffer, size, fileCallFails() ? count / 2 : count, stream);
-}
-
-long guardedTell(FILE *stream) { return fileCallFails() ? -1 : std::ftell(stream); }
 
 void resetCounts() {
   g_outstanding = g_allocations = g_releases = g_fileCalls = g_openStreams = 0;
@@ -219,18 +201,9 @@ UnclearedMemory::~UnclearedMemory() {
   mallopt(M_PERTURB, 0);
 }
 
-FailingFileCall::FailingFileCall(size_t n) {
-  g_fileCallFailed = false;
-  g_fileCallsToFailure = n;
-}
-
-FailingFileCall::~FailingFileCall() { g_fileCallsToFailure = 0; }
-
-bool FailingFileCall::happened() const { return g_fileCallFailed; }
-
 void registerHooks() {
   NEB_XML_RegMemFunc(guardedMalloc, guardedCalloc, guardedFree);
-  NEB_XML_RegFileFunc(guardedOpen, guardedSeek, guardedClose, guardedRead, guardedTell);
+  NEB_XML_RegFileFunc(guardedOpen, std::fseek, guardedClose, std::fread, std::ftell);
 }
 
 }  // namespace guarded

@@ -23,7 +23,7 @@ std::vector<size_t> callocSizes();
 // Where the last successful calloc call got its memory.
 void *lastCalloc();
 
-// File calls of this test, and streams open.
+// How often a file was to be opened in this test, and how many are open.
 size_t fileCalls();
 size_t openStreams();
 
@@ -45,17 +45,6 @@ class UnclearedMemory {
   ~UnclearedMemory();
   UnclearedMemory(const UnclearedMemory &) = delete;
   UnclearedMemory &operator=(const UnclearedMemory &) = delete;
-};
-
-// While it lives, the n-th file call from now fails: no stream, a seek or tell of -1, a short read,
-// a close that reports an error.
-class FailingFileCall {
- public:
-  explicit FailingFileCall(size_t n);
-  ~FailingFileCall();
-  FailingFileCall(const FailingFileCall &) = delete;
-  FailingFileCall &operator=(const FailingFileCall &) = delete;
-  bool happened() const;
 };
 
 // Registers the hooks again after a test has registered others.

@@ -1,16 +1,13 @@
 // Memory beside pages that cannot be read: a byte too far ends the test, in any build.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
+#include <cstdlib>
+#include <string>
 #include <string_view>
-
-#include "neb_xml.h"
-#include "support/guarded_hooks.h"
 
 namespace guarded {
 
@@ -37,42 +34,9 @@ class PageEdge {
     std::copy(bytes.begin(), bytes.end(), to);
     return to;
   }
-  static constexpr size_t kPage = 4096;
+  static inline const auto kPage = static_cast<size_t>(sysconf(_SC_PAGESIZE));
   size_t size_;
   char *begin_;
-};
-
-// While it lives, each allocation ends at such a page. What is made meanwhile has to be given back
-// meanwhile.
-class PageHooks {
- public:
-  PageHooks() {
-    outstanding_ = 0;
-    NEB_XML_RegMemFunc(
-        allocate, [](size_t count, size_t size) { return allocate(count * size); }, release);
-  }
-  ~PageHooks() {
-    registerHooks();
-    EXPECT_EQ(outstanding_, 0U);
-  }
-  PageHooks(const PageHooks &) = delete;
-  PageHooks &operator=(const PageHooks &) = delete;
-
- private:
-  static void *allocate(size_t size) {
-    ++outstanding_;
-    auto *edge = new PageEdge(size + sizeof(PageEdge *));
-    char *piece = edge->before(std::string(size, '\0'));
-    std::memcpy(piece - sizeof edge, &edge, sizeof edge);
-    return piece;
-  }
-  static void release(void *piece) {
-    --outstanding_;
-    PageEdge *edge = nullptr;
-    std::memcpy(&edge, static_cast<char *>(piece) - sizeof edge, sizeof edge);
-    delete edge;
-  }
-  static inline size_t outstanding_;
 };
 
 }  // namespace guarded

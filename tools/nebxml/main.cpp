@@ -90,7 +90,7 @@ void addDestination(CLI::App *command, Arguments &arguments) {
       command->add_option("-o", arguments.destination.fileName, "write the result to this file");
   command->add_flag("--in-place", arguments.destination.inPlace, "replace FILE by the result")
       ->excludes(output);
-  command->footer("The result keeps neither the XML declaration nor comments.");
+  command->footer("The XML declaration, the document type, comments and layout are dropped.");
 }
 
 void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status) {
