@@ -2,14 +2,11 @@
 // its promises, and what is left can be used and given back.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
-#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -289,183 +286,115 @@ TEST(Faults, CallsOnADocument) {
   }
 }
 
-TEST(Faults, FileCalls) {
-  // In order: open, seek to the end (which shows in what is told then), tell, rewind, read, close.
-  constexpr uint32_t kResults[] = {NEB_XML_ERR_FILE_OPEN,
-                                   NEB_XML_ERR_SYNTAX,
-                                   NEB_XML_ERR_FILE_READ,
-                                   NEB_XML_ERR_FILE_READ,
-                                   NEB_XML_ERR_FILE_READ,
-                                   kOk,
-                                   kOk};
-  const std::string path = trees::temporaryFile(kText);
-  for (size_t n = 1; n <= std::size(kResults); ++n) {
-    for (const Entry &entry : kFileEntries) {
-      XmlNode *const kept = reinterpret_cast<XmlNode *>(&n);
-      XmlNode *document = kept;
-      const guarded::FailingFileCall failing(n);
-      const uint32_t result = entry.parse(path.c_str(), &document);
-      EXPECT_EQ(result, kResults[n - 1]) << n;
-      EXPECT_EQ(failing.happened(), n < std::size(kResults)) << n;
-      EXPECT_EQ(guarded::openStreams(), 0U);
-      if (result == kOk) {
-        NEB_XML_FreeNode(document);
-      } else {
-        EXPECT_TRUE(document == (entry.keepsPointer ? kept : nullptr)) << n;
-      }
-    }
-  }
+// What goes wrong with a file that is loaded, and the calls that loading makes.
+struct File {
+  const char *failing;  // the call that fails
+  long told;            // as its size; 0: its own
+  long given;           // as the count of bytes read, of which there are none; -1: as it is
+  uint32_t result;
+  std::string calls;
+};
+const File *g_file;
+std::string g_calls;
+
+bool fails(const std::string &call) {
+  g_calls += (g_calls.empty() ? "" : " ") + call;
+  return call == g_file->failing;
 }
 
-std::string g_path;
+FILE *openFile(const char *path, const char *mode) {
+  return fails(std::string("open ") + mode) ? nullptr : std::fopen(path, mode);
+}
 
-// What happens to a file between its measuring and its reading, and reads that do not do as told.
-TEST(Faults, FilesThatChangeAndReadsThatFail) {
-  using Tell = long (*)(FILE *);
-  using Read = size_t (*)(void *, size_t, size_t, FILE *);
-  constexpr uint32_t kRead = NEB_XML_ERR_FILE_READ;
-  const struct {
-    const char *what;
-    uint32_t result;
-    Tell tell;
-    Read read;
-  } cases[] = {
-      {"shrinks", kRead,
-       [](FILE *stream) {
-         const long size = std::ftell(stream);
-         return truncate(g_path.c_str(), size / 2) == 0 ? size : 0;
-       },
-       std::fread},
-      {"is emptied", kRead,
-       [](FILE *stream) {
-         const long size = std::ftell(stream);
-         return truncate(g_path.c_str(), 0) == 0 ? size : 0;
-       },
-       std::fread},
-      {"grows, which is not seen", kOk,
-       [](FILE *stream) {
-         const long size = std::ftell(stream);
-         std::ofstream(g_path, std::ios::app) << "<more>";
-         return size;
-       },
-       std::fread},
-      {"cannot be read from its middle on", kRead, std::ftell,
-       [](void *buffer, size_t size, size_t count, FILE *stream) {
-         return std::fread(buffer, size, count / 2, stream);
-       }},
-      {"cannot be read at all", kRead, std::ftell,
-       [](void *, size_t, size_t, FILE *) { return size_t{0}; }},
-      {"gives more than was asked for", kRead, std::ftell,
-       [](void *, size_t, size_t count, FILE *) { return count + 1; }},
-      {"gives nothing but says it did", NEB_XML_ERR_SYNTAX, std::ftell,
-       [](void *buffer, size_t, size_t count, FILE *) {
-         std::memset(buffer, 0, count);
-         return count;
-       }},
+int seekFile(FILE *stream, long offset, int whence) {
+  const bool isFailing = fails("seek " + std::to_string(offset) + "," + std::to_string(whence));
+  return isFailing ? -1 : std::fseek(stream, offset, whence);
+}
+
+long tellFile(FILE *stream) {
+  fails("tell");
+  return g_file->told != 0 ? g_file->told : std::ftell(stream);
+}
+
+size_t readFile(void *buffer, size_t size, size_t count, FILE *stream) {
+  fails("read " + std::to_string(size) + "*" + std::to_string(count));
+  return g_file->given < 0 ? std::fread(buffer, size, count, stream)
+                           : static_cast<size_t>(g_file->given);
+}
+
+int closeFile(FILE *stream) {
+  const int result = std::fclose(stream);
+  return fails("close") ? EOF : result;
+}
+
+TEST(Faults, FilesThatFailOrLie) {
+  constexpr long k4GiB = 1L << 32;
+  constexpr uint32_t kRead = NEB_XML_ERR_FILE_READ, kSyntax = NEB_XML_ERR_SYNTAX;
+  const std::string measured = "open rb seek 0,2 tell";
+  const std::string all = measured + " seek 0,0 read 1*4 close";
+  const File files[] = {
+      {"", 0, -1, kOk, all},
+      {"open rb", 0, -1, NEB_XML_ERR_FILE_OPEN, "open rb"},
+      {"seek 0,2", 0, -1, kSyntax, measured + " close"},  // shows in what is told then
+      {"seek 0,0", 0, -1, kRead, measured + " seek 0,0 close"},
+      {"close", 0, -1, kOk, all},
+      {"", 5, -1, kRead, measured + " seek 0,0 read 1*5 close"},
+      {"", 3, -1, kSyntax, measured + " seek 0,0 read 1*3 close"},
+      {"", -1, -1, kRead, measured + " close"},
+      {"", -k4GiB, -1, kRead, measured + " close"},
+      {"", k4GiB - 2, -1, kNoMemory, measured + " close"},
+      {"", k4GiB - 1, -1, kRead, measured + " close"},
+      {"", k4GiB, -1, kRead, measured + " close"},
+      {"", k4GiB + 4, -1, kRead, measured + " close"},
+      {"", 0, 0, kRead, all},
+      {"", 0, 3, kRead, all},
+      {"", 0, 4, kSyntax, all},
+      {"", 0, 5, kRead, all},
   };
-  for (const auto &[what, result, tell, read] : cases) {
-    for (const Entry &entry : kFileEntries) {
-      g_path =
-          trees::temporaryFile("<a>" + kLongText + kLongText + "</a>");  // more than is buffered
-      ASSERT_EQ(NEB_XML_RegFileFunc(std::fopen, std::fseek, std::fclose, read, tell), kOk);
-      XmlNode *document = nullptr;
-      EXPECT_EQ(entry.parse(g_path.c_str(), &document), result) << what;
-      NEB_XML_FreeNode(document);
-      EXPECT_EQ(guarded::outstanding(), 0U) << what;
+  const std::string path = trees::temporaryFile("<a/>");
+  XmlNode *const kept = trees::parsed("<kept/>");
+  for (const Entry &entry : kFileEntries) {
+    ASSERT_EQ(NEB_XML_RegFileFunc(openFile, seekFile, closeFile, readFile, tellFile), kOk);
+    for (const File &file : files) {
+      SCOPED_TRACE(testing::Message() << "file " << &file - files);
+      g_file = &file;
+      g_calls.clear();
+      XmlNode *document = kept;
+      const size_t ofText = entry.parse == parseFileInfo ? 1 : 2;
+      const guarded::FailingAllocation failing(file.result == kNoMemory ? ofText : 0);
+      EXPECT_EQ(entry.parse(path.c_str(), &document), file.result);
+      EXPECT_EQ(g_calls, file.calls);
+      if (file.result == kOk) {
+        NEB_XML_FreeNode(document);
+      } else {
+        EXPECT_TRUE(document == (entry.keepsPointer ? kept : nullptr));
+      }
     }
+    ASSERT_EQ(NEB_XML_RegFileFunc(openFile, seekFile, closeFile, readFile, nullptr), kOk);
+    XmlNode *document = nullptr;
+    EXPECT_EQ(entry.parse(path.c_str(), &document), kRead);
   }
+  NEB_XML_FreeNode(kept);
 }
 
 // A limit on the size of files is met as a full disk is.
 TEST(Faults, ADiskThatFillsAtAnyByte) {
   XmlNode *document = trees::parsed(kText);
   const std::string text = trees::printed(document);
+  const std::string path = trees::temporaryFile("old");
   const auto handler = std::signal(SIGXFSZ, SIG_IGN);
   rlimit before = {};
   getrlimit(RLIMIT_FSIZE, &before);
   for (size_t room = 0; room <= text.size(); ++room) {
-    const uint32_t expected = room < text.size() ? uint32_t{NEB_XML_ERR_FILE_WRITE} : kOk;
-    for (const bool isSaved : {true, false}) {
-      const std::string path = trees::temporaryFile("old");
-      const rlimit full = {room, before.rlim_max};
-      setrlimit(RLIMIT_FSIZE, &full);
-      const uint32_t result = isSaved ? NEB_XML_SaveFile(document, path.c_str(), 0)
-                                      : NEB_XML_TransformFile(document, path.c_str());
-      setrlimit(RLIMIT_FSIZE, &before);
-      EXPECT_EQ(result, expected) << room;
-      const std::string partial = isSaved ? "old" : text.substr(0, room);
-      EXPECT_EQ(trees::readFile(path), expected == kOk ? text : partial) << room;
-    }
+    const rlimit full = {room, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &full);
+    const uint32_t result = NEB_XML_TransformFile(document, path.c_str());
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(result, room < text.size() ? uint32_t{NEB_XML_ERR_FILE_WRITE} : kOk) << room;
+    EXPECT_EQ(trees::readFile(path), text.substr(0, room));
   }
   std::signal(SIGXFSZ, handler);
   NEB_XML_FreeNode(document);
-}
-
-std::string g_fileCalls;
-long g_told;
-
-long tell(FILE *stream) {
-  g_fileCalls += " tell";
-  return g_told == 0 ? std::ftell(stream) : g_told;
-}
-
-// The calls that loading makes, for files of any size that may be told.
-TEST(Faults, SizesOfFiles) {
-  const std::string path = trees::temporaryFile("<a/>");
-  const auto open = [](const char *name, const char *mode) {
-    g_fileCalls = std::string("open ") + mode;
-    return std::fopen(name, mode);
-  };
-  const auto seek = [](FILE *stream, long offset, int whence) {
-    g_fileCalls += " seek " + std::to_string(offset) + "," + std::to_string(whence);
-    return std::fseek(stream, offset, whence);
-  };
-  const auto close = [](FILE *stream) {
-    g_fileCalls += " close";
-    return std::fclose(stream);
-  };
-  const auto read = [](void *buffer, size_t size, size_t count, FILE *stream) {
-    g_fileCalls += " read " + std::to_string(size) + "*" + std::to_string(count);
-    return std::fread(buffer, size, count, stream);
-  };
-  constexpr long k4GiB = 1L << 32;
-  const struct {
-    long told;  // 0: as the file has it
-    uint32_t result;
-    std::string calls;
-  } cases[] = {
-      {0, kOk, "open rb seek 0,2 tell seek 0,0 read 1*4 close"},
-      {5, NEB_XML_ERR_FILE_READ, "open rb seek 0,2 tell seek 0,0 read 1*5 close"},
-      {3, NEB_XML_ERR_SYNTAX, "open rb seek 0,2 tell seek 0,0 read 1*3 close"},
-      {-1, NEB_XML_ERR_FILE_READ, "open rb seek 0,2 tell close"},
-      {-k4GiB, NEB_XML_ERR_FILE_READ, "open rb seek 0,2 tell close"},
-      {k4GiB - 2, kNoMemory, "open rb seek 0,2 tell close"},
-      {k4GiB - 1, NEB_XML_ERR_FILE_READ, "open rb seek 0,2 tell close"},
-      {k4GiB, NEB_XML_ERR_FILE_READ, "open rb seek 0,2 tell close"},
-      {k4GiB + 4, NEB_XML_ERR_FILE_READ, "open rb seek 0,2 tell close"},
-  };
-  for (const auto parse : {NEB_XML_ParseFile, NEB_XML_ParseFileEx}) {
-    XmlNode *document = nullptr;
-    ASSERT_EQ(NEB_XML_RegFileFunc(open, seek, close, read, tell), kOk);
-    for (const auto &[told, result, calls] : cases) {
-      g_told = told;
-      const guarded::FailingAllocation failing(result == kNoMemory ? 2 : 1000);
-      EXPECT_EQ(parse(path.c_str(), &document), result) << told;
-      EXPECT_EQ(g_fileCalls, calls) << told;
-      if (result == kOk) NEB_XML_FreeNode(document);
-    }
-    ASSERT_EQ(NEB_XML_RegFileFunc(open, seek, close, read, nullptr), kOk);
-    EXPECT_EQ(parse(path.c_str(), &document), uint32_t{NEB_XML_ERR_FILE_READ});
-    EXPECT_TRUE(g_fileCalls.ends_with("close")) << g_fileCalls;
-    const auto failingSeek = [](FILE *stream, long offset, int whence) {
-      std::fseek(stream, offset, whence);
-      return -1;
-    };
-    ASSERT_EQ(NEB_XML_RegFileFunc(open, failingSeek, close, read, tell), kOk);
-    g_told = 0;
-    EXPECT_EQ(parse(path.c_str(), &document), uint32_t{NEB_XML_ERR_FILE_READ});
-    EXPECT_EQ(g_fileCalls, "open rb tell close");
-  }
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
 #include "xml/xml_memory.h"
-#include "xml/xml_memory_index.h"
+#include "xml/xml_memory_table.h"
 
 namespace {
 
@@ -33,21 +33,17 @@ struct Recording {
   ~Recording() { guarded::registerHooks(); }
 };
 
+// Attributes, children, and then its own.
 void addPieces(const XmlNode *node, std::vector<void *> *pieces) {
+  if (node->type != NEB_XML_NODE_ATTRIBUTE) {
+    for (const XmlNode *each : {+node->firstAttr, +node->firstChild}) {
+      for (; each != nullptr; each = each->next) addPieces(each, pieces);
+    }
+  }
   if (node->nameOwned == 1) pieces->push_back(node->name);
   if (node->value != nullptr) pieces->push_back(node->value);
   if (node->prefix != nullptr) pieces->push_back(node->prefix);
   pieces->push_back(const_cast<XmlNode *>(node));
-}
-
-void addTree(const XmlNode *node, std::vector<void *> *pieces) {
-  for (const XmlNode *each = node->firstAttr; each != nullptr; each = each->next) {
-    addPieces(each, pieces);
-  }
-  for (const XmlNode *each = node->firstChild; each != nullptr; each = each->next) {
-    addTree(each, pieces);
-  }
-  addPieces(node, pieces);
 }
 
 TEST(Hooks, GetPiecesBackInOrder) {
@@ -55,12 +51,11 @@ TEST(Hooks, GetPiecesBackInOrder) {
       trees::parsed("<p:d a='1' q:b='2'><x c='3'>t</x><r:y><z e=''/></r:y></p:d>", false);
   NEB_XML_AddAttr(document, "q", "interned", "value");
   std::vector<void *> expected;
-  addTree(document, &expected);
+  addPieces(document, &expected);
   const uint32_t session = XML_MemSessionBegin(1);
-  expected.push_back(guarded::lastCalloc());
-  for (int size = 1; size < 2000; size *= 2) {
-    XML_MemSpecialMalloc(session, size);
-    if (guarded::lastCalloc() != expected.back()) expected.push_back(guarded::lastCalloc());
+  for (int size = 1; size < 2000; size *= 2) XML_MemSpecialMalloc(session, size);
+  for (XmlMemBlock *block = findSession(session)->firstBlock; block; block = block->nextBlock) {
+    expected.push_back(block);
   }
   const Recording recording;
   NEB_XML_FreeNode(document);
@@ -145,20 +140,30 @@ TEST(Session, RefusesWhatItCannotGive) {
   for (const uint32_t handle : {0U, session + 1, session + 64, session ^ 0x80000000U}) {
     EXPECT_TRUE(XML_MemSpecialMalloc(handle, 1) == nullptr && XML_MemSessionEnd(handle) == 0);
   }
+  XmlNode *node = XML_NewNode(session, NEB_XML_NODE_DOCUMENT);
+  EXPECT_EQ(XML_Malloc(node, (size_t{1} << 32U) + 8), nullptr);
+  EXPECT_EQ(XML_Strdup(node, ""), nullptr);
+  XML_Free(node, nullptr);
   EXPECT_EQ(XML_MemSessionEnd(session), 1U);
 }
 
 TEST(Session, AHundredThousandAtOnceAndNoHandleComesBackToLife) {
-  std::vector<uint32_t> handles(100000);
-  for (uint32_t &handle : handles) {
-    handle = XML_MemSessionBegin(8);
-    ASSERT_NE(handle, 0U);
+  std::mt19937 random(4);
+  std::vector<uint32_t> handles;
+  while (handles.size() < 100000) {
+    const size_t outstanding = guarded::outstanding();
+    const guarded::FailingAllocation failing(1 + random() % 3);
+    const uint32_t handle = XML_MemSessionBegin(8);
+    ASSERT_EQ(handle == 0, failing.happened());
+    ASSERT_TRUE(handle != 0 || guarded::outstanding() == outstanding) << "what it took is left";
+    if (handle == 0) continue;
     std::memcpy(XML_MemSpecialMalloc(handle, 4), &handle, 4);
+    handles.push_back(handle);
   }
   std::vector<uint32_t> sorted = handles;
   std::sort(sorted.begin(), sorted.end());
   EXPECT_TRUE(std::adjacent_find(sorted.begin(), sorted.end()) == sorted.end());
-  std::shuffle(handles.begin(), handles.end(), std::mt19937(4));
+  std::shuffle(handles.begin(), handles.end(), random);
   std::vector<uint32_t> fresh;
   for (size_t i = 0; i < handles.size(); ++i) {
     auto *piece = static_cast<char *>(XML_MemSpecialMalloc(handles[i], 4));
@@ -184,60 +189,6 @@ TEST(Session, OneOfManyKeepsLittleMemory) {
     EXPECT_EQ(XML_MemSessionEnd(handles.back()), 1U);
     EXPECT_EQ(guarded::outstanding(), 0U);
   }
-}
-
-TEST(Session, OpensOrKeepsNothingWhenMemoryRunsOut) {
-  std::vector<uint32_t> handles;
-  for (int i = 0; i < 2000; ++i) {
-    const size_t outstanding = guarded::outstanding();
-    const guarded::FailingAllocation failing(1 + static_cast<size_t>(i % 2));
-    const uint32_t handle = XML_MemSessionBegin(8);
-    ASSERT_EQ(handle == 0, failing.happened());
-    ASSERT_TRUE(handle != 0 || guarded::outstanding() == outstanding);
-    if (handle != 0) handles.push_back(handle);
-  }
-  EXPECT_GT(handles.size(), 32U);
-  for (const uint32_t handle : handles) EXPECT_EQ(XML_MemSessionEnd(handle), 1U);
-}
-
-TEST(Membership, IsTheTopmostNodesAtTheMoment) {
-  XmlNode *document = trees::parsed("<d a='1'><x b='2'/><y/></d>");
-  XmlNode *chain = trees::parsed("<a><b c='1'/></a><d/>");
-  XmlNode *heap = trees::parsed("<h a='1'><x/></h>", false);
-  XmlNode *inside = nullptr;
-  NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "inside", nullptr, &inside);
-  NEB_XML_AppendChildNode(document, inside);
-  XmlNode *child = NEB_XML_GetNodeFirstChild(document);
-  XmlNode *removed = NEB_XML_GetNodeNextSibling(child);
-  NEB_XML_AddAttr(removed, nullptr, "e", "1");
-  NEB_XML_RemoveNode(removed);
-  const uint32_t session = document->sessionId;
-  XmlNode *alone = XML_NewNode(session, NEB_XML_NODE_ATTRIBUTE);
-  XmlNode *onHeap = XML_NewNode(session, NEB_XML_NODE_ATTRIBUTE);
-  XML_AddAttrNode(onHeap, heap);
-  const XmlNode *const nodes[] = {document, document->firstAttr, child, child->firstAttr, removed,
-                                  removed->firstAttr, inside,
-                                  // From here on the hooks serve.
-                                  nullptr, alone, onHeap, chain, chain->next, chain->firstChild,
-                                  chain->firstChild->firstAttr, heap, heap->firstChild};
-  bool isInSession = true;
-  for (const XmlNode *node : nodes) {
-    isInSession = isInSession && node != nullptr;
-    char notOfAnyHook = 'x';
-    const size_t taken = guarded::mallocSizes().size();
-    EXPECT_EQ(XML_Strdup(node, ""), nullptr);
-    auto *next = static_cast<char *>(XML_MemSpecialMalloc(session, 1));
-    auto *piece = static_cast<char *>(XML_Malloc(node, 8));
-    char *copy = XML_Strdup(node, "copied text");
-    EXPECT_STREQ(copy, "copied text");
-    EXPECT_EQ(piece == next + 1 && copy == piece + 8, isInSession);
-    EXPECT_EQ(guarded::mallocSizes().size() - taken, isInSession ? 0U : 2U);
-    XML_Free(node, nullptr);
-    XML_Free(node, isInSession ? &notOfAnyHook : piece);
-    XML_Free(node, isInSession ? &notOfAnyHook : copy);
-    EXPECT_TRUE(!isInSession || XML_Malloc(node, (size_t{1} << 32U) + 8) == nullptr);
-  }
-  for (XmlNode *node : {document, chain, heap}) NEB_XML_FreeNode(node);
 }
 
 // What a buffer must hold. An operation asks for the roomy capacity, unless it has that, and where

@@ -34,17 +34,4 @@ TEST(BoundedMemory, EachCallStaysWithinItsCapacity) {
   }
 }
 
-TEST(BoundedMemory, FormatsWholeTextsOrNone) {
-  for (size_t capacity = 0; capacity <= 8; ++capacity) {
-    for (size_t count = 0; count <= 8; ++count) {
-      SCOPED_TRACE(testing::Message() << count << " into " << capacity);
-      char area[9] = "........";
-      const int written = platform::snprintf_s(area, capacity, count, "%d", -1234);
-      const bool fits = count >= 5 && capacity > 5;
-      EXPECT_EQ(written, fits ? 5 : -1);
-      EXPECT_STREQ(area, capacity == 0 ? "........" : fits ? "-1234" : "");
-    }
-  }
-}
-
 }  // namespace

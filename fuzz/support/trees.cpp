@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "support/links.h"
 #include "support/require.h"
-#include "xml/xml_node.h"
 
 namespace trees {
 
@@ -18,29 +18,6 @@ bool isSameText(const char *a, const char *b) {
 
 bool areSameStrings(const XmlNode *a, const XmlNode *b) {
   return isSameText(a->prefix, b->prefix) && isSameText(a->name, b->name);
-}
-
-// A length that is noted is the string's own.
-void requireLengths(const XmlNode *node) {
-  require(!hasNotedNameLength(node) || node->nameLength == std::strlen(node->name));
-  if (node->value == nullptr || node->valueSize == 0) return;
-  require(node->valueSize == std::strlen(node->value) + 1);
-}
-
-void requireLinks(const XmlNode *node) {
-  require(node->prev == nullptr || node->prev->next == node);
-  require(node->next == nullptr || node->next->prev == node);
-  require((node->firstChild == nullptr) == (node->lastChild == nullptr));
-  require(node->firstChild == nullptr || node->firstChild->prev == nullptr);
-  require(node->lastChild == nullptr || node->lastChild->next == nullptr);
-  for (const XmlNode *child = node->firstChild; child != nullptr; child = child->next) {
-    require(child->parent == node);
-  }
-  requireLengths(node);
-  for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
-    require(attr->parent == node && attr->type == NEB_XML_NODE_ATTRIBUTE);
-    requireLengths(attr);
-  }
 }
 
 std::string qualifiedName(const XmlNode *node) {
@@ -94,8 +71,8 @@ bool isSameNode(const XmlNode *a, const XmlNode *b, Sameness sameness) {
 
 bool isSameTree(const XmlNode *a, const XmlNode *b, Sameness sameness) {
   for (size_t depth = 0; a != nullptr && b != nullptr;) {
-    requireLinks(a);
-    requireLinks(b);
+    links::checkNode(a, [](bool holds) { require(holds); });
+    links::checkNode(b, [](bool holds) { require(holds); });
     if (!isSameNode(a, b, sameness)) return false;
     if ((a->firstChild == nullptr) != (b->firstChild == nullptr)) return false;
     if (a->firstChild != nullptr) {

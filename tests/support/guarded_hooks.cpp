@@ -1,213 +1,139 @@
 #include "support/guarded_hooks.h"
 
-#include <gtest/gtest.h>
 #include <malloc.h>
 
-#include <atomic>
-#include <cstdint>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <unordered_map>
 
 #include "neb_xml.h"
-
-#if defined(__has_feature)
-#define NEB_XML_HAS_ASAN __has_feature(address_sanitizer)
-#elif defined(__SANITIZE_ADDRESS__)
-#define NEB_XML_HAS_ASAN 1
-#else
-#define NEB_XML_HAS_ASAN 0
-#endif
-#if NEB_XML_HAS_ASAN
-#include <sanitizer/asan_interface.h>
-#endif
 
 namespace guarded {
 
 namespace {
 
-constexpr uint64_t kAlive = 0x6775617264656421;
-constexpr uint64_t kReleased = 0x72656c6561736564;
 constexpr int kFreshByte = 0xA5;
 constexpr int kReleasedByte = 0xDD;
-constexpr unsigned char kGuardByte = 0x5A;
+constexpr char kGuardByte = 0x5A;
+#ifdef NEB_XML_SANITIZED
+constexpr size_t kGuardSize = 0;  // what is read or written behind a piece is seen at once
+#else
 constexpr size_t kGuardSize = 16;
+#endif
 
-struct alignas(16) Header {
-  uint64_t state;
-  size_t size;
+struct State {
+  std::unordered_map<const void *, size_t> pieces;  // with their sizes
+  std::vector<size_t> mallocSizes;
+  size_t allocations, releases, fileCalls, openStreams;
+  size_t toFailure;  // 0: none to come
+  bool allFail, hasFailed;
 };
 
-std::atomic<size_t> g_outstanding, g_allocations, g_releases, g_fileCalls, g_openStreams;
-std::atomic<size_t> g_allocationsToFailure, g_fileCallsToFailure;  // 0: none to come
-std::atomic<bool> g_allFail, g_allocationFailed, g_fileCallFailed;
-std::atomic<void *> g_lastCalloc;
-std::mutex g_sizesMutex;
-std::vector<size_t> g_mallocSizes, g_callocSizes;
+std::mutex g_mutex;
+State g_state = {};
+
+template <typename Use>
+auto locked(Use use) {
+  const std::lock_guard<std::mutex> lock(g_mutex);
+  return use(g_state);
+}
+
+template <typename Field>
+Field read(Field State::*field) {
+  return locked([=](const State &state) { return state.*field; });
+}
 
 [[noreturn]] void abortWith(const char *what) {
   std::fprintf(stderr, "guarded hooks: %s\n", what);
   std::abort();
 }
 
-bool countsDownToFailure(std::atomic<size_t> &toFailure) {
-  size_t left = toFailure.load();
-  while (left != 0 && !toFailure.compare_exchange_weak(left, left - 1)) {
-  }
-  return left == 1;
+bool fails(State &state) {
+  ++state.allocations;
+  const bool isNth = state.toFailure == 1;
+  if (state.toFailure != 0) --state.toFailure;
+  if (!isNth && !(state.allFail && state.hasFailed)) return false;
+  return state.hasFailed = true;
 }
 
-bool allocationFails() {
-  ++g_allocations;
-  if (!countsDownToFailure(g_allocationsToFailure) && !(g_allFail && g_allocationFailed)) {
-    return false;
-  }
-  g_allocationFailed = true;
-  return true;
+void *allocate(size_t size, int fill, bool isMalloc) {
+  if (locked(fails)) return nullptr;
+  auto *piece = static_cast<char *>(std::malloc(size + kGuardSize));
+  if (piece == nullptr) return nullptr;
+  std::memset(piece, fill, size);
+  std::fill_n(piece + size, kGuardSize, kGuardByte);
+  locked([=](State &state) {
+    state.pieces.emplace(piece, size);
+    if (isMalloc) state.mallocSizes.push_back(size);
+  });
+  return piece;
 }
 
-bool fileCallFails() {
-  ++g_fileCalls;
-  if (!countsDownToFailure(g_fileCallsToFailure)) return false;
-  g_fileCallFailed = true;
-  return true;
-}
+void *guardedMalloc(size_t size) { return allocate(size, kFreshByte, true); }
 
-// The address sanitizer then also finds reads of what stands around a piece.
-void allowAccess([[maybe_unused]] const void *memory, [[maybe_unused]] size_t size,
-                 [[maybe_unused]] bool isAllowed) {
-#if NEB_XML_HAS_ASAN
-  if (isAllowed) {
-    __asan_unpoison_memory_region(memory, size);
-  } else {
-    __asan_poison_memory_region(memory, size);
-  }
-#endif
-}
-
-void *allocate(size_t size, int fill, std::vector<size_t> &sizes) {
-  if (allocationFails()) return nullptr;
-  auto *memory = static_cast<unsigned char *>(std::malloc(sizeof(Header) + size + kGuardSize));
-  if (memory == nullptr) return nullptr;
-  const Header header = {kAlive, size};
-  std::memcpy(memory, &header, sizeof header);
-  std::memset(memory + sizeof header, fill, size);
-  std::memset(memory + sizeof header + size, kGuardByte, kGuardSize);
-  allowAccess(memory, sizeof header, false);
-  allowAccess(memory + sizeof header + size, kGuardSize, false);
-  ++g_outstanding;
-  const std::lock_guard<std::mutex> lock(g_sizesMutex);
-  sizes.push_back(size);
-  return memory + sizeof header;
-}
-
-void *guardedMalloc(size_t size) { return allocate(size, kFreshByte, g_mallocSizes); }
-
-void *guardedCalloc(size_t count, size_t size) {
-  void *memory = allocate(count * size, 0, g_callocSizes);
-  if (memory != nullptr) g_lastCalloc = memory;
-  return memory;
-}
+void *guardedCalloc(size_t count, size_t size) { return allocate(count * size, 0, false); }
 
 void guardedFree(void *memory) {
-  ++g_releases;
-  if (memory == nullptr) abortWith("null handed to the free hook");
-  auto *start = static_cast<unsigned char *>(memory) - sizeof(Header);
-  Header header;
-  allowAccess(start, sizeof header, true);
-  std::memcpy(&header, start, sizeof header);
-  if (header.state == kReleased) abortWith("released twice");
-  if (header.state != kAlive) abortWith("released, but not from a hook");
-  const unsigned char *guard = start + sizeof header + header.size;
-  allowAccess(guard, kGuardSize, true);
-  for (size_t i = 0; i < kGuardSize; ++i) {
-    if (guard[i] != kGuardByte) abortWith("written beyond the end");
+  const auto [isHeld, size] = locked([=](State &state) {
+    ++state.releases;
+    const auto found = state.pieces.extract(memory);
+    return found.empty() ? std::pair(false, size_t{0}) : std::pair(true, found.mapped());
+  });
+  if (!isHeld) abortWith("released twice, or not from a hook");
+  const char *guard = static_cast<char *>(memory) + size;
+  if (std::count(guard, guard + kGuardSize, kGuardByte) != kGuardSize) {
+    abortWith("written beyond the end");
   }
-  header.state = kReleased;
-  std::memcpy(start, &header, sizeof header);
-  std::memset(memory, kReleasedByte, header.size);
-  --g_outstanding;
-  std::free(start);
+  std::memset(memory, kReleasedByte, size);
+  std::free(memory);
 }
 
 FILE *guardedOpen(const char *path, const char *mode) {
-  FILE *stream = fileCallFails() ? nullptr : std::fopen(path, mode);
-  if (stream != nullptr) ++g_openStreams;
+  FILE *stream = std::fopen(path, mode);
+  locked([=](State &state) {
+    ++state.fileCalls;
+    if (stream != nullptr) ++state.openStreams;
+  });
   return stream;
 }
 
-int guardedSeek(FILE *stream, long offset, int whence) {
-  return fileCallFails() ? -1 : std::fseek(stream, offset, whence);
-}
-
 int guardedClose(FILE *stream) {
-  --g_openStreams;
-  const bool fails = fileCallFails();
-  const int result = std::fclose(stream);
-  return fails ? EOF : result;
+  locked([](State &state) { --state.openStreams; });
+  return std::fclose(stream);
 }
-
-size_t guardedRead(void *buffer, size_t size, size_t count, FILE *stream) {
-  return std::fread(buffer, size, fileCallFails() ? count / 2 : count, stream);
-}
-
-long guardedTell(FILE *stream) { return fileCallFails() ? -1 : std::ftell(stream); }
-
-void resetCounts() {
-  g_outstanding = g_allocations = g_releases = g_fileCalls = g_openStreams = 0;
-  g_mallocSizes.clear();
-  g_callocSizes.clear();
-}
-
-class EveryTest : public testing::EmptyTestEventListener {
-  void OnTestStart(const testing::TestInfo & /*test*/) override {
-    resetCounts();
-    registerHooks();
-  }
-
-  void OnTestEnd(const testing::TestInfo & /*test*/) override {
-    EXPECT_EQ(outstanding(), 0U) << "pieces of the hooks are left";
-    EXPECT_EQ(openStreams(), 0U) << "streams are left open";
-  }
-};
-
-const bool g_listens = [] {
-  testing::UnitTest::GetInstance()->listeners().Append(new EveryTest);
-  return true;
-}();
 
 }  // namespace
 
-size_t outstanding() { return g_outstanding; }
-size_t allocations() { return g_allocations; }
-size_t releases() { return g_releases; }
-size_t fileCalls() { return g_fileCalls; }
-size_t openStreams() { return g_openStreams; }
-void *lastCalloc() { return g_lastCalloc; }
-
-std::vector<size_t> mallocSizes() {
-  const std::lock_guard<std::mutex> lock(g_sizesMutex);
-  return g_mallocSizes;
+void begin() {
+  locked([](State &state) { state = {}; });
+  registerHooks();
 }
 
-std::vector<size_t> callocSizes() {
-  const std::lock_guard<std::mutex> lock(g_sizesMutex);
-  return g_callocSizes;
+bool holds(const void *piece) {
+  return locked([=](State &state) { return state.pieces.count(piece) != 0; });
 }
 
-FailingAllocation::FailingAllocation(size_t n, bool allAfter) {
-  g_allocationFailed = false;
-  g_allFail = allAfter;
-  g_allocationsToFailure = n;
+size_t outstanding() {
+  return locked([](State &state) { return state.pieces.size(); });
 }
 
-FailingAllocation::~FailingAllocation() {
-  g_allocationsToFailure = 0;
-  g_allFail = false;
-}
+size_t allocations() { return read(&State::allocations); }
+size_t releases() { return read(&State::releases); }
+std::vector<size_t> mallocSizes() { return read(&State::mallocSizes); }
+size_t fileCalls() { return read(&State::fileCalls); }
+size_t openStreams() { return read(&State::openStreams); }
+bool hasFailed() { return read(&State::hasFailed); }
 
-bool FailingAllocation::happened() const { return g_allocationFailed; }
+void failNth(size_t n, bool allAfter) {
+  locked([=](State &state) {
+    state.toFailure = n;
+    state.allFail = allAfter;
+    state.hasFailed = false;
+  });
+}
 
 UnclearedMemory::UnclearedMemory() {
   mallopt(M_PERTURB, kFreshByte);
@@ -219,18 +145,9 @@ UnclearedMemory::~UnclearedMemory() {
   mallopt(M_PERTURB, 0);
 }
 
-FailingFileCall::FailingFileCall(size_t n) {
-  g_fileCallFailed = false;
-  g_fileCallsToFailure = n;
-}
-
-FailingFileCall::~FailingFileCall() { g_fileCallsToFailure = 0; }
-
-bool FailingFileCall::happened() const { return g_fileCallFailed; }
-
 void registerHooks() {
   NEB_XML_RegMemFunc(guardedMalloc, guardedCalloc, guardedFree);
-  NEB_XML_RegFileFunc(guardedOpen, guardedSeek, guardedClose, guardedRead, guardedTell);
+  NEB_XML_RegFileFunc(guardedOpen, std::fseek, guardedClose, std::fread, std::ftell);
 }
 
 }  // namespace guarded

@@ -1,6 +1,4 @@
-// Hooks under which every test runs: they count, guard, and fail when told to.
-//
-// Each test begins with these hooks registered and fails if it ends with anything outstanding. A
+// Hooks under which every test and every fuzzer runs: they count, guard, and fail when told to. A
 // piece that was written beyond its end, released twice, or never came from a hook aborts the run.
 #pragma once
 
@@ -9,32 +7,41 @@
 
 namespace guarded {
 
-// Allocations not yet released.
+// Registers the hooks with nothing outstanding and all counts at zero, as each test begins.
+void begin();
+
+// Registers the hooks again after a test has registered others.
+void registerHooks();
+
+// Whether a piece of the hooks, not yet released, begins there; and how many there are.
+bool holds(const void *piece);
 size_t outstanding();
 
-// Calls of the malloc and calloc hooks, failed ones included, and of the free hook, in this test.
+// Calls of the malloc and calloc hooks, failed ones included, and of the free hook.
 size_t allocations();
 size_t releases();
 
-// Sizes of the successful calls of each hook in this test, in order; count times size for calloc.
+// Sizes of the successful calls of the malloc hook, in order.
 std::vector<size_t> mallocSizes();
-std::vector<size_t> callocSizes();
 
-// Where the last successful calloc call got its memory.
-void *lastCalloc();
-
-// File calls of this test, and streams open.
+// How often a file was to be opened, and how many are open.
 size_t fileCalls();
 size_t openStreams();
 
-// While it lives, the n-th allocation from now fails, or with the flag every one from the n-th on.
+// The n-th allocation from now fails, or with the flag every one from the n-th on; none for 0.
+void failNth(size_t n, bool allAfter = false);
+
+// Whether one has failed since failNth.
+bool hasFailed();
+
+// While it lives, allocations fail so.
 class FailingAllocation {
  public:
-  explicit FailingAllocation(size_t n, bool allAfter = false);
-  ~FailingAllocation();
+  explicit FailingAllocation(size_t n, bool allAfter = false) { failNth(n, allAfter); }
+  ~FailingAllocation() { failNth(0); }
   FailingAllocation(const FailingAllocation &) = delete;
   FailingAllocation &operator=(const FailingAllocation &) = delete;
-  bool happened() const;
+  bool happened() const { return hasFailed(); }
 };
 
 // While it lives, the functions of the standard library are registered: blocks of sessions then come
@@ -46,19 +53,5 @@ class UnclearedMemory {
   UnclearedMemory(const UnclearedMemory &) = delete;
   UnclearedMemory &operator=(const UnclearedMemory &) = delete;
 };
-
-// While it lives, the n-th file call from now fails: no stream, a seek or tell of -1, a short read,
-// a close that reports an error.
-class FailingFileCall {
- public:
-  explicit FailingFileCall(size_t n);
-  ~FailingFileCall();
-  FailingFileCall(const FailingFileCall &) = delete;
-  FailingFileCall &operator=(const FailingFileCall &) = delete;
-  bool happened() const;
-};
-
-// Registers the hooks again after a test has registered others.
-void registerHooks();
 
 }  // namespace guarded

@@ -4,11 +4,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <fstream>
 #include <sstream>
 
-#include "xml/xml_node.h"
+#include "support/links.h"
 
 namespace trees {
 
@@ -26,33 +25,8 @@ std::string qualified(const XmlNode *node) {
 void describeAttributes(const XmlNode *node, std::string *text) {
   for (const XmlNode *attribute = node->firstAttr; attribute != nullptr;
        attribute = attribute->next) {
-    EXPECT_TRUE(attribute->parent == node && attribute->type == NEB_XML_NODE_ATTRIBUTE);
     *text += " " + qualified(attribute) + "=" + quoted(attribute->value);
   }
-}
-
-// A length that is noted is the string's own.
-void checkLengths(const XmlNode *node) {
-  const size_t valueSize = node->valueSize;
-  EXPECT_TRUE(!hasNotedNameLength(node) || node->nameLength == std::strlen(node->name));
-  if (node->value == nullptr || valueSize == 0) return;
-  EXPECT_EQ(valueSize, std::strlen(node->value) + 1);
-}
-
-// The fields are compared, not handed on: a record may stand at any address.
-void checkLinks(const XmlNode *node) {
-  EXPECT_TRUE(node->prev == nullptr || node->prev->next == node);
-  EXPECT_TRUE(node->next == nullptr || node->next->prev == node);
-  EXPECT_TRUE((node->firstChild == nullptr) == (node->lastChild == nullptr));
-  EXPECT_TRUE(node->firstChild == nullptr || node->firstChild->prev == nullptr);
-  EXPECT_TRUE(node->lastChild == nullptr || node->lastChild->next == nullptr);
-  for (const XmlNode *child = node->firstChild; child != nullptr; child = child->next) {
-    EXPECT_TRUE(child->parent == node);
-  }
-  EXPECT_TRUE(node->nameOwned <= 1 && node->valueOwned <= 1);
-  checkLengths(node);
-  for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next)
-    checkLengths(attr);
 }
 
 }  // namespace
@@ -85,7 +59,7 @@ std::string described(const XmlNode *node) {
   std::string text;
   size_t depth = 0;
   while (node != nullptr) {
-    checkLinks(node);
+    links::checkNode(node, [](bool holds) { EXPECT_TRUE(holds); });
     text += std::to_string(node->type) + ":" + qualified(node) + "=" + quoted(node->value);
     describeAttributes(node, &text);
     if (node->firstChild != nullptr) {

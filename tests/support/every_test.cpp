@@ -1,0 +1,22 @@
+// Each test begins with the guarded hooks and fails if it ends with anything outstanding.
+#include <gtest/gtest.h>
+
+#include "support/guarded_hooks.h"
+
+namespace {
+
+class EveryTest : public testing::EmptyTestEventListener {
+  void OnTestStart(const testing::TestInfo & /*test*/) override { guarded::begin(); }
+
+  void OnTestEnd(const testing::TestInfo & /*test*/) override {
+    EXPECT_EQ(guarded::outstanding(), 0U) << "pieces of the hooks are left";
+    EXPECT_EQ(guarded::openStreams(), 0U) << "streams are left open";
+  }
+};
+
+const bool g_listens = [] {
+  testing::UnitTest::GetInstance()->listeners().Append(new EveryTest);
+  return true;
+}();
+
+}  // namespace
