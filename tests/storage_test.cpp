@@ -28,6 +28,24 @@ XmlNode *attached(XmlNode *element, uint32_t session, const char *name, const ch
   return attribute;
 }
 
+// The commonest edit there is: a node made through the hooks in a document that owns a session.
+TEST(Storage, NodeOfTheHooksTakenOutOfADocumentOutlivesIt) {
+  for (const bool documentFirst : {false, true}) {
+    XmlNode *document = trees::parsed("<doc><x/></doc>");
+    XmlNode *node = appended(document, made("node", kElement, "text"));
+    XmlNode *child = appended(node, made("a-name-too-long-to-intern", kElement, "t"));
+    NEB_XML_AddAttr(child, nullptr, "of-the-session", "1");
+    NEB_XML_SetNode(node, "p", "renamed", "other");
+    XmlNode *carved = NEB_XML_GetNodeFirstChild(document);
+    NEB_XML_RemoveNode(carved);
+    appended(node, carved);
+    NEB_XML_RemoveNode(node);
+    NEB_XML_FreeNode(documentFirst ? document : node);
+    NEB_XML_FreeNode(documentFirst ? node : document);
+    EXPECT_EQ(guarded::outstanding(), 0U);
+  }
+}
+
 // A table of names goes with its document or with the last name in it, whichever is later.
 TEST(Storage, InternedNamesOutliveADocumentOfTheHooks) {
   for (const char *destination : {"", "<hooks/>", "<session/>"}) {

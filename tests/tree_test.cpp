@@ -65,6 +65,23 @@ TEST(Navigation, VisitsInDocumentOrder) {
   NEB_XML_FreeNode(document);
 }
 
+TEST(NameTable, SharesTenNames) {
+  for (const bool withSession : {false, true}) {
+    XmlNode *document = parsed("<d/>", withSession);
+    for (char last = 'a'; last < 'a' + 12; ++last) {
+      for (const std::string &name : {std::string(10, 'n') + last, std::string(11, 'n') + last}) {
+        XmlNode *node = element(name.c_str());
+        EXPECT_EQ(NEB_XML_AppendChildNode(document, node), kOk);
+        const bool isShared = last < 'a' + 10 && name.size() < 12;
+        EXPECT_EQ(node->nameOwned, isShared ? 0 : 1) << name;
+        EXPECT_TRUE(node->name == (isShared ? document->nameTable[last - 'a'] : node->name));
+        EXPECT_EQ(std::string(node->name), name);
+      }
+    }
+    NEB_XML_FreeNode(document);
+  }
+}
+
 // Of the attributes a, p:a and b: which one prefix and name find.
 TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   const std::tuple<Text, Text, int> rows[] = {
@@ -93,9 +110,11 @@ TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   EXPECT_STREQ(out[2], "1");
   XmlNode *first = node->firstAttr;
   EXPECT_EQ(NEB_XML_AddAttr(node, first->name, node->name, first->value), kOk);
-  EXPECT_EQ(NEB_XML_SetAttr(node, nullptr, first->name, first->next->value), kOk);
+  EXPECT_EQ(NEB_XML_SetAttr(node, "", first->name, first->next->value), kOk);
   EXPECT_EQ(NEB_XML_SetAttr(node, "p", "a", first->next->value + 1), kOk);
   EXPECT_EQ(described(node), "0:e=- a='2' p|a=- b=- a|e='1'") << "strings of the tree itself";
+  EXPECT_EQ(NEB_XML_RemoveAttr(node, "", "a"), kOk);
+  EXPECT_EQ(described(node), "0:e=- p|a=- b=- a|e='1'");
   NEB_XML_FreeNode(node);
 }
 
