@@ -112,15 +112,29 @@ TEST(Storage, ANodeReleasedAloneLeavesTheRestOfItsTreeToBeReleased) {
   for (XmlNode *node : {root, attributes[0], attributes[1]}) XML_FreeSingleAttrNode(node);
   EXPECT_EQ(guarded::releases(), released);
   XML_FreeSingleNode(middle);
-  EXPECT_TRUE(children[0]->next == children[2] && attributes[0]->next == attributes[2]);
-  EXPECT_TRUE(isDetached(carved));
-  for (XmlNode *attribute : {attributes[1], attributes[3]}) {
-    XML_FreeSingleAttrNode(attribute);
+  EXPECT_TRUE(children[0]->next == children[2] && isDetached(carved));
+  XML_FreeSingleAttrNode(attributes[2]);
+  for (XmlNode *attribute : {attributes[0], attributes[1], attributes[3]}) {
     EXPECT_EQ(XML_AddAttrNode(attribute, root), kOk);
   }
-  EXPECT_EQ(trees::printed(root), "<root 1=\"\" 3=\"\"/>\n");
-  for (XmlNode *chain : {children[0], attributes[0]}) XML_FreeNode(chain);
+  EXPECT_EQ(trees::printed(root), "<root 0=\"\" 1=\"\" 3=\"\"/>\n");
+  XML_FreeNode(children[0]);
   for (XmlNode *node : {second, root, first}) NEB_XML_FreeNode(node);
+}
+
+// A name in the table of a session binds an attribute to it, with or without a value.
+TEST(Storage, AnAttributeIsBoundToTheSessionThatHoldsItsName) {
+  XmlNode *first = trees::parsed("<first/>");
+  XmlNode *second = trees::parsed("<second/>");
+  XmlNode *element = appended(first, made("element"));
+  XmlNode *attribute = attached(element, 0, "x", "1");
+  EXPECT_EQ(NEB_XML_SetAttr(element, nullptr, "x", ""), kOk);
+  NEB_XML_RemoveNode(element);
+  XML_FreeSingleNode(element);
+  element = made("other");
+  EXPECT_EQ(XML_AddAttrNode(attribute, element), kOk);
+  EXPECT_EQ(NEB_XML_AppendChildNode(second, element), uint32_t{NEB_XML_ERR_INVALID_PARAM});
+  for (XmlNode *node : {element, first, second}) NEB_XML_FreeNode(node);
 }
 
 }  // namespace

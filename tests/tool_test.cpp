@@ -82,6 +82,8 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
       {"$nebxml fmt - --indent 17", two, 2, "", "--indent"},
       {"$nebxml fmt two.xml --declaration --in-place", "", 2, "", "--declaration"},
       {"$nebxml fmt two.xml --in-place", "", 1, "", "two.xml: several top-level elements"},
+      {"printf '<a/>\\0<b' >nul.xml; $nebxml fmt nul.xml --in-place", "", 1, "",
+       "nul.xml: what stands behind a NUL byte cannot"},
       {"$nebxml get - a.b.2", two, 0, "4\n", ""},
       {"$nebxml get - a", two, 0, "\n", ""},
       {"$nebxml get - a.b.2 --attr p:x", two, 0, "3\n", ""},

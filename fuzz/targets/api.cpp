@@ -66,9 +66,6 @@ struct Model {
   std::vector<Model *> &siblings() const {
     return isAttribute() ? parent->attributes : parent->children;
   }
-
-  // An attribute does not know the one before it in a chain, so that only the caller can cut it off.
-  bool isBehind() const { return isAttribute() && isChained() && siblings()[0] != this; }
 };
 
 std::optional<std::string> copyOf(const char *text) {
@@ -385,7 +382,6 @@ class Machine {
 
   // A node of a session is only detached.
   void release(Model *model) {
-    if (model->isBehind()) return;
     NEB_XML_FreeNode(model->node);
     if (model->isAttribute() && (model->isAttached() || model->session != 0)) return;
     unlink(model);
@@ -406,14 +402,13 @@ class Machine {
   }
 
   void releaseSingle(Model *model) {
-    if (model->isBehind()) return;
     const bool isSpared = !model->isAttribute() || model->isAttached() || model->session != 0;
     const bool asAttribute = bytes_.pick(2) == 0;
     asAttribute ? XML_FreeSingleAttrNode(model->node) : XML_FreeSingleNode(model->node);
     if (storageOf(model) != 0 || (asAttribute && isSpared)) return;
     unlink(model);
     orphan(model->children);
-    orphan(model->attributes);
+    for (Model *each : std::vector<Model *>(model->attributes)) unlink(each);
     model->texts = {};
     model->isAlive = model->session != 0;
   }
@@ -602,7 +597,7 @@ class Machine {
       if (each->isAttribute() && each->parent == nullptr && isReadable(each)) attribute = each;
     }
     if (attribute == nullptr || bytes_.pick(8) == 0) attribute = any();
-    if (!isReadable(attribute) || attribute->isBehind()) return;
+    if (!isReadable(attribute)) return;
     const uint32_t result = XML_AddAttrNode(attribute->node, element->node);
     if (element->isAttribute() || !attribute->isAttribute() || attribute->parent != nullptr) {
       return require(result == kInvalid);
@@ -774,7 +769,6 @@ class Machine {
   void releaseAll() {
     for (size_t next = releaseStep_; !alive().empty(); next += releaseStep_) {
       Model *root = rootOf(alive()[next % alive().size()]);
-      if (root->isBehind()) root = root->siblings()[0];
       root->session == 0 || root->endsSession ? release(root) : end(root->session);
       check();
     }

@@ -46,8 +46,8 @@
  *   made through the hooks may be put into a document that owns a session: left there, it goes
  *   with the document; taken out again, it remains the caller's, and may be released before or
  *   after the document. Its texts are to be read only while the document lives, since some may
- *   have become the session's. What such a node gives up while it stands in the document is kept
- *   until the session ends; only when memory is too short to note it does it go back at once. A
+ *   have become the session's. A text that such a node gives up while it stands in the document is
+ *   kept until the session ends; only when memory is too short to note it does it go back at once. A
  *   node carved from a session, or one that has lived in a session's tree, is not accepted into a
  *   tree of another session or of none.
  *
@@ -776,8 +776,8 @@ NEB_XML_API uint32_t XML_SetNode(XmlNode *owner, XmlNode *node, const char *pref
  * session, with which all goes.
  *
  * The node is taken out from between its parent and siblings first, an attribute out of its
- * element. Its children, and likewise its attributes, are left without a parent: those made through
- * the hooks are a chain of siblings, which XML_FreeNode releases from its first node on and
+ * element. Its attributes are left detached. Its children are left without a parent: those made
+ * through the hooks are a chain of siblings, which XML_FreeNode releases from its first node on and
  * NEB_XML_FreeNode node by node; those carved from a session are detached. A node carved from a
  * session that stands in the tree of the hooks stays in its session, detached and without strings.
  * Cost: the node's children and attributes, its depth; for an attribute those before it.

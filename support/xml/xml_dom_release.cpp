@@ -75,12 +75,9 @@ void releaseRecord(XmlNode *node) {
   }
 }
 
+// The last of a chain of attributes could not be told from one that stands alone.
 void leaveAttributes(XmlNode *element) {
-  cutAttributes(element, [](const XmlNode *attribute) { return !isOfHook(attribute); });
-  for (XmlNode *attribute = element->firstAttr; attribute != nullptr; attribute = attribute->next) {
-    attribute->parent = nullptr;
-  }
-  element->firstAttr = nullptr;
+  cutAttributes(element, [](const XmlNode * /*attribute*/) { return true; });
 }
 
 void leaveChildren(XmlNode *parent) {
@@ -194,8 +191,8 @@ void unlinkAttribute(XmlNode *attribute) {
     element->firstAttr = attribute->next;
   } else {
     XmlNode *before = element->firstAttr;
-    while (before->next != attribute) before = before->next;
-    before->next = attribute->next;
+    while (before != nullptr && before->next != attribute) before = before->next;
+    if (before != nullptr) before->next = attribute->next;
   }
   attribute->parent = nullptr;
   attribute->next = nullptr;

@@ -26,7 +26,7 @@ void releaseChain(XmlNode *node, const Storage &storage);
 // Takes a node that is no attribute from its parent and siblings.
 void unlinkNode(XmlNode *node);
 
-// Takes an attribute from its element.
+// Takes an attribute from its element, which need not know it any more.
 void unlinkAttribute(XmlNode *attribute);
 
 // Takes those attributes from an element that leave it.
@@ -50,6 +50,7 @@ void cutAttributes(XmlNode *element, Leaves leaves) {
   }
 }
 
-// Takes a node out from between all that it is linked to. Below it, what came through the hooks
-// stays a chain of its own; records of a session, which may end before the chain does, stand alone.
+// Takes a node out from between all that it is linked to. Its attributes stand alone then. Children
+// that came through the hooks stay a chain; those of a session, which may end before the chain does,
+// stand alone as well.
 void isolateNode(XmlNode *node);

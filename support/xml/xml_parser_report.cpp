@@ -62,7 +62,9 @@ uint32_t findProblem(const char *text, NEB_XML_PARSE_ERROR *error) {
   ParseProblem problem;
   XmlNode *document = nullptr;
   const uint32_t result = Parser_parseText(text, true, &problem, &document);
-  const bool isMalformed = problem.reason() != nullptr && problem.reason() != reasons::kNoMemory;
+  // Without memory to note the open tags there is no place either.
+  const bool isMalformed = problem.reason() != nullptr && problem.place() != nullptr &&
+                           problem.reason() != reasons::kNoMemory;
   if (result == NEB_XML_ERR_SYNTAX && isMalformed) {
     reportProblem(text, problem, error);
     return NEB_XML_ERR_SYNTAX;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <fstream>
 #include <new>
 #include <string_view>
 
@@ -134,6 +135,16 @@ XmlNode *loadDocument(const std::string &fileName) try {
   return fileName == standardStream ? parseDescriptor(fileName, STDIN_FILENO) : parseFile(fileName);
 } catch (const std::bad_alloc &) {
   throw noMemory(fileName);
+}
+
+bool goesOnBehindNul(const std::string &fileName) {
+  std::ifstream file(fileName, std::ios::binary);
+  std::string text;
+  std::getline(file, text, '\0');
+  if (!file.is_open() || file.bad()) {
+    throw cannotRead(fileName, errno);
+  }
+  return !file.eof();
 }
 
 }  // namespace nebxml

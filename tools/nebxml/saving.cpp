@@ -4,6 +4,7 @@
 
 #include "command_error.h"
 #include "file_output.h"
+#include "loading.h"
 #include "node_path.h"
 #include "tree_difference.h"
 #include "unwritable.h"
@@ -59,10 +60,15 @@ void requireSame(const Document &document, std::string_view text) {
   }
 }
 
-void requireSingleRoot(const Document &document) {
+/** Nothing of the old file but what is a matter of layout may be lost. */
+void requireReplaceable(const Document &document) {
   if (document.topLevelNodes().size() > 1) {
     throw CommandError(ExitStatus::notFound, document.fileName(),
                        "several top-level elements cannot be written in place; use -o");
+  }
+  if (goesOnBehindNul(document.fileName())) {
+    throw CommandError(ExitStatus::notFound, document.fileName(),
+                       "what stands behind a NUL byte cannot be written in place; use -o");
   }
 }
 
@@ -70,7 +76,7 @@ void requireSingleRoot(const Document &document) {
 
 void save(const Document &document, const Destination &destination) {
   if (destination.inPlace) {
-    requireSingleRoot(document);
+    requireReplaceable(document);
   }
   const std::string text = print(document, destination);
   requireSame(document, text);
