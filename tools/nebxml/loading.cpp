@@ -138,6 +138,13 @@ XmlNode *loadDocument(const std::string &fileName) try {
 }
 
 bool goesOnBehindNul(const std::string &fileName) {
+  struct stat status {};
+  if (::stat(fileName.c_str(), &status) != 0) {
+    throw cannotOpen(fileName, errno);
+  }
+  if (!S_ISREG(status.st_mode)) {
+    return false;
+  }
   std::ifstream file(fileName, std::ios::binary);
   std::string text;
   std::getline(file, text, '\0');

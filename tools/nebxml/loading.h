@@ -13,7 +13,7 @@ namespace nebxml {
 /** Throws CommandError; the caller releases the document. */
 XmlNode *loadDocument(const std::string &fileName);
 
-/** Whether a file goes on behind its first NUL byte, where its text ends. */
+/** Whether a regular file goes on behind its first NUL byte, where its text ends. */
 bool goesOnBehindNul(const std::string &fileName);
 
 }  // namespace nebxml
