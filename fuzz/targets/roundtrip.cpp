@@ -15,6 +15,8 @@
 
 namespace {
 
+using trees::qualifiedName;
+
 constexpr size_t kLongestText = 1 << 13;
 
 void checkAgainstModel(const XmlNode *node) {
@@ -29,11 +31,6 @@ void checkAgainstModel(const XmlNode *node) {
     require(trees::printed(node, half) == (text == nullptr ? "" : text));
     NEB_XML_FreeMem(text);
   }
-}
-
-// Names as they are printed.
-std::string wholeName(const XmlNode *node) {
-  return node->prefix == nullptr ? node->name : std::string(node->prefix) + ":" + node->name;
 }
 
 bool isName(const std::string &name) {
@@ -54,12 +51,13 @@ bool isValue(const std::string &value) {
 const char *valueOf(const XmlNode *node) { return node->value == nullptr ? "" : node->value; }
 
 bool fitsIntoText(const XmlNode *node) {
-  if (node->name == nullptr || !isName(wholeName(node)) || !isValue(valueOf(node))) return false;
+  if (node->name == nullptr || !isName(qualifiedName(node)) || !isValue(valueOf(node)))
+    return false;
   if (node->type == NEB_XML_NODE_ATTRIBUTE) return true;
   if (node->type != NEB_XML_NODE_ELEMENT && node->type != NEB_XML_NODE_DOCUMENT) return false;
   std::set<std::string> names;
   for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
-    if (!fitsIntoText(attr) || !names.insert(wholeName(attr)).second) return false;
+    if (!fitsIntoText(attr) || !names.insert(qualifiedName(attr)).second) return false;
   }
   return node->firstChild == nullptr ||
          valueOf(node)[std::strspn(valueOf(node), " \t\n\r")] == '\0';
@@ -70,9 +68,9 @@ std::string kept(const XmlNode *first) {
   std::string all;
   const auto add = [&all](const std::string &text) { all.append(text).append(1, '\0'); };
   for (const XmlNode *node = first; node != nullptr; node = NEB_XML_Iterator(node)) {
-    add(wholeName(node));
+    add(qualifiedName(node));
     for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
-      add(wholeName(attr));
+      add(qualifiedName(attr));
       add(valueOf(attr));
     }
     uint32_t children = 0;
@@ -116,7 +114,7 @@ void checkExact(const XmlNode *document) {
     XmlNode *again = nullptr;
     require(NEB_XML_Parse(text, &again) == kOk);
     require(kept(again) == kept(document));
-    trees::release(again);
+    XML_FreeNode(again);
     NEB_XML_FreeMem(text);
   }
 }
@@ -137,7 +135,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       edit(first, Bytes(data, size));
       checkExact(first);
     }
-    trees::release(first);
+    XML_FreeNode(first);
   }
   require(hooks::outstanding() == 0);
   return 0;

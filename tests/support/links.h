@@ -1,7 +1,8 @@
-// What holds for every node of a right tree, for tests and fuzzers.
+// What holds for every node of a right tree, and trees as texts, for tests and fuzzers.
 #pragma once
 
 #include <cstring>
+#include <string>
 
 #include "xml/xml_node.h"
 
@@ -32,6 +33,46 @@ void checkNode(const XmlNode *node, Check check) {
     check(attr->parent == node && attr->type == NEB_XML_NODE_ATTRIBUTE);
     checkLengths(attr, check);
   }
+}
+
+inline std::string quoted(const char *text) {
+  return text == nullptr ? "-" : "'" + std::string(text) + "'";
+}
+
+inline std::string qualified(const XmlNode *node) {
+  std::string name = node->name == nullptr ? "-" : node->name;
+  return node->prefix == nullptr ? name : std::string(node->prefix) + "|" + name;
+}
+
+// The whole tree, and unless it is to be alone the siblings after it, in one line that tells null
+// from empty: type, prefix, name, value, attributes, children. Written without recursion, since
+// there are deep trees too.
+template <typename Check>
+std::string described(const XmlNode *node, Check check, bool isAlone = false) {
+  std::string text;
+  size_t depth = 0;
+  while (node != nullptr) {
+    checkNode(node, check);
+    text += std::to_string(node->type) + ":" + qualified(node) + "=" + quoted(node->value);
+    for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
+      text += " " + qualified(attr) + "=" + quoted(attr->value);
+    }
+    if (node->firstChild != nullptr) {
+      text += "(";
+      node = node->firstChild;
+      ++depth;
+      continue;
+    }
+    while (depth > 0 && node->next == nullptr) {
+      text += ")";
+      node = node->parent;
+      --depth;
+    }
+    if (depth == 0 && isAlone) break;
+    node = node->next;
+    if (node != nullptr) text += ",";
+  }
+  return text;
 }
 
 }  // namespace links

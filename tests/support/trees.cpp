@@ -11,26 +11,6 @@
 
 namespace trees {
 
-namespace {
-
-std::string quoted(const char *text) {
-  return text == nullptr ? "-" : "'" + std::string(text) + "'";
-}
-
-std::string qualified(const XmlNode *node) {
-  std::string name = node->name == nullptr ? "-" : node->name;
-  return node->prefix == nullptr ? name : std::string(node->prefix) + "|" + name;
-}
-
-void describeAttributes(const XmlNode *node, std::string *text) {
-  for (const XmlNode *attribute = node->firstAttr; attribute != nullptr;
-       attribute = attribute->next) {
-    *text += " " + qualified(attribute) + "=" + quoted(attribute->value);
-  }
-}
-
-}  // namespace
-
 XmlNode *parsed(const std::string &text, bool withSession) {
   XmlNode *document = nullptr;
   const uint32_t result = withSession ? NEB_XML_ParseEx(text.c_str(), &document)
@@ -39,29 +19,8 @@ XmlNode *parsed(const std::string &text, bool withSession) {
   return document;
 }
 
-// Written without recursion, since tests describe deep trees too.
 std::string described(const XmlNode *node) {
-  std::string text;
-  size_t depth = 0;
-  while (node != nullptr) {
-    links::checkNode(node, [](bool holds) { EXPECT_TRUE(holds); });
-    text += std::to_string(node->type) + ":" + qualified(node) + "=" + quoted(node->value);
-    describeAttributes(node, &text);
-    if (node->firstChild != nullptr) {
-      text += "(";
-      node = node->firstChild;
-      ++depth;
-      continue;
-    }
-    while (node->next == nullptr && depth > 0) {
-      text += ")";
-      node = node->parent;
-      --depth;
-    }
-    node = node->next;
-    if (node != nullptr) text += ",";
-  }
-  return text;
+  return links::described(node, [](bool holds) { EXPECT_TRUE(holds); });
 }
 
 std::string printed(const XmlNode *node) {
