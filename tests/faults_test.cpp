@@ -31,25 +31,24 @@ const char *const kLong = kLongText.c_str();
 // A document and the calls on it, of which any may fail for want of memory.
 class Work {
  public:
+  XmlNode *document = nullptr;
+  bool hasFailed = false;
+
   Work(const char *text, bool withSession) {
     if (text == nullptr) return;
-    document_ = trees::parsed(text, withSession);
+    document = trees::parsed(text, withSession);
     fillBlocks();
   }
   ~Work() {
     for (XmlNode *node : loose_) NEB_XML_FreeNode(node);
-    XML_FreeNode(document_);
+    XML_FreeNode(document);
   }
   Work(const Work &) = delete;
   Work &operator=(const Work &) = delete;
 
-  XmlNode *document() const { return document_; }
-  void setDocument(XmlNode *document) { document_ = document; }
-  bool hasFailed() const { return hasFailed_; }
-
   bool check(uint32_t result, uint32_t failure = kNoMemory, uint32_t otherFailure = kNoMemory) {
     EXPECT_TRUE(result == kOk || result == failure || result == otherFailure) << result;
-    hasFailed_ |= result != kOk;
+    hasFailed |= result != kOk;
     fillBlocks();
     return result == kOk;
   }
@@ -57,9 +56,9 @@ class Work {
   // A call that changes all it is to change, or nothing.
   template <typename Call>
   bool change(Call call, uint32_t failure = kNoMemory) {
-    const std::string before = trees::described(document_);
+    const std::string before = trees::described(document);
     if (check(call(), failure)) return true;
-    EXPECT_EQ(trees::described(document_), before);
+    EXPECT_EQ(trees::described(document), before);
     return false;
   }
 
@@ -90,19 +89,17 @@ class Work {
  private:
   // So that whatever the next call needs of the session is a new block.
   void fillBlocks() {
-    XmlMemSession *session = document_ == nullptr ? nullptr : findSession(document_->sessionId);
+    XmlMemSession *session = document == nullptr ? nullptr : findSession(document->sessionId);
     if (session == nullptr) return;
     for (const XmlMemBlock *block = session->firstBlock; block != nullptr;
          block = block->nextBlock) {
       if (block->remaining > 0) {
-        EXPECT_NE(XML_MemSpecialMalloc(document_->sessionId, block->remaining), nullptr);
+        EXPECT_NE(XML_MemSpecialMalloc(document->sessionId, block->remaining), nullptr);
       }
     }
   }
 
-  XmlNode *document_ = nullptr;
   std::vector<XmlNode *> loose_;  // released with the work
-  bool hasFailed_ = false;
 };
 
 // The notes of texts that a session keeps are all that may fail unnoticed: the texts go back early.
@@ -120,10 +117,10 @@ void everyAllocationFails(const char *text, bool withSession, Run run, size_t no
           run(work);
           hasFailed = failing.happened();
         }
-        if (hasFailed && !work.hasFailed()) ++unnoticed;
-        EXPECT_TRUE(hasFailed || !work.hasFailed());
+        if (hasFailed && !work.hasFailed) ++unnoticed;
+        EXPECT_TRUE(hasFailed || !work.hasFailed);
         EXPECT_TRUE(n > 1 || hasFailed) << "nothing was allocated";
-        const XmlNode *document = work.document();
+        const XmlNode *document = work.document;
         EXPECT_TRUE(document == nullptr || trees::printed(document).starts_with("<"));
       }
       ASSERT_EQ(guarded::outstanding(), 0U);
@@ -172,7 +169,7 @@ TEST(Faults, Parsing) {
       XmlNode *document = kept;
       const uint32_t result = entry.parse(entry.isFile ? path.c_str() : text.c_str(), &document);
       if (work.check(result, kNoMemory, NEB_XML_ERR_SYNTAX)) {
-        work.setDocument(document);
+        work.document = document;
       } else {
         EXPECT_TRUE(document == (entry.keepsPointer ? kept : nullptr));
       }
@@ -182,7 +179,7 @@ TEST(Faults, Parsing) {
 
 void create(Work &work) {
   constexpr uint32_t kDocument = NEB_XML_NODE_DOCUMENT;
-  const uint32_t session = work.document()->sessionId;
+  const uint32_t session = work.document->sessionId;
   work.make([&](auto node) { return NEB_XML_CreateNode(kElement, "p", "n", kLong, node); });
   work.make([&](auto node) { return NEB_XML_CreateNode(kDocument, "p", "n", "v", node); });
   work.make([&](auto node) { return NEB_XML_CreateNodeEx(0, kDocument, kLong, kLong, "v", node); });
@@ -192,7 +189,7 @@ void create(Work &work) {
 }
 
 void change(Work &work) {
-  XmlNode *document = work.document();
+  XmlNode *document = work.document;
   XmlNode *node = NEB_XML_GetNodeFirstChild(document);
   const int32_t number = -7;
   constexpr uint32_t kInt = NEB_XML_VALUE_INT32;
@@ -217,7 +214,7 @@ void change(Work &work) {
 
 // Parts of a document with a session that come from the hooks, and the session's below them.
 void mix(Work &work) {
-  XmlNode *document = work.document();
+  XmlNode *document = work.document;
   XmlNode *carved = NEB_XML_GetNodeFirstChild(document);
   const auto heapElement = [](XmlNode **node) {
     return NEB_XML_CreateNode(kElement, "p", "heap", "value", node);
@@ -248,13 +245,13 @@ void mix(Work &work) {
 }
 
 void copy(Work &work) {
-  for (XmlNode *node : {work.document(), NEB_XML_GetNodeLastChild(work.document())}) {
+  for (XmlNode *node : {work.document, NEB_XML_GetNodeLastChild(work.document)}) {
     work.change([&] { return NEB_XML_SetNode(node, nullptr, nullptr, kLong); });
   }
-  for (const XmlNode *source : {work.document(), NEB_XML_GetNodeFirstChild(work.document())}) {
+  for (const XmlNode *source : {work.document, NEB_XML_GetNodeFirstChild(work.document)}) {
     work.make([&](auto copy) { return NEB_XML_CloneNode(source, copy); });
     work.make([&](auto copy) { return NEB_XML_CloneNodeSelf(source, copy); });
-    work.make([&](auto copy) { return NEB_XML_ImportNode(work.document(), source, copy); });
+    work.make([&](auto copy) { return NEB_XML_ImportNode(work.document, source, copy); });
   }
 }
 
@@ -266,14 +263,14 @@ void print(Work &work) {
   for (const auto transform :
        {NEB_XML_Transform, NEB_XML_TransformHead, NEB_XML_TransformTail, +kIndented}) {
     char *text = untouched;
-    const bool isPrinted = work.change([&] { return transform(work.document(), &text); });
+    const bool isPrinted = work.change([&] { return transform(work.document, &text); });
     EXPECT_EQ(text != untouched, isPrinted);
     if (isPrinted) NEB_XML_FreeMem(text);
   }
-  work.change([&] { return NEB_XML_TransformFile(work.document(), "/dev/null"); });
+  work.change([&] { return NEB_XML_TransformFile(work.document, "/dev/null"); });
   const std::string path = trees::temporaryFile("old");
   const bool isSaved =
-      work.change([&] { return NEB_XML_SaveFile(work.document(), path.c_str(), 0); });
+      work.change([&] { return NEB_XML_SaveFile(work.document, path.c_str(), 0); });
   EXPECT_EQ(trees::readFile(path) == "old", !isSaved);
 }
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 
 #include "support/guarded_hooks.h"
@@ -17,35 +16,16 @@ using tables::repeated;
 constexpr uint32_t kOk = NEB_XML_OK;
 constexpr uint32_t kSyntax = NEB_XML_ERR_SYNTAX;
 
-size_t g_held, g_most;
-
-void *take(size_t size) {
-  auto *piece = static_cast<size_t *>(std::calloc(1, size + sizeof size));
-  *piece = size;
-  g_held += size;
-  g_most = std::max(g_most, g_held);
-  return piece + 1;
-}
-
-void giveBack(void *memory) {
-  auto *piece = static_cast<size_t *>(memory) - 1;
-  g_held -= *piece;
-  std::free(piece);
-}
-
 // The most bytes that a parse holds at once, with what the entry point copies, and then none.
 size_t mostHeld(const std::string &text, uint32_t flags, bool withReport, uint32_t expected) {
-  NEB_XML_RegMemFunc(
-      take, [](size_t count, size_t size) { return take(count * size); }, giveBack);
-  g_most = 0;
+  guarded::begin();
   XmlNode *document = nullptr;
   NEB_XML_PARSE_ERROR error;
   NEB_XML_PARSE_ERROR *const wanted = withReport ? &error : nullptr;
   EXPECT_EQ(NEB_XML_ParseBuffer(text.data(), text.size(), flags, &document, wanted), expected);
   XML_FreeNode(document);
-  EXPECT_EQ(g_held, 0U);
-  guarded::registerHooks();
-  return g_most;
+  EXPECT_EQ(guarded::outstanding() + guarded::fileCalls(), 0U);
+  return guarded::mostHeld();
 }
 
 TEST(Hostile, TextsTakeMemoryInProportionAndNoFiles) {
@@ -105,7 +85,6 @@ TEST(Hostile, TextsTakeMemoryInProportionAndNoFiles) {
   }
   EXPECT_GT(most[0], kForAByte - 1) << "the limits are told";
   EXPECT_GT(most[1], kForAFailedByte - 1);
-  EXPECT_EQ(guarded::fileCalls(), 0U);
 }
 
 }  // namespace

@@ -110,7 +110,7 @@ TEST(Report, NamesThePlaceAndTheReason) {
         XmlNode *document = nullptr;
         EXPECT_EQ(NEB_XML_ParseFileInfo(path.c_str(), flags, &document, &ofFile), kSyntax);
         EXPECT_TRUE(ofFile.reason == error.reason && ofFile.offset == error.offset);
-        EXPECT_EQ(trees::parseBy(trees::Entry::text, text, &document), kSyntax);
+        EXPECT_EQ(NEB_XML_Parse(text.c_str(), &document), kSyntax);
       }
     }
   }

@@ -368,14 +368,21 @@ TEST_F(Save, TheToolReportsWhicheverCallFails) {
   }
 }
 
+// A signal that it can see waits until the new file is there; after one that it cannot, the old one is.
 TEST_F(Save, TheToolFinishesBeforeItDiesOfASignal) {
-  fs::create_directory(path("files"));
+  const std::string old = "<a>  <b/></a>";
   for (const std::string call : {"write", "fsync", "rename"}) {
-    std::ofstream(path("files/a.xml")) << "<a>  <b/></a>";
-    const int status = runTool(path("files"), "0 0 " + call, "fmt a.xml --in-place");
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status;
-    EXPECT_EQ(trees::readFile(path("files/a.xml")), "<a>\n<b/>\n</a>\n");
-    EXPECT_EQ(filesIn(path("files")), 1U);
+    for (const int signal : {SIGTERM, SIGKILL}) {
+      const fs::path files = path(call + std::to_string(signal));
+      fs::create_directory(files);
+      std::ofstream(files / "a.xml") << old;
+      const std::string plan = "0 0 " + call + " " + std::to_string(signal);
+      const int status = runTool(files, plan, "fmt a.xml --in-place");
+      EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+      const bool isNew = signal == SIGTERM;
+      EXPECT_EQ(trees::readFile(files / "a.xml"), isNew ? "<a>\n<b/>\n</a>\n" : old);
+      EXPECT_EQ(filesIn(files), isNew ? 1U : 2U);
+    }
   }
 }
 

@@ -1,13 +1,12 @@
 // What may overlap: calls on different trees, and reads of one tree.
 #include <gtest/gtest.h>
+#include <semaphore.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <cstdlib>
-#include <mutex>
+#include <ctime>
 #include <string>
 #include <thread>
 #include <utility>
@@ -87,71 +86,44 @@ TEST(Threads, EndedSessionsAreRefusedWhileOthersComeAndGo) {
   });
 }
 
-// Stops a thread in each call of a hook, until another one has seen it there.
-class Gate {
- public:
-  void stop() {
-    std::unique_lock lock(mutex_);
-    if (!isSeenInTime_) return;
-    isStopped_ = true;
-    changed_.notify_all();
-    const auto isSeen = [this] { return !isStopped_; };
-    isSeenInTime_ = changed_.wait_for(lock, std::chrono::seconds(20), isSeen);
-    isStopped_ = false;
-  }
-
-  // False when nobody will stop there any more.
-  bool waitForStop() {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return isStopped_ || isOver_; });
-    return !isOver_;
-  }
-
-  void letGoOn() { set(isStopped_, false); }
-  void end() { set(isOver_, true); }
-  bool isSeenInTime() const { return isSeenInTime_; }
-
- private:
-  void set(bool &flag, bool value) {
-    const std::lock_guard lock(mutex_);
-    flag = value;
-    changed_.notify_all();
-  }
-
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool isStopped_ = false;
-  bool isOver_ = false;
-  bool isSeenInTime_ = true;
-};
-
-Gate *g_gate;
 thread_local bool t_stopsInHooks;
+sem_t g_isStopped, g_isSeen;
+std::atomic<bool> g_isSeenInTime;
+
+// In each call of a hook, until another thread has seen it there.
+void stop() {
+  if (!t_stopsInHooks || !g_isSeenInTime) return;
+  sem_post(&g_isStopped);
+  constexpr time_t kSecondsUntilItHangs = 20;
+  const timespec latest = {time(nullptr) + kSecondsUntilItHangs, 0};
+  g_isSeenInTime = sem_timedwait(&g_isSeen, &latest) == 0;
+}
 
 TEST(Threads, AThreadThatIsHeldUpInAHookHoldsNobodyUp) {
-  Gate gate;
-  g_gate = &gate;
+  g_isSeenInTime = sem_init(&g_isStopped, 0, 0) == 0 && sem_init(&g_isSeen, 0, 0) == 0;
   NEB_XML_RegMemFunc(
       std::malloc,
       [](size_t count, size_t size) {
-        if (t_stopsInHooks) g_gate->stop();
+        stop();
         return std::calloc(count, size);
       },
       [](void *memory) {
-        if (t_stopsInHooks) g_gate->stop();
+        stop();
         std::free(memory);
       });
-  std::thread heldUp([&gate] {
+  std::atomic<bool> isOver = false;
+  std::thread heldUp([&isOver] {
     t_stopsInHooks = true;
     EXPECT_TRUE(opensAndEndsManySessions());
-    gate.end();
+    isOver = true;
+    sem_post(&g_isStopped);
   });
-  while (gate.waitForStop()) {
+  for (sem_wait(&g_isStopped); !isOver; sem_wait(&g_isStopped)) {
     EXPECT_TRUE(opensAndEndsManySessions());
-    gate.letGoOn();
+    sem_post(&g_isSeen);
   }
   heldUp.join();
-  EXPECT_TRUE(gate.isSeenInTime());
+  EXPECT_TRUE(g_isSeenInTime);
   guarded::registerHooks();
 }
 

@@ -30,6 +30,7 @@ void *(*volatile const g_fill)(void *, int, size_t) = std::memset;
 struct State {
   std::unordered_map<const void *, size_t> pieces;  // with their sizes
   std::vector<size_t> mallocSizes;
+  size_t held, mostHeld;  // bytes
   size_t allocations, releases, fileCalls, openStreams;
   size_t toFailure;  // 0: none to come
   bool allFail, hasFailed;
@@ -70,6 +71,8 @@ void *allocate(size_t size, int fill, bool isMalloc) {
   std::fill_n(piece + size, kGuardSize, kGuardByte);
   locked([=](State &state) {
     state.pieces.emplace(piece, size);
+    state.held += size;
+    state.mostHeld = std::max(state.mostHeld, state.held);
     if (isMalloc) state.mallocSizes.push_back(size);
   });
   return piece;
@@ -83,7 +86,9 @@ void guardedFree(void *memory) {
   const auto [isHeld, size] = locked([=](State &state) {
     ++state.releases;
     const auto found = state.pieces.extract(memory);
-    return found.empty() ? std::pair(false, size_t{0}) : std::pair(true, found.mapped());
+    const size_t released = found.empty() ? 0 : found.mapped();
+    state.held -= released;
+    return std::pair(!found.empty(), released);
   });
   if (!isHeld) abortWith("released twice, or not from a hook");
   const char *guard = static_cast<char *>(memory) + size;
@@ -123,6 +128,7 @@ size_t outstanding() {
   return locked([](State &state) { return state.pieces.size(); });
 }
 
+size_t mostHeld() { return read(&State::mostHeld); }
 size_t allocations() { return read(&State::allocations); }
 size_t releases() { return read(&State::releases); }
 std::vector<size_t> mallocSizes() { return read(&State::mallocSizes); }

@@ -17,6 +17,9 @@ void registerHooks();
 bool holds(const void *piece);
 size_t outstanding();
 
+// The most bytes that were outstanding at any time.
+size_t mostHeld();
+
 // Calls of the malloc and calloc hooks, failed ones included, and of the free hook.
 size_t allocations();
 size_t releases();

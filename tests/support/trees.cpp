@@ -11,21 +11,6 @@
 
 namespace trees {
 
-uint32_t parseBy(Entry entry, const std::string &text, XmlNode **document) {
-  *document = nullptr;
-  switch (entry) {
-    case Entry::text:
-      return NEB_XML_Parse(text.c_str(), document);
-    case Entry::textSession:
-      return NEB_XML_ParseEx(text.c_str(), document);
-    case Entry::file:
-      return NEB_XML_ParseFile(temporaryFile(text).c_str(), document);
-    case Entry::fileSession:
-      break;
-  }
-  return NEB_XML_ParseFileEx(temporaryFile(text).c_str(), document);
-}
-
 XmlNode *parsed(const std::string &text, bool withSession) {
   XmlNode *document = nullptr;
   const uint32_t result = withSession ? NEB_XML_ParseEx(text.c_str(), &document)

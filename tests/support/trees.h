@@ -8,15 +8,6 @@
 
 namespace trees {
 
-// Ways to parse a text: NEB_XML_Parse, NEB_XML_ParseEx, and both file entry points on a temporary
-// file that holds the text.
-enum class Entry { text, textSession, file, fileSession };
-inline constexpr Entry kEntries[] = {Entry::text, Entry::textSession, Entry::file,
-                                     Entry::fileSession};
-
-// Parses by one of the ways. *document is null after a failure.
-uint32_t parseBy(Entry entry, const std::string &text, XmlNode **document);
-
 // Parses with NEB_XML_ParseEx, or without a session; null when that fails.
 XmlNode *parsed(const std::string &text, bool withSession = true);
 

@@ -23,7 +23,8 @@ struct State {
   bool isFollowing = false;
   Plan plan;
   size_t counted = 0;
-  std::string calls, signalled;
+  std::string calls = {}, signalled = {};
+  int signal = 0;
   std::FILE *notes = nullptr;
 };
 
@@ -42,7 +43,7 @@ bool isMarked(const std::string &name) {
   now.calls += name + (marked ? "! " : " ");
   if (now.notes != nullptr) std::fprintf(now.notes, "%s%s", name.c_str(), marked ? "! " : " ");
   now.isFollowing = true;
-  if (now.signalled == name) kill(getpid(), SIGTERM);
+  if (now.signalled == name) kill(getpid(), now.signal);
   return marked;
 }
 
@@ -65,7 +66,8 @@ auto call(const char *name, Function *own, Arguments... arguments) {
 [[gnu::constructor]] void readPlan() {
   const char *text = std::getenv(kPlanVariable);
   if (text == nullptr) return;
-  std::istringstream(text) >> state().plan.failing >> state().plan.error >> state().signalled;
+  std::istringstream(text) >> state().plan.failing >> state().plan.error >> state().signalled >>
+      state().signal;
   state().notes = std::fopen(std::getenv(kCallsVariable), "w");
   std::setvbuf(state().notes, nullptr, _IONBF, 0);
   state().isFollowing = true;
@@ -73,7 +75,7 @@ auto call(const char *name, Function *own, Arguments... arguments) {
 
 }  // namespace
 
-Following::Following(const Plan &plan) { state() = {true, plan, 0, "", "", nullptr}; }
+Following::Following(const Plan &plan) { state() = {true, plan}; }
 Following::~Following() { state().isFollowing = false; }
 std::string Following::calls() { return state().calls; }
 

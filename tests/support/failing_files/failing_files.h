@@ -23,8 +23,8 @@ class Following {
   static std::string calls();
 };
 
-// Where another program finds "failing error signalled", signalled being the call in which it gets
-// SIGTERM, and the file for its calls.
+// Where another program finds "failing error call signal", the signal being what it gets before that
+// call, and the file for its calls.
 inline constexpr char kPlanVariable[] = "NEB_XML_FAILING_FILES";
 inline constexpr char kCallsVariable[] = "NEB_XML_FILE_CALLS";
 
