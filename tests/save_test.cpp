@@ -235,8 +235,10 @@ TEST_F(Save, GivesNoRightsAwayWithTheOwner) {
     gid_t group;
     mode_t mode, expected;
     Attributes before = {}, after = {};
+    bool isMember = false;  // of the old group as well
   } cases[] = {
       {0, 04674, 0674},
+      {kNobody, 0660, 0660, {}, {}, true},
       {kNobody, 02674, 0644},
       {kNobody, 0660, 0600},
       {kNobody, 0604, 0600},  // the old group had less than all others
@@ -245,20 +247,22 @@ TEST_F(Save, GivesNoRightsAwayWithTheOwner) {
       {kNobody, 0676, 0674, listed(6, 7, 6, 4, 7, 6), listed(6, 7, 4, 4, 7, 4)},
       {0, 0666, 0, {{"security.x", "not nobody's to set"}}},
   };
-  for (const auto &[group, mode, expected, before, after] : cases) {
+  for (const auto &[group, mode, expected, before, after, isMember] : cases) {
     if (!holdsLists_ && !before.empty()) continue;
     const std::string file = oldFile(mode, before);
     const Rights old = rightsOf(file);
     gid_t groups[64];
     const int count = getgroups(64, groups);
-    ASSERT_TRUE(count >= 0 && setgroups(0, nullptr) == 0);
+    const gid_t oldGroup = 0;
+    ASSERT_TRUE(count >= 0 && setgroups(isMember ? 1 : 0, &oldGroup) == 0);
     ASSERT_TRUE(setegid(group) == 0 && seteuid(kNobody) == 0);
     const uint32_t result = save(file);
     ASSERT_TRUE(seteuid(0) == 0 && setegid(0) == 0);
     ASSERT_EQ(setgroups(static_cast<size_t>(count), groups), 0);
     const bool isRefused = expected == 0;
     EXPECT_EQ(result, isRefused ? kWrite : kOk);
-    EXPECT_TRUE(rightsOf(file) == (isRefused ? old : Rights(expected, kNobody, group, after)));
+    EXPECT_TRUE(rightsOf(file) ==
+                (isRefused ? old : Rights(expected, kNobody, isMember ? 0 : group, after)));
   }
 }
 

@@ -122,6 +122,20 @@ TEST(Storage, ANodeReleasedAloneLeavesTheRestOfItsTreeToBeReleased) {
   for (XmlNode *node : {second, root, first}) NEB_XML_FreeNode(node);
 }
 
+// Printing reads before short strings of a session, but not before one of the hooks in its record.
+TEST(Storage, AStringOfTheHooksInARecordOfASessionStandsAlone) {
+  const guarded::UnclearedMemory memory;
+  XmlNode *document = trees::parsed("<d/>", false);
+  const uint32_t session = XML_MemSessionBegin(1024);
+  XmlNode *attribute = XML_NewNode(session, NEB_XML_NODE_ATTRIBUTE);
+  XML_SetNode(XML_NewNode(session, kElement), attribute, nullptr, "a", "1");
+  EXPECT_EQ(XML_AddAttrNode(attribute, document), kOk);
+  EXPECT_EQ(NEB_XML_SetAttr(document, nullptr, "a", "v"), kOk);
+  EXPECT_EQ(trees::printed(document), "<d a=\"v\"/>\n");
+  EXPECT_EQ(XML_MemSessionEnd(session), 1U);
+  NEB_XML_FreeNode(document);
+}
+
 // A name in the table of a session binds an attribute to it, with or without a value.
 TEST(Storage, AnAttributeIsBoundToTheSessionThatHoldsItsName) {
   XmlNode *first = trees::parsed("<first/>");

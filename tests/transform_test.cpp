@@ -78,9 +78,9 @@ TEST(Transform, EscapesTextsAndAttributesAlike) {
       {"&lt;&gt;&amp;&apos;&quot;", "&lt;&gt;&amp;&apos;&quot;"},
       {"&#;&#x;&#0;&#00065;&#1114111;&#x10FFFF;&#x10ffff;&#x0000000041;",
        "&#;&#x;&#0;&#00065;&#1114111;&#x10FFFF;&#x10ffff;&#x0000000041;"},
-      {"&#1114112;&#x110000;&#4294967361;&#x100000041;&#X41;&#12a;&#xg;&#-1;&# 1;",
+      {"&#1114112;&#x110000;&#4294967361;&#x100000041;&#X41;&#12a;&#xg;&#-1;&# 1;&#b;",
        "&amp;#1114112;&amp;#x110000;&amp;#4294967361;&amp;#x100000041;&amp;#X41;&amp;#12a;&amp;#xg;"
-       "&amp;#-1;&amp;# 1;"},
+       "&amp;#-1;&amp;# 1;&amp;#b;"},
       {"&LT;&nbsp;&ampx;&; &amp", "&amp;LT;&amp;nbsp;&amp;ampx;&amp;; &amp;amp"},
       {"&a&amp;&&lt;&#6&#65;", "&amp;a&amp;&amp;&lt;&amp;#6&#65;"},
       {"<![CDATA[x]]>AT&T&", "&lt;![CDATA[x]]&gt;AT&amp;T&amp;"},
