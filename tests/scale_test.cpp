@@ -76,14 +76,14 @@ TEST(Scale, ManyLevelsAndSiblingsOnASmallStack) {
   } cases[] = {{repeated("<a>", kDepth) + repeated("</a>", kDepth), kDepth, "a.a"},
                {"<r>" + repeated("<a x='1'/>", kWidth) + "</r>", kWidth + 1, "r.a.100000"},
                {repeated("<a/>", kWidth), kWidth, "a"}};
-  for (const auto &[text, nodes, path] : cases) {
+  for (const auto &row : cases) {
     for (const bool withSession : {false, true}) {
       onSmallStack([&] {
-        XmlNode *document = trees::parsed(text, withSession);
-        EXPECT_EQ(nodesFrom(document), nodes);
+        XmlNode *document = trees::parsed(row.text, withSession);
+        EXPECT_EQ(nodesFrom(document), row.nodes);
         XmlNode *found = nullptr;
-        EXPECT_EQ(NEB_XML_GetNodeByUrl(document, path, &found), kOk);
-        if (NEB_XML_GetNodeNextSibling(document) == nullptr) roundTrip(text, withSession);
+        EXPECT_EQ(NEB_XML_GetNodeByUrl(document, row.path, &found), kOk);
+        if (NEB_XML_GetNodeNextSibling(document) == nullptr) roundTrip(row.text, withSession);
         XML_FreeNode(document);
       });
     }
