@@ -118,6 +118,25 @@ TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   NEB_XML_FreeNode(node);
 }
 
+// No attribute gets the name of another one of its element, nor leads on in another element.
+TEST(Attributes, DifferInNameAndStayInTheirElement) {
+  const std::tuple<Text, Text, bool> rows[] = {{nullptr, "b", false}, {"", "b", false},
+                                               {"p", "c", false},     {"p", "b", true},
+                                               {"p", nullptr, true},  {nullptr, "a", true}};
+  for (const auto &[prefix, name, isFree] : rows) {
+    XmlNode *node = parsed("<e a='1' b='2' p:c='3'/>");
+    XmlNode *other = element("other");
+    XmlNode *cursor = node->firstAttr;
+    Text out[3];
+    EXPECT_EQ(NEB_XML_GetNextSiblingAttrEx(other, &out[0], &out[1], &out[2], &cursor), kInvalid);
+    EXPECT_TRUE(cursor == node->firstAttr);
+    EXPECT_EQ(NEB_XML_SetNode(cursor, prefix, name, "4"),
+              isFree ? kOk : uint32_t{NEB_XML_ERR_ALREADY_EXISTS});
+    EXPECT_EQ(described(node) != "12:e=- a='1' b='2' p|c='3'", isFree) << described(node);
+    for (XmlNode *each : {other, node}) NEB_XML_FreeNode(each);
+  }
+}
+
 // Expects a call to be refused, and to change nothing, when any of its pointers is null or, where the
 // call is not for attributes, any of its nodes one. Pointers that may be null are given as null.
 class Refusing {
