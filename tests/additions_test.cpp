@@ -1,5 +1,4 @@
-// Exact output. That what it takes reads back, and that it refuses the rest, the fuzzer roundtrip checks
-// for edited trees too.
+// Exact output. That edited trees read back or are refused, the fuzzer roundtrip checks.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -32,6 +31,10 @@ TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
             "<r a=\"1\">\n  <b>\n    <c>x  y</c>\n    <d/>\n  </b>\n  <e>t\tt</e>\n</r>\n");
   EXPECT_EQ(indented(NEB_XML_GetNodeFirstChild(document), 1), "<b>\n <c>x  y</c>\n <d/>\n</b>\n");
   EXPECT_EQ(indented(document, 16).find("<b>"), indented(document, 0).find("<b>") + 16);
+  XmlNode *other = XML_NewNode(0, 5);
+  XML_SetNode(other, other, nullptr, "other", nullptr);
+  EXPECT_EQ(NEB_XML_AppendChildNode(document, other), kOk);
+  EXPECT_EQ(indented(document, 0), "error") << "a node of another type";
   NEB_XML_FreeNode(document);
 }
 
