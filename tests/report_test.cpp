@@ -70,8 +70,8 @@ constexpr std::pair<const char *, const char *> kMalformed[] = {
     {reasons::kElementOpen, "^<a> ~ <a>^<b> ~ <a>\n  ^<b x='1'>\n ~ <a><b></b>^<c> ~ <a/>^<b> ~ "},
 };
 
-// What is told of a malformed text, which has nothing behind it that may be read. Lines, columns and
-// what a failure leaves alone, the fuzzer parse checks.
+// What is told of a malformed text, which has nothing behind it that may be read. Lines, columns
+// and what a failure leaves alone, the fuzzer parse checks.
 NEB_XML_PARSE_ERROR reportOf(const std::string &text, uint32_t flags) {
   XmlNode *document = nullptr;
   NEB_XML_PARSE_ERROR error = {};
