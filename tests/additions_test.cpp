@@ -1,4 +1,4 @@
-// Exact output.
+// Exact output. That edited trees read back or are refused, the fuzzer roundtrip checks.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/guarded_hooks.h"
+#include "support/tables.h"
 #include "support/trees.h"
 
 namespace {
@@ -28,17 +29,12 @@ TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
   EXPECT_EQ(indented(document, 0), trees::printed(document));
   EXPECT_EQ(indented(document, 2),
             "<r a=\"1\">\n  <b>\n    <c>x  y</c>\n    <d/>\n  </b>\n  <e>t\tt</e>\n</r>\n");
-  XmlNode *inner = NEB_XML_GetNodeFirstChild(document);
-  EXPECT_EQ(indented(inner, 1), "<b>\n <c>x  y</c>\n <d/>\n</b>\n");
+  EXPECT_EQ(indented(NEB_XML_GetNodeFirstChild(document), 1), "<b>\n <c>x  y</c>\n <d/>\n</b>\n");
   EXPECT_EQ(indented(document, 16).find("<b>"), indented(document, 0).find("<b>") + 16);
-  NEB_XML_SetNode(inner, nullptr, nullptr, " x");
-  EXPECT_EQ(indented(document, 0), "error") << "a value beside children";
-  NEB_XML_SetNode(inner, nullptr, nullptr, "");
   XmlNode *other = XML_NewNode(0, 5);
   XML_SetNode(other, other, nullptr, "other", nullptr);
-  EXPECT_EQ(indented(other, 0), "error") << "a node of another type";
   EXPECT_EQ(NEB_XML_AppendChildNode(document, other), kOk);
-  EXPECT_EQ(indented(document, 0), "error");
+  EXPECT_EQ(indented(document, 0), "error") << "a node of another type";
   NEB_XML_FreeNode(document);
 }
 
@@ -117,9 +113,8 @@ TEST(Indented, RefusesAttributesOfOneNameAndShortMemory) {
 }
 
 TEST(Indented, StopsGrowingAt128Columns) {
-  std::string text = "<b/>";
-  for (size_t depth = 0; depth < 5000; ++depth) text = "<a>" + text + "</a>";
-  XmlNode *document = trees::parsed(text);
+  using tables::repeated;
+  XmlNode *document = trees::parsed(repeated("<a>", 5000) + "<b/>" + repeated("</a>", 5000));
   const std::string printed = indented(document, 16);
   const std::string widest = std::string(128, ' ') + "<a>\n";
   EXPECT_NE(printed.find("\n" + std::string(112, ' ') + "<a>\n" + widest + widest), printed.npos);

@@ -31,7 +31,6 @@ bool newFails = false;                   // for long texts
 
 namespace {
 
-using neb::xml::Attribute;
 using neb::xml::Document;
 using neb::xml::Node;
 using neb::xml::Status;
@@ -66,31 +65,23 @@ TEST(Face, RangesWorkWithLoopsAndAlgorithms) {
   EXPECT_EQ(namesOf(root.attributes()), "v w ");
   EXPECT_TRUE(root.find("c.e").children().empty());
   const auto children = root.children();
-  EXPECT_EQ(std::distance(children.begin(), children.end()), 4);
   const auto found = std::find_if(children.begin(), children.end(),
                                   [](Node node) { return node.attribute("id") == "2"; });
   EXPECT_EQ(found->first_child().value(), "two");
-  const auto below = root.descendants();
-  EXPECT_EQ(std::count_if(below.begin(), below.end(), [](Node n) { return n.value().has_value(); }),
-            3);
-  std::vector<Node> copies(children.begin(), children.end());
-  std::reverse(copies.begin(), copies.end());
-  EXPECT_EQ(copies.front().prefix(), "p");
-  EXPECT_EQ(copies.back().next().previous().get(), copies.back().get());
+  const std::vector<Node> copies(children.begin(), children.end());
+  EXPECT_EQ(copies.back().prefix(), "p");
+  EXPECT_EQ(copies.front().next().previous().get(), copies.front().get());
   EXPECT_EQ(root.last_child().parent().get(), root.get());
 }
 
 TEST(Face, TellsNoTextFromAnEmptyOne) {
   Document document = parsed("<a x=''><b/><c><![CDATA[]]></c></a>");
   const Node root = document.root();
-  EXPECT_FALSE(root.first_child().value().has_value());
+  EXPECT_FALSE(root.prefix() || root.first_child().value());
   EXPECT_EQ(root.last_child().value(), "");
-  EXPECT_FALSE(root.prefix().has_value());
-  EXPECT_FALSE(root.attribute("x").has_value());
-  EXPECT_FALSE(root.attribute("none").has_value());
+  EXPECT_FALSE(root.attribute("x") || root.attribute("none"));
   const char *const none = nullptr;
-  EXPECT_TRUE(document.root().set_attribute("x", none));
-  EXPECT_FALSE(document.root().attribute("x").has_value());
+  EXPECT_TRUE(document.root().set_attribute("x", none) && !root.attribute("x"));
   Document &same = document;
   document = std::move(same);
   EXPECT_EQ(document.root().get(), root.get());
@@ -102,11 +93,9 @@ template <typename Value>
 void expectRoundTrip(Value value, const char *text) {
   Document document = parsed("<a/>");
   Node root = document.root();
-  EXPECT_TRUE(root.set(value));
+  EXPECT_TRUE(root.set(value) && root.set_attribute("n", value));
   EXPECT_EQ(root.value(), text);
-  EXPECT_EQ(*root.get<Value>(), value);
-  EXPECT_TRUE(root.set_attribute("n", value));
-  EXPECT_EQ(*root.get<Value>("n"), value);
+  EXPECT_TRUE(*root.get<Value>() == value && *root.get<Value>("n") == value);
   EXPECT_EQ(*root.first_attribute().get<Value>(), value);
 }
 
@@ -151,9 +140,8 @@ TEST(Face, ErrorsAreValues) {
   const auto malformed = Document::parse("<a>\n <b></c>\n</a>");
   ASSERT_FALSE(malformed);
   EXPECT_EQ(malformed.error().code, NEB_XML_ERR_SYNTAX);
-  EXPECT_EQ(malformed.error().line, 2U);
-  EXPECT_EQ(malformed.error().column, 5U);
-  EXPECT_NE(std::string(malformed.error().reason), "");
+  EXPECT_TRUE(malformed.error().line == 2 && malformed.error().column == 5);
+  EXPECT_STRNE(malformed.error().reason, "");
   EXPECT_EQ(Document::parse("").error().code, NEB_XML_ERR_INVALID_PARAM);
   EXPECT_EQ(Document::parse_file("none/none.xml").error().code, NEB_XML_ERR_FILE_OPEN);
   Node empty;
@@ -167,10 +155,9 @@ TEST(Face, ErrorsAreValues) {
   EXPECT_FALSE(empty.append("a") || empty.append_copy(empty) || empty.to_string());
   EXPECT_FALSE(Document().clone());
   Document document = parsed("<a/>");
-  EXPECT_FALSE(document.root().insert_after("beside the root"));
+  Node root = document.root();
   const std::string file = trees::temporaryFile("<old/>");
   const std::string nul(1, '\0');
-  Node root = document.root();
   for (const Status status :
        {root.set(nul), root.set_attribute("v", nul), root.set_name("n" + nul), root.set_prefix(nul),
         Status(root.append("a" + nul).error().code), document.save(file + nul),
@@ -178,12 +165,12 @@ TEST(Face, ErrorsAreValues) {
         Status(Document::parse_file(file + nul).error().code)}) {
     EXPECT_EQ(status.code(), NEB_XML_ERR_INVALID_PARAM) << "what follows a NUL would be lost";
   }
-  EXPECT_FALSE(root.find("a" + nul));
+  EXPECT_FALSE(root.find("a" + nul) || root.insert_after("beside the root"));
   EXPECT_EQ(*root.to_string() + trees::readFile(file), "<a/>\n<old/>");
   const guarded::FailingAllocation failing(1, true);
   EXPECT_EQ(Document::create("a").error().code, NEB_XML_ERR_NO_MEMORY);
   EXPECT_EQ(Document::parse("<a/>").error().code, NEB_XML_ERR_NO_MEMORY);
-  EXPECT_EQ(document.root().append("b").error().code, NEB_XML_ERR_NO_MEMORY);
+  EXPECT_EQ(root.append("b").error().code, NEB_XML_ERR_NO_MEMORY);
 }
 
 // Texts of up to 255 bytes are handed over in a buffer, longer ones in a string.
@@ -209,8 +196,7 @@ TEST(Face, DocumentsMoveCloneAndSave) {
   Document first = parsed();
   const XmlNode *node = first.root().get();
   Document second = std::move(first);
-  EXPECT_EQ(second.root().get(), node);
-  EXPECT_FALSE(first);
+  EXPECT_TRUE(second.root().get() == node && !first);
   first = *second.clone();
   EXPECT_EQ(*first.to_string(), *second.to_string());
   second = std::move(first);

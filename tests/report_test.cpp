@@ -1,27 +1,25 @@
 // Where and why a parse fails, for every way it can.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "support/guarded_hooks.h"
-#include "support/page_edge.h"
+#include "support/parses.h"
 #include "support/tables.h"
 #include "support/trees.h"
 #include "xml/xml_parser_reasons.h"
 
 namespace {
 
+using parses::kEdge;
+
 constexpr uint32_t kSyntax = NEB_XML_ERR_SYNTAX;
 
-struct Malformed {
-  const char *reason;
-  const char *texts;  // each with a '^' at the place that is to be named
-};
-
-constexpr Malformed kMalformed[] = {
+// Reasons, and texts, each with a '^' at the place that is to be named.
+constexpr std::pair<const char *, const char *> kMalformed[] = {
     {reasons::kNoElement, " \n\t ^ ~ <?xml version='1.0'?><!-- c -->^ ~ "},
     {reasons::kDeclarationOpen, "\n^<?xml version='1.0' ~ "},
     {reasons::kDoctypeOpen, "^<!DOCTYPE a [ <!ELEMENT a>  ~ <!-- c\n-->^<!DOCTYPE a <a/> ~ "},
@@ -72,23 +70,13 @@ constexpr Malformed kMalformed[] = {
     {reasons::kElementOpen, "^<a> ~ <a>^<b> ~ <a>\n  ^<b x='1'>\n ~ <a><b></b>^<c> ~ <a/>^<b> ~ "},
 };
 
-const guarded::PageEdge &edge() {
-  static const guarded::PageEdge edge(4096);
-  return edge;
-}
-
-// What is told of a malformed text, which has nothing behind it that may be read.
+// What is told of a malformed text, which has nothing behind it that may be read. Lines, columns
+// and what a failure leaves alone, the fuzzer parse checks.
 NEB_XML_PARSE_ERROR reportOf(const std::string &text, uint32_t flags) {
-  auto *const untouched = reinterpret_cast<XmlNode *>(&flags);
-  XmlNode *document = untouched;
+  XmlNode *document = nullptr;
   NEB_XML_PARSE_ERROR error = {};
-  const char *bytes = edge().before(text);
+  const char *bytes = kEdge.before(text);
   EXPECT_EQ(NEB_XML_ParseBuffer(bytes, text.size(), flags, &document, &error), kSyntax) << text;
-  EXPECT_EQ(document, untouched);
-  EXPECT_EQ(error.code, kSyntax);
-  const std::string before = text.substr(0, error.offset);
-  EXPECT_EQ(error.line, 1U + static_cast<size_t>(std::count(before.begin(), before.end(), '\n')));
-  EXPECT_EQ(error.column, before.size() - (before.rfind('\n') + 1) + 1);
   return error;
 }
 
@@ -110,7 +98,6 @@ TEST(Report, NamesThePlaceAndTheReason) {
         XmlNode *document = nullptr;
         EXPECT_EQ(NEB_XML_ParseFileInfo(path.c_str(), flags, &document, &ofFile), kSyntax);
         EXPECT_TRUE(ofFile.reason == error.reason && ofFile.offset == error.offset);
-        EXPECT_EQ(NEB_XML_Parse(text.c_str(), &document), kSyntax);
       }
     }
   }
@@ -156,7 +143,7 @@ TEST(Report, MismatchesNameBothTags) {
 TEST(Report, TextsEndAtTheirLengthOrAtNul) {
   const std::string text("<a>t</a>\0<", 10);
   XmlNode *document = nullptr;
-  ASSERT_EQ(NEB_XML_ParseBuffer(edge().before(text), text.size(), 0, &document, nullptr), 0U);
+  ASSERT_EQ(NEB_XML_ParseBuffer(kEdge.before(text), text.size(), 0, &document, nullptr), 0U);
   EXPECT_EQ(trees::described(document), "12:a='t'");
   NEB_XML_FreeNode(document);
 }
@@ -172,37 +159,34 @@ TEST(Report, FailuresWithoutAPlace) {
     EXPECT_EQ(error.line + error.column + error.offset + error.endNameLength, 0U);
     error = {7, "", 7, 7, 7, 7, 7, 7, 7, 7};
   };
+  const auto expectOfFile = [&](const char *path, uint32_t code, const char *reason) {
+    expect(NEB_XML_ParseFileInfo(path, 0, &document, &error), code, reason);
+  };
   using reasons::kArgument;
   expect(NEB_XML_ParseBuffer(nullptr, 1, 0, &document, &error), kInvalid, kArgument);
   expect(NEB_XML_ParseBuffer("<a/>", 0, 0, &document, &error), kInvalid, kArgument);
   expect(NEB_XML_ParseBuffer("\0<a/>", 5, 0, &document, &error), kInvalid, kArgument);
   expect(NEB_XML_ParseBuffer("<a/>", 4, 2, &document, &error), kInvalid, kArgument);
   expect(NEB_XML_ParseBuffer("<a/>", 4, 0, nullptr, &error), kInvalid, kArgument);
-  expect(NEB_XML_ParseFileInfo(nullptr, 0, &document, &error), kInvalid, kArgument);
   const std::string empty = trees::temporaryFile("");
-  expect(NEB_XML_ParseFileInfo(empty.c_str(), 0, &document, &error), kSyntax, reasons::kFileEmpty);
-  expect(NEB_XML_ParseFileInfo((empty + ".none").c_str(), 0, &document, &error),
-         NEB_XML_ERR_FILE_OPEN, reasons::kFileOpen);
-  {
-    const auto readNothing = [](void *, size_t, size_t, FILE *) { return size_t{0}; };
-    NEB_XML_RegFileFunc(std::fopen, std::fseek, std::fclose, readNothing, std::ftell);
-    const std::string path = trees::temporaryFile("<a/>");
-    expect(NEB_XML_ParseFileInfo(path.c_str(), 0, &document, &error), NEB_XML_ERR_FILE_READ,
-           reasons::kFileRead);
-    expect(NEB_XML_ParseFileInfo(path.c_str(), 2, &document, &error), kInvalid, kArgument);
-    expect(NEB_XML_ParseFileInfo(path.c_str(), 0, nullptr, &error), kInvalid, kArgument);
-    EXPECT_EQ(NEB_XML_ParseFileInfo("", 0, &document, nullptr), uint32_t{NEB_XML_ERR_FILE_OPEN});
-    const guarded::FailingAllocation noText(1);
-    expect(NEB_XML_ParseFileInfo(path.c_str(), 0, &document, &error), NEB_XML_ERR_NO_MEMORY,
-           reasons::kNoMemory);
-  }
+  const std::string path = trees::temporaryFile("<a/>");
+  expectOfFile(nullptr, kInvalid, kArgument);
+  expectOfFile(empty.c_str(), kSyntax, reasons::kFileEmpty);
+  expectOfFile((empty + ".none").c_str(), NEB_XML_ERR_FILE_OPEN, reasons::kFileOpen);
+  const auto readNothing = [](void *, size_t, size_t, FILE *) { return size_t{0}; };
+  NEB_XML_RegFileFunc(std::fopen, std::fseek, std::fclose, readNothing, std::ftell);
+  expectOfFile(path.c_str(), NEB_XML_ERR_FILE_READ, reasons::kFileRead);
+  expect(NEB_XML_ParseFileInfo(path.c_str(), 2, &document, &error), kInvalid, kArgument);
+  expect(NEB_XML_ParseFileInfo(path.c_str(), 0, nullptr, &error), kInvalid, kArgument);
+  EXPECT_EQ(NEB_XML_ParseFileInfo("", 0, &document, nullptr), uint32_t{NEB_XML_ERR_FILE_OPEN});
+  const guarded::FailingAllocation noText(1);
+  expectOfFile(path.c_str(), NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory);
 }
 
 // Short memory is told as such, whichever of the two parses meets it, or is not noticed.
 TEST(Report, EveryAllocationFails) {
-  const std::string longer(5000, 'n');  // no two fit into a block
-  std::string deep = "<c>";
-  for (int level = 0; level < 64; ++level) deep.insert(0, "<a>");  // as many as are noted at first
+  const std::string longer(5000, 'n');                           // no two fit into a block
+  const std::string deep = tables::repeated("<a>", 64) + "<c>";  // as many as are noted at first
   const std::pair<std::string, std::string> texts[] = {
       {"<p:a x='1'>\n<b/></p:a>", ""},
       {"<a><b><c></b></a>", "c"},

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "neb_xml.h"
 
@@ -73,12 +74,7 @@ size_t lengthOfValue(const XmlNode *node) {
 // texts of two gigabytes are refused, wherever they stand and whatever they hold.
 TEST(Big, TextsBeyond4GiBAndStringsOf2GiB) {
   constexpr size_t kTexts = 4 * kGiB + 5 * kMiB, kStrings = 2 * kGiB + kMiB;
-  const struct {
-    size_t size;
-    const char *begin;
-    char fill;
-    const char *end;
-  } cases[] = {
+  const std::tuple<size_t, const char *, char, const char *> cases[] = {
       {kTexts, "<r><a>v</a>", ' ', "<b>w</b></r>"},
       {kTexts, "<r><a>v</a><!--", 'c', "--><b>w</b></r>"},
       {kTexts, "<r><a>v</a><?p", '>', "?><b>w</b></r>"},

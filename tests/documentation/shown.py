@@ -80,22 +80,21 @@ def program(code, language, place):
     return BODY.format(line=line, code=code.rstrip("\n"))
 
 
+def read(path):
+    with open(path) as file:
+        return file.read()
+
+
 def write(path, text):
     os.makedirs(os.path.dirname(path), exist_ok=True)
-    try:
-        with open(path) as file:
-            if file.read() == text:
-                return
-    except FileNotFoundError:
-        pass
-    with open(path, "w") as file:
-        file.write(text)
+    if not os.path.exists(path) or read(path) != text:
+        with open(path, "w") as file:
+            file.write(text)
 
 
 def extract_one(folder, document):
     name = os.path.splitext(os.path.basename(document))[0].lower()
-    with open(document) as file:
-        parts = list(blocks(file.read()))
+    parts = list(blocks(read(document)))
     heading, count, listed = name, {}, []
 
     def unique():
@@ -128,9 +127,8 @@ def extract_one(folder, document):
 
 
 def extract(arguments):
-    listed = []
-    for document in arguments.documents:
-        listed += extract_one(arguments.folder, document)
+    listed = [line for document in arguments.documents
+              for line in extract_one(arguments.folder, document)]
     write(os.path.join(arguments.folder, "samples.cmake"), "\n".join(listed) + "\n")
 
 
@@ -158,18 +156,14 @@ def run(arguments):
         done = subprocess.run(arguments.command, cwd=folder, stdout=subprocess.PIPE, text=True)
         found = done.stdout
         if done.returncode == 0 and arguments.file:
-            with open(os.path.join(folder, arguments.file)) as file:
-                found = file.read()
+            found = read(os.path.join(folder, arguments.file))
     if done.returncode != 0:
         sys.exit("%s ended with %d\n%s" % (arguments.command[0], done.returncode, found))
-    with open(arguments.expected) as file:
-        return compare(file.read(), found)
+    return compare(read(arguments.expected), found)
 
 
 def session(arguments):
-    with open(arguments.session) as file:
-        expected = file.read()
-    found = ""
+    expected, found = read(arguments.session), ""
     with tempfile.TemporaryDirectory() as temporary:
         folder = fresh_folder(arguments, temporary)
         for line in expected.splitlines():
@@ -186,15 +180,12 @@ def name_of(heading):
 
 
 def headings(document):
-    with open(document) as file:
-        return {name_of(text) for kind, _, text in blocks(file.read()) if kind == "heading"}
+    return {name_of(text) for kind, _, text in blocks(read(document)) if kind == "heading"}
 
 
 def broken(document):
     """What a document points at that is not there."""
-    with open(document) as file:
-        text = file.read()
-    folder = os.path.dirname(document)
+    text, folder = read(document), os.path.dirname(document)
     for target in re.findall(r"\]\(([^)\s]+)\)", text):
         path, _, section = target.partition("#")
         if "://" in path:
@@ -213,12 +204,9 @@ def broken(document):
 
 @functools.lru_cache
 def known_names():
-    names = set()
-    for path in ["support/xml/neb_xml.h"] + glob.glob("**/CMakeLists.txt", recursive=True) + \
-            glob.glob("cmake/*"):
-        with open(path) as file:
-            names |= set(re.findall(r"\w+", file.read()))
-    return names
+    paths = ["support/xml/neb_xml.h", *glob.glob("**/CMakeLists.txt", recursive=True),
+             *glob.glob("cmake/*")]
+    return {name for path in paths for name in re.findall(r"\w+", read(path))}
 
 
 def references(arguments):
