@@ -62,6 +62,8 @@ TEST(Face, RangesWorkWithLoopsAndAlgorithms) {
   EXPECT_EQ(namesOf(root.children("none")), "");
   EXPECT_EQ(namesOf(root.descendants()), "s s t e s ");
   EXPECT_EQ(namesOf(root.find("c.s.2").descendants()), "t ") << "confined to the subtree";
+  auto nested = Document::parse("<r><a><b><c/></b></a><z/></r>");
+  EXPECT_EQ(namesOf(nested->root().find("r.a.b").descendants()), "c ");
   EXPECT_EQ(namesOf(root.attributes()), "v w ");
   EXPECT_TRUE(root.find("c.e").children().empty());
   const auto children = root.children();

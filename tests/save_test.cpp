@@ -245,6 +245,7 @@ TEST_F(Save, GivesNoRightsAwayWithTheOwner) {
       {0, 0664, 0664, listed(6, 7, 0, 4, 6, 4), listed(6, 7, 0, 4, 6, 4)},
       {kNobody, 0664, 0660, listed(6, 7, 0, 4, 6, 4), listed(6, 7, 0, 4, 6, 0)},
       {kNobody, 0676, 0674, listed(6, 7, 6, 4, 7, 6), listed(6, 7, 4, 4, 7, 4)},
+      {kNobody, 0646, 0644, listed(6, 7, 7, 7, 4, 6), listed(6, 7, 4, 7, 4, 4)},
       {0, 0666, 0, {{"security.x", "not nobody's to set"}}},
   };
   for (const auto &[group, mode, expected, before, after, isMember] : cases) {

@@ -293,6 +293,10 @@ TEST(Clone, CopiesIntoMemoryThatIsNotCleared) {
     EXPECT_EQ(NEB_XML_CloneNodeSelf(document, &copies[2]), kOk);
     EXPECT_EQ(NEB_XML_ImportNode(document, document, &copies[3]), kOk);
     EXPECT_EQ(described(document), whole);
+    if (withSession) {
+      const auto *piece = static_cast<Text>(XML_Malloc(document, 200));
+      EXPECT_EQ(std::string(piece, 200), std::string(200, '\0'));
+    }
     for (const size_t i : {0U, 1U, 2U, 3U}) {
       EXPECT_EQ(described(copies[i]), expected[i]);
       EXPECT_TRUE(isDetached(copies[i]) && copies[i]->firstAttr->nameOwned == 1);

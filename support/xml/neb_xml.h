@@ -19,9 +19,9 @@
  *   node's own. In setting operations a null string leaves its field alone and an empty string
  *   clears it. Strings that a read operation hands out belong to the node: they are neither
  *   changed nor released by the caller and are valid until the node's string is replaced or the
- *   node is released. A node made through the hooks keeps its name when it leaves a document made
- *   through the hooks, also after the document is released. Names that are shared with the document
- *   (see NEB_XML_AddAttr) hold its record, which is freed with the last of them.
+ *   node is released. A node that leaves a document keeps its name, also after the document is
+ *   released, if both were made through the hooks: names that are shared with the document (see
+ *   NEB_XML_AddAttr) hold its record, which is freed with the last of them.
  *
  * The tree
  *
@@ -46,10 +46,10 @@
  *   made through the hooks may be put into a document that owns a session: left there, it goes
  *   with the document; taken out again, it remains the caller's, and may be released before or
  *   after the document. Its texts are to be read only while the document lives, since some may
- *   have become the session's. A text that such a node gives up while it stands in the document is
- *   kept until the session ends; only when memory is too short to note it does it go back at once. A
- *   node carved from a session, or one that has lived in a session's tree, is not accepted into a
- *   tree of another session or of none.
+ *   have become the session's. Texts that it gives up while it stands there are kept until the
+ *   session ends; only when memory is too short to note them do they go back at once. A node carved
+ *   from a session, or one that has lived in a session's tree, is not accepted into a tree of
+ *   another session or of none.
  *
  * Threads
  *
@@ -245,8 +245,7 @@ NEB_XML_API uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node; NEB_XML_ERR_ALREADY_EXISTS for
  * an attribute that would get prefix and name of another one of its element, nothing changed;
  * NEB_XML_ERR_NO_MEMORY when a copy could not be made: then no field is replaced, while fields
- * cleared by empty arguments stay cleared. Cost: the depth of the node and the lengths of the
- * texts; for an attribute also the number of its element's attributes.
+ * cleared by empty arguments stay cleared. Cost: the node's depth, the texts, its fellow attributes.
  */
 NEB_XML_API uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name,
                                      const char *value);
@@ -385,8 +384,7 @@ NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttr(const XmlNode *element, const ch
  *
  * Returns NEB_XML_OK with the strings of the attribute now in the cursor;
  * NEB_XML_ERR_INVALID_PARAM for any null argument, or a cursor that holds a node which is no
- * attribute of element, the cursor then unchanged; NEB_XML_ERR_NOT_FOUND at the end. Cost:
- * constant.
+ * attribute of element, the cursor then unchanged; NEB_XML_ERR_NOT_FOUND at the end.
  */
 NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttrEx(const XmlNode *element, const char **prefix,
                                                   const char **name, const char **value,
@@ -587,10 +585,9 @@ NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path
 /*
  * Text is line-broken and without declaration or indentation: every opening tag of an element
  * with children, every childless element and every closing tag ends in a line feed. In values the
- * characters " ' < > are written as references, and & as well unless it begins one. All other bytes
- * and all names are written as they stand: a tree that was edited may give a text that does not
- * parse, or parses to other values. NEB_XML_TransformIndented and NEB_XML_SaveFile are exact
- * instead.
+ * characters " ' < > are written as references, and & as well unless it begins one, names as they
+ * stand: the text of an edited tree may not parse, or to other values. NEB_XML_TransformIndented
+ * and NEB_XML_SaveFile are exact instead.
  *
  * start  an element or document; printed with its subtree, without its siblings. Not written to.
  * text   receives a NUL-terminated text from the allocation hook, exactly as large as needed;
@@ -598,8 +595,8 @@ NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a nameless
  * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more. Of a
- * shortage and a node without a name, the one that printing meets first decides. *text is left
- * alone unless it is NEB_XML_OK. Cost: linear in the nodes and texts.
+ * shortage and a node without a name, the one that printing meets first decides. *text is written
+ * on success only. Cost: linear in the nodes and texts.
  */
 
 /** Prints a subtree. */
@@ -775,17 +772,15 @@ NEB_XML_API uint32_t XML_SetNode(XmlNode *owner, XmlNode *node, const char *pref
  * Releases a node's strings and record, and no other node. Nothing happens in the tree of a
  * session, with which all goes.
  *
- * The node is taken out from between its parent and siblings first, an attribute out of its
- * element. Its attributes are left detached. Its children are left without a parent: those made
- * through the hooks are a chain of siblings, which XML_FreeNode releases from its first node on and
- * NEB_XML_FreeNode node by node; those carved from a session are detached. A node carved from a
- * session that stands in the tree of the hooks stays in its session, detached and without strings.
- * Cost: the node's children and attributes, its depth; for an attribute those before it.
+ * The node is taken out of its tree first. Its attributes are left detached, and so are children
+ * carved from a session; those made through the hooks stay a chain without a parent, which
+ * XML_FreeNode releases from its first node on. A node carved from a session that stands in a tree
+ * of the hooks stays in its session, detached and without strings.
+ * Cost: the depth, the children and attributes; for an attribute those before it.
  */
 NEB_XML_API void XML_FreeSingleNode(XmlNode *node);
 
-/** As XML_FreeSingleNode, for a detached attribute made through the hooks. Any other node is left
- *  as it is. */
+/** As XML_FreeSingleNode, for a detached attribute made through the hooks; others are left. */
 NEB_XML_API void XML_FreeSingleAttrNode(XmlNode *attribute);
 
 /**
@@ -952,38 +947,28 @@ NEB_XML_API uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, 
 
 /**
  * Prints a subtree exactly, with indentation: parsing the text with this library gives the same
- * names, values, attributes and structure. Another XML parser gives the same as well if the bytes of
- * 0x80 and above, which are not checked, are UTF-8 of characters that XML allows where they stand.
+ * names, values, attributes and structure. Another XML parser does so too if the bytes of 0x80 and
+ * above, which are not checked, are UTF-8 of characters that XML allows where they stand.
  *
- * Lines break as in NEB_XML_Transform. Each line that opens or closes an element is preceded by
- * width spaces for each level below start, but by no more than 128 in all: deeper lines stay there,
- * so that the text grows in proportion to the tree. Nothing is put into a value.
+ * Lines are as in NEB_XML_Transform, after width spaces for each level below start, but no more
+ * than 128 in all, so that the text grows in proportion to the tree. In values " ' < > & are
+ * written as references, & also where it begins one, and so are carriage returns, in attributes
+ * tabs and line feeds too; of white space that begins an element's value, the first character where
+ * parsing would drop or misplace it. An empty value is none: both are written <x/>, or a="" for an
+ * attribute. White space beside children is layout and is left out.
  *
- * In values " ' < > & are written as references, & also where it begins a reference, and so are
- * carriage returns, in attributes tabs and line feeds too. Of white space at the beginning of an
- * element's value the first character is written as a reference where parsing would drop or
- * misplace it: when it holds more than spaces, or is the whole value.
- *
- * An empty value is none: <x></x> parses to no value, and both are written <x/>; an attribute
- * without a value is written like an empty one. A value of white space beside children is layout
- * and is left out.
- *
- * start  an element or document; printed with its subtree, without its siblings. Not written to.
- * width  0 to 16.
- * text   receives a NUL-terminated text from the allocation hook, released with NEB_XML_FreeMem.
+ * start, text  as for NEB_XML_Transform.
+ * width        0 to 16.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more;
- * NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, another width, and for what no text
- * can hold:
+ * NEB_XML_ERR_INVALID_PARAM for a wrong argument, and for what no text can hold:
  *   - a node of another type than element and document;
- *   - a name that is missing or none in XML. Of ASCII, names hold letters, digits and . - _ : and
- *     do not begin with a digit, '.' or '-'. Prefix and local name count as one name, which neither
- *     begins nor ends with a colon;
+ *   - a name, its prefix included, that is missing or none in XML: of ASCII, letters, digits and
+ *     . - _ : of which digits, '.' and '-' do not begin it, and ':' neither begins nor ends it;
  *   - two attributes of one element whose whole names are the same;
  *   - a control character below 0x20 in a value, other than tab, line feed and carriage return;
  *   - a value beside children that is more than white space.
- * Of several failures the one that printing meets first decides, in document order. *text is left
- * alone unless the result is NEB_XML_OK. Cost: linear in the nodes, their texts and the spaces.
+ * The first failure that printing meets decides. Cost: linear in the nodes, texts and spaces.
  */
 NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t width, char **text);
 
@@ -993,19 +978,18 @@ NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t wi
  * followed and must lead to a file. An old file's permissions and, as far as the process may, its
  * owner are kept; on Linux its access control list and other extended attributes too, but not
  * security.capability, .ima and .evm, which describe the old content. If the group cannot be kept,
- * the old group's rights are not given to the new one. If an access control list or an attribute
- * cannot be kept, the call fails: nobody gains rights. A new file gets what the process's mask
- * allows. Other hard links to the old file keep the old text.
+ * its rights are not given to another; if a list or an attribute cannot, the call fails: nobody
+ * gains rights. A new file gets what the process's mask allows. Other hard links keep the old text.
  *
- * start  as for NEB_XML_TransformIndented.
- * path   up to 1024 bytes; no directory is created. The file hooks are not used.
- * width  spaces for each level; what is written is what NEB_XML_TransformIndented prints.
+ * path          up to 1024 bytes; no directory is created. The file hooks are not used.
+ * start, width  what is written is what NEB_XML_TransformIndented prints.
  *
  * Returns the results of NEB_XML_TransformIndented, before anything is written: what no text can
  * hold is NEB_XML_ERR_INVALID_PARAM; NEB_XML_ERR_FILE_OPEN when the temporary file cannot be made,
- * the path is longer, or it leads to something that is no regular file; NEB_XML_ERR_FILE_WRITE when it was not written, flushed or renamed, or an
- * attribute cannot be kept; NEB_XML_ERR_NO_MEMORY also for what reading attributes takes. After a
- * failure the old file stands and nothing is left behind.
+ * the path is longer, or leads to something that is no regular file; NEB_XML_ERR_FILE_WRITE when it
+ * was not written, flushed or renamed, or an attribute cannot be kept; NEB_XML_ERR_NO_MEMORY also
+ * for reading attributes. After a failure the old file stands, and nothing is left behind unless
+ * the folder forbids removing it.
  */
 NEB_XML_API uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path, uint32_t width);
 
