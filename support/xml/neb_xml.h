@@ -245,7 +245,7 @@ NEB_XML_API uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node; NEB_XML_ERR_ALREADY_EXISTS for
  * an attribute that would get prefix and name of another one of its element, nothing changed;
  * NEB_XML_ERR_NO_MEMORY when a copy could not be made: then no field is replaced, while fields
- * cleared by empty arguments stay cleared. Cost: the node's depth, the texts, its fellow attributes.
+ * cleared by empty arguments stay cleared. Cost: the node's depth, texts and fellow attributes.
  */
 NEB_XML_API uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name,
                                      const char *value);
