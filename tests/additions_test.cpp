@@ -35,6 +35,11 @@ TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
   XML_SetNode(other, other, nullptr, "other", nullptr);
   EXPECT_EQ(NEB_XML_AppendChildNode(document, other), kOk);
   EXPECT_EQ(indented(document, 0), "error") << "a node of another type";
+  NEB_XML_FreeNode(other);
+  for (const auto &[value, isLayout] : {std::pair(" \t\n\r", true), {" \v", false}, {"x", false}}) {
+    NEB_XML_SetNode(document, nullptr, nullptr, value);
+    EXPECT_EQ(indented(document, 0) != "error", isLayout) << "beside children";
+  }
   NEB_XML_FreeNode(document);
 }
 

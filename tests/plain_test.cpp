@@ -106,7 +106,8 @@ TEST_P(Plain, LeavesZerosBehindWhatReferencesBecome) {
 // '*' stands for a run of a name, '_' for a run of white space.
 const std::vector<std::string> kShapes = fieldsOf(
     "<*/> ~ <*></*> ~ <p:*/> ~ <*:p/> ~ <*:p>t</*:p> ~ <r><*>v</*></r> ~ <r><m/><p:*>v</p:*></r> ~ "
-    "<r><m/><*/> ~ <r><m/><*></*> ~ <r><m/><*>v</*> ~ <r><m/><a x='1'><*/></a> ~ <_*/> ~ <r_><m_/> "
+    "<r><m/><*/> ~ <r><m/><p:*/> ~ <r><m/><*></*> ~ <r><m/><*>v</*> ~ <r><m/><a x='1'><*/></a> ~ "
+    "<_*/> ~ <r_><m_/> "
     "~ "
     "<a *='v'/> ~ <a p:*='v'/> ~ <a *:p='v'/> ~ <r><m/><a *='v'/> ~ <r><m/><a x='*'/> ~ <a "
     "x=\"*\"/> ~ "
