@@ -14,6 +14,7 @@ namespace {
 
 using parses::outcome;
 using tables::fieldsOf;
+using tables::repeated;
 using tables::replaced;
 
 // Good and bad markup inside of an element.
@@ -106,7 +107,8 @@ TEST_P(Plain, LeavesZerosBehindWhatReferencesBecome) {
 // '*' stands for a run of a name, '_' for a run of white space.
 const std::vector<std::string> kShapes = fieldsOf(
     "<*/> ~ <*></*> ~ <p:*/> ~ <*:p/> ~ <*:p>t</*:p> ~ <r><*>v</*></r> ~ <r><m/><p:*>v</p:*></r> ~ "
-    "<r><m/><*/> ~ <r><m/><p:*/> ~ <r><m/><*></*> ~ <r><m/><*>v</*> ~ <r><m/><a x='1'><*/></a> ~ "
+    "<r><m/><*/> ~ <r><m/><p:*/> ~ <r><m/><p:* x='1'/> ~ <r><m/><*></*> ~ <r><m/><*>v</*> ~ "
+    "<r><m/><a x='1'><*/></a> ~ "
     "<_*/> ~ <r_><m_/> "
     "~ "
     "<a *='v'/> ~ <a p:*='v'/> ~ <a *:p='v'/> ~ <r><m/><a *='v'/> ~ <r><m/><a x='*'/> ~ <a "
@@ -120,8 +122,8 @@ const std::vector<std::string> kShapes = fieldsOf(
 // What is longer than the others is cut in fewer places.
 void expectAgreement(const std::string &shape, size_t run, bool isCut) {
   const std::string begun = replaced(shape, "<r><m/>", "<r><longer.than.a.vector/>");
-  const std::string text =
-      replaced(replaced(begun, "_", std::string(run, ' ')), "*", std::string(run, 'n'));
+  const std::string letters = repeated("abcdefghijklmnopqrstuvwxyz-", run / 27 + 1).substr(0, run);
+  const std::string text = replaced(replaced(begun, "_", std::string(run, ' ')), "*", letters);
   outcome(text + std::string(200, ' '));
   outcome(std::string(4096, ' ') + text);  // too long to be copied
   for (const size_t cut : {0U, 1U, 2U, 3U, 5U, 8U}) {
