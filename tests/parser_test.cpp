@@ -247,30 +247,4 @@ TEST(Parser, EntryPointsTellWhatFailedAndWriteTheirResultAsPromised) {
   NEB_XML_FreeNode(kept);
 }
 
-// Name and ownership flags of every node, in the order of the text.
-std::string flagsOf(const XmlNode *document) {
-  std::string flags;
-  const auto add = [&](const XmlNode *node) {
-    EXPECT_TRUE(node->sessionId == document->sessionId);
-    flags += node->name + std::to_string(node->nameOwned) + std::to_string(node->valueOwned) + " ";
-  };
-  for (const XmlNode *node = document; node != nullptr; node = NEB_XML_Iterator(node)) {
-    add(node);
-    for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) add(attr);
-  }
-  return flags;
-}
-
-TEST(Parser, NodesOwnTheirStringsAndComeFromWhereTheDocumentDoes) {
-  for (const bool withSession : {false, true}) {
-    XmlNode *document = trees::parsed("<p:a x='1' y=''><b/><c></c><d>t</d></p:a>", withSession);
-    EXPECT_EQ(guarded::outstanding(), withSession ? 1U : 15U) << "a block, or 6 nodes, 9 strings";
-    EXPECT_EQ(flagsOf(document), "a11 x11 y11 b10 c11 d11 ");
-    NEB_XML_FreeNode(document);
-    document = trees::parsed("<a><b><c x='1'/>", withSession);
-    EXPECT_EQ(flagsOf(document), "a10 b10 c10 x11 ");
-    NEB_XML_FreeNode(document);
-  }
-}
-
 }  // namespace
