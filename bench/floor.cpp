@@ -4,7 +4,9 @@
 #include <cstring>
 
 #include "neb_xml.h"
-#include "xml/xml_node.h"
+#include "xml/tree/node.h"
+
+using namespace neb::xml::internal;
 
 namespace bench {
 namespace {

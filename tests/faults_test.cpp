@@ -13,8 +13,10 @@
 
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
-#include "xml/xml_memory_table.h"
-#include "xml/xml_node.h"
+#include "xml/memory/session_table.h"
+#include "xml/tree/node.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

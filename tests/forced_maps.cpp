@@ -3,7 +3,9 @@
 
 #include <cstdlib>
 
-#include "xml/xml_parser_map.h"
+#include "xml/parser/map.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

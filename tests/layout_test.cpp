@@ -7,8 +7,10 @@
 #include "support/guarded_hooks.h"
 #include "support/layout.h"
 #include "support/trees.h"
-#include "xml/xml_memory_carver.h"
-#include "xml/xml_memory_table.h"
+#include "xml/memory/carver.h"
+#include "xml/memory/session_table.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

@@ -8,8 +8,10 @@
 
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
-#include "xml/xml_memory.h"
-#include "xml/xml_memory_table.h"
+#include "xml/memory/session_table.h"
+#include "xml/memory/sessions.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

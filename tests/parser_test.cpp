@@ -12,8 +12,10 @@
 #include "support/parses.h"
 #include "support/tables.h"
 #include "support/trees.h"
-#include "xml/xml_node.h"
-#include "xml/xml_parser_attribute_set.h"
+#include "xml/parser/attribute_set.h"
+#include "xml/tree/node.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

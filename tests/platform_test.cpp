@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace platform = neb::platform;
+
 namespace {
 
 constexpr char kSource[] = "0123456789";

@@ -10,7 +10,9 @@
 #include "support/parses.h"
 #include "support/tables.h"
 #include "support/trees.h"
-#include "xml/xml_parser_reasons.h"
+#include "xml/parser/reasons.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

@@ -3,7 +3,9 @@
 
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
-#include "xml/xml_node.h"
+#include "xml/tree/node.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

@@ -7,7 +7,9 @@
 #include "support/guarded_hooks.h"
 #include "support/tables.h"
 #include "support/trees.h"
-#include "xml/xml_node.h"
+#include "xml/tree/node.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

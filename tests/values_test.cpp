@@ -7,7 +7,9 @@
 #include <tuple>
 
 #include "support/trees.h"
-#include "xml/xml_node.h"
+#include "xml/tree/node.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

@@ -73,7 +73,7 @@ class Picture:
 
 
 def record():
-    """The node record, as xml_node.h lays it out, and its links."""
+    """The node record, as tree/node.h lays it out, and its links."""
     picture = Picture(920, 600, "The node record and its links")
     fields = [(0, 4, "sessionId", "blue"), (4, 4, "marks …", "grey"), (8, 8, "name", "green"),
               (16, 8, "value", "green"), (24, 8, "prefix", "green"), (32, 4, "type …", "grey"),

@@ -18,7 +18,9 @@
 #include "support/require.h"
 #include "support/tables.h"
 #include "support/trees.h"
-#include "xml/xml_node.h"
+#include "xml/tree/node.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

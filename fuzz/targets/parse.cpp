@@ -9,8 +9,10 @@
 #include "support/hooks.h"
 #include "support/require.h"
 #include "support/trees.h"
-#include "xml/xml_node.h"
-#include "xml/xml_parser.h"
+#include "xml/parser/parser.h"
+#include "xml/tree/node.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

@@ -8,7 +8,9 @@
 #include "support/hooks.h"
 #include "support/require.h"
 #include "support/trees.h"
-#include "xml/xml_node.h"
+#include "xml/tree/node.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace platform {
+namespace neb::platform {
 
 // All return 0, or an errno value with the destination untouched unless told otherwise.
 
@@ -55,4 +55,4 @@ inline int strncpy_s(char *destination, size_t capacity, const char *source, siz
   return -1;
 }
 
-}  // namespace platform
+}  // namespace neb::platform

@@ -7,7 +7,7 @@
 
 #include "platform/bounded_memory.h"
 
-namespace platform {
+namespace neb::platform {
 
 #ifdef PATH_MAX
 constexpr size_t kPathCapacity = PATH_MAX;
@@ -31,4 +31,4 @@ inline bool canonicalise(const char *path, Path &canonical) {
 #endif
 }
 
-}  // namespace platform
+}  // namespace neb::platform

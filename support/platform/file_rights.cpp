@@ -14,7 +14,7 @@
 
 #include "neb_xml.h"
 
-namespace platform {
+namespace neb::platform {
 
 namespace {
 
@@ -237,4 +237,4 @@ bool hasRightsOf(int file, const char *oldPath, const struct stat &old) {
   return transferRest(file, oldPath, old, Purpose::compare) == Transfer::done;
 }
 
-}  // namespace platform
+}  // namespace neb::platform

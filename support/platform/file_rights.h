@@ -4,7 +4,7 @@
 
 #include <sys/stat.h>
 
-namespace platform {
+namespace neb::platform {
 
 constexpr mode_t kPrivateFileMode = 0600;
 
@@ -25,4 +25,4 @@ Transfer takeOverRights(int file, const char *oldPath, const struct stat &old);
 // True when takeOverRights would have nothing left to do.
 bool hasRightsOf(int file, const char *oldPath, const struct stat &old);
 
-}  // namespace platform
+}  // namespace neb::platform

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace platform {
+namespace neb::platform {
 
 // The length of a text, or the largest count when it has more bytes than that.
 inline uint32_t KAVO_StrLen(const char *text) {
@@ -18,4 +18,4 @@ inline int KAVO_MemCmp(const void *a, const void *b, size_t count) {
   return std::memcmp(a, b, count);
 }
 
-}  // namespace platform
+}  // namespace neb::platform

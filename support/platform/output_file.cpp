@@ -9,7 +9,7 @@
 #include "platform/bounded_memory.h"
 #include "platform/canonical_path.h"
 
-namespace platform {
+namespace neb::platform {
 
 namespace {
 
@@ -65,4 +65,4 @@ WriteOutcome writeWholeFile(const char *path, const char *text, size_t length) {
   return items == 1 ? WriteOutcome::written : WriteOutcome::notWritten;
 }
 
-}  // namespace platform
+}  // namespace neb::platform

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-namespace platform {
+namespace neb::platform {
 
 constexpr size_t kLongestOutputPath = 1024;
 
@@ -15,4 +15,4 @@ enum class WriteOutcome { written, notOpened, notWritten, noMemory };
 // for writing only, and not opened while nobody reads from it.
 WriteOutcome writeWholeFile(const char *path, const char *text, size_t length);
 
-}  // namespace platform
+}  // namespace neb::platform

@@ -16,7 +16,7 @@
 #include "platform/canonical_path.h"
 #include "platform/file_rights.h"
 
-namespace platform {
+namespace neb::platform {
 
 namespace {
 
@@ -184,4 +184,4 @@ WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length)
   return WriteOutcome::notWritten;
 }
 
-}  // namespace platform
+}  // namespace neb::platform

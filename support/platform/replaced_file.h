@@ -5,7 +5,7 @@
 
 #include "platform/output_file.h"
 
-namespace platform {
+namespace neb::platform {
 
 // Writes a temporary file beside the target, gives it the target's rights (see file_rights.h),
 // flushes it to the disk and renames it over the target. Its name cannot be foretold. A symbolic
@@ -13,4 +13,4 @@ namespace platform {
 // stands and no temporary one is left.
 WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length);
 
-}  // namespace platform
+}  // namespace neb::platform

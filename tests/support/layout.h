@@ -8,9 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "xml/xml_memory.h"
+#include "xml/memory/sessions.h"
 
 namespace layout {
+
+using namespace neb::xml::internal;
 
 // One that was asked for; the start is null where nobody knows it.
 struct Piece {

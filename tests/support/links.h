@@ -4,9 +4,11 @@
 #include <cstring>
 #include <string>
 
-#include "xml/xml_node.h"
+#include "xml/tree/node.h"
 
 namespace links {
+
+using namespace neb::xml::internal;
 
 // A length that is noted is the string's own.
 template <typename Check>

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "xml/xml_parser_map.h"
+#include "xml/parser/map.h"
+
+using neb::xml::internal::MarkupMap;
 
 class Maps : public testing::TestWithParam<bool> {
  protected:

@@ -10,10 +10,12 @@
 #include "support/layout.h"
 #include "support/page_edge.h"
 #include "support/trees.h"
-#include "xml/xml_memory_table.h"
-#include "xml/xml_parser.h"
+#include "xml/memory/session_table.h"
+#include "xml/parser/parser.h"
 
 namespace parses {
+
+using namespace neb::xml::internal;
 
 inline const guarded::PageEdge kEdge(size_t{1} << 18);
 

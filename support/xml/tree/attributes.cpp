@@ -1,0 +1,203 @@
+// Reading, adding, changing and removing attributes.
+#include "tree/attributes.h"
+
+#include <cstring>
+
+#include "tree/names.h"
+#include "tree/nodes.h"
+#include "tree/release.h"
+
+namespace neb::xml::internal {
+
+namespace {
+
+bool sameText(const char *a, const char *b) {
+  if (a == b) return true;
+  return a != nullptr && b != nullptr && std::strcmp(a, b) == 0;
+}
+
+bool isNamed(const XmlNode *attribute, const char *prefix, const char *name) {
+  return sameText(name, attribute->name) && sameText(prefix, attribute->prefix);
+}
+
+const char *noneIfEmpty(const char *text) { return isMissing(text) ? nullptr : text; }
+
+void readStrings(const XmlNode *attribute, const char **prefix, const char **name,
+                 const char **value) {
+  *prefix = attribute->prefix;
+  *name = attribute->name;
+  *value = attribute->value;
+}
+
+// Two fields of records in one conditional expression would be bound as if they were aligned.
+XmlNode *nextAttribute(const XmlNode *element, const XmlNode *before) {
+  if (before == nullptr) return element->firstAttr;
+  return before->next;
+}
+
+void appendAttribute(XmlNode *attribute, XmlNode *element) {
+  attribute->parent = element;
+  if (element->firstAttr == nullptr) {
+    element->firstAttr = attribute;
+    return;
+  }
+  XmlNode *last = element->firstAttr;
+  while (last->next != nullptr) last = last->next;
+  last->next = attribute;
+}
+
+}  // namespace
+
+XmlNode *xmlGetAttr(const XmlNode *element, const char *prefix, const char *name) {
+  XmlNode *attribute = element->firstAttr;
+  while (attribute != nullptr && !isNamed(attribute, prefix, name)) attribute = attribute->next;
+  return attribute;
+}
+
+bool wouldRepeatAttribute(const XmlNode *node, const char *prefix, const char *name) {
+  const bool isRenamed = prefix != nullptr || name != nullptr;
+  if (!isRenamed || !isAttribute(node) || node->parent == nullptr) return false;
+  const char *newPrefix = prefix != nullptr ? noneIfEmpty(prefix) : node->prefix;
+  const char *newName = name != nullptr ? noneIfEmpty(name) : node->name;
+  const XmlNode *other = node->parent->firstAttr;
+  while (other != nullptr && (other == node || !isNamed(other, newPrefix, newName))) {
+    other = other->next;
+  }
+  return other != nullptr;
+}
+
+XmlNode *makeAttribute(XmlNode *topmost, const char *prefix, const char *name, const char *value) {
+  const Storage storage = Storage::ofTopmost(topmost);
+  XmlNode *attribute = makeNode(storage, NEB_XML_NODE_ATTRIBUTE);
+  if (attribute == nullptr) return nullptr;
+  if (setStrings(storage, attribute, prefix, name, value) == NEB_XML_OK) return attribute;
+  XML_FreeSingleAttrNode(attribute);
+  return nullptr;
+}
+
+uint32_t attachMadeAttribute(XmlNode *attribute, XmlNode *element, XmlNode *topmost) {
+  const uint32_t result = XML_AddAttrNode(attribute, element);
+  if (result != NEB_XML_OK) {
+    XML_FreeSingleAttrNode(attribute);
+    return result;
+  }
+  internName(attribute, topmost);
+  return NEB_XML_OK;
+}
+
+}  // namespace neb::xml::internal
+
+using namespace neb::xml::internal;
+
+uint32_t NEB_XML_GetAttr(const XmlNode *element, const char *prefix, const char *name,
+                         const char **value) {
+  if (!canHaveAttributes(element) || name == nullptr || value == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  const XmlNode *attribute = xmlGetAttr(element, prefix, name);
+  if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  *value = attribute->value;
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_GetFirstAttr(const XmlNode *element, const char **prefix, const char **name,
+                              const char **value) {
+  return NEB_XML_GetFirstAttrEx(element, prefix, name, value, nullptr);
+}
+
+uint32_t NEB_XML_GetFirstAttrEx(const XmlNode *element, const char **prefix, const char **name,
+                                const char **value, XmlNode **cursor) {
+  if (!canHaveAttributes(element) || prefix == nullptr || name == nullptr || value == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  if (element->firstAttr == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  readStrings(element->firstAttr, prefix, name, value);
+  if (cursor != nullptr) *cursor = element->firstAttr;
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_GetNextSiblingAttr(const XmlNode *element, const char *prefix, const char *name,
+                                    const char **nextPrefix, const char **nextName,
+                                    const char **nextValue) {
+  if (!canHaveAttributes(element) || name == nullptr || nextPrefix == nullptr ||
+      nextName == nullptr || nextValue == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  const XmlNode *attribute = xmlGetAttr(element, prefix, name);
+  if (attribute == nullptr || attribute->next == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  readStrings(attribute->next, nextPrefix, nextName, nextValue);
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_GetNextSiblingAttrEx(const XmlNode *element, const char **prefix,
+                                      const char **name, const char **value, XmlNode **cursor) {
+  if (!canHaveAttributes(element) || prefix == nullptr || name == nullptr || value == nullptr ||
+      cursor == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  const bool isOther =
+      *cursor != nullptr && (!isAttribute(*cursor) || (*cursor)->parent != element);
+  if (isOther) return NEB_XML_ERR_INVALID_PARAM;
+  XmlNode *attribute = nextAttribute(element, *cursor);
+  *cursor = attribute;
+  if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  readStrings(attribute, prefix, name, value);
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_AddAttr(XmlNode *element, const char *prefix, const char *name,
+                         const char *value) {
+  if (!canHaveAttributes(element) || isMissing(name)) return NEB_XML_ERR_INVALID_PARAM;
+  XmlNode *topmost = topmostNode(element);
+  if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  XmlNode *attribute = makeAttribute(topmost, prefix, name, value);
+  if (attribute == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  return attachMadeAttribute(attribute, element, topmost);
+}
+
+uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNode *element) {
+  if (attribute == nullptr || !canHaveAttributes(element)) return NEB_XML_ERR_INVALID_PARAM;
+  if (!isAttribute(attribute) || attribute->parent != nullptr || attribute->next != nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  if (xmlGetAttr(element, attribute->prefix, attribute->name) != nullptr) {
+    return NEB_XML_ERR_ALREADY_EXISTS;
+  }
+  if (!tieChild(attribute, element)) return NEB_XML_ERR_NO_MEMORY;
+  settleIn(element, isOfHook(attribute) ? uint32_t{attribute->livedIn} : attribute->sessionId);
+  appendAttribute(attribute, element);
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix, const char *name,
+                         const char *value) {
+  if (!canHaveAttributes(element) || name == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  XmlNode *attribute = xmlGetAttr(element, noneIfEmpty(prefix), name);
+  if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  XmlNode *topmost = topmostNode(element);
+  if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  const Storage storage = Storage::ofTopmost(topmost);
+  if (isMissing(value)) {
+    dropString(attribute, StringField::value, storage);
+    attribute->valueOwned = 0;
+  } else {
+    const uint32_t result = setStrings(storage, attribute, nullptr, nullptr, value);
+    if (result != NEB_XML_OK) return result;
+  }
+  internName(attribute, topmost);
+  return NEB_XML_OK;
+}
+
+uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, const char *name) {
+  if (!canHaveAttributes(element) || name == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  XmlNode *attribute = xmlGetAttr(element, noneIfEmpty(prefix), name);
+  if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  const Storage storage = Storage::of(element);
+  unlinkAttribute(attribute);
+  if (storage.isHook()) {
+    releaseSingle(attribute, storage);
+  } else if (isOfHook(attribute)) {
+    keepAttribute(*storage.session(), attribute);
+  }
+  return NEB_XML_OK;
+}

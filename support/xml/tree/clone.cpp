@@ -1,0 +1,335 @@
+// Copying nodes, alone or with their subtrees.
+#include <algorithm>
+#include <cstring>
+
+#include "memory/carver.h"
+#include "memory/sessions.h"
+#include "neb_xml.h"
+#include "tree/node_records.h"
+#include "tree/node_strings.h"
+#include "tree/nodes.h"
+#include "tree/release.h"
+
+namespace neb::xml::internal {
+
+namespace {
+
+// Where a copy goes: the storage of the source's tree, or for a document that owns a session a
+// session of its own.
+bool storageForCopy(const XmlNode *source, const XmlNode *topmost, Storage *storage) {
+  if (!ownsSession(source)) {
+    *storage = Storage::ofTopmost(topmost);
+    return true;
+  }
+  const uint32_t session = XML_MemSessionBegin(kDocumentSessionSize);
+  *storage = Storage(session);
+  return session != 0;
+}
+
+uint32_t typeOfCopy(const XmlNode *source, bool documentsBecomeElements) {
+  if (documentsBecomeElements && source->type == NEB_XML_NODE_DOCUMENT) {
+    return NEB_XML_NODE_ELEMENT;
+  }
+  return static_cast<uint32_t>(source->type);
+}
+
+// Makes records of the hook.
+class HookCopier {
+ public:
+  XmlNode *copyRecord(const XmlNode *source, uint32_t type) const {
+    XmlNode *copy = makeNode(storage_, type);
+    if (copy == nullptr) return nullptr;
+    if (setStrings(storage_, copy, source->prefix, source->name, source->value) == NEB_XML_OK) {
+      return copy;
+    }
+    releaseSingle(copy, storage_);
+    return nullptr;
+  }
+
+  void release(XmlNode *copy) const { releaseChain(copy, storage_); }
+
+ private:
+  Storage storage_;
+};
+
+// Makes records of a session, each together with its strings where they fit.
+class SessionCopier {
+ public:
+  SessionCopier(const Storage &storage) : carver_(*storage.session()), handle_(storage.handle()) {}
+  ~SessionCopier() { carver_.save(); }
+  SessionCopier(const SessionCopier &) = delete;
+  SessionCopier &operator=(const SessionCopier &) = delete;
+
+  XmlNode *copyRecord(const XmlNode *source, uint32_t type) {
+    if (type == NEB_XML_NODE_ATTRIBUTE) {
+      if (XmlNode *copy = copyAsItLies(source)) return copy;
+    }
+    const Strings strings(source);
+    const size_t size = recordSize(type);
+    char *pieces = carver_.carveTogether(std::min(size, strings.smallest()), size + strings.all());
+    auto *copy = reinterpret_cast<XmlNode *>(pieces != nullptr ? pieces : carver_.carvePiece(size));
+    if (copy == nullptr) return nullptr;
+    fillRecord(copy, static_cast<int8_t>(type), handle_, notedNameLength(strings.name));
+    fillRest(copy, type, strings);
+    if (pieces == nullptr) return copyStrings(source, strings, copy) ? copy : nullptr;
+    const bool hasBytesBefore = hasBytesBeforeStrings(source);
+    char *text = pieces + size;
+    copy->prefix = place(source->prefix, strings.prefix, hasBytesBefore, &text);
+    copy->name = place(source->name, strings.name, hasBytesBefore, &text);
+    copy->value = place(source->value, strings.value, hasBytesBefore, &text);
+    return copy;
+  }
+
+  // A session keeps what it gave.
+  static void release(XmlNode * /*copy*/) {}
+
+ private:
+  // The lengths of the strings; 0 where there is nothing to copy.
+  struct Strings {
+    size_t prefix;
+    size_t name;
+    size_t value;
+
+    explicit Strings(const XmlNode *node)
+        : prefix(prefixLengthOf(node)),
+          name(node->name != nullptr ? nameLengthOf(node) : 0),
+          value(node->value != nullptr ? valueLengthOf(node) : 0) {}
+
+    // With the terminators of those that there are.
+    size_t all() const { return sizeOf(prefix) + sizeOf(name) + sizeOf(value); }
+    size_t smallest() const { return std::min({prefix - 1, name - 1, value - 1}) + 2; }
+
+   private:
+    static size_t sizeOf(size_t length) { return length != 0 ? length + 1 : 0; }
+  };
+
+  // An attribute in one go, if its strings lie behind its record, as the parser leaves them, and the
+  // copies would lie so too; else null.
+  XmlNode *copyAsItLies(const XmlNode *source) {
+    const char *begin = reinterpret_cast<const char *>(source);
+    const char *strings = begin + kAttributeRecordSize;
+    const char *first = source->prefix != nullptr ? source->prefix : source->name;
+    const size_t nameSize = source->nameLength + size_t{1};
+    const size_t valueSize = source->valueSize;
+    const bool liesTogether = first == strings && hasNotedNameLength(source) && valueSize > 1 &&
+                              source->value == source->name + nameSize;
+    if (!liesTogether) return nullptr;
+    const auto prefixSize = static_cast<size_t>(source->name - strings);
+    size_t smallest = std::min({kAttributeRecordSize, nameSize, valueSize});
+    if (source->prefix != nullptr) {
+      if (!isPrefix(source->name, prefixSize)) return nullptr;
+      smallest = std::min(smallest, prefixSize);
+    }
+    const size_t size = kAttributeRecordSize + prefixSize + nameSize + valueSize;
+    char *pieces = carver_.carveTogether(smallest, size);
+    if (pieces == nullptr) return nullptr;
+    internal::copyString(pieces, begin, size);
+    auto *copy = reinterpret_cast<XmlNode *>(pieces);
+    copy->sessionId = handle_;
+    copy->marks = 0;
+    copy->nameOwned = 1;
+    copy->valueOwned = 1;
+    copy->livedIn = 0;
+    if (source->prefix != nullptr) copy->prefix = pieces + kAttributeRecordSize;
+    copy->name = pieces + kAttributeRecordSize + prefixSize;
+    copy->value = copy->name + nameSize;
+    copy->next = nullptr;
+    return copy;
+  }
+
+  // Whether a string of so many bytes, with its terminator, fills the place between a record and the
+  // name of the node. Strings longer than a vector are not looked at.
+  static bool isPrefix(const char *name, size_t size) {
+    if (size < 2 || size > kVectorSize) return false;
+    const uint64_t zeros = bitsOf(loadVector(name - kVectorSize) == 0);
+    return zeros >> (kVectorSize - size) == uint64_t{1} << (size - 1);
+  }
+
+  // What the two kinds of nodes do not share, and no strings.
+  static void fillRest(XmlNode *copy, uint32_t type, const Strings &strings) {
+    noteValueLength(copy, strings.value);
+    copy->nameOwned = strings.name != 0 ? 1 : 0;
+    copy->valueOwned = strings.value != 0 ? 1 : 0;
+    copy->parent = nullptr;
+    if (type == NEB_XML_NODE_ATTRIBUTE) return;
+    copy->prev = nullptr;
+    copy->firstChild = nullptr;
+    copy->lastChild = nullptr;
+    copy->firstAttr = nullptr;
+    if (type != NEB_XML_NODE_DOCUMENT) return;
+    copy->isDocument = 1;
+    std::memset(copy->nameTable, 0, sizeof copy->nameTable);
+  }
+
+  // Copies a string to the next place in pieces that were carved together.
+  static char *place(const char *text, size_t length, bool hasBytesBefore, char **next) {
+    if (length == 0) return nullptr;
+    char *copy = *next;
+    char *end = copyString(copy, text, length, hasBytesBefore);
+    *end = '\0';
+    *next = end + 1;
+    return copy;
+  }
+
+  bool copyStrings(const XmlNode *source, const Strings &strings, XmlNode *copy) {
+    char *prefix = nullptr;
+    char *name = nullptr;
+    char *value = nullptr;
+    const bool made = copyAlone(source->prefix, strings.prefix, &prefix) &&
+                      copyAlone(source->name, strings.name, &name) &&
+                      copyAlone(source->value, strings.value, &value);
+    copy->prefix = prefix;
+    copy->name = name;
+    copy->value = value;
+    return made;
+  }
+
+  bool copyAlone(const char *text, size_t length, char **copy) {
+    if (length == 0) return true;
+    *copy = carver_.carvePiece(length + 1);
+    if (*copy != nullptr) std::memcpy(*copy, text, length + 1);
+    return *copy != nullptr;
+  }
+
+  SessionCarver carver_;
+  uint32_t handle_;
+};
+
+// Copies trees record by record.
+template <typename Copier>
+class TreeCopier {
+ public:
+  TreeCopier(Copier *copier, bool documentsBecomeElements)
+      : copier_(*copier), documentsBecomeElements_(documentsBecomeElements) {}
+
+  // A node with its attributes; null when memory runs out.
+  XmlNode *copySelf(const XmlNode *source) {
+    XmlNode *copy = copyRecord(source);
+    if (copy == nullptr || copyAttributes(source, copy)) return copy;
+    copier_.release(copy);
+    return nullptr;
+  }
+
+  // Copies what is below source under copy, walking both trees side by side. Each copy is linked
+  // before its own children are made, so that a failure leaves a whole tree to release.
+  [[gnu::flatten]] bool xmlClone(const XmlNode *source, XmlNode *copy) {
+    const XmlNode *from = source;
+    XmlNode *to = copy;
+    for (;;) {
+      if (from->firstChild != nullptr) {
+        from = from->firstChild;
+      } else {
+        while (from != source && from->next == nullptr) {
+          from = from->parent;
+          to = to->parent;
+        }
+        if (from == source) return true;
+        from = from->next;
+        to = to->parent;
+      }
+      XmlNode *child = copySelf(from);
+      if (child == nullptr) return false;
+      appendElement(child, to, to->lastChild);
+      to = child;
+    }
+  }
+
+ private:
+  XmlNode *copyRecord(const XmlNode *source) {
+    return copier_.copyRecord(source, typeOfCopy(source, documentsBecomeElements_));
+  }
+
+  bool copyAttributes(const XmlNode *source, XmlNode *copy) {
+    XmlNode *last = nullptr;
+    for (const XmlNode *from = source->firstAttr; from != nullptr; from = from->next) {
+      XmlNode *attribute = copyRecord(from);
+      if (attribute == nullptr) return false;
+      attribute->parent = copy;
+      if (last == nullptr) {
+        copy->firstAttr = attribute;
+      } else {
+        last->next = attribute;
+      }
+      last = attribute;
+    }
+    return true;
+  }
+
+  Copier &copier_;
+  bool documentsBecomeElements_;
+};
+
+// What to copy, and how.
+struct Copying {
+  const XmlNode *source;
+  bool withChildren;
+  bool documentsBecomeElements;
+};
+
+// Null when memory runs out, with nothing left behind.
+template <typename Copier>
+XmlNode *copyWith(Copier *copier, const Copying &copying) {
+  TreeCopier<Copier> trees(copier, copying.documentsBecomeElements);
+  XmlNode *copy = trees.copySelf(copying.source);
+  if (copy == nullptr || !copying.withChildren || trees.xmlClone(copying.source, copy)) return copy;
+  copier->release(copy);
+  return nullptr;
+}
+
+XmlNode *copyInto(const Storage &storage, const Copying &copying) {
+  if (storage.isHook()) {
+    HookCopier copier;
+    return copyWith(&copier, copying);
+  }
+  if (storage.session() == nullptr) return nullptr;
+  SessionCopier copier(storage);
+  return copyWith(&copier, copying);
+}
+
+// A document whose session was opened for it owns that session.
+void finishCopy(const XmlNode *source, XmlNode *copy, const Storage &storage) {
+  if (!ownsSession(source)) return;
+  copy->marks |= kOwnsSession;
+  storage.session()->hasDocument = true;
+}
+
+uint32_t cloneNode(const XmlNode *source, bool withChildren, XmlNode **copy) {
+  if (source == nullptr || copy == nullptr || isAttribute(source)) return NEB_XML_ERR_INVALID_PARAM;
+  const XmlNode *topmost = topmostNode(source);
+  if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  Storage storage;
+  if (!storageForCopy(source, topmost, &storage)) return NEB_XML_ERR_NO_MEMORY;
+  XmlNode *made = copyInto(storage, {source, withChildren, false});
+  if (made == nullptr) {
+    if (ownsSession(source)) XML_MemSessionEnd(storage.handle());
+    return NEB_XML_ERR_NO_MEMORY;
+  }
+  finishCopy(source, made, storage);
+  *copy = made;
+  return NEB_XML_OK;
+}
+
+}  // namespace
+
+}  // namespace neb::xml::internal
+
+using namespace neb::xml::internal;
+
+uint32_t NEB_XML_CloneNode(const XmlNode *source, XmlNode **copy) {
+  return cloneNode(source, true, copy);
+}
+
+uint32_t NEB_XML_CloneNodeSelf(const XmlNode *source, XmlNode **copy) {
+  return cloneNode(source, false, copy);
+}
+
+uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, XmlNode **copy) {
+  if (target == nullptr || source == nullptr || copy == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  if (isAttribute(target) || isAttribute(source)) return NEB_XML_ERR_INVALID_PARAM;
+  const XmlNode *topmost = topmostNode(target);
+  if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  XmlNode *made = copyInto(Storage::ofTopmost(topmost), {source, true, true});
+  if (made == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  *copy = made;
+  return NEB_XML_OK;
+}

@@ -1,0 +1,15 @@
+// The hook table: the C library's functions until the caller registers others.
+#pragma once
+
+#include "neb_xml.h"
+
+namespace neb::xml::internal {
+
+extern void *(*g_fnXMLCalloc)(size_t, size_t);
+extern FILE *(*g_fnXMLFopen)(const char *, const char *);
+extern int (*g_fnXMLFseek)(FILE *, long, int);
+extern int (*g_fnXMLFclose)(FILE *);
+extern size_t (*g_fnXMLFread)(void *, size_t, size_t, FILE *);
+extern long (*g_fnXMLFtell)(FILE *);
+
+}  // namespace neb::xml::internal

@@ -1,0 +1,51 @@
+// The record of a document made through the hooks, which names keep alive.
+//
+// Nodes of the document may leave it and outlive it, and some of their names point into its table.
+// Each such name holds the record, and so does the document itself until it is released; the last
+// holder frees it. Leaving a document therefore needs no memory and cannot fail. A document that
+// has left may belong to another thread by then, so the holders are counted atomically.
+#pragma once
+
+#include <atomic>
+#include <new>
+
+#include "tree/hooks.h"
+#include "tree/node.h"
+
+namespace neb::xml::internal {
+
+struct HeldDocument {
+  XmlNode record;
+  std::atomic<uint32_t> holders;
+};
+
+static_assert(offsetof(HeldDocument, record) == 0);
+
+inline std::atomic<uint32_t> &holdersOf(XmlNode *document) {
+  return reinterpret_cast<HeldDocument *>(document)->holders;
+}
+
+// For a record of sizeof(HeldDocument).
+inline void beginHolding(XmlNode *document) { new (&holdersOf(document)) std::atomic<uint32_t>(1); }
+
+inline void stopHolding(XmlNode *document) {
+  if (holdersOf(document).fetch_sub(1, std::memory_order_acq_rel) == 1) g_fnXMLFree(document);
+}
+
+// Makes a slot of the document's table the name of a node, which has none.
+inline void holdSlot(XmlNode *node, XmlNode *document, size_t slot) {
+  holdersOf(document).fetch_add(1, std::memory_order_relaxed);
+  node->name = document->nameTable[slot];
+  node->nameLength = static_cast<uint16_t>(kFirstHeldSlot + slot);
+}
+
+inline bool holdsSlot(const XmlNode *node) { return node->nameLength >= kFirstHeldSlot; }
+
+// The document into whose table the node's name points.
+inline XmlNode *heldDocument(const XmlNode *node) {
+  const size_t slot = node->nameLength - size_t{kFirstHeldSlot};
+  char *table = node->name - slot * kNameTableSlotSize;
+  return reinterpret_cast<XmlNode *>(table - offsetof(XmlNode, nameTable));
+}
+
+}  // namespace neb::xml::internal

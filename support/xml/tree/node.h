@@ -1,0 +1,125 @@
+// The one node record and what can be said about a node without touching anything else.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "neb_xml.h"
+
+namespace neb::xml::internal {
+
+constexpr size_t kNameTableSlots = 10;
+constexpr size_t kNameTableSlotSize = 12;  // 11 characters and a terminator
+
+}  // namespace neb::xml::internal
+
+// Pieces of a session lie back to back, so a record can stand at any address: it has alignment 1
+// and spells its padding out, of which the library keeps some for itself.
+#pragma pack(push, 1)
+struct XmlNode {
+  uint32_t sessionId;   // the session it was carved from; 0: the allocation hook
+  uint8_t marks;        // NodeMark bits
+  uint8_t valueSize;    // with its terminator; 0: not known
+  uint16_t nameLength;  // while the parser has the element open, with its prefix; 0: not known;
+                        // from kFirstHeldSlot on: a slot, see name_holders.h
+  char *name;
+  char *value;
+  char *prefix;
+  int8_t type;
+  uint8_t isDocument;
+  uint8_t nameOwned;
+  uint8_t valueOwned;
+  uint32_t livedIn;  // for a record of the hook: the session that it has been part of, or several
+  XmlNode *parent;
+  XmlNode *next;
+  // An attribute record ends here.
+  XmlNode *prev;
+  XmlNode *firstChild;
+  XmlNode *lastChild;
+  XmlNode *firstAttr;
+  // An element record ends here.
+  char nameTable[neb::xml::internal::kNameTableSlots][neb::xml::internal::kNameTableSlotSize];
+};
+#pragma pack(pop)
+
+namespace neb::xml::internal {
+
+constexpr size_t kAttributeRecordSize = offsetof(XmlNode, prev);
+constexpr size_t kElementRecordSize = offsetof(XmlNode, nameTable);
+constexpr size_t kDocumentRecordSize = sizeof(XmlNode);
+
+static_assert(offsetof(XmlNode, sessionId) == 0);
+static_assert(offsetof(XmlNode, name) == 8);
+static_assert(offsetof(XmlNode, value) == 16);
+static_assert(offsetof(XmlNode, prefix) == 24);
+static_assert(offsetof(XmlNode, type) == 32);
+static_assert(offsetof(XmlNode, isDocument) == 33);
+static_assert(offsetof(XmlNode, nameOwned) == 34);
+static_assert(offsetof(XmlNode, valueOwned) == 35);
+static_assert(offsetof(XmlNode, parent) == 40);
+static_assert(offsetof(XmlNode, next) == 48);
+static_assert(offsetof(XmlNode, prev) == 56);
+static_assert(offsetof(XmlNode, firstChild) == 64);
+static_assert(offsetof(XmlNode, lastChild) == 72);
+static_assert(offsetof(XmlNode, firstAttr) == 80);
+static_assert(kAttributeRecordSize == 56 && kElementRecordSize == 88);
+static_assert(kDocumentRecordSize == 208 && alignof(XmlNode) == 1);
+
+// A string is "elsewhere" when it does not come from where its record comes from: a session's
+// string in a record of the hook, or a string of the hook in a session's record.
+enum NodeMark : uint8_t {
+  kNameElsewhere = 1,
+  kValueElsewhere = 2,
+  kPrefixElsewhere = 4,
+  kOwnsSession = 8,   // the document that ends the session when it is released
+  kTied = 16,         // noted by its session, see memory/sessions.h
+  kNameIsWhole = 32,  // for the parser: until the element is closed, its name holds its prefix
+};
+
+constexpr uint32_t kSeveralSessions = UINT32_MAX;  // never a handle
+
+constexpr size_t recordSize(uint32_t type) {
+  if (type == NEB_XML_NODE_ATTRIBUTE) return kAttributeRecordSize;
+  if (type == NEB_XML_NODE_DOCUMENT) return kDocumentRecordSize;
+  return kElementRecordSize;
+}
+
+inline bool isAttribute(const XmlNode *node) { return node->type == NEB_XML_NODE_ATTRIBUTE; }
+inline bool isOfHook(const XmlNode *node) { return node->sessionId == 0; }
+inline bool ownsSession(const XmlNode *node) { return (node->marks & kOwnsSession) != 0; }
+
+// Not for attributes.
+inline bool isDetached(const XmlNode *node) {
+  return node->parent == nullptr && node->prev == nullptr && node->next == nullptr;
+}
+
+// The topmost node of the tree that a node stands in; null when the way up ends in an attribute
+// or in a node that has siblings but no parent.
+inline const XmlNode *topmostNode(const XmlNode *node) {
+  while (node->parent != nullptr) node = node->parent;
+  if (isAttribute(node) || node->prev != nullptr || node->next != nullptr) return nullptr;
+  return node;
+}
+
+inline XmlNode *topmostNode(XmlNode *node) {
+  return const_cast<XmlNode *>(topmostNode(static_cast<const XmlNode *>(node)));
+}
+
+// Lengths are noted where they are at hand. What the record has no room for stays unknown.
+constexpr uint16_t kFirstHeldSlot = 0xFFF0;
+
+constexpr uint16_t notedNameLength(size_t length) {
+  return static_cast<uint16_t>(length < kFirstHeldSlot ? length : 0);
+}
+
+inline bool hasNotedNameLength(const XmlNode *node) {
+  return node->nameLength != 0 && node->nameLength < kFirstHeldSlot;
+}
+
+inline void noteValueLength(XmlNode *node, size_t length) {
+  node->valueSize = static_cast<uint8_t>(length < UINT8_MAX ? length + 1 : 0);
+}
+
+inline bool isMissing(const char *text) { return text == nullptr || text[0] == '\0'; }
+
+}  // namespace neb::xml::internal

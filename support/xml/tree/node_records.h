@@ -1,0 +1,53 @@
+// Records that are filled without being cleared first.
+#pragma once
+
+#include <cstring>
+
+#include "tree/node.h"
+
+namespace neb::xml::internal {
+
+// What both kinds of records begin with, and no name, value or place in the tree.
+inline void fillRecord(XmlNode *record, int8_t type, uint32_t handle, uint16_t nameLength) {
+  record->sessionId = handle;
+  record->marks = 0;
+  record->valueSize = 0;
+  record->nameLength = nameLength;
+  record->prefix = nullptr;
+  record->type = type;
+  record->isDocument = 0;
+  record->nameOwned = 1;
+  record->livedIn = 0;
+  record->next = nullptr;
+}
+
+// An attribute of an element, of which name and value are missing.
+inline void fillAttribute(XmlNode *attribute, uint32_t handle, uint16_t nameLength,
+                          XmlNode *element) {
+  fillRecord(attribute, NEB_XML_NODE_ATTRIBUTE, handle, nameLength);
+  attribute->valueOwned = 1;
+  attribute->parent = element;
+}
+
+// An element without anything in it, of which the place in the tree is missing.
+inline void fillElement(XmlNode *element, uint32_t handle, uint16_t nameLength) {
+  fillRecord(element, NEB_XML_NODE_ELEMENT, handle, nameLength);
+  element->value = nullptr;
+  element->valueOwned = 0;
+  element->firstChild = nullptr;
+  element->lastChild = nullptr;
+  element->firstAttr = nullptr;
+}
+
+// Makes an element the next child of another, behind the last one if there is one.
+inline void appendElement(XmlNode *element, XmlNode *parent, XmlNode *last) {
+  element->parent = parent;
+  element->prev = last;
+  parent->lastChild = element;
+  // One store to either place spares a branch that cannot be foretold.
+  char *link = last != nullptr ? reinterpret_cast<char *>(last) + offsetof(XmlNode, next)
+                               : reinterpret_cast<char *>(parent) + offsetof(XmlNode, firstChild);
+  std::memcpy(link, &element, sizeof(XmlNode *));
+}
+
+}  // namespace neb::xml::internal

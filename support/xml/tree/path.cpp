@@ -1,0 +1,111 @@
+// Finding a node by a dot-separated path.
+#include <cstring>
+
+#include "neb_xml.h"
+#include "platform/bounded_memory.h"
+#include "tree/node.h"
+
+namespace neb::xml::internal {
+
+namespace {
+
+constexpr size_t kLongestPath = 511;
+constexpr size_t kLongestIndex = 9;  // digits; so many always fit a number
+constexpr uint32_t kDecimalBase = 10;
+
+// Cuts the next segment out of the text at *rest, in place, taking the backslash from each escaped
+// dot; null when only dots are left.
+char *cutSegment(char **rest) {
+  char *from = *rest;
+  while (*from == '.') ++from;
+  if (*from == '\0') return nullptr;
+  char *segment = from;
+  char *to = from;
+  while (*from != '\0' && *from != '.') {
+    if (from[0] == '\\' && from[1] == '.') ++from;
+    *to++ = *from++;
+  }
+  *rest = *from == '.' ? from + 1 : from;
+  *to = '\0';
+  return segment;
+}
+
+bool isIndex(const char *segment) { return segment[std::strspn(segment, "0123456789")] == '\0'; }
+
+uint32_t readIndex(const char *segment) {
+  uint32_t index = 0;
+  for (; *segment != '\0'; ++segment) {
+    index = index * kDecimalBase + static_cast<uint32_t>(*segment - '0');
+  }
+  return index;
+}
+
+bool isQualifiedName(const XmlNode *node, const char *segment) {
+  const size_t prefixLength = std::strlen(node->prefix);
+  return std::strncmp(segment, node->prefix, prefixLength) == 0 && segment[prefixLength] == ':' &&
+         std::strcmp(segment + prefixLength + 1, node->name) == 0;
+}
+
+// 0 when the segment matches the node.
+uint32_t xmlCmpNode(const XmlNode *node, const char *segment) {
+  if (node == nullptr || segment == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  if (node->name == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  const bool comparesPrefix = node->prefix != nullptr && std::strchr(segment, ':') != nullptr;
+  const bool matches =
+      comparesPrefix ? isQualifiedName(node, segment) : std::strcmp(segment, node->name) == 0;
+  return matches ? NEB_XML_OK : NEB_XML_ERR_INVALID_PARAM;
+}
+
+// The first match at node or after it among its siblings.
+XmlNode *firstMatch(XmlNode *node, const char *segment) {
+  while (node != nullptr && xmlCmpNode(node, segment) != 0) node = node->next;
+  return node;
+}
+
+// Moves *node, which is the first match of name, on to the one that the index segment chooses.
+uint32_t chooseByIndex(const char *segment, const char *name, XmlNode **node) {
+  if (name == nullptr) return NEB_XML_ERR_BAD_PATH;
+  if (std::strlen(segment) > kLongestIndex) return NEB_XML_ERR_NOT_FOUND;
+  const uint32_t index = readIndex(segment);
+  if (index == 0) return NEB_XML_ERR_BAD_PATH;
+  XmlNode *match = *node;
+  for (uint32_t passed = 1; passed < index && match != nullptr; ++passed) {
+    match = firstMatch(match->next, name);
+  }
+  if (match == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  *node = match;
+  return NEB_XML_OK;
+}
+
+}  // namespace
+
+}  // namespace neb::xml::internal
+
+using namespace neb::xml::internal;
+
+uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path, XmlNode **node) {
+  if (start == nullptr || isMissing(path) || node == nullptr || isAttribute(start)) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  if (strnlen(path, kLongestPath + 1) > kLongestPath) return NEB_XML_ERR_INVALID_PARAM;
+  char text[kLongestPath + 1];
+  neb::platform::strncpy_s(text, sizeof text, path, kLongestPath);
+  char *rest = text;
+  const char *segment = cutSegment(&rest);
+  if (segment == nullptr || xmlCmpNode(start, segment) != 0) return NEB_XML_ERR_NOT_FOUND;
+  auto *current = const_cast<XmlNode *>(start);
+  const char *name = nullptr;  // of the segment before, if that was a name below the start
+  while ((segment = cutSegment(&rest)) != nullptr) {
+    if (isIndex(segment)) {
+      const uint32_t result = chooseByIndex(segment, name, &current);
+      if (result != NEB_XML_OK) return result;
+      name = nullptr;
+    } else {
+      current = firstMatch(current->firstChild, segment);
+      if (current == nullptr) return NEB_XML_ERR_NOT_FOUND;
+      name = segment;
+    }
+  }
+  *node = current;
+  return NEB_XML_OK;
+}

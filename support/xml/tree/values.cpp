@@ -1,0 +1,219 @@
+// Booleans and integers as the text values of nodes and attributes.
+#include <cstring>
+#include <limits>
+
+#include "memory/sessions.h"
+#include "neb_xml.h"
+#include "platform/bounded_memory.h"
+#include "tree/attributes.h"
+#include "tree/nodes.h"
+#include "tree/release.h"
+
+namespace neb::xml::internal {
+
+namespace {
+
+constexpr size_t kTextCapacity = 32;  // the longest text has 11 characters
+constexpr uint32_t kDecimalBase = 10;
+constexpr char kTrue[] = "true";
+constexpr char kFalse[] = "false";
+
+using ValueText = char[kTextCapacity];
+
+bool isValueType(uint32_t type) { return type <= NEB_XML_VALUE_UINT8; }
+
+// The caller's variable may stand at any address.
+template <typename Integer>
+Integer readVariable(const void *variable) {
+  Integer value;
+  std::memcpy(&value, variable, sizeof value);
+  return value;
+}
+
+template <typename Integer>
+void writeVariable(void *variable, Integer value) {
+  std::memcpy(variable, &value, sizeof value);
+}
+
+void formatSigned(int32_t value, ValueText &text) {
+  platform::snprintf_s(text, sizeof text, sizeof text - 1, "%d", value);
+}
+
+void formatUnsigned(uint32_t value, ValueText &text) {
+  platform::snprintf_s(text, sizeof text, sizeof text - 1, "%u", value);
+}
+
+void formatBool(uint32_t value, ValueText &text) {
+  platform::snprintf_s(text, sizeof text, sizeof text - 1, "%s", value != 0 ? kTrue : kFalse);
+}
+
+// False for an unknown type.
+bool formatValue(uint32_t type, const void *variable, ValueText &text) {
+  switch (type) {
+    case NEB_XML_VALUE_BOOL:
+      formatBool(readVariable<uint32_t>(variable), text);
+      return true;
+    case NEB_XML_VALUE_INT32:
+      formatSigned(readVariable<int32_t>(variable), text);
+      return true;
+    case NEB_XML_VALUE_UINT32:
+      formatUnsigned(readVariable<uint32_t>(variable), text);
+      return true;
+    case NEB_XML_VALUE_INT16:
+      formatSigned(readVariable<int16_t>(variable), text);
+      return true;
+    case NEB_XML_VALUE_UINT16:
+      formatUnsigned(readVariable<uint16_t>(variable), text);
+      return true;
+    case NEB_XML_VALUE_INT8:
+      formatSigned(readVariable<int8_t>(variable), text);
+      return true;
+    case NEB_XML_VALUE_UINT8:
+      formatUnsigned(readVariable<uint8_t>(variable), text);
+      return true;
+    default:
+      return false;
+  }
+}
+
+uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
+  if (node == nullptr || !isValueType(type) || variable == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  ValueText text = {};
+  formatValue(type, variable, text);
+  const Storage storage = storageForStrings(node, Storage::of(node));
+  dropString(node, StringField::value, storage);
+  const bool needsTie = storage.isHook() && !isOfHook(node);
+  char *copy = needsTie && !tieRecord(node) ? nullptr : storage.copyText(text, std::strlen(text));
+  if (copy == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  settleIn(node, storage.handle());
+  putString(node, StringField::value, copy, storage.isHook());
+  return NEB_XML_OK;
+}
+
+bool parseBool(const char *text, uint32_t *value) {
+  if (std::strcmp(text, "1") == 0 || std::strcmp(text, kTrue) == 0) {
+    *value = 1;
+    return true;
+  }
+  if (std::strcmp(text, "0") == 0 || std::strcmp(text, kFalse) == 0) {
+    *value = 0;
+    return true;
+  }
+  return false;
+}
+
+// Decimal digits to the end of the text, at least one, of a value up to limit.
+bool parseMagnitude(const char *digits, uint32_t limit, uint32_t *magnitude) {
+  if (*digits == '\0') return false;
+  uint32_t value = 0;
+  for (; *digits != '\0'; ++digits) {
+    if (*digits < '0' || *digits > '9') return false;
+    const auto digit = static_cast<uint32_t>(*digits - '0');
+    if (value > (limit - digit) / kDecimalBase) return false;
+    value = value * kDecimalBase + digit;
+  }
+  *magnitude = value;
+  return true;
+}
+
+template <typename Integer>
+bool readSigned(const char *text, void *variable) {
+  constexpr uint32_t kLargest = std::numeric_limits<Integer>::max();
+  const bool isNegative = *text == '-';
+  if (isNegative || *text == '+') ++text;
+  uint32_t magnitude = 0;
+  if (!parseMagnitude(text, isNegative ? kLargest + 1 : kLargest, &magnitude)) return false;
+  writeVariable(variable, static_cast<Integer>(isNegative ? 0U - magnitude : magnitude));
+  return true;
+}
+
+template <typename Integer>
+bool readUnsigned(const char *text, void *variable) {
+  uint32_t magnitude = 0;
+  if (!parseMagnitude(text, std::numeric_limits<Integer>::max(), &magnitude)) return false;
+  writeVariable(variable, static_cast<Integer>(magnitude));
+  return true;
+}
+
+bool readBool(const char *text, void *variable) {
+  uint32_t value = 0;
+  if (!parseBool(text, &value)) return false;
+  writeVariable(variable, value);
+  return true;
+}
+
+bool readValue(uint32_t type, const char *text, void *variable) {
+  switch (type) {
+    case NEB_XML_VALUE_BOOL:
+      return readBool(text, variable);
+    case NEB_XML_VALUE_INT32:
+      return readSigned<int32_t>(text, variable);
+    case NEB_XML_VALUE_UINT32:
+      return readUnsigned<uint32_t>(text, variable);
+    case NEB_XML_VALUE_INT16:
+      return readSigned<int16_t>(text, variable);
+    case NEB_XML_VALUE_UINT16:
+      return readUnsigned<uint16_t>(text, variable);
+    case NEB_XML_VALUE_INT8:
+      return readSigned<int8_t>(text, variable);
+    case NEB_XML_VALUE_UINT8:
+      return readUnsigned<uint8_t>(text, variable);
+    default:
+      return false;
+  }
+}
+
+uint32_t xmlGetValueEx(const XmlNode *node, uint32_t type, void *variable) {
+  if (node == nullptr || variable == nullptr || node->value == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  return readValue(type, node->value, variable) ? NEB_XML_OK : NEB_XML_ERR_INVALID_PARAM;
+}
+
+uint32_t addAttrValue(XmlNode *element, const char *prefix, const char *name, uint32_t type,
+                      const void *variable) {
+  XmlNode *topmost = topmostNode(element);
+  if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  if (!isValueType(type)) return NEB_XML_ERR_INVALID_PARAM;
+  ValueText text = {};
+  formatValue(type, variable, text);
+  XmlNode *attribute = makeAttribute(topmost, prefix, name, text);
+  if (attribute == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  return attachMadeAttribute(attribute, element, topmost);
+}
+
+}  // namespace
+
+}  // namespace neb::xml::internal
+
+using namespace neb::xml::internal;
+
+uint32_t NEB_XML_SetNodeValueEx(XmlNode *node, uint32_t type, const void *variable) {
+  return xmlSetValueEx(node, type, variable);
+}
+
+uint32_t NEB_XML_GetNodeValueEx(const XmlNode *node, uint32_t type, void *variable) {
+  return xmlGetValueEx(node, type, variable);
+}
+
+uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, const char *prefix, const char *name,
+                                uint32_t type, const void *variable) {
+  if (!canHaveAttributes(element) || isMissing(name) || variable == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  XmlNode *attribute = xmlGetAttr(element, prefix, name);
+  if (attribute != nullptr) return xmlSetValueEx(attribute, type, variable);
+  return addAttrValue(element, prefix, name, type, variable);
+}
+
+uint32_t NEB_XML_GetAttrValueEx(const XmlNode *element, const char *prefix, const char *name,
+                                uint32_t type, void *variable) {
+  if (!canHaveAttributes(element) || name == nullptr || variable == nullptr) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+  const XmlNode *attribute = xmlGetAttr(element, prefix, name);
+  if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  return xmlGetValueEx(attribute, type, variable);
+}
