@@ -12,7 +12,7 @@
 #include "support/parses.h"
 #include "support/tables.h"
 #include "support/trees.h"
-#include "xml/parser/attribute_set.h"
+#include "xml/tree/duplicates.h"
 #include "xml/tree/node.h"
 
 using namespace neb::xml::internal;
@@ -201,25 +201,25 @@ TEST(Parser, RefusesARepeatedAttributeAmongAnyNumber) {
 
 // Names that collide in one table do not collide in another.
 TEST(Parser, HashesTheNamesOfEachTableByAKeyOfItsOwn) {
-  static_assert(std::is_standard_layout_v<AttributeSet>);
   constexpr size_t kMany = 50;
   std::set<uint64_t> hashes;
-  AttributeSet sets[3] = {};
-  for (AttributeSet &set : sets) {
+  DuplicateDetector detectors[3];
+  for (DuplicateDetector &detector : detectors) {
+    DuplicateDetector::Seen seen;
     std::vector<std::string> names(kMany);
     std::vector<XmlNode> attributes(kMany);
     for (size_t i = 0; i < kMany; ++i) {
       names[i] = "n" + std::to_string(i);
       attributes[i].name = names[i].data();
-      EXPECT_EQ(set.add(i == 0 ? nullptr : attributes.data(), &attributes[i]),
-                uint32_t{NEB_XML_OK});
       if (i != 0) attributes[i - 1].next = &attributes[i];
+      EXPECT_EQ(detector.add(NameKey::of(&attributes[i]), attributes.data(), &attributes[i], &seen),
+                uint32_t{NEB_XML_OK});
     }
-    const uint64_t *table = *reinterpret_cast<uint64_t **>(&set);  // its first member
+    const uint64_t *table = reinterpret_cast<uint64_t *const *>(&detector)[DuplicateDetector::kKeyedAttributes];  // behind the keys
     hashes.insert(table, table + guarded::mallocSizes().back() / sizeof *table);
-    set.clear();
+    detector.beginTag();
   }
-  EXPECT_EQ(hashes.size(), std::size(sets) * kMany + 1) << "with what stands in free places";
+  EXPECT_EQ(hashes.size(), std::size(detectors) * kMany + 1) << "with what stands in free places";
 }
 
 TEST(Parser, EntryPointsTellWhatFailedAndWriteTheirResultAsPromised) {

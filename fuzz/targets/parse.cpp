@@ -1,4 +1,4 @@
-// Any bytes through every entry point, and by the general steps alone: all agree on code and tree,
+// Any bytes through every entry point, and by the tokenizer alone: all agree on code and tree,
 // read nothing behind the text and tell where it is wrong.
 #include <algorithm>
 #include <cstring>
@@ -6,10 +6,10 @@
 #include <string_view>
 
 #include "../../tests/support/page_edge.h"
+#include "../../tests/support/tokenized.h"
 #include "support/hooks.h"
 #include "support/require.h"
 #include "support/trees.h"
-#include "xml/parser/parser.h"
 #include "xml/tree/node.h"
 
 using namespace neb::xml::internal;
@@ -52,16 +52,8 @@ struct Entry {
   bool fillsError;
 };
 
-// By the steps that know the whole language, as after a failure; the others take shorter ways.
-uint32_t parseByGeneralSteps(XmlNode **out, Error * /*error*/) {
-  if (*g_text == '\0') return kInvalid;
-  *out = nullptr;
-  ParseProblem problem;
-  return Parser_parseText(g_text, true, &problem, out);
-}
-
 constexpr Entry kEntries[] = {
-    {parseByGeneralSteps, true, true, false},
+    {[](XmlNode **out, Error *) { return tokenized(g_text, out); }, true, true, false},
     {[](XmlNode **out, Error *) { return NEB_XML_Parse(g_text, out); }, false, true, false},
     {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_text, out); }, true, true, false},
     {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_behindBlanks, out); }, true, true,

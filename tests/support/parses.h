@@ -11,7 +11,7 @@
 #include "support/page_edge.h"
 #include "support/trees.h"
 #include "xml/memory/session_table.h"
-#include "xml/parser/parser.h"
+#include "support/tokenized.h"
 
 namespace parses {
 
@@ -29,9 +29,10 @@ inline std::string outcomeOf(uint32_t result, XmlNode *document) {
 }
 
 // Where the pieces of a session's tree lie; what is carved next is zero.
-inline std::string laidOut(const std::string &text, ParseProblem *problem) {
+template <typename Parse>
+std::string laidOut(const std::string &text, Parse parse) {
   XmlNode *document = nullptr;
-  if (Parser_parseText(kEdge.text(text), true, problem, &document) != NEB_XML_OK) return "";
+  if (parse(kEdge.text(text), &document) != NEB_XML_OK) return "";
   const XmlMemSession &session = *findSession(document->sessionId);
   EXPECT_EQ(std::string(document->nameTable[0], sizeof document->nameTable),
             std::string(sizeof document->nameTable, '\0'));
@@ -51,7 +52,7 @@ inline std::string laidOut(const std::string &text, ParseProblem *problem) {
   return layout;
 }
 
-// The tree that every entry point makes of a text, by short ways and by the general steps alone.
+// The tree that every entry point makes of a text, by the scanner and by the tokenizer alone.
 inline std::string outcome(const std::string &text) {
   const std::string_view terminated(text.c_str(), text.size() + 1);
   std::string outcomes[6];
@@ -73,11 +74,10 @@ inline std::string outcome(const std::string &text) {
   EXPECT_EQ(errors[0].offset, errors[1].offset) << text;
   EXPECT_EQ(errors[0].reason == nullptr, outcomes[0] != "rejected") << text;
   EXPECT_LE(errors[0].offset, text.size());
-  ParseProblem problem;
-  const std::string layout = laidOut(text, nullptr);
-  EXPECT_EQ(layout, laidOut(text, &problem)) << text;
+  const std::string layout = laidOut(text, NEB_XML_ParseEx);
+  EXPECT_EQ(layout, laidOut(text, tokenized)) << text;
   const guarded::UnclearedMemory memory;
-  EXPECT_EQ(layout, laidOut(text, nullptr)) << text;
+  EXPECT_EQ(layout, laidOut(text, NEB_XML_ParseEx)) << text;
   return outcomes[0];
 }
 

@@ -1,105 +1,125 @@
-// The parse entry points, and loading a file.
+// The parse entry points.
 #include "parser/parser.h"
 
+#include <algorithm>
 #include <cstring>
+#include <new>
+#include <utility>
 
-#include "platform/bounded_memory.h"
+#include "kernels/chosen.h"
+#include "parser/scanner.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
-constexpr size_t kTerminator = 1;
-constexpr int kSeekFromStart = 0;
-constexpr int kSeekFromEnd = 2;
-
-XmlParser *newRecord() {
-  auto *parser = static_cast<XmlParser *>(XML_Malloc(nullptr, sizeof(XmlParser)));
-  if (parser == nullptr) return nullptr;
-  platform::memset_s(static_cast<void *>(parser), sizeof *parser, 0, sizeof *parser);
-  return parser;
-}
-
-void setText(XmlParser *parser, const char *text, bool isBorrowed) {
-  parser->buffer = text;
-  parser->cursor = text;
-  parser->bufferBorrowed = isBorrowed;
-}
-
-bool openSession(XmlParser *parser) {
-  parser->sessionId = XML_MemSessionBegin(kDocumentSessionSize);
-  parser->storage = Storage(parser->sessionId);
-  return parser->sessionId != 0;
-}
-
-// Lengths are counted in 32 bits, terminator included. Files whose size cannot be told give -1.
-bool isLoadableSize(long size) {
-  return size >= 0 && static_cast<unsigned long>(size) < UINT32_MAX;
-}
-
-uint32_t readStream(FILE *stream, char **text) {
-  XML_Fseek(stream, 0, kSeekFromEnd);
-  const long told = XML_Ftell(stream);
-  if (!isLoadableSize(told)) return NEB_XML_ERR_FILE_READ;
-  if (told == 0) return NEB_XML_ERR_SYNTAX;
-  const auto size = static_cast<size_t>(told);
-  auto *buffer = static_cast<char *>(XML_Malloc(nullptr, size + kTerminator));
-  if (buffer == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  if (XML_Fseek(stream, 0, kSeekFromStart) != 0 || XML_Fread(buffer, 1, size, stream) != size) {
-    XML_Free(nullptr, buffer);
-    return NEB_XML_ERR_FILE_READ;
+struct AnyMachine {
+  template <typename Scanner>
+  [[gnu::noinline, gnu::flatten]] static void scan(Scanner *scanner) {
+    scanner->scan();
   }
-  buffer[size] = '\0';
-  *text = buffer;
-  return NEB_XML_OK;
+  template <typename Scanner>
+  [[gnu::noinline, gnu::flatten]] static const char *scanTag(Scanner *scanner, const char *cursor) {
+    return scanner->scanTag(cursor);
+  }
+};
+
+#if defined(__x86_64__)
+// The same, for machines whose index is made with wide vectors.
+struct WideMachine {
+  template <typename Scanner>
+  [[gnu::noinline, gnu::flatten, gnu::target("avx2,bmi,bmi2")]] static void scan(Scanner *scanner) {
+    scanner->scan();
+  }
+  template <typename Scanner>
+  [[gnu::noinline, gnu::flatten, gnu::target("avx2,bmi,bmi2")]] static const char *scanTag(
+      Scanner *scanner, const char *cursor) {
+    return scanner->scanTag(cursor);
+  }
+};
+#else
+using WideMachine = AnyMachine;
+#endif
+
+// Memory for the record of one parse, wherever its tree is built.
+class RecordMemory {
+ public:
+  RecordMemory() : memory_(XML_Malloc(nullptr, kSize)) {}
+  ~RecordMemory() { XML_Free(nullptr, memory_); }
+  RecordMemory(const RecordMemory &) = delete;
+  RecordMemory &operator=(const RecordMemory &) = delete;
+
+  explicit operator bool() const { return memory_ != nullptr; }
+  void *get() const { return memory_; }
+
+ private:
+  static constexpr size_t kSize =
+      std::max(sizeof(XmlParser<HeapAllocation>), sizeof(XmlParser<ArenaAllocation>));
+
+  void *memory_;
+};
+
+// A session, which ends with the object unless a document has it.
+class NewSession {
+ public:
+  NewSession() : handle_(XML_MemSessionBegin(kDocumentSessionSize)) {}
+  ~NewSession() { XML_MemSessionEnd(handle_); }
+  NewSession(const NewSession &) = delete;
+  NewSession &operator=(const NewSession &) = delete;
+
+  uint32_t handle() const { return handle_; }
+  void release() { handle_ = 0; }
+
+ private:
+  uint32_t handle_;
+};
+
+template <typename Allocation, typename Machine>
+uint32_t parseWith(const RecordMemory &record, const char *text, uint32_t session,
+                   XmlNode **outDocument) {
+  XmlNode *document = XML_NewNode(session, NEB_XML_NODE_DOCUMENT);
+  if (document == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  using Parser = XmlParser<Allocation>;
+  auto *parser = new (record.get()) Parser(text, Storage(session), document);
+  const bool isParsed = Scanner<Allocation, Machine>(parser).run();
+  if (isParsed) *outDocument = parser->builder.release();
+  parser->~Parser();
+  return isParsed ? uint32_t{NEB_XML_OK} : uint32_t{NEB_XML_ERR_SYNTAX};
 }
 
-uint32_t Parser_readFileOrBuffer(XmlParser *parser, const char *path) {
-  char *text = nullptr;
-  const uint32_t result = Parser_loadFile(path, &text);
-  setText(parser, text, false);
+uint32_t parseInto(const RecordMemory &record, const char *text, bool withSession,
+                   XmlNode **document) {
+  if (!withSession) return parseWith<HeapAllocation, AnyMachine>(record, text, 0, document);
+  NewSession session;
+  if (session.handle() == 0) return NEB_XML_ERR_NO_MEMORY;
+  const auto parse = chosenKernel().isWide ? parseWith<ArenaAllocation, WideMachine>
+                                           : parseWith<ArenaAllocation, AnyMachine>;
+  const uint32_t result = parse(record, text, session.handle(), document);
+  if (result == NEB_XML_OK) session.release();
   return result;
 }
 
 uint32_t parseText(const char *text, bool withSession, XmlNode **outDoc) {
   if (isMissing(text) || outDoc == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   *outDoc = nullptr;
-  return Parser_parseText(text, withSession, nullptr, outDoc);
+  return parseDocument(text, withSession, outDoc);
 }
 
 uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
-  XmlParser *parser = newRecord();
-  if (parser == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  uint32_t result = Parser_readFileOrBuffer(parser, path);
-  if (result == NEB_XML_OK && withSession && !openSession(parser)) result = NEB_XML_ERR_NO_MEMORY;
-  if (result != NEB_XML_OK) {
-    Parser_freeRecord(parser);
-    return result;
-  }
-  return Parser_parseDocument(outDoc, parser);
+  const RecordMemory record;
+  if (!record) return NEB_XML_ERR_NO_MEMORY;
+  LoadedDocument loaded;
+  const uint32_t result = loaded.load(path);
+  if (result != NEB_XML_OK) return result;
+  return parseInto(record, loaded.text(), withSession, outDoc);
 }
 
 }  // namespace
 
-uint32_t Parser_loadFile(const char *path, char **text) {
-  FILE *stream = XML_Fopen(path, "rb");
-  if (stream == nullptr) return NEB_XML_ERR_FILE_OPEN;
-  const uint32_t result = readStream(stream, text);
-  XML_Fclose(stream);
-  return result;
-}
-
-uint32_t Parser_parseText(const char *text, bool withSession, ParseProblem *problem,
-                          XmlNode **outDoc) {
-  XmlParser *parser = newRecord();
-  if (parser == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  setText(parser, text, true);
-  parser->problem = problem;
-  if (withSession && !openSession(parser)) {
-    Parser_freeRecord(parser);
-    return NEB_XML_ERR_NO_MEMORY;
-  }
-  return Parser_parseDocument(outDoc, parser);
+uint32_t parseDocument(const char *text, bool withSession, XmlNode **document) {
+  const RecordMemory record;
+  if (!record) return NEB_XML_ERR_NO_MEMORY;
+  return parseInto(record, text, withSession, document);
 }
 
 }  // namespace neb::xml::internal

@@ -1,20 +1,20 @@
-// Parsing for those who want to know where a text is wrong.
+// Parsing for those who want to know why and where a document is malformed.
 //
-// An ordinary parse does not keep places. When it fails the text is parsed once more by the
-// general steps alone, which then tell what they find.
+// An ordinary parse keeps no positions. When it fails, the tokenizer reads the document once more, for
+// a builder that only checks.
 #include <cstring>
 
+#include "parser/checking_builder.h"
 #include "parser/parser.h"
-#include "platform/bounded_memory.h"
+#include "parser/reasons.h"
+#include "parser/tokenizer.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
-constexpr size_t kTerminator = 1;
-
-// For failures that have no place in a text.
-uint32_t reportPlain(uint32_t code, const char *reason, NEB_XML_PARSE_ERROR *error) {
+// For failures that have no position in a document.
+uint32_t reportWithoutPosition(uint32_t code, const char *reason, NEB_XML_PARSE_ERROR *error) {
   if (error != nullptr) *error = {code, reason, 0, 0, 0, 0, 0, 0, 0, 0};
   return code;
 }
@@ -32,12 +32,12 @@ const char *reasonOfLoading(uint32_t code) {
   }
 }
 
-size_t offsetIn(const char *text, const char *place) {
-  return place == nullptr ? 0 : static_cast<size_t>(place - text);
+size_t offsetIn(const char *text, const char *position) {
+  return position == nullptr ? 0 : static_cast<size_t>(position - text);
 }
 
-void setPlace(const char *text, const char *place, NEB_XML_PARSE_ERROR *error) {
-  error->offset = offsetIn(text, place);
+void setPosition(const char *text, const char *position, NEB_XML_PARSE_ERROR *error) {
+  error->offset = offsetIn(text, position);
   error->line = 1;
   const char *line = text;
   const char *end = text + error->offset;
@@ -49,46 +49,43 @@ void setPlace(const char *text, const char *place, NEB_XML_PARSE_ERROR *error) {
   error->column = static_cast<size_t>(end - line) + 1;
 }
 
-void reportProblem(const char *text, const ParseProblem &problem, NEB_XML_PARSE_ERROR *error) {
-  reportPlain(NEB_XML_ERR_SYNTAX, problem.reason(), error);
-  setPlace(text, problem.place(), error);
-  if (problem.endTag().nameLength == 0) return;
-  error->endNameOffset = offsetIn(text, problem.endTag().name);
-  error->endNameLength = problem.endTag().nameLength;
-  error->startNameOffset = offsetIn(text, problem.startTag().name);
-  error->startNameLength = problem.startTag().nameLength;
-  error->startTagOffset = offsetIn(text, problem.startTag().tag);
+void reportFailure(const char *text, const CheckingBuilder::Failure &failure,
+                   NEB_XML_PARSE_ERROR *error) {
+  reportWithoutPosition(NEB_XML_ERR_SYNTAX, failure.reason, error);
+  setPosition(text, failure.at, error);
+  if (failure.endTagName.length == 0) return;
+  error->endNameOffset = offsetIn(text, failure.endTagName.begin);
+  error->endNameLength = failure.endTagName.length;
+  error->startNameOffset = offsetIn(text, failure.startTag.name.begin);
+  error->startNameLength = failure.startTag.name.length;
+  error->startTagOffset = offsetIn(text, failure.startTag.tag);
 }
 
-uint32_t findProblem(const char *text, NEB_XML_PARSE_ERROR *error) {
-  ParseProblem problem;
-  XmlNode *document = nullptr;
-  const uint32_t result = Parser_parseText(text, true, &problem, &document);
-  // Without memory to note the open tags there is no place either.
-  const bool isMalformed = problem.reason() != nullptr && problem.place() != nullptr &&
-                           problem.reason() != reasons::kNoMemory;
-  if (result == NEB_XML_ERR_SYNTAX && isMalformed) {
-    reportProblem(text, problem, error);
+uint32_t findFailure(const char *text, NEB_XML_PARSE_ERROR *error) {
+  CheckingBuilder builder;
+  Tokenizer<CheckingBuilder> tokenizer(&builder, text);
+  const bool isWellFormed = tokenizer.skipProlog() && tokenizer.readAll();
+  if (!isWellFormed && builder.failure().reason != reasons::kNoMemory) {
+    reportFailure(text, builder.failure(), error);
     return NEB_XML_ERR_SYNTAX;
   }
-  // What failed before has passed now, or met it too: memory was short.
-  NEB_XML_FreeNode(document);
-  return reportPlain(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, error);
+  // Nothing is wrong with the document, or memory has run out again: it was short.
+  return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, error);
 }
 
 uint32_t parseAndReport(const char *text, uint32_t flags, XmlNode **outDoc,
                         NEB_XML_PARSE_ERROR *error) {
   XmlNode *document = nullptr;
   const bool withSession = (flags & NEB_XML_PARSE_SESSION) != 0;
-  const uint32_t result = Parser_parseText(text, withSession, nullptr, &document);
+  const uint32_t result = parseDocument(text, withSession, &document);
   if (result == NEB_XML_OK) {
     *outDoc = document;
     return result;
   }
-  if (result != NEB_XML_ERR_SYNTAX) return reportPlain(result, reasons::kNoMemory, error);
+  if (result != NEB_XML_ERR_SYNTAX) return reportWithoutPosition(result, reasons::kNoMemory, error);
   // The code does not depend on whether the caller wants the record.
   NEB_XML_PARSE_ERROR unwanted;
-  return findProblem(text, error == nullptr ? &unwanted : error);
+  return findFailure(text, error == nullptr ? &unwanted : error);
 }
 
 bool areFlagsKnown(uint32_t flags) { return (flags & ~uint32_t{NEB_XML_PARSE_SESSION}) == 0; }
@@ -103,27 +100,22 @@ uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint32_t flags, X
                              NEB_XML_PARSE_ERROR *error) {
   const bool isText = bytes != nullptr && length != 0 && bytes[0] != '\0';
   if (!isText || outDoc == nullptr || !areFlagsKnown(flags)) {
-    return reportPlain(NEB_XML_ERR_INVALID_PARAM, reasons::kArgument, error);
+    return reportWithoutPosition(NEB_XML_ERR_INVALID_PARAM, reasons::kArgument, error);
   }
-  const size_t size = strnlen(bytes, length);
-  auto *text = static_cast<char *>(XML_Malloc(nullptr, size + kTerminator));
-  if (text == nullptr) return reportPlain(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, error);
-  neb::platform::memcpy_s(text, size, bytes, size);
-  text[size] = '\0';
-  const uint32_t result = parseAndReport(text, flags, outDoc, error);
-  XML_Free(nullptr, text);
-  return result;
+  LoadedDocument copy;
+  if (!copy.copy(bytes, length)) {
+    return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, error);
+  }
+  return parseAndReport(copy.text(), flags, outDoc, error);
 }
 
 uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, XmlNode **outDoc,
                                NEB_XML_PARSE_ERROR *error) {
   if (path == nullptr || outDoc == nullptr || !areFlagsKnown(flags)) {
-    return reportPlain(NEB_XML_ERR_INVALID_PARAM, reasons::kArgument, error);
+    return reportWithoutPosition(NEB_XML_ERR_INVALID_PARAM, reasons::kArgument, error);
   }
-  char *text = nullptr;
-  uint32_t result = Parser_loadFile(path, &text);
-  if (result != NEB_XML_OK) return reportPlain(result, reasonOfLoading(result), error);
-  result = parseAndReport(text, flags, outDoc, error);
-  XML_Free(nullptr, text);
-  return result;
+  LoadedDocument loaded;
+  const uint32_t result = loaded.load(path);
+  if (result != NEB_XML_OK) return reportWithoutPosition(result, reasonOfLoading(result), error);
+  return parseAndReport(loaded.text(), flags, outDoc, error);
 }

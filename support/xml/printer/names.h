@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
-#include "parser/attribute_set.h"
-#include "parser/names.h"
+#include "kernels/byte_sets.h"
 #include "simd/vector.h"
+#include "tree/duplicates.h"
 #include "tree/node.h"
 
 namespace neb::xml::internal {
@@ -34,44 +34,27 @@ inline bool isName(const char *name, const char *end) {
   return true;
 }
 
-// Tells whether the attribute names of a tag are all different. Most are told apart by few bits.
+// Tells whether the attribute names of a tag are all different.
 class AttributeNames {
  public:
-  AttributeNames() { attributes_.compareAsPrinted(); }
-  ~AttributeNames() { attributes_.clear(); }
-  AttributeNames(const AttributeNames &) = delete;
-  AttributeNames &operator=(const AttributeNames &) = delete;
-
-  // Most elements have one attribute at most.
-  static bool mayHaveTwins(const XmlNode *element) {
-    return element->firstAttr != nullptr && element->firstAttr->next != nullptr;
-  }
-
   void beginTag(const XmlNode *element) {
     element_ = element;
-    if (!mayHaveTwins(element)) return;
-    seen_.beginTag();
-    attributes_.clear();
+    seen_ = {};
+    duplicates_.beginTag();
   }
 
   // Adds the tag's next attribute, whose whole name is given as it is printed. Returns NEB_XML_OK,
-  // NEB_XML_ERR_INVALID_PARAM for a name that an attribute before it has, or NEB_XML_ERR_NO_MEMORY.
+  // NEB_XML_ERR_INVALID_PARAM for a duplicate, or NEB_XML_ERR_NO_MEMORY.
   uint32_t add(const XmlNode *attribute, const char *name, const char *end) {
-    if (!mayHaveTwins(element_)) return NEB_XML_OK;
-    const bool isCompared = attributes_.count() < AttributeSet::kComparedAttributes;
-    const uint64_t key = NamesSeen::keyOf(name, static_cast<size_t>(end - name));
-    if (isCompared && !seen_.see(key)) {
-      attributes_.countUnlike(1);
-      return NEB_XML_OK;
-    }
-    const uint32_t result = attributes_.add(element_->firstAttr, attribute);
+    const uint64_t key = NameKey::of(name, static_cast<size_t>(end - name));
+    const uint32_t result = duplicates_.add(key, element_->firstAttr, attribute, &seen_);
     return result == NEB_XML_ERR_ALREADY_EXISTS ? uint32_t{NEB_XML_ERR_INVALID_PARAM} : result;
   }
 
  private:
   const XmlNode *element_ = nullptr;
-  NamesSeen seen_;
-  AttributeSet attributes_ = {};
+  DuplicateDetector::Seen seen_;
+  DuplicateDetector duplicates_{DuplicateDetector::Compared::asPrinted};
 };
 
 }  // namespace neb::xml::internal

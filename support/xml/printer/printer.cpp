@@ -204,7 +204,7 @@ class Printer {
   }
 
   char *writeText(char *to, const XmlNode *node) {
-    if (PrintingKind::isExact && mayBeBlank(*node->value)) {
+    if (PrintingKind::isExact && mayBeWhitespace(*node->value)) {
       const size_t written = writeFirstBlank(&to, node->value);
       return xmlCopyWithEscape<ElementValue>(text_, to, node->value + written,
                                              valueLengthOf(node) - written);

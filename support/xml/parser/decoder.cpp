@@ -1,10 +1,10 @@
-// Copying runs of the text into strings of the tree.
+#include "parser/decoder.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
 
-#include "parser/parser.h"
-#include "parser/tokens.h"
+#include "parser/reasons.h"
 #include "platform/bounded_memory.h"
 #include "simd/vector.h"
 #include "tree/references.h"
@@ -60,20 +60,17 @@ char *writeUtf8(char *to, uint32_t code) {
 // Decodes one run into a string that has room for the run as it stands.
 class Decoder {
  public:
-  // Behind both the run and the string's room may be some more bytes, so many that whole vectors
-  // can be copied up to the end.
-  Decoder(const char *run, size_t length, char *string, bool hasBytesBehind)
-      : from_(run),
-        end_(run + length),
+  Decoder(const Run &run, char *string)
+      : from_(run.begin),
+        end_(run.begin + run.length),
         to_(string),
-        roomEnd_(string + length + kTerminator),
-        leastForVectors_(hasBytesBehind ? 1 : static_cast<ptrdiff_t>(kVectorSize)) {}
+        roomEnd_(string + run.length + kTerminator) {}
 
-  // False for a malformed reference or section, and for one that goes on behind the run. The reason
-  // is then told, and the place is where it begins.
+  // False for a malformed reference or section, and for one that goes on behind the run; why and
+  // where it begins is known then.
   bool decode() {
     while (from_ < end_) {
-      copyPlain();
+      copyVerbatim();
       if (from_ == end_) return true;
       const bool decoded = *from_ == '&' ? decodeReference() : copyMarkup();
       if (!decoded) return false;
@@ -84,8 +81,7 @@ class Decoder {
   // A reference is longer than what it stands for, so the string ends before its room does.
   void clearRest() { std::memset(to_, 0, static_cast<size_t>(roomEnd_ - to_)); }
 
-  const char *reason() const { return reason_; }
-  const char *place() const { return from_; }
+  DecodingFailure failure() const { return {reason_, from_}; }
 
  private:
   bool fail(const char *reason) {
@@ -94,16 +90,15 @@ class Decoder {
   }
 
   // Whole vectors are written: what goes too far is written again, or cleared at the end.
-  void copyPlain() {
+  void copyVerbatim() {
     while (static_cast<size_t>(end_ - from_) >= kStride) {
-      const size_t plain = copyStride(from_, to_);
-      moveOn(plain);
-      if (plain < kStride) return;
+      const size_t verbatim = copyStride(from_, to_);
+      moveOn(verbatim);
+      if (verbatim < kStride) return;
     }
-    while (end_ - from_ >= leastForVectors_) {
-      const auto left = static_cast<size_t>(end_ - from_);
-      const size_t plain = std::min(countBeforeFound(copyVector(from_, to_)), left);
-      if (plain < kVectorSize) return moveOn(plain);
+    while (static_cast<size_t>(end_ - from_) >= kVectorSize) {
+      const size_t verbatim = countBeforeFound(copyVector(from_, to_));
+      if (verbatim < kVectorSize) return moveOn(verbatim);
       // Does not wait for what was counted.
       moveOn(kVectorSize);
     }
@@ -184,44 +179,19 @@ class Decoder {
   const char *end_;
   char *to_;
   char *roomEnd_;
-  ptrdiff_t leastForVectors_;
   const char *reason_ = nullptr;
 };
 
-bool isPlain(const char *run, size_t length) {
-  return std::memchr(run, '&', length) == nullptr && std::memchr(run, '<', length) == nullptr;
-}
-
 }  // namespace
 
-bool Parser_decode(const char *run, size_t length, char *string, bool hasBytesBehind) {
-  Decoder decoder(run, length, string, hasBytesBehind);
-  if (!decoder.decode()) return false;
+bool decode(const Run &run, char *string, DecodingFailure *failure) {
+  Decoder decoder(run, string);
+  if (!decoder.decode()) {
+    *failure = decoder.failure();
+    return false;
+  }
   decoder.clearRest();
   return true;
-}
-
-uint32_t Parser_CopyBufToString(const XmlParser *parser, const char *run, size_t length,
-                                char **string) {
-  if (length == 0) return NEB_XML_OK;
-  if (run == nullptr || string == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  if (length > INT32_MAX) return Parser_syntaxError(parser, reasons::kTextTooLong, run);
-  const Storage &storage = parser->storage;
-  if (isPlain(run, length)) {
-    *string = storage.copyText(run, length);
-    return *string != nullptr ? uint32_t{NEB_XML_OK} : Parser_memoryError(parser);
-  }
-  auto *decoded = static_cast<char *>(storage.obtain(length + kTerminator));
-  *string = decoded;
-  if (decoded == nullptr) return Parser_memoryError(parser);
-  Decoder decoder(run, length, decoded, false);
-  if (decoder.decode()) {
-    decoder.clearRest();
-    return NEB_XML_OK;
-  }
-  storage.giveBackOwn(decoded);
-  *string = nullptr;
-  return Parser_syntaxError(parser, decoder.reason(), decoder.place());
 }
 
 }  // namespace neb::xml::internal

@@ -1,18 +1,18 @@
-#include "parser/attribute_set.h"
+#include "tree/duplicates.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #include "platform/bounded_memory.h"
-#include "tree/attributes.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
-constexpr size_t kFirstPlaces = 128;
-constexpr uint64_t kFree = 0;  // what a place holds that no hash has taken
+constexpr size_t kFirstSlots = 128;
+constexpr uint64_t kFree = 0;  // what a slot holds that no hash has taken
 
 bool sameString(const char *a, const char *b) {
   if (a == nullptr || b == nullptr) return a == b;
@@ -60,7 +60,7 @@ bool hasSameBefore(const XmlNode *attributes, const XmlNode *attribute, Same sam
   return other != nullptr && other != attribute;
 }
 
-// SipHash-1-3, a keyed hash made against texts that aim at collisions.
+// SipHash-1-3, a keyed hash made against documents that aim at collisions.
 class SipHash {
  public:
   SipHash(uint64_t key0, uint64_t key1)
@@ -130,30 +130,43 @@ class SipHash {
   size_t length_ = 0;
 };
 
-uint64_t addressOf(const void *place) { return reinterpret_cast<uintptr_t>(place); }
+uint64_t addressOf(const void *object) { return reinterpret_cast<uintptr_t>(object); }
 
 }  // namespace
 
-void AttributeSet::releaseTable() {
+uint64_t NameKey::of(const XmlNode *attribute) {
+  char first[sizeof(uint64_t)] = {};
+  size_t length = 0;
+  for (PrintedName name(attribute);; ++length) {
+    const char byte = name.next();
+    if (byte == '\0') return of(first, length);
+    if (length < sizeof first) first[length] = byte;
+  }
+}
+
+void DuplicateDetector::freeTable() {
   XML_Free(nullptr, table_);
   table_ = nullptr;
-  places_ = 0;
+  slots_ = 0;
 }
 
-bool AttributeSet::isAmong(const XmlNode *attributes, const XmlNode *attribute) const {
-  return separator_ == '\0' ? hasSameBefore(attributes, attribute, sameAttribute)
-                            : hasSameBefore(attributes, attribute, samePrintedName);
+bool DuplicateDetector::isAmong(const XmlNode *attributes, const XmlNode *attribute) const {
+  return compared_ == Compared::asStored ? hasSameBefore(attributes, attribute, sameAttribute)
+                                         : hasSameBefore(attributes, attribute, samePrintedName);
 }
 
-uint32_t AttributeSet::add(const XmlNode *firstAttribute, const XmlNode *attribute) {
-  if (count_ >= kComparedAttributes) return addToTable(firstAttribute, attribute);
+uint32_t DuplicateDetector::add(uint64_t key, const XmlNode *firstAttribute,
+                                const XmlNode *attribute, Seen *seen) {
+  if (addIfNew(key, seen)) return NEB_XML_OK;
+  if (seen->count >= kKeyedAttributes) return addToTable(firstAttribute, attribute, seen);
   if (isAmong(firstAttribute, attribute)) return NEB_XML_ERR_ALREADY_EXISTS;
-  ++count_;
+  ++seen->count;
   return NEB_XML_OK;
 }
 
-uint32_t AttributeSet::addToTable(const XmlNode *firstAttribute, const XmlNode *attribute) {
-  if (2 * (count_ + 1) > places_) {
+uint32_t DuplicateDetector::addToTable(const XmlNode *firstAttribute, const XmlNode *attribute,
+                                       Seen *seen) {
+  if (2 * (seen->count + 1) > slots_) {
     const bool isFirstTable = table_ == nullptr;
     if (!grow()) return NEB_XML_ERR_NO_MEMORY;
     if (isFirstTable) {
@@ -163,46 +176,45 @@ uint32_t AttributeSet::addToTable(const XmlNode *firstAttribute, const XmlNode *
   }
   const uint64_t hash = hashOf(attribute);
   bool isSeen = false;
-  size_t place = hash & (places_ - 1);
-  for (; table_[place] != kFree; place = (place + 1) & (places_ - 1)) {
-    isSeen = isSeen || table_[place] == hash;
+  size_t slot = hash & (slots_ - 1);
+  for (; table_[slot] != kFree; slot = (slot + 1) & (slots_ - 1)) {
+    isSeen = isSeen || table_[slot] == hash;
   }
   if (isSeen && isAmong(firstAttribute, attribute)) return NEB_XML_ERR_ALREADY_EXISTS;
-  table_[place] = hash;
-  ++count_;
+  table_[slot] = hash;
+  ++seen->count;
   return NEB_XML_OK;
 }
 
-bool AttributeSet::grow() {
-  const AttributeSet old = *this;
-  const size_t places = old.table_ == nullptr ? kFirstPlaces : 2 * old.places_;
-  const size_t bytes = places * sizeof(uint64_t);
+bool DuplicateDetector::grow() {
+  const size_t slots = table_ == nullptr ? kFirstSlots : 2 * slots_;
+  const size_t bytes = slots * sizeof(uint64_t);
   auto *table = static_cast<uint64_t *>(XML_Malloc(nullptr, bytes));
   if (table == nullptr) return false;
   platform::memset_s(table, bytes, 0, bytes);
-  table_ = table;
-  places_ = places;
-  if (old.table_ == nullptr) return true;
-  for (size_t i = 0; i < old.places_; ++i) {
-    if (old.table_[i] != kFree) fill(old.table_[i]);
+  uint64_t *old = std::exchange(table_, table);
+  const size_t oldSlots = std::exchange(slots_, slots);
+  for (size_t i = 0; i < oldSlots; ++i) {
+    if (old[i] != kFree) fill(old[i]);
   }
-  XML_Free(nullptr, old.table_);
+  XML_Free(nullptr, old);
   return true;
 }
 
-void AttributeSet::fill(uint64_t hash) {
-  size_t place = hash & (places_ - 1);
-  while (table_[place] != kFree) place = (place + 1) & (places_ - 1);
-  table_[place] = hash;
+void DuplicateDetector::fill(uint64_t hash) {
+  size_t slot = hash & (slots_ - 1);
+  while (table_[slot] != kFree) slot = (slot + 1) & (slots_ - 1);
+  table_[slot] = hash;
 }
 
-// Where a process has its stack, heap and code is what a text cannot know. The key must stay the
+// Where a process has its stack, heap and code is what a document cannot know. The key must stay the
 // same while one table fills, and so does not depend on the table.
-uint64_t AttributeSet::hashOf(const XmlNode *attribute) const {
+uint64_t DuplicateDetector::hashOf(const XmlNode *attribute) const {
   SipHash hash(addressOf(this), addressOf(reinterpret_cast<const void *>(g_fnXMLMalloc)));
   if (attribute->prefix != nullptr) {
+    const char separator = compared_ == Compared::asPrinted ? ':' : '\0';
     hash.add(attribute->prefix, std::strlen(attribute->prefix));
-    hash.add(&separator_, 1);
+    hash.add(&separator, 1);
   }
   if (attribute->name != nullptr) hash.add(attribute->name, std::strlen(attribute->name));
   return std::max(hash.finish(), kFree + 1);

@@ -1,0 +1,553 @@
+// The tree builder: the only maker of nodes in a parse.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "parser/allocation.h"
+#include "parser/copying.h"
+#include "parser/decoder.h"
+#include "tree/duplicates.h"
+#include "parser/markup.h"
+#include "parser/reasons.h"
+#include "simd/vector.h"
+#include "tree/node_records.h"
+
+namespace neb::xml::internal {
+
+// The attributes of the tag that is being read.
+class AttributeList {
+ public:
+  AttributeList() = default;
+  explicit AttributeList(XmlNode *element)
+      : link_(reinterpret_cast<char *>(element) + offsetof(XmlNode, firstAttr)) {}
+
+  void append(XmlNode *attribute) {
+    std::memcpy(link_, &attribute, sizeof(XmlNode *));
+    link_ = reinterpret_cast<char *>(attribute) + offsetof(XmlNode, next);
+  }
+
+  // The last one; there is one.
+  XmlNode *last() const { return reinterpret_cast<XmlNode *>(link_ - offsetof(XmlNode, next)); }
+
+  DuplicateDetector::Seen seen;
+
+ private:
+  char *link_ = nullptr;  // where the next one goes
+};
+
+// Builds a tree from what is recognised in a document, in the order of the document. The record of
+// the next element is made behind a start tag, before the content. So each string and record is asked
+// for at one point, whoever recognises: a scanner that sees a short token whole, or a tokenizer.
+//
+// Functions that return bool return false once the parse has failed. What has been built is then
+// freed with the builder.
+template <typename Allocation>
+class TreeBuilder {
+ public:
+  // The document is a new one, whose record the first start tag fills.
+  TreeBuilder(const Storage &storage, XmlNode *document)
+      : allocation_(storage), next_(document), document_(document) {}
+  TreeBuilder(const TreeBuilder &) = delete;
+  TreeBuilder &operator=(const TreeBuilder &) = delete;
+
+  ~TreeBuilder() {
+    if constexpr (Allocation::kIsArena) return;  // all of it ends with its session
+    if (next_ != nullptr && next_ != document_) allocation_.free(next_);
+    XML_FreeNode(document_);
+  }
+
+  // The document is the caller's from now on.
+  XmlNode *release() {
+    allocation_.save();
+    if (next_ == document_) next_ = nullptr;
+    return std::exchange(document_, nullptr);
+  }
+
+  // Whether vectors can be read that end where a string of the tree ends.
+  static constexpr bool kHasBytesBefore = Allocation::kIsArena;
+
+  // The innermost element whose end tag has not come; null at the top.
+  XmlNode *open() const { return open_; }
+  bool hasOpen() const { return open_ != nullptr; }
+  bool isInTag() const { return isInTag_; }
+  bool hasAttributes() const { return attributes_.seen.count != 0; }
+  bool hasFailed() const { return hasFailed_; }
+
+  // Whether the element started last is open still.
+  bool isLastStartedOpen() const { return open_ != nullptr && last_ == nullptr; }
+  // Behind a start tag, and perhaps end tags: white space may be a value here.
+  bool isInContent() const { return leafLength_ != 0; }
+
+  // The name of the open element as it stands in the document, right behind its start tag; null where
+  // it does not stand so.
+  const char *leafName() const { return isLeafKnown() ? leafName_ : nullptr; }
+  // Of that name; 0 outside of content, and more than any name has where it is not known.
+  size_t leafLength() const { return leafLength_; }
+  void forgetLeafName() {
+    if (leafLength_ != 0) leafLength_ = kUnknownLeaf;
+  }
+
+  // A tree without places knows no reason for a failure.
+  bool fail(const char * /*reason*/, const char * /*at*/) {
+    hasFailed_ = true;
+    return false;
+  }
+  bool failEndTag(const char *endTag, const Run & /*name*/) {
+    return fail(reasons::kEndTagOther, endTag);
+  }
+  static const char *openTag() { return nullptr; }
+
+  // ---- Short tokens: names of kLongestShortName bytes at most, with kWidestCopy bytes behind them.
+
+  // "<name>", and the record of the next element.
+  bool startBareElement(const char *name, size_t length) {
+    const size_t size = length + kTerminator;
+    char *memory = allocation_.allocateTogether(size, size + kElementRecordSize);
+    if (memory == nullptr) return startElement(name, length, 0) && endStartTag() && makeNext();
+    copyHalfWide(memory, name);
+    openElement(startNext(memory, length), name, length);
+    next_ = recordAt(memory + size);
+    return true;
+  }
+
+  // "<name/>", and the record of the next element.
+  bool addEmptyElement(const char *name, size_t length) {
+    const size_t size = length + kTerminator;
+    char *memory = allocation_.allocateTogether(size, size + kElementRecordSize);
+    if (memory == nullptr) {
+      return startElement(name, length, 0) && endShortEmptyElement();
+    }
+    copyHalfWide(memory, name);
+    closeElement(startNext(memory, length));
+    next_ = recordAt(memory + size);
+    return true;
+  }
+
+  // "<name>text</name>", and the record of the next element; false, and nothing is built, unless the
+  // allocations lie together.
+  bool addLeaf(const char *name, size_t length, const ShortRun &text) {
+    const size_t size = length + kTerminator;
+    const size_t valueSize = text.length() + kTerminator;
+    char *memory = allocation_.allocateTogether(std::min(size, valueSize),
+                                                size + kElementRecordSize + valueSize);
+    if (memory == nullptr) return false;
+    char *value = memory + size + kElementRecordSize;
+    const size_t valueLength = copyShort(value, text);
+    copyHalfWide(memory, name);
+    XmlNode *element = startNext(memory, length);
+    setShortValue(element, value, valueLength);
+    next_ = recordAt(memory + size);
+    closeElement(element);
+    return true;
+  }
+
+  // "<name" or "<prefix:name", up to white space; the prefix has this length.
+  bool startElement(const char *name, size_t length, size_t prefixLength) {
+    char *copy = copyName(name, length);
+    if (copy == nullptr) return false;
+    openElement(startNext(copy, length), name, length);
+    leafPrefix_ = prefixLength;
+    if (prefixLength != 0) open_->marks = kNameIsWhole;
+    beginAttributes();
+    return true;
+  }
+
+  const AttributeList &attributes() const { return attributes_; }
+  void setAttributes(const AttributeList &list) { attributes_ = list; }
+
+  // Whether the attribute is sure to be no duplicate, and is to be added next.
+  bool isNewAttribute(const char *name, size_t length, AttributeList *list) {
+    return duplicates_.addIfNew(NameKey::of(name, length), &list->seen);
+  }
+
+  // "name='value'" or "prefix:name='value'", which is as long as the two strings that it becomes.
+  bool addAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value,
+                    AttributeList *list) {
+    const size_t nameSize = length + kTerminator;
+    const size_t valueSize = value.length() + kTerminator;
+    size_t smallest = std::min(nameSize - prefixSize, valueSize);
+    if (prefixSize != 0) smallest = std::min(smallest, prefixSize);
+    static_assert(kAttributeRecordSize > kLongestShortName);  // and so is not the smallest
+    char *memory =
+        allocation_.allocateTogether(smallest, kAttributeRecordSize + nameSize + valueSize);
+    if (memory == nullptr) {
+      // The list itself would have to leave its registers if it were handed on.
+      attributes_ = *list;
+      const bool isAdded = addAttributeSlowly(name, length, prefixSize, value);
+      *list = attributes_;
+      return isAdded;
+    }
+    XmlNode *attribute = recordAt(memory);
+    fillAttribute(attribute, allocation_.handle(), static_cast<uint16_t>(length - prefixSize),
+                  open_);
+    char *copy = memory + kAttributeRecordSize;
+    copyHalfWide(copy, name);
+    copy[length] = '\0';
+    attribute->name = copy + prefixSize;
+    if (prefixSize != 0) {
+      copy[prefixSize - 1] = '\0';
+      attribute->prefix = copy;
+    }
+    char *string = copy + nameSize;
+    setShortValue(attribute, string, copyShort(string, value));
+    list->append(attribute);
+    return true;
+  }
+
+  // ">" of a start tag, the record of the next element, and the text and end tag of an element whose
+  // name has no prefix; false, and nothing is built, unless the allocations lie together.
+  bool endStartTagOfLeaf(const ShortRun &text) {
+    const size_t size = text.length() + kTerminator;
+    char *memory = allocation_.allocateTogether(std::min(size, kElementRecordSize),
+                                                kElementRecordSize + size);
+    if (memory == nullptr) return false;
+    char *value = memory + kElementRecordSize;
+    XmlNode *element = open_;
+    setShortValue(element, value, copyShort(value, text));
+    next_ = recordAt(memory);
+    isInTag_ = false;
+    open_ = element->parent;
+    closeElement(element);
+    return true;
+  }
+
+  // "/>" of a start tag of an element that has a parent, and the record of the next element.
+  bool endShortEmptyElement() {
+    XmlNode *element = open_;
+    const bool isBuilt = isNameWhole() ? splitAndMakeNext(element) : makeNext();
+    if (!isBuilt) return false;
+    isInTag_ = false;
+    open_ = element->parent;
+    closeElement(element);
+    return true;
+  }
+
+  // The text of the open element, which has a parent, and its end tag.
+  bool addShortText(const ShortRun &text) {
+    XmlNode *element = open_;
+    if (!(isNameWhole() ? setValueAndSplit(element, text) : setValue(element, text))) return false;
+    open_ = element->parent;
+    closeElement(element);
+    return true;
+  }
+
+  // The end tag of the open element, which has a parent and a short name.
+  bool endShortElement() {
+    XmlNode *element = open_;
+    if (isNameWhole() && !splitShortName(element, prefixLengthOfOpen())) return false;
+    element->valueOwned = 1;
+    open_ = element->parent;
+    last_ = element;
+    forgetLeafName();
+    return true;
+  }
+
+  bool isRootOpen() const { return open_->parent == nullptr; }
+  bool isNameWhole() const { return (open_->marks & kNameIsWhole) != 0; }
+
+  // ---- Tokens of any length, and references of any kind.
+
+  // "<name", up to where its attributes would begin.
+  bool startElement(const char * /*tag*/, const Run &name) {
+    char *copy = nullptr;
+    if (!copyRun(name, &copy)) return false;
+    XmlNode *element = std::exchange(next_, nullptr);
+    if (element != document_) fillElement(element, allocation_.handle(), 0);
+    element->name = copy;
+    element->nameOwned = 1;
+    attach(element);
+    openElement(element, name.begin, kUnknownLeaf);
+    noteName(name);
+    beginAttributes();
+    return true;
+  }
+
+  // Record, prefix and name of an attribute.
+  bool startAttribute(const Run &prefix, const Run &name) {
+    auto *attribute = reinterpret_cast<XmlNode *>(allocate(kAttributeRecordSize));
+    if (attribute == nullptr) return false;
+    fillAttribute(attribute, allocation_.handle(), 0, open_);
+    attribute->name = nullptr;
+    attribute->value = nullptr;
+    attributes_.append(attribute);
+    if (!copyRun(prefix, &attribute->prefix) || !copyRun(name, &attribute->name)) return false;
+    if (name.isVerbatim) attribute->nameLength = notedNameLength(name.length);
+    return true;
+  }
+
+  // The value of the attribute that was started last.
+  bool endAttribute(const char *nameInDocument, const Run &value) {
+    XmlNode *attribute = attributes_.last();
+    if (!copyRun(value, &attribute->value)) return false;
+    if (value.isVerbatim && value.length != 0) noteValueLength(attribute, value.length);
+    const uint32_t result = duplicates_.add(NameKey::of(attribute), open_->firstAttr, attribute,
+                                            &attributes_.seen);
+    return result == NEB_XML_OK || fail(reasons::kAttributeTwice, nameInDocument);
+  }
+
+  // ">" of a start tag.
+  bool endStartTag() {
+    isInTag_ = false;
+    return true;
+  }
+
+  // "/>" of a start tag.
+  bool endEmptyElement() {
+    isInTag_ = false;
+    if (!splitName()) return false;
+    close();
+    return true;
+  }
+
+  // The record of the next element.
+  bool makeNext() {
+    next_ = recordAt(allocate(kElementRecordSize));
+    return next_ != nullptr;
+  }
+
+  // Text that is all that the open element holds.
+  bool setText(const Run &text) {
+    open_->valueOwned = 1;
+    if (!copyRun(text, &open_->value)) return false;
+    if (text.isVerbatim && text.length != 0) noteValueLength(open_, text.length);
+    return true;
+  }
+
+  // Whether an end tag of this name, as it stands in the document, is the one of the open element.
+  bool isNameOfOpen(const char *name, size_t length) {
+    return std::strlen(open_->name) == length && std::memcmp(open_->name, name, length) == 0;
+  }
+
+  // Cuts the prefix off the name of the element that is about to end.
+  bool splitName() {
+    XmlNode *element = open_;
+    char *colon = std::strchr(element->name, ':');
+    if (colon == nullptr) return true;
+    if (colon == element->name || colon[1] == '\0') {
+      return fail(reasons::kElementNameColon, nullptr);
+    }
+    const size_t prefixLength = static_cast<size_t>(colon - element->name);
+    if (!copyRun(runOf(element->name, prefixLength), &element->prefix)) return false;
+    const size_t moved = std::strlen(colon + 1) + kTerminator;
+    std::memmove(element->name, colon + 1, moved);
+    element->nameLength = notedNameLength(moved - kTerminator);
+    element->marks &= static_cast<uint8_t>(~kNameIsWhole);
+    return true;
+  }
+
+  // The end tag behind text.
+  void close() {
+    XmlNode *element = open_;
+    open_ = element->parent;
+    closeElement(element);
+  }
+
+  // An end tag behind anything else: it leaves what follows in content, if it was.
+  void closeInContent() {
+    XmlNode *element = open_;
+    element->valueOwned = 1;
+    open_ = element->parent;
+    last_ = element;
+    forgetLeafName();
+  }
+
+ private:
+  static constexpr size_t kUnknownLeaf = SIZE_MAX;
+
+  static XmlNode *recordAt(char *memory) { return reinterpret_cast<XmlNode *>(memory); }
+
+  bool isLeafKnown() const { return leafLength_ != kUnknownLeaf && leafLength_ != 0; }
+
+  // The next record becomes an element below the open one; its name has been copied.
+  XmlNode *startNext(char *name, size_t length) {
+    XmlNode *element = next_;
+    if constexpr (!Allocation::kIsArena) next_ = nullptr;  // freed with the tree from now on
+    fillElement(element, allocation_.handle(), static_cast<uint16_t>(length));
+    name[length] = '\0';
+    element->name = name;
+    appendElement(element, open_, last_);
+    return element;
+  }
+
+  void attach(XmlNode *element) {
+    if (open_ != nullptr) return appendElement(element, open_, last_);
+    element->parent = nullptr;
+    element->prev = last_;
+    if (last_ != nullptr) last_->next = element;
+  }
+
+  void openElement(XmlNode *element, const char *name, size_t length) {
+    open_ = element;
+    last_ = nullptr;
+    leafName_ = name;
+    leafLength_ = length;
+  }
+
+  void closeElement(XmlNode *element) {
+    last_ = element;
+    leafLength_ = 0;
+  }
+
+  void beginAttributes() {
+    attributes_ = AttributeList(open_);
+    duplicates_.beginTag();
+    isInTag_ = true;
+  }
+
+  // A name without anything that a scanner leaves to others: so its end tag may be scanned.
+  void noteName(const Run &name) {
+    size_t prefixLength = 0;
+    for (size_t i = 0; i < name.length; ++i) {
+      const char byte = name.begin[i];
+      if (byte != ':' && kNameEndBytes.holds(static_cast<uint8_t>(byte))) return;
+      if (byte == ':' && prefixLength == 0) prefixLength = i;
+    }
+    const char last = name.begin[name.length - 1];
+    if (name.begin[0] == ':' || last == ':' || mayEndMarkup(last)) return;
+    leafLength_ = name.length;
+    leafPrefix_ = prefixLength;
+    open_->nameLength = notedNameLength(name.length);
+    if (prefixLength != 0) open_->marks |= kNameIsWhole;
+  }
+
+  char *allocate(size_t size) {
+    char *memory = allocation_.tryAllocate(size);
+    return memory != nullptr ? memory : allocateSlowly(size);
+  }
+
+  [[gnu::noinline]] char *allocateSlowly(size_t size) {
+    char *memory = allocation_.allocate(size);
+    if (memory == nullptr) hasFailed_ = true;
+    return memory;
+  }
+
+  // The terminator comes with the record.
+  char *copyName(const char *name, size_t length) {
+    const size_t size = length + kTerminator;
+    char *copy = allocation_.allocateTogether(size, size);
+    if (copy != nullptr) {
+      copyHalfWide(copy, name);
+      return copy;
+    }
+    copy = allocate(size);
+    if (copy != nullptr) moveShort(copy, name, length);
+    return copy;
+  }
+
+  static void setShortValue(XmlNode *node, char *value, size_t length) {
+    node->value = value;
+    node->valueSize = static_cast<uint8_t>(length + kTerminator);
+    node->valueOwned = 1;
+  }
+
+  bool setValue(XmlNode *node, const ShortRun &run) {
+    const size_t size = run.length() + kTerminator;
+    char *value = allocation_.allocateTogether(size, size);
+    if (value == nullptr) return setValueSlowly(node, run);
+    setShortValue(node, value, copyShort(value, run));
+    return true;
+  }
+
+  bool setValueAndSplit(XmlNode *element, const ShortRun &run) {
+    const size_t size = run.length() + kTerminator;
+    const size_t prefixSize = leafPrefix_ + kTerminator;
+    char *value = allocation_.allocateTogether(std::min(size, prefixSize), size + prefixSize);
+    if (value == nullptr) return setValueSlowly(element, run) && splitShortName(element, leafPrefix_);
+    setShortValue(element, value, copyShort(value, run));
+    moveName(element, value + size, leafPrefix_);
+    return true;
+  }
+
+  bool splitAndMakeNext(XmlNode *element) {
+    const size_t size = leafPrefix_ + kTerminator;
+    const size_t smallest = std::min(size, kElementRecordSize);
+    char *memory = allocation_.allocateTogether(smallest, size + kElementRecordSize);
+    if (memory == nullptr) return splitShortName(element, leafPrefix_) && makeNext();
+    moveName(element, memory, leafPrefix_);
+    next_ = recordAt(memory + size);
+    return true;
+  }
+
+  // Moves the prefix of a name, and not the colon, into a string of its own.
+  static void moveName(XmlNode *element, char *prefix, size_t length) {
+    char *name = element->name;
+    moveShort(prefix, name, length);
+    prefix[length] = '\0';
+    element->prefix = prefix;
+    moveShort(name, name + length + 1, element->nameLength - length);
+    element->nameLength = static_cast<uint16_t>(element->nameLength - length - 1);
+    element->marks &= static_cast<uint8_t>(~kNameIsWhole);
+  }
+
+  bool splitShortName(XmlNode *element, size_t prefixLength) {
+    char *prefix = allocateSlowly(prefixLength + kTerminator);
+    if (prefix != nullptr) moveName(element, prefix, prefixLength);
+    return prefix != nullptr;
+  }
+
+  size_t prefixLengthOfOpen() const {
+    const char *name = open_->name;
+    const void *colon = std::memchr(name, ':', open_->nameLength);
+    return static_cast<size_t>(static_cast<const char *>(colon) - name);
+  }
+
+  [[gnu::noinline]] bool setValueSlowly(XmlNode *node, ShortRun run) {
+    const size_t length = run.length();
+    const bool isVerbatim = run.ampersands == 0;
+    node->valueOwned = 1;
+    if (!copyRun({run.begin, length, isVerbatim}, &node->value)) return false;
+    if (isVerbatim) noteValueLength(node, length);
+    return true;
+  }
+
+  [[gnu::noinline]] bool addAttributeSlowly(const char *name, size_t length, size_t prefixSize,
+                                            ShortRun value) {
+    XmlNode *attribute = recordAt(allocate(kAttributeRecordSize));
+    if (attribute == nullptr) return false;
+    fillAttribute(attribute, allocation_.handle(), static_cast<uint16_t>(length - prefixSize),
+                  open_);
+    attribute->name = nullptr;
+    attribute->value = nullptr;
+    attributes_.append(attribute);
+    const Run prefix = {name, prefixSize != 0 ? prefixSize - 1 : 0, true};
+    const Run local = {name + prefixSize, length - prefixSize, true};
+    return copyRun(prefix, &attribute->prefix) && copyRun(local, &attribute->name) &&
+           setValueSlowly(attribute, value);
+  }
+
+  // A new string; null for an empty run.
+  bool copyRun(const Run &run, char **string) {
+    *string = nullptr;
+    if (run.length == 0) return true;
+    if (run.length > INT32_MAX) return fail(reasons::kTextTooLong, run.begin);
+    char *copy = allocate(run.length + kTerminator);
+    if (copy == nullptr) return false;
+    if (run.isVerbatim) {
+      std::memcpy(copy, run.begin, run.length);
+      copy[run.length] = '\0';
+    } else if (DecodingFailure failure; !decode(run, copy, &failure)) {
+      allocation_.free(copy);
+      return fail(failure.reason, failure.at);
+    }
+    *string = copy;
+    return true;
+  }
+
+  // What changes together does not stand together: two fields at once would go through a vector.
+  XmlNode *open_ = nullptr;
+  Allocation allocation_;
+  XmlNode *last_ = nullptr;  // its last child, or the last element at the top; null if there is none
+  const char *leafName_ = nullptr;
+  XmlNode *next_;  // for the next start tag, its bytes not set; null until it is made
+  size_t leafPrefix_ = 0;
+  size_t leafLength_ = 0;
+  bool isInTag_ = false;
+  bool hasFailed_ = false;
+  AttributeList attributes_;
+  DuplicateDetector duplicates_;
+  XmlNode *document_;
+};
+
+}  // namespace neb::xml::internal

@@ -1,0 +1,81 @@
+// The builder that makes no tree: it finds why and where a document is malformed.
+#pragma once
+
+#include "tree/duplicates.h"
+#include "parser/markup.h"
+#include "tree/node.h"
+
+namespace neb::xml::internal {
+
+// What the tokenizer tells it, it only checks: names against their end tags, attributes against each
+// other, references. It keeps the start tags that are open, as they stand in the document, and the
+// attribute names of one tag. Functions that return bool return false once something is wrong.
+class CheckingBuilder {
+ public:
+  CheckingBuilder() = default;
+  ~CheckingBuilder();
+  CheckingBuilder(const CheckingBuilder &) = delete;
+  CheckingBuilder &operator=(const CheckingBuilder &) = delete;
+
+  struct OpenTag {
+    const char *tag;  // its '<'
+    Run name;
+  };
+
+  // The first thing that is wrong. Reasons are constants.
+  struct Failure {
+    const char *reason = nullptr;  // null: nothing is
+    const char *at = nullptr;
+    OpenTag startTag = {};  // of an end tag with another name; else empty
+    Run endTagName = {};
+  };
+  const Failure &failure() const { return failure_; }
+
+  bool hasFailed() const { return failure_.reason != nullptr; }
+  bool hasOpen() const { return openTags_ != 0; }
+  bool isInTag() const { return isInTag_; }
+  bool isInContent() const { return isInContent_; }
+  bool isLastStartedOpen() const { return isLastStartedOpen_; }
+  bool hasAttributes() const { return seen_.count != 0; }
+
+  // The '<' of the innermost open start tag; null if there is none.
+  const char *openTag() const { return hasOpen() ? innermost().tag : nullptr; }
+
+  bool fail(const char *reason, const char *at);
+  bool failEndTag(const char *endTag, const Run &name);
+
+  bool startElement(const char *tag, const Run &name);
+  bool startAttribute(const Run &prefix, const Run &name);
+  bool endAttribute(const char *nameInDocument, const Run &value);
+  bool endStartTag();
+  bool endEmptyElement();
+  static bool makeNext() { return true; }
+  bool setText(const Run &text) { return checkRun(text); }
+  bool isNameOfOpen(const char *name, size_t length);
+  bool splitName();
+  void close();
+  void closeInContent();
+
+ private:
+  const OpenTag &innermost() const { return tags_[openTags_ - 1]; }
+  bool failForMemory(const char *at);
+  bool checkRun(const Run &run);
+  char *copyRun(const Run &run);
+  bool checkPrefix(const char *name, size_t length);
+  bool growTags();
+  void freeAttributes();
+
+  Failure failure_;
+  OpenTag *tags_ = nullptr;
+  size_t openTags_ = 0;
+  size_t capacity_ = 0;  // of tags_
+  bool isInTag_ = false;
+  bool isInContent_ = false;
+  bool isLastStartedOpen_ = false;
+  XmlNode *firstAttribute_ = nullptr;  // of the tag; heap nodes without values
+  XmlNode *lastAttribute_ = nullptr;
+  DuplicateDetector duplicates_;
+  DuplicateDetector::Seen seen_;
+};
+
+}  // namespace neb::xml::internal

@@ -1,0 +1,81 @@
+// Copying short runs of the document into allocations that lie together, whole vectors at once.
+#pragma once
+
+#include <bit>
+#include <cstring>
+
+#include "memory/carver.h"
+#include "parser/markup.h"
+#include "tree/references.h"
+
+namespace neb::xml::internal {
+
+inline constexpr size_t kTerminator = 1;
+
+// Short runs are copied whole. So there must be this much of the document behind the run.
+inline constexpr size_t kWidestCopy = CarvingPlace::kSlack;
+
+// Names are copied and compared with one or two vectors.
+inline constexpr size_t kLongestShortName = kWidestCopy / 2 - kTerminator;
+
+constexpr bool isShort(size_t length) { return length - 1 < kLongestShortName; }
+
+// Half of that at once, at any address: one vector on a machine that has such wide ones. Not by
+// memcpy, which g++ 12 takes over the stack.
+inline void copyHalfWide(char *to, const char *from) {
+  using Bytes = uint8_t __attribute__((vector_size(kWidestCopy / 2)));
+  struct [[gnu::packed, gnu::may_alias]] AnyAddress {
+    Bytes bytes;
+  };
+  reinterpret_cast<AnyAddress *>(to)->bytes = reinterpret_cast<const AnyAddress *>(from)->bytes;
+}
+
+inline void copyWide(char *to, const char *from) {
+  copyHalfWide(to, from);
+  copyHalfWide(to + kWidestCopy / 2, from + kWidestCopy / 2);
+}
+
+// Of a window that has a bit.
+constexpr size_t firstOf(uint64_t window) { return static_cast<size_t>(std::countr_zero(window)); }
+constexpr uint64_t withoutFirst(uint64_t window) { return window & (window - 1); }
+
+// A text or a value that ends in one window of the index. Its references are named ones; the bits of
+// their ampersands count from the beginning of the window.
+struct ShortRun {
+  const char *begin;
+  const char *end;  // null if there is no such run
+  const char *windowBegin;
+  uint64_t ampersands;
+
+  size_t length() const { return static_cast<size_t>(end - begin); }
+};
+
+// Writes up to kWidestCopy bytes. Returns the length of the string; what references leave of its
+// room is zero.
+inline size_t copyDecoded(char *string, const ShortRun &run) {
+  const char *from = run.begin;
+  char *to = string;
+  for (uint64_t left = run.ampersands; left != 0; left = withoutFirst(left)) {
+    const char *ampersand = run.windowBegin + firstOf(left);
+    const NamedReference *reference = namedReferenceAt(ampersand);
+    copyWide(to, from);
+    to += ampersand - from;
+    *to++ = reference->character;
+    from = ampersand + reference->length;
+  }
+  copyWide(to, from);
+  to += run.end - from;
+  std::memset(to, 0, kWidestCopy);
+  return static_cast<size_t>(to - string);
+}
+
+// Into a string that was allocated together with others, with its terminator.
+inline size_t copyShort(char *string, const ShortRun &run) {
+  if (run.ampersands != 0) [[unlikely]]
+    return copyDecoded(string, run);
+  copyWide(string, run.begin);
+  string[run.length()] = '\0';
+  return run.length();
+}
+
+}  // namespace neb::xml::internal

@@ -1,0 +1,56 @@
+// Loading documents from files and buffers.
+#include <cstring>
+
+#include "parser/copying.h"
+#include "parser/parser.h"
+
+namespace neb::xml::internal {
+
+namespace {
+
+constexpr int kSeekFromStart = 0;
+constexpr int kSeekFromEnd = 2;
+
+// Lengths are counted in 32 bits, terminator included. Files whose size is unknown give -1.
+bool isLoadableSize(long size) {
+  return size >= 0 && static_cast<unsigned long>(size) < UINT32_MAX;
+}
+
+}  // namespace
+
+uint32_t LoadedDocument::load(const char *path) {
+  FILE *stream = XML_Fopen(path, "rb");
+  if (stream == nullptr) return NEB_XML_ERR_FILE_OPEN;
+  const uint32_t result = read(stream);
+  XML_Fclose(stream);
+  return result;
+}
+
+uint32_t LoadedDocument::read(FILE *stream) {
+  XML_Fseek(stream, 0, kSeekFromEnd);
+  const long told = XML_Ftell(stream);
+  if (!isLoadableSize(told)) return NEB_XML_ERR_FILE_READ;
+  if (told == 0) return NEB_XML_ERR_SYNTAX;
+  const auto size = static_cast<size_t>(told);
+  auto *text = static_cast<char *>(XML_Malloc(nullptr, size + kTerminator));
+  if (text == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  if (XML_Fseek(stream, 0, kSeekFromStart) != 0 || XML_Fread(text, 1, size, stream) != size) {
+    XML_Free(nullptr, text);
+    return NEB_XML_ERR_FILE_READ;
+  }
+  text[size] = '\0';
+  text_ = text;
+  return NEB_XML_OK;
+}
+
+bool LoadedDocument::copy(const char *bytes, size_t length) {
+  const size_t size = strnlen(bytes, length);
+  auto *text = static_cast<char *>(XML_Malloc(nullptr, size + kTerminator));
+  if (text == nullptr) return false;
+  std::memcpy(text, bytes, size);
+  text[size] = '\0';
+  text_ = text;
+  return true;
+}
+
+}  // namespace neb::xml::internal

@@ -1,0 +1,429 @@
+// The scanner: the fast way through a document.
+#pragma once
+
+#include <cstring>
+
+#include "parser/builder.h"
+#include "parser/structural_index.h"
+#include "parser/tokenizer.h"
+
+namespace neb::xml::internal {
+
+// The record of a parse: what is built, and how far the document has been read.
+template <typename Allocation>
+struct XmlParser {
+  XmlParser(const char *text, const Storage &storage, XmlNode *document)
+      : builder(storage, document), tokenizer(&builder, text) {}
+
+  TreeBuilder<Allocation> builder;
+  Tokenizer<TreeBuilder<Allocation>> tokenizer;
+};
+
+// Recognises a token by one look into the structural index, if the token fits into a window of it.
+// Longer texts and values it finds by searching the index. Everything else it leaves to the
+// tokenizer, one step at a time: all of them make the same calls to the same builder.
+//
+// The hot members are inlined into two loops, one for elements with their texts and one for the
+// inside of a start tag, once for each machine. Members of the builder stay in memory, so that all
+// registers are there for the token at hand. A hot member returns the cursor behind its token, or
+// null if it leaves the token, or if the builder has failed.
+template <typename Allocation, typename Machine>
+class Scanner {
+ public:
+  // The parser stands at the beginning of the document, which goes on to its terminator.
+  explicit Scanner(XmlParser<Allocation> *parser)
+      : builder_(parser->builder),
+        tokenizer_(parser->tokenizer),
+        firstScanned_(tokenizer_.cursor() + kVectorSize),
+        index_(tokenizer_.cursor(), std::strlen(tokenizer_.cursor())) {}
+
+  // Builds the tree; false if the document is malformed or memory runs out.
+  bool run() {
+    if (!tokenizer_.skipProlog()) return false;
+    while (*tokenizer_.cursor() != '\0') {
+      if (!readSome()) return false;
+    }
+    return tokenizer_.finish();
+  }
+
+  // The loops, for the machine to inline into functions of its own.
+  void scan() {
+    const char *cursor = tokenizer_.cursor();
+    const char *next = builder_.isInTag() ? Machine::scanTag(this, cursor) : scanToken(cursor);
+    for (; next != nullptr; next = scanToken(next)) cursor = next;
+    // In a tag the cursor has been set.
+    if (!builder_.isInTag()) tokenizer_.setCursor(cursor);
+  }
+
+  // From behind the name or a value up to the end of the tag; or null, and then the cursor is in it.
+  const char *scanTag(const char *cursor) {
+    AttributeList list = builder_.attributes();
+    while (index_.hasWindow(cursor)) {
+      if (*cursor == '>') {
+        if (const char *end = endStartTag(cursor + lengthOf(kTagEnd))) return end;
+        break;
+      }
+      size_t whitespace = 1;
+      // Names begin beyond '>', '/' and white space.
+      const bool beginsName = *cursor == ' ' && static_cast<uint8_t>(cursor[1]) > '>';
+      if (!beginsName) {
+        const uint64_t others = index_.window(kNonWhitespace, cursor);
+        if (others == 0) break;
+        whitespace = firstOf(others);
+        const char *token = cursor + whitespace;
+        if (*token == '>' || *token == '/') {
+          if (const char *end = endTag(token)) return end;
+          break;
+        }
+        if (whitespace == 0 || whitespace > kMostWhitespace) break;
+      }
+      const char *end = scanAttribute(cursor, whitespace, &list);
+      if (end == nullptr) {
+        builder_.setAttributes(list);
+        end = scanLongAttribute(cursor + whitespace);
+        if (end == nullptr) break;
+        list = builder_.attributes();
+      }
+      cursor = end;
+    }
+    builder_.setAttributes(list);
+    tokenizer_.setCursor(cursor);
+    return nullptr;
+  }
+
+ private:
+  // What begins in a window is copied whole, and an end tag may begin where the window ends.
+  static_assert(StructuralIndex::kReach >= kBytesPerWord + kWidestCopy);
+  static_assert(StructuralIndex::kReach > kBytesPerWord + 2 + kLongestShortName + kVectorSize);
+
+  // More white space than this would leave too little of a window.
+  static constexpr size_t kMostWhitespace = 32;
+
+  // Short tokens as long as there are any, else whatever has stopped them.
+  bool readSome() {
+    prepareWindow();
+    if (mayScan()) {
+      const char *before = tokenizer_.cursor();
+      Machine::scan(this);
+      if (builder_.hasFailed()) return false;
+      const char *cursor = tokenizer_.cursor();
+      if (cursor != before && !hasWholeWindow(cursor)) return true;
+    }
+    return scanLong() || (!builder_.hasFailed() && readNext());
+  }
+
+  // At the end of the document the last scanned token may have been the last one.
+  bool readNext() { return *tokenizer_.cursor() == '\0' || tokenizer_.readNext(); }
+
+  // Vectors are read that end with a name. The tokenizer begins and ends the root.
+  bool mayScan() const {
+    const char *cursor = tokenizer_.cursor();
+    const bool isFarEnough = isInTail_ || cursor >= firstScanned_;
+    return isFarEnough && builder_.hasOpen() && index_.hasWindow(cursor);
+  }
+
+  // Whether the index shows as much from here on as it ever will.
+  bool hasWholeWindow(const char *cursor) const {
+    return isInTail_ || index_.hasWholeWindow(cursor);
+  }
+
+  void prepareWindow() {
+    const char *cursor = tokenizer_.cursor();
+    if (hasWholeWindow(cursor)) return;
+    if (index_.isNearEnd(cursor)) {
+      enterTail(cursor);
+    } else {
+      index_.moveTo(cursor);
+    }
+  }
+
+  // The end of the document is read from a copy, with zeros behind it that windows may reach into.
+  void enterTail(const char *cursor) {
+    const auto left = static_cast<size_t>(index_.documentEnd() - cursor);
+    const auto behind = static_cast<size_t>(cursor - documentBegin());
+    const size_t before = std::min(behind, kVectorSize);
+    char *copy = tail_ + kVectorSize;
+    std::memset(tail_, 0, sizeof tail_);
+    std::memcpy(copy - before, cursor - before, before + left);
+    if (const char *name = builder_.leafName()) {
+      // Too near the end to be read by whole vectors where it stands.
+      if (name + StructuralIndex::kReach > index_.documentEnd()) builder_.forgetLeafName();
+    }
+    tokenizer_.setCursor(copy);
+    index_.reset(copy, left, StructuralIndex::kReach);
+    index_.moveTo(copy);
+    isInTail_ = true;
+  }
+
+  const char *documentBegin() const { return firstScanned_ - kVectorSize; }
+
+  // ---- Elements and texts
+
+  const char *scanToken(const char *cursor) {
+    if (!index_.hasWindow(cursor)) return nullptr;
+    if (*cursor == '<') return cursor[1] == '/' ? scanEndTag(cursor) : scanStartTag(cursor, 0);
+    if (!mayBeWhitespace(*cursor)) return scanText(cursor);
+    const uint64_t others = index_.window(kNonWhitespace, cursor);
+    if (others == 0) return nullptr;
+    const size_t whitespace = firstOf(others);
+    const char *tag = cursor + whitespace;
+    if (*tag != '<' || whitespace > kMostWhitespace) return nullptr;
+    return tag[1] == '/' ? scanEndTag(tag) : scanStartTag(cursor, whitespace);
+  }
+
+  // Everything is looked up from before the white space: what comes behind it need not wait until its
+  // length is known.
+  const char *scanStartTag(const char *cursor, size_t whitespace) {
+    const size_t skipped = whitespace + 1;
+    const char *name = cursor + skipped;
+    const uint64_t nameEnds = index_.windowBehind(kNameEnds, cursor, skipped);
+    if (nameEnds == 0) return nullptr;
+    const size_t length = firstOf(nameEnds);
+    if (!isShort(length) || mayEndMarkup(name[length - 1])) return nullptr;
+    const char *end = name + length;
+    if (*end == '>') {
+      const char *content = end + lengthOf(kTagEnd);
+      const bool beginsText = !mayBeWhitespace(*content) && *content != '<';
+      if (beginsText) {
+        return scanLeaf(name, length, index_.windowBehind(kTextEnds, cursor, skipped));
+      }
+      return builder_.startBareElement(name, length) ? content : nullptr;
+    }
+    if (*end == '/') return endsEmptyElement(end) ? scanEmptyElement(name, length) : nullptr;
+    if (isWhitespace(*end)) return startTag(name, length, 0);
+    return *end == ':' ? scanPrefixedTag(name, length, withoutFirst(nameEnds)) : nullptr;
+  }
+
+  // Behind the last tag of a document no record is made.
+  static bool endsEmptyElement(const char *end) { return end[1] == '>' && end[2] != '\0'; }
+
+  const char *scanEmptyElement(const char *name, size_t length) {
+    return builder_.addEmptyElement(name, length) ? name + length + lengthOf(kEmptyTagEnd)
+                                                  : nullptr;
+  }
+
+  const char *scanPrefixedTag(const char *name, size_t prefix, uint64_t nameEnds) {
+    if (nameEnds == 0) return nullptr;
+    const size_t length = firstOf(nameEnds);
+    if (!isShort(length) || length == prefix + 1 || mayEndMarkup(name[length - 1])) return nullptr;
+    const char *end = name + length;
+    const bool isWhole = endsTag(end) || isWhitespace(*end);
+    return isWhole ? startTag(name, length, prefix) : nullptr;
+  }
+
+  const char *startTag(const char *name, size_t length, size_t prefix) {
+    if (!builder_.startElement(name, length, prefix)) return nullptr;
+    return Machine::scanTag(this, name + length);
+  }
+
+  // A run with markup, or with a reference that is none of the five named ones, is not found.
+  static ShortRun findShortRun(const char *begin, char last, const char *windowBegin,
+                               uint64_t window) {
+    if (window == 0) return {begin, nullptr, windowBegin, 0};
+    const char *found = windowBegin + firstOf(window);
+    if (*found == last) [[likely]]
+      return {begin, found, windowBegin, 0};
+    return findPastReferences(begin, last, windowBegin, window);
+  }
+
+  static ShortRun findPastReferences(const char *begin, char last, const char *windowBegin,
+                                     uint64_t window) {
+    uint64_t ampersands = 0;
+    for (; window != 0; window = withoutFirst(window)) {
+      const char *found = windowBegin + firstOf(window);
+      if (*found == last) return {begin, found, windowBegin, ampersands};
+      if (*found == '<') break;
+      if (*found != '&') continue;
+      if (namedReferenceAt(found) == nullptr) break;
+      ampersands |= window & -window;
+    }
+    return {begin, nullptr, windowBegin, 0};
+  }
+
+  // An element with nothing but text in it; else its start tag alone.
+  const char *scanLeaf(const char *name, size_t length, uint64_t textEnds) {
+    const char *text = name + length + lengthOf(kTagEnd);
+    if (endsTag(text)) return nullptr;
+    const ShortRun run = findShortRun(text, '<', name, textEnds);
+    const bool isLeaf = run.end != nullptr && closesLeaf(run.end, name, length);
+    if (isLeaf && builder_.addLeaf(name, length, run)) return behindEndTag(run.end, length);
+    return builder_.startBareElement(name, length) ? text : nullptr;
+  }
+
+  static const char *behindEndTag(const char *tag, size_t nameLength) {
+    return tag + lengthOf(kEndTagBegin) + nameLength + lengthOf(kTagEnd);
+  }
+
+  static bool closesLeaf(const char *tag, const char *name, size_t length) {
+    const char *closed = tag + lengthOf(kEndTagBegin);
+    return beginsEndTag(tag) && closed[length] == '>' && isSameName(name, closed, length);
+  }
+
+  // Two short names in the document.
+  static bool isSameName(const char *a, const char *b, size_t length) {
+    if (!beginAlike(loadVector(a), loadVector(b), std::min(length, kVectorSize))) return false;
+    return length <= kVectorSize || endAlike(loadVector(a + length - kVectorSize),
+                                             loadVector(b + length - kVectorSize), kVectorSize);
+  }
+
+  // The end of a short name in the document against the name in the tree, behind which nothing may be
+  // read.
+  static bool isStoredName(const char *end, const char *stored, size_t length) {
+    if constexpr (!TreeBuilder<Allocation>::kHasBytesBefore) {
+      return std::memcmp(end - length, stored, length) == 0;
+    }
+    const char *storedEnd = stored + length;
+    const size_t compared = std::min(length, kVectorSize);
+    if (!endAlike(loadVector(end - kVectorSize), loadVector(storedEnd - kVectorSize), compared)) {
+      return false;
+    }
+    return length <= kVectorSize ||
+           endAlike(loadVector(end - length), loadVector(stored), kVectorSize);
+  }
+
+  // The text right behind a start tag.
+  const char *scanText(const char *text) {
+    const size_t length = builder_.leafLength();
+    if (!isShort(length) || text[-1] != '>' || endsTag(text)) return nullptr;
+    const ShortRun run = findShortRun(text, '<', text, index_.window(kTextEnds, text));
+    if (run.end == nullptr || !closesLeaf(run.end, builder_.leafName(), length)) return nullptr;
+    if (builder_.isRootOpen()) return nullptr;
+    return builder_.addShortText(run) ? behindEndTag(run.end, length) : nullptr;
+  }
+
+  const char *scanEndTag(const char *tag) {
+    const XmlNode *element = builder_.open();
+    const size_t length = element->nameLength;
+    const char *end = tag + lengthOf(kEndTagBegin) + length;
+    if (!isShort(length) || *end != '>' || !isStoredName(end, element->name, length)) {
+      return nullptr;
+    }
+    // White space may be a value.
+    if (tag[-1] != '>' && builder_.isInContent()) return nullptr;
+    if (builder_.isRootOpen()) return nullptr;
+    return builder_.endShortElement() ? end + lengthOf(kTagEnd) : nullptr;
+  }
+
+  // ---- Inside of a start tag
+
+  const char *endTag(const char *token) {
+    if (*token == '>') return endStartTag(token + lengthOf(kTagEnd));
+    if (!endsEmptyElement(token) || builder_.isRootOpen()) return nullptr;
+    if (!isShort(builder_.leafLength())) return nullptr;
+    return builder_.endShortEmptyElement() ? token + lengthOf(kEmptyTagEnd) : nullptr;
+  }
+
+  const char *endStartTag(const char *content) {
+    if (const char *end = endStartTagOfLeaf(content)) return end;
+    return builder_.endStartTag() && builder_.makeNext() ? content : nullptr;
+  }
+
+  const char *endStartTagOfLeaf(const char *text) {
+    const size_t length = builder_.leafLength();
+    if (!isShort(length) || builder_.isNameWhole() || builder_.isRootOpen()) return nullptr;
+    if (mayBeWhitespace(*text) || endsTag(text) || !index_.hasWindow(text)) return nullptr;
+    const ShortRun run = findShortRun(text, '<', text, index_.window(kTextEnds, text));
+    if (run.end == nullptr || run.end == text) return nullptr;
+    if (!closesLeaf(run.end, builder_.leafName(), length)) return nullptr;
+    return builder_.endStartTagOfLeaf(run) ? behindEndTag(run.end, length) : nullptr;
+  }
+
+  const char *scanAttribute(const char *cursor, size_t whitespace, AttributeList *list) {
+    const char *name = cursor + whitespace;
+    const uint64_t nameEnds = index_.windowBehind(kNameEnds, cursor, whitespace);
+    const uint64_t valueEnds = index_.windowBehind(kValueEnds, cursor, whitespace);
+    const uint64_t behindQuote = withoutFirst(valueEnds);
+    if (nameEnds == 0 || behindQuote == 0) return nullptr;
+    const size_t length = firstOf(nameEnds);
+    if (name[length] != ':') return scanNamed(name, length, 0, behindQuote, list);
+    const uint64_t localEnds = withoutFirst(nameEnds);
+    if (localEnds == 0) return nullptr;
+    const size_t wholeLength = firstOf(localEnds);
+    const size_t prefixSize = length + 1;
+    if (length == 0 || wholeLength == prefixSize) return nullptr;
+    return scanNamed(name, wholeLength, prefixSize, behindQuote, list);
+  }
+
+  // Behind the name. The first value end was the quote that opens the value.
+  const char *scanNamed(const char *name, size_t length, size_t prefixSize, uint64_t valueEnds,
+                        AttributeList *list) {
+    const char *quote = name + length + 1;
+    if (!isShort(length) || quote[-1] != '=' || (*quote != '"' && *quote != '\'')) return nullptr;
+    const ShortRun value = findShortRun(quote + 1, *quote, name, valueEnds);
+    if (value.end == nullptr || value.end == value.begin) return nullptr;
+    if (!builder_.isNewAttribute(name, length, list)) return nullptr;
+    const bool isAdded = builder_.addAttribute(name, length, prefixSize, value, list);
+    return isAdded ? value.end + 1 : nullptr;
+  }
+
+  // ---- What no window shows whole
+
+  // Whether the cursor has moved.
+  [[gnu::noinline]] bool scanLong() {
+    const char *cursor = tokenizer_.cursor();
+    if (builder_.isInTag() || !builder_.hasOpen()) return false;
+    const char *token = mayBeWhitespace(*cursor) ? index_.nextNonWhitespace(cursor) : cursor;
+    if (*token != '<') return scanLongText(token);
+    // Not before a CDATA section or where it may be a value.
+    const bool isIgnored = token != cursor && token[1] != '!' &&
+                           !(beginsEndTag(token) && builder_.isInContent());
+    if (isIgnored) tokenizer_.setCursor(token);
+    return isIgnored;
+  }
+
+  // The text of an element, with spaces before it, and its end tag.
+  bool scanLongText(const char *token) {
+    const char *name = builder_.leafName();
+    if (name == nullptr || *token == '\0' || endsTag(token)) return false;
+    const auto [end, isVerbatim] = index_.findTextEnd(token);
+    const size_t nameLength = builder_.leafLength();
+    if (!isEndTag(end, name, nameLength)) return false;
+    const char *run = token;
+    while (run[-1] == ' ') --run;
+    if (!builder_.setText({run, static_cast<size_t>(end - run), isVerbatim})) return false;
+    if (!builder_.splitName()) return false;
+    builder_.close();
+    tokenizer_.setCursor(behindEndTag(end, nameLength));
+    return true;
+  }
+
+  bool isEndTag(const char *tag, const char *name, size_t length) const {
+    if (!beginsEndTag(tag)) return false;
+    const char *closed = tag + lengthOf(kEndTagBegin);
+    const auto left = static_cast<size_t>(index_.documentEnd() - closed);
+    return left > length && closed[length] == '>' && std::memcmp(closed, name, length) == 0;
+  }
+
+  // From the name up to the closing quote, behind which the cursor is returned. Null where the
+  // attribute is left, or where the builder has failed.
+  [[gnu::noinline]] const char *scanLongAttribute(const char *name) {
+    if (builder_.hasFailed()) return nullptr;
+    const char *colon = nullptr;
+    const char *end = index_.nextNameEnd(name);
+    if (*end == ':') {
+      colon = end;
+      while (*end == ':') end = index_.nextNameEnd(end + 1);
+      if (colon == name || colon + 1 == end) return nullptr;
+    }
+    if (end == name || *end != '=' || (end[1] != '"' && end[1] != '\'')) return nullptr;
+    const char *value = end + 2;
+    const auto [close, isVerbatim] = index_.findValueEnd(value, end[1]);
+    if (*close == '\0') return nullptr;
+    const size_t prefixSize = colon != nullptr ? static_cast<size_t>(colon + 1 - name) : 0;
+    const Run prefix = {name, colon != nullptr ? prefixSize - 1 : 0, true};
+    const Run local = {name + prefixSize, static_cast<size_t>(end - name) - prefixSize, true};
+    const bool isAdded =
+        builder_.startAttribute(prefix, local) &&
+        builder_.endAttribute(name, {value, static_cast<size_t>(close - value), isVerbatim});
+    return isAdded ? close + 1 : nullptr;
+  }
+
+  TreeBuilder<Allocation> &builder_;
+  Tokenizer<TreeBuilder<Allocation>> &tokenizer_;
+  const char *firstScanned_;
+  bool isInTail_ = false;
+  StructuralIndex index_;
+  char tail_[kVectorSize + 2 * StructuralIndex::kReach];
+};
+
+}  // namespace neb::xml::internal

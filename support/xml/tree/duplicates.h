@@ -1,0 +1,97 @@
+// Finding duplicate attributes in linear time, whatever their number and names.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "tree/node.h"
+
+namespace neb::xml::internal {
+
+// The first bytes of a name and its length: equal for equal names, and seldom for others.
+class NameKey {
+ public:
+  // At least eight bytes can be read, whatever the length.
+  static uint64_t of(const char *name, size_t length) {
+    uint64_t bytes = 0;
+    std::memcpy(&bytes, name, sizeof bytes);
+    const size_t behind = 8 * (sizeof bytes - std::min(length, sizeof bytes));
+    const bool isLittle = std::endian::native == std::endian::little;
+    return (isLittle ? bytes << behind : bytes >> behind) ^ length;
+  }
+
+  // The whole name of an attribute, as it is printed.
+  static uint64_t of(const XmlNode *attribute);
+
+  // One of 64 bits; all bits of the key count.
+  static constexpr uint64_t bitOf(uint64_t key) {
+    constexpr int kShift = 58;  // leaves six bits
+    return uint64_t{1} << (key * 0x9E3779B97F4A7C15 >> kShift);
+  }
+};
+
+// The attributes of one tag. A few are told apart by the keys of their names, and compared where two
+// keys are equal; of more a table holds keyed hashes of 64 bits, and names are compared where two
+// hashes are equal: as good as never, unless the names are. The hash key is made of addresses, so
+// that no document can be written whose names collide where a system places programs at random.
+class DuplicateDetector {
+ public:
+  // How names are compared: prefix and name each, or the whole as it is printed, where "b" with the
+  // prefix "a" is the same as "a:b" without one.
+  enum class Compared { asStored, asPrinted };
+
+  explicit DuplicateDetector(Compared compared = Compared::asStored) : compared_(compared) {}
+  ~DuplicateDetector() { freeTable(); }
+  DuplicateDetector(const DuplicateDetector &) = delete;
+  DuplicateDetector &operator=(const DuplicateDetector &) = delete;
+
+  // The attributes so far: small enough to stay in registers while a tag is read.
+  struct Seen {
+    size_t count = 0;
+    uint64_t bits = 0;  // of the keys
+  };
+
+  static constexpr size_t kKeyedAttributes = 24;
+
+  // Forgets the attributes; call it before the first attribute of each tag.
+  void beginTag() {
+    if (table_ != nullptr) freeTable();
+  }
+
+  // Adds an attribute if its key alone proves that it is new; otherwise nothing changes.
+  bool addIfNew(uint64_t key, Seen *seen) {
+    if (seen->count >= kKeyedAttributes) return false;
+    keys_[seen->count] = key;
+    const uint64_t bit = NameKey::bitOf(key);
+    if ((seen->bits & bit) != 0 && isAmongKeys(key, seen->count)) return false;
+    seen->bits |= bit;
+    ++seen->count;
+    return true;
+  }
+
+  // Adds an attribute that is in the list of its element, unless one before it has the same name.
+  // Returns NEB_XML_OK, NEB_XML_ERR_ALREADY_EXISTS or NEB_XML_ERR_NO_MEMORY.
+  uint32_t add(uint64_t key, const XmlNode *firstAttribute, const XmlNode *attribute, Seen *seen);
+
+ private:
+  [[gnu::noinline]] bool isAmongKeys(uint64_t key, size_t count) const {
+    return std::find(keys_, keys_ + count, key) != keys_ + count;
+  }
+
+  void freeTable();
+  bool grow();
+  void fill(uint64_t hash);
+  bool isAmong(const XmlNode *attributes, const XmlNode *attribute) const;
+  uint64_t hashOf(const XmlNode *attribute) const;
+  uint32_t addToTable(const XmlNode *firstAttribute, const XmlNode *attribute, Seen *seen);
+
+  uint64_t keys_[kKeyedAttributes];
+  uint64_t *table_ = nullptr;  // null until there are many; a power of two of slots
+  size_t slots_ = 0;
+  Compared compared_;
+};
+
+}  // namespace neb::xml::internal
