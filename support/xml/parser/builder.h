@@ -417,11 +417,14 @@ class TreeBuilder {
     return memory != nullptr ? memory : allocateSlowly(size);
   }
 
-  [[gnu::noinline]] char *allocateSlowly(size_t size) {
-    char *memory = allocation_.allocate(size);
+  // Not inlined where it is more than a call.
+  char *allocateSlowly(size_t size) {
+    char *memory = Allocation::kIsArena ? allocateFromSession(size) : allocation_.allocate(size);
     if (memory == nullptr) hasFailed_ = true;
     return memory;
   }
+
+  [[gnu::noinline]] char *allocateFromSession(size_t size) { return allocation_.allocate(size); }
 
   // The terminator comes with the record.
   char *copyName(const char *name, size_t length) {
