@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Turns the measurements into one table and one plot.
 
-    report.py BENCH.json HEAP.json TABLE.txt PLOT.svg
+    bench_report.py BENCH.json HEAP.json TABLE.txt PLOT.svg
 """
 import json
 import os
@@ -92,7 +92,7 @@ def time_table(data):
 
 
 def means(data, subjects):
-    """For each operation the geometric mean of every subject's ratios, of the texts that it takes."""
+    """For each operation each subject's geometric mean of ratios, of the texts that it takes."""
     operations = dict.fromkeys(operation for operation, _ in data.rows)
     for operation in operations:
         rows = [cells for (name, _), cells in data.rows.items()
@@ -118,7 +118,8 @@ def table(data):
              f"Measured: {data.context['date']}, {data.context['num_cpus']} CPUs at "
              f"{data.context['mhz_per_cpu']} MHz, load "
              + " ".join(f"{load:.2f}" for load in data.context["load_avg"]),
-             "", f"Time. The first columns are {REFERENCE}; the others take that many times as long.",
+             "", f"Time. The first columns are {REFERENCE}; the others take that many times as "
+             "long.",
              "Means are geometric.",
              "", *time_table(data)]
     if data.heap:
@@ -177,7 +178,8 @@ def plot(data):
                             "records and strings without parsing.", 11)]
     return (f'<svg xmlns="http://www.w3.org/2000/svg" width="960" height="{y}" '
             f'viewBox="0 0 960 {y}" font-family="sans-serif">\n'
-            '<rect width="100%" height="100%" fill="#fff"/>\n' + "\n".join(head + body) + "\n</svg>\n")
+            '<rect width="100%" height="100%" fill="#fff"/>\n' + "\n".join(head + body) +
+            "\n</svg>\n")
 
 
 def load(path):

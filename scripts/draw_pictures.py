@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Draws the pictures of the documents: draw.py [--dark] FOLDER
+"""Draws the pictures of the documents: draw_pictures.py [--dark] FOLDER
 
 Each function below is the text that one picture is made from. The same text gives the same bytes.
 With --dark the pictures are drawn as a reader with a dark screen sees them, for looking at them
