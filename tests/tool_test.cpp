@@ -315,7 +315,7 @@ TEST_F(Tool, FindsTheFirstDifference) {
 
 TEST_F(Tool, HelpManualAndCompletionAgree) {
   const auto words = [](const std::string &command) {
-    std::istringstream text(shell("cd $samples/..; " + command).output);
+    std::istringstream text(shell("cd $samples/../..; " + command).output);
     return std::set<std::string>(std::istream_iterator<std::string>(text), {});
   };
   const auto completion = [&words](const std::string &typed, const std::string &index) {

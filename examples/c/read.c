@@ -25,7 +25,7 @@ static void show(const XmlNode *interface) {
 }
 
 int main(int argc, char **argv) {
-  const char *path = argc > 1 ? argv[1] : "samples/device.xml";
+  const char *path = argc > 1 ? argv[1] : "examples/samples/device.xml";
   XmlNode *device;
   XmlNode *interfaces;
   NEB_XML_PARSE_ERROR error;

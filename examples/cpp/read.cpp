@@ -17,7 +17,7 @@ static void show(neb::xml::Node interface) {
 }
 
 int main(int argc, char **argv) {
-  const char *path = argc > 1 ? argv[1] : "samples/device.xml";
+  const char *path = argc > 1 ? argv[1] : "examples/samples/device.xml";
   const auto device = neb::xml::Document::parse_file(path);
   if (!device) {
     const neb::xml::Error &error = device.error();

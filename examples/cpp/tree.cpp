@@ -33,7 +33,7 @@ static std::string branches(Node node, Node root) {
 }
 
 int main(int argc, char **argv) {
-  const char *path = argc > 1 ? argv[1] : "samples/device.xml";
+  const char *path = argc > 1 ? argv[1] : "examples/samples/device.xml";
   const auto document = neb::xml::Document::parse_file(path);
   if (!document) {
     const neb::xml::Error &error = document.error();
