@@ -13,6 +13,6 @@ class ForcedMaps : public testing::Environment {
   }
 };
 
-[[maybe_unused]] const auto *const g_forcedMaps = testing::AddGlobalTestEnvironment(new ForcedMaps);
+[[maybe_unused]] const auto *const kForcedMaps = testing::AddGlobalTestEnvironment(new ForcedMaps);
 
 }  // namespace

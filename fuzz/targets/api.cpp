@@ -293,8 +293,8 @@ class Machine {
     for (Model *each : siblings) hang(each, chain);
   }
 
-  // What is of a session that has not ended stays, detached. Its strings are released with the tree,
-  // but for those of an attribute that only loses its element with another session.
+  // Nodes of a session that has not ended stay, detached. Their strings are freed with the tree,
+  // except those of an attribute that only loses its element with another session.
   static void bury(Model *top, uint32_t ended = 0) {
     unlink(top);
     std::vector<Model *> left;

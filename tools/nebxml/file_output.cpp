@@ -16,7 +16,7 @@ constexpr mode_t kNewFileMode = 0666;
 constexpr const char *kStandardOutput = "standard output";
 constexpr std::string_view kLayoutControls = "\t\n";
 
-bool isOutputUsed = false;
+bool g_isOutputUsed = false;
 
 bool isOutputTerminal() {
   static const bool isTerminal = ::isatty(STDOUT_FILENO) == 1;
@@ -55,7 +55,7 @@ bool closeAfter(bool written, int descriptor) {
 
 void writeStandardOutput(std::string_view text) {
   if (text.empty()) return;
-  isOutputUsed = true;
+  g_isOutputUsed = true;
   const bool isWritten = isOutputTerminal()
                              ? writeWhole(STDOUT_FILENO, printable(text, kLayoutControls))
                              : writeWhole(STDOUT_FILENO, text);
@@ -67,7 +67,7 @@ std::string outputName(std::string_view name) {
 }
 
 void closeStandardOutput() {
-  if (isOutputUsed && ::close(STDOUT_FILENO) != 0) failWriting(kStandardOutput, errno);
+  if (g_isOutputUsed && ::close(STDOUT_FILENO) != 0) failWriting(kStandardOutput, errno);
 }
 
 void writeFile(const std::string &fileName, std::string_view text) {
