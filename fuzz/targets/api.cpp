@@ -50,7 +50,7 @@ struct Text {
 
 struct Model {
   XmlNode *node = nullptr;  // null for the holder of a chain
-  uint32_t session = 0;     // carved from; 0: the hooks
+  uint32_t session = 0;     // allocated from; 0: the hooks
   uint32_t type = 0;
   bool endsSession = false;
   bool isAlive = true;
@@ -369,7 +369,7 @@ class Machine {
     if (session != 0) sessions_[session] = false;
   }
 
-  // A node of the hooks that leaves the tree of a session has lived there with all below it.
+  // A node of the hooks that leaves the tree of a session stays bound to it, with its subtree.
   void remove(Model *model) {
     const bool isRemovable = !model->isAttribute() && model->parent != nullptr;
     const uint32_t session = model->session == 0 ? storageOf(model) : 0;

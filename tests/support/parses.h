@@ -26,7 +26,7 @@ inline std::string outcomeOf(uint32_t result, XmlNode *document) {
   return tree;
 }
 
-// Where the pieces of a session's tree lie; what is carved next is zero.
+// Where the allocations of a session's tree lie. The next allocation is zeroed.
 inline std::string laidOut(const std::string &text, ParseProblem *problem) {
   XmlNode *document = nullptr;
   if (Parser_parseText(kEdge.text(text), true, problem, &document) != NEB_XML_OK) return "";

@@ -14,8 +14,8 @@ struct Plan {
   std::function<void(const std::string &)> observe = nullptr;  // runs before each call
 };
 
-// While it lives, the plan is followed. calls() lists the calls so far, each followed by a space, and
-// by a '!' if it failed.
+// While it lives, the plan is followed. calls() lists the calls so far, each followed by a space,
+// and by a '!' if it failed.
 class Following {
  public:
   explicit Following(const Plan &plan);
