@@ -14,8 +14,8 @@ using namespace neb::xml::internal;
 
 namespace {
 
-// While it lives, each allocation ends at such a page, but for what aligns it. What is made meanwhile
-// has to be given back meanwhile.
+// While it lives, each allocation ends at such a page, except for alignment. What is allocated
+// meanwhile must be freed meanwhile.
 class PageHooks {
  public:
   PageHooks() {

@@ -15,13 +15,13 @@
 namespace {
 
 constexpr std::size_t kLongText = 2000;  // longer than all that the hooks of the tests need
-bool newFails = false;                   // for long texts
+bool g_newFails = false;                 // for long texts
 
 }  // namespace
 
 // Inlined, they would look like mismatched calls of the C library's.
 [[gnu::noinline]] void *operator new(std::size_t size) {
-  void *memory = newFails && size > kLongText ? nullptr : std::malloc(size);
+  void *memory = g_newFails && size > kLongText ? nullptr : std::malloc(size);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
@@ -187,9 +187,9 @@ TEST(Face, HandsTextsOverWholeOrLeaksNothing) {
     EXPECT_EQ(*root.to_string(), "<" + tag + " a=\"" + text + "\">\n<" + text + ">" + text + "</" +
                                      text + ">\n</" + tag + ">\n");
     const std::size_t before = guarded::outstanding();
-    newFails = true;
+    g_newFails = true;
     EXPECT_THROW(root.to_string(), std::bad_alloc);
-    newFails = false;
+    g_newFails = false;
     EXPECT_EQ(guarded::outstanding(), before);
   }
 }

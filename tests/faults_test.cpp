@@ -1,5 +1,5 @@
 // Every allocation and every file call of a scenario fails in turn: some call tells so, each keeps
-// its promises, and what is left can be used and given back.
+// its promises, and what is left can be used and freed.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 

@@ -155,7 +155,7 @@ TEST(Layout, OfParsedAndCopiedTreesIsThatOfPiecesOneByOne) {
   }
 }
 
-// A mark tells of where a node stands, and its copy stands elsewhere.
+// A mark describes where a node is, and its copy is elsewhere.
 TEST(Layout, HasNoMarksInACopy) {
   XmlNode *document = trees::parsed("<r a='1'/>");
   XmlNode *element = XML_NewNode(0, NEB_XML_NODE_ELEMENT);

@@ -259,8 +259,9 @@ TEST(Buffer, RefusesLengthsBeyond32BitsAndWrongArguments) {
   for (XmlMemBuf *each : {&buffer, static_cast<XmlMemBuf *>(nullptr)}) {
     const uint32_t result = each == nullptr ? kInvalid : kOk;
     EXPECT_EQ(XML_MemBufInsert(each, "x", 1, 4), kInvalid);
-    for (const char keeping : {'i', '1', '+'})
+    for (const char keeping : {'i', '1', '+'}) {
       EXPECT_EQ(apply(keeping, each, nullptr, 1, 3), result);
+    }
     EXPECT_STREQ(buffer.data, each == nullptr ? nullptr : "ooo");
     for (const char whole : {'s', '='}) EXPECT_EQ(apply(whole, each, nullptr, 7, 0), result);
     EXPECT_TRUE(buffer.data == nullptr && buffer.length + buffer.capacity == 0);

@@ -292,8 +292,8 @@ TEST_F(Save, FollowsRightsThatChangeMeanwhile) {
 
 bool hasFailure(const std::string &calls) { return calls.find('!') != std::string::npos; }
 
-// Whether saving goes on after the call that failed: it comes after the new file has taken its place,
-// there is another way without it, or it is repeated.
+// Whether saving continues after the call that failed: the new file has replaced the old one, there
+// is another way without the call, or the call is repeated.
 bool goesOnAfter(const std::string &calls, int error) {
   const char *harmless = error == EINTR ? "(.*rename .*|.*(fchown|fgetxattr|open|write|fsync))!.*"
                          : error == EEXIST ? "(.*rename .*|.*(fchown|fgetxattr|open))!.*"
@@ -373,7 +373,8 @@ TEST_F(Save, TheToolReportsWhicheverCallFails) {
   }
 }
 
-// A signal that it can see waits until the new file is there; after one that it cannot, the old one is.
+// A signal that can be blocked waits until the new file is in place. After one that cannot, the old
+// file is unchanged.
 TEST_F(Save, TheToolFinishesBeforeItDiesOfASignal) {
   const std::string old = "<a>  <b/></a>";
   for (const std::string call : {"write", "fsync", "rename"}) {

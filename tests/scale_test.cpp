@@ -163,7 +163,7 @@ TEST(Scale, MarkupThatIsNeverClosed) {
   }
 }
 
-// Every block keeps a hole that the next sizes just miss.
+// Every block keeps a gap that is a little too small for the next sizes.
 TEST(Scale, HolesInEveryBlock) {
   const uint32_t session = XML_MemSessionBegin(8192);
   for (int i = 0; i < 100'000; ++i) {

@@ -101,13 +101,13 @@ TEST(Threads, LevelsOfSessionsComeAndGo) {
   guarded::registerHooks();
 }
 
-thread_local bool t_stopsInHooks;
+thread_local bool g_stopsInHooks;
 sem_t g_isStopped, g_isSeen;
 std::atomic<bool> g_isSeenInTime;
 
 // In each call of a hook, until another thread has seen it there.
 void stop() {
-  if (!t_stopsInHooks || !g_isSeenInTime) return;
+  if (!g_stopsInHooks || !g_isSeenInTime) return;
   sem_post(&g_isStopped);
   constexpr time_t kSecondsUntilItHangs = 20;
   const timespec latest = {time(nullptr) + kSecondsUntilItHangs, 0};
@@ -128,7 +128,7 @@ TEST(Threads, AThreadThatIsHeldUpInAHookHoldsNobodyUp) {
       });
   std::atomic<bool> isOver = false;
   std::thread heldUp([&isOver] {
-    t_stopsInHooks = true;
+    g_stopsInHooks = true;
     EXPECT_TRUE(opensAndEndsManySessions());
     isOver = true;
     sem_post(&g_isStopped);

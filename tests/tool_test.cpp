@@ -1,4 +1,4 @@
-/* The command line tool, run as its users run it: through a shell, on files in a directory. */
+// The command line tool, run as its users run it: through a shell, on files in a directory.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -30,7 +30,7 @@ class Tool : public ::testing::Test {
   void SetUp() override { std::filesystem::create_directory(files()); }
   void TearDown() override { std::filesystem::remove_all(files()); }
 
-  /** Runs a shell command in the directory of the files; $nebxml is the tool. */
+  // Runs a shell command in the directory of the files; $nebxml is the tool.
   static Outcome shell(const std::string &command, const std::string &input = "") {
     write("../input", input);
     const std::string line = "cd '" + files() +
@@ -59,7 +59,7 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
     std::string input;
     int status;
     std::string output;
-    std::string errors;  // A part of them; none at all when empty.
+    std::string errors;  // a part of them; none at all when empty
   } cases[] = {
       {"$nebxml check $samples/*.xml - ", two, 0, "", ""},
       {"$nebxml check bad.xml -", two, 1, "", "bad.xml:1:7: end tag does not match"},
@@ -355,7 +355,7 @@ TEST_F(Tool, EveryPathInTheTreeFindsItsOwnNode) {
             longOnes + "></d.e><d.e k='u4'><a k='u5'/></d.e>");
   const std::regex form(R"re( *(\S+)( \(no path\))? k="(\w+)")re");
   std::istringstream lines(shell("$nebxml tree names.xml").output);
-  std::size_t lineCount = 0;
+  size_t lineCount = 0;
   for (std::string line; std::getline(lines, line); ++lineCount) {
     std::smatch parts;
     ASSERT_TRUE(std::regex_match(line, parts, form)) << line;
@@ -369,10 +369,10 @@ TEST_F(Tool, EveryPathInTheTreeFindsItsOwnNode) {
 }
 
 TEST_F(Tool, ReportsTreesOfAnyWidthAndDepth) {
-  constexpr std::size_t width = 200'000;
-  constexpr std::size_t depth = 300'000;
-  write("large.xml", "<d>" + repeated("<c/>", width) + repeated("<e>", depth) +
-                         repeated("</e>", depth) + "</d>");
+  constexpr size_t kWidth = 200'000;
+  constexpr size_t kDepth = 300'000;
+  write("large.xml", "<d>" + repeated("<c/>", kWidth) + repeated("<e>", kDepth) +
+                         repeated("</e>", kDepth) + "</d>");
   EXPECT_EQ(shell("$nebxml tree large.xml | sed -n '200001p;$p'").output,
             "  d.c.200000\n" + std::string(128, ' ') + "e (no path)\n");
   EXPECT_EQ(

@@ -71,7 +71,7 @@ TEST(Transform, EscapesTextsAndAttributesAlike) {
   }
 }
 
-// What is printed is gathered in pieces: here every part of some markup comes to be the last of one.
+// The output is gathered in chunks. Here every part of some markup comes last in a chunk.
 TEST(Transform, PrintsShortMarkupWhereverAPieceOfTheTextEnds) {
   for (size_t filler = 850; filler < 1150; ++filler) {
     for (const size_t nameLength : {1U, 15U, 16U, 17U}) {

@@ -139,8 +139,8 @@ TEST(Attributes, DifferInNameAndStayInTheirElement) {
   }
 }
 
-// Expects a call to be refused, and to change nothing, when any of its pointers is null or, where the
-// call is not for attributes, any of its nodes one. Pointers that may be null are given as null.
+// Expects a call to be refused and to change nothing if any of its pointers is null, or if the call
+// is not for attributes and any of its nodes is one. Pointers that may be null are given as null.
 class Refusing {
  public:
   Refusing() {

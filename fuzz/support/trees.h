@@ -7,8 +7,8 @@
 
 namespace trees {
 
-// A tree, with the siblings after it or alone, as trees::described of the tests puts it. Demands that
-// the links are right.
+// A tree, with the siblings after it or alone, in the form of trees::described of the tests.
+// Requires correct links.
 std::string described(const XmlNode *node);
 std::string describedAlone(const XmlNode *node);
 

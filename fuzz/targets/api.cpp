@@ -52,7 +52,7 @@ struct Text {
 
 struct Model {
   XmlNode *node = nullptr;  // null for the holder of a chain
-  uint32_t session = 0;     // carved from; 0: the hooks
+  uint32_t session = 0;     // allocated from; 0: the hooks
   uint32_t type = 0;
   bool endsSession = false;
   bool isAlive = true;
@@ -295,8 +295,8 @@ class Machine {
     for (Model *each : siblings) hang(each, chain);
   }
 
-  // What is of a session that has not ended stays, detached. Its strings are released with the tree,
-  // but for those of an attribute that only loses its element with another session.
+  // Nodes of a session that has not ended stay, detached. Their strings are freed with the tree,
+  // except those of an attribute that only loses its element with another session.
   static void bury(Model *top, uint32_t ended = 0) {
     unlink(top);
     std::vector<Model *> left;
@@ -371,7 +371,7 @@ class Machine {
     if (session != 0) sessions_[session] = false;
   }
 
-  // A node of the hooks that leaves the tree of a session has lived there with all below it.
+  // A node of the hooks that leaves the tree of a session stays bound to it, with its subtree.
   void remove(Model *model) {
     const bool isRemovable = !model->isAttribute() && model->parent != nullptr;
     const uint32_t session = model->session == 0 ? storageOf(model) : 0;

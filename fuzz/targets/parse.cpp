@@ -18,8 +18,8 @@ namespace {
 
 constexpr size_t kLongestText = 1 << 16;
 
-// Bytes that no text needs stand for runs as long as what the library looks at in one go, or longer:
-// inputs are too short for them.
+// Bytes that no document needs stand for runs as long as the library's chunks, or longer. Inputs
+// are too short for such runs.
 constexpr size_t kRuns[] = {0, 600, 2100, 4100, 9000};
 constexpr size_t kLongestWithRuns = 12000;
 

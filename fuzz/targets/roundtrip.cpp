@@ -53,8 +53,9 @@ bool isValue(const std::string &value) {
 const char *valueOf(const XmlNode *node) { return node->value == nullptr ? "" : node->value; }
 
 bool fitsIntoText(const XmlNode *node) {
-  if (node->name == nullptr || !isName(qualifiedName(node)) || !isValue(valueOf(node)))
+  if (node->name == nullptr || !isName(qualifiedName(node)) || !isValue(valueOf(node))) {
     return false;
+  }
   if (node->type == NEB_XML_NODE_ATTRIBUTE) return true;
   if (node->type != NEB_XML_NODE_ELEMENT && node->type != NEB_XML_NODE_DOCUMENT) return false;
   std::set<std::string> names;

@@ -42,7 +42,12 @@ constexpr unsigned char kListVersion[] = {2, 0, 0, 0};
 constexpr size_t kEntrySize = 8;
 constexpr size_t kRightsOffset = 2;  // in an entry
 
-enum ListTag : unsigned char { owningGroup = 0x04, namedGroup = 0x08, mask = 0x10, other = 0x20 };
+enum ListTag : unsigned char {
+  kOwningGroup = 0x04,
+  kNamedGroup = 0x08,
+  kMask = 0x10,
+  kOther = 0x20
+};
 
 class HookMemory {
  public:
@@ -86,12 +91,12 @@ bool narrowList(unsigned char *list, size_t size, mode_t *common) {
   if (size < header || std::memcmp(list, kListVersion, header) != 0) return false;
   if ((size - header) % kEntrySize != 0) return false;
   unsigned char rights = kOtherBits;
-  constexpr unsigned char kOfGroups = owningGroup | namedGroup | mask | other;
+  constexpr unsigned char kOfGroups = kOwningGroup | kNamedGroup | kMask | kOther;
   for (size_t at = header; at < size; at += kEntrySize) {
     if ((list[at] & kOfGroups) != 0) rights &= list[at + kRightsOffset];
   }
   for (size_t at = header; at < size; at += kEntrySize) {
-    if ((list[at] & (owningGroup | other)) != 0) list[at + kRightsOffset] = rights;
+    if ((list[at] & (kOwningGroup | kOther)) != 0) list[at + kRightsOffset] = rights;
   }
   *common = rights;
   return true;

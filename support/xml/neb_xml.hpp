@@ -25,6 +25,9 @@
 #ifndef NEB_XML_HPP
 #define NEB_XML_HPP
 
+// Names are written as in the standard library.
+// NOLINTBEGIN(readability-identifier-naming)
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -614,5 +617,7 @@ class Document {
 };
 
 }  // namespace neb::xml
+
+// NOLINTEND(readability-identifier-naming)
 
 #endif

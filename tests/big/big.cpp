@@ -70,8 +70,8 @@ size_t lengthOfValue(const XmlNode *node) {
   return value == nullptr ? 0 : std::strlen(value);
 }
 
-// Elements before and behind four gigabytes of nothing that counts give their tree. Names, values and
-// texts of two gigabytes are refused, wherever they stand and whatever they hold.
+// Elements before and after four gigabytes of white space and comments are parsed. Names and values
+// of two gigabytes are refused, wherever they stand and whatever they hold.
 TEST(Big, TextsBeyond4GiBAndStringsOf2GiB) {
   constexpr size_t kTexts = 4 * kGiB + 5 * kMiB, kStrings = 2 * kGiB + kMiB;
   const std::tuple<size_t, const char *, char, const char *> cases[] = {

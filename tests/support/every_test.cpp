@@ -14,7 +14,7 @@ class EveryTest : public testing::EmptyTestEventListener {
   }
 };
 
-const bool g_listens = [] {
+const bool kListens = [] {
   testing::UnitTest::GetInstance()->listeners().Append(new EveryTest);
   return true;
 }();

@@ -25,7 +25,7 @@ constexpr size_t kGuardSize = 16;
 #endif
 
 // Called where compilers would leave out what is written before a release.
-void *(*volatile const g_fill)(void *, int, size_t) = std::memset;
+void *(*volatile const kFill)(void *, int, size_t) = std::memset;
 
 struct State {
   std::unordered_map<const void *, size_t> pieces;  // with their sizes
@@ -95,7 +95,7 @@ void guardedFree(void *memory) {
   if (std::count(guard, guard + kGuardSize, kGuardByte) != kGuardSize) {
     abortWith("written beyond the end");
   }
-  g_fill(memory, kReleasedByte, size);
+  kFill(memory, kReleasedByte, size);
   std::free(memory);
 }
 

@@ -47,8 +47,8 @@ class FailingAllocation {
   bool happened() const { return hasFailed(); }
 };
 
-// While it lives, the functions of the standard library are registered: blocks of sessions then come
-// with whatever bytes, never with zeros here. What is made meanwhile has to be given back meanwhile.
+// While it lives, the functions of the standard library are registered. Blocks of sessions then
+// hold arbitrary bytes, here never zeros. What is allocated meanwhile must be freed meanwhile.
 class UnclearedMemory {
  public:
   UnclearedMemory();

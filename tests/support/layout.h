@@ -1,4 +1,4 @@
-// Where the pieces of a session have to lie: each in the first block with room for it, back to back.
+// Where the allocations of a session must lie: each in the first block with room, back to back.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -97,8 +97,8 @@ inline void addCopied(const XmlNode *node, std::vector<Piece> *pieces) {
   for (const XmlNode *each = node->firstChild; each; each = each->next) addCopied(each, pieces);
 }
 
-// What a parse has asked for from an element on, whose record is the only one not known yet. Behind a
-// start tag follows the record of the next element. Sizes are those of texts without references.
+// What a parse has allocated from an element on, whose record is the only one not known yet. After
+// a start tag comes the record of the next element. Sizes are those of values without references.
 inline void addParsed(const XmlNode *element, std::vector<Piece> *pieces) {
   std::find_if(pieces->rbegin(), pieces->rend(), [](const Piece &piece) {
     return piece.start == nullptr;

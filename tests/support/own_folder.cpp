@@ -19,6 +19,6 @@ class OwnFolder : public testing::Environment {
   const std::string before_ = testing::TempDir();
 };
 
-[[maybe_unused]] const auto *const g_ownFolder = testing::AddGlobalTestEnvironment(new OwnFolder);
+[[maybe_unused]] const auto *const kOwnFolder = testing::AddGlobalTestEnvironment(new OwnFolder);
 
 }  // namespace

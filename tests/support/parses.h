@@ -28,7 +28,7 @@ inline std::string outcomeOf(uint32_t result, XmlNode *document) {
   return tree;
 }
 
-// Where the pieces of a session's tree lie; what is carved next is zero.
+// Where the allocations of a session's tree lie. The next allocation is zeroed.
 template <typename Parse>
 std::string laidOut(const std::string &text, Parse parse) {
   XmlNode *document = nullptr;

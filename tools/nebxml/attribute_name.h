@@ -1,8 +1,5 @@
-/*
- * An attribute's name as the command line gives it: "name" or "prefix:name".
- */
-#ifndef NEBXML_ATTRIBUTE_NAME_H
-#define NEBXML_ATTRIBUTE_NAME_H
+// The name of an attribute on the command line: "name" or "prefix:name".
+#pragma once
 
 #include <optional>
 #include <string>
@@ -13,12 +10,12 @@ class AttributeName {
  public:
   explicit AttributeName(const std::string &qualifiedName);
 
-  /** Null without a prefix, as the library's attribute functions take it. */
-  [[nodiscard]] const char *prefix() const { return prefix_ ? prefix_->c_str() : nullptr; }
-  [[nodiscard]] const char *name() const { return name_.c_str(); }
+  // Null without a prefix, as the library's attribute functions expect.
+  const char *prefix() const { return prefix_ ? prefix_->c_str() : nullptr; }
+  const char *name() const { return name_.c_str(); }
 
-  /** Tells whether XML allows it, as far as ASCII characters go. */
-  [[nodiscard]] bool isWellFormed() const;
+  // Whether XML allows the name. Bytes beyond ASCII are not checked.
+  bool isWellFormed() const;
 
  private:
   std::optional<std::string> prefix_;
@@ -26,5 +23,3 @@ class AttributeName {
 };
 
 }  // namespace nebxml
-
-#endif

@@ -1,8 +1,5 @@
-/*
- * How a command fails: an exit status, and what is to be said about the file and the cause.
- */
-#ifndef NEBXML_COMMAND_ERROR_H
-#define NEBXML_COMMAND_ERROR_H
+// How a command fails: an exit status and a report.
+#pragma once
 
 #include <stdexcept>
 #include <string>
@@ -12,15 +9,15 @@
 
 namespace nebxml {
 
-/** Exit statuses, in order of severity. */
+// Exit statuses, in order of severity.
 enum class ExitStatus : int {
   done = 0,
-  notFound = 1,  ///< Or not well-formed, different, or not allowed by the document.
+  notFound = 1,  // or not well-formed, different, or not allowed by the document
   wrongUsage = 2,
   fileTrouble = 3
 };
 
-/** what() is the whole report, printable, one line or several, without the last line break. */
+// what() is the whole report: printable, one or more lines, without the last line break.
 class CommandError : public std::runtime_error {
  public:
   CommandError(ExitStatus status, const std::string &report)
@@ -28,7 +25,7 @@ class CommandError : public std::runtime_error {
   CommandError(ExitStatus status, const std::string &subject, const std::string &cause)
       : CommandError(status, printable("nebxml: " + subject + ": " + cause)) {}
 
-  [[nodiscard]] ExitStatus status() const noexcept { return status_; }
+  ExitStatus status() const noexcept { return status_; }
 
  private:
   ExitStatus status_;
@@ -38,11 +35,9 @@ inline CommandError noMemory(const std::string &fileName) {
   return {ExitStatus::fileTrouble, fileName, "does not fit into memory"};
 }
 
-/** Appends what the system says about an error number, if there is one. */
+// Appends the system's message for an error number, unless the number is 0.
 inline std::string withSystemCause(const std::string &cause, int errorNumber) {
   return errorNumber == 0 ? cause : cause + ": " + std::generic_category().message(errorNumber);
 }
 
 }  // namespace nebxml
-
-#endif

@@ -4,9 +4,9 @@
 #include <iostream>
 
 #include "attribute_name.h"
+#include "excerpt.h"
 #include "file_output.h"
 #include "node_reading.h"
-#include "text_window.h"
 #include "value_type.h"
 
 namespace nebxml {
@@ -16,7 +16,7 @@ CommandError refusal(const Target &target, const std::string &cause) {
   return {ExitStatus::notFound, target.fileName, cause + " '" + target.path + "'"};
 }
 
-void requireChange(std::uint32_t result, const Target &target) {
+void requireChange(uint32_t result, const Target &target) {
   if (result == NEB_XML_ERR_NOT_FOUND) {
     throw refusal(target, "no attribute '" + target.attribute.value_or("") + "' at path");
   }
@@ -27,7 +27,7 @@ void requireChange(std::uint32_t result, const Target &target) {
 
 void setAttribute(XmlNode *element, const Target &target, const std::string &value) {
   const AttributeName name(*target.attribute);
-  const std::uint32_t result = NEB_XML_SetAttr(element, name.prefix(), name.name(), value.c_str());
+  const uint32_t result = NEB_XML_SetAttr(element, name.prefix(), name.name(), value.c_str());
   if (result != NEB_XML_ERR_NOT_FOUND) {
     requireChange(result, target);
     return;
@@ -39,14 +39,10 @@ void setAttribute(XmlNode *element, const Target &target, const std::string &val
   requireChange(NEB_XML_AddAttr(element, name.prefix(), name.name(), value.c_str()), target);
 }
 
-/** The text of a value in the form of the wanted type. */
-std::string asWanted(const Target &target, const std::string &text) {
-  if (!target.valueType) {
-    return text;
-  }
-  if (const auto typed = typedText(*target.valueType, text)) {
-    return *typed;
-  }
+// The value as the required type writes it.
+std::string inRequiredForm(const Target &target, const std::string &text) {
+  if (!target.valueType) return text;
+  if (const auto typed = typedText(*target.valueType, text)) return *typed;
   throw refusal(target, "'" + shortened(text) + "' is not of type " + *target.valueType + " (" +
                             rangeOf(*target.valueType) + ") at path");
 }
@@ -87,13 +83,13 @@ void printValue(const Target &target) {
     requireChange(NEB_XML_GetAttr(node, name.prefix(), name.name(), &value), target);
     line = value == nullptr ? "" : value;
   }
-  writeStandardOutput(asWanted(target, line) += '\n');
+  writeStandardOutput(inRequiredForm(target, line) += '\n');
 }
 
 void setValue(const Target &target, const std::string &value, const Destination &destination) {
   const Document document(target.fileName);
   XmlNode *node = document.find(target.path);
-  const std::string text = asWanted(target, value);
+  const std::string text = inRequiredForm(target, value);
   if (target.attribute) {
     setAttribute(node, target, text);
   } else {
@@ -105,7 +101,7 @@ void setValue(const Target &target, const std::string &value, const Destination 
 void importNode(const Target &target, const Source &source, const Destination &destination) {
   const Document document(target.fileName);
   XmlNode *parent = document.find(target.path);
-  // White space may stand beside children, where it is not printed.
+  // White space beside children is not printed, so it does not count.
   if (nodeStrings(parent).value.find_first_not_of(" \t\r\n") != std::string_view::npos) {
     throw refusal(target, "a text leaves no place for child elements at path");
   }

@@ -1,8 +1,5 @@
-/*
- * One function for each verb of the command line. They throw CommandError.
- */
-#ifndef NEBXML_COMMANDS_H
-#define NEBXML_COMMANDS_H
+// One function for each command. They throw CommandError.
+#pragma once
 
 #include <optional>
 #include <string>
@@ -13,21 +10,21 @@
 
 namespace nebxml {
 
-/** What get, set and del work on: a node of a file, or one of its attributes. */
+// What a command reads or changes: a node of a file, or an attribute of that node.
 struct Target {
   std::string fileName;
   std::string path;
-  std::optional<std::string> attribute;  ///< "name" or "prefix:name".
-  std::optional<std::string> valueType;  ///< Of the value read or written; any text without.
+  std::optional<std::string> attribute;  // "name" or "prefix:name"
+  std::optional<std::string> valueType;  // of the value read or written; without it, any value
 };
 
-/** What import copies. */
+// The node that import copies.
 struct Source {
   std::string fileName;
   std::string path;
 };
 
-/** Reports each bad file on standard error and returns the worst outcome. */
+// Reports each failure on standard error. Returns the most severe status.
 ExitStatus checkFiles(const std::vector<std::string> &fileNames);
 
 void formatDocument(const std::string &fileName, const Destination &destination);
@@ -38,9 +35,7 @@ void removeTarget(const Target &target, const Destination &destination);
 void printTree(const std::string &fileName);
 void printStatistics(const std::string &fileName);
 
-/** Prints the first difference, if there is one, and tells so by its status. */
+// Prints the first difference. Returns notFound if there is one, else done.
 ExitStatus compareFiles(const std::string &firstName, const std::string &secondName);
 
 }  // namespace nebxml
-
-#endif

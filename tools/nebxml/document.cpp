@@ -6,12 +6,13 @@
 #include "loading.h"
 
 namespace nebxml {
+
 Document::Document(const std::string &fileName) : Document(fileName, loadDocument(fileName)) {}
 
 Document::Document(std::string fileName, XmlNode *top)
     : fileName_(std::move(fileName)), root_(top), topLevelNodes_{top} {
-  // A document with siblings is the topmost node of nothing, and no attribute could be added in
-  // it. The further top-level elements are therefore taken out of the chain and kept beside it.
+  // In a document with siblings, the library adds no attribute. So the further top-level
+  // elements are detached and kept here.
   while (XmlNode *further = NEB_XML_GetNodeNextSibling(root())) {
     topLevelNodes_.push_back(further);
     NEB_XML_RemoveNode(further);

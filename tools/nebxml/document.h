@@ -1,8 +1,5 @@
-/*
- * A document as the commands see it: loaded from a file or from standard input, searched.
- */
-#ifndef NEBXML_DOCUMENT_H
-#define NEBXML_DOCUMENT_H
+// A parsed document with its file name, as the commands use it.
+#pragma once
 
 #include <memory>
 #include <string>
@@ -13,24 +10,24 @@
 
 namespace nebxml {
 
-/** The FILE argument that stands for standard input, or standard output for -o. */
-inline constexpr std::string_view standardStream = "-";
+// The FILE argument for standard input, or for standard output after -o.
+inline constexpr std::string_view kStandardStream = "-";
 
 class Document {
  public:
   explicit Document(const std::string &fileName);
 
-  /** Takes over a document node that was parsed in a session. */
+  // Takes ownership of a document node that was parsed in a session.
   Document(std::string fileName, XmlNode *top);
 
-  [[nodiscard]] XmlNode *root() const { return root_.get(); }
-  [[nodiscard]] const std::string &fileName() const { return fileName_; }
+  XmlNode *root() const { return root_.get(); }
+  const std::string &fileName() const { return fileName_; }
 
-  /** The document node and the further top-level elements, in order. */
-  [[nodiscard]] const std::vector<XmlNode *> &topLevelNodes() const { return topLevelNodes_; }
+  // The document node and the further top-level elements, in order.
+  const std::vector<XmlNode *> &topLevelNodes() const { return topLevelNodes_; }
 
-  /** The node that a path finds; its absence is an error. */
-  [[nodiscard]] XmlNode *find(const std::string &path) const;
+  // The node at a path. Throws CommandError if there is none.
+  XmlNode *find(const std::string &path) const;
 
  private:
   struct Release {
@@ -43,5 +40,3 @@ class Document {
 };
 
 }  // namespace nebxml
-
-#endif

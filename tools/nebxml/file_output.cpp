@@ -12,11 +12,11 @@
 namespace nebxml {
 namespace {
 
-constexpr mode_t newFileMode = 0666;
-constexpr const char *standardOutput = "standard output";
-constexpr std::string_view layoutControls = "\t\n";
+constexpr mode_t kNewFileMode = 0666;
+constexpr const char *kStandardOutput = "standard output";
+constexpr std::string_view kLayoutControls = "\t\n";
 
-bool isOutputUsed = false;
+bool g_isOutputUsed = false;
 
 bool isOutputTerminal() {
   static const bool isTerminal = ::isatty(STDOUT_FILENO) == 1;
@@ -28,13 +28,13 @@ bool isOutputTerminal() {
                      withSystemCause("cannot write", errorNumber));
 }
 
-// The helpers return false with errno set, as the system calls do that they are made of.
+// On failure the helpers return false and set errno, like the system calls that they make.
 
 bool writeWhole(int descriptor, std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = ::write(descriptor, text.data(), text.size());
     if (written > 0) {
-      text.remove_prefix(static_cast<std::size_t>(written));
+      text.remove_prefix(static_cast<size_t>(written));
     } else if (written == 0 || errno != EINTR) {
       errno = written == 0 ? EIO : errno;
       return false;
@@ -43,29 +43,23 @@ bool writeWhole(int descriptor, std::string_view text) {
   return true;
 }
 
-/** Closing is where some file systems first report a failed write. An earlier one goes first. */
+// Some file systems report a failed write only at close. An earlier failure takes precedence.
 bool closeAfter(bool written, int descriptor) {
   const int earlierError = errno;
   const bool closed = ::close(descriptor) == 0;
-  if (!written) {
-    errno = earlierError;
-  }
+  if (!written) errno = earlierError;
   return written && closed;
 }
 
 }  // namespace
 
 void writeStandardOutput(std::string_view text) {
-  if (text.empty()) {
-    return;
-  }
-  isOutputUsed = true;
+  if (text.empty()) return;
+  g_isOutputUsed = true;
   const bool isWritten = isOutputTerminal()
-                             ? writeWhole(STDOUT_FILENO, printable(text, layoutControls))
+                             ? writeWhole(STDOUT_FILENO, printable(text, kLayoutControls))
                              : writeWhole(STDOUT_FILENO, text);
-  if (!isWritten) {
-    failWriting(standardOutput, errno);
-  }
+  if (!isWritten) failWriting(kStandardOutput, errno);
 }
 
 std::string outputName(std::string_view name) {
@@ -73,39 +67,33 @@ std::string outputName(std::string_view name) {
 }
 
 void closeStandardOutput() {
-  if (isOutputUsed && ::close(STDOUT_FILENO) != 0) {
-    failWriting(standardOutput, errno);
-  }
+  if (g_isOutputUsed && ::close(STDOUT_FILENO) != 0) failWriting(kStandardOutput, errno);
 }
 
 void writeFile(const std::string &fileName, std::string_view text) {
   const int descriptor =
-      ::open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, newFileMode);
+      ::open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode);
   if (descriptor < 0 || !closeAfter(writeWhole(descriptor, text), descriptor)) {
     failWriting(fileName, errno);
   }
 }
 
-void replaceFile(const std::string &fileName, const XmlNode *root, std::uint32_t indent) {
-  // A signal in between would end the program and leave a temporary file behind.
+void replaceFile(const std::string &fileName, const XmlNode *root, uint32_t indent) {
+  // A signal during the call would end the program and leave a temporary file.
   sigset_t allSignals;
   sigset_t previousSignals;
   sigfillset(&allSignals);
   sigprocmask(SIG_BLOCK, &allSignals, &previousSignals);
   errno = 0;
-  const std::uint32_t result = NEB_XML_SaveFile(root, fileName.c_str(), indent);
+  const uint32_t result = NEB_XML_SaveFile(root, fileName.c_str(), indent);
   const int cause = errno;
   sigprocmask(SIG_SETMASK, &previousSignals, nullptr);
-  if (result == NEB_XML_ERR_NO_MEMORY) {
-    throw noMemory(fileName);
-  }
+  if (result == NEB_XML_ERR_NO_MEMORY) throw noMemory(fileName);
   if (result == NEB_XML_ERR_FILE_OPEN && cause == 0) {
     throw CommandError(ExitStatus::fileTrouble, fileName,
                        "cannot be replaced: not a regular file, or its path is too long");
   }
-  if (result != NEB_XML_OK) {
-    failWriting(fileName, cause);
-  }
+  if (result != NEB_XML_OK) failWriting(fileName, cause);
 }
 
 }  // namespace nebxml

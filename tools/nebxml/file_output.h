@@ -1,8 +1,5 @@
-/*
- * Writing text so that no failure goes unseen and no old file is lost.
- */
-#ifndef NEBXML_FILE_OUTPUT_H
-#define NEBXML_FILE_OUTPUT_H
+// Writing files and standard output, with every failure reported.
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -12,21 +9,19 @@
 
 namespace nebxml {
 
-/** A terminal gets printable text; everything else gets the text as it is. */
+// Only a terminal gets the text made printable. Everything else gets it unchanged.
 void writeStandardOutput(std::string_view text);
 
-/** A name of a document, for a line of standard output. */
+// A name from a document, for a line of standard output: printable on a terminal.
 std::string outputName(std::string_view name);
 
-/** Reports what writing has left to fail. Nothing can be written afterwards. */
+// Throws if closing fails. Nothing can be written afterwards.
 void closeStandardOutput();
 
-/** Creates or truncates a file. */
+// Creates or truncates a file.
 void writeFile(const std::string &fileName, std::string_view text);
 
-/** Puts the printed tree in the place of an old file, whole or not at all. */
-void replaceFile(const std::string &fileName, const XmlNode *root, std::uint32_t indent);
+// Replaces a file by the printed tree, atomically.
+void replaceFile(const std::string &fileName, const XmlNode *root, uint32_t indent);
 
 }  // namespace nebxml
-
-#endif

@@ -1,8 +1,5 @@
-/*
- * From a file, a pipe or standard input to a tree.
- */
-#ifndef NEBXML_LOADING_H
-#define NEBXML_LOADING_H
+// Parsing a file, a pipe or standard input.
+#pragma once
 
 #include <string>
 
@@ -10,12 +7,10 @@
 
 namespace nebxml {
 
-/** Throws CommandError; the caller releases the document. */
+// Throws CommandError. The caller frees the document.
 XmlNode *loadDocument(const std::string &fileName);
 
-/** Whether a regular file goes on behind its first NUL byte, where its text ends. */
-bool goesOnBehindNul(const std::string &fileName);
+// Whether a regular file has bytes after its first NUL, which ends the document.
+bool continuesAfterNul(const std::string &fileName);
 
 }  // namespace nebxml
-
-#endif

@@ -23,7 +23,7 @@
 namespace nebxml {
 namespace {
 
-/** Everything that the command line can say. */
+// All arguments of all commands.
 struct Arguments {
   std::vector<std::string> fileNames;
   Target target;
@@ -33,25 +33,23 @@ struct Arguments {
 };
 
 std::string banner() {
-  constexpr std::size_t longestBanner = 64;
-  std::array<char, longestBanner> text{};
-  NEB_XML_GetVersion(text.data(), static_cast<std::uint32_t>(text.size()));
+  constexpr size_t kLongestBanner = 64;
+  std::array<char, kLongestBanner> text{};
+  NEB_XML_GetVersion(text.data(), static_cast<uint32_t>(text.size()));
   return text.data();
 }
 
 void requireSingleInput(bool isSingle) {
-  if (!isSingle) {
-    throw CLI::ValidationError("-", "standard input can be read once only");
-  }
+  if (!isSingle) throw CLI::ValidationError("-", "standard input can be read once only");
 }
 
-/** Arguments that are right one by one and wrong together. */
+// Refuses arguments that are each valid but not together.
 void requireFiles(const Arguments &arguments) {
-  const bool readsInput = arguments.target.fileName == standardStream;
+  const bool readsInput = arguments.target.fileName == kStandardStream;
   if (arguments.destination.inPlace && readsInput) {
     throw CLI::ValidationError("--in-place", "needs a file, not standard input");
   }
-  requireSingleInput(arguments.source.fileName != standardStream || !readsInput);
+  requireSingleInput(arguments.source.fileName != kStandardStream || !readsInput);
 }
 
 CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &purpose,
@@ -98,7 +96,7 @@ void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status)
   check->add_option("FILE", arguments.fileNames, "files, or - for standard input")->required();
   check->callback([&] {
     const std::vector<std::string> &names = arguments.fileNames;
-    requireSingleInput(std::count(names.begin(), names.end(), standardStream) <= 1);
+    requireSingleInput(std::count(names.begin(), names.end(), kStandardStream) <= 1);
     status = checkFiles(names);
   });
 
@@ -117,12 +115,12 @@ void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status)
 }
 
 void addFormat(CLI::App &app, Arguments &arguments) {
-  constexpr int widestIndent = 16;
+  constexpr int kWidestIndent = 16;
   Destination &destination = arguments.destination;
   CLI::App *format = addCommand(app, "fmt", "print the document", arguments,
                                 [&] { formatDocument(arguments.target.fileName, destination); });
   format->add_option("--indent", destination.indent, "spaces for each level")
-      ->check(CLI::Range(0, widestIndent));
+      ->check(CLI::Range(0, kWidestIndent));
   CLI::Option *declaration = format->add_flag("--declaration", destination.hasDeclaration,
                                               "begin with an XML declaration");
   addDestination(format, arguments);
@@ -157,17 +155,17 @@ void addImport(CLI::App &app, Arguments &arguments) {
   addDestination(import, arguments);
 }
 
-/** Prints help, version or the complaint about wrong usage, which may repeat arguments. */
+// Prints the help, the version or a message about wrong usage.
 ExitStatus answer(const CLI::App &app, const CLI::ParseError &error) {
   std::ostringstream help;
-  std::ostringstream complaint;
-  const bool isHelp = app.exit(error, help, complaint) == 0;
+  std::ostringstream message;
+  const bool isHelp = app.exit(error, help, message) == 0;
   writeStandardOutput(help.str());
-  std::cerr << complaint.str();
+  std::cerr << message.str();
   return isHelp ? ExitStatus::done : ExitStatus::wrongUsage;
 }
 
-std::string printableComplaint(const CLI::App *app, const CLI::Error &error) {
+std::string printableMessage(const CLI::App *app, const CLI::Error &error) {
   return printable(error.what()) + "\nRun with " + app->get_help_ptr()->get_name() +
          " for more information.\n";
 }
@@ -178,7 +176,7 @@ ExitStatus run(int argumentCount, const char *const *argumentTexts) {
   ExitStatus status = ExitStatus::done;
   app.set_version_flag("--version", banner());
   app.require_subcommand(1);
-  app.failure_message(printableComplaint);
+  app.failure_message(printableMessage);
   addReadingCommands(app, arguments, status);
   addFormat(app, arguments);
   addSet(app, arguments);
@@ -192,10 +190,10 @@ ExitStatus run(int argumentCount, const char *const *argumentTexts) {
   return status;
 }
 
-/** The runtime ends a program that has no memory left for an exception. */
+// The runtime calls this if there is no memory for an exception.
 [[noreturn]] void endAtOnce() {
-  constexpr std::string_view report = "nebxml: stopped, there is not enough memory\n";
-  [[maybe_unused]] const ssize_t unused = ::write(STDERR_FILENO, report.data(), report.size());
+  constexpr std::string_view kReport = "nebxml: stopped, there is not enough memory\n";
+  [[maybe_unused]] const ssize_t unused = ::write(STDERR_FILENO, kReport.data(), kReport.size());
   std::_Exit(static_cast<int>(ExitStatus::fileTrouble));
 }
 
@@ -205,7 +203,7 @@ ExitStatus run(int argumentCount, const char *const *argumentTexts) {
 int main(int argumentCount, char **argumentTexts) {
   using nebxml::ExitStatus;
   ExitStatus status = ExitStatus::fileTrouble;
-  // A write beyond the file size limit then fails like any other, and is reported.
+  // A write beyond the file size limit then fails like any other write.
   std::signal(SIGXFSZ, SIG_IGN);
   std::set_terminate(nebxml::endAtOnce);
   try {

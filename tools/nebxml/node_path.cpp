@@ -7,69 +7,59 @@
 namespace nebxml {
 namespace {
 
-constexpr char separator = '.';
-constexpr char escape = '\\';
-constexpr char prefixMark = ':';
-constexpr std::size_t longestPath = 511;
-constexpr std::uint32_t largestIndex = 999'999'999;
+constexpr char kSeparator = '.';
+constexpr char kEscape = '\\';
+constexpr char kPrefixMark = ':';
+constexpr size_t kLongestPath = 511;
+constexpr uint32_t kLargestIndex = 999'999'999;
 
 bool isDigit(char character) { return character >= '0' && character <= '9'; }
 
-/** Digits alone would be taken for an index. */
+// A path takes digits alone for an index.
 bool isName(const std::string &segment) {
   return !std::all_of(segment.begin(), segment.end(), isDigit);
 }
 
 void appendEscaped(std::string &path, const std::string &segment) {
   for (const char character : segment) {
-    if (character == separator) {
-      path += escape;
-    }
+    if (character == kSeparator) path += kEscape;
     path += character;
   }
 }
 
 }  // namespace
 
-std::optional<std::string_view> NodePaths::enter(const XmlNode *node, std::size_t depth) {
-  if (levels_.size() > depth) {
-    levels_.resize(depth);
-  }
-  if (levels_.size() < depth || (depth == 0 && node != root_)) {
-    return std::nullopt;
-  }
+std::optional<std::string_view> NodePaths::enter(const XmlNode *node, size_t depth) {
+  if (levels_.size() > depth) levels_.resize(depth);
+  if (levels_.size() < depth || (depth == 0 && node != root_)) return std::nullopt;
   const std::string segment = nodeStrings(node).qualifiedName();
-  const std::uint32_t index = depth == 0 ? 1 : countMatch(node, segment);
+  const uint32_t index = depth == 0 ? 1 : countMatch(node, segment);
   path_.resize(depth == 0 ? 0 : levels_.back().pathLength);
   return isName(segment) ? extend(segment, index) : std::nullopt;
 }
 
-/** Counts the node for each segment that matches it, and returns its index for the given one. */
-std::uint32_t NodePaths::countMatch(const XmlNode *node, const std::string &segment) {
+// Counts the node for each segment that matches it. Returns its index for the given segment.
+uint32_t NodePaths::countMatch(const XmlNode *node, const std::string &segment) {
   auto &matches = levels_.back().matches;
   const NodeStrings strings = nodeStrings(node);
-  // A segment without a prefix matches whatever the prefix, so that a prefixed node counts for
-  // its local name too.
-  if (!strings.prefix.empty() && strings.name.find(prefixMark) == std::string_view::npos) {
+  // A segment without a prefix matches any prefix, so a prefixed node also counts for its local
+  // name.
+  if (!strings.prefix.empty() && strings.name.find(kPrefixMark) == std::string_view::npos) {
     ++matches[std::string(strings.name)];
   }
   return ++matches[segment];
 }
 
-std::optional<std::string_view> NodePaths::extend(const std::string &segment, std::uint32_t index) {
-  if (!path_.empty()) {
-    path_ += separator;
-  }
+std::optional<std::string_view> NodePaths::extend(const std::string &segment, uint32_t index) {
+  if (!path_.empty()) path_ += kSeparator;
   appendEscaped(path_, segment);
   // A backslash at the end would escape the separator after it.
-  const bool canGoOn = segment.back() != escape;
-  if (index > 1) {
-    path_ += separator + std::to_string(index);
-  }
-  if (path_.size() > longestPath || index > largestIndex || (index > 1 && !canGoOn)) {
+  const bool canContinue = segment.back() != kEscape;
+  if (index > 1) path_ += kSeparator + std::to_string(index);
+  if (path_.size() > kLongestPath || index > kLargestIndex || (index > 1 && !canContinue)) {
     return std::nullopt;
   }
-  if (canGoOn) {
+  if (canContinue) {
     levels_.push_back({path_.size(), {}});
   }
   return path_;
@@ -78,11 +68,11 @@ std::optional<std::string_view> NodePaths::extend(const std::string &segment, st
 std::string pathOf(const std::vector<XmlNode *> &topLevelNodes, const XmlNode *wanted) {
   NodePaths paths(topLevelNodes.front());
   for (const XmlNode *root : topLevelNodes) {
-    std::size_t depth = 0;
+    size_t depth = 0;
     for (const XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
       const auto path = paths.enter(node, depth);
       if (node == wanted) {
-        return path ? std::string(*path) : nodeStrings(node).qualifiedName().append(noPath);
+        return path ? std::string(*path) : nodeStrings(node).qualifiedName().append(kNoPath);
       }
     }
   }

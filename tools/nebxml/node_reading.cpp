@@ -11,9 +11,7 @@ std::string_view viewOf(const char *text) {
 
 std::string NodeStrings::qualifiedName() const {
   std::string qualified(prefix);
-  if (!prefix.empty()) {
-    qualified += ':';
-  }
+  if (!prefix.empty()) qualified += ':';
   return qualified.append(name);
 }
 
@@ -31,15 +29,13 @@ XmlNode *nextAttribute(const XmlNode *element, XmlNode *attribute) {
   return attribute;
 }
 
-XmlNode *nextInSubtree(const XmlNode *node, const XmlNode *root, std::size_t &depth) {
+XmlNode *nextInSubtree(const XmlNode *node, const XmlNode *root, size_t &depth) {
   if (XmlNode *child = NEB_XML_GetNodeFirstChild(node)) {
     ++depth;
     return child;
   }
   for (; node != root; node = NEB_XML_GetNodeParent(node)) {
-    if (XmlNode *sibling = NEB_XML_GetNodeNextSibling(node)) {
-      return sibling;
-    }
+    if (XmlNode *sibling = NEB_XML_GetNodeNextSibling(node)) return sibling;
     --depth;
   }
   return nullptr;

@@ -11,19 +11,19 @@
 #include <unistd.h>
 
 #include "document.h"
-#include "text_window.h"
+#include "excerpt.h"
 
 namespace nebxml {
 namespace {
 
-constexpr const char *eraseLine = "\r\x1b[K";
+constexpr const char *kEraseLine = "\r\x1b[K";
 
 bool isWanted(const std::string &fileName) {
-  const bool isTyped = fileName == standardStream && ::isatty(STDIN_FILENO) == 1;
+  const bool isTyped = fileName == kStandardStream && ::isatty(STDIN_FILENO) == 1;
   return ::isatty(STDERR_FILENO) == 1 && !isTyped;
 }
 
-/** Memory that it cannot get ends the note, not the program. */
+// If memory runs out, only the note ends.
 void countSeconds(const std::stop_token &stop, const std::string &fileName) try {
   std::mutex mutex;
   std::condition_variable_any condition;
@@ -31,10 +31,10 @@ void countSeconds(const std::stop_token &stop, const std::string &fileName) try 
   const auto isStopped = [&stop] { return stop.stop_requested(); };
   for (int seconds = 1;; ++seconds) {
     if (condition.wait_for(lock, stop, std::chrono::seconds(1), isStopped)) {
-      std::cerr << (seconds > 1 ? eraseLine : "") << std::flush;
+      std::cerr << (seconds > 1 ? kEraseLine : "") << std::flush;
       return;
     }
-    std::cerr << eraseLine << "nebxml: reading " << fileName << ", " << seconds << " s"
+    std::cerr << kEraseLine << "nebxml: reading " << fileName << ", " << seconds << " s"
               << std::flush;
   }
 } catch (const std::bad_alloc &) {
@@ -43,13 +43,11 @@ void countSeconds(const std::stop_token &stop, const std::string &fileName) try 
 }  // namespace
 
 ProgressNote::ProgressNote(const std::string &fileName) {
-  if (!isWanted(fileName)) {
-    return;
-  }
+  if (!isWanted(fileName)) return;
   try {
     thread_ = std::jthread(countSeconds, shortened(fileName));
   } catch (const std::system_error &) {
-    // Where no thread can be had the file is read without a note.
+    // Without a thread, the file is read without a note.
   }
 }
 

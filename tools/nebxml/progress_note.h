@@ -1,18 +1,15 @@
-/*
- * A line on the terminal for a load that takes long.
- */
-#ifndef NEBXML_PROGRESS_NOTE_H
-#define NEBXML_PROGRESS_NOTE_H
+// A progress line on the terminal while a large file is read.
+#pragma once
 
 #include <string>
 #include <thread>
 
 namespace nebxml {
 
-/** Appears after a second, counts the seconds, and is erased with the object. */
+// Appears after one second, counts the seconds, and is erased by the destructor.
 class ProgressNote {
  public:
-  /** Nothing is shown without a terminal, or while the user types the document there. */
+  // Shows nothing without a terminal, or while the user types the document there.
   explicit ProgressNote(const std::string &fileName);
 
  private:
@@ -20,5 +17,3 @@ class ProgressNote {
 };
 
 }  // namespace nebxml
-
-#endif

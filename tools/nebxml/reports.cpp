@@ -4,19 +4,19 @@
 #include <string_view>
 
 #include "commands.h"
+#include "excerpt.h"
 #include "file_output.h"
 #include "neb_xml.hpp"
 #include "node_path.h"
 #include "node_reading.h"
-#include "text_window.h"
 
 namespace nebxml {
 namespace {
 
-constexpr std::size_t indentWidth = 2;
-/** Deeper lines are indented no further: the output stays linear in the depth of the tree. */
-constexpr std::size_t deepestIndent = 64;
-constexpr std::size_t outputPiece = 65536;
+constexpr size_t kIndentWidth = 2;
+// Deeper lines are not indented further, so the output stays linear in the size of the tree.
+constexpr size_t kDeepestIndent = 64;
+constexpr size_t kOutputChunk = 65536;
 
 void appendAttributes(std::string &lines, const XmlNode *element) {
   XmlNode *attribute = nextAttribute(element, nullptr);
@@ -26,37 +26,35 @@ void appendAttributes(std::string &lines, const XmlNode *element) {
   }
 }
 
-void appendLine(std::string &lines, const XmlNode *node, std::size_t depth,
+void appendLine(std::string &lines, const XmlNode *node, size_t depth,
                 std::optional<std::string_view> path) {
   const NodeStrings strings = nodeStrings(node);
-  lines.append(std::min(depth, deepestIndent) * indentWidth, ' ');
+  lines.append(std::min(depth, kDeepestIndent) * kIndentWidth, ' ');
   if (path) {
     lines += outputName(*path);
   } else {
-    lines.append(outputName(strings.qualifiedName())).append(noPath);
+    lines.append(outputName(strings.qualifiedName())).append(kNoPath);
   }
   appendAttributes(lines, node);
-  if (!strings.value.empty()) {
-    lines += " = " + shortened(strings.value);
-  }
+  if (!strings.value.empty()) lines += " = " + shortened(strings.value);
   lines += '\n';
 }
 
 struct Statistics {
-  std::size_t elements = 0;
-  std::size_t attributes = 0;
-  std::size_t texts = 0;
-  std::size_t depth = 0;
-  std::size_t textBytes = 0;
+  size_t elements = 0;
+  size_t attributes = 0;
+  size_t texts = 0;
+  size_t depth = 0;
+  size_t textBytes = 0;
 
-  void count(neb::xml::Node node, std::size_t nodeDepth) {
-    const std::size_t length = node.value().value_or("").size();
+  void count(neb::xml::Node node, size_t nodeDepth) {
+    const size_t length = node.value().value_or("").size();
     ++elements;
     texts += length > 0 ? 1 : 0;
     textBytes += length;
     depth = std::max(depth, nodeDepth + 1);
     const auto range = node.attributes();
-    attributes += static_cast<std::size_t>(std::distance(range.begin(), range.end()));
+    attributes += static_cast<size_t>(std::distance(range.begin(), range.end()));
   }
 };
 
@@ -67,10 +65,10 @@ void printTree(const std::string &fileName) {
   NodePaths paths(document.root());
   std::string lines;
   for (const XmlNode *root : document.topLevelNodes()) {
-    std::size_t depth = 0;
+    size_t depth = 0;
     for (const XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
       appendLine(lines, node, depth, paths.enter(node, depth));
-      if (lines.size() >= outputPiece) {
+      if (lines.size() >= kOutputChunk) {
         writeStandardOutput(lines);
         lines.clear();
       }
@@ -83,7 +81,7 @@ void printStatistics(const std::string &fileName) {
   const Document document(fileName);
   Statistics statistics;
   for (XmlNode *root : document.topLevelNodes()) {
-    std::size_t depth = 0;
+    size_t depth = 0;
     for (XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
       statistics.count(neb::xml::Node(node), depth);
     }

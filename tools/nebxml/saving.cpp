@@ -12,24 +12,20 @@
 namespace nebxml {
 namespace {
 
-constexpr std::string_view declaration = "<?xml version=\"1.0\"?>\n";
+constexpr std::string_view kDeclaration = "<?xml version=\"1.0\"?>\n";
 
 CommandError refusal(const Document &document, const std::string &cause) {
   return {ExitStatus::notFound, document.fileName(), "cannot be written as XML: " + cause};
 }
 
 std::string print(const Document &document, const Destination &destination) {
-  std::string whole(destination.hasDeclaration ? declaration : "");
+  std::string whole(destination.hasDeclaration ? kDeclaration : "");
   for (const XmlNode *top : document.topLevelNodes()) {
     char *part = nullptr;
-    const std::uint32_t result = NEB_XML_TransformIndented(top, destination.indent, &part);
+    const uint32_t result = NEB_XML_TransformIndented(top, destination.indent, &part);
     const std::unique_ptr<char, decltype(&NEB_XML_FreeMem)> owner(part, &NEB_XML_FreeMem);
-    if (result == NEB_XML_ERR_INVALID_PARAM) {
-      throw refusal(document, firstUnwritable(document));
-    }
-    if (result != NEB_XML_OK) {
-      throw noMemory(document.fileName());
-    }
+    if (result == NEB_XML_ERR_INVALID_PARAM) throw refusal(document, firstUnwritable(document));
+    if (result != NEB_XML_OK) throw noMemory(document.fileName());
     whole += part;
   }
   return whole;
@@ -48,7 +44,7 @@ XmlNode *parseAgain(const Document &document, std::string_view text) {
   }
 }
 
-void requireSame(const Document &document, std::string_view text) {
+void requireSameTree(const Document &document, std::string_view text) {
   const Document again(document.fileName(), parseAgain(document, text));
   const auto found = firstDifference(document.topLevelNodes(), again.topLevelNodes());
   if (found && found->first == nullptr) {
@@ -60,13 +56,13 @@ void requireSame(const Document &document, std::string_view text) {
   }
 }
 
-/** Nothing of the old file but what is a matter of layout may be lost. */
+// Refuses a document that would lose more than layout if it replaced its file.
 void requireReplaceable(const Document &document) {
   if (document.topLevelNodes().size() > 1) {
     throw CommandError(ExitStatus::notFound, document.fileName(),
                        "several top-level elements cannot be written in place; use -o");
   }
-  if (goesOnBehindNul(document.fileName())) {
+  if (continuesAfterNul(document.fileName())) {
     throw CommandError(ExitStatus::notFound, document.fileName(),
                        "what stands behind a NUL byte cannot be written in place; use -o");
   }
@@ -75,14 +71,12 @@ void requireReplaceable(const Document &document) {
 }  // namespace
 
 void save(const Document &document, const Destination &destination) {
-  if (destination.inPlace) {
-    requireReplaceable(document);
-  }
+  if (destination.inPlace) requireReplaceable(document);
   const std::string text = print(document, destination);
-  requireSame(document, text);
+  requireSameTree(document, text);
   if (destination.inPlace) {
     replaceFile(document.fileName(), document.root(), destination.indent);
-  } else if (destination.fileName == standardStream) {
+  } else if (destination.fileName == kStandardStream) {
     writeStandardOutput(text);
   } else {
     writeFile(destination.fileName, text);

@@ -1,8 +1,5 @@
-/*
- * From a document to a file or standard output.
- */
-#ifndef NEBXML_SAVING_H
-#define NEBXML_SAVING_H
+// Writing a document to a file or to standard output.
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -11,20 +8,16 @@
 
 namespace nebxml {
 
-/** Where a document goes, and how it is laid out there. */
+// Where a document is written, and in what form.
 struct Destination {
-  std::string fileName{standardStream};
+  std::string fileName{kStandardStream};
   bool inPlace = false;
-  bool hasDeclaration = false;  ///< Not in place.
-  std::uint32_t indent = 0;     ///< Spaces for each level.
+  bool hasDeclaration = false;  // not in place
+  uint32_t indent = 0;          // spaces for each level
 };
 
-/**
- * Writes a document whose text, parsed again, gives the same document; refuses any other before
- * something is written.
- */
+// Writes a document after parsing the printed text and comparing it with the document. If they
+// differ, writes nothing and throws CommandError.
 void save(const Document &document, const Destination &destination);
 
 }  // namespace nebxml
-
-#endif

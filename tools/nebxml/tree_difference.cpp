@@ -10,13 +10,13 @@
 namespace nebxml {
 namespace {
 
-std::uint32_t childCount(const XmlNode *node) {
-  std::uint32_t count = 0;
+uint32_t childCount(const XmlNode *node) {
+  uint32_t count = 0;
   NEB_XML_GetNodeChildNum(node, &count);
   return count;
 }
 
-/** A value beside children is never printed. */
+// A value beside children is never printed.
 std::string_view printedValue(const XmlNode *node) {
   return NEB_XML_GetNodeFirstChild(node) == nullptr ? nodeStrings(node).value : std::string_view();
 }
@@ -29,16 +29,14 @@ bool haveSameAttributeLists(const XmlNode *first, const XmlNode *second) {
   const XmlNode *left = nextAttribute(first, nullptr);
   const XmlNode *right = nextAttribute(second, nullptr);
   while (left != nullptr && right != nullptr) {
-    if (nodeStrings(left) != nodeStrings(right)) {
-      return false;
-    }
+    if (nodeStrings(left) != nodeStrings(right)) return false;
     left = NEB_XML_GetNodeNextSibling(left);
     right = NEB_XML_GetNodeNextSibling(right);
   }
   return left == right;
 }
 
-/** By qualified name, and without a hash: a file could choose colliding names. */
+// By qualified name. Not a hash table: a document could choose names that collide.
 using Attributes = std::map<std::string, std::string_view>;
 
 Attributes attributesOf(const XmlNode *element) {
@@ -51,8 +49,8 @@ Attributes attributesOf(const XmlNode *element) {
   return attributes;
 }
 
-/** The first attribute of an element that another element lacks or has with another value. */
-std::optional<Difference> attributeBeside(const XmlNode *element, const Attributes &others) {
+// The first attribute of an element that the other element lacks or has with another value.
+std::optional<Difference> unmatchedAttribute(const XmlNode *element, const Attributes &others) {
   XmlNode *attribute = nextAttribute(element, nullptr);
   for (; attribute != nullptr; attribute = nextAttribute(element, attribute)) {
     const NodeStrings strings = nodeStrings(attribute);
@@ -66,16 +64,10 @@ std::optional<Difference> attributeBeside(const XmlNode *element, const Attribut
 }
 
 std::optional<Difference> attributeDifference(const XmlNode *first, const XmlNode *second) {
-  if (haveSameAttributeLists(first, second)) {
-    return std::nullopt;
-  }
-  if (auto difference = attributeBeside(first, attributesOf(second))) {
-    return difference;
-  }
-  auto difference = attributeBeside(second, attributesOf(first));
-  if (difference) {
-    std::swap(difference->first, difference->second);
-  }
+  if (haveSameAttributeLists(first, second)) return std::nullopt;
+  if (auto difference = unmatchedAttribute(first, attributesOf(second))) return difference;
+  auto difference = unmatchedAttribute(second, attributesOf(first));
+  if (difference) std::swap(difference->first, difference->second);
   return difference;
 }
 
@@ -85,9 +77,7 @@ std::optional<Difference> nodeDifference(const XmlNode *first, const XmlNode *se
   if (left.prefix != right.prefix || left.name != right.name) {
     return Difference{"name", left.qualifiedName(), right.qualifiedName()};
   }
-  if (auto difference = attributeDifference(first, second)) {
-    return difference;
-  }
+  if (auto difference = attributeDifference(first, second)) return difference;
   if (printedValue(first) != printedValue(second)) {
     return Difference{"value", presentValue(printedValue(first)),
                       presentValue(printedValue(second))};
@@ -99,11 +89,11 @@ std::optional<Difference> nodeDifference(const XmlNode *first, const XmlNode *se
   return std::nullopt;
 }
 
-/** The trees have the same shape as far as they have been compared. */
+// Two cursors suffice: up to the first difference the trees have the same shape.
 std::optional<DifferentNodes> treeDifference(const XmlNode *firstRoot, const XmlNode *secondRoot) {
   const XmlNode *first = firstRoot;
   const XmlNode *second = secondRoot;
-  std::size_t depth = 0;
+  size_t depth = 0;
   while (first != nullptr) {
     if (auto difference = nodeDifference(first, second)) {
       return DifferentNodes{first, second, *difference};
@@ -118,14 +108,10 @@ std::optional<DifferentNodes> treeDifference(const XmlNode *firstRoot, const Xml
 
 std::optional<DifferentNodes> firstDifference(const std::vector<XmlNode *> &firstRoots,
                                               const std::vector<XmlNode *> &secondRoots) {
-  for (std::size_t index = 0; index < std::min(firstRoots.size(), secondRoots.size()); ++index) {
-    if (auto found = treeDifference(firstRoots[index], secondRoots[index])) {
-      return found;
-    }
+  for (size_t index = 0; index < std::min(firstRoots.size(), secondRoots.size()); ++index) {
+    if (auto found = treeDifference(firstRoots[index], secondRoots[index])) return found;
   }
-  if (firstRoots.size() == secondRoots.size()) {
-    return std::nullopt;
-  }
+  if (firstRoots.size() == secondRoots.size()) return std::nullopt;
   return DifferentNodes{nullptr,
                         nullptr,
                         {"number of top-level elements", std::to_string(firstRoots.size()),

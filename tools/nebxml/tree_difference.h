@@ -1,8 +1,5 @@
-/*
- * The comparison of two documents.
- */
-#ifndef NEBXML_TREE_DIFFERENCE_H
-#define NEBXML_TREE_DIFFERENCE_H
+// The comparison of two documents.
+#pragma once
 
 #include <optional>
 #include <string>
@@ -14,27 +11,23 @@ namespace nebxml {
 
 using Value = std::optional<std::string>;
 
-/** What differs, and what either side has there. */
+// What differs, and its value on each side.
 struct Difference {
   std::string kind;
   Value first;
   Value second;
 };
 
-/** Two nodes that stand at the same place of their trees; null for the documents themselves. */
+// Two nodes at the same position in their trees; null for the documents themselves.
 struct DifferentNodes {
   const XmlNode *first;
   const XmlNode *second;
   Difference difference;
 };
 
-/**
- * The first difference in document order. The order of attributes does not count, nor does white
- * space beside children, which is never printed.
- */
+// The first difference in document order. The order of attributes does not count. A value beside
+// children does not count either, since it is never printed.
 std::optional<DifferentNodes> firstDifference(const std::vector<XmlNode *> &firstRoots,
                                               const std::vector<XmlNode *> &secondRoots);
 
 }  // namespace nebxml
-
-#endif

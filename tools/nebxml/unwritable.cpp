@@ -45,51 +45,41 @@ OwnedNode makeCarrier(const Strings &attribute) {
 
 bool isAccepted(const OwnedNode &element) {
   char *text = nullptr;
-  const std::uint32_t result = NEB_XML_TransformIndented(element.get(), 0, &text);
+  const uint32_t result = NEB_XML_TransformIndented(element.get(), 0, &text);
   NEB_XML_FreeMem(text);
-  if (result == NEB_XML_ERR_NO_MEMORY) {
-    throw std::bad_alloc();
-  }
+  if (result == NEB_XML_ERR_NO_MEMORY) throw std::bad_alloc();
   return result == NEB_XML_OK;
 }
 
-/** The name of an attribute that repeats the name of an earlier one, put together differently. */
-std::optional<std::string> repeatedName(const XmlNode *element) {
+// The first duplicate among the qualified names: a prefix and a name that print like another name.
+std::optional<std::string> duplicateName(const XmlNode *element) {
   std::set<std::string> names;
   XmlNode *attribute = nullptr;
   while ((attribute = nextAttribute(element, attribute)) != nullptr) {
     const std::string name = nodeStrings(attribute).qualifiedName();
-    if (!names.insert(name).second) {
-      return name;
-    }
+    if (!names.insert(name).second) return name;
   }
   return std::nullopt;
 }
 
-/** Lets the printer judge a node's strings by a node that has no others. */
+// Which of a node's strings the printer refuses, tried on a node that has no others.
 template <typename Make>
 std::optional<std::string> refusedPart(const XmlNode *node, Make make) {
   Strings strings = stringsOf(node);
-  if (isAccepted(make(strings))) {
-    return std::nullopt;
-  }
+  if (isAccepted(make(strings))) return std::nullopt;
   strings.value = nullptr;
   return isAccepted(make(strings)) ? "the value of " : "the name of ";
 }
 
 std::optional<std::string> refusedAt(const XmlNode *element) {
-  if (const auto part = refusedPart(element, makeElement)) {
-    return *part + "the element";
-  }
+  if (const auto part = refusedPart(element, makeElement)) return *part + "the element";
   XmlNode *attribute = nullptr;
   while ((attribute = nextAttribute(element, attribute)) != nullptr) {
     if (const auto part = refusedPart(attribute, makeCarrier)) {
       return *part + "attribute '" + nodeStrings(attribute).qualifiedName() + "'";
     }
   }
-  if (const auto name = repeatedName(element)) {
-    return "attribute '" + *name + "' is there twice";
-  }
+  if (const auto name = duplicateName(element)) return "attribute '" + *name + "' is there twice";
   return std::nullopt;
 }
 
@@ -97,7 +87,7 @@ std::optional<std::string> refusedAt(const XmlNode *element) {
 
 std::string firstUnwritable(const Document &document) {
   for (const XmlNode *top : document.topLevelNodes()) {
-    std::size_t depth = 0;
+    size_t depth = 0;
     for (const XmlNode *node = top; node != nullptr; node = nextInSubtree(node, top, depth)) {
       if (const auto refused = refusedAt(node)) {
         return *refused + " at path '" + pathOf(document.topLevelNodes(), node) + "'";

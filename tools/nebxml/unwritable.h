@@ -1,8 +1,5 @@
-/*
- * What keeps a document from being written.
- */
-#ifndef NEBXML_UNWRITABLE_H
-#define NEBXML_UNWRITABLE_H
+// Why a document cannot be written as XML.
+#pragma once
 
 #include <string>
 
@@ -10,9 +7,7 @@
 
 namespace nebxml {
 
-/** Names the first element or attribute that the printer refuses. Linear in the document. */
+// Names the first element or attribute that the printer refuses. Linear in the document.
 std::string firstUnwritable(const Document &document);
 
 }  // namespace nebxml
-
-#endif

@@ -14,12 +14,12 @@ namespace {
 
 struct ValueType {
   std::string name;
-  std::uint32_t code;
+  uint32_t code;
   std::string range;
 };
 
 template <typename Number>
-ValueType integerType(const std::string &name, std::uint32_t code) {
+ValueType integerType(const std::string &name, uint32_t code) {
   using Limits = std::numeric_limits<Number>;
   return {name, code, std::to_string(Limits::min()) + " to " + std::to_string(Limits::max())};
 }
@@ -27,12 +27,12 @@ ValueType integerType(const std::string &name, std::uint32_t code) {
 const std::array<ValueType, 7> &valueTypes() {
   static const std::array<ValueType, 7> types{
       {{"bool", NEB_XML_VALUE_BOOL, "true, false, 1 or 0"},
-       integerType<std::int8_t>("int8", NEB_XML_VALUE_INT8),
-       integerType<std::uint8_t>("uint8", NEB_XML_VALUE_UINT8),
-       integerType<std::int16_t>("int16", NEB_XML_VALUE_INT16),
-       integerType<std::uint16_t>("uint16", NEB_XML_VALUE_UINT16),
-       integerType<std::int32_t>("int32", NEB_XML_VALUE_INT32),
-       integerType<std::uint32_t>("uint32", NEB_XML_VALUE_UINT32)}};
+       integerType<int8_t>("int8", NEB_XML_VALUE_INT8),
+       integerType<uint8_t>("uint8", NEB_XML_VALUE_UINT8),
+       integerType<int16_t>("int16", NEB_XML_VALUE_INT16),
+       integerType<uint16_t>("uint16", NEB_XML_VALUE_UINT16),
+       integerType<int32_t>("int32", NEB_XML_VALUE_INT32),
+       integerType<uint32_t>("uint32", NEB_XML_VALUE_UINT32)}};
   return types;
 }
 
@@ -60,14 +60,10 @@ std::optional<std::string> typedText(const std::string &typeName, const std::str
     throw std::bad_alloc();
   }
   const std::unique_ptr<XmlNode, decltype(&NEB_XML_FreeNode)> owner(carrier, &NEB_XML_FreeNode);
-  const std::uint32_t code = typeNamed(typeName).code;
-  std::uint32_t variable = 0;  // As wide as the widest.
-  if (NEB_XML_GetNodeValueEx(carrier, code, &variable) != NEB_XML_OK) {
-    return std::nullopt;
-  }
-  if (NEB_XML_SetNodeValueEx(carrier, code, &variable) != NEB_XML_OK) {
-    throw std::bad_alloc();
-  }
+  const uint32_t code = typeNamed(typeName).code;
+  uint32_t variable = 0;  // as wide as the widest type
+  if (NEB_XML_GetNodeValueEx(carrier, code, &variable) != NEB_XML_OK) return std::nullopt;
+  if (NEB_XML_SetNodeValueEx(carrier, code, &variable) != NEB_XML_OK) throw std::bad_alloc();
   return std::string(nodeStrings(carrier).value);
 }
 

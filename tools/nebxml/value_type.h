@@ -1,8 +1,5 @@
-/*
- * Values of a type, as --type names it.
- */
-#ifndef NEBXML_VALUE_TYPE_H
-#define NEBXML_VALUE_TYPE_H
+// The types of the --type option.
+#pragma once
 
 #include <optional>
 #include <string>
@@ -12,12 +9,10 @@ namespace nebxml {
 
 std::vector<std::string> valueTypeNames();
 
-/** The values of a type, for a complaint. */
+// The values that a type allows, for a message.
 std::string rangeOf(const std::string &typeName);
 
-/** The form in which the library writes the value that a text stands for, if it is of the type. */
+// The value as the library writes it, or nothing if the text is not a value of the type.
 std::optional<std::string> typedText(const std::string &typeName, const std::string &text);
 
 }  // namespace nebxml
-
-#endif

@@ -26,8 +26,9 @@ constinit std::atomic<uint32_t> g_lastHandle{0};
 
 uint32_t nextHandle() {
   uint32_t handle = 0;
-  while (handle == 0 || handle == kSeveralSessions)
+  while (handle == 0 || handle == kSeveralSessions) {
     handle = g_lastHandle.fetch_add(1, std::memory_order_relaxed) + 1;
+  }
   return handle;
 }
 

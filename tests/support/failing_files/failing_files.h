@@ -14,8 +14,8 @@ struct Plan {
   std::function<void(const std::string &)> observe = nullptr;  // runs before each call
 };
 
-// While it lives, the plan is followed. calls() are those so far, each with a space behind its name,
-// and a '!' if it failed.
+// While it lives, the plan is followed. calls() lists the calls so far, each followed by a space,
+// and by a '!' if it failed.
 class Following {
  public:
   explicit Following(const Plan &plan);
@@ -23,8 +23,8 @@ class Following {
   static std::string calls();
 };
 
-// Where another program finds "failing error call signal", the signal being what it gets before that
-// call, and the file for its calls.
+// Where another program finds "failing error call signal" and the file for its calls. It gets the
+// signal before that call.
 inline constexpr char kPlanVariable[] = "NEB_XML_FAILING_FILES";
 inline constexpr char kCallsVariable[] = "NEB_XML_FILE_CALLS";
 

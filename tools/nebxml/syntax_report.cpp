@@ -1,0 +1,78 @@
+#include "syntax_report.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include <unistd.h>
+
+#include "excerpt.h"
+#include "printable.h"
+
+namespace nebxml {
+namespace {
+
+constexpr std::string_view kBoldStyle = "\x1b[1m";
+constexpr std::string_view kErrorStyle = "\x1b[1;31m";
+constexpr std::string_view kResetStyle = "\x1b[0m";
+
+bool takesColour() {
+  const char *refusal = std::getenv("NO_COLOR");
+  return ::isatty(STDERR_FILENO) == 1 && (refusal == nullptr || *refusal == '\0');
+}
+
+std::string styled(std::string_view style, std::string_view text) {
+  static const bool inColour = takesColour();
+  if (!inColour) return std::string(text);
+  return std::string(style).append(text).append(kResetStyle);
+}
+
+struct Position {
+  size_t offset;
+  size_t line;
+  size_t column;
+};
+
+size_t lineStart(std::string_view text, size_t offset) {
+  return offset == 0 ? 0 : text.rfind('\n', offset - 1) + 1;
+}
+
+Position positionOf(std::string_view text, size_t offset) {
+  const std::string_view before = text.substr(0, offset);
+  const auto breaks = static_cast<size_t>(std::count(before.begin(), before.end(), '\n'));
+  return {offset, breaks + 1, offset - lineStart(text, offset) + 1};
+}
+
+// The line at an offset, with a caret below it.
+std::string markedLine(std::string_view text, size_t offset) {
+  const size_t begin = lineStart(text, offset);
+  const size_t end = std::min(text.find('\n', offset), text.size());
+  if (begin == end) return "";
+  const Excerpt excerpt = excerptAround(text.substr(begin, end - begin), offset - begin);
+  return '\n' + excerpt.text + '\n' + excerpt.lead + styled(kErrorStyle, "^");
+}
+
+std::string message(const std::string &fileName, const Position &position, const std::string &words,
+                    std::string_view text) {
+  const std::string where = printable(fileName) + ':' + std::to_string(position.line) + ':' +
+                            std::to_string(position.column) + ':';
+  const std::string view = position.offset <= text.size() ? markedLine(text, position.offset) : "";
+  return styled(kBoldStyle, where) + ' ' + words + view;
+}
+
+}  // namespace
+
+CommandError syntaxReport(const std::string &fileName, const NEB_XML_PARSE_ERROR &error,
+                          std::string_view text) {
+  // An empty file has no line. The position is then the first byte.
+  const Position position{error.offset, std::max<size_t>(error.line, 1),
+                          std::max<size_t>(error.column, 1)};
+  std::string report = message(fileName, position, error.reason, text);
+  if (error.startNameLength > 0 && error.startNameOffset < text.size()) {
+    const auto name = text.substr(error.startNameOffset, error.startNameLength);
+    report += '\n' + message(fileName, positionOf(text, error.startTagOffset),
+                             "the start tag is here: <" + shortened(name) + '>', text);
+  }
+  return {ExitStatus::notFound, report};
+}
+
+}  // namespace nebxml
