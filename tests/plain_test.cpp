@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/maps.h"
+#include "support/kernels.h"
 #include "support/parses.h"
 #include "support/tables.h"
 
@@ -66,7 +66,7 @@ bool isAccepted(const std::string &text) {
   return outcome(text) != "rejected";
 }
 
-using Plain = Maps;
+using Plain = EachKernel;
 
 TEST_P(Plain, AgreesOnRandomMarkup) {
   std::mt19937 random(17);
@@ -281,6 +281,6 @@ TEST_P(Plain, DecodesEachReferenceWhereItStands) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Maps, Plain, testing::Bool(), nameOfMaps);
+INSTANTIATE_TEST_SUITE_P(Kernels, Plain, allKernels(), nameOfKernel);
 
 }  // namespace

@@ -6,12 +6,19 @@
 #include <cstdint>
 #include <cstring>
 
+#include "kernels/kernel.h"
+
 // Looking at 64 bytes at once costs next to nothing; deciding byte by byte does not. The maps
 // answer where a name, a value or a text may end from the next set bit. The terminator of the text
 // is in every map, so each search ends, and no byte behind it is read.
 class MarkupMap {
  public:
-  enum Kind { kNameEnds, kValueEnds, kTextEnds, kNonBlanks, kKinds };
+  using Kind = neb::xml::internal::Question;
+  static constexpr Kind kNameEnds = neb::xml::internal::kNameEnds;
+  static constexpr Kind kValueEnds = neb::xml::internal::kValueEnds;
+  static constexpr Kind kTextEnds = neb::xml::internal::kTextEnds;
+  static constexpr Kind kNonBlanks = neb::xml::internal::kNonWhitespace;
+  static constexpr size_t kKinds = neb::xml::internal::kQuestions;
 
   // From the terminator on there are so many zeros, at most kReach; 0 if only the terminator may be
   // read.
@@ -53,17 +60,8 @@ class MarkupMap {
     return windowAt(kind, static_cast<size_t>(from - stretch_), skipped);
   }
 
-  static constexpr size_t kWordBits = 64;
-  static constexpr size_t kWords = 64;
-  // Behind the mapped words one is zero, since a window may begin in the last byte of the one before.
-  using Words = uint64_t[kKinds][kWords + 1];
-
-  // Maps whole words of text; there is one for machines with wide vectors and one for all others.
-  using Mapper = void (*)(const char *text, size_t words, size_t firstWord, Words &maps);
-  static Mapper vectorMapper();  // null where there is none
-  static Mapper scalarMapper();
-  static void use(Mapper mapper);  // instead of the best; not while other threads parse
-  static bool usesVectors();
+  static constexpr size_t kWordBits = neb::xml::internal::kBytesPerWord;
+  static constexpr size_t kWords = neb::xml::internal::kIndexWords;
 
  private:
   static constexpr size_t kStretchBits = kWords * kWordBits;
@@ -114,5 +112,5 @@ class MarkupMap {
   size_t zerosBehind_;
   size_t mappedBits_;  // of the stretch, from its beginning
   size_t windowsEnd_;  // windows begin before it
-  Words maps_;
+  neb::xml::internal::IndexWords maps_;
 };

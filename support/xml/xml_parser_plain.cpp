@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstring>
 
+#include "kernels/chosen.h"
 #include "xml_node_records.h"
 #include "xml_parser_names.h"
 #include "xml_parser_pieces.h"
@@ -521,7 +522,7 @@ template <typename Pieces, TakeShortForms takeShortForms>
 PlainResult Parser_parsePlain(XmlParser *parser, MarkupMap *map) {
   NamesSeen names;
   if (parser->storage.isHook()) return parse<HookPieces, nullptr>(parser, map, &names);
-  if (MarkupMap::usesVectors()) {
+  if (neb::xml::internal::chosenKernel().isWide) {
     return parseWide<SessionPieces, takeShortFormsWide>(parser, map, &names);
   }
   return parse<SessionPieces, takeShortForms>(parser, map, &names);

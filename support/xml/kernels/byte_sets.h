@@ -1,0 +1,72 @@
+// The bytes that end a name, a value or a text, and those that are whitespace. A change of what may
+// stand in a name begins here: all kernels make their tables from these sets.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace neb::xml::internal {
+
+inline constexpr size_t kByteValues = 256;
+
+class ByteSet {
+ public:
+  constexpr ByteSet() = default;
+
+  explicit constexpr ByteSet(std::string_view bytes) {
+    for (const char byte : bytes) holds_[static_cast<uint8_t>(byte)] = true;
+  }
+
+  constexpr bool holds(size_t byte) const { return holds_[byte]; }
+
+  constexpr bool isEmpty() const {
+    for (const bool holds : holds_) {
+      if (holds) return false;
+    }
+    return true;
+  }
+
+  constexpr ByteSet with(const ByteSet &other) const {
+    ByteSet both;
+    for (size_t byte = 0; byte < kByteValues; ++byte) {
+      both.holds_[byte] = holds(byte) || other.holds(byte);
+    }
+    return both;
+  }
+
+  constexpr ByteSet without(const ByteSet &other) const {
+    ByteSet rest;
+    for (size_t byte = 0; byte < kByteValues; ++byte) {
+      rest.holds_[byte] = holds(byte) && !other.holds(byte);
+    }
+    return rest;
+  }
+
+  constexpr void add(size_t byte) { holds_[byte] = true; }
+
+ private:
+  bool holds_[kByteValues] = {};
+};
+
+inline constexpr ByteSet kWhitespaceBytes("\t\n\r ");
+
+// The terminator is in each set of ends, so that each search ends and nothing behind it is read.
+inline constexpr ByteSet kTextEndBytes(std::string_view("\0&<", 3));
+inline constexpr ByteSet kValueEndBytes = kTextEndBytes.with(ByteSet("\"'"));
+
+// '!', '?' and ']' are seldom in names, but are part of markup that has none.
+inline constexpr ByteSet kNameEndBytes =
+    kValueEndBytes.with(kWhitespaceBytes).with(ByteSet("!/:=>?]"));
+
+// What the kernels of vectors rely on.
+inline constexpr size_t kAsciiBytes = 128;
+constexpr bool isAscii(const ByteSet &set) {
+  for (size_t byte = kAsciiBytes; byte < kByteValues; ++byte) {
+    if (set.holds(byte)) return false;
+  }
+  return true;
+}
+static_assert(isAscii(kNameEndBytes));
+
+}  // namespace neb::xml::internal

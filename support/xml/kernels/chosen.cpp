@@ -1,0 +1,58 @@
+#include "kernels/chosen.h"
+
+#include <atomic>
+
+#include "kernels/testing.h"
+
+namespace neb::xml::internal {
+
+namespace {
+
+// The best first; the last runs everywhere.
+constexpr const Kernel *kBuiltKernels[] = {
+#if defined(__x86_64__)
+    &kAvx2Kernel,
+    &kSse2Kernel,
+#elif defined(__AARCH64EL__) && defined(__ARM_NEON)
+    &kNeonKernel,
+#endif
+    &kPortableKernel,
+};
+
+// Null until the first choice. Threads that choose at once choose the same.
+constinit std::atomic<const Kernel *> g_chosen{nullptr};
+
+const Kernel *bestKernel() {
+  const Kernel *const *kernel = kBuiltKernels;
+  while (!canRun(**kernel)) ++kernel;
+  return *kernel;
+}
+
+}  // namespace
+
+bool canRun(const Kernel &kernel) {
+#if defined(__x86_64__)
+  if (kernel.isWide) {
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+           __builtin_cpu_supports("bmi2");
+  }
+#endif
+  return !kernel.isWide;
+}
+
+std::span<const Kernel *const> builtKernels() { return kBuiltKernels; }
+
+void forceKernelForTests(const Kernel *kernel) {
+  g_chosen.store(kernel, std::memory_order_relaxed);
+}
+
+const Kernel &chosenKernel() {
+  const Kernel *kernel = g_chosen.load(std::memory_order_relaxed);
+  if (kernel == nullptr) {
+    kernel = bestKernel();
+    g_chosen.store(kernel, std::memory_order_relaxed);
+  }
+  return *kernel;
+}
+
+}  // namespace neb::xml::internal

@@ -1,0 +1,38 @@
+// The kernels of the structural index: for each byte of a document one bit for each question that
+// the parser asks, made 64 bytes at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace neb::xml::internal {
+
+// The bytes that answer them stand in byte_sets.h.
+enum Question : uint8_t { kNameEnds, kValueEnds, kTextEnds, kNonWhitespace, kQuestions };
+
+inline constexpr size_t kBytesPerWord = 64;
+inline constexpr size_t kIndexWords = 64;
+
+// Bit i of a word belongs to byte i of 64, the lowest bit to the first byte, on every machine. A
+// window of bits may begin in the last byte of the last word, so one word more can be read.
+using IndexWords = uint64_t[kQuestions][kIndexWords + 1];
+
+// Reads 64 bytes for each of the words, and writes the words from the first one on.
+using IndexKernel = void (*)(const char *bytes, size_t words, size_t firstWord, IndexWords &index);
+
+struct Kernel {
+  const char *name;
+  IndexKernel index;
+  // Needs AVX2, BMI and BMI2. The parser is compiled a second time for machines that have them.
+  bool isWide;
+};
+
+extern const Kernel kPortableKernel;
+#if defined(__x86_64__)
+extern const Kernel kAvx2Kernel;
+extern const Kernel kSse2Kernel;
+#elif defined(__AARCH64EL__) && defined(__ARM_NEON)
+extern const Kernel kNeonKernel;
+#endif
+
+}  // namespace neb::xml::internal
