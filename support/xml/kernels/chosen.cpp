@@ -8,7 +8,7 @@ namespace neb::xml::internal {
 
 namespace {
 
-// The best first; the last runs everywhere.
+// The best first.
 constexpr const Kernel *kBuiltKernels[] = {
 #if defined(__x86_64__)
     &kAvx2Kernel,
@@ -23,9 +23,10 @@ constexpr const Kernel *kBuiltKernels[] = {
 constinit std::atomic<const Kernel *> g_chosen{nullptr};
 
 const Kernel *bestKernel() {
-  const Kernel *const *kernel = kBuiltKernels;
-  while (!canRun(**kernel)) ++kernel;
-  return *kernel;
+  for (const Kernel *kernel : kBuiltKernels) {
+    if (canRun(*kernel)) return kernel;
+  }
+  return &kPortableKernel;
 }
 
 }  // namespace
