@@ -13,11 +13,12 @@ enum Question : uint8_t { kNameEnds, kValueEnds, kTextEnds, kNonWhitespace, kQue
 inline constexpr size_t kBytesPerWord = 64;
 inline constexpr size_t kIndexWords = 64;
 
-// Bit i of a word belongs to byte i of 64, the lowest bit to the first byte, on every machine. A
-// window of bits may begin in the last byte of the last word, so one word more can be read.
+// Bit i of a word belongs to byte i of 64, the lowest bit to the first byte, on every machine. The
+// last word is the caller's to clear: a window of bits may begin in the byte before it.
 using IndexWords = uint64_t[kQuestions][kIndexWords + 1];
 
-// Reads 64 bytes for each of the words, and writes the words from the first one on.
+// Reads 64 bytes for each of so many words, and writes them from firstWord on. It reads and writes
+// nothing else. The number of words may be 0.
 using IndexKernel = void (*)(const char *bytes, size_t words, size_t firstWord, IndexWords &index);
 
 struct Kernel {
