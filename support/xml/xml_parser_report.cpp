@@ -13,7 +13,7 @@ constexpr size_t kTerminator = 1;
 
 // For failures that have no place in a text.
 uint32_t reportPlain(uint32_t code, const char *reason, NEB_XML_PARSE_ERROR *error) {
-  if (error != nullptr) *error = {code, reason, 0, 0, 0, 0, 0, 0, 0, 0};
+  if (error != nullptr) *error = {code, reason, 0, 0, 0, 0, 0, 0, 0, 0, {}};
   return code;
 }
 
