@@ -48,11 +48,13 @@ void addPieces(const XmlNode *node, std::vector<void *> *pieces) {
 TEST(Hooks, GetPiecesBackInOrder) {
   XmlNode *document =
       trees::parsed("<p:d a='1' q:b='2'><x c='3'>t</x><r:y><z e=''/></r:y></p:d>", false);
-  NEB_XML_AddAttr(document, "q", "interned", "value");
+  EXPECT_EQ(NEB_XML_AddAttr(document, "q", "interned", "value"), kOk);
   std::vector<void *> expected;
   addPieces(document, &expected);
   const uint32_t session = XML_MemSessionBegin(1);
-  for (int size = 1; size < 2000; size *= 2) XML_MemSpecialMalloc(session, size);
+  for (int size = 1; size < 2000; size *= 2) {
+    EXPECT_NE(XML_MemSpecialMalloc(session, size), nullptr);
+  }
   for (XmlMemBlock *block = findSession(session)->firstBlock; block; block = block->nextBlock) {
     expected.push_back(block);
   }

@@ -11,6 +11,11 @@
  *   NEB_XML_ERR_INVALID_PARAM before it changes anything. Out-pointers are written on success only,
  *   unless the function says otherwise. Optional out-pointers may be null.
  *
+ *   NEB_XML_MUST_USE marks functions whose result must not be dropped: it is what the caller has
+ *   to free, or the only sign that a document, an edit or a file was not made. Reads, removals and
+ *   registrations are not marked. GCC and Clang warn where a marked result is dropped. A program
+ *   may define the macro empty before it includes this header.
+ *
  * Names
  *
  *   Ex marks a variant of a function. In the parse functions it means that the document owns a
@@ -90,6 +95,14 @@
 #define NEB_XML_API __attribute__((visibility("default")))
 #else
 #define NEB_XML_API
+#endif
+#endif
+
+#ifndef NEB_XML_MUST_USE
+#if defined(__GNUC__)
+#define NEB_XML_MUST_USE __attribute__((warn_unused_result))
+#else
+#define NEB_XML_MUST_USE
 #endif
 #endif
 
@@ -221,7 +234,7 @@ typedef struct NEB_XML_PARSE_ERROR {
  *                              made; *outDoc is null;
  *   NEB_XML_ERR_NO_MEMORY      the parse could not begin; *outDoc is null.
  */
-NEB_XML_API uint32_t NEB_XML_Parse(const char *text, XmlNode **outDoc);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Parse(const char *text, XmlNode **outDoc);
 
 /**
  * Parses a document as NEB_XML_Parse does, into one that owns a memory session.
@@ -230,7 +243,7 @@ NEB_XML_API uint32_t NEB_XML_Parse(const char *text, XmlNode **outDoc);
  * NEB_XML_FreeNode ends the session, and frees every node of it, further top-level elements
  * included. Arguments, results and cost as for NEB_XML_Parse.
  */
-NEB_XML_API uint32_t NEB_XML_ParseEx(const char *text, XmlNode **outDoc);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseEx(const char *text, XmlNode **outDoc);
 
 /**
  * Reads a whole file through the file hooks and parses it as NEB_XML_Parse does.
@@ -248,7 +261,7 @@ NEB_XML_API uint32_t NEB_XML_ParseEx(const char *text, XmlNode **outDoc);
  *   NEB_XML_ERR_NO_MEMORY      also if the file does not fit into memory.
  * The stream is closed on every path.
  */
-NEB_XML_API uint32_t NEB_XML_ParseFile(const char *path, XmlNode **outDoc);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFile(const char *path, XmlNode **outDoc);
 
 /**
  * Reads and parses a file as NEB_XML_ParseFile does, into a document that owns a memory session.
@@ -256,7 +269,7 @@ NEB_XML_API uint32_t NEB_XML_ParseFile(const char *path, XmlNode **outDoc);
  * *outDoc is set to null before the work starts, so it is null after every failure but
  * NEB_XML_ERR_INVALID_PARAM. Otherwise as NEB_XML_ParseFile and NEB_XML_ParseEx.
  */
-NEB_XML_API uint32_t NEB_XML_ParseFileEx(const char *path, XmlNode **outDoc);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileEx(const char *path, XmlNode **outDoc);
 
 /**
  * Parses a document of known length, and reports why and where a parse failed. Accepts exactly what
@@ -273,8 +286,9 @@ NEB_XML_API uint32_t NEB_XML_ParseFileEx(const char *path, XmlNode **outDoc);
  * unknown flag; NEB_XML_ERR_SYNTAX only for a document that is not well-formed;
  * NEB_XML_ERR_NO_MEMORY whenever memory runs out.
  */
-NEB_XML_API uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint32_t flags,
-                                         XmlNode **outDoc, NEB_XML_PARSE_ERROR *error);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length,
+                                                          uint32_t flags, XmlNode **outDoc,
+                                                          NEB_XML_PARSE_ERROR *error);
 
 /**
  * Reads a file through the file hooks and parses it as NEB_XML_ParseBuffer does.
@@ -283,8 +297,9 @@ NEB_XML_API uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint3
  *
  * Returns the results of NEB_XML_ParseBuffer, and for the file those of NEB_XML_ParseFile.
  */
-NEB_XML_API uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, XmlNode **outDoc,
-                                           NEB_XML_PARSE_ERROR *error);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags,
+                                                            XmlNode **outDoc,
+                                                            NEB_XML_PARSE_ERROR *error);
 
 /* --- Printing and saving ---------------------------------------------------------------------- */
 /*
@@ -305,19 +320,19 @@ NEB_XML_API uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, Xml
  */
 
 /** Prints a subtree. */
-NEB_XML_API uint32_t NEB_XML_Transform(const XmlNode *start, char **text);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Transform(const XmlNode *start, char **text);
 
 /**
  * Prints the opening half of a subtree: everything but the end tags that follow the last
  * descendants. A childless element without a value that is a last child is left open.
  */
-NEB_XML_API uint32_t NEB_XML_TransformHead(const XmlNode *start, char **text);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformHead(const XmlNode *start, char **text);
 
 /**
  * Prints the closing half of a subtree: the end tags of every childless last child and of the
  * ancestors that end with it. The text is null if there are none.
  */
-NEB_XML_API uint32_t NEB_XML_TransformTail(const XmlNode *start, char **text);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformTail(const XmlNode *start, char **text);
 
 /**
  * Prints a subtree and writes it to a file, created or truncated, in one write.
@@ -331,7 +346,7 @@ NEB_XML_API uint32_t NEB_XML_TransformTail(const XmlNode *start, char **text);
  * NEB_XML_ERR_FILE_WRITE if the output was not written whole (a full disk): the file stays as far
  * as it was written.
  */
-NEB_XML_API uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *path);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *path);
 
 /**
  * Prints a subtree exactly, with indentation: parsing the output with this library gives the same
@@ -358,7 +373,8 @@ NEB_XML_API uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *pat
  *   - a value beside children that is more than white space.
  * The first failure that printing meets decides. Cost: linear in the nodes, strings and spaces.
  */
-NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t width, char **text);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformIndented(const XmlNode *start,
+                                                                uint32_t width, char **text);
 
 /**
  * Prints a subtree into a file atomically: at any moment the old file or the new one is there
@@ -379,7 +395,8 @@ NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t wi
  * also for reading attributes. After a failure the old file is unchanged, and nothing is left
  * behind unless the folder forbids removing it.
  */
-NEB_XML_API uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path, uint32_t width);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path,
+                                                       uint32_t width);
 
 /* --- Tree: making and freeing nodes ----------------------------------------------------------- */
 
@@ -394,8 +411,9 @@ NEB_XML_API uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path, ui
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for another type or a null out-pointer;
  * NEB_XML_ERR_NO_MEMORY with nothing kept.
  */
-NEB_XML_API uint32_t NEB_XML_CreateNode(uint32_t type, const char *prefix, const char *name,
-                                        const char *value, XmlNode **node);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CreateNode(uint32_t type, const char *prefix,
+                                                         const char *name, const char *value,
+                                                         XmlNode **node);
 
 /**
  * Makes a detached document that owns a new session, or a detached element of a session.
@@ -408,8 +426,9 @@ NEB_XML_API uint32_t NEB_XML_CreateNode(uint32_t type, const char *prefix, const
  * nothing kept, also for a session that is not open. An element whose strings could not be copied
  * leaves its record unused in the session.
  */
-NEB_XML_API uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const char *prefix,
-                                          const char *name, const char *value, XmlNode **node);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type,
+                                                           const char *prefix, const char *name,
+                                                           const char *value, XmlNode **node);
 
 /**
  * Detaches a node if it is attached, and frees it with its attributes and its whole subtree.
@@ -477,16 +496,16 @@ NEB_XML_API XmlNode *NEB_XML_Iterator(const XmlNode *node);
  */
 
 /** Inserts a node as the first child of parent. */
-NEB_XML_API uint32_t NEB_XML_AddFirstChildNode(XmlNode *parent, XmlNode *node);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddFirstChildNode(XmlNode *parent, XmlNode *node);
 
 /** Inserts a node as the last child of parent. */
-NEB_XML_API uint32_t NEB_XML_AppendChildNode(XmlNode *parent, XmlNode *node);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AppendChildNode(XmlNode *parent, XmlNode *node);
 
 /** Inserts a node directly after sibling. */
-NEB_XML_API uint32_t NEB_XML_AddNextSiblingNode(XmlNode *sibling, XmlNode *node);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddNextSiblingNode(XmlNode *sibling, XmlNode *node);
 
 /** Inserts a node directly before sibling. */
-NEB_XML_API uint32_t NEB_XML_AddPrevSiblingNode(XmlNode *sibling, XmlNode *node);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddPrevSiblingNode(XmlNode *sibling, XmlNode *node);
 
 /**
  * Detaches a node, with its attributes and its whole subtree, from parent and siblings.
@@ -582,8 +601,8 @@ NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttrEx(const XmlNode *element, const 
  * in a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY; NEB_XML_ERR_ALREADY_EXISTS. On
  * failure the element is unchanged. Cost: the element's attributes and its depth.
  */
-NEB_XML_API uint32_t NEB_XML_AddAttr(XmlNode *element, const char *prefix, const char *name,
-                                     const char *value);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddAttr(XmlNode *element, const char *prefix,
+                                                      const char *name, const char *value);
 
 /**
  * Replaces the value of an existing attribute.
@@ -597,8 +616,8 @@ NEB_XML_API uint32_t NEB_XML_AddAttr(XmlNode *element, const char *prefix, const
  * NEB_XML_ERR_NOT_FOUND if there is no such attribute; NEB_XML_ERR_INVALID_PARAM for an element
  * in a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY. On failure nothing is changed.
  */
-NEB_XML_API uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix, const char *name,
-                                     const char *value);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix,
+                                                      const char *name, const char *value);
 
 /**
  * Removes an attribute from its element and frees it.
@@ -631,8 +650,8 @@ NEB_XML_API uint32_t NEB_XML_GetNodeValue(const XmlNode *node, int32_t *type, co
  * NEB_XML_ERR_NO_MEMORY if a copy could not be made: then no field is replaced, while fields
  * cleared by empty arguments stay cleared. Cost: the node's depth, strings and fellow attributes.
  */
-NEB_XML_API uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name,
-                                     const char *value);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix,
+                                                      const char *name, const char *value);
 
 /**
  * Reads the value of a node into a variable.
@@ -658,7 +677,8 @@ NEB_XML_API uint32_t NEB_XML_GetNodeValueEx(const XmlNode *node, uint32_t type, 
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or an unknown type, nothing
  * changed; NEB_XML_ERR_NO_MEMORY, the node then being without a value.
  */
-NEB_XML_API uint32_t NEB_XML_SetNodeValueEx(XmlNode *node, uint32_t type, const void *variable);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNodeValueEx(XmlNode *node, uint32_t type,
+                                                             const void *variable);
 
 /**
  * Reads an attribute's value into a variable, by the rules of NEB_XML_GetNodeValueEx.
@@ -687,8 +707,9 @@ NEB_XML_API uint32_t NEB_XML_GetAttrValueEx(const XmlNode *element, const char *
  * NEB_XML_ERR_NO_MEMORY. If an attribute could not be added, the element is unchanged; if the value
  * of an existing one could not be copied, that attribute is without a value.
  */
-NEB_XML_API uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, const char *prefix, const char *name,
-                                            uint32_t type, const void *variable);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, const char *prefix,
+                                                             const char *name, uint32_t type,
+                                                             const void *variable);
 
 /* --- Paths ------------------------------------------------------------------------------------ */
 
@@ -730,10 +751,10 @@ NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path
  * a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY with everything freed.
  * Cost: linear in the nodes and strings copied.
  */
-NEB_XML_API uint32_t NEB_XML_CloneNode(const XmlNode *source, XmlNode **copy);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CloneNode(const XmlNode *source, XmlNode **copy);
 
 /** Copies a node with its attributes but without its children; otherwise as NEB_XML_CloneNode. */
-NEB_XML_API uint32_t NEB_XML_CloneNodeSelf(const XmlNode *source, XmlNode **copy);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CloneNodeSelf(const XmlNode *source, XmlNode **copy);
 
 /**
  * Copies a node with its attributes and subtree into the storage of another tree, between any two
@@ -749,7 +770,8 @@ NEB_XML_API uint32_t NEB_XML_CloneNodeSelf(const XmlNode *source, XmlNode **copy
  * a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY with everything freed.
  * Cost: linear in the nodes and strings copied, and the depth of target.
  */
-NEB_XML_API uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, XmlNode **copy);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source,
+                                                         XmlNode **copy);
 
 /* --- Sessions --------------------------------------------------------------------------------- */
 /*
@@ -762,7 +784,7 @@ NEB_XML_API uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, 
  * Returns its handle, distinct from that of every open session; 0 for a size of 0 or less and if
  * memory runs out. A session is used by one thread at a time; different sessions are independent.
  */
-NEB_XML_API uint32_t XML_MemSessionBegin(int32_t size);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemSessionBegin(int32_t size);
 
 /**
  * Allocates exactly size bytes from a session, all zero and aligned to nothing.
@@ -774,7 +796,7 @@ NEB_XML_API uint32_t XML_MemSessionBegin(int32_t size);
  * session stays usable.
  * Cost: constant, or logarithmic in the blocks if the allocation comes from an earlier block.
  */
-NEB_XML_API void *XML_MemSpecialMalloc(uint32_t handle, int32_t size);
+NEB_XML_API NEB_XML_MUST_USE void *XML_MemSpecialMalloc(uint32_t handle, int32_t size);
 
 /**
  * Ends a session: everything allocated from it is invalid from now on.
@@ -834,7 +856,7 @@ extern NEB_XML_API void (*g_fnXMLFree)(void *);
  * Returns null if memory runs out. From a session at most 2 GiB - 1 are allocated, and are zero.
  * Cost: the depth of the node.
  */
-NEB_XML_API void *XML_Malloc(const XmlNode *node, size_t size);
+NEB_XML_API NEB_XML_MUST_USE void *XML_Malloc(const XmlNode *node, size_t size);
 
 /**
  * Frees what XML_Malloc returned for the same node in the same tree: nothing happens if its tree
@@ -843,10 +865,10 @@ NEB_XML_API void *XML_Malloc(const XmlNode *node, size_t size);
 NEB_XML_API void XML_Free(const XmlNode *node, void *memory);
 
 /** Copies a string by the rule of XML_Malloc. Null for an empty string and if memory runs out. */
-NEB_XML_API char *XML_Strdup(const XmlNode *node, const char *text);
+NEB_XML_API NEB_XML_MUST_USE char *XML_Strdup(const XmlNode *node, const char *text);
 
 /** Calls the calloc hook. */
-NEB_XML_API void *XML_Calloc(size_t count, size_t size);
+NEB_XML_API NEB_XML_MUST_USE void *XML_Calloc(size_t count, size_t size);
 
 /**
  * Makes a zeroed, detached node of any type: an attribute for type 1, a document for 12, an
@@ -857,7 +879,7 @@ NEB_XML_API void *XML_Calloc(size_t count, size_t size);
  *          owns it: freeing that document ends the session.
  * Returns null if memory runs out or the session is not open.
  */
-NEB_XML_API XmlNode *XML_NewNode(uint32_t session, uint32_t type);
+NEB_XML_API NEB_XML_MUST_USE XmlNode *XML_NewNode(uint32_t session, uint32_t type);
 
 /**
  * Sets those strings that are neither null nor empty, all or none, copying by the rule of
@@ -869,8 +891,8 @@ NEB_XML_API XmlNode *XML_NewNode(uint32_t session, uint32_t type);
  * prefix, name, value  copied; null or empty leaves the field unchanged.
  * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY with the node unchanged.
  */
-NEB_XML_API uint32_t XML_SetNode(XmlNode *owner, XmlNode *node, const char *prefix,
-                                 const char *name, const char *value);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_SetNode(XmlNode *owner, XmlNode *node, const char *prefix,
+                                                  const char *name, const char *value);
 
 /**
  * Frees a node's strings and record, and no other node. Nothing happens in the tree of a session,
@@ -902,7 +924,7 @@ NEB_XML_API void XML_FreeNode(XmlNode *node);
  * NEB_XML_ERR_NO_MEMORY if the session of either cannot record that they are in different storage.
  * On failure the attribute remains the caller's.
  */
-NEB_XML_API uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNode *element);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNode *element);
 
 /* --- Lower level: text buffer ----------------------------------------------------------------- */
 /*
@@ -926,28 +948,29 @@ NEB_XML_API void XML_MembufInit(XmlMemBuf *buffer);
 NEB_XML_API void XML_MembufDestroy(XmlMemBuf *buffer);
 
 /** Replaces the content by count bytes. Null bytes empty the buffer as XML_MembufDestroy does. */
-NEB_XML_API uint32_t XML_MemBufAssign(XmlMemBuf *buffer, const char *bytes, uint32_t count);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemBufAssign(XmlMemBuf *buffer, const char *bytes,
+                                                       uint32_t count);
 
 /** Replaces the content by a string; as XML_MemBufAssign. */
-NEB_XML_API uint32_t XML_MemBufAssignStr(XmlMemBuf *buffer, const char *text);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemBufAssignStr(XmlMemBuf *buffer, const char *text);
 
 /** Appends the one byte pointed at. A null pointer does nothing. */
-NEB_XML_API uint32_t XML_MemBufAppend(XmlMemBuf *buffer, const char *character);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemBufAppend(XmlMemBuf *buffer, const char *character);
 
 /**
  * Inserts count bytes before the byte at position; at most the length, else
  * NEB_XML_ERR_INVALID_PARAM. Null or no bytes do nothing.
  */
-NEB_XML_API uint32_t XML_MemBufInsert(XmlMemBuf *buffer, const char *bytes, uint32_t count,
-                                      uint32_t position);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemBufInsert(XmlMemBuf *buffer, const char *bytes,
+                                                       uint32_t count, uint32_t position);
 
 /** Appends a string. Null or empty does nothing. */
-NEB_XML_API uint32_t XML_MemBufAppendStr(XmlMemBuf *buffer, const char *text);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemBufAppendStr(XmlMemBuf *buffer, const char *text);
 
 /* --- Lower level: file hooks and logging ------------------------------------------------------ */
 
 /** Calls the open hook. */
-NEB_XML_API FILE *XML_Fopen(const char *path, const char *mode);
+NEB_XML_API NEB_XML_MUST_USE FILE *XML_Fopen(const char *path, const char *mode);
 /** Calls the seek hook. */
 NEB_XML_API int XML_Fseek(FILE *stream, long offset, int whence);
 /** Calls the close hook. */
