@@ -853,14 +853,14 @@ extern NEB_XML_API void (*g_fnXMLFree)(void *);
 /**
  * Allocates for a node: from the session of its tree's topmost node if that has one and no
  * siblings, else through the allocation hook. A null node means the hook.
- * Returns null if memory runs out. From a session at most 2 GiB - 1 are allocated, and are zero.
+ * Returns null if memory runs out. A session allocation has at most 2 GiB - 1 bytes, all zero.
  * Cost: the depth of the node.
  */
 NEB_XML_API NEB_XML_MUST_USE void *XML_Malloc(const XmlNode *node, size_t size);
 
 /**
- * Frees what XML_Malloc returned for the same node in the same tree: nothing happens if its tree
- * has a session, otherwise a pointer that is not null goes to the free hook.
+ * Frees what XML_Malloc returned for the same node at the same position: nothing happens if its
+ * tree has a session, otherwise a pointer that is not null goes to the free hook.
  */
 NEB_XML_API void XML_Free(const XmlNode *node, void *memory);
 
@@ -935,7 +935,7 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNod
 
 /** The buffer. */
 typedef struct XmlMemBuf {
-  char *data;        /**< capacity + 1 bytes, or null while it has none. */
+  char *data;        /**< capacity + 1 bytes; null while nothing is allocated. */
   uint32_t length;   /**< Bytes held, terminator excluded. */
   uint32_t capacity; /**< Bytes that fit, terminator excluded. */
   uint32_t growStep; /**< Least growth, and the slack kept before shrinking: 1024. */
