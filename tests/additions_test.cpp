@@ -32,12 +32,12 @@ TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
   EXPECT_EQ(indented(NEB_XML_GetNodeFirstChild(document), 1), "<b>\n <c>x  y</c>\n <d/>\n</b>\n");
   EXPECT_EQ(indented(document, 16).find("<b>"), indented(document, 0).find("<b>") + 16);
   XmlNode *other = XML_NewNode(0, 5);
-  XML_SetNode(other, other, nullptr, "other", nullptr);
+  EXPECT_EQ(XML_SetNode(other, other, nullptr, "other", nullptr), kOk);
   EXPECT_EQ(NEB_XML_AppendChildNode(document, other), kOk);
   EXPECT_EQ(indented(document, 0), "error") << "a node of another type";
   NEB_XML_FreeNode(other);
   for (const auto &[value, isLayout] : {std::pair(" \t\n\r", true), {" \v", false}, {"x", false}}) {
-    NEB_XML_SetNode(document, nullptr, nullptr, value);
+    EXPECT_EQ(NEB_XML_SetNode(document, nullptr, nullptr, value), kOk);
     EXPECT_EQ(indented(document, 0) != "error", isLayout) << "beside children";
   }
   NEB_XML_FreeNode(document);

@@ -63,9 +63,11 @@ void expectStringsKept(const std::string &text, bool withSession) {
   XmlNode *document = nullptr;
   XmlNode *element = nullptr;
   const uint32_t type = NEB_XML_NODE_ELEMENT;
-  (withSession ? NEB_XML_CreateNodeEx(0, NEB_XML_NODE_DOCUMENT, prefix, name, value, &document)
-               : NEB_XML_CreateNode(NEB_XML_NODE_DOCUMENT, prefix, name, value, &document));
-  NEB_XML_CreateNodeEx(document->sessionId, type, prefix, name, value, &element);
+  const uint32_t made =
+      withSession ? NEB_XML_CreateNodeEx(0, NEB_XML_NODE_DOCUMENT, prefix, name, value, &document)
+                  : NEB_XML_CreateNode(NEB_XML_NODE_DOCUMENT, prefix, name, value, &document);
+  ASSERT_EQ(made, 0U);
+  EXPECT_EQ(NEB_XML_CreateNodeEx(document->sessionId, type, prefix, name, value, &element), 0U);
   EXPECT_EQ(NEB_XML_AppendChildNode(document, element), 0U);
   EXPECT_EQ(NEB_XML_SetNode(element, prefix, name, value), 0U);
   EXPECT_EQ(NEB_XML_AddAttr(element, nullptr, "a", value), 0U);
@@ -102,11 +104,15 @@ void expectStringsKept(const std::string &text, bool withSession) {
     EXPECT_EQ(isPath, path.size() <= 511);
     EXPECT_EQ(node, isPath ? +tree->firstChild : nullptr);
     node = tree->firstChild;
-    NEB_XML_SetAttrValueEx(node, prefix, name, NEB_XML_VALUE_UINT8, edges[2].before("\x07"));
+    EXPECT_EQ(
+        NEB_XML_SetAttrValueEx(node, prefix, name, NEB_XML_VALUE_UINT8, edges[2].before("\x07")),
+        0U);
     char *number = edges[2].before(".");
     EXPECT_EQ(NEB_XML_GetAttrValueEx(node, prefix, name, NEB_XML_VALUE_UINT8, number), 0U);
     EXPECT_EQ(*number, 7);
-    NEB_XML_SetNode(node, nullptr, nullptr, edges[2].text(std::string(text.size(), '0') + "9"));
+    EXPECT_EQ(
+        NEB_XML_SetNode(node, nullptr, nullptr, edges[2].text(std::string(text.size(), '0') + "9")),
+        0U);
     EXPECT_EQ(NEB_XML_GetNodeValueEx(node, NEB_XML_VALUE_INT16, edges[2].before("ab")), 0U);
     EXPECT_EQ(NEB_XML_RemoveAttr(node, prefix, name), 0U);
   }
@@ -117,9 +123,10 @@ void expectStringsKept(const std::string &text, bool withSession) {
   XmlMemBuf buffer;
   XML_MembufInit(&buffer);
   const char *bytes = edges[2].before(text);
-  XML_MemBufAssign(&buffer, bytes, static_cast<uint32_t>(text.size()));
-  XML_MemBufInsert(&buffer, bytes, static_cast<uint32_t>(text.size()), buffer.length / 2);
-  XML_MemBufAppendStr(&buffer, name);
+  EXPECT_EQ(XML_MemBufAssign(&buffer, bytes, static_cast<uint32_t>(text.size())), 0U);
+  EXPECT_EQ(XML_MemBufInsert(&buffer, bytes, static_cast<uint32_t>(text.size()), buffer.length / 2),
+            0U);
+  EXPECT_EQ(XML_MemBufAppendStr(&buffer, name), 0U);
   EXPECT_EQ(hasName ? buffer.data : "", text + text + text);
   XML_MembufDestroy(&buffer);
   const std::string path = "/dev/null/" + text;

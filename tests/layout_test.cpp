@@ -141,7 +141,8 @@ TEST(Layout, OfParsedAndCopiedTreesIsThatOfPiecesOneByOne) {
         Change{"<r p:a='1'/>", nullptr, "b", "2"}, Change{"<r p:a='1'/>", nullptr, "b", nullptr},
         Change{"<r a='1'/>", "p", "b", "2"}, Change{"<r a='' b='2'/>", nullptr, nullptr, "3"}}) {
     document = trees::parsed(change.text);
-    XML_SetNode(document, document->firstAttr, change.prefix, change.name, change.value);
+    EXPECT_EQ(XML_SetNode(document, document->firstAttr, change.prefix, change.name, change.value),
+              0U);
     expectCopiesInOrder(document);
   }
   // An earlier block has room for the record and for nothing else, or not even for that.
@@ -149,8 +150,9 @@ TEST(Layout, OfParsedAndCopiedTreesIsThatOfPiecesOneByOne) {
   for (int32_t gap = 50; gap < 110; ++gap) {
     document = trees::parsed("<r" + attribute + "><p:c" + attribute + ">v</p:c></r>");
     const uint32_t session = document->sessionId;
-    XML_MemSpecialMalloc(session, findSession(session)->lastBlock->remaining - gap);
-    XML_MemSpecialMalloc(session, kDocumentSessionSize / 2);
+    EXPECT_NE(XML_MemSpecialMalloc(session, findSession(session)->lastBlock->remaining - gap),
+              nullptr);
+    EXPECT_NE(XML_MemSpecialMalloc(session, kDocumentSessionSize / 2), nullptr);
     expectCopiesInOrder(document);
   }
 }

@@ -136,7 +136,7 @@ TEST_F(Save, ReplacesFilesKeepsPermissionsAndFollowsLinks) {
   EXPECT_EQ(trees::readFile(file), text_);
   fs::permissions(file, fs::perms(0640));
   fs::create_symlink("file.xml", path("link.xml"));
-  NEB_XML_SetNode(document_, nullptr, nullptr, "changed");
+  EXPECT_EQ(NEB_XML_SetNode(document_, nullptr, nullptr, "changed"), kOk);
   EXPECT_EQ(save(path("link.xml")), kOk);
   EXPECT_TRUE(fs::is_symlink(path("link.xml")));
   EXPECT_EQ(trees::readFile(file), "<new>changed</new>\n");
@@ -176,10 +176,10 @@ TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
   EXPECT_EQ(NEB_XML_SaveFile(document_, nullptr, 0), kInvalid);
   EXPECT_EQ(NEB_XML_SaveFile(document_, file.c_str(), 17), kInvalid);
   XmlNode *nothing = XML_NewNode(0, 5);
-  XML_SetNode(nothing, nothing, nullptr, "prints-nothing", nullptr);
+  EXPECT_EQ(XML_SetNode(nothing, nothing, nullptr, "prints-nothing", nullptr), kOk);
   EXPECT_EQ(NEB_XML_SaveFile(nothing, file.c_str(), 0), kInvalid) << "no element";
   NEB_XML_FreeNode(nothing);
-  NEB_XML_SetNode(document_, nullptr, "", nullptr);
+  EXPECT_EQ(NEB_XML_SetNode(document_, nullptr, "", nullptr), kOk);
   EXPECT_EQ(save(file), kInvalid) << "a node without a name";
   EXPECT_EQ(trees::readFile(file), old);
   EXPECT_EQ(filesInFolder(), 6U);

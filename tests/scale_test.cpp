@@ -49,7 +49,7 @@ std::string describedAsPrinted(XmlNode *document) {
     const char *value = nullptr;
     NEB_XML_GetNodeValue(node, nullptr, nullptr, nullptr, &value);
     if (value == nullptr || NEB_XML_GetNodeFirstChild(node) == nullptr) continue;
-    NEB_XML_SetNode(node, nullptr, nullptr, "");
+    EXPECT_EQ(NEB_XML_SetNode(node, nullptr, nullptr, ""), kOk);
   }
   return trees::described(document);
 }

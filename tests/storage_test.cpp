@@ -25,7 +25,7 @@ XmlNode *appended(XmlNode *parent, XmlNode *node) {
 
 XmlNode *attached(XmlNode *element, uint32_t session, const char *name, const char *value) {
   XmlNode *attribute = XML_NewNode(session, NEB_XML_NODE_ATTRIBUTE);
-  XML_SetNode(attribute, attribute, nullptr, name, value);
+  EXPECT_EQ(XML_SetNode(attribute, attribute, nullptr, name, value), kOk);
   EXPECT_EQ(XML_AddAttrNode(attribute, element), kOk);
   return attribute;
 }
@@ -36,8 +36,8 @@ TEST(Storage, NodeOfTheHooksTakenOutOfADocumentOutlivesIt) {
     XmlNode *document = trees::parsed("<doc><x/></doc>");
     XmlNode *node = appended(document, made("node", kElement, "text"));
     XmlNode *child = appended(node, made("a-name-too-long-to-intern", kElement, "t"));
-    NEB_XML_AddAttr(child, nullptr, "of-the-session", "1");
-    NEB_XML_SetNode(node, "p", "renamed", "other");
+    EXPECT_EQ(NEB_XML_AddAttr(child, nullptr, "of-the-session", "1"), kOk);
+    EXPECT_EQ(NEB_XML_SetNode(node, "p", "renamed", "other"), kOk);
     XmlNode *carved = NEB_XML_GetNodeFirstChild(document);
     NEB_XML_RemoveNode(carved);
     appended(node, carved);
@@ -54,7 +54,7 @@ TEST(Storage, InternedNamesOutliveADocumentOfTheHooks) {
     XmlNode *document = made("document", kDocument);
     XmlNode *nested = appended(document, made("nested", kDocument));
     XmlNode *child = appended(nested, made("child"));
-    NEB_XML_AddAttr(child, nullptr, "attribute", "1");
+    EXPECT_EQ(NEB_XML_AddAttr(child, nullptr, "attribute", "1"), kOk);
     ASSERT_EQ(child->nameOwned + nested->nameOwned + child->firstAttr->nameOwned, 0);
     NEB_XML_RemoveNode(nested);
     XmlNode *other =
@@ -62,7 +62,7 @@ TEST(Storage, InternedNamesOutliveADocumentOfTheHooks) {
     if (other != nullptr) appended(other, nested);
     NEB_XML_FreeNode(document);
     EXPECT_EQ(trees::printed(nested), "<nested>\n<child attribute=\"1\"/>\n</nested>\n");
-    NEB_XML_SetNode(child, nullptr, "renamed", nullptr);
+    EXPECT_EQ(NEB_XML_SetNode(child, nullptr, "renamed", nullptr), kOk);
     NEB_XML_RemoveAttr(child, nullptr, "attribute");
     EXPECT_EQ(trees::printed(nested), "<nested>\n<renamed/>\n</nested>\n");
     NEB_XML_FreeNode(other != nullptr ? other : nested);
@@ -130,7 +130,7 @@ TEST(Storage, AStringOfTheHooksInARecordOfASessionStandsAlone) {
   XmlNode *document = trees::parsed("<d/>", false);
   const uint32_t session = XML_MemSessionBegin(1024);
   XmlNode *attribute = XML_NewNode(session, NEB_XML_NODE_ATTRIBUTE);
-  XML_SetNode(XML_NewNode(session, kElement), attribute, nullptr, "a", "1");
+  EXPECT_EQ(XML_SetNode(XML_NewNode(session, kElement), attribute, nullptr, "a", "1"), kOk);
   EXPECT_EQ(XML_AddAttrNode(attribute, document), kOk);
   EXPECT_EQ(NEB_XML_SetAttr(document, nullptr, "a", "v"), kOk);
   EXPECT_EQ(trees::printed(document), "<d a=\"v\"/>\n");

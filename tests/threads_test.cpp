@@ -175,18 +175,19 @@ TEST(Threads, NodesThatLeftADocument) {
   // The hooks of other tests would order the threads by their lock.
   NEB_XML_RegMemFunc(std::malloc, std::calloc, std::free);
   XmlNode *document = nullptr;
-  NEB_XML_CreateNode(NEB_XML_NODE_DOCUMENT, nullptr, "d", nullptr, &document);
+  EXPECT_EQ(NEB_XML_CreateNode(NEB_XML_NODE_DOCUMENT, nullptr, "d", nullptr, &document), kOk);
   XmlNode *left[kThreads] = {};
   for (XmlNode *&node : left) {
-    NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "left", nullptr, &node);
-    NEB_XML_AppendChildNode(document, node);
-    NEB_XML_AddAttr(node, nullptr, "a", "1");
+    EXPECT_EQ(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "left", nullptr, &node), kOk);
+    EXPECT_EQ(NEB_XML_AppendChildNode(document, node), kOk);
+    EXPECT_EQ(NEB_XML_AddAttr(node, nullptr, "a", "1"), kOk);
     NEB_XML_RemoveNode(node);
   }
   onThreads([&](int thread) {
     if (thread == 0) {
       for (int name = 0; name < kRounds; ++name) {
-        NEB_XML_AddAttr(document, nullptr, ("n" + std::to_string(name)).c_str(), "1");
+        EXPECT_EQ(NEB_XML_AddAttr(document, nullptr, ("n" + std::to_string(name)).c_str(), "1"),
+                  kOk);
       }
       NEB_XML_FreeNode(document);
     }

@@ -54,6 +54,8 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
   const std::string two = "<a><b>1</b><b x='2' p:x='3'>4</b></a>\n<z>5</z>";
   const std::string tail = "<z>5</z>\n";
   const std::string begun(39, 'v');
+  char version[32] = "";
+  EXPECT_EQ(NEB_XML_GetVersion(version, sizeof version), 0U);
   const struct {
     std::string command;
     std::string input;
@@ -132,7 +134,7 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
       {"$nebxml fmt - -o none/out.xml", two, 3, "", "none/out.xml: cannot write: No such file"},
       {"$nebxml tree - >/dev/full", two, 3, "", "standard output: cannot write: No space left"},
       {"$nebxml --help >/dev/full", "", 3, "", "standard output: cannot write"},
-      {"$nebxml --version", "", 0, "NEB XML 2.1.9\n", ""},
+      {"$nebxml --version", "", 0, version + std::string("\n"), ""},
       {"$nebxml get --help | grep -c -e --attr", "", 0, "1\n", ""},
       {"$nebxml", "", 2, "", "subcommand"},
       {"$nebxml get -", two, 2, "", "PATH"},

@@ -102,8 +102,10 @@ TEST(Transform, TellsTheFirstOfSeveralFailures) {
     XmlNode *document = trees::parsed("<a><b/><b/></a>", false);
     XmlNode *children[] = {document->firstChild, document->lastChild};
     const std::string value(3000, 'v');
-    for (XmlNode *child : children) NEB_XML_SetNode(child, nullptr, nullptr, value.c_str());
-    NEB_XML_SetNode(children[isNamelessFirst ? 0 : 1], nullptr, "", nullptr);
+    for (XmlNode *child : children) {
+      EXPECT_EQ(NEB_XML_SetNode(child, nullptr, nullptr, value.c_str()), kOk);
+    }
+    EXPECT_EQ(NEB_XML_SetNode(children[isNamelessFirst ? 0 : 1], nullptr, "", nullptr), kOk);
     char *text = nullptr;
     const guarded::FailingAllocation second(2);
     EXPECT_EQ(NEB_XML_Transform(document, &text),
@@ -160,7 +162,7 @@ TEST_F(TransformFile, FailuresLeaveFilesAndDirectoriesAlone) {
   EXPECT_FALSE(fs::exists(folder_ / "missing"));
   EXPECT_EQ(write("/dev/full"), uint32_t{NEB_XML_ERR_FILE_WRITE});
   ASSERT_EQ(write(file_), kOk);
-  NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(document_), nullptr, "", nullptr);
+  EXPECT_EQ(NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(document_), nullptr, "", nullptr), kOk);
   EXPECT_EQ(write(file_), kInvalid);
   EXPECT_EQ(write(folder_ / "new.xml"), kInvalid);
   EXPECT_EQ(trees::readFile(file_), text_);
@@ -192,7 +194,8 @@ TEST_F(TransformFile, WritesToAFifoThatIsRead) {
   const std::string value(300'000, 'v');
   ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
   EXPECT_EQ(write(file_), uint32_t{NEB_XML_ERR_FILE_OPEN});
-  NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(document_), nullptr, nullptr, value.c_str());
+  EXPECT_EQ(NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(document_), nullptr, nullptr, value.c_str()),
+            kOk);
   const int reader = open(file_.c_str(), O_RDONLY | O_NONBLOCK);
   std::string text;
   std::thread reading([&] {

@@ -144,10 +144,10 @@ TEST(Attributes, DifferInNameAndStayInTheirElement) {
 class Refusing {
  public:
   Refusing() {
-    NEB_XML_AddAttr(node, nullptr, "a", "1");
-    NEB_XML_AddAttr(node, nullptr, "b", "2");
-    NEB_XML_AppendChildNode(node, element("c"));
-    XML_SetNode(nullptr, detached, nullptr, "d", "1");
+    EXPECT_EQ(NEB_XML_AddAttr(node, nullptr, "a", "1"), kOk);
+    EXPECT_EQ(NEB_XML_AddAttr(node, nullptr, "b", "2"), kOk);
+    EXPECT_EQ(NEB_XML_AppendChildNode(node, element("c")), kOk);
+    EXPECT_EQ(XML_SetNode(nullptr, detached, nullptr, "d", "1"), kOk);
   }
   ~Refusing() {
     NEB_XML_FreeNode(node);
@@ -283,7 +283,7 @@ TEST(Clone, CopiesIntoMemoryThatIsNotCleared) {
     XmlNode *document =
         parsed("<p:r a='1' q:b='2'><x c='3'><y><z>t</z></y><y d=''/></x><w><![CDATA[]]></w></p:r>",
                withSession);
-    NEB_XML_SetAttr(document, nullptr, "a", "interned");
+    EXPECT_EQ(NEB_XML_SetAttr(document, nullptr, "a", "interned"), kOk);
     const std::string whole = described(document);
     const std::string expected[] = {
         tables::replaced(whole, "w=''", "w=-"), "0:x=- c='3'(0:y=-(0:z='t'),0:y=- d=-)",

@@ -92,7 +92,7 @@ TEST(Values, Booleans) {
     EXPECT_EQ(read, i < 4 ? i / 2 : 9) << texts[i];
   }
   for (const uint32_t value : {0U, 1U, 7U, 0x100U, 0x80000000U}) {
-    NEB_XML_SetNodeValueEx(&node, NEB_XML_VALUE_BOOL, &value);
+    EXPECT_EQ(NEB_XML_SetNodeValueEx(&node, NEB_XML_VALUE_BOOL, &value), kOk);
     EXPECT_STREQ(node.value, value == 0 ? "false" : "true");
   }
   g_fnXMLFree(node.value);

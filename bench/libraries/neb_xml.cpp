@@ -119,13 +119,13 @@ Document editIn(uint32_t session, XmlNode *list, size_t count) {
 Document editSession(size_t count) {
   const uint32_t session = XML_MemSessionBegin(8192);
   XmlNode *list = XML_NewNode(session, NEB_XML_NODE_DOCUMENT);
-  NEB_XML_SetNode(list, nullptr, kListName, nullptr);
+  if (NEB_XML_SetNode(list, nullptr, kListName, nullptr)) return list;
   return editIn(session, list, count);
 }
 
 Document editHooks(size_t count) {
   XmlNode *list = nullptr;
-  NEB_XML_CreateNode(NEB_XML_NODE_DOCUMENT, nullptr, kListName, nullptr, &list);
+  if (NEB_XML_CreateNode(NEB_XML_NODE_DOCUMENT, nullptr, kListName, nullptr, &list)) return list;
   return editIn(0, list, count);
 }
 

@@ -15,8 +15,8 @@ Doxygen's commands here:
 import re
 import sys
 
-BANNER = re.compile(r"/\* -+ \*/\n/\* (.+?) +\*/\n/\* -+ \*/\n(?:/\*\n((?: \*.*\n)+?) \*/\n)?")
-COMMENT = re.compile(r"( *)/\*\*(.*?)\*/([^;{]*[;{])?", re.S)
+BANNER = re.compile(r"/\* --- (.+?) -+ \*/\n\n?(?:/\*\n((?: \*.*\n)+?) \*/\n)?")
+COMMENT = re.compile(r"( *)/\*\*(.*?)\*/((?:(?!/\*)[^;{])*[;{])?", re.S)
 PARAMETER = re.compile(r"(\w+(?:, \w+)*)  +(\S.*)")
 GROUP_END = "#ifdef __cplusplus\n}\n#endif\n"
 
@@ -35,11 +35,14 @@ def escaped(text):
 
 
 def paragraphs(lines):
-    """Groups lines into paragraphs, and cuts a paragraph before each parameter."""
+    """Groups lines into paragraphs, and cuts a paragraph before each parameter and what follows."""
     parts = []
     for line in lines:
+        behind = bool(parts and parts[-1] and PARAMETER.fullmatch(parts[-1][0]))
         if not line:
             parts.append([])
+        elif behind and line.startswith("Returns "):
+            parts.append([line])
         elif PARAMETER.fullmatch(line) and (not parts or parts[-1:] == [[]]
                                             or PARAMETER.fullmatch(parts[-1][0])):
             parts.append([line])

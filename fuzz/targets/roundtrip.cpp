@@ -23,7 +23,7 @@ constexpr size_t kLongestText = 1 << 13;
 
 void checkAgainstModel(const XmlNode *node) {
   using trees::Half;
-  const std::pair<decltype(&NEB_XML_Transform), Half> prints[] = {
+  const std::pair<uint32_t (*)(const XmlNode *, char **), Half> prints[] = {
       {NEB_XML_Transform, Half::both},
       {NEB_XML_TransformHead, Half::opening},
       {NEB_XML_TransformTail, Half::closing}};
@@ -94,12 +94,16 @@ void edit(XmlNode *node, Bytes bytes) {
     const std::string text = bytes.takeText(kLongest);
     const char *strings[3] = {};
     strings[bytes.pick(3)] = text.c_str();
-    NEB_XML_SetNode(isForAttribute ? static_cast<XmlNode *>(node->firstAttr) : node, strings[0],
-                    strings[1], strings[2]);
-    if (bytes.pick(2) == 1) NEB_XML_AddAttr(node, "p", text.c_str(), text.c_str());
+    XmlNode *edited = isForAttribute ? static_cast<XmlNode *>(node->firstAttr) : node;
+    // Which edits are refused, the fuzzer api checks.
+    constexpr uint32_t kNoMemory = NEB_XML_ERR_NO_MEMORY;
+    require(NEB_XML_SetNode(edited, strings[0], strings[1], strings[2]) != kNoMemory);
+    if (bytes.pick(2) == 1) {
+      require(NEB_XML_AddAttr(node, "p", text.c_str(), text.c_str()) != kNoMemory);
+    }
     if (bytes.pick(4) != 0) continue;
     XmlNode *child = XML_NewNode(0, bytes.pickFrom(kTypes));
-    XML_SetNode(nullptr, child, nullptr, "child", text.c_str());
+    require(XML_SetNode(nullptr, child, nullptr, "child", text.c_str()) == kOk);
     if (NEB_XML_AppendChildNode(node, child) != kOk) NEB_XML_FreeNode(child);
   }
 }

@@ -65,8 +65,9 @@ void lookUp(Bytes &bytes) {
   for (size_t left = 1 + bytes.pick(24); left > 0; --left) {
     XmlNode *node = nullptr;
     const char *prefix = bytes.pick(4) == 0 ? "p" : nullptr;
-    NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, prefix, bytes.pickFrom(kNames), nullptr, &node);
-    if (!nodes.empty()) NEB_XML_AppendChildNode(bytes.pickFrom(nodes), node);
+    require(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, prefix, bytes.pickFrom(kNames), nullptr,
+                               &node) == kOk);
+    if (!nodes.empty()) require(NEB_XML_AppendChildNode(bytes.pickFrom(nodes), node) == kOk);
     nodes.push_back(node);
   }
   while (!bytes.isEmpty()) {
@@ -92,8 +93,8 @@ void escape(Bytes &bytes) {
   while (!bytes.isEmpty()) text += bytes.pick(2) != 0 ? bytes.pickFrom(kPieces) : bytes.takeText(3);
   XmlNode *node = nullptr;
   char *printed = nullptr;
-  NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "n", text.c_str(), &node);
-  NEB_XML_AddAttr(node, "p", "a", text.c_str());
+  require(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "n", text.c_str(), &node) == kOk);
+  require(NEB_XML_AddAttr(node, "p", "a", text.c_str()) == kOk);
   require(NEB_XML_Transform(node, &printed) == kOk);
   require(printed == trees::printed(node, trees::Half::both));
   NEB_XML_FreeMem(printed);

@@ -1,70 +1,87 @@
 /*
  * NEB XML: an XML document library behind a flat C interface.
  *
- * Text or a file goes in, a tree of nodes comes out, the caller walks and edits it, and XML text
- * is written back. This is the whole public interface; it compiles as C99 and as C++.
- *
+ * A document or a file goes in, a tree of nodes comes out, the caller walks and edits it, and a
+ * document is written back. This is the whole public interface; it compiles as C99 and as C++.
  *
  * Results
  *
- *   Every operation that can fail returns a result code and checks its arguments first: a null
- *   node, a null required string or a null required out-pointer is NEB_XML_ERR_INVALID_PARAM
- *   before anything is changed. Out-pointers are written on success only, unless the function
- *   says otherwise; optional out-pointers may be null.
+ *   Every operation that can fail returns a result code and checks its arguments first. For a null
+ *   node, a null required string or a null required out-pointer it returns
+ *   NEB_XML_ERR_INVALID_PARAM before it changes anything. Out-pointers are written on success only,
+ *   unless the function says otherwise. Optional out-pointers may be null.
+ *
+ *   NEB_XML_MUST_USE marks functions whose result must not be dropped: it is what the caller has
+ *   to free, or the only sign that a document, an edit or a file was not made. Reads, removals and
+ *   registrations are not marked. GCC and Clang warn where a marked result is dropped. A program
+ *   may define the macro empty before it includes this header.
+ *
+ * Names
+ *
+ *   Ex marks a variant of a function. In the parse functions it means that the document owns a
+ *   memory session; in NEB_XML_CreateNodeEx, that a document owns a session and an element is
+ *   allocated from a given one. In NEB_XML_GetFirstAttrEx and NEB_XML_GetNextSiblingAttrEx it means
+ *   that a cursor holds the attribute. In the functions that end in ValueEx it means that the value
+ *   is a variable of a given type instead of a string.
+ *
+ *   NEB_XML_ functions are the interface for programs. XML_ functions are the lower level: they
+ *   serve the library's own parts and callers who build trees of their own, and they check less.
  *
  * Strings
  *
- *   Strings are NUL-terminated bytes; no encoding is interpreted. Whatever is stored in a node is
- *   a copy, never the caller's pointer, and the strings handed to a setting operation may be the
- *   node's own. In setting operations a null string leaves its field alone and an empty string
- *   clears it. Strings that a read operation hands out belong to the node: they are neither
- *   changed nor released by the caller and are valid until the node's string is replaced or the
- *   node is released. A node that leaves a document keeps its name, also after the document is
- *   released, if both were made through the hooks: names that are shared with the document (see
- *   NEB_XML_AddAttr) hold its record, which is freed with the last of them.
+ *   Strings are NUL-terminated bytes; no encoding is interpreted. A node stores a copy, never the
+ *   caller's pointer, and the strings passed to a setting operation may be the node's own. In
+ *   setting operations a null string leaves its field unchanged and an empty string clears it. A
+ *   string that a read operation returns belongs to the node: the caller neither changes nor frees
+ *   it, and it is valid until the node's string is replaced or the node is freed. A node that
+ *   leaves a document keeps its name, even after the document is freed, if both are heap nodes:
+ *   names shared with the document (see NEB_XML_AddAttr) keep the document's record allocated until
+ *   the last of them is freed.
  *
  * The tree
  *
- *   A document node is itself the root element of its text. An element holds child elements or
- *   one text value. A node without parent and siblings is detached: the root of a tree of its own
- *   and the caller's to release. The topmost node of a tree is found by following parents from
- *   any of its nodes; a node without a parent that still has siblings (the chain that a text with
- *   several top-level elements gives) is the topmost node of nothing.
+ *   A document node is itself the root element. An element holds child elements or one text value.
+ *   A node without parent and siblings is detached: it is the root of a tree of its own, and the
+ *   caller frees it. The topmost node of a tree is found by following parents from any of its
+ *   nodes. A node without a parent that still has siblings (the chain that a document with several
+ *   top-level elements gives) is the topmost node of nothing.
  *
- *   An attribute is a node too. Where a function takes a node, an attribute is accepted only if
- *   the function says so; elsewhere it gets the failure of a wrong argument.
+ *   An attribute is a node too. Where a function takes a node, it accepts an attribute only if it
+ *   says so; otherwise an attribute fails like any wrong argument.
  *
  * Storage
  *
- *   Nodes and strings come from the allocation hooks or from a memory session: a chain of blocks
- *   from which pieces are carved back to back and which is released as a whole. A document from
- *   NEB_XML_ParseEx, NEB_XML_ParseFileEx or NEB_XML_CreateNodeEx owns a session; releasing it
- *   ends the session and everything carved from it, attached or not. What is made on behalf of a
- *   node comes from the session of the topmost node of its tree, if there is one.
+ *   Nodes and strings are allocated on the heap, through the allocation hooks, or from a memory
+ *   session: a chain of blocks in which allocations lie back to back, and which is freed as a
+ *   whole. "Heap node" and "session node" say where a node's record was allocated. A document from
+ *   NEB_XML_ParseEx, NEB_XML_ParseFileEx or NEB_XML_CreateNodeEx owns a session; freeing the
+ *   document ends the session and frees everything allocated from it, attached or not. What is
+ *   allocated for a node comes from the session of the topmost node of its tree, if there is one,
+ *   and otherwise from the heap.
  *
- *   Pieces go back to where they came from, exactly once, whatever the order of calls. A node
- *   made through the hooks may be put into a document that owns a session: left there, it goes
- *   with the document; taken out again, it remains the caller's, and may be released before or
- *   after the document. Its texts are to be read only while the document lives, since some may
- *   have become the session's. Texts that it gives up while it stands there are kept until the
- *   session ends; only when memory is too short to note them do they go back at once. A node carved
- *   from a session, or one that has lived in a session's tree, is not accepted into a tree of
- *   another session or of none.
+ *   Every allocation is freed where it came from, exactly once, whatever the order of calls. A heap
+ *   node may be inserted into a document that owns a session. If it stays there, it is freed with
+ *   the document. If it is removed again, it remains the caller's, and may be freed before or after
+ *   the document; its strings may be read only while the document lives, since some may have
+ *   become the session's. Strings that it gives up while it is there are kept until the session
+ *   ends; only if memory is too short to record them are they freed at once. A heap node that has
+ *   been in a session's tree is bound to that session. A session node or a bound node is not
+ *   accepted into a tree of another session or of none.
  *
  * Threads
  *
- *   Calls on different trees may overlap freely, sessions included. Calls that only read one tree
- *   (navigation, attribute reads, typed reads, path lookup, printing, also to different files, and
+ *   Calls on different trees may overlap, sessions included. Calls that only read one tree
+ *   (walking, attribute reads, typed reads, path lookup, printing, also to different files, and
  *   importing from it into another tree) may overlap with each other. A call that changes a tree
- *   must not overlap with any other call on it. Cloning a node carves from its document's session
- *   and counts as a change. All nodes of a session count as one tree, detached ones too, with the
- *   nodes made through the hooks that hang together with them. The registration of hooks must not
- *   overlap with anything; registered hooks are called by whatever threads call the library.
+ *   must not overlap with any other call on it. Cloning a node allocates from its document's
+ *   session and counts as a change. All nodes of a session count as one tree, detached ones too,
+ *   with the heap nodes that are attached to them. The registration of hooks must not overlap with
+ *   anything; registered hooks are called by whatever threads call the library.
  *
  * Cost
  *
- *   Constant unless a function says otherwise. No function recurses over the depth or the width
- *   of a tree.
+ *   Constant unless a function says otherwise. No function recurses over the depth or the width of
+ *   a tree.
  */
 #ifndef NEB_XML_H
 #define NEB_XML_H
@@ -81,13 +98,40 @@
 #endif
 #endif
 
+#ifndef NEB_XML_MUST_USE
+#if defined(__GNUC__)
+#define NEB_XML_MUST_USE __attribute__((warn_unused_result))
+#else
+#define NEB_XML_MUST_USE
+#endif
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-/* ------------------------------------------------------------------------------------------- */
-/* Codes                                                                                       */
-/* ------------------------------------------------------------------------------------------- */
+/* --- Version ---------------------------------------------------------------------------------- */
+
+#define NEB_XML_VERSION_MAJOR 2 /**< The first number of this header's version. */
+#define NEB_XML_VERSION_MINOR 1 /**< The second number; below 100. */
+#define NEB_XML_VERSION_PATCH 9 /**< The third number; below 100. */
+
+/** The version of this header as one number, to be compared: 30201 stands for 3.2.1. */
+#define NEB_XML_VERSION \
+  (NEB_XML_VERSION_MAJOR * 10000 + NEB_XML_VERSION_MINOR * 100 + NEB_XML_VERSION_PATCH)
+
+/**
+ * Copies the version of the library that runs, with its terminator: "NEB XML ", and the numbers of
+ * the version with dots between them.
+ *
+ * buffer  receives the string.
+ * size    of the buffer in bytes, at least 14.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null buffer;
+ * NEB_XML_ERR_BUFFER_TOO_SMALL with the buffer unchanged.
+ */
+NEB_XML_API uint32_t NEB_XML_GetVersion(char *buffer, uint32_t size);
+
+/* --- Results and types ------------------------------------------------------------------------ */
 
 /** Result codes. Functions return them as uint32_t. */
 enum NEB_XML_RESULT {
@@ -100,9 +144,9 @@ enum NEB_XML_RESULT {
   NEB_XML_ERR_ALREADY_EXISTS = 0x1F000702,
   /** A looked-up attribute or node does not exist. */
   NEB_XML_ERR_NOT_FOUND = 0x1F000703,
-  /** Memory could not be obtained. */
+  /** Memory could not be allocated. */
   NEB_XML_ERR_NO_MEMORY = 0x1F000704,
-  /** The text is not well-formed in the accepted language, or an input file is empty. */
+  /** The document is not well-formed in the accepted language, or an input file is empty. */
   NEB_XML_ERR_SYNTAX = 0x1F000705,
   /** A lookup path is malformed. */
   NEB_XML_ERR_BAD_PATH = 0x1F000706,
@@ -123,78 +167,101 @@ enum NEB_XML_NODE_TYPE {
   NEB_XML_NODE_DOCUMENT = 12  /**< A document, which is the root element itself. */
 };
 
-/** Value types: how the variable of a typed read or write is laid out, and its text. */
+/** Value types: the variable of a typed read or write, and how the value is written. */
 enum XmlValueType {
   /** uint32_t; written as "true" or "false"; read from "1", "true", "0" or "false". */
   NEB_XML_VALUE_BOOL = 0,
-  /** int32_t; decimal. */
-  NEB_XML_VALUE_INT32 = 1,
-  /** uint32_t; decimal. */
-  NEB_XML_VALUE_UINT32 = 2,
-  /** int16_t; decimal. */
-  NEB_XML_VALUE_INT16 = 3,
-  /** uint16_t; decimal. */
-  NEB_XML_VALUE_UINT16 = 4,
-  /** int8_t; decimal. */
-  NEB_XML_VALUE_INT8 = 5,
-  /** uint8_t; decimal. */
-  NEB_XML_VALUE_UINT8 = 6
+  NEB_XML_VALUE_INT32 = 1,  /**< int32_t; decimal. */
+  NEB_XML_VALUE_UINT32 = 2, /**< uint32_t; decimal. */
+  NEB_XML_VALUE_INT16 = 3,  /**< int16_t; decimal. */
+  NEB_XML_VALUE_UINT16 = 4, /**< uint16_t; decimal. */
+  NEB_XML_VALUE_INT8 = 5,   /**< int8_t; decimal. */
+  NEB_XML_VALUE_UINT8 = 6   /**< uint8_t; decimal. */
 };
 
 /** A node of a tree: document, element or attribute. Opaque to callers. */
 typedef struct XmlNode XmlNode;
 
-/* ------------------------------------------------------------------------------------------- */
-/* Parsing                                                                                     */
-/* ------------------------------------------------------------------------------------------- */
+/* --- Parsing ---------------------------------------------------------------------------------- */
+/*
+ * The language has most documents in common with XML 1.0. The XML declaration, comments, processing
+ * instructions and one document type declaration are skipped. References are the five predefined
+ * entities and numeric ones. An element holds elements or text, not both. A document may have
+ * several top-level elements: the first becomes the document node and the others its next siblings.
+ * Without a session those remain the caller's when the document is freed, and are freed like any
+ * node.
+ *
+ * A failed parse leaves no allocation behind. Cost: linear in the document, constant stack.
+ */
+
+/** Flags of NEB_XML_ParseBuffer and NEB_XML_ParseFileInfo. */
+enum NEB_XML_PARSE_FLAG {
+  NEB_XML_PARSE_SESSION = 1 /**< The document owns a memory session, as from NEB_XML_ParseEx. */
+};
 
 /**
- * Parses a text into a tree whose storage comes through the allocation hooks, piece by piece.
+ * Why and where a parse failed.
  *
- * The language is a strict subset of XML. The XML declaration, comments, processing instructions
- * and one document type declaration are skipped. References are the five predefined entities and
- * numeric ones. An element holds elements or text, not both. A text may hold several top-level
- * elements: the first becomes the document node and the others its next siblings. Those stay the
- * caller's when the document is released, and are released like any node.
+ * The position is the start of the construct that is wrong. Offsets count bytes from the start of
+ * the document. Lines and columns count from 1, columns in bytes; a line ends with a line feed. If
+ * there is no position (a file that cannot be read, a wrong argument, no memory), line and column
+ * are 0. The record has reserved fields rather than a size field, so that a caller has nothing to
+ * set and nothing to forget.
+ */
+typedef struct NEB_XML_PARSE_ERROR {
+  uint32_t code;          /**< The result code that the call returns. */
+  const char *reason;     /**< A constant string, different for each way to fail; never null. */
+  size_t offset;          /**< The position, in bytes from the start. */
+  size_t line;            /**< Its line. */
+  size_t column;          /**< Its column. */
+  size_t endNameOffset;   /**< The name in an end tag that does not match. */
+  size_t endNameLength;   /**< 0 for every other failure. */
+  size_t startNameOffset; /**< The name of the start tag that it should close. */
+  size_t startNameLength; /**< 0 also if memory ran out while that was searched. */
+  size_t startTagOffset;  /**< The '<' of that start tag. */
+  size_t reserved[6];     /**< For later versions. This version sets them to 0. */
+} NEB_XML_PARSE_ERROR;
+
+/**
+ * Parses a terminated document into a tree of heap nodes.
  *
  * text    NUL-terminated; only read, and no longer needed when the call returns.
- * outDoc  receives the document node, which the caller releases with NEB_XML_FreeNode.
+ * outDoc  receives the document node, which the caller frees with NEB_XML_FreeNode.
  *
  * Returns NEB_XML_OK;
- *   NEB_XML_ERR_INVALID_PARAM  a null argument or an empty text; *outDoc is untouched;
- *   NEB_XML_ERR_SYNTAX         the text is not well-formed, or memory ran out while nodes were
+ *   NEB_XML_ERR_INVALID_PARAM  a null argument or an empty document; *outDoc is unchanged;
+ *   NEB_XML_ERR_SYNTAX         the document is not well-formed, or memory ran out while nodes were
  *                              made; *outDoc is null;
  *   NEB_XML_ERR_NO_MEMORY      the parse could not begin; *outDoc is null.
- * A failure leaves no allocation behind. Cost: linear in the text, constant stack.
  */
-NEB_XML_API uint32_t NEB_XML_Parse(const char *text, XmlNode **outDoc);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Parse(const char *text, XmlNode **outDoc);
 
 /**
- * Parses a text as NEB_XML_Parse does, into a document that owns a memory session.
+ * Parses a document as NEB_XML_Parse does, into one that owns a memory session.
  *
- * Every node and string of the tree is carved from the session. Releasing the document with
- * NEB_XML_FreeNode ends the session, and with it every node of it, further top-level elements
+ * Every node and string of the tree is allocated from the session. Freeing the document with
+ * NEB_XML_FreeNode ends the session, and frees every node of it, further top-level elements
  * included. Arguments, results and cost as for NEB_XML_Parse.
  */
-NEB_XML_API uint32_t NEB_XML_ParseEx(const char *text, XmlNode **outDoc);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseEx(const char *text, XmlNode **outDoc);
 
 /**
  * Reads a whole file through the file hooks and parses it as NEB_XML_Parse does.
  *
  * path    passed unchanged to the open hook.
- * outDoc  receives the document node on success; untouched on every failure.
+ * outDoc  receives the document node on success; unchanged on every failure.
  *
- * The text ends at the first NUL byte of the file, or at its end. Results as for NEB_XML_Parse,
+ * The document ends at the first NUL byte of the file, or at its end. Results as for NEB_XML_Parse,
  * and
  *   NEB_XML_ERR_INVALID_PARAM  a null argument;
- *   NEB_XML_ERR_FILE_OPEN      the open hook gave no stream;
+ *   NEB_XML_ERR_FILE_OPEN      the open hook returned no stream;
  *   NEB_XML_ERR_FILE_READ      the file could not be measured (no tell hook, a tell that fails, a
  *                              size of 4 GiB or more), rewound or read whole;
  *   NEB_XML_ERR_SYNTAX         also for an empty file;
- *   NEB_XML_ERR_NO_MEMORY      also when the file's text does not fit into memory.
+ *   NEB_XML_ERR_NO_MEMORY      also if the file does not fit into memory.
  * The stream is closed on every path.
  */
-NEB_XML_API uint32_t NEB_XML_ParseFile(const char *path, XmlNode **outDoc);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFile(const char *path, XmlNode **outDoc);
 
 /**
  * Reads and parses a file as NEB_XML_ParseFile does, into a document that owns a memory session.
@@ -202,94 +269,188 @@ NEB_XML_API uint32_t NEB_XML_ParseFile(const char *path, XmlNode **outDoc);
  * *outDoc is set to null before the work starts, so it is null after every failure but
  * NEB_XML_ERR_INVALID_PARAM. Otherwise as NEB_XML_ParseFile and NEB_XML_ParseEx.
  */
-NEB_XML_API uint32_t NEB_XML_ParseFileEx(const char *path, XmlNode **outDoc);
-
-/* ------------------------------------------------------------------------------------------- */
-/* Creation, change and release of nodes                                                       */
-/* ------------------------------------------------------------------------------------------- */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileEx(const char *path, XmlNode **outDoc);
 
 /**
- * Makes a detached element or document whose storage comes through the allocation hooks.
+ * Parses a document of known length, and reports why and where a parse failed. Accepts exactly what
+ * NEB_XML_Parse accepts.
+ *
+ * bytes   need not be terminated and are never read beyond length; the document ends early at a
+ *         NUL. A copy of them is held during the call.
+ * length  in bytes.
+ * flags   NEB_XML_PARSE_SESSION or 0; unknown bits are refused.
+ * outDoc  receives the document node on success; unchanged on failure.
+ * error   may be null; written on failure only. A document that fails is parsed a second time.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty document or an
+ * unknown flag; NEB_XML_ERR_SYNTAX only for a document that is not well-formed;
+ * NEB_XML_ERR_NO_MEMORY whenever memory runs out.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length,
+                                                          uint32_t flags, XmlNode **outDoc,
+                                                          NEB_XML_PARSE_ERROR *error);
+
+/**
+ * Reads a file through the file hooks and parses it as NEB_XML_ParseBuffer does.
+ *
+ * path  passed unchanged to the open hook.
+ *
+ * Returns the results of NEB_XML_ParseBuffer, and for the file those of NEB_XML_ParseFile.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags,
+                                                            XmlNode **outDoc,
+                                                            NEB_XML_PARSE_ERROR *error);
+
+/* --- Printing and saving ---------------------------------------------------------------------- */
+/*
+ * NEB_XML_Transform and its variants are lenient. They print without declaration or indentation:
+ * every start tag of an element with children, every childless element and every end tag ends in a
+ * line feed. In values the characters " ' < > are written as references, and & as well unless it
+ * begins one; names are written as they are. What they print of an edited tree may not parse, or to
+ * other values. NEB_XML_TransformIndented and NEB_XML_SaveFile are exact instead.
+ *
+ * start  an element or document; printed with its subtree, without its siblings. Not written to.
+ * text   receives a NUL-terminated string from the allocation hook, exactly as large as needed;
+ *        freed with NEB_XML_FreeMem.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a nameless
+ * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for an output of 4 GiB or more. The
+ * first failure that printing meets decides. *text is written on success only. Cost: linear in the
+ * nodes and strings.
+ */
+
+/** Prints a subtree. */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Transform(const XmlNode *start, char **text);
+
+/**
+ * Prints the opening half of a subtree: everything but the end tags that follow the last
+ * descendants. A childless element without a value that is a last child is left open.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformHead(const XmlNode *start, char **text);
+
+/**
+ * Prints the closing half of a subtree: the end tags of every childless last child and of the
+ * ancestors that end with it. The text is null if there are none.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformTail(const XmlNode *start, char **text);
+
+/**
+ * Prints a subtree and writes it to a file, created or truncated, in one write.
+ *
+ * path  up to 1024 bytes; opened in its canonical form if the system gives one, else as it is. No
+ *       directory is created. The file hooks are not used. A FIFO is opened for writing only:
+ *       without a reader it cannot be opened, and if the reader leaves, SIGPIPE is raised.
+ *
+ * Returns the results of NEB_XML_Transform, the file then being unchanged;
+ * NEB_XML_ERR_FILE_OPEN if the file cannot be opened or the path is longer;
+ * NEB_XML_ERR_FILE_WRITE if the output was not written whole (a full disk): the file stays as far
+ * as it was written.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *path);
+
+/**
+ * Prints a subtree exactly, with indentation: parsing the output with this library gives the same
+ * names, values, attributes and structure. Another XML parser does so too if the bytes of 0x80 and
+ * above, which are not checked, are UTF-8 of characters that XML allows where they are.
+ *
+ * Lines are as in NEB_XML_Transform, after width spaces for each level below start, but no more
+ * than 128 in all, so that the output grows in proportion to the tree. In values " ' < > & are
+ * written as references, & also where it begins one, and so are carriage returns, in attributes
+ * tabs and line feeds too; of white space that begins an element's value, the first character where
+ * parsing would drop or misplace it. An empty value is none: both are written <x/>, or a="" for an
+ * attribute. White space beside children is layout and is left out.
+ *
+ * start, text  as for NEB_XML_Transform.
+ * width        0 to 16.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY, also for an output of 4 GiB or more;
+ * NEB_XML_ERR_INVALID_PARAM for a wrong argument, and for what no document can hold:
+ *   - a node of another type than element and document;
+ *   - a name, its prefix included, that is missing or none in XML: of ASCII, letters, digits and
+ *     . - _ : of which digits, '.' and '-' do not begin it, and ':' neither begins nor ends it;
+ *   - two attributes of one element whose whole names are the same;
+ *   - a control character below 0x20 in a value, other than tab, line feed and carriage return;
+ *   - a value beside children that is more than white space.
+ * The first failure that printing meets decides. Cost: linear in the nodes, strings and spaces.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformIndented(const XmlNode *start,
+                                                                uint32_t width, char **text);
+
+/**
+ * Prints a subtree into a file atomically: at any moment the old file or the new one is there
+ * whole. A temporary file beside it is written, flushed to the disk and renamed. A symbolic link is
+ * followed and must lead to a file. An old file's permissions and, as far as the process may, its
+ * owner are kept; on Linux its access control list and other extended attributes too, but not
+ * security.capability, .ima and .evm, which describe the old content. If the group cannot be kept,
+ * its rights are not given to another; if a list or an attribute cannot, the call fails: nobody
+ * gains rights. A new file gets what the process's mask allows. Other hard links keep the old file.
+ *
+ * path          up to 1024 bytes; no directory is created. The file hooks are not used.
+ * start, width  what is written is what NEB_XML_TransformIndented prints.
+ *
+ * Returns the results of NEB_XML_TransformIndented, before anything is written: what no document
+ * can hold is NEB_XML_ERR_INVALID_PARAM; NEB_XML_ERR_FILE_OPEN if the temporary file cannot be
+ * made, or the path is longer or leads to something that is no regular file; NEB_XML_ERR_FILE_WRITE
+ * if it was not written, flushed or renamed, or an attribute cannot be kept; NEB_XML_ERR_NO_MEMORY
+ * also for reading attributes. After a failure the old file is unchanged, and nothing is left
+ * behind unless the folder forbids removing it.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path,
+                                                       uint32_t width);
+
+/* --- Tree: making and freeing nodes ----------------------------------------------------------- */
+
+/**
+ * Makes a detached element or document on the heap.
  *
  * type                 NEB_XML_NODE_ELEMENT or NEB_XML_NODE_DOCUMENT; attributes are made with
  *                      NEB_XML_AddAttr.
  * prefix, name, value  copied; null or empty leaves the field null.
- * node                 receives the node, which the caller inserts somewhere or releases.
+ * node                 receives the node, which the caller inserts somewhere or frees.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for another type or a null out-pointer;
  * NEB_XML_ERR_NO_MEMORY with nothing kept.
  */
-NEB_XML_API uint32_t NEB_XML_CreateNode(uint32_t type, const char *prefix, const char *name,
-                                        const char *value, XmlNode **node);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CreateNode(uint32_t type, const char *prefix,
+                                                         const char *name, const char *value,
+                                                         XmlNode **node);
 
 /**
  * Makes a detached document that owns a new session, or a detached element of a session.
  *
- * session  for an element, the session to carve from, or 0 to make it as NEB_XML_CreateNode
+ * session  for an element, the session to allocate from, or 0 to make it as NEB_XML_CreateNode
  *          does; ignored for a document, which opens a session of 8192 bytes of its own.
  * Other arguments as for NEB_XML_CreateNode.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM as NEB_XML_CreateNode; NEB_XML_ERR_NO_MEMORY with
  * nothing kept, also for a session that is not open. An element whose strings could not be copied
- * leaves its carved record unused in the session.
+ * leaves its record unused in the session.
  */
-NEB_XML_API uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const char *prefix,
-                                          const char *name, const char *value, XmlNode **node);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type,
+                                                           const char *prefix, const char *name,
+                                                           const char *value, XmlNode **node);
 
 /**
- * Replaces a node's strings.
+ * Detaches a node if it is attached, and frees it with its attributes and its whole subtree.
  *
- * node                 any node, attributes included.
- * prefix, name, value  copied; null leaves the field alone, an empty text clears it.
- *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node; NEB_XML_ERR_ALREADY_EXISTS for
- * an attribute that would get prefix and name of another one of its element, nothing changed;
- * NEB_XML_ERR_NO_MEMORY when a copy could not be made: then no field is replaced, while fields
- * cleared by empty arguments stay cleared. Cost: the node's depth, texts and fellow attributes.
- */
-NEB_XML_API uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name,
-                                     const char *value);
-
-/**
- * Detaches a node, with its attributes and its whole subtree, from parent and siblings.
- *
- * Nothing is released: the caller inserts the node elsewhere or releases it. A node carved from a
- * session stays part of that session and ends with it.
- *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for null, for a node that is already detached and
- * for an attribute (see NEB_XML_RemoveAttr). Cost: constant; for a node made through the hooks its
- * depth, and when it leaves the tree of a session its subtree, all of which has then lived there.
- */
-NEB_XML_API uint32_t NEB_XML_RemoveNode(XmlNode *node);
-
-/**
- * Detaches a node if it is not, and releases it with its attributes and its whole subtree.
- *
- * A document that owns a session ends the session. A node carved from a session is only detached:
- * its storage goes with the session. Siblings are not released, so the further top-level elements
- * of a parse without a session stay the caller's. A detached attribute is released; an attribute
- * that belongs to an element is left alone. Null is ignored.
- *
- * Cost: linear in the nodes given back one by one; for a session, one step per block.
+ * A document that owns a session ends the session. A session node is only detached: it is freed
+ * with the session. Siblings are not freed, so the further top-level elements of a parse without a
+ * session remain the caller's. A detached attribute is freed; an attribute that belongs to an
+ * element is not changed. Null is ignored.
+ * Cost: linear in the nodes freed one by one; for a session, one step per block.
  */
 NEB_XML_API void NEB_XML_FreeNode(XmlNode *node);
 
-/* ------------------------------------------------------------------------------------------- */
-/* Navigation and inspection                                                                   */
-/* ------------------------------------------------------------------------------------------- */
+/* --- Tree: walking ---------------------------------------------------------------------------- */
 
 /** The parent; for an attribute, its element. Null for a null or parentless node. */
 NEB_XML_API XmlNode *NEB_XML_GetNodeParent(const XmlNode *node);
-
 /** The first child. Null for a null node, a node without children, or an attribute. */
 NEB_XML_API XmlNode *NEB_XML_GetNodeFirstChild(const XmlNode *node);
-
 /** The last child. Null for a null node, a node without children, or an attribute. */
 NEB_XML_API XmlNode *NEB_XML_GetNodeLastChild(const XmlNode *node);
-
 /** The next sibling; for an attribute, the next attribute of its element. Null if there is none. */
 NEB_XML_API XmlNode *NEB_XML_GetNodeNextSibling(const XmlNode *node);
-
 /** The previous sibling. Null for a null node, a first node, or an attribute. */
 NEB_XML_API XmlNode *NEB_XML_GetNodePrevSibling(const XmlNode *node);
 
@@ -302,15 +463,6 @@ NEB_XML_API XmlNode *NEB_XML_GetNodePrevSibling(const XmlNode *node);
 NEB_XML_API uint32_t NEB_XML_GetNodeChildNum(const XmlNode *node, uint32_t *count);
 
 /**
- * Reads a node's type and strings; every out-pointer may be null.
- *
- * The strings are the node's own; a string that the node lacks is given as null.
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node. Attributes are accepted.
- */
-NEB_XML_API uint32_t NEB_XML_GetNodeValue(const XmlNode *node, int32_t *type, const char **prefix,
-                                          const char **name, const char **value);
-
-/**
  * The node after this one in document order: first child, else next sibling, else the next
  * sibling of the nearest ancestor that has one. Null at the end, for null and for an attribute.
  *
@@ -319,11 +471,57 @@ NEB_XML_API uint32_t NEB_XML_GetNodeValue(const XmlNode *node, int32_t *type, co
  */
 NEB_XML_API XmlNode *NEB_XML_Iterator(const XmlNode *node);
 
-/* ------------------------------------------------------------------------------------------- */
-/* Attributes                                                                                  */
-/* ------------------------------------------------------------------------------------------- */
+/* --- Tree: inserting and removing ------------------------------------------------------------- */
 /*
- * An attribute is known by its prefix and its name together. Attributes stand in the order of
+ * The four insertions attach a detached node, with its attributes and subtree, to a tree. If the
+ * topmost node of that tree is a document, the node's own name is interned as in NEB_XML_AddAttr.
+ * Storage is neither moved nor copied.
+ *
+ * parent, sibling  where to insert.
+ * node             the detached node; after a failure it is still the caller's.
+ *
+ * Returns NEB_XML_OK, or NEB_XML_ERR_INVALID_PARAM with nothing changed for
+ *   - a null argument, the same node twice, or an attribute as either of them;
+ *   - a node that is not detached, or of whose subtree the destination is part;
+ *   - a document that owns a session as the node; any document as the node of a sibling
+ *     insertion; a document that owns a session as the sibling;
+ *   - a parent that is neither an element nor a document;
+ *   - a destination in a chain of parentless siblings, and a sibling without a parent, beside
+ *     which such a chain would arise;
+ *   - a session node, or a heap node that is bound to a session, if the destination is not a tree
+ *     of that session (NEB_XML_ImportNode makes a copy that is accepted);
+ *   - a session that has no memory left to record that some of its nodes are now attached to heap
+ *     nodes, or heap nodes to them.
+ * Cost: the depth of the destination.
+ */
+
+/** Inserts a node as the first child of parent. */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddFirstChildNode(XmlNode *parent, XmlNode *node);
+
+/** Inserts a node as the last child of parent. */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AppendChildNode(XmlNode *parent, XmlNode *node);
+
+/** Inserts a node directly after sibling. */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddNextSiblingNode(XmlNode *sibling, XmlNode *node);
+
+/** Inserts a node directly before sibling. */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddPrevSiblingNode(XmlNode *sibling, XmlNode *node);
+
+/**
+ * Detaches a node, with its attributes and its whole subtree, from parent and siblings.
+ *
+ * node  freed by the caller, or inserted elsewhere: nothing is freed here. A session node remains
+ *       part of its session and is freed with it.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for null, for a node that is already detached and
+ * for an attribute (see NEB_XML_RemoveAttr). Cost: constant; for a heap node its depth, and if it
+ * leaves the tree of a session its subtree, all of which is then bound to the session.
+ */
+NEB_XML_API uint32_t NEB_XML_RemoveNode(XmlNode *node);
+
+/* --- Attributes ------------------------------------------------------------------------------- */
+/*
+ * An attribute is identified by its prefix and its name together. Attributes are in the order of
  * addition. Lookups cost the number of the element's attributes.
  *
  * element  an element or a document; null or an attribute is NEB_XML_ERR_INVALID_PARAM.
@@ -334,7 +532,7 @@ NEB_XML_API XmlNode *NEB_XML_Iterator(const XmlNode *node);
  * Reads an attribute's value.
  *
  * prefix  null finds an attribute without a prefix; an empty prefix finds nothing.
- * value   receives the value; null when the attribute has none.
+ * value   receives the value; null if the attribute has none.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or out-pointer;
  * NEB_XML_ERR_NOT_FOUND.
@@ -347,7 +545,7 @@ NEB_XML_API uint32_t NEB_XML_GetAttr(const XmlNode *element, const char *prefix,
  *
  * prefix, name, value  receive the strings, null for one that the attribute lacks.
  *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for any null argument; NEB_XML_ERR_NOT_FOUND when
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for any null argument; NEB_XML_ERR_NOT_FOUND if
  * the element has no attribute.
  */
 NEB_XML_API uint32_t NEB_XML_GetFirstAttr(const XmlNode *element, const char **prefix,
@@ -369,7 +567,7 @@ NEB_XML_API uint32_t NEB_XML_GetFirstAttrEx(const XmlNode *element, const char *
  * nextPrefix, nextName, nextValue  receive the strings, null for one that the attribute lacks.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or out-pointer;
- * NEB_XML_ERR_NOT_FOUND when there is no such attribute or none follows it.
+ * NEB_XML_ERR_NOT_FOUND if there is no such attribute or none follows it.
  */
 NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttr(const XmlNode *element, const char *prefix,
                                                 const char *name, const char **nextPrefix,
@@ -396,15 +594,15 @@ NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttrEx(const XmlNode *element, const 
  * prefix, value  may be null or empty: the attribute then has none.
  * name           neither null nor empty.
  *
- * In a tree whose topmost node is a document the name is interned when it has at most 11 bytes
- * and the document's table of ten names has room or holds it already.
+ * In a tree whose topmost node is a document the name is interned if it has at most 11 bytes and
+ * the document's table of ten names has room or holds it already.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, a missing name, or an element
  * in a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY; NEB_XML_ERR_ALREADY_EXISTS. On
  * failure the element is unchanged. Cost: the element's attributes and its depth.
  */
-NEB_XML_API uint32_t NEB_XML_AddAttr(XmlNode *element, const char *prefix, const char *name,
-                                     const char *value);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddAttr(XmlNode *element, const char *prefix,
+                                                      const char *name, const char *value);
 
 /**
  * Replaces the value of an existing attribute.
@@ -415,14 +613,14 @@ NEB_XML_API uint32_t NEB_XML_AddAttr(XmlNode *element, const char *prefix, const
  * The attribute's name is interned as in NEB_XML_AddAttr.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element or name;
- * NEB_XML_ERR_NOT_FOUND when there is no such attribute; NEB_XML_ERR_INVALID_PARAM for an element
+ * NEB_XML_ERR_NOT_FOUND if there is no such attribute; NEB_XML_ERR_INVALID_PARAM for an element
  * in a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY. On failure nothing is changed.
  */
-NEB_XML_API uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix, const char *name,
-                                     const char *value);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix,
+                                                      const char *name, const char *value);
 
 /**
- * Takes an attribute from its element and releases it.
+ * Removes an attribute from its element and frees it.
  *
  * prefix  null or empty finds an attribute without a prefix.
  *
@@ -430,78 +628,72 @@ NEB_XML_API uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix, const
  */
 NEB_XML_API uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, const char *name);
 
-/* ------------------------------------------------------------------------------------------- */
-/* Insertion                                                                                   */
-/* ------------------------------------------------------------------------------------------- */
-/*
- * The four operations hang a detached node, with its attributes and subtree, into a tree. When
- * the topmost node of that tree is a document, the node's own name is interned as in
- * NEB_XML_AddAttr. Storage is neither moved nor copied.
- *
- * parent, sibling  where to insert.
- * node             the detached node; after a failure it is still the caller's.
- *
- * Returns NEB_XML_OK, or NEB_XML_ERR_INVALID_PARAM with nothing changed for
- *   - a null argument, the same node twice, or an attribute as either of them;
- *   - a node that is not detached, or of whose subtree the destination is part;
- *   - a document that owns a session as the node; any document as the node of a sibling
- *     insertion; a document that owns a session as the sibling;
- *   - a parent that is neither an element nor a document;
- *   - a destination in a chain of parentless siblings, and a sibling without a parent, beside
- *     which such a chain would arise;
- *   - a node carved from a session, or that has lived in a session's tree, when the destination
- *     is not a tree of that session (NEB_XML_ImportNode makes a copy that is accepted);
- *   - a session that has no memory left in which to note that some of its nodes now hang
- *     together with nodes made through the hooks.
- * Cost: the depth of the destination.
- */
-
-/** Inserts a node as the first child of parent. */
-NEB_XML_API uint32_t NEB_XML_AddFirstChildNode(XmlNode *parent, XmlNode *node);
-
-/** Inserts a node as the last child of parent. */
-NEB_XML_API uint32_t NEB_XML_AppendChildNode(XmlNode *parent, XmlNode *node);
-
-/** Inserts a node directly after sibling. */
-NEB_XML_API uint32_t NEB_XML_AddNextSiblingNode(XmlNode *sibling, XmlNode *node);
-
-/** Inserts a node directly before sibling. */
-NEB_XML_API uint32_t NEB_XML_AddPrevSiblingNode(XmlNode *sibling, XmlNode *node);
-
-/* ------------------------------------------------------------------------------------------- */
-/* Typed values                                                                                */
-/* ------------------------------------------------------------------------------------------- */
+/* --- Values, as strings and typed ------------------------------------------------------------- */
 
 /**
- * Writes a variable as the text value of a node.
+ * Reads a node's type and strings; every out-pointer may be null.
+ *
+ * The strings are the node's own; null is stored for a string that the node lacks.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node. Attributes are accepted.
+ */
+NEB_XML_API uint32_t NEB_XML_GetNodeValue(const XmlNode *node, int32_t *type, const char **prefix,
+                                          const char **name, const char **value);
+
+/**
+ * Replaces a node's strings.
+ *
+ * node                 any node, attributes included.
+ * prefix, name, value  copied; null leaves the field unchanged, an empty string clears it.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node; NEB_XML_ERR_ALREADY_EXISTS for
+ * an attribute that would get prefix and name of another one of its element, nothing changed;
+ * NEB_XML_ERR_NO_MEMORY if a copy could not be made: then no field is replaced, while fields
+ * cleared by empty arguments stay cleared. Cost: the node's depth, strings and fellow attributes.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix,
+                                                      const char *name, const char *value);
+
+/**
+ * Reads the value of a node into a variable.
  *
  * node      any node, attributes included.
  * type      a code of enum XmlValueType.
  * variable  points to a variable of that type's width; need not be aligned.
  *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or an unknown type, nothing
- * changed; NEB_XML_ERR_NO_MEMORY, the node then being without a value.
- */
-NEB_XML_API uint32_t NEB_XML_SetNodeValueEx(XmlNode *node, uint32_t type, const void *variable);
-
-/**
- * Reads the text value of a node into a variable.
- *
- * node      any node, attributes included.
- * type      a code of enum XmlValueType.
- * variable  points to a variable of that type's width; need not be aligned.
- *
- * The text must match its form whole: for a boolean exactly "1", "true", "0" or "false"; for an
+ * The value must match its form whole: for a boolean exactly "1", "true", "0" or "false"; for an
  * integer decimal digits, with an optional sign in the signed types, within the type's range.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an unknown type, a node
- * without a value, or a text of another form or out of range. On failure the variable is
- * untouched.
+ * without a value, or a value of another form or out of range. On failure the variable is
+ * unchanged.
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeValueEx(const XmlNode *node, uint32_t type, void *variable);
 
 /**
- * Writes a variable as the value of an attribute, which is added when it is missing.
+ * Writes a variable as the value of a node.
+ *
+ * node, type, variable  as for NEB_XML_GetNodeValueEx.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or an unknown type, nothing
+ * changed; NEB_XML_ERR_NO_MEMORY, the node then being without a value.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNodeValueEx(XmlNode *node, uint32_t type,
+                                                             const void *variable);
+
+/**
+ * Reads an attribute's value into a variable, by the rules of NEB_XML_GetNodeValueEx.
+ *
+ * element, prefix, name  as for NEB_XML_GetAttr.
+ * type, variable         as for NEB_XML_GetNodeValueEx.
+ *
+ * Returns the results of NEB_XML_GetNodeValueEx; NEB_XML_ERR_INVALID_PARAM for a null element,
+ * name or variable; NEB_XML_ERR_NOT_FOUND if there is no such attribute, whatever the type code.
+ */
+NEB_XML_API uint32_t NEB_XML_GetAttrValueEx(const XmlNode *element, const char *prefix,
+                                            const char *name, uint32_t type, void *variable);
+
+/**
+ * Writes a variable as the value of an attribute, which is added if it is missing.
  *
  * element         an element or a document.
  * prefix          null finds, or makes, an attribute without a prefix. An empty prefix finds
@@ -511,52 +703,15 @@ NEB_XML_API uint32_t NEB_XML_GetNodeValueEx(const XmlNode *node, uint32_t type, 
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or variable, an empty
  * name, an unknown type, or a missing attribute on an element in a chain of parentless siblings;
- * NEB_XML_ERR_ALREADY_EXISTS when an empty prefix would make an attribute that is already there;
- * NEB_XML_ERR_NO_MEMORY. When an attribute could not be added the element is unchanged; when the
- * value of an existing one could not be copied that attribute is without a value.
+ * NEB_XML_ERR_ALREADY_EXISTS if an empty prefix would make a duplicate attribute;
+ * NEB_XML_ERR_NO_MEMORY. If an attribute could not be added, the element is unchanged; if the value
+ * of an existing one could not be copied, that attribute is without a value.
  */
-NEB_XML_API uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, const char *prefix, const char *name,
-                                            uint32_t type, const void *variable);
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, const char *prefix,
+                                                             const char *name, uint32_t type,
+                                                             const void *variable);
 
-/**
- * Reads an attribute's value into a variable, by the rules of NEB_XML_GetNodeValueEx.
- *
- * element, prefix, name  as for NEB_XML_GetAttr.
- * type, variable         as for NEB_XML_GetNodeValueEx.
- *
- * Returns the results of NEB_XML_GetNodeValueEx; NEB_XML_ERR_INVALID_PARAM for a null element,
- * name or variable; NEB_XML_ERR_NOT_FOUND when there is no such attribute, whatever the type code.
- */
-NEB_XML_API uint32_t NEB_XML_GetAttrValueEx(const XmlNode *element, const char *prefix,
-                                            const char *name, uint32_t type, void *variable);
-
-/* ------------------------------------------------------------------------------------------- */
-/* Cloning                                                                                     */
-/* ------------------------------------------------------------------------------------------- */
-
-/**
- * Copies a node with its attributes and its whole subtree.
- *
- * source  an element or document. Never changed, but its session is carved from.
- * copy    receives a detached copy, which the caller inserts somewhere or releases.
- *
- * The copy is made in the storage of the source's tree: its session, if it has one, else the
- * hooks. The copy of a document that owns a session is a document with a session of its own. A
- * document made through the hooks may stand inside a session's tree; its copy is carved from that
- * session and does not end it. Every name in the copy is an owned copy; empty strings become null.
- *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a source in
- * a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY with everything given back.
- * Cost: linear in the nodes and texts copied.
- */
-NEB_XML_API uint32_t NEB_XML_CloneNode(const XmlNode *source, XmlNode **copy);
-
-/** Copies a node with its attributes but without its children; otherwise as NEB_XML_CloneNode. */
-NEB_XML_API uint32_t NEB_XML_CloneNodeSelf(const XmlNode *source, XmlNode **copy);
-
-/* ------------------------------------------------------------------------------------------- */
-/* Path lookup                                                                                 */
-/* ------------------------------------------------------------------------------------------- */
+/* --- Paths ------------------------------------------------------------------------------------ */
 
 /**
  * Finds a node by a path such as "config.server.2.port".
@@ -572,74 +727,95 @@ NEB_XML_API uint32_t NEB_XML_CloneNodeSelf(const XmlNode *source, XmlNode **copy
  * node   receives the node found.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty or longer path, or
- * an attribute as start; NEB_XML_ERR_NOT_FOUND when nothing matches, for an index of more than 9
+ * an attribute as start; NEB_XML_ERR_NOT_FOUND if nothing matches, for an index of more than 9
  * digits and for a path of dots; NEB_XML_ERR_BAD_PATH for the index 0 and an index that does not
  * follow a name (both only once the search has come that far).
  * Cost: the children scanned, times the segments.
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path, XmlNode **node);
 
-/* ------------------------------------------------------------------------------------------- */
-/* Serialization                                                                               */
-/* ------------------------------------------------------------------------------------------- */
+/* --- Copies ----------------------------------------------------------------------------------- */
+
+/**
+ * Copies a node with its attributes and its whole subtree.
+ *
+ * source  an element or document. Never changed, but the copy is allocated from its session.
+ * copy    receives a detached copy, which the caller inserts somewhere or frees.
+ *
+ * The copy is allocated in the storage of the source's tree: its session, if it has one, else the
+ * heap. The copy of a document that owns a session is a document with a session of its own. A
+ * document on the heap may be part of a session's tree; its copy is allocated from that session
+ * and does not end it. Every name in the copy is an owned copy; empty strings become null.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a source in
+ * a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY with everything freed.
+ * Cost: linear in the nodes and strings copied.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CloneNode(const XmlNode *source, XmlNode **copy);
+
+/** Copies a node with its attributes but without its children; otherwise as NEB_XML_CloneNode. */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CloneNodeSelf(const XmlNode *source, XmlNode **copy);
+
+/**
+ * Copies a node with its attributes and subtree into the storage of another tree, between any two
+ * storages. This is the way to bring a node from one document into another where insertion refuses
+ * the move.
+ *
+ * target  a node of the tree that the copy is for, not an attribute; its storage is allocated from.
+ * source  an element or document, of any tree; never changed.
+ * copy    receives a detached copy, ready to be inserted into target's tree. Documents become
+ *         elements, since a document that owns a session cannot be inserted.
+ *
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a target in
+ * a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY with everything freed.
+ * Cost: linear in the nodes and strings copied, and the depth of target.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source,
+                                                         XmlNode **copy);
+
+/* --- Sessions --------------------------------------------------------------------------------- */
 /*
- * Text is line-broken and without declaration or indentation: every opening tag of an element
- * with children, every childless element and every closing tag ends in a line feed. In values the
- * characters " ' < > are written as references, and & as well unless it begins one, names as they
- * stand: the text of an edited tree may not parse, or to other values. NEB_XML_TransformIndented
- * and NEB_XML_SaveFile are exact instead.
- *
- * start  an element or document; printed with its subtree, without its siblings. Not written to.
- * text   receives a NUL-terminated text from the allocation hook, exactly as large as needed;
- *        released with NEB_XML_FreeMem.
- *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a nameless
- * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more. Of a
- * shortage and a node without a name, the one that printing meets first decides. *text is written
- * on success only. Cost: linear in the nodes and texts.
+ * For callers who allocate from sessions of their own. Documents open and end theirs themselves.
  */
-
-/** Prints a subtree. */
-NEB_XML_API uint32_t NEB_XML_Transform(const XmlNode *start, char **text);
 
 /**
- * Prints the opening half of a subtree: everything but the closing tags that follow the last
- * descendants. A childless element without a value that is a last child is left open.
+ * Opens a memory session whose first block has room for size bytes.
+ *
+ * Returns its handle, distinct from that of every open session; 0 for a size of 0 or less and if
+ * memory runs out. A session is used by one thread at a time; different sessions are independent.
  */
-NEB_XML_API uint32_t NEB_XML_TransformHead(const XmlNode *start, char **text);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemSessionBegin(int32_t size);
 
 /**
- * Prints the closing half of a subtree: the closing tags of every childless last child and of the
- * ancestors that end with it. The text is null when there are none.
+ * Allocates exactly size bytes from a session, all zero and aligned to nothing.
+ *
+ * First fit: the earliest block with room serves the allocation. Without one, a block of the last
+ * block's capacity, doubled until it fits, is added; where doubling cannot reach the size within
+ * 2 GiB, a block of exactly that size.
+ * Returns null for a handle that is not open, a size of 0 or less, and if memory runs out; the
+ * session stays usable.
+ * Cost: constant, or logarithmic in the blocks if the allocation comes from an earlier block.
  */
-NEB_XML_API uint32_t NEB_XML_TransformTail(const XmlNode *start, char **text);
+NEB_XML_API NEB_XML_MUST_USE void *XML_MemSpecialMalloc(uint32_t handle, int32_t size);
 
 /**
- * Prints a subtree and writes it to a file, created or truncated, in one write.
+ * Ends a session: everything allocated from it is invalid from now on.
  *
- * path  up to 1024 bytes; opened in its canonical form where the system gives one, else as it
- *       stands. No directory is created. The file hooks are not used. A FIFO is opened for writing
- *       only: without a reader it cannot be opened, and when the reader leaves, SIGPIPE is raised.
- *
- * Returns the results of NEB_XML_Transform, the file then being untouched;
- * NEB_XML_ERR_FILE_OPEN when the file cannot be opened or the path is longer;
- * NEB_XML_ERR_FILE_WRITE when the text was not written whole (a full disk): the file stays as far
- * as it was written.
+ * Heap allocations that were left in the session's keeping are freed with the free hook.
+ * Returns 1; 0 for a handle that is not open. Cost: linear in the blocks.
  */
-NEB_XML_API uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *path);
+NEB_XML_API uint32_t XML_MemSessionEnd(uint32_t handle);
 
-/* ------------------------------------------------------------------------------------------- */
-/* Hooks, version and memory                                                                   */
-/* ------------------------------------------------------------------------------------------- */
+/* --- Hooks and memory ------------------------------------------------------------------------- */
 
 /**
  * Replaces the allocation hooks, which hold malloc, calloc and free from load time.
  *
  * mallocHook, freeHook  stand in for malloc and free.
- * callocHook            stands in for calloc: gives zeroed memory.
+ * callocHook            stands in for calloc: returns zeroed memory.
  *
- * Memory must be aligned as malloc aligns it. The hooks must not call the library. A piece is
- * released by the free hook of the moment of its release.
+ * Memory must be aligned as malloc aligns it. The hooks must not call the library. Memory is freed
+ * by the free hook that is registered at that moment.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null hook, all three then unchanged.
  */
 NEB_XML_API uint32_t NEB_XML_RegMemFunc(void *(*mallocHook)(size_t),
@@ -653,7 +829,7 @@ NEB_XML_API uint32_t NEB_XML_RegMemFunc(void *(*mallocHook)(size_t),
  * openHook, seekHook, closeHook, readHook  stand in for fopen, fseek, fclose and fread.
  * tellHook                                 stands in for ftell; may be null: files can then not
  *                                          be loaded (NEB_XML_ERR_FILE_READ).
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM when another hook is null, all then unchanged.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM if another hook is null, all then unchanged.
  */
 NEB_XML_API uint32_t NEB_XML_RegFileFunc(FILE *(*openHook)(const char *, const char *),
                                          int (*seekHook)(FILE *, long, int),
@@ -664,129 +840,79 @@ NEB_XML_API uint32_t NEB_XML_RegFileFunc(FILE *(*openHook)(const char *, const c
 /** The library writes no log: always NEB_XML_ERR_NOT_FOUND, and nothing is kept. */
 NEB_XML_API uint32_t NEB_XML_RegDebugFunc(void (*debugHook)(const char *));
 
-/**
- * Copies the version banner "NEB XML 2.1.9" with its terminator.
- *
- * buffer  receives the text.
- * size    of the buffer in bytes, at least 14.
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null buffer;
- * NEB_XML_ERR_BUFFER_TOO_SMALL with the buffer untouched.
- */
-NEB_XML_API uint32_t NEB_XML_GetVersion(char *buffer, uint32_t size);
-
-/** Releases a text that a Transform function handed out. Null is ignored. */
+/** Frees a string that a Transform function returned. Null is ignored. */
 NEB_XML_API void NEB_XML_FreeMem(void *memory);
 
 /** The allocation hook. Read it; change it with NEB_XML_RegMemFunc. */
 extern NEB_XML_API void *(*g_fnXMLMalloc)(size_t);
-
-/** The release hook. Read it; change it with NEB_XML_RegMemFunc. */
+/** The free hook. Read it; change it with NEB_XML_RegMemFunc. */
 extern NEB_XML_API void (*g_fnXMLFree)(void *);
 
-/* ------------------------------------------------------------------------------------------- */
-/* Lower level: sessions and allocation on behalf of nodes                                     */
-/* ------------------------------------------------------------------------------------------- */
-/*
- * The functions from here on serve the library's own parts and callers who build trees of their
- * own. They do less checking than the ones above.
- */
+/* --- Lower level: nodes and their memory ------------------------------------------------------ */
 
 /**
- * Opens a memory session whose first block has room for size bytes.
- *
- * Returns its handle, distinct from that of every open session; 0 for a size of 0 or less and
- * when memory runs out. A session is used by one thread at a time; different sessions are
- * independent.
- */
-NEB_XML_API uint32_t XML_MemSessionBegin(int32_t size);
-
-/**
- * Carves a piece of exactly size bytes, all zero and aligned to nothing.
- *
- * First fit: the earliest block with room serves the piece. Without one, a block of the last
- * block's capacity, doubled until it fits, is added; where doubling cannot reach the size within
- * 2 GiB, a block of exactly that size.
- * Returns null for a handle that is not open, a size of 0 or less, and when memory runs out; the
- * session stays usable.
- * Cost: constant, or logarithmic in the blocks when the piece goes to an earlier block.
- */
-NEB_XML_API void *XML_MemSpecialMalloc(uint32_t handle, int32_t size);
-
-/**
- * Ends a session: every piece carved from it is invalid from now on.
- *
- * Pieces of the hooks that were left in the session's keeping go back to the free hook.
- * Returns 1; 0 for a handle that is not open. Cost: linear in the blocks.
- */
-NEB_XML_API uint32_t XML_MemSessionEnd(uint32_t handle);
-
-/**
- * Allocates on behalf of a node: from the session of its tree's topmost node if that has one and
- * no siblings, else through the allocation hook. A null node means the hook.
- * Returns null when memory runs out. The piece of a session is at most 2 GiB - 1 and is zero.
+ * Allocates for a node: from the session of its tree's topmost node if that has one and no
+ * siblings, else through the allocation hook. A null node means the hook.
+ * Returns null if memory runs out. A session allocation has at most 2 GiB - 1 bytes, all zero.
  * Cost: the depth of the node.
  */
-NEB_XML_API void *XML_Malloc(const XmlNode *node, size_t size);
+NEB_XML_API NEB_XML_MUST_USE void *XML_Malloc(const XmlNode *node, size_t size);
 
 /**
- * Releases what XML_Malloc gave for the same node in the same place: nothing happens when its tree
- * has a session, otherwise a pointer that is not null goes to the free hook.
+ * Frees what XML_Malloc returned for the same node at the same position: nothing happens if its
+ * tree has a session, otherwise a pointer that is not null goes to the free hook.
  */
 NEB_XML_API void XML_Free(const XmlNode *node, void *memory);
 
-/** Copies a text with XML_Malloc's rule. Null for an empty text and when memory runs out. */
-NEB_XML_API char *XML_Strdup(const XmlNode *node, const char *text);
+/** Copies a string by the rule of XML_Malloc. Null for an empty string and if memory runs out. */
+NEB_XML_API NEB_XML_MUST_USE char *XML_Strdup(const XmlNode *node, const char *text);
 
 /** Calls the calloc hook. */
-NEB_XML_API void *XML_Calloc(size_t count, size_t size);
-
-/* ------------------------------------------------------------------------------------------- */
-/* Lower level: nodes                                                                          */
-/* ------------------------------------------------------------------------------------------- */
+NEB_XML_API NEB_XML_MUST_USE void *XML_Calloc(size_t count, size_t size);
 
 /**
  * Makes a zeroed, detached node of any type: an attribute for type 1, a document for 12, an
  * element record for anything else, whose type is then the low 8 bits.
  *
  * type     of the node, see above.
- * session  to carve from, or 0 for the allocation hook. The first document made in a session owns
- *          it: releasing that document ends the session.
- * Returns null when memory runs out or the session is not open.
+ * session  to allocate from, or 0 for the allocation hook. The first document made in a session
+ *          owns it: freeing that document ends the session.
+ * Returns null if memory runs out or the session is not open.
  */
-NEB_XML_API XmlNode *XML_NewNode(uint32_t session, uint32_t type);
+NEB_XML_API NEB_XML_MUST_USE XmlNode *XML_NewNode(uint32_t session, uint32_t type);
 
 /**
- * Sets those strings that are neither null nor empty, all or none, copying with XML_Strdup's rule
- * for owner. A node carved from a session gets strings of its own session where owner stands in the
- * tree of another one, since either may end first. Old strings go back to where they came from.
+ * Sets those strings that are neither null nor empty, all or none, copying by the rule of
+ * XML_Strdup for owner. A session node gets strings of its own session if owner is in the tree of
+ * another one, since either may end first. Old strings are freed where they came from.
  *
  * owner                null, the node itself, or the node whose tree the node is about to join.
  * node                 not null.
- * prefix, name, value  copied; null or empty leaves the field alone.
+ * prefix, name, value  copied; null or empty leaves the field unchanged.
  * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY with the node unchanged.
  */
-NEB_XML_API uint32_t XML_SetNode(XmlNode *owner, XmlNode *node, const char *prefix,
-                                 const char *name, const char *value);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_SetNode(XmlNode *owner, XmlNode *node, const char *prefix,
+                                                  const char *name, const char *value);
 
 /**
- * Releases a node's strings and record, and no other node. Nothing happens in the tree of a
- * session, with which all goes.
+ * Frees a node's strings and record, and no other node. Nothing happens in the tree of a session,
+ * which is freed as a whole.
  *
- * The node is taken out of its tree first. Its attributes are left detached, and so are children
- * carved from a session; those made through the hooks stay a chain without a parent, which
- * XML_FreeNode releases from its first node on. A node carved from a session that stands in a tree
- * of the hooks stays in its session, detached and without strings.
+ * The node is removed from its tree first. Its attributes are left detached, and so are children
+ * that are session nodes; those that are heap nodes stay a chain without a parent, which
+ * XML_FreeNode frees from its first node on. A session node in a tree of heap nodes stays in its
+ * session, detached and without strings.
  * Cost: the depth, the children and attributes; for an attribute those before it.
  */
 NEB_XML_API void XML_FreeSingleNode(XmlNode *node);
 
-/** As XML_FreeSingleNode, for a detached attribute made through the hooks; others are left. */
+/** As XML_FreeSingleNode, for a detached attribute on the heap; others are not changed. */
 NEB_XML_API void XML_FreeSingleAttrNode(XmlNode *attribute);
 
 /**
- * Releases a node with its attributes and subtree, and every sibling after it, up to the first
+ * Frees a node with its attributes and subtree, and every sibling after it, up to the first
  * document that owns a session, which ends that session. Nothing else happens in the tree of a
- * session, with which all goes. Links to the node are the caller's.
+ * session, which is freed as a whole. Links to the node are the caller's to reset.
  */
 NEB_XML_API void XML_FreeNode(XmlNode *node);
 
@@ -795,203 +921,68 @@ NEB_XML_API void XML_FreeNode(XmlNode *node);
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute that is not
  * detached or not one, an element that is one; NEB_XML_ERR_ALREADY_EXISTS;
- * NEB_XML_ERR_NO_MEMORY when the session of either cannot note that they stand in different
- * storage. On failure the attribute stays the caller's.
+ * NEB_XML_ERR_NO_MEMORY if the session of either cannot record that they are in different storage.
+ * On failure the attribute remains the caller's.
  */
-NEB_XML_API uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNode *element);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNode *element);
 
-/* ------------------------------------------------------------------------------------------- */
-/* Lower level: text buffer                                                                    */
-/* ------------------------------------------------------------------------------------------- */
+/* --- Lower level: text buffer ----------------------------------------------------------------- */
 /*
- * A growable, always terminated text whose storage comes from the allocation hooks. A null buffer
+ * A growable, always terminated string whose storage comes from the allocation hooks. A null buffer
  * is NEB_XML_ERR_INVALID_PARAM, a failed allocation NEB_XML_ERR_NO_MEMORY, also where the length
- * would pass 32 bits; both leave the buffer as it was. A source must not lie inside the buffer.
+ * would exceed 32 bits; both leave the buffer unchanged. A source must not lie inside the buffer.
  */
 
-/** The buffer; storage is null while it has none. */
+/** The buffer. */
 typedef struct XmlMemBuf {
-  char *data;        /**< capacity + 1 bytes, or null. */
+  char *data;        /**< capacity + 1 bytes; null while nothing is allocated. */
   uint32_t length;   /**< Bytes held, terminator excluded. */
   uint32_t capacity; /**< Bytes that fit, terminator excluded. */
   uint32_t growStep; /**< Least growth, and the slack kept before shrinking: 1024. */
 } XmlMemBuf;
 
-/** Makes a buffer empty without releasing anything. Null is ignored. */
+/** Makes a buffer empty without freeing anything. Null is ignored. */
 NEB_XML_API void XML_MembufInit(XmlMemBuf *buffer);
 
-/** Releases a buffer's storage and makes it empty. Null is ignored. */
+/** Frees a buffer's storage and makes it empty. Null is ignored. */
 NEB_XML_API void XML_MembufDestroy(XmlMemBuf *buffer);
 
 /** Replaces the content by count bytes. Null bytes empty the buffer as XML_MembufDestroy does. */
-NEB_XML_API uint32_t XML_MemBufAssign(XmlMemBuf *buffer, const char *bytes, uint32_t count);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemBufAssign(XmlMemBuf *buffer, const char *bytes,
+                                                       uint32_t count);
 
-/** Replaces the content by a text; as XML_MemBufAssign. */
-NEB_XML_API uint32_t XML_MemBufAssignStr(XmlMemBuf *buffer, const char *text);
+/** Replaces the content by a string; as XML_MemBufAssign. */
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemBufAssignStr(XmlMemBuf *buffer, const char *text);
 
 /** Appends the one byte pointed at. A null pointer does nothing. */
-NEB_XML_API uint32_t XML_MemBufAppend(XmlMemBuf *buffer, const char *character);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemBufAppend(XmlMemBuf *buffer, const char *character);
 
 /**
  * Inserts count bytes before the byte at position; at most the length, else
  * NEB_XML_ERR_INVALID_PARAM. Null or no bytes do nothing.
  */
-NEB_XML_API uint32_t XML_MemBufInsert(XmlMemBuf *buffer, const char *bytes, uint32_t count,
-                                      uint32_t position);
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemBufInsert(XmlMemBuf *buffer, const char *bytes,
+                                                       uint32_t count, uint32_t position);
 
-/** Appends a text. Null or empty does nothing. */
-NEB_XML_API uint32_t XML_MemBufAppendStr(XmlMemBuf *buffer, const char *text);
+/** Appends a string. Null or empty does nothing. */
+NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemBufAppendStr(XmlMemBuf *buffer, const char *text);
 
-/* ------------------------------------------------------------------------------------------- */
-/* Lower level: file hooks and logging                                                         */
-/* ------------------------------------------------------------------------------------------- */
+/* --- Lower level: file hooks and logging ------------------------------------------------------ */
 
 /** Calls the open hook. */
-NEB_XML_API FILE *XML_Fopen(const char *path, const char *mode);
-
+NEB_XML_API NEB_XML_MUST_USE FILE *XML_Fopen(const char *path, const char *mode);
 /** Calls the seek hook. */
 NEB_XML_API int XML_Fseek(FILE *stream, long offset, int whence);
-
 /** Calls the close hook. */
 NEB_XML_API int XML_Fclose(FILE *stream);
-
 /** Calls the read hook. */
 NEB_XML_API size_t XML_Fread(void *buffer, size_t size, size_t count, FILE *stream);
-
-/** Calls the tell hook; -1 when it is null. */
+/** Calls the tell hook; -1 if it is null. */
 NEB_XML_API long XML_Ftell(FILE *stream);
-
 /** Does nothing. */
 NEB_XML_API void XML_Dom_LogPrint(const char *format, ...);
-
 /** Does nothing. */
 NEB_XML_API void XML_Membuf_LogPrint(const char *format, ...);
-
-/* ------------------------------------------------------------------------------------------- */
-/* Additions: where a parse went wrong                                                         */
-/* ------------------------------------------------------------------------------------------- */
-
-/** Flags of the parse functions that tell where a text is wrong. */
-enum NEB_XML_PARSE_FLAG {
-  /** The document owns a memory session, as from NEB_XML_ParseEx. */
-  NEB_XML_PARSE_SESSION = 1
-};
-
-/**
- * Why and where a parse failed.
- *
- * The place is the beginning of the construct that is wrong. Offsets count bytes from the start of
- * the text. Lines and columns count from 1, columns in bytes; a line ends with a line feed. When
- * there is no such place (a file that cannot be read, a wrong argument, short memory) line and
- * column are 0.
- */
-typedef struct NEB_XML_PARSE_ERROR {
-  uint32_t code;          /**< The result code that the call returns. */
-  const char *reason;     /**< A constant text of its own for each way to fail; never null. */
-  size_t offset;          /**< The place, in bytes from the start. */
-  size_t line;            /**< Its line. */
-  size_t column;          /**< Its column. */
-  size_t endNameOffset;   /**< The name in an end tag that does not match. */
-  size_t endNameLength;   /**< 0 for every other failure. */
-  size_t startNameOffset; /**< The name of the start tag that it should close. */
-  size_t startNameLength; /**< 0 also when memory was too short to find that. */
-  size_t startTagOffset;  /**< The '<' of that start tag. */
-} NEB_XML_PARSE_ERROR;
-
-/**
- * Parses a text of known length; accepts exactly what NEB_XML_Parse accepts.
- *
- * bytes   need not be terminated and are never read beyond length; the text ends early at a NUL.
- *         A copy of them is held during the call.
- * length  in bytes.
- * flags   NEB_XML_PARSE_SESSION or 0; unknown bits are refused.
- * outDoc  receives the document node on success; untouched on failure.
- * error   may be null; filled on failure only. A failed text is parsed a second time.
- *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty text or an unknown
- * flag; NEB_XML_ERR_SYNTAX only for a text that is not well-formed; NEB_XML_ERR_NO_MEMORY
- * whenever memory runs out. Cost: linear in the text.
- */
-NEB_XML_API uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint32_t flags,
-                                         XmlNode **outDoc, NEB_XML_PARSE_ERROR *error);
-
-/**
- * Reads a file through the file hooks and parses it as NEB_XML_ParseBuffer does.
- *
- * path  passed unchanged to the open hook.
- *
- * Returns the results of NEB_XML_ParseBuffer, and for the file those of NEB_XML_ParseFile.
- */
-NEB_XML_API uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, XmlNode **outDoc,
-                                           NEB_XML_PARSE_ERROR *error);
-
-/* ------------------------------------------------------------------------------------------- */
-/* Additions: across documents, output that people read, saving                                */
-/* ------------------------------------------------------------------------------------------- */
-
-/**
- * Copies a node with its attributes and subtree into the storage of another tree, between any two
- * storages. This is the way to bring a node from one document into another where insertion refuses
- * the move.
- *
- * target  a node of the tree that the copy is for, not an attribute; its storage is carved from.
- * source  an element or document, of any tree; never changed.
- * copy    receives a detached copy, ready to be inserted into target's tree. Documents become
- *         elements, since a document that lives in a session cannot be inserted.
- *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a target in
- * a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY with everything given back.
- * Cost: linear in the nodes and texts copied, and the depth of target.
- */
-NEB_XML_API uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, XmlNode **copy);
-
-/**
- * Prints a subtree exactly, with indentation: parsing the text with this library gives the same
- * names, values, attributes and structure. Another XML parser does so too if the bytes of 0x80 and
- * above, which are not checked, are UTF-8 of characters that XML allows where they stand.
- *
- * Lines are as in NEB_XML_Transform, after width spaces for each level below start, but no more
- * than 128 in all, so that the text grows in proportion to the tree. In values " ' < > & are
- * written as references, & also where it begins one, and so are carriage returns, in attributes
- * tabs and line feeds too; of white space that begins an element's value, the first character where
- * parsing would drop or misplace it. An empty value is none: both are written <x/>, or a="" for an
- * attribute. White space beside children is layout and is left out.
- *
- * start, text  as for NEB_XML_Transform.
- * width        0 to 16.
- *
- * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY, also for a text of 4 GiB or more;
- * NEB_XML_ERR_INVALID_PARAM for a wrong argument, and for what no text can hold:
- *   - a node of another type than element and document;
- *   - a name, its prefix included, that is missing or none in XML: of ASCII, letters, digits and
- *     . - _ : of which digits, '.' and '-' do not begin it, and ':' neither begins nor ends it;
- *   - two attributes of one element whose whole names are the same;
- *   - a control character below 0x20 in a value, other than tab, line feed and carriage return;
- *   - a value beside children that is more than white space.
- * The first failure that printing meets decides. Cost: linear in the nodes, texts and spaces.
- */
-NEB_XML_API uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t width, char **text);
-
-/**
- * Prints a subtree into a file so that the old file or the new one is there whole at any moment:
- * a temporary file beside it is written, flushed to the disk and renamed. A symbolic link is
- * followed and must lead to a file. An old file's permissions and, as far as the process may, its
- * owner are kept; on Linux its access control list and other extended attributes too, but not
- * security.capability, .ima and .evm, which describe the old content. If the group cannot be kept,
- * its rights are not given to another; if a list or an attribute cannot, the call fails: nobody
- * gains rights. A new file gets what the process's mask allows. Other hard links keep the old text.
- *
- * path          up to 1024 bytes; no directory is created. The file hooks are not used.
- * start, width  what is written is what NEB_XML_TransformIndented prints.
- *
- * Returns the results of NEB_XML_TransformIndented, before anything is written: what no text can
- * hold is NEB_XML_ERR_INVALID_PARAM; NEB_XML_ERR_FILE_OPEN when the temporary file cannot be made,
- * the path is longer, or leads to something that is no regular file; NEB_XML_ERR_FILE_WRITE when it
- * was not written, flushed or renamed, or an attribute cannot be kept; NEB_XML_ERR_NO_MEMORY also
- * for reading attributes. After a failure the old file stands, and nothing is left behind unless
- * the folder forbids removing it.
- */
-NEB_XML_API uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path, uint32_t width);
 
 #ifdef __cplusplus
 }

@@ -1,21 +1,21 @@
 /*
- * NEB XML in C++: a thin face over the C interface in neb_xml.h and over nothing else.
+ * NEB XML in C++: a thin wrapper over the C interface in neb_xml.h and over nothing else.
  *
  * Header only, for C++17 and later. A Document owns a tree. A Node and an Attribute are views of
- * one pointer, free to copy, valid as long as the C interface says that the node is. Every call on
- * an empty view gives an empty answer or the code NEB_XML_ERR_INVALID_PARAM. Failures are values: a
- * Status, or a Result that holds a value or none.
+ * one pointer. They are free to copy, and valid as long as the C interface says that the node is.
+ * Every call on an empty view returns an empty answer or NEB_XML_ERR_INVALID_PARAM. Failures are
+ * values: a Status, or a Result that holds a value or none.
  *
- * One thing may throw: making a std::string, when memory runs out. That is to_string, and every
- * call that takes a std::string_view and hands 256 bytes or more of it on. Nothing is changed or
- * leaked then. Without exceptions the program ends there instead.
+ * One thing may throw: making a std::string, if memory runs out. That is to_string, and every call
+ * that passes on a std::string_view of 256 bytes or more. Nothing is changed or leaked then.
+ * Without exceptions the program ends there instead.
  *
- * A text that holds a NUL where a path, name or value is expected is NEB_XML_ERR_INVALID_PARAM,
- * since the C interface would take what stands before it for the whole.
+ * A path, name or value with a NUL in it is NEB_XML_ERR_INVALID_PARAM, since the C interface would
+ * end it there.
  *
- * Texts are read as std::optional<std::string_view>: no text and an empty text are told apart. The
- * views are the node's own text and as short-lived as that is. In setting calls an empty text
- * clears, as in C.
+ * Strings are read as std::optional<std::string_view>: no string and an empty string differ. The
+ * views are of the node's own string, and valid as long as that is. In setting calls an empty
+ * string clears, as in C.
  *
  *   auto document = neb::xml::Document::parse("<config><port>80</port></config>");
  *   if (!document) return report(document.error());
@@ -58,13 +58,13 @@ class Status {
   std::uint32_t code_;
 };
 
-/** Why a call failed; for a text that was parsed also where. Line and column count from 1. */
+/** Why a call failed; for a parsed document also where. Line and column count from 1. */
 struct Error {
   std::uint32_t code = NEB_XML_OK; /**< Of the C interface. */
-  const char *reason = "";         /**< A constant text. */
+  const char *reason = "";         /**< A constant string. */
   std::size_t offset = 0;          /**< In bytes, from 0. */
-  std::size_t line = 0;            /**< 0 when there is no place. */
-  std::size_t column = 0;          /**< In bytes; 0 when there is no place. */
+  std::size_t line = 0;            /**< 0 if there is no position. */
+  std::size_t column = 0;          /**< In bytes; 0 if there is no position. */
 };
 
 /**
@@ -80,18 +80,18 @@ class Result {
   Result(Value value) : value_(std::move(value)) {}
   Result(const Error &error) : error_(error) {}
 
-  /** Whether there is a value; the error, which tells nothing when there is one. */
+  /** Whether there is a value; the error, which says nothing if there is one. */
   explicit operator bool() const noexcept { return value_.has_value(); }
   const Error &error() const noexcept { return error_; }
 
-  /** The value; only when there is one. */
+  /** The value; only if there is one. */
   Value &operator*() &noexcept { return *value_; }
   const Value &operator*() const &noexcept { return *value_; }
   Value &&operator*() &&noexcept { return std::move(*value_); }
   Value *operator->() noexcept { return &*value_; }
   const Value *operator->() const noexcept { return &*value_; }
 
-  /** The value, or another when there is none. */
+  /** The value, or another if there is none. */
   Value value_or(Value other) const { return value_.value_or(std::move(other)); }
 
  private:
@@ -99,27 +99,27 @@ class Result {
   Error error_;
 };
 
-/** A text of a node; none and an empty one are told apart. */
+/** A string of a node; no string and an empty one differ. */
 using Text = std::optional<std::string_view>;
 
-/** All three texts of a node or attribute, read by one call. */
+/** All three strings of a node or attribute, read by one call. */
 struct Strings {
-  Text prefix; /**< What stands before the colon. */
+  Text prefix; /**< What is before the colon. */
   Text name;   /**< The local name. */
-  Text value;  /**< The text or the attribute's value. */
+  Text value;  /**< The value of the element or attribute. */
 };
 
 namespace detail {
 
-/** A text of the C interface; none when it is null. */
+/** A string of the C interface; none if it is null. */
 inline Text text_of(const char *text) noexcept {
   return text == nullptr ? Text() : Text(std::string_view(text));
 }
 
-/** Whether a text would be cut where it is taken for a terminated one. */
+/** Whether a string would be cut where it is taken for a terminated one. */
 inline bool holds_nul(std::string_view text) noexcept { return text.find('\0') != text.npos; }
 
-/** A text with its terminator; short ones need no allocation. */
+/** A string with its terminator; short ones need no allocation. */
 class Terminated {
  public:
   explicit Terminated(std::string_view text) : is_whole_(!holds_nul(text)) {
@@ -142,20 +142,20 @@ class Terminated {
   char small_[256];
 };
 
-/** The result of a call of C that takes a text. */
+/** The result of a C call that takes a string. */
 template <typename Call>
 std::uint32_t with_terminated(std::string_view text, Call call) {
   const Terminated terminated(text);
   return terminated ? call(terminated.get()) : std::uint32_t{NEB_XML_ERR_INVALID_PARAM};
 }
 
-/** Gives back a text that the C interface has handed out. */
+/** Frees a string that the C interface has returned. */
 struct FreeText {
   /** Null is ignored. */
   void operator()(char *text) const noexcept { NEB_XML_FreeMem(text); }
 };
 
-/** How a type of C++ is handed to the typed calls of C. */
+/** How a C++ type is passed to the typed calls of C. */
 template <typename Value>
 struct Typed;
 
@@ -206,7 +206,7 @@ class View {
   /** The node of the C interface; null for an empty view. */
   XmlNode *get() const noexcept { return node_; }
 
-  /** The texts of the node, as short-lived as they are there; none of an empty view. */
+  /** The strings of the node, valid as long as they are there; none of an empty view. */
   Strings strings() const noexcept {
     const char *prefix = nullptr;
     const char *name = nullptr;
@@ -238,7 +238,7 @@ class View {
     });
   }
 
-  /** Sets the value; an empty text clears it. See NEB_XML_SetNode and NEB_XML_SetNodeValueEx. */
+  /** Sets the value; an empty string clears it. See NEB_XML_SetNode, NEB_XML_SetNodeValueEx. */
   Status set(std::string_view value) {
     return with_terminated(
         value, [this](const char *text) { return NEB_XML_SetNode(node_, nullptr, nullptr, text); });
@@ -254,7 +254,7 @@ class View {
   XmlNode *node_ = nullptr; /**< Null for an empty view. */
 };
 
-/** A forward iterator over views; Step tells what follows one. */
+/** A forward iterator over views; Step returns what follows one. */
 template <typename Item, typename Step>
 class Iterator {
  public:
@@ -292,7 +292,7 @@ class Iterator {
   Step step_;
 };
 
-/** What range-for and the standard algorithms walk over. */
+/** What range-for and the standard algorithms iterate over. */
 template <typename Item, typename Step>
 class Range {
  public:
@@ -325,7 +325,7 @@ class Attribute : public detail::View {
   }
   using View::get;
 
-  /** The next attribute of the element; empty behind the last. */
+  /** The next attribute of the element; empty after the last. */
   Attribute next() const noexcept { return Attribute(NEB_XML_GetNodeNextSibling(node_)); }
 };
 
@@ -358,6 +358,19 @@ class Node : public detail::View {
  public:
   using View::View;
 
+  /**
+   * This node and what is below it as a document, with indent spaces for each level: 0 to 16. It
+   * parses to the same tree; what no document can hold is NEB_XML_ERR_INVALID_PARAM. See
+   * NEB_XML_TransformIndented.
+   */
+  Result<std::string> to_string(std::uint32_t indent = 0) const {
+    char *text = nullptr;
+    const std::uint32_t code = NEB_XML_TransformIndented(node_, indent, &text);
+    if (code != NEB_XML_OK) return Error{code, "the node cannot be printed"};
+    const std::unique_ptr<char, detail::FreeText> owner(text);
+    return std::string(text);
+  }
+
   /** The neighbours; empty where there is none. */
   Node parent() const noexcept { return Node(NEB_XML_GetNodeParent(node_)); }
   Node first_child() const noexcept { return Node(NEB_XML_GetNodeFirstChild(node_)); }
@@ -374,6 +387,26 @@ class Node : public detail::View {
     return detail::Range<Node, NextBefore>(first_child(), {after_subtree().get()});
   }
 
+  /** Makes a new element in this tree's own storage, as last child, first child, or sibling. */
+  Result<Node> append(std::string_view name) { return make(name, NEB_XML_AppendChildNode); }
+  Result<Node> prepend(std::string_view name) { return make(name, NEB_XML_AddFirstChildNode); }
+  Result<Node> insert_after(std::string_view name) {
+    return make(name, NEB_XML_AddNextSiblingNode);
+  }
+  Result<Node> insert_before(std::string_view name) {
+    return make(name, NEB_XML_AddPrevSiblingNode);
+  }
+
+  /**
+   * Removes this node from its tree and frees it; the view is empty afterwards. A document without
+   * a parent is freed by its Document: NEB_XML_ERR_INVALID_PARAM, and nothing is changed.
+   */
+  Status remove() noexcept {
+    if (node_ == nullptr || is_lone_document()) return NEB_XML_ERR_INVALID_PARAM;
+    NEB_XML_FreeNode(std::exchange(node_, nullptr));
+    return NEB_XML_OK;
+  }
+
   /** The attributes, in their order; the first of them. */
   auto attributes() const { return detail::Range<Attribute, NextAttribute>(first_attribute(), {}); }
   Attribute first_attribute() const noexcept {
@@ -383,16 +416,7 @@ class Node : public detail::View {
     return Attribute(cursor);
   }
 
-  /** The node that a path finds, this node's name being its first segment; empty if none. */
-  Node find(std::string_view path) const {
-    XmlNode *found = nullptr;
-    detail::with_terminated(path, [&](const char *text) {  // finds nothing if there is no such path
-      return NEB_XML_GetNodeByUrl(node_, text, &found);
-    });
-    return Node(found);
-  }
-
-  /** An attribute's value. No text when there is no such attribute or it has no value. */
+  /** An attribute's value. No string if there is no such attribute or it has no value. */
   Text attribute(const char *name) const noexcept { return attribute(nullptr, name); }
   Text attribute(const char *prefix, const char *name) const noexcept {
     const char *value = nullptr;
@@ -400,20 +424,7 @@ class Node : public detail::View {
     return detail::text_of(value);
   }
 
-  /** The node's value, or an attribute's, as a bool or an integer of 8, 16 or 32 bits. */
-  template <typename Value>
-  Result<Value> get() const {
-    return get_as<Value>();
-  }
-  template <typename Value>
-  Result<Value> get(const char *attribute, const char *prefix = nullptr) const {
-    return detail::read_typed<Value>([&](std::uint32_t type, void *variable) {
-      return NEB_XML_GetAttrValueEx(node_, prefix, attribute, type, variable);
-    });
-  }
-  using View::get;
-
-  /** Sets an attribute, which is added when it is missing. */
+  /** Sets an attribute, which is added if it is missing. */
   Status set_attribute(const char *name, std::string_view value, const char *prefix = nullptr) {
     return detail::with_terminated(value, [&](const char *text) {
       const std::uint32_t code = NEB_XML_SetAttr(node_, prefix, name, text);
@@ -429,12 +440,12 @@ class Node : public detail::View {
     return NEB_XML_SetAttrValueEx(node_, prefix, name, detail::Typed<Value>::type, &variable);
   }
 
-  /** Takes an attribute from the element and releases it. */
+  /** Removes an attribute from the element and frees it. */
   Status remove_attribute(const char *name, const char *prefix = nullptr) {
     return NEB_XML_RemoveAttr(node_, prefix, name);
   }
 
-  /** Changes the local name, or the prefix; an empty text clears it. */
+  /** Changes the local name, or the prefix; an empty string clears it. */
   Status set_name(std::string_view name) {
     return detail::with_terminated(
         name, [this](const char *text) { return NEB_XML_SetNode(node_, nullptr, text, nullptr); });
@@ -445,46 +456,37 @@ class Node : public detail::View {
     });
   }
 
-  /** Makes a new element in this tree's own storage, as last child, first child, or sibling. */
-  Result<Node> append(std::string_view name) { return make(name, NEB_XML_AppendChildNode); }
-  Result<Node> prepend(std::string_view name) { return make(name, NEB_XML_AddFirstChildNode); }
-  Result<Node> insert_after(std::string_view name) {
-    return make(name, NEB_XML_AddNextSiblingNode);
+  /** The node's value, or an attribute's, as a bool or an integer of 8, 16 or 32 bits. */
+  template <typename Value>
+  Result<Value> get() const {
+    return get_as<Value>();
   }
-  Result<Node> insert_before(std::string_view name) {
-    return make(name, NEB_XML_AddPrevSiblingNode);
+  template <typename Value>
+  Result<Value> get(const char *attribute, const char *prefix = nullptr) const {
+    return detail::read_typed<Value>([&](std::uint32_t type, void *variable) {
+      return NEB_XML_GetAttrValueEx(node_, prefix, attribute, type, variable);
+    });
+  }
+  using View::get;
+
+  /** The node that a path finds, this node's name being its first segment; empty if none. */
+  Node find(std::string_view path) const {
+    XmlNode *found = nullptr;
+    detail::with_terminated(path, [&](const char *text) {  // finds nothing if there is no such path
+      return NEB_XML_GetNodeByUrl(node_, text, &found);
+    });
+    return Node(found);
   }
 
   /** Appends a copy of a node of any tree, with all that is below it. */
-  Result<Node> append_copy(Node source) { return place(source.get(), NEB_XML_AppendChildNode); }
-
-  /**
-   * Takes this node from its tree and releases it; the view is empty afterwards. A document that
-   * stands alone is its Document's to release: NEB_XML_ERR_INVALID_PARAM, and nothing is changed.
-   */
-  Status remove() noexcept {
-    if (node_ == nullptr || is_lone_document()) return NEB_XML_ERR_INVALID_PARAM;
-    NEB_XML_FreeNode(std::exchange(node_, nullptr));
-    return NEB_XML_OK;
-  }
-
-  /**
-   * The text of this node and what is below it, with indent spaces for each level: 0 to 16. It
-   * parses to the same tree; what no text can hold is NEB_XML_ERR_INVALID_PARAM. See
-   * NEB_XML_TransformIndented.
-   */
-  Result<std::string> to_string(std::uint32_t indent = 0) const {
-    char *text = nullptr;
-    const std::uint32_t code = NEB_XML_TransformIndented(node_, indent, &text);
-    if (code != NEB_XML_OK) return Error{code, "the node cannot be printed"};
-    const std::unique_ptr<char, detail::FreeText> owner(text);
-    return std::string(text);
+  Result<Node> append_copy(Node source) {
+    return insert_copy(source.get(), NEB_XML_AppendChildNode);
   }
 
  private:
   using Insertion = std::uint32_t (*)(XmlNode *, XmlNode *);
 
-  // With siblings too, as the first of a text of several top-level elements.
+  // With siblings too, as the first of several top-level elements.
   bool is_lone_document() const noexcept {
     std::int32_t type = NEB_XML_NODE_ELEMENT;
     NEB_XML_GetNodeValue(node_, &type, nullptr, nullptr, nullptr);
@@ -509,12 +511,12 @@ class Node : public detail::View {
       return NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, text, nullptr, &pattern);
     });
     if (code != NEB_XML_OK) return Error{code, "the element cannot be made"};
-    Result<Node> placed = place(pattern, insert);
+    Result<Node> inserted = insert_copy(pattern, insert);
     NEB_XML_FreeNode(pattern);
-    return placed;
+    return inserted;
   }
 
-  Result<Node> place(const XmlNode *source, Insertion insert) {
+  Result<Node> insert_copy(const XmlNode *source, Insertion insert) {
     XmlNode *copy = nullptr;
     std::uint32_t code = NEB_XML_ImportNode(node_, source, &copy);
     if (code == NEB_XML_OK) code = insert(node_, copy);
@@ -525,7 +527,7 @@ class Node : public detail::View {
 };
 
 /**
- * A document and everything in it; moves, and releases what it owns.
+ * A document and everything in it; moves, and frees what it owns.
  *
  *   auto document = Document::parse_file("device.xml");
  *   if (!document) std::printf("%zu: %s\n", document.error().line, document.error().reason);
@@ -544,10 +546,10 @@ class Document {
     return *this;
   }
 
-  /** Releases the document and what is in it. */
+  /** Frees the document and what is in it. */
   ~Document() { NEB_XML_FreeNode(node_); }
 
-  /** Parses a text, which need not be terminated, into a document with a memory session. */
+  /** Parses a document, which need not be terminated, into one with a memory session. */
   static Result<Document> parse(std::string_view text) {
     XmlNode *node = nullptr;
     NEB_XML_PARSE_ERROR error;
@@ -566,6 +568,18 @@ class Document {
     const std::uint32_t code =
         NEB_XML_ParseFileInfo(path.c_str(), NEB_XML_PARSE_SESSION, &node, &error);
     return made(code, node, error);
+  }
+
+  /** The document as a string, as Node::to_string returns it. */
+  Result<std::string> to_string(std::uint32_t indent = 0) const { return root().to_string(indent); }
+
+  /**
+   * Replaces a file atomically by what to_string returns; what no document can hold is
+   * NEB_XML_ERR_INVALID_PARAM before anything is written. See NEB_XML_SaveFile.
+   */
+  Status save(const std::string &path, std::uint32_t indent = 0) const {
+    if (detail::holds_nul(path)) return NEB_XML_ERR_INVALID_PARAM;
+    return NEB_XML_SaveFile(node_, path.c_str(), indent);
   }
 
   /** A new document, with a memory session, whose root element has a name. */
@@ -590,18 +604,6 @@ class Document {
     const std::uint32_t code = NEB_XML_CloneNode(node_, &copy);
     if (code != NEB_XML_OK) return Error{code, "the document cannot be copied"};
     return Document(copy);
-  }
-
-  /** The text of the document, as Node::to_string gives it. */
-  Result<std::string> to_string(std::uint32_t indent = 0) const { return root().to_string(indent); }
-
-  /**
-   * Replaces a file whole or not at all by what to_string gives; what no text can hold is
-   * NEB_XML_ERR_INVALID_PARAM before anything is written. See NEB_XML_SaveFile.
-   */
-  Status save(const std::string &path, std::uint32_t indent = 0) const {
-    if (detail::holds_nul(path)) return NEB_XML_ERR_INVALID_PARAM;
-    return NEB_XML_SaveFile(node_, path.c_str(), indent);
   }
 
  private:

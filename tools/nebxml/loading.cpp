@@ -68,7 +68,9 @@ XmlNode *parseDescriptor(const std::string &fileName, int descriptor) {
   std::string text;
   if (!readDocument(descriptor, text)) throw cannotRead(fileName, errno);
   XmlNode *root = nullptr;
-  NEB_XML_PARSE_ERROR error{NEB_XML_ERR_SYNTAX, "the file is empty", 0, 0, 0, 0, 0, 0, 0, 0};
+  NEB_XML_PARSE_ERROR error{};
+  error.code = NEB_XML_ERR_SYNTAX;
+  error.reason = "the file is empty";
   if (!text.empty() && NEB_XML_ParseBuffer(text.data(), text.size(), NEB_XML_PARSE_SESSION, &root,
                                            &error) == NEB_XML_OK) {
     return root;

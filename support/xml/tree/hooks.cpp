@@ -19,7 +19,13 @@ long (*g_fnXMLFtell)(FILE *) = std::ftell;
 
 namespace {
 
-constexpr char kVersionBanner[] = "NEB XML 2.1.9";
+// In two steps, so that the macros are replaced before they become strings.
+#define NEB_XML_QUOTED(token) #token
+#define NEB_XML_DOTTED(major, minor, patch) \
+  NEB_XML_QUOTED(major) "." NEB_XML_QUOTED(minor) "." NEB_XML_QUOTED(patch)
+
+constexpr char kVersionBanner[] =
+    "NEB XML " NEB_XML_DOTTED(NEB_XML_VERSION_MAJOR, NEB_XML_VERSION_MINOR, NEB_XML_VERSION_PATCH);
 constexpr long kTellFailed = -1;
 
 }  // namespace
