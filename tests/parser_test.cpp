@@ -13,7 +13,7 @@
 #include "support/tables.h"
 #include "support/trees.h"
 #include "xml/parser/attribute_set.h"
-#include "xml/tree/node.h"
+#include "xml/record/node.h"
 
 using namespace neb::xml::internal;
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "tree/node.h"
+#include "record/node.h"
 
 namespace neb::xml::internal {
 

@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "memory/sessions.h"
+#include "ownership/storage.h"
 #include "parser/attribute_set.h"
 #include "parser/problem.h"
 #include "parser/reasons.h"
-#include "tree/node.h"
+#include "record/node.h"
 
 namespace neb::xml::internal {
 

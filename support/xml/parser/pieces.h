@@ -3,16 +3,16 @@
 
 #include <cstring>
 
-#include "memory/carver.h"
-#include "memory/sessions.h"
-#include "tree/node.h"
+#include "memory/session_allocator.h"
+#include "ownership/storage.h"
+#include "record/node.h"
 
 namespace neb::xml::internal {
 
 constexpr size_t kTerminator = 1;
 
 // Short runs are copied whole. So there must be this much text behind the run.
-constexpr size_t kWidestCopy = CarvingPlace::kSlack;
+constexpr size_t kWidestCopy = ArenaCursor::kSlack;
 
 // Half of that at once, at any address: one vector on a machine that has such wide ones. Not by
 // memcpy, which g++ 12 takes over the stack.
@@ -41,30 +41,30 @@ class SessionPieces {
   void save() { carver_.save(); }
 
   XmlMemSession *session() { return &carver_.session(); }
-  CarvingPlace place() const { return carver_.place(); }
-  void setPlace(const CarvingPlace &place) { carver_.setPlace(place); }
+  ArenaCursor place() const { return carver_.cursor(); }
+  void setPlace(const ArenaCursor &place) { carver_.setCursor(place); }
 
   // Whether the bytes before a string of the tree can be read, as many as a vector has.
   static constexpr bool kHasBytesBefore = true;
 
   uint32_t handle() const { return handle_; }
 
-  char *makeRecord(size_t size) { return carver_.carvePiece(size); }
+  char *makeRecord(size_t size) { return carver_.allocate(size); }
 
   // Whether a run that ends here can be copied whole.
   bool allowsWideReads(const char *runEnd) const { return addressOf(runEnd) <= lastWideRun_; }
 
   // Room for pieces that lie back to back, to which a run that ends here is copied whole; null if
   // they do not fit together, and nothing is carved.
-  char *carveTogether(size_t smallest, size_t total, const char *runEnd) {
-    return allowsWideReads(runEnd) ? carver_.carveTogether(smallest, total) : nullptr;
+  char *allocateTogether(size_t smallest, size_t total, const char *runEnd) {
+    return allowsWideReads(runEnd) ? carver_.allocateTogether(smallest, total) : nullptr;
   }
 
   // A terminated copy of a run of the text; null when memory runs out.
   char *copyRun(const char *run, size_t length) {
     if (length < kWidestCopy) {
       const size_t size = length + kTerminator;
-      if (char *copy = carveTogether(size, size, run + length)) {
+      if (char *copy = allocateTogether(size, size, run + length)) {
         copyWide(copy, run);
         copy[length] = '\0';
         return copy;
@@ -77,7 +77,7 @@ class SessionPieces {
 
   // Room for a text, with nothing but the terminator set.
   char *makeText(size_t length) {
-    char *text = carver_.carvePiece(length + kTerminator);
+    char *text = carver_.allocate(length + kTerminator);
     if (text != nullptr) text[length] = '\0';
     return text;
   }
@@ -88,7 +88,7 @@ class SessionPieces {
  private:
   static uintptr_t addressOf(const char *byte) { return reinterpret_cast<uintptr_t>(byte); }
 
-  SessionCarver carver_;
+  SessionAllocator carver_;
   uint32_t handle_;
   uintptr_t lastWideRun_;  // where a run may end that is copied whole
 };
@@ -102,8 +102,8 @@ class HookPieces {
   static void save() {}
 
   static XmlMemSession *session() { return nullptr; }
-  static CarvingPlace place() { return {}; }
-  static void setPlace(const CarvingPlace & /*place*/) {}
+  static ArenaCursor place() { return {}; }
+  static void setPlace(const ArenaCursor & /*place*/) {}
 
   static constexpr bool kHasBytesBefore = false;
 
@@ -113,7 +113,7 @@ class HookPieces {
 
   static bool allowsWideReads(const char * /*runEnd*/) { return false; }
 
-  static char *carveTogether(size_t /*smallest*/, size_t /*total*/, const char * /*runEnd*/) {
+  static char *allocateTogether(size_t /*smallest*/, size_t /*total*/, const char * /*runEnd*/) {
     return nullptr;
   }
 

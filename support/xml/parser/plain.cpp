@@ -11,7 +11,7 @@
 #include "parser/tokens.h"
 #include "parser/wide_machine.h"
 #include "simd/vector.h"
-#include "tree/node_records.h"
+#include "record/node_records.h"
 
 namespace neb::xml::internal {
 
@@ -164,7 +164,7 @@ class PlainParser {
     if (name.length < kWidestCopy / 2 && name.colon == nullptr && *end != '\0') {
       // The name and the record of the next element in one go.
       const size_t size = name.length + kTerminator;
-      if (char *copy = pieces_.carveTogether(size, size + kElementRecordSize, end)) {
+      if (char *copy = pieces_.allocateTogether(size, size + kElementRecordSize, end)) {
         copyHalfWide(copy, name.text);
         copy[name.length] = '\0';
         startElement(name, copy);
@@ -330,7 +330,7 @@ class PlainParser {
     size_t smallest = std::min(nameSize - prefixSize, valueSize);
     if (prefixSize != 0) smallest = std::min(smallest, prefixSize);
     static_assert(kAttributeRecordSize > kWidestCopy / 2);  // and so is not the smallest
-    char *pieces = pieces_.carveTogether(smallest, kAttributeRecordSize + nameSize + valueSize,
+    char *pieces = pieces_.allocateTogether(smallest, kAttributeRecordSize + nameSize + valueSize,
                                          value + length);
     if (pieces == nullptr) return nullptr;
     auto *attribute = reinterpret_cast<XmlNode *>(pieces);
@@ -349,6 +349,7 @@ class PlainParser {
     attribute->value = text;
     if (isPlain) {
       noteValueLength(attribute, length);
+      attribute->marks = kStringsTogether;
     } else if (!Parser_decode(value, length, text, true)) {
       return nullptr;
     }
@@ -522,7 +523,7 @@ template <typename Pieces, TakeShortForms takeShortForms>
 
 PlainResult Parser_parsePlain(XmlParser *parser, MarkupMap *map) {
   NamesSeen names;
-  if (parser->storage.isHook()) return parse<HookPieces, nullptr>(parser, map, &names);
+  if (parser->storage.isHeap()) return parse<HookPieces, nullptr>(parser, map, &names);
   if (MarkupMap::usesVectors()) {
     return parseWide<SessionPieces, takeShortFormsWide>(parser, map, &names);
   }

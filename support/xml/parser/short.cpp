@@ -8,7 +8,7 @@
 #include "parser/tokens.h"
 #include "parser/wide_machine.h"
 #include "simd/vector.h"
-#include "tree/node_records.h"
+#include "record/node_records.h"
 #include "tree/references.h"
 
 namespace neb::xml::internal {
@@ -149,7 +149,7 @@ class ShortFormsParser {
     forms->pending = pending_;
     forms->leafName = leafName();
     forms->isContent = leafLength_ != 0;
-    forms->carving = carver_.place();
+    forms->carving = carver_.cursor();
     forms->hasFailed = hasFailed_;
     forms->isInTag = isInTag_;
     if (!isInTag_) return;
@@ -252,7 +252,7 @@ class ShortFormsParser {
   // asks for them.
   const char *takeBareTag(const char *name, size_t length) {
     const size_t size = length + kTerminator;
-    char *pieces = carver_.carveTogether(size, size + kElementRecordSize);
+    char *pieces = carver_.allocateTogether(size, size + kElementRecordSize);
     if (pieces == nullptr) return takeBareTagByPieces(name, length);
     copyHalfWide(pieces, name);
     openElement(startElement(length, pieces), name, length);
@@ -262,7 +262,7 @@ class ShortFormsParser {
 
   const char *takeEmptyElement(const char *name, size_t length) {
     const size_t size = length + kTerminator;
-    char *pieces = carver_.carveTogether(size, size + kElementRecordSize);
+    char *pieces = carver_.allocateTogether(size, size + kElementRecordSize);
     if (pieces == nullptr) return takeEmptyElementByPieces(name, length);
     copyHalfWide(pieces, name);
     closeElement(startElement(length, pieces));
@@ -337,7 +337,7 @@ class ShortFormsParser {
     const size_t size = length + kTerminator;
     const size_t valueSize = static_cast<size_t>(run.end - text) + kTerminator;
     char *pieces =
-        carver_.carveTogether(std::min(size, valueSize), size + kElementRecordSize + valueSize);
+        carver_.allocateTogether(std::min(size, valueSize), size + kElementRecordSize + valueSize);
     if (pieces == nullptr) return takeBareTagByPieces(name, length);
     char *value = pieces + size + kElementRecordSize;
     const size_t valueLength = fillText(value, text, run, name);
@@ -378,7 +378,7 @@ class ShortFormsParser {
 
   bool takeValue(const char *text, const Run &run) {
     const size_t size = static_cast<size_t>(run.end - text) + kTerminator;
-    char *value = carver_.carveTogether(size, size);
+    char *value = carver_.allocateTogether(size, size);
     if (value == nullptr) return copyValue(open_, text, run);
     setValue(open_, value, fillText(value, text, run, text));
     return true;
@@ -387,7 +387,7 @@ class ShortFormsParser {
   bool takeValueAndSplit(const char *text, const Run &run) {
     const size_t size = static_cast<size_t>(run.end - text) + kTerminator;
     const size_t prefixSize = leafPrefix_ + kTerminator;
-    char *value = carver_.carveTogether(std::min(size, prefixSize), size + prefixSize);
+    char *value = carver_.allocateTogether(std::min(size, prefixSize), size + prefixSize);
     if (value == nullptr) return copyValue(open_, text, run) && splitName(open_, leafPrefix_);
     setValue(open_, value, fillText(value, text, run, text));
     moveName(open_, value + size, leafPrefix_);
@@ -406,7 +406,7 @@ class ShortFormsParser {
   }
 
   bool splitName(XmlNode *element, size_t prefix) {
-    char *copy = carvePiece(prefix + kTerminator);
+    char *copy = allocate(prefix + kTerminator);
     if (copy != nullptr) moveName(element, copy, prefix);
     return copy != nullptr;
   }
@@ -445,12 +445,12 @@ class ShortFormsParser {
   // Without its terminator.
   char *copyName(const char *name, size_t length) {
     const size_t size = length + kTerminator;
-    char *copy = carver_.carveTogether(size, size);
+    char *copy = carver_.allocateTogether(size, size);
     if (copy != nullptr) {
       copyHalfWide(copy, name);
       return copy;
     }
-    copy = carveOne(size);
+    copy = allocateOne(size);
     if (copy != nullptr) moveShort(copy, name, length);
     return copy;
   }
@@ -472,19 +472,19 @@ class ShortFormsParser {
   }
 
   // Without a call where the place to carve from or the open hole has room.
-  char *carveOne(size_t size) {
-    char *piece = carver_.carveOne(static_cast<ptrdiff_t>(size));
-    return piece != nullptr ? piece : carvePiece(size);
+  char *allocateOne(size_t size) {
+    char *piece = carver_.allocateOne(static_cast<ptrdiff_t>(size));
+    return piece != nullptr ? piece : allocate(size);
   }
 
-  [[gnu::noinline]] char *carvePiece(size_t size) {
-    char *piece = carver_.carvePiece(size);
+  [[gnu::noinline]] char *allocate(size_t size) {
+    char *piece = carver_.allocate(size);
     if (piece == nullptr) hasFailed_ = true;
     return piece;
   }
 
   char *copyPiece(const char *text, size_t length) {
-    char *copy = carvePiece(length + kTerminator);
+    char *copy = allocate(length + kTerminator);
     if (copy == nullptr) return nullptr;
     if (length <= 2 * kVectorSize) {
       moveShort(copy, text, length);
@@ -524,7 +524,7 @@ class ShortFormsParser {
     if (!closesLeaf(run.end, leafName_, length)) return nullptr;
     const size_t size = static_cast<size_t>(run.end - text) + kTerminator;
     char *pieces =
-        carver_.carveTogether(std::min(size, kElementRecordSize), kElementRecordSize + size);
+        carver_.allocateTogether(std::min(size, kElementRecordSize), kElementRecordSize + size);
     if (pieces == nullptr) return nullptr;
     char *value = pieces + kElementRecordSize;
     setValue(element, value, fillText(value, text, run, text));
@@ -542,7 +542,7 @@ class ShortFormsParser {
   }
 
   bool makePending() {
-    char *record = carveOne(kElementRecordSize);
+    char *record = allocateOne(kElementRecordSize);
     pending_ = reinterpret_cast<XmlNode *>(record);
     return record != nullptr;
   }
@@ -563,7 +563,7 @@ class ShortFormsParser {
   bool splitAndMakePending(XmlNode *element) {
     const size_t size = leafPrefix_ + kTerminator;
     const size_t smallest = std::min(size, kElementRecordSize);
-    char *pieces = carver_.carveTogether(smallest, size + kElementRecordSize);
+    char *pieces = carver_.allocateTogether(smallest, size + kElementRecordSize);
     if (pieces == nullptr) return splitName(element, leafPrefix_) && makePending();
     moveName(element, pieces, leafPrefix_);
     pending_ = reinterpret_cast<XmlNode *>(pieces + size);
@@ -598,7 +598,7 @@ class ShortFormsParser {
     const size_t nameSize = length + kTerminator;
     size_t smallest = std::min(nameSize - prefixSize, valueSize);
     if (prefixSize != 0) smallest = std::min(smallest, prefixSize);
-    char *pieces = carver_.carveTogether(smallest, kAttributeRecordSize + nameSize + valueSize);
+    char *pieces = carver_.allocateTogether(smallest, kAttributeRecordSize + nameSize + valueSize);
     if (pieces == nullptr) {
       XmlNode *attribute = makeByPieces(name, length, prefixSize);
       if (attribute == nullptr || !copyValue(attribute, quote + 1, run)) return nullptr;
@@ -610,6 +610,7 @@ class ShortFormsParser {
     char *copy = pieces + kAttributeRecordSize;
     copyHalfWide(copy, name);
     copy[length] = '\0';
+    attribute->marks = kStringsTogether;
     attribute->name = copy + prefixSize;
     if (prefixSize != 0) {
       copy[prefixSize - 1] = '\0';
@@ -645,7 +646,7 @@ class ShortFormsParser {
 
   // An attribute whose value is missing.
   [[gnu::noinline]] XmlNode *makeByPieces(const char *name, size_t length, size_t prefixSize) {
-    auto *attribute = reinterpret_cast<XmlNode *>(carvePiece(kAttributeRecordSize));
+    auto *attribute = reinterpret_cast<XmlNode *>(allocate(kAttributeRecordSize));
     if (attribute == nullptr) return nullptr;
     fillAttribute(attribute, handle_, static_cast<uint16_t>(length - prefixSize), open_);
     if (prefixSize != 0) {
@@ -662,7 +663,7 @@ class ShortFormsParser {
   const MarkupMap &map_;
   NamesSeen &names_;
   XmlNode *open_;
-  SessionCarver carver_;
+  SessionAllocator carver_;
   XmlNode *last_;
   const char *leafName_;
   XmlNode *pending_;

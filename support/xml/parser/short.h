@@ -2,10 +2,10 @@
 // whole.
 #pragma once
 
-#include "memory/carver.h"
+#include "memory/session_allocator.h"
 #include "parser/map.h"
 #include "parser/names.h"
-#include "tree/node.h"
+#include "record/node.h"
 
 namespace neb::xml::internal {
 
@@ -18,7 +18,7 @@ struct ShortForms {
   Name leafName;     // of the open element, if it has no child
   bool isContent;    // behind a start tag and perhaps end tags
   XmlMemSession *session;
-  CarvingPlace carving;
+  ArenaCursor carving;
   uint32_t handle;
 
   // In a start tag, whose element is open and has no record pending behind it.

@@ -208,10 +208,10 @@ uint32_t Parser_CopyBufToString(const XmlParser *parser, const char *run, size_t
   if (length > INT32_MAX) return Parser_syntaxError(parser, reasons::kTextTooLong, run);
   const Storage &storage = parser->storage;
   if (isPlain(run, length)) {
-    *string = storage.copyText(run, length);
+    *string = storage.duplicate(run, length);
     return *string != nullptr ? uint32_t{NEB_XML_OK} : Parser_memoryError(parser);
   }
-  auto *decoded = static_cast<char *>(storage.obtain(length + kTerminator));
+  auto *decoded = static_cast<char *>(storage.allocate(length + kTerminator));
   *string = decoded;
   if (decoded == nullptr) return Parser_memoryError(parser);
   Decoder decoder(run, length, decoded, false);
@@ -219,7 +219,7 @@ uint32_t Parser_CopyBufToString(const XmlParser *parser, const char *run, size_t
     decoder.clearRest();
     return NEB_XML_OK;
   }
-  storage.giveBackOwn(decoded);
+  storage.freeUnused(decoded);
   *string = nullptr;
   return Parser_syntaxError(parser, decoder.reason(), decoder.place());
 }

@@ -5,8 +5,8 @@
 
 #include "parser/attribute_set.h"
 #include "parser/names.h"
+#include "record/node.h"
 #include "simd/vector.h"
-#include "tree/node.h"
 
 namespace neb::xml::internal {
 
