@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "neb_xml.h"
-#include "xml/tree/node.h"
+#include "xml/record/node.h"
 
 using namespace neb::xml::internal;
 

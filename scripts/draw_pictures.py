@@ -73,11 +73,11 @@ class Picture:
 
 
 def record():
-    """The node record, as tree/node.h lays it out, and its links."""
+    """The node record, as record/node.h lays it out, and its links."""
     picture = Picture(920, 600, "The node record and its links")
     fields = [(0, 4, "sessionId", "blue"), (4, 4, "marks …", "grey"), (8, 8, "name", "green"),
               (16, 8, "value", "green"), (24, 8, "prefix", "green"), (32, 4, "type …", "grey"),
-              (36, 4, "livedIn", "blue"), (40, 8, "parent", "amber"), (48, 8, "next", "amber"),
+              (36, 4, "boundSession", "blue"), (40, 8, "parent", "amber"), (48, 8, "next", "amber"),
               (56, 8, "prev", "amber"), (64, 8, "firstChild", "amber"),
               (72, 8, "lastChild", "amber"), (80, 8, "firstAttr", "amber"),
               (88, 120, "nameTable: 10 × 12 bytes", "red")]

@@ -8,7 +8,7 @@
 #include "support/page_edge.h"
 #include "support/tables.h"
 #include "support/trees.h"
-#include "xml/tree/node.h"
+#include "xml/record/node.h"
 
 using namespace neb::xml::internal;
 

@@ -14,7 +14,7 @@
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
 #include "xml/memory/session_table.h"
-#include "xml/tree/node.h"
+#include "xml/record/node.h"
 
 using namespace neb::xml::internal;
 

@@ -8,8 +8,9 @@
 
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
+#include "xml/memory/hooks.h"
 #include "xml/memory/session_table.h"
-#include "xml/memory/sessions.h"
+#include "xml/record/node.h"
 
 using namespace neb::xml::internal;
 

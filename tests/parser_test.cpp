@@ -12,8 +12,8 @@
 #include "support/parses.h"
 #include "support/tables.h"
 #include "support/trees.h"
+#include "xml/record/node.h"
 #include "xml/tree/duplicates.h"
-#include "xml/tree/node.h"
 
 using namespace neb::xml::internal;
 

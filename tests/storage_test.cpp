@@ -3,7 +3,7 @@
 
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
-#include "xml/tree/node.h"
+#include "xml/record/node.h"
 
 using namespace neb::xml::internal;
 

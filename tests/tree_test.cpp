@@ -7,7 +7,7 @@
 #include "support/guarded_hooks.h"
 #include "support/tables.h"
 #include "support/trees.h"
-#include "xml/tree/node.h"
+#include "xml/record/node.h"
 
 using namespace neb::xml::internal;
 

@@ -7,7 +7,7 @@
 #include <tuple>
 
 #include "support/trees.h"
-#include "xml/tree/node.h"
+#include "xml/record/node.h"
 
 using namespace neb::xml::internal;
 

@@ -18,7 +18,8 @@
 #include "support/require.h"
 #include "support/tables.h"
 #include "support/trees.h"
-#include "xml/tree/node.h"
+#include "xml/memory/arena.h"
+#include "xml/record/node.h"
 
 using namespace neb::xml::internal;
 
@@ -57,8 +58,8 @@ struct Model {
   bool endsSession = false;
   bool isAlive = true;
   std::array<Text, 3> texts = {};
-  std::vector<std::string> names = {};  // interned in this document
-  std::set<uint32_t> livedIn = {};      // sessions
+  std::vector<std::string> names = {};    // interned in this document
+  std::set<uint32_t> boundSessions = {};  // sessions
   Model *parent = nullptr;
   std::vector<Model *> children = {};
   std::vector<Model *> attributes = {};
@@ -250,8 +251,8 @@ class Machine {
   // A node of the hooks, and those above it, hold something of a session.
   static void settle(Model *model, const std::set<uint32_t> &sessions) {
     for (; model != nullptr && model->session == 0; model = model->parent) {
-      model->livedIn.insert(sessions.begin(), sessions.end());
-      model->livedIn.erase(0);
+      model->boundSessions.insert(sessions.begin(), sessions.end());
+      model->boundSessions.erase(0);
     }
   }
 
@@ -379,7 +380,7 @@ class Machine {
     if (!isRemovable) return;
     unlink(model);
     forTree(model, [&](Model *each) {
-      if (session != 0 && !each->isAttribute()) each->livedIn.insert(session);
+      if (session != 0 && !each->isAttribute()) each->boundSessions.insert(session);
     });
   }
 
@@ -434,7 +435,8 @@ class Machine {
     const bool isSessionDocument = place->type == kDocument && place->session != 0;
     if (asSibling && (place->parent == nullptr || isSessionDocument)) return false;
     if (node->session != 0) return node->session == topmost->session;
-    return node->livedIn.empty() || node->livedIn == std::set<uint32_t>{topmost->session};
+    return node->boundSessions.empty() ||
+           node->boundSessions == std::set<uint32_t>{topmost->session};
   }
 
   void insert(Model *node) {
@@ -610,7 +612,7 @@ class Machine {
     }
     if (!succeeded(result)) return;
     hang(attribute, element);
-    settle(element, attribute->livedIn);
+    settle(element, attribute->boundSessions);
     settle(element, {attribute->session});
   }
 
@@ -737,8 +739,8 @@ class Machine {
     if (model.texts[kName].text) require((node->nameOwned == 0) == model.texts[kName].isInterned);
     if (model.texts[kValue].text) require(node->valueOwned == 1);
     if (model.session != 0 || storageOf(&model) != 0) return;
-    const uint32_t oneOrNone = model.livedIn.empty() ? 0 : *model.livedIn.begin();
-    require(node->livedIn == (model.livedIn.size() > 1 ? kSeveralSessions : oneOrNone));
+    const uint32_t oneOrNone = model.boundSessions.empty() ? 0 : *model.boundSessions.begin();
+    require(node->boundSession == (model.boundSessions.size() > 1 ? kSeveralSessions : oneOrNone));
   }
 
   void checkText(const Model &model, Field field, const char *actual, NodeMark elsewhere) {

@@ -8,7 +8,7 @@
 #include "support/hooks.h"
 #include "support/require.h"
 #include "support/trees.h"
-#include "xml/tree/node.h"
+#include "xml/record/node.h"
 
 using namespace neb::xml::internal;
 

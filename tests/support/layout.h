@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "xml/memory/sessions.h"
+#include "xml/memory/arena.h"
+#include "xml/record/node.h"
 
 namespace layout {
 

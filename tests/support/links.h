@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "xml/tree/node.h"
+#include "xml/record/node.h"
 
 namespace links {
 

@@ -12,8 +12,8 @@ struct BlockIndex {
   BlockIndex *previousTree;  // of a whole tree
   BlockIndex *older;
   BlockIndex *newer;
-  uint32_t blocks;  // in this tree
-  int32_t widest;   // the most room in any of them, the session's last block not counted
+  uint32_t blocks;     // in this tree
+  int32_t largestGap;  // in any of them, the session's last block not counted
 };
 #pragma pack(pop)
 
@@ -25,65 +25,66 @@ BlockIndex *indexOf(XmlMemBlock *block) {
   return reinterpret_cast<BlockIndex *>(dataOf(block) + block->capacity);
 }
 
-int32_t widestOf(const BlockIndex *tree) { return tree == nullptr ? 0 : tree->widest; }
+int32_t largestGapOf(const BlockIndex *tree) { return tree == nullptr ? 0 : tree->largestGap; }
 
-int32_t ownRoom(const XmlMemSession &session, const BlockIndex *tree) {
+int32_t ownGap(const XmlMemSession &session, const BlockIndex *tree) {
   return tree->block == session.lastBlock ? 0 : tree->block->remaining;
 }
 
 void refreshUpwards(const XmlMemSession &session, BlockIndex *tree) {
   for (; tree != nullptr; tree = tree->root) {
-    tree->widest = std::max({ownRoom(session, tree), widestOf(tree->older), widestOf(tree->newer)});
+    tree->largestGap =
+        std::max({ownGap(session, tree), largestGapOf(tree->older), largestGapOf(tree->newer)});
   }
 }
 
-void refreshWidestEarlier(XmlMemSession &session) {
-  int32_t widest = 0;
+void refreshLargestEarlierGap(XmlMemSession &session) {
+  int32_t largest = 0;
   XmlMemBlock *block = session.firstBlock;
   for (uint32_t i = 0; i < kWalkedBlocks && block != session.lastBlock; ++i) {
-    widest = std::max(widest, block->remaining);
+    largest = std::max(largest, block->remaining);
     block = block->nextBlock;
   }
   for (const BlockIndex *tree = session.newestTree; tree != nullptr; tree = tree->previousTree) {
-    widest = std::max(widest, widestOf(tree));
+    largest = std::max(largest, largestGapOf(tree));
   }
-  session.widestEarlier = widest;
+  session.largestEarlierGap = largest;
 }
 
 void addToTrees(XmlMemSession &session, XmlMemBlock *block) {
-  BlockIndex *place = indexOf(block);
-  *place = {};
-  place->block = block;
-  place->blocks = 1;
+  BlockIndex *added = indexOf(block);
+  *added = {};
+  added->block = block;
+  added->blocks = 1;
   BlockIndex *newest = session.newestTree;
   BlockIndex *second = newest == nullptr ? nullptr : newest->previousTree;
   if (second != nullptr && second->blocks == newest->blocks) {
-    place->older = second;
-    place->newer = newest;
-    place->blocks += second->blocks + newest->blocks;
-    place->widest = std::max(widestOf(second), widestOf(newest));
-    place->previousTree = second->previousTree;
-    second->root = place;
-    newest->root = place;
+    added->older = second;
+    added->newer = newest;
+    added->blocks += second->blocks + newest->blocks;
+    added->largestGap = std::max(largestGapOf(second), largestGapOf(newest));
+    added->previousTree = second->previousTree;
+    second->root = added;
+    newest->root = added;
   } else {
-    place->previousTree = newest;
+    added->previousTree = newest;
   }
-  session.newestTree = place;
+  session.newestTree = added;
 }
 
 BlockIndex *oldestTreeWithRoom(const XmlMemSession &session, int32_t size) {
   BlockIndex *oldest = nullptr;
   for (BlockIndex *tree = session.newestTree; tree != nullptr; tree = tree->previousTree) {
-    if (tree->widest >= size) oldest = tree;
+    if (tree->largestGap >= size) oldest = tree;
   }
   return oldest;
 }
 
 BlockIndex *earliestWithRoom(BlockIndex *tree, int32_t size) {
   for (;;) {
-    if (widestOf(tree->older) >= size) {
+    if (largestGapOf(tree->older) >= size) {
       tree = tree->older;
-    } else if (widestOf(tree->newer) >= size) {
+    } else if (largestGapOf(tree->newer) >= size) {
       tree = tree->newer;
     } else {
       return tree;
@@ -128,46 +129,46 @@ void appendBlock(XmlMemSession &session, XmlMemBlock *block) {
   XmlMemBlock *last = session.lastBlock;
   last->nextBlock = block;
   session.lastBlock = block;
-  session.widestEarlier = std::max(session.widestEarlier, last->remaining);
+  session.largestEarlierGap = std::max(session.largestEarlierGap, last->remaining);
   if (session.blockCount > kWalkedBlocks) refreshUpwards(session, indexOf(last));
   ++session.blockCount;
   if (session.blockCount > kWalkedBlocks) addToTrees(session, block);
 }
 
-void *carveFromEarlierBlock(XmlMemSession &session, int32_t size) {
-  if (size > session.widestEarlier) return nullptr;
+void *allocateFromEarlierBlock(XmlMemSession &session, int32_t size) {
+  if (size > session.largestEarlierGap) return nullptr;
   XmlMemBlock *block = earliestBlockWithRoom(session, size);
-  void *piece = carveFromBlock(*block, size);
+  void *allocation = allocateFromBlock(*block, size);
   refreshBlock(session, block);
-  refreshWidestEarlier(session);
-  return piece;
+  refreshLargestEarlierGap(session);
+  return allocation;
 }
 
-OpenHole openHole(const XmlMemSession &session, int32_t size) {
-  OpenHole hole = {earliestBlockWithRoom(session, size), 0, 0};
-  const auto see = [&hole](bool isBefore, int32_t room) {
-    int32_t &widest = isBefore ? hole.before : hole.after;
-    widest = std::max(widest, room);
+OpenGap openGap(const XmlMemSession &session, int32_t size) {
+  OpenGap gap = {earliestBlockWithRoom(session, size), 0, 0};
+  const auto count = [&gap](bool isBefore, int32_t room) {
+    int32_t &largest = isBefore ? gap.largestBefore : gap.largestAfter;
+    largest = std::max(largest, room);
   };
   bool isBefore = true;
   XmlMemBlock *block = session.firstBlock;
   for (uint32_t i = 0; i < kWalkedBlocks && block != session.lastBlock; ++i) {
-    if (block == hole.block) {
+    if (block == gap.block) {
       isBefore = false;
     } else {
-      see(isBefore, block->remaining);
+      count(isBefore, block->remaining);
     }
     block = block->nextBlock;
   }
-  const BlockIndex *tree = nullptr;  // that the hole is in
+  const BlockIndex *tree = nullptr;  // that the gap is in
   if (isBefore) {
-    tree = indexOf(hole.block);
-    see(true, std::max(widestOf(tree->older), widestOf(tree->newer)));
+    tree = indexOf(gap.block);
+    count(true, std::max(largestGapOf(tree->older), largestGapOf(tree->newer)));
     for (; tree->root != nullptr; tree = tree->root) {
       const BlockIndex *root = tree->root;
-      see(false, ownRoom(session, root));
+      count(false, ownGap(session, root));
       const bool isNewer = root->newer == tree;
-      see(isNewer, widestOf(isNewer ? root->older : root->newer));
+      count(isNewer, largestGapOf(isNewer ? root->older : root->newer));
     }
   }
   isBefore = false;
@@ -176,15 +177,16 @@ OpenHole openHole(const XmlMemSession &session, int32_t size) {
     if (other == tree) {
       isBefore = true;
     } else {
-      see(isBefore, other->widest);
+      count(isBefore, other->largestGap);
     }
   }
-  return hole;
+  return gap;
 }
 
-void closeHole(XmlMemSession &session, const OpenHole &hole) {
-  refreshBlock(session, hole.block);
-  session.widestEarlier = std::max({hole.before, int32_t{hole.block->remaining}, hole.after});
+void closeGap(XmlMemSession &session, const OpenGap &gap) {
+  refreshBlock(session, gap.block);
+  session.largestEarlierGap =
+      std::max({gap.largestBefore, int32_t{gap.block->remaining}, gap.largestAfter});
 }
 
 }  // namespace neb::xml::internal

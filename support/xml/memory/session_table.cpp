@@ -1,24 +1,26 @@
 #include "memory/session_table.h"
 
+#include "memory/hooks.h"
+
 namespace neb::xml::internal {
 
 namespace {
 
-constexpr uint32_t kFirstLevelPlaces = 64;
+constexpr uint32_t kFirstLevelEntries = 64;
 constexpr unsigned kLevels = 20;       // each twice as large as the one before
 constexpr unsigned kHandlesTried = 8;  // before a level counts as full
 constexpr uint32_t kClosed = uint32_t{1} << 31;
 
 // One word counts the sessions open in a level and the lookups that are under way in it. A level
 // that nobody uses can be closed, and then is entered by nobody until it is open again. So its
-// places are freed without waiting for anyone: a thread that is held up in here, or that a fork has
+// entries are freed without waiting for anyone: a thread that is held up in here, or that a fork has
 // left behind, holds nobody up.
 struct Level {
-  std::atomic<XmlMemSession *> places;
+  std::atomic<XmlMemSession *> entries;
   std::atomic<uint32_t> users;
 };
 
-alignas(kCacheLine) constinit XmlMemSession g_firstLevel[kFirstLevelPlaces] = {};
+alignas(kCacheLine) constinit XmlMemSession g_firstLevel[kFirstLevelEntries] = {};
 constinit Level g_levels[kLevels] = {};  // the first entry stays unused
 constinit std::atomic<unsigned> g_levelsEnd{1};
 constinit std::atomic<uint32_t> g_openInLevels{0};
@@ -32,19 +34,19 @@ uint32_t nextHandle() {
   return handle;
 }
 
-constexpr uint32_t placesOf(unsigned level) { return kFirstLevelPlaces << level; }
+constexpr uint32_t entriesOf(unsigned level) { return kFirstLevelEntries << level; }
 
-XmlMemSession &placeIn(XmlMemSession *places, unsigned level, uint32_t handle) {
-  return places[handle & (placesOf(level) - 1)];
+XmlMemSession &entryIn(XmlMemSession *entries, unsigned level, uint32_t handle) {
+  return entries[handle & (entriesOf(level) - 1)];
 }
 
 // Whoever uses the level now will find it unused, and come here in turn.
 void freeUnlessUsed(Level &level) {
   uint32_t unused = 0;
   if (!level.users.compare_exchange_strong(unused, kClosed)) return;
-  XmlMemSession *places = level.places.exchange(nullptr);
+  XmlMemSession *entries = level.entries.exchange(nullptr);
   level.users.fetch_sub(kClosed);
-  XML_Free(nullptr, places);
+  freeOnHeap(entries);
 }
 
 // Frees unused levels, but for one while other levels are in use, lest a program that opens and
@@ -54,7 +56,7 @@ void freeUnusedLevels() {
   const unsigned end = g_levelsEnd.load();
   for (unsigned level = 1; level < end; ++level) {
     Level &unused = g_levels[level];
-    if (unused.places.load() == nullptr || unused.users.load() != 0) continue;
+    if (unused.entries.load() == nullptr || unused.users.load() != 0) continue;
     if (!keepsOne) freeUnlessUsed(unused);
     keepsOne = false;
   }
@@ -64,7 +66,7 @@ void leave(Level &level) {
   if (level.users.fetch_sub(1) == 1) freeUnusedLevels();
 }
 
-// Keeps a level in place while its places are looked at.
+// Keeps a level alive while its entries are looked at.
 class Visit {
  public:
   explicit Visit(Level &level) : level_(level) {
@@ -77,12 +79,12 @@ class Visit {
   Visit &operator=(const Visit &) = delete;
 
   // Null where the level has none.
-  XmlMemSession *places() const { return isClosed_ ? nullptr : level_.places.load(); }
+  XmlMemSession *entries() const { return isClosed_ ? nullptr : level_.entries.load(); }
 
-  // False if the level has got other places meanwhile, or is closed.
-  bool providePlaces(XmlMemSession *places) {
+  // False if the level has got other entries meanwhile, or is closed.
+  bool provideEntries(XmlMemSession *entries) {
     XmlMemSession *none = nullptr;
-    return !isClosed_ && level_.places.compare_exchange_strong(none, places);
+    return !isClosed_ && level_.entries.compare_exchange_strong(none, entries);
   }
 
   // For a session that is open from now on.
@@ -95,17 +97,17 @@ class Visit {
 };
 
 XmlMemSession *findInLevel(unsigned level, uint32_t handle) {
-  if (g_levels[level].places.load() == nullptr) return nullptr;
+  if (g_levels[level].entries.load() == nullptr) return nullptr;
   const Visit visit(g_levels[level]);
-  XmlMemSession *places = visit.places();
-  if (places == nullptr) return nullptr;
-  XmlMemSession &place = placeIn(places, level, handle);
-  return place.handle.load(std::memory_order_acquire) == handle ? &place : nullptr;
+  XmlMemSession *entries = visit.entries();
+  if (entries == nullptr) return nullptr;
+  XmlMemSession &entry = entryIn(entries, level, handle);
+  return entry.handle.load(std::memory_order_acquire) == handle ? &entry : nullptr;
 }
 
-bool claim(XmlMemSession &place, uint32_t handle) {
+bool claim(XmlMemSession &entry, uint32_t handle) {
   uint32_t free = 0;
-  return place.handle.compare_exchange_strong(free, handle, std::memory_order_acq_rel);
+  return entry.handle.compare_exchange_strong(free, handle, std::memory_order_acq_rel);
 }
 
 uint32_t unusedHandle() {
@@ -117,30 +119,30 @@ uint32_t unusedHandle() {
 XmlMemSession *openInFirstLevel() {
   for (unsigned tried = 0; tried < kHandlesTried; ++tried) {
     const uint32_t handle = unusedHandle();
-    XmlMemSession &place = placeIn(g_firstLevel, 0, handle);
-    if (claim(place, handle)) return &place;
+    XmlMemSession &entry = entryIn(g_firstLevel, 0, handle);
+    if (claim(entry, handle)) return &entry;
   }
   return nullptr;
 }
 
 XmlMemSession *openIn(Visit &visit, unsigned level, uint32_t handle) {
-  XmlMemSession *places = visit.places();
-  if (places == nullptr) return nullptr;
-  XmlMemSession &place = placeIn(places, level, handle);
-  if (!claim(place, handle)) return nullptr;
-  place.tableLevel = static_cast<uint8_t>(level);
+  XmlMemSession *entries = visit.entries();
+  if (entries == nullptr) return nullptr;
+  XmlMemSession &entry = entryIn(entries, level, handle);
+  if (!claim(entry, handle)) return nullptr;
+  entry.tableLevel = static_cast<uint8_t>(level);
   g_openInLevels.fetch_add(1);
   visit.stay();
-  return &place;
+  return &entry;
 }
 
 XmlMemSession *openInExistingLevels() {
   for (unsigned tried = 0; tried < kHandlesTried; ++tried) {
     const uint32_t handle = unusedHandle();
     for (unsigned level = g_levelsEnd.load() - 1; level > 0; --level) {
-      if (g_levels[level].places.load() == nullptr) continue;
+      if (g_levels[level].entries.load() == nullptr) continue;
       Visit visit(g_levels[level]);
-      if (XmlMemSession *place = openIn(visit, level, handle)) return place;
+      if (XmlMemSession *entry = openIn(visit, level, handle)) return entry;
     }
   }
   return nullptr;
@@ -152,14 +154,14 @@ void extendLookups(unsigned level) {
   }
 }
 
-bool canGetPlaces(const Level &level) {
-  return level.places.load() == nullptr && (level.users.load() & kClosed) == 0;
+bool canGetEntries(const Level &level) {
+  return level.entries.load() == nullptr && (level.users.load() & kClosed) == 0;
 }
 
-// The smallest level that has no places; kLevels if there is none.
+// The smallest level that has no entries; kLevels if there is none.
 unsigned missingLevel() {
   unsigned level = 1;
-  while (level < kLevels && !canGetPlaces(g_levels[level])) ++level;
+  while (level < kLevels && !canGetEntries(g_levels[level])) ++level;
   return level;
 }
 
@@ -167,13 +169,13 @@ unsigned missingLevel() {
 // set when there is no memory for another level.
 XmlMemSession *openInNewLevel(bool *isFull) {
   const unsigned level = missingLevel();
-  void *memory = level < kLevels ? XML_Calloc(placesOf(level), sizeof(XmlMemSession)) : nullptr;
+  void *memory = level < kLevels ? XML_Calloc(entriesOf(level), sizeof(XmlMemSession)) : nullptr;
   *isFull = memory == nullptr;
   if (*isFull) return nullptr;
-  auto *places = static_cast<XmlMemSession *>(memory);
+  auto *entries = static_cast<XmlMemSession *>(memory);
   Visit visit(g_levels[level]);
-  if (!visit.providePlaces(places)) {
-    XML_Free(nullptr, places);
+  if (!visit.provideEntries(entries)) {
+    freeOnHeap(entries);
     return nullptr;
   }
   extendLookups(level);
@@ -184,8 +186,8 @@ XmlMemSession *openInNewLevel(bool *isFull) {
 
 XmlMemSession *findSession(uint32_t handle) {
   if (handle == 0) return nullptr;
-  XmlMemSession &place = placeIn(g_firstLevel, 0, handle);
-  if (place.handle.load(std::memory_order_acquire) == handle) return &place;
+  XmlMemSession &entry = entryIn(g_firstLevel, 0, handle);
+  if (entry.handle.load(std::memory_order_acquire) == handle) return &entry;
   const unsigned end = g_levelsEnd.load(std::memory_order_acquire);
   for (unsigned level = 1; level < end; ++level) {
     if (XmlMemSession *found = findInLevel(level, handle)) return found;
@@ -193,27 +195,27 @@ XmlMemSession *findSession(uint32_t handle) {
   return nullptr;
 }
 
-XmlMemSession *openPlace() {
-  XmlMemSession *place = openInFirstLevel();
+XmlMemSession *openSession() {
+  XmlMemSession *entry = openInFirstLevel();
   bool isFull = false;
-  while (place == nullptr && !isFull) {
-    place = openInExistingLevels();
-    if (place == nullptr) place = openInNewLevel(&isFull);
+  while (entry == nullptr && !isFull) {
+    entry = openInExistingLevels();
+    if (entry == nullptr) entry = openInNewLevel(&isFull);
   }
-  return place;
+  return entry;
 }
 
-void closePlace(XmlMemSession &session) {
+void closeSession(XmlMemSession &session) {
   const unsigned level = session.tableLevel;
   session.blockCount = 0;
   session.firstBlock = nullptr;
   session.lastBlock = nullptr;
   session.newestTree = nullptr;
-  session.widestEarlier = 0;
+  session.largestEarlierGap = 0;
   session.tableLevel = 0;
   session.hasDocument = false;
-  session.ties = nullptr;
-  session.keptTexts = nullptr;
+  session.crossReferences = nullptr;
+  session.keptStrings = nullptr;
   session.keptAttributes = nullptr;
   session.handle.store(0, std::memory_order_release);
   if (level == 0) return;

@@ -2,9 +2,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "neb_xml.h"
+#include "memory/hooks.h"
 #include "platform/bounded_memory.h"
-#include "tree/node.h"
 
 namespace neb::xml::internal {
 
@@ -33,18 +32,18 @@ uint64_t capacityFor(const XmlMemBuf &buffer, uint32_t wanted) {
   return uint64_t{wanted} + buffer.growStep;
 }
 
-char *obtainStorage(uint64_t capacity) {
-  return static_cast<char *>(XML_Malloc(nullptr, capacity + kTerminator));
+char *allocateData(uint64_t capacity) {
+  return static_cast<char *>(allocateOnHeap(capacity + kTerminator));
 }
 
 // Makes room for a wanted length; the content is kept when that is not below the present length.
 uint32_t XML_MembufSetSize(XmlMemBuf *buffer, uint32_t wanted) {
   uint64_t capacity = capacityFor(*buffer, wanted);
   if (capacity == buffer->capacity) return NEB_XML_OK;
-  char *data = fits32Bits(capacity) ? obtainStorage(capacity) : nullptr;
+  char *data = fits32Bits(capacity) ? allocateData(capacity) : nullptr;
   if (data == nullptr) {
     capacity = wanted;
-    data = obtainStorage(capacity);
+    data = allocateData(capacity);
   }
   if (data == nullptr) return NEB_XML_ERR_NO_MEMORY;
   if (buffer->data != nullptr) {
@@ -53,7 +52,7 @@ uint32_t XML_MembufSetSize(XmlMemBuf *buffer, uint32_t wanted) {
       platform::memcpy_s(data, capacity + kTerminator, buffer->data,
                          buffer->capacity + kTerminator);
     }
-    XML_Free(nullptr, buffer->data);
+    freeOnHeap(buffer->data);
   }
   buffer->data = data;
   buffer->capacity = static_cast<uint32_t>(capacity);
@@ -64,7 +63,7 @@ uint32_t assign(XmlMemBuf *buffer, const char *bytes, size_t count) {
   if (!fits32Bits(count)) return NEB_XML_ERR_NO_MEMORY;
   const uint32_t result = XML_MembufSetSize(buffer, static_cast<uint32_t>(count));
   if (result != NEB_XML_OK) return result;
-  if (buffer->data == nullptr) return NEB_XML_OK;  // nothing assigned to a buffer without storage
+  if (buffer->data == nullptr) return NEB_XML_OK;  // nothing assigned to a buffer without data
   platform::memcpy_s(buffer->data, buffer->capacity, bytes, count);
   buffer->data[count] = '\0';
   buffer->length = static_cast<uint32_t>(count);
@@ -76,10 +75,10 @@ uint32_t insert(XmlMemBuf *buffer, const char *bytes, size_t count, uint32_t pos
   if (!fits32Bits(length + uint64_t{count})) return NEB_XML_ERR_NO_MEMORY;
   const uint32_t result = XML_MembufSetSize(buffer, static_cast<uint32_t>(length + count));
   if (result != NEB_XML_OK) return result;
-  char *place = buffer->data + position;
+  char *gap = buffer->data + position;
   const size_t room = buffer->capacity - position;
-  platform::memmove_s(place + count, room - count, place, length - position);
-  platform::memcpy_s(place, room, bytes, count);
+  platform::memmove_s(gap + count, room - count, gap, length - position);
+  platform::memcpy_s(gap, room, bytes, count);
   buffer->length = static_cast<uint32_t>(length + count);
   buffer->data[buffer->length] = '\0';
   return NEB_XML_OK;
@@ -97,7 +96,7 @@ void XML_MembufInit(XmlMemBuf *buffer) {
 
 void XML_MembufDestroy(XmlMemBuf *buffer) {
   if (buffer == nullptr) return;
-  XML_Free(nullptr, buffer->data);
+  freeOnHeap(buffer->data);
   *buffer = kEmptyBuffer;
 }
 
@@ -133,6 +132,6 @@ uint32_t XML_MemBufInsert(XmlMemBuf *buffer, const char *bytes, uint32_t count, 
 
 uint32_t XML_MemBufAppendStr(XmlMemBuf *buffer, const char *text) {
   if (buffer == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  if (isMissing(text)) return NEB_XML_OK;
+  if (text == nullptr || *text == '\0') return NEB_XML_OK;
   return insert(buffer, text, std::strlen(text), buffer->length);
 }

@@ -1,8 +1,8 @@
 // Where the records and strings of a parse come from, resolved once for the whole parse.
 #pragma once
 
-#include "memory/carver.h"
-#include "memory/sessions.h"
+#include "memory/session_allocator.h"
+#include "ownership/storage.h"
 
 namespace neb::xml::internal {
 
@@ -10,7 +10,7 @@ namespace neb::xml::internal {
 class ArenaAllocation {
  public:
   explicit ArenaAllocation(const Storage &storage)
-      : carver_(*storage.session()), handle_(storage.handle()) {}
+      : allocator_(*storage.session()), handle_(storage.handle()) {}
 
   static constexpr bool kIsArena = true;
   uint32_t handle() const { return handle_; }
@@ -18,23 +18,23 @@ class ArenaAllocation {
   // What lies back to back in the last block, with room for whole vectors behind; null, and nothing
   // is allocated, where the single allocations would not lie so.
   char *allocateTogether(size_t smallest, size_t total) {
-    return carver_.carveTogether(smallest, total);
+    return allocator_.allocateTogether(smallest, total);
   }
 
   // Without a call where the last block or the open gap has room; null says nothing.
-  char *tryAllocate(size_t size) { return carver_.carveOne(static_cast<ptrdiff_t>(size)); }
+  char *tryAllocate(size_t size) { return allocator_.allocateOne(static_cast<ptrdiff_t>(size)); }
 
   // Null if memory runs out.
-  char *allocate(size_t size) { return carver_.carvePiece(size); }
+  char *allocate(size_t size) { return allocator_.allocate(size); }
 
   // A session keeps what it gave.
   static void free(void * /*memory*/) {}
 
   // Hands the session back to others.
-  void save() { carver_.save(); }
+  void save() { allocator_.save(); }
 
  private:
-  SessionCarver carver_;
+  SessionAllocator allocator_;
   uint32_t handle_;
 };
 

@@ -12,7 +12,7 @@
 #include "parser/markup.h"
 #include "parser/reasons.h"
 #include "simd/vector.h"
-#include "tree/node_records.h"
+#include "record/node_records.h"
 
 namespace neb::xml::internal {
 
@@ -182,6 +182,7 @@ class TreeBuilder {
     XmlNode *attribute = recordAt(memory);
     fillAttribute(attribute, allocation_.handle(), static_cast<uint16_t>(length - prefixSize),
                   open_);
+    attribute->marks = kStringsTogether;
     char *copy = memory + kAttributeRecordSize;
     copyHalfWide(copy, name);
     copy[length] = '\0';

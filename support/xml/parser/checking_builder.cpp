@@ -7,7 +7,7 @@
 #include "parser/copying.h"
 #include "parser/decoder.h"
 #include "parser/reasons.h"
-#include "tree/hooks.h"
+#include "memory/hooks.h"
 #include "tree/nodes.h"
 
 namespace neb::xml::internal {

@@ -3,7 +3,7 @@
 
 #include "tree/duplicates.h"
 #include "parser/markup.h"
-#include "tree/node.h"
+#include "record/node.h"
 
 namespace neb::xml::internal {
 

@@ -4,7 +4,7 @@
 #include <bit>
 #include <cstring>
 
-#include "memory/carver.h"
+#include "memory/session_allocator.h"
 #include "parser/markup.h"
 #include "tree/references.h"
 
@@ -13,7 +13,7 @@ namespace neb::xml::internal {
 inline constexpr size_t kTerminator = 1;
 
 // Short runs are copied whole. So there must be this much of the document behind the run.
-inline constexpr size_t kWidestCopy = CarvingPlace::kSlack;
+inline constexpr size_t kWidestCopy = ArenaCursor::kSlack;
 
 // Names are copied and compared with one or two vectors.
 inline constexpr size_t kLongestShortName = kWidestCopy / 2 - kTerminator;

@@ -14,8 +14,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "tree/hooks.h"
-#include "tree/node.h"
+#include "memory/hooks.h"
+#include "record/node.h"
 
 namespace neb::xml::internal {
 

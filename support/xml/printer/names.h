@@ -4,9 +4,9 @@
 #include <algorithm>
 
 #include "kernels/byte_sets.h"
+#include "record/node.h"
 #include "simd/vector.h"
 #include "tree/duplicates.h"
-#include "tree/node.h"
 
 namespace neb::xml::internal {
 

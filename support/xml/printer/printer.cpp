@@ -10,7 +10,7 @@
 #include "printer/escaping.h"
 #include "printer/names.h"
 #include "printer/printed_text.h"
-#include "tree/node_strings.h"
+#include "record/node_strings.h"
 
 namespace neb::xml::internal {
 

@@ -3,21 +3,26 @@
 
 #include <cstring>
 
+#include "ownership/bound_session.h"
+#include "ownership/cross_references.h"
+#include "ownership/kept.h"
+#include "ownership/release.h"
+#include "ownership/strings.h"
+#include "record/links.h"
 #include "tree/names.h"
 #include "tree/nodes.h"
-#include "tree/release.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
-bool sameText(const char *a, const char *b) {
+bool sameString(const char *a, const char *b) {
   if (a == b) return true;
   return a != nullptr && b != nullptr && std::strcmp(a, b) == 0;
 }
 
 bool isNamed(const XmlNode *attribute, const char *prefix, const char *name) {
-  return sameText(name, attribute->name) && sameText(prefix, attribute->prefix);
+  return sameString(name, attribute->name) && sameString(prefix, attribute->prefix);
 }
 
 const char *noneIfEmpty(const char *text) { return isMissing(text) ? nullptr : text; }
@@ -54,7 +59,7 @@ XmlNode *xmlGetAttr(const XmlNode *element, const char *prefix, const char *name
   return attribute;
 }
 
-bool wouldRepeatAttribute(const XmlNode *node, const char *prefix, const char *name) {
+bool wouldDuplicateAttribute(const XmlNode *node, const char *prefix, const char *name) {
   const bool isRenamed = prefix != nullptr || name != nullptr;
   if (!isRenamed || !isAttribute(node) || node->parent == nullptr) return false;
   const char *newPrefix = prefix != nullptr ? noneIfEmpty(prefix) : node->prefix;
@@ -163,8 +168,9 @@ uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNode *element) {
   if (xmlGetAttr(element, attribute->prefix, attribute->name) != nullptr) {
     return NEB_XML_ERR_ALREADY_EXISTS;
   }
-  if (!tieChild(attribute, element)) return NEB_XML_ERR_NO_MEMORY;
-  settleIn(element, isOfHook(attribute) ? uint32_t{attribute->livedIn} : attribute->sessionId);
+  if (!noteLink(attribute, element)) return NEB_XML_ERR_NO_MEMORY;
+  bindToSession(element,
+                isOnHeap(attribute) ? uint32_t{attribute->boundSession} : attribute->sessionId);
   appendAttribute(attribute, element);
   return NEB_XML_OK;
 }
@@ -194,9 +200,9 @@ uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, const char *na
   if (attribute == nullptr) return NEB_XML_ERR_NOT_FOUND;
   const Storage storage = Storage::of(element);
   unlinkAttribute(attribute);
-  if (storage.isHook()) {
+  if (storage.isHeap()) {
     releaseSingle(attribute, storage);
-  } else if (isOfHook(attribute)) {
+  } else if (isOnHeap(attribute)) {
     keepAttribute(*storage.session(), attribute);
   }
   return NEB_XML_OK;

@@ -2,20 +2,18 @@
 #include <algorithm>
 #include <cstring>
 
-#include "memory/carver.h"
-#include "memory/sessions.h"
-#include "neb_xml.h"
-#include "tree/node_records.h"
-#include "tree/node_strings.h"
+#include "memory/session_allocator.h"
+#include "ownership/release.h"
+#include "record/node_records.h"
+#include "record/node_strings.h"
 #include "tree/nodes.h"
-#include "tree/release.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
-// Where a copy goes: the storage of the source's tree, or for a document that owns a session a
-// session of its own.
+// The storage of a copy: that of the source's tree, or for a document that owns a session a session
+// of its own.
 bool storageForCopy(const XmlNode *source, const XmlNode *topmost, Storage *storage) {
   if (!ownsSession(source)) {
     *storage = Storage::ofTopmost(topmost);
@@ -33,7 +31,7 @@ uint32_t typeOfCopy(const XmlNode *source, bool documentsBecomeElements) {
   return static_cast<uint32_t>(source->type);
 }
 
-// Makes records of the hook.
+// Makes records on the heap.
 class HookCopier {
  public:
   XmlNode *copyRecord(const XmlNode *source, uint32_t type) const {
@@ -55,32 +53,37 @@ class HookCopier {
 // Makes records of a session, each together with its strings where they fit.
 class SessionCopier {
  public:
-  SessionCopier(const Storage &storage) : carver_(*storage.session()), handle_(storage.handle()) {}
-  ~SessionCopier() { carver_.save(); }
+  SessionCopier(const Storage &storage)
+      : allocator_(*storage.session()), handle_(storage.handle()) {}
+  ~SessionCopier() { allocator_.save(); }
   SessionCopier(const SessionCopier &) = delete;
   SessionCopier &operator=(const SessionCopier &) = delete;
 
   XmlNode *copyRecord(const XmlNode *source, uint32_t type) {
-    if (type == NEB_XML_NODE_ATTRIBUTE) {
-      if (XmlNode *copy = copyAsItLies(source)) return copy;
+    if ((source->marks & kStringsTogether) != 0) {
+      if (XmlNode *copy = copyTogether(source)) return copy;
     }
     const Strings strings(source);
     const size_t size = recordSize(type);
-    char *pieces = carver_.carveTogether(std::min(size, strings.smallest()), size + strings.all());
-    auto *copy = reinterpret_cast<XmlNode *>(pieces != nullptr ? pieces : carver_.carvePiece(size));
-    if (copy == nullptr) return nullptr;
+    char *together =
+        allocator_.allocateTogether(std::min(size, strings.smallest()), size + strings.all());
+    char *record = together != nullptr ? together : allocator_.allocate(size);
+    if (record == nullptr) return nullptr;
+    auto *copy = reinterpret_cast<XmlNode *>(record);
     fillRecord(copy, static_cast<int8_t>(type), handle_, notedNameLength(strings.name));
     fillRest(copy, type, strings);
-    if (pieces == nullptr) return copyStrings(source, strings, copy) ? copy : nullptr;
+    if (together == nullptr) return copyStrings(source, strings, copy) ? copy : nullptr;
     const bool hasBytesBefore = hasBytesBeforeStrings(source);
-    char *text = pieces + size;
-    copy->prefix = place(source->prefix, strings.prefix, hasBytesBefore, &text);
-    copy->name = place(source->name, strings.name, hasBytesBefore, &text);
-    copy->value = place(source->value, strings.value, hasBytesBefore, &text);
+    char *next = together + size;
+    copy->prefix = append(source->prefix, strings.prefix, hasBytesBefore, &next);
+    copy->name = append(source->name, strings.name, hasBytesBefore, &next);
+    copy->value = append(source->value, strings.value, hasBytesBefore, &next);
+    const bool isNoted = copy->nameLength != 0 && copy->valueSize > 1;
+    if (type == NEB_XML_NODE_ATTRIBUTE && isNoted) copy->marks = kStringsTogether;
     return copy;
   }
 
-  // A session keeps what it gave.
+  // The session frees it.
   static void release(XmlNode * /*copy*/) {}
 
  private:
@@ -103,46 +106,27 @@ class SessionCopier {
     static size_t sizeOf(size_t length) { return length != 0 ? length + 1 : 0; }
   };
 
-  // An attribute in one go, if its strings lie behind its record, as the parser leaves them, and the
-  // copies would lie so too; else null.
-  XmlNode *copyAsItLies(const XmlNode *source) {
-    const char *begin = reinterpret_cast<const char *>(source);
-    const char *strings = begin + kAttributeRecordSize;
-    const char *first = source->prefix != nullptr ? source->prefix : source->name;
+  // An attribute whose strings are together, by one copy of all, if the copies would be together too;
+  // else null.
+  XmlNode *copyTogether(const XmlNode *source) {
+    const char *strings = reinterpret_cast<const char *>(source) + kAttributeRecordSize;
+    const auto prefixSize = static_cast<size_t>(source->name - strings);
     const size_t nameSize = source->nameLength + size_t{1};
     const size_t valueSize = source->valueSize;
-    const bool liesTogether = first == strings && hasNotedNameLength(source) && valueSize > 1 &&
-                              source->value == source->name + nameSize;
-    if (!liesTogether) return nullptr;
-    const auto prefixSize = static_cast<size_t>(source->name - strings);
     size_t smallest = std::min({kAttributeRecordSize, nameSize, valueSize});
-    if (source->prefix != nullptr) {
-      if (!isPrefix(source->name, prefixSize)) return nullptr;
-      smallest = std::min(smallest, prefixSize);
-    }
+    if (prefixSize != 0) smallest = std::min(smallest, prefixSize);
     const size_t size = kAttributeRecordSize + prefixSize + nameSize + valueSize;
-    char *pieces = carver_.carveTogether(smallest, size);
-    if (pieces == nullptr) return nullptr;
-    internal::copyString(pieces, begin, size);
-    auto *copy = reinterpret_cast<XmlNode *>(pieces);
+    char *together = allocator_.allocateTogether(smallest, size);
+    if (together == nullptr) return nullptr;
+    internal::copyString(together, reinterpret_cast<const char *>(source), size);
+    auto *copy = reinterpret_cast<XmlNode *>(together);
     copy->sessionId = handle_;
-    copy->marks = 0;
-    copy->nameOwned = 1;
-    copy->valueOwned = 1;
-    copy->livedIn = 0;
-    if (source->prefix != nullptr) copy->prefix = pieces + kAttributeRecordSize;
-    copy->name = pieces + kAttributeRecordSize + prefixSize;
+    copy->marks = kStringsTogether;
+    if (prefixSize != 0) copy->prefix = together + kAttributeRecordSize;
+    copy->name = together + kAttributeRecordSize + prefixSize;
     copy->value = copy->name + nameSize;
     copy->next = nullptr;
     return copy;
-  }
-
-  // Whether a string of so many bytes, with its terminator, fills the place between a record and the
-  // name of the node. Strings longer than a vector are not looked at.
-  static bool isPrefix(const char *name, size_t size) {
-    if (size < 2 || size > kVectorSize) return false;
-    const uint64_t zeros = bitsOf(loadVector(name - kVectorSize) == 0);
-    return zeros >> (kVectorSize - size) == uint64_t{1} << (size - 1);
   }
 
   // What the two kinds of nodes do not share, and no strings.
@@ -161,8 +145,8 @@ class SessionCopier {
     std::memset(copy->nameTable, 0, sizeof copy->nameTable);
   }
 
-  // Copies a string to the next place in pieces that were carved together.
-  static char *place(const char *text, size_t length, bool hasBytesBefore, char **next) {
+  // Copies a string behind what has been copied into one allocation.
+  static char *append(const char *text, size_t length, bool hasBytesBefore, char **next) {
     if (length == 0) return nullptr;
     char *copy = *next;
     char *end = copyString(copy, text, length, hasBytesBefore);
@@ -186,12 +170,12 @@ class SessionCopier {
 
   bool copyAlone(const char *text, size_t length, char **copy) {
     if (length == 0) return true;
-    *copy = carver_.carvePiece(length + 1);
+    *copy = allocator_.allocate(length + 1);
     if (*copy != nullptr) std::memcpy(*copy, text, length + 1);
     return *copy != nullptr;
   }
 
-  SessionCarver carver_;
+  SessionAllocator allocator_;
   uint32_t handle_;
 };
 
@@ -277,7 +261,7 @@ XmlNode *copyWith(Copier *copier, const Copying &copying) {
 }
 
 XmlNode *copyInto(const Storage &storage, const Copying &copying) {
-  if (storage.isHook()) {
+  if (storage.isHeap()) {
     HookCopier copier;
     return copyWith(&copier, copying);
   }

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "tree/node.h"
+#include "record/node.h"
 
 namespace neb::xml::internal {
 

@@ -1,8 +1,7 @@
-// Hanging a detached node into a tree.
-#include "memory/sessions.h"
-#include "neb_xml.h"
+// Inserting a detached node into a tree.
+#include "ownership/cross_references.h"
+#include "record/node.h"
 #include "tree/names.h"
-#include "tree/node.h"
 
 namespace neb::xml::internal {
 
@@ -16,16 +15,16 @@ bool canHaveChildren(const XmlNode *node) {
   return node->type == NEB_XML_NODE_ELEMENT || node->type == NEB_XML_NODE_DOCUMENT;
 }
 
-// A node stays within the session that its storage comes from, or may come from.
+// A node stays in the trees of the session that it, or a string or node of its own, may be of.
 bool storageAllows(const XmlNode *node, const XmlNode *topmost) {
-  if (!isOfHook(node)) return node->sessionId == topmost->sessionId;
-  return node->livedIn == 0 || node->livedIn == topmost->sessionId;
+  if (!isOnHeap(node)) return node->sessionId == topmost->sessionId;
+  return node->boundSession == 0 || node->boundSession == topmost->sessionId;
 }
 
 // The destination tree's topmost node, or null when the node may not be inserted there.
-XmlNode *destinationFor(XmlNode *place, const XmlNode *node) {
+XmlNode *destinationFor(XmlNode *destination, const XmlNode *node) {
   if (!isDetached(node)) return nullptr;
-  XmlNode *topmost = topmostNode(place);
+  XmlNode *topmost = topmostNode(destination);
   if (topmost == nullptr || topmost == node || !storageAllows(node, topmost)) return nullptr;
   return topmost;
 }
@@ -40,7 +39,7 @@ XmlNode *siblingDestination(XmlNode *sibling, const XmlNode *node) {
   if (sibling == node || sibling == nullptr || node == nullptr) return nullptr;
   if (isAttribute(sibling) || isAttribute(node)) return nullptr;
   if (isSessionDocument(sibling) || node->isDocument == 1) return nullptr;
-  // Beside a parentless node a chain would arise that has no topmost node.
+  // Beside a node without a parent there would be a chain without a topmost node.
   if (sibling->parent == nullptr) return nullptr;
   return destinationFor(sibling, node);
 }
@@ -63,7 +62,7 @@ void link(XmlNode *parent, XmlNode *before, XmlNode *after, XmlNode *node) {
 }
 
 uint32_t insert(XmlNode *topmost, XmlNode *parent, XmlNode *before, XmlNode *after, XmlNode *node) {
-  if (!tieChild(node, parent)) return NEB_XML_ERR_INVALID_PARAM;
+  if (!noteLink(node, parent)) return NEB_XML_ERR_INVALID_PARAM;
   link(parent, before, after, node);
   internName(node, topmost);
   return NEB_XML_OK;

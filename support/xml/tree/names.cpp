@@ -2,10 +2,11 @@
 
 #include <cstring>
 
+#include "ownership/bound_session.h"
+#include "ownership/name_holders.h"
+#include "ownership/strings.h"
 #include "platform/bounded_memory.h"
 #include "platform/os_adapter.h"
-#include "tree/name_holders.h"
-#include "tree/release.h"
 
 namespace neb::xml::internal {
 
@@ -28,9 +29,9 @@ size_t slotFor(XmlNode *document, const char *name) {
   return kNameTableSlots;
 }
 
-// A record of another session than the document's may stay when the document goes.
+// A record of another session than the document's may outlive the document.
 bool mayPointInto(const XmlNode *document, const XmlNode *node) {
-  return isOfHook(node) || node->sessionId == document->sessionId;
+  return isOnHeap(node) || node->sessionId == document->sessionId;
 }
 
 }  // namespace
@@ -43,11 +44,11 @@ void internName(XmlNode *node, XmlNode *topmost) {
   if (slot == kNameTableSlots) return;
   dropString(node, StringField::name, Storage::ofTopmost(topmost));
   node->nameOwned = 0;
-  if (isOfHook(topmost)) {
+  if (isOnHeap(topmost)) {
     holdSlot(node, topmost, slot);
   } else {
     node->name = topmost->nameTable[slot];
-    settleIn(node, topmost->sessionId);
+    bindToSession(node, topmost->sessionId);
   }
 }
 

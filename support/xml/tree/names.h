@@ -1,8 +1,7 @@
 // The document's table of short names that its nodes share.
 #pragma once
 
-#include "memory/sessions.h"
-#include "tree/node.h"
+#include "record/node.h"
 
 namespace neb::xml::internal {
 

@@ -1,6 +1,6 @@
 // Reading links and fields of nodes.
 #include "neb_xml.h"
-#include "tree/node.h"
+#include "record/node.h"
 
 using namespace neb::xml::internal;
 

@@ -1,12 +1,16 @@
-// Creation, change and release of nodes.
+// Creating, changing and freeing nodes.
 #include "tree/nodes.h"
 
 #include <cstring>
 
+#include "ownership/bound_session.h"
+#include "ownership/cross_references.h"
+#include "ownership/name_holders.h"
+#include "ownership/release.h"
+#include "ownership/strings.h"
 #include "platform/bounded_memory.h"
+#include "record/links.h"
 #include "tree/attributes.h"
-#include "tree/name_holders.h"
-#include "tree/release.h"
 
 namespace neb::xml::internal {
 
@@ -19,31 +23,31 @@ struct StringCopies {
   char *value = nullptr;
 };
 
-void giveBackCopies(const Storage &storage, const StringCopies &copies) {
-  if (copies.prefix != nullptr) storage.giveBackOwn(copies.prefix);
-  if (copies.name != nullptr) storage.giveBackOwn(copies.name);
-  if (copies.value != nullptr) storage.giveBackOwn(copies.value);
+void freeCopies(const Storage &storage, const StringCopies &copies) {
+  if (copies.prefix != nullptr) storage.freeUnused(copies.prefix);
+  if (copies.name != nullptr) storage.freeUnused(copies.name);
+  if (copies.value != nullptr) storage.freeUnused(copies.value);
 }
 
 bool copyGiven(const Storage &storage, const char *text, char **copy) {
   if (isMissing(text)) return true;
-  *copy = storage.copyText(text, std::strlen(text));
+  *copy = storage.duplicate(text, std::strlen(text));
   return *copy != nullptr;
 }
 
-bool mustTieForStrings(const Storage &storage, const XmlNode *node) {
-  return storage.isHook() && !isOfHook(node);
+bool needsCrossReference(const Storage &storage, const XmlNode *node) {
+  return storage.isHeap() && !isOnHeap(node);
 }
 
-// All or nothing. The node is not touched but for a tie.
+// All or nothing. Of the node nothing changes but that it may be noted as a cross-reference.
 bool makeCopies(const Storage &storage, XmlNode *node, const char *prefix, const char *name,
                 const char *value, StringCopies *copies) {
   const bool made = copyGiven(storage, prefix, &copies->prefix) &&
                     copyGiven(storage, name, &copies->name) &&
                     copyGiven(storage, value, &copies->value) &&
-                    (!mustTieForStrings(storage, node) || tieRecord(node));
+                    (!needsCrossReference(storage, node) || noteCrossReference(node));
   if (made) return true;
-  giveBackCopies(storage, *copies);
+  freeCopies(storage, *copies);
   *copies = {};
   return false;
 }
@@ -51,11 +55,11 @@ bool makeCopies(const Storage &storage, XmlNode *node, const char *prefix, const
 void replaceString(const Storage &storage, XmlNode *node, StringField field, char *copy) {
   if (copy == nullptr) return;
   dropString(node, field, storage);
-  putString(node, field, copy, storage.isHook());
+  putString(node, field, copy, storage.isHeap());
 }
 
 void storeCopies(const Storage &storage, XmlNode *node, const StringCopies &copies) {
-  settleIn(node, storage.handle());
+  bindToSession(node, storage.handle());
   replaceString(storage, node, StringField::name, copies.name);
   replaceString(storage, node, StringField::prefix, copies.prefix);
   replaceString(storage, node, StringField::value, copies.value);
@@ -95,7 +99,7 @@ uint32_t createInStorage(const Storage &storage, uint32_t type, const char *pref
   if (made == nullptr) return NEB_XML_ERR_NO_MEMORY;
   const uint32_t result = setStrings(storage, made, prefix, name, value);
   if (result != NEB_XML_OK) {
-    storage.giveBackOwn(made);
+    storage.freeUnused(made);
     return result;
   }
   *node = made;
@@ -105,9 +109,9 @@ uint32_t createInStorage(const Storage &storage, uint32_t type, const char *pref
 }  // namespace
 
 XmlNode *makeNode(const Storage &storage, uint32_t type) {
-  const bool isHeld = storage.isHook() && type == NEB_XML_NODE_DOCUMENT;
+  const bool isHeld = storage.isHeap() && type == NEB_XML_NODE_DOCUMENT;
   const size_t size = isHeld ? sizeof(HeldDocument) : recordSize(type);
-  auto *node = static_cast<XmlNode *>(storage.obtain(size));
+  auto *node = static_cast<XmlNode *>(storage.allocate(size));
   if (node == nullptr) return nullptr;
   platform::memset_s(node, size, 0, size);
   node->type = static_cast<int8_t>(type);
@@ -115,11 +119,6 @@ XmlNode *makeNode(const Storage &storage, uint32_t type) {
   node->sessionId = storage.handle();
   if (isHeld) beginHolding(node);
   return node;
-}
-
-Storage storageForStrings(const XmlNode *node, const Storage &storage) {
-  const bool isElsewhere = !storage.isHook() && !isOfHook(node);
-  return isElsewhere && node->sessionId != storage.handle() ? Storage(node->sessionId) : storage;
 }
 
 uint32_t setStrings(const Storage &treeStorage, XmlNode *node, const char *prefix, const char *name,
@@ -138,7 +137,7 @@ using namespace neb::xml::internal;
 XmlNode *XML_NewNode(uint32_t session, uint32_t type) {
   const Storage storage(session);
   XmlNode *node = makeNode(storage, type);
-  if (node != nullptr && node->isDocument == 1 && !storage.isHook()) {
+  if (node != nullptr && node->isDocument == 1 && !storage.isHeap()) {
     claimSession(node, *storage.session());
   }
   return node;
@@ -164,7 +163,7 @@ uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const char *prefi
 
 uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name, const char *value) {
   if (node == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  if (wouldRepeatAttribute(node, prefix, name)) return NEB_XML_ERR_ALREADY_EXISTS;
+  if (wouldDuplicateAttribute(node, prefix, name)) return NEB_XML_ERR_ALREADY_EXISTS;
   const Storage storage = storageForStrings(node, Storage::of(node));
   const bool clearsPrefix = isEmpty(prefix);
   const bool clearsName = isEmpty(name);
@@ -182,7 +181,7 @@ uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name, co
 
 uint32_t NEB_XML_RemoveNode(XmlNode *node) {
   if (node == nullptr || isAttribute(node) || isDetached(node)) return NEB_XML_ERR_INVALID_PARAM;
-  if (isOfHook(node)) settleTreeIn(node, Storage::of(node).handle());
+  if (isOnHeap(node)) bindTreeToSession(node, Storage::of(node).handle());
   unlinkNode(node);
   return NEB_XML_OK;
 }
@@ -190,18 +189,24 @@ uint32_t NEB_XML_RemoveNode(XmlNode *node) {
 void XML_FreeSingleNode(XmlNode *node) {
   if (node == nullptr) return;
   const Storage storage = Storage::of(node);
-  if (!storage.isHook()) return;
+  if (!storage.isHeap()) return;
   isolateNode(node);
   releaseSingle(node, storage);
 }
 
 void XML_FreeSingleAttrNode(XmlNode *attribute) {
-  if (attribute == nullptr || !isOfHook(attribute)) return;
+  if (attribute == nullptr || !isOnHeap(attribute)) return;
   if (isAttribute(attribute) && attribute->parent == nullptr) XML_FreeSingleNode(attribute);
 }
 
+// A document that owns a session is in no chain but as the first node.
 void XML_FreeNode(XmlNode *node) {
-  if (node != nullptr) releaseChain(node, Storage::of(node));
+  if (node == nullptr) return;
+  if (ownsSession(node)) {
+    XML_MemSessionEnd(node->sessionId);
+  } else {
+    releaseChain(node, Storage::of(node));
+  }
 }
 
 void NEB_XML_FreeNode(XmlNode *node) {

@@ -3,7 +3,7 @@
 
 #include "neb_xml.h"
 #include "platform/bounded_memory.h"
-#include "tree/node.h"
+#include "record/node.h"
 
 namespace neb::xml::internal {
 

@@ -1,13 +1,13 @@
-// Booleans and integers as the text values of nodes and attributes.
+// Booleans and integers as the values of nodes and attributes.
 #include <cstring>
 #include <limits>
 
-#include "memory/sessions.h"
-#include "neb_xml.h"
+#include "ownership/bound_session.h"
+#include "ownership/cross_references.h"
+#include "ownership/strings.h"
 #include "platform/bounded_memory.h"
 #include "tree/attributes.h"
 #include "tree/nodes.h"
-#include "tree/release.h"
 
 namespace neb::xml::internal {
 
@@ -84,11 +84,12 @@ uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
   formatValue(type, variable, text);
   const Storage storage = storageForStrings(node, Storage::of(node));
   dropString(node, StringField::value, storage);
-  const bool needsTie = storage.isHook() && !isOfHook(node);
-  char *copy = needsTie && !tieRecord(node) ? nullptr : storage.copyText(text, std::strlen(text));
+  const bool needsNote = storage.isHeap() && !isOnHeap(node);
+  char *copy =
+      needsNote && !noteCrossReference(node) ? nullptr : storage.duplicate(text, std::strlen(text));
   if (copy == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  settleIn(node, storage.handle());
-  putString(node, StringField::value, copy, storage.isHook());
+  bindToSession(node, storage.handle());
+  putString(node, StringField::value, copy, storage.isHeap());
   return NEB_XML_OK;
 }
 

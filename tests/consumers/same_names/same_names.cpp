@@ -17,12 +17,12 @@ struct XmlMemSession {
 struct Storage {
   explicit Storage(uint32_t handle);
   static int of(const XmlNode *node);
-  void *obtain(size_t size) const;
+  void *allocate(size_t size) const;
 };
 
 Storage::Storage(uint32_t) { ++g_ownCalls; }
 int Storage::of(const XmlNode *) { return ++g_ownCalls; }
-void *Storage::obtain(size_t) const { return &++g_ownCalls; }
+void *Storage::allocate(size_t) const { return &++g_ownCalls; }
 
 struct MarkupMap {
   static bool usesVectors();
@@ -31,11 +31,11 @@ struct MarkupMap {
 bool MarkupMap::usesVectors() { return ++g_ownCalls != 0; }
 
 // The library has this one as an inline function, which the linker takes from here without a word.
-struct SessionCarver {
-  char *carvePiece(size_t size);
+struct SessionAllocator {
+  char *allocate(size_t size);
 };
 
-char *SessionCarver::carvePiece(size_t) {
+char *SessionAllocator::allocate(size_t) {
   ++g_ownCalls;
   return nullptr;
 }
@@ -56,11 +56,11 @@ XmlMemSession *findSession(uint32_t handle) {
   return &session;
 }
 
-int carve(XmlMemSession &, int32_t) { return ++g_ownCalls; }
+int allocateInSession(XmlMemSession &, int32_t) { return ++g_ownCalls; }
 int indexSizeAfter(uint32_t) { return ++g_ownCalls; }
 int makeNode(const Storage &, uint32_t) { return ++g_ownCalls; }
-int openPlace() { return ++g_ownCalls; }
-int tieRecord(XmlNode *) { return ++g_ownCalls; }
+int openSession() { return ++g_ownCalls; }
+int noteCrossReference(XmlNode *) { return ++g_ownCalls; }
 int unlinkNode(XmlNode *) { return ++g_ownCalls; }
 
 // Parses, edits across sessions, copies and prints.
@@ -86,17 +86,17 @@ static bool libraryWorks() {
 
 static int callOwn() {
   const Storage storage(1);
-  SessionCarver carver;
+  SessionAllocator allocator;
   Storage::of(nullptr);
-  storage.obtain(1);
+  storage.allocate(1);
   MarkupMap::usesVectors();
-  carver.carvePiece(1);
+  allocator.allocate(1);
   platform::writeWholeFile(nullptr, nullptr, 0);
-  carve(*findSession(1), 1);
+  allocateInSession(*findSession(1), 1);
   indexSizeAfter(1);
   makeNode(storage, 1);
-  openPlace();
-  tieRecord(nullptr);
+  openSession();
+  noteCrossReference(nullptr);
   unlinkNode(nullptr);
   return 13;
 }

@@ -1,9 +1,9 @@
 // The frame of the library: hook table, version, and the calls that pass straight through.
+#include "memory/hooks.h"
+
 #include <cstdlib>
 
-#include "neb_xml.h"
 #include "platform/bounded_memory.h"
-#include "tree/hooks.h"
 
 void *(*g_fnXMLMalloc)(size_t) = std::malloc;
 void (*g_fnXMLFree)(void *) = std::free;
@@ -71,9 +71,7 @@ uint32_t NEB_XML_GetVersion(char *buffer, uint32_t size) {
   return NEB_XML_OK;
 }
 
-void NEB_XML_FreeMem(void *memory) {
-  if (memory != nullptr) g_fnXMLFree(memory);
-}
+void NEB_XML_FreeMem(void *memory) { freeOnHeap(memory); }
 
 void *XML_Calloc(size_t count, size_t size) { return g_fnXMLCalloc(count, size); }
 

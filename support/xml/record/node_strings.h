@@ -3,8 +3,9 @@
 
 #include <cstring>
 
+#include "memory/arena.h"
+#include "record/node.h"
 #include "simd/vector.h"
-#include "tree/node.h"
 
 namespace neb::xml::internal {
 
@@ -23,12 +24,12 @@ inline size_t valueLengthOf(const XmlNode *node) {
   return node->valueSize != 0 ? size_t{node->valueSize} - 1 : std::strlen(node->value);
 }
 
-// Whether vectors can be read that end where a string of the node ends, however short it is: the
-// strings are pieces of a session as the node is, and a session's blocks begin with more bytes than
-// a vector has.
+// Whether a vector can be read that ends where a string of the node ends, however short that is: the
+// strings are in the node's session, where something readable lies before each allocation.
+static_assert(kReadableBefore >= kVectorSize);
 inline bool hasBytesBeforeStrings(const XmlNode *node) {
   constexpr uint8_t kElsewhere = kNameElsewhere | kValueElsewhere | kPrefixElsewhere;
-  return !isOfHook(node) && (node->marks & kElsewhere) == 0;
+  return !isOnHeap(node) && (node->marks & kElsewhere) == 0;
 }
 
 // Copies a string without its terminator; up to a vector too far may be written.

@@ -12,4 +12,11 @@ extern int (*g_fnXMLFclose)(FILE *);
 extern size_t (*g_fnXMLFread)(void *, size_t, size_t, FILE *);
 extern long (*g_fnXMLFtell)(FILE *);
 
+// "The heap" is whatever the allocation hooks hand out.
+inline void *allocateOnHeap(size_t size) { return g_fnXMLMalloc(size); }
+
+inline void freeOnHeap(void *memory) {
+  if (memory != nullptr) g_fnXMLFree(memory);
+}
+
 }  // namespace neb::xml::internal

@@ -3,11 +3,11 @@
 
 #include <cstring>
 
-#include "tree/node.h"
+#include "record/node.h"
 
 namespace neb::xml::internal {
 
-// What both kinds of records begin with, and no name, value or place in the tree.
+// What both kinds of records begin with, without name, value and links.
 inline void fillRecord(XmlNode *record, int8_t type, uint32_t handle, uint16_t nameLength) {
   record->sessionId = handle;
   record->marks = 0;
@@ -17,7 +17,7 @@ inline void fillRecord(XmlNode *record, int8_t type, uint32_t handle, uint16_t n
   record->type = type;
   record->isDocument = 0;
   record->nameOwned = 1;
-  record->livedIn = 0;
+  record->boundSession = 0;
   record->next = nullptr;
 }
 
@@ -29,7 +29,7 @@ inline void fillAttribute(XmlNode *attribute, uint32_t handle, uint16_t nameLeng
   attribute->parent = element;
 }
 
-// An element without anything in it, of which the place in the tree is missing.
+// An element without anything in it, whose links to parent and sibling are missing.
 inline void fillElement(XmlNode *element, uint32_t handle, uint16_t nameLength) {
   fillRecord(element, NEB_XML_NODE_ELEMENT, handle, nameLength);
   element->value = nullptr;
@@ -44,7 +44,7 @@ inline void appendElement(XmlNode *element, XmlNode *parent, XmlNode *last) {
   element->parent = parent;
   element->prev = last;
   parent->lastChild = element;
-  // One store to either place spares a branch that cannot be foretold.
+  // One store to either address spares a branch that cannot be predicted.
   char *link = last != nullptr ? reinterpret_cast<char *>(last) + offsetof(XmlNode, next)
                                : reinterpret_cast<char *>(parent) + offsetof(XmlNode, firstChild);
   std::memcpy(link, &element, sizeof(XmlNode *));

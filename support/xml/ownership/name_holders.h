@@ -1,16 +1,16 @@
-// The record of a document made through the hooks, which names keep alive.
+// The record of a document on the heap, which names keep alive.
 //
 // Nodes of the document may leave it and outlive it, and some of their names point into its table.
 // Each such name holds the record, and so does the document itself until it is released; the last
-// holder frees it. Leaving a document therefore needs no memory and cannot fail. A document that
-// has left may belong to another thread by then, so the holders are counted atomically.
+// holder frees it. Leaving a document therefore needs no memory and cannot fail. A node that has
+// left may belong to another thread by then, so the holders are counted atomically.
 #pragma once
 
 #include <atomic>
 #include <new>
 
-#include "tree/hooks.h"
-#include "tree/node.h"
+#include "memory/hooks.h"
+#include "record/node.h"
 
 namespace neb::xml::internal {
 

@@ -13,15 +13,15 @@ constexpr size_t kNameTableSlotSize = 12;  // 11 characters and a terminator
 
 }  // namespace neb::xml::internal
 
-// Pieces of a session lie back to back, so a record can stand at any address: it has alignment 1
-// and spells its padding out, of which the library keeps some for itself.
+// Allocations of a session lie back to back, so a record can begin at any address: it has alignment
+// 1 and spells its padding out, of which the library keeps some for itself.
 #pragma pack(push, 1)
 struct XmlNode {
-  uint32_t sessionId;   // the session it was carved from; 0: the allocation hook
+  uint32_t sessionId;   // the session that it was allocated from; 0: the heap
   uint8_t marks;        // NodeMark bits
   uint8_t valueSize;    // with its terminator; 0: not known
   uint16_t nameLength;  // while the parser has the element open, with its prefix; 0: not known;
-                        // from kFirstHeldSlot on: a slot, see name_holders.h
+                        // from kFirstHeldSlot on: a slot, see ownership/name_holders.h
   char *name;
   char *value;
   char *prefix;
@@ -29,7 +29,7 @@ struct XmlNode {
   uint8_t isDocument;
   uint8_t nameOwned;
   uint8_t valueOwned;
-  uint32_t livedIn;  // for a record of the hook: the session that it has been part of, or several
+  uint32_t boundSession;  // of a heap record, see ownership/bound_session.h; 0: none
   XmlNode *parent;
   XmlNode *next;
   // An attribute record ends here.
@@ -65,18 +65,20 @@ static_assert(offsetof(XmlNode, firstAttr) == 80);
 static_assert(kAttributeRecordSize == 56 && kElementRecordSize == 88);
 static_assert(kDocumentRecordSize == 208 && alignof(XmlNode) == 1);
 
-// A string is "elsewhere" when it does not come from where its record comes from: a session's
-// string in a record of the hook, or a string of the hook in a session's record.
+// A string is "elsewhere" if it is on the heap and its record in a session, or the other way round.
 enum NodeMark : uint8_t {
   kNameElsewhere = 1,
   kValueElsewhere = 2,
   kPrefixElsewhere = 4,
-  kOwnsSession = 8,   // the document that ends the session when it is released
-  kTied = 16,         // noted by its session, see memory/sessions.h
+  kOwnsSession = 8,         // the document that ends the session when it is freed
+  kHasCrossReference = 16,  // its session knows, see ownership/cross_references.h
   kNameIsWhole = 32,  // for the parser: until the element is closed, its name holds its prefix
+  // An attribute of a session whose strings follow its record in one allocation, without a gap:
+  // prefix, if there is one, name and value, each with its terminator. None is empty, the attribute
+  // owns them, and the lengths of name and value are noted. Whoever builds the record may set the
+  // mark; what changes a string clears it.
+  kStringsTogether = 64,
 };
-
-constexpr uint32_t kSeveralSessions = UINT32_MAX;  // never a handle
 
 constexpr size_t recordSize(uint32_t type) {
   if (type == NEB_XML_NODE_ATTRIBUTE) return kAttributeRecordSize;
@@ -85,7 +87,7 @@ constexpr size_t recordSize(uint32_t type) {
 }
 
 inline bool isAttribute(const XmlNode *node) { return node->type == NEB_XML_NODE_ATTRIBUTE; }
-inline bool isOfHook(const XmlNode *node) { return node->sessionId == 0; }
+inline bool isOnHeap(const XmlNode *node) { return node->sessionId == 0; }
 inline bool ownsSession(const XmlNode *node) { return (node->marks & kOwnsSession) != 0; }
 
 // Not for attributes.
@@ -93,7 +95,7 @@ inline bool isDetached(const XmlNode *node) {
   return node->parent == nullptr && node->prev == nullptr && node->next == nullptr;
 }
 
-// The topmost node of the tree that a node stands in; null when the way up ends in an attribute
+// The topmost node of the tree that a node is in; null when the way up ends in an attribute
 // or in a node that has siblings but no parent.
 inline const XmlNode *topmostNode(const XmlNode *node) {
   while (node->parent != nullptr) node = node->parent;

@@ -1,0 +1,132 @@
+// Many allocations of a session in a row.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "memory/arena.h"
+#include "memory/block_index.h"
+
+namespace neb::xml::internal {
+
+// Where the next allocation in a session's last block begins. Allocations lie where
+// allocateInSession would put them; their bytes are not set.
+class ArenaCursor {
+ public:
+  ArenaCursor() = default;
+  ArenaCursor(const XmlMemBlock &lastBlock, ptrdiff_t largestEarlierGap)
+      : next_(lastBlock.cursor),
+        slackBegin_(addressOf(lastBlock.cursor + lastBlock.remaining) - kSlack),
+        largestEarlierGap_(largestEarlierGap) {}
+
+  // Bytes behind what was allocated together that may be written as well, so that whole vectors can
+  // be copied. The next allocation overwrites them, or clears them when it is handed out unfilled.
+  static constexpr size_t kSlack = 64;
+
+  // Total bytes for several allocations that lie back to back, if each of them would come from the
+  // last block and there is slack behind them. Else null, and nothing is allocated.
+  char *allocateTogether(size_t smallest, size_t total) {
+    const bool fits = static_cast<ptrdiff_t>(smallest) > largestEarlierGap_ &&
+                      addressOf(next_) + total <= slackBegin_;
+    if (!fits) return nullptr;
+    char *begin = next_;
+    if (begin == nullptr) __builtin_unreachable();  // else every caller would have to look
+    next_ += total;
+    __builtin_prefetch(next_ + kAhead, kForWriting);
+    return begin;
+  }
+
+  // One allocation without slack behind it, from the last block or from the open gap. Null if it
+  // would come from elsewhere.
+  char *allocateOne(ptrdiff_t size) {
+    if (size <= largestEarlierGap_) return allocateFromGap(static_cast<int32_t>(size));
+    if (size > room()) return nullptr;
+    char *allocation = next_;
+    next_ += size;
+    return allocation;
+  }
+
+  char *next() const { return next_; }
+  ptrdiff_t room() const { return static_cast<ptrdiff_t>(slackBegin_ + kSlack - addressOf(next_)); }
+  ptrdiff_t largestEarlierGap() const { return largestEarlierGap_; }
+
+  const OpenGap &gap() const { return gap_; }
+  void setGap(const OpenGap &gap) { gap_ = gap; }
+
+ private:
+  // The heap's blocks that were freed with a large tree are out of the caches.
+  static constexpr size_t kAhead = 512;
+  static constexpr int kForWriting = 1;
+
+  static uintptr_t addressOf(const char *byte) { return reinterpret_cast<uintptr_t>(byte); }
+
+  char *allocateFromGap(int32_t size) {
+    XmlMemBlock *block = gap_.block;
+    if (block == nullptr || size <= gap_.largestBefore || size > block->remaining) return nullptr;
+    auto *allocation = static_cast<char *>(allocateFromBlock(*block, size));
+    largestEarlierGap_ = std::max({gap_.largestBefore, block->remaining, gap_.largestAfter});
+    return allocation;
+  }
+
+  char *next_ = nullptr;
+  uintptr_t slackBegin_ = 0;
+  ptrdiff_t largestEarlierGap_ = 0;
+  OpenGap gap_ = {};
+};
+
+// Holds a session's cursor between load and save. Nothing else may allocate from the session in
+// between.
+class SessionAllocator {
+ public:
+  explicit SessionAllocator(XmlMemSession &session) : session_(session) { load(); }
+
+  // Goes on from the cursor of another one, which takes it back with setCursor.
+  SessionAllocator(XmlMemSession &session, const ArenaCursor &cursor)
+      : session_(session), cursor_(cursor) {}
+
+  XmlMemSession &session() { return session_; }
+
+  void load() { cursor_ = ArenaCursor(*session_.lastBlock, session_.largestEarlierGap); }
+
+  void save() {
+    if (cursor_.gap().block != nullptr) closeGap(session_, cursor_.gap());
+    session_.lastBlock->cursor = cursor_.next();
+    session_.lastBlock->remaining = static_cast<int32_t>(cursor_.room());
+  }
+
+  ArenaCursor cursor() const { return cursor_; }
+  void setCursor(const ArenaCursor &cursor) { cursor_ = cursor; }
+
+  char *allocateTogether(size_t smallest, size_t total) {
+    return cursor_.allocateTogether(smallest, total);
+  }
+
+  char *allocateOne(ptrdiff_t size) { return cursor_.allocateOne(size); }
+
+  // Null when memory runs out.
+  char *allocate(size_t size) {
+    if (size > INT32_MAX) return nullptr;
+    const auto wanted = static_cast<ptrdiff_t>(size);
+    if (char *allocation = cursor_.allocateOne(wanted)) return allocation;
+    save();
+    if (wanted <= cursor_.largestEarlierGap()) {
+      cursor_.setGap(openGap(session_, static_cast<int32_t>(size)));
+      return cursor_.allocateOne(wanted);
+    }
+    XmlMemBlock *last = session_.lastBlock;
+    const int32_t largestBefore = session_.largestEarlierGap;
+    void *allocation = allocateBeyondLastBlock(session_, static_cast<int32_t>(size));
+    load();
+    // The gap that small allocations fill next need not be searched for: nothing lies between the
+    // block that was last and the new one.
+    const bool leavesGap = session_.lastBlock != last && last->remaining > largestBefore;
+    if (leavesGap) cursor_.setGap({last, largestBefore, 0});
+    return static_cast<char *>(allocation);
+  }
+
+ private:
+  XmlMemSession &session_;
+  ArenaCursor cursor_;
+};
+
+}  // namespace neb::xml::internal

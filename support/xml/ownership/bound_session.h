@@ -1,0 +1,16 @@
+// The session that a heap record is bound to, because it may have strings or nodes of that session.
+// A record that has met several is bound to kSeveralSessions, and can be inserted nowhere.
+#pragma once
+
+#include "record/node.h"
+
+namespace neb::xml::internal {
+
+// Binds a heap node and those above it, up to the first record of a session. No effect on a record
+// of a session, or with handle 0.
+void bindToSession(XmlNode *node, uint32_t handle);
+
+// Binds all heap nodes of a tree that leaves the tree of a session. No effect with handle 0.
+void bindTreeToSession(XmlNode *top, uint32_t handle);
+
+}  // namespace neb::xml::internal

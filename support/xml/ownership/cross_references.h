@@ -1,0 +1,25 @@
+// Cross-references: the records of a session that are linked to records of another origin, or have
+// strings on the heap.
+#pragma once
+
+#include "record/node.h"
+
+namespace neb::xml::internal {
+
+// Stands at any address of the session.
+#pragma pack(push, 1)
+struct CrossReference {
+  CrossReference *next;
+  XmlNode *record;
+};
+#pragma pack(pop)
+
+// Adds a record of a session to its session's list, unless it is in there. False when memory runs
+// out.
+[[nodiscard]] bool noteCrossReference(XmlNode *record);
+
+// Notes what must be noted before child is linked below parent, or an attribute to its element.
+// False when memory runs out.
+[[nodiscard]] bool noteLink(XmlNode *child, XmlNode *parent);
+
+}  // namespace neb::xml::internal

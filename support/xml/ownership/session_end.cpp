@@ -1,0 +1,95 @@
+// Ending a session: what it owes to the heap and to other sessions, and then its blocks.
+#include "memory/session_table.h"
+#include "ownership/cross_references.h"
+#include "ownership/kept.h"
+#include "ownership/release.h"
+#include "ownership/strings.h"
+#include "record/links.h"
+
+namespace neb::xml::internal {
+
+namespace {
+
+// What outlives the session must not lead into it.
+void cutFromOtherStorage(XmlNode *record, uint32_t session) {
+  XmlNode *parent = record->parent;
+  if (parent == nullptr || parent->sessionId == session) return;
+  if (isAttribute(record)) {
+    cutAttributes(parent, [=](const XmlNode *other) { return other->sessionId == session; });
+  } else {
+    unlinkNode(record);
+  }
+}
+
+void releaseForeignAttributes(XmlNode *element, uint32_t session) {
+  XmlNode *next = nullptr;
+  for (XmlNode *attribute = element->firstAttr; attribute != nullptr; attribute = next) {
+    next = attribute->next;
+    if (attribute->sessionId == session) continue;
+    if (isOnHeap(attribute)) {
+      releaseSingle(attribute, Storage());
+    } else {
+      attribute->parent = nullptr;
+      attribute->next = nullptr;
+    }
+  }
+}
+
+void releaseHeapChildren(XmlNode *parent) {
+  XmlNode *next = nullptr;
+  for (XmlNode *child = parent->firstChild; child != nullptr; child = next) {
+    next = child->next;
+    if (!isOnHeap(child)) continue;
+    unlinkNode(child);
+    releaseChain(child, Storage());
+  }
+}
+
+void releaseWhatIsAttached(XmlNode *record, uint32_t session) {
+  const Storage heap;
+  dropString(record, StringField::name, heap);
+  dropString(record, StringField::value, heap);
+  dropString(record, StringField::prefix, heap);
+  if (isAttribute(record)) return;
+  releaseForeignAttributes(record, session);
+  releaseHeapChildren(record);
+}
+
+// In two passes. The subtrees of the heap that the second one frees may have held subtrees of the
+// session, which it would walk record by record. The first one has taken them out, so the cost is
+// that of the cross-references and of what is freed, in whichever order the list is.
+void resolveCrossReferences(XmlMemSession &session) {
+  const uint32_t handle = session.handle.load(std::memory_order_relaxed);
+  for (CrossReference *each = session.crossReferences; each != nullptr; each = each->next) {
+    cutFromOtherStorage(each->record, handle);
+  }
+  for (CrossReference *each = session.crossReferences; each != nullptr; each = each->next) {
+    releaseWhatIsAttached(each->record, handle);
+  }
+}
+
+void freeKept(const XmlMemSession &session) {
+  for (KeptString *note = session.keptStrings; note != nullptr; note = note->next) {
+    g_fnXMLFree(note->string);
+  }
+  for (auto *attribute = static_cast<XmlNode *>(session.keptAttributes); attribute != nullptr;) {
+    XmlNode *next = attribute->next;
+    releaseSingle(attribute, Storage());
+    attribute = next;
+  }
+}
+
+}  // namespace
+
+}  // namespace neb::xml::internal
+
+using namespace neb::xml::internal;
+
+uint32_t XML_MemSessionEnd(uint32_t handle) {
+  XmlMemSession *session = findSession(handle);
+  if (session == nullptr) return 0;
+  resolveCrossReferences(*session);
+  freeKept(*session);
+  freeSession(*session);
+  return 1;
+}

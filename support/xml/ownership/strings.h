@@ -1,0 +1,19 @@
+// The strings of a node, each with its origin.
+#pragma once
+
+#include "ownership/storage.h"
+
+namespace neb::xml::internal {
+
+enum class StringField { name, value, prefix };
+
+// A node's string; null if it has none.
+char *stringOf(const XmlNode *node, StringField field);
+
+// Points a field at a copy that the node owns from now on. The old string is not looked at.
+void putString(XmlNode *node, StringField field, char *copy, bool copyIsOnHeap);
+
+// Makes a field null, and gives up the string if the node owns it. The ownership flag stays.
+void dropString(XmlNode *node, StringField field, const Storage &storage);
+
+}  // namespace neb::xml::internal
