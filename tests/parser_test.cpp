@@ -215,7 +215,9 @@ TEST(Parser, HashesTheNamesOfEachTableByAKeyOfItsOwn) {
       EXPECT_EQ(detector.add(NameKey::of(&attributes[i]), attributes.data(), &attributes[i], &seen),
                 uint32_t{NEB_XML_OK});
     }
-    const uint64_t *table = reinterpret_cast<uint64_t *const *>(&detector)[DuplicateDetector::kKeyedAttributes];  // behind the keys
+    // Its first member behind the keys.
+    const uint64_t *table =
+        reinterpret_cast<uint64_t *const *>(&detector)[DuplicateDetector::kKeyedAttributes];
     hashes.insert(table, table + guarded::mallocSizes().back() / sizeof *table);
     detector.beginTag();
   }

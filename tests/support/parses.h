@@ -9,9 +9,9 @@
 #include "support/guarded_hooks.h"
 #include "support/layout.h"
 #include "support/page_edge.h"
+#include "support/tokenized.h"
 #include "support/trees.h"
 #include "xml/memory/session_table.h"
-#include "support/tokenized.h"
 
 namespace parses {
 

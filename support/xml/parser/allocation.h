@@ -6,7 +6,7 @@
 
 namespace neb::xml::internal {
 
-// From a session. The bytes are not set.
+// From a session, whose allocator is kept at hand. The bytes are not set.
 class ArenaAllocation {
  public:
   explicit ArenaAllocation(const Storage &storage)
@@ -14,24 +14,7 @@ class ArenaAllocation {
 
   static constexpr bool kIsArena = true;
   uint32_t handle() const { return handle_; }
-
-  // What lies back to back in the last block, with room for whole vectors behind; null, and nothing
-  // is allocated, where the single allocations would not lie so.
-  char *allocateTogether(size_t smallest, size_t total) {
-    return allocator_.allocateTogether(smallest, total);
-  }
-
-  // Without a call where the last block or the open gap has room; null says nothing.
-  char *tryAllocate(size_t size) { return allocator_.allocateOne(static_cast<ptrdiff_t>(size)); }
-
-  // Null if memory runs out.
-  char *allocate(size_t size) { return allocator_.allocate(size); }
-
-  // A session keeps what it gave.
-  static void free(void * /*memory*/) {}
-
-  // Hands the session back to others.
-  void save() { allocator_.save(); }
+  SessionAllocator &allocator() { return allocator_; }
 
  private:
   SessionAllocator allocator_;
@@ -45,12 +28,6 @@ class HeapAllocation {
 
   static constexpr bool kIsArena = false;
   static uint32_t handle() { return 0; }
-
-  static char *allocateTogether(size_t /*smallest*/, size_t /*total*/) { return nullptr; }
-  static char *tryAllocate(size_t /*size*/) { return nullptr; }
-  static char *allocate(size_t size) { return static_cast<char *>(g_fnXMLMalloc(size)); }
-  static void free(void *memory) { g_fnXMLFree(memory); }
-  static void save() {}
 };
 
 }  // namespace neb::xml::internal

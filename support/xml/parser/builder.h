@@ -8,11 +8,11 @@
 #include "parser/allocation.h"
 #include "parser/copying.h"
 #include "parser/decoder.h"
-#include "tree/duplicates.h"
 #include "parser/markup.h"
 #include "parser/reasons.h"
-#include "simd/vector.h"
 #include "record/node_records.h"
+#include "simd/vector.h"
+#include "tree/duplicates.h"
 
 namespace neb::xml::internal {
 
@@ -38,8 +38,9 @@ class AttributeList {
 };
 
 // Builds a tree from what is recognised in a document, in the order of the document. The record of
-// the next element is made behind a start tag, before the content. So each string and record is asked
-// for at one point, whoever recognises: a scanner that sees a short token whole, or a tokenizer.
+// the next element is made behind a start tag, before the content. So each string and record is
+// asked for at one point, whoever recognises: a scanner that sees a short token whole, or a
+// tokenizer.
 //
 // Functions that return bool return false once the parse has failed. What has been built is then
 // freed with the builder.
@@ -54,13 +55,13 @@ class TreeBuilder {
 
   ~TreeBuilder() {
     if constexpr (Allocation::kIsArena) return;  // all of it ends with its session
-    if (next_ != nullptr && next_ != document_) allocation_.free(next_);
+    if (next_ != nullptr && next_ != document_) freeUnused(next_);
     XML_FreeNode(document_);
   }
 
   // The document is the caller's from now on.
   XmlNode *release() {
-    allocation_.save();
+    if constexpr (Allocation::kIsArena) allocation_.allocator().save();
     if (next_ == document_) next_ = nullptr;
     return std::exchange(document_, nullptr);
   }
@@ -80,8 +81,8 @@ class TreeBuilder {
   // Behind a start tag, and perhaps end tags: white space may be a value here.
   bool isInContent() const { return leafLength_ != 0; }
 
-  // The name of the open element as it stands in the document, right behind its start tag; null where
-  // it does not stand so.
+  // The name of the open element as it stands in the document, right behind its start tag; null
+  // where it does not stand so.
   const char *leafName() const { return isLeafKnown() ? leafName_ : nullptr; }
   // Of that name; 0 outside of content, and more than any name has where it is not known.
   size_t leafLength() const { return leafLength_; }
@@ -99,12 +100,13 @@ class TreeBuilder {
   }
   static const char *openTag() { return nullptr; }
 
-  // ---- Short tokens: names of kLongestShortName bytes at most, with kWidestCopy bytes behind them.
+  // ---- Short tokens: names of kLongestShortName bytes at most, with kWidestCopy bytes behind
+  // them.
 
   // "<name>", and the record of the next element.
   bool startBareElement(const char *name, size_t length) {
     const size_t size = length + kTerminator;
-    char *memory = allocation_.allocateTogether(size, size + kElementRecordSize);
+    char *memory = allocateTogether(size, size + kElementRecordSize);
     if (memory == nullptr) return startElement(name, length, 0) && endStartTag() && makeNext();
     copyHalfWide(memory, name);
     openElement(startNext(memory, length), name, length);
@@ -115,7 +117,7 @@ class TreeBuilder {
   // "<name/>", and the record of the next element.
   bool addEmptyElement(const char *name, size_t length) {
     const size_t size = length + kTerminator;
-    char *memory = allocation_.allocateTogether(size, size + kElementRecordSize);
+    char *memory = allocateTogether(size, size + kElementRecordSize);
     if (memory == nullptr) {
       return startElement(name, length, 0) && endShortEmptyElement();
     }
@@ -125,13 +127,13 @@ class TreeBuilder {
     return true;
   }
 
-  // "<name>text</name>", and the record of the next element; false, and nothing is built, unless the
-  // allocations lie together.
+  // "<name>text</name>", and the record of the next element; false, and nothing is built, unless
+  // the allocations lie together.
   bool addLeaf(const char *name, size_t length, const ShortRun &text) {
     const size_t size = length + kTerminator;
     const size_t valueSize = text.length() + kTerminator;
-    char *memory = allocation_.allocateTogether(std::min(size, valueSize),
-                                                size + kElementRecordSize + valueSize);
+    char *memory =
+        allocateTogether(std::min(size, valueSize), size + kElementRecordSize + valueSize);
     if (memory == nullptr) return false;
     char *value = memory + size + kElementRecordSize;
     const size_t valueLength = copyShort(value, text);
@@ -170,8 +172,7 @@ class TreeBuilder {
     size_t smallest = std::min(nameSize - prefixSize, valueSize);
     if (prefixSize != 0) smallest = std::min(smallest, prefixSize);
     static_assert(kAttributeRecordSize > kLongestShortName);  // and so is not the smallest
-    char *memory =
-        allocation_.allocateTogether(smallest, kAttributeRecordSize + nameSize + valueSize);
+    char *memory = allocateTogether(smallest, kAttributeRecordSize + nameSize + valueSize);
     if (memory == nullptr) {
       // The list itself would have to leave its registers if it were handed on.
       attributes_ = *list;
@@ -197,12 +198,11 @@ class TreeBuilder {
     return true;
   }
 
-  // ">" of a start tag, the record of the next element, and the text and end tag of an element whose
-  // name has no prefix; false, and nothing is built, unless the allocations lie together.
+  // ">" of a start tag, the record of the next element, and the text and end tag of an element
+  // whose name has no prefix; false, and nothing is built, unless the allocations lie together.
   bool endStartTagOfLeaf(const ShortRun &text) {
     const size_t size = text.length() + kTerminator;
-    char *memory = allocation_.allocateTogether(std::min(size, kElementRecordSize),
-                                                kElementRecordSize + size);
+    char *memory = allocateTogether(std::min(size, kElementRecordSize), kElementRecordSize + size);
     if (memory == nullptr) return false;
     char *value = memory + kElementRecordSize;
     XmlNode *element = open_;
@@ -283,8 +283,8 @@ class TreeBuilder {
     XmlNode *attribute = attributes_.last();
     if (!copyRun(value, &attribute->value)) return false;
     if (value.isVerbatim && value.length != 0) noteValueLength(attribute, value.length);
-    const uint32_t result = duplicates_.add(NameKey::of(attribute), open_->firstAttr, attribute,
-                                            &attributes_.seen);
+    const uint32_t result =
+        duplicates_.add(NameKey::of(attribute), open_->firstAttr, attribute, &attributes_.seen);
     return result == NEB_XML_OK || fail(reasons::kAttributeTwice, nameInDocument);
   }
 
@@ -413,24 +413,48 @@ class TreeBuilder {
     if (prefixLength != 0) open_->marks |= kNameIsWhole;
   }
 
-  char *allocate(size_t size) {
-    char *memory = allocation_.tryAllocate(size);
-    return memory != nullptr ? memory : allocateSlowly(size);
+  // What lies back to back in the session's last block, with room for whole vectors behind it.
+  // Null, and nothing is allocated, where single allocations would not lie so.
+  char *allocateTogether([[maybe_unused]] size_t smallest, [[maybe_unused]] size_t total) {
+    if constexpr (Allocation::kIsArena) {
+      return allocation_.allocator().allocateTogether(smallest, total);
+    }
+    return nullptr;
   }
 
-  // Not inlined where it is more than a call.
+  // Without a call where the session's last block or its open gap has room.
+  char *allocate(size_t size) {
+    if constexpr (Allocation::kIsArena) {
+      char *memory = allocation_.allocator().allocateOne(static_cast<ptrdiff_t>(size));
+      if (memory != nullptr) return memory;
+    }
+    return allocateSlowly(size);
+  }
+
   char *allocateSlowly(size_t size) {
-    char *memory = Allocation::kIsArena ? allocateFromSession(size) : allocation_.allocate(size);
+    char *memory = nullptr;
+    if constexpr (Allocation::kIsArena) {
+      memory = allocateFromSession(size);
+    } else {
+      memory = static_cast<char *>(g_fnXMLMalloc(size));
+    }
     if (memory == nullptr) hasFailed_ = true;
     return memory;
   }
 
-  [[gnu::noinline]] char *allocateFromSession(size_t size) { return allocation_.allocate(size); }
+  [[gnu::noinline]] char *allocateFromSession(size_t size) {
+    return allocation_.allocator().allocate(size);
+  }
+
+  // For what nothing refers to yet; a session keeps it.
+  static void freeUnused([[maybe_unused]] void *memory) {
+    if constexpr (!Allocation::kIsArena) g_fnXMLFree(memory);
+  }
 
   // The terminator comes with the record.
   char *copyName(const char *name, size_t length) {
     const size_t size = length + kTerminator;
-    char *copy = allocation_.allocateTogether(size, size);
+    char *copy = allocateTogether(size, size);
     if (copy != nullptr) {
       copyHalfWide(copy, name);
       return copy;
@@ -448,7 +472,7 @@ class TreeBuilder {
 
   bool setValue(XmlNode *node, const ShortRun &run) {
     const size_t size = run.length() + kTerminator;
-    char *value = allocation_.allocateTogether(size, size);
+    char *value = allocateTogether(size, size);
     if (value == nullptr) return setValueSlowly(node, run);
     setShortValue(node, value, copyShort(value, run));
     return true;
@@ -457,8 +481,9 @@ class TreeBuilder {
   bool setValueAndSplit(XmlNode *element, const ShortRun &run) {
     const size_t size = run.length() + kTerminator;
     const size_t prefixSize = leafPrefix_ + kTerminator;
-    char *value = allocation_.allocateTogether(std::min(size, prefixSize), size + prefixSize);
-    if (value == nullptr) return setValueSlowly(element, run) && splitShortName(element, leafPrefix_);
+    char *value = allocateTogether(std::min(size, prefixSize), size + prefixSize);
+    if (value == nullptr)
+      return setValueSlowly(element, run) && splitShortName(element, leafPrefix_);
     setShortValue(element, value, copyShort(value, run));
     moveName(element, value + size, leafPrefix_);
     return true;
@@ -467,7 +492,7 @@ class TreeBuilder {
   bool splitAndMakeNext(XmlNode *element) {
     const size_t size = leafPrefix_ + kTerminator;
     const size_t smallest = std::min(size, kElementRecordSize);
-    char *memory = allocation_.allocateTogether(smallest, size + kElementRecordSize);
+    char *memory = allocateTogether(smallest, size + kElementRecordSize);
     if (memory == nullptr) return splitShortName(element, leafPrefix_) && makeNext();
     moveName(element, memory, leafPrefix_);
     next_ = recordAt(memory + size);
@@ -532,7 +557,7 @@ class TreeBuilder {
       std::memcpy(copy, run.begin, run.length);
       copy[run.length] = '\0';
     } else if (DecodingFailure failure; !decode(run, copy, &failure)) {
-      allocation_.free(copy);
+      freeUnused(copy);
       return fail(failure.reason, failure.at);
     }
     *string = copy;
@@ -542,7 +567,8 @@ class TreeBuilder {
   // What changes together does not stand together: two fields at once would go through a vector.
   XmlNode *open_ = nullptr;
   Allocation allocation_;
-  XmlNode *last_ = nullptr;  // its last child, or the last element at the top; null if there is none
+  XmlNode *last_ =
+      nullptr;  // its last child, or the last element at the top; null if there is none
   const char *leafName_ = nullptr;
   XmlNode *next_;  // for the next start tag, its bytes not set; null until it is made
   size_t leafPrefix_ = 0;

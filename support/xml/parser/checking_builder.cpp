@@ -4,10 +4,10 @@
 #include <cstring>
 #include <utility>
 
+#include "memory/hooks.h"
 #include "parser/copying.h"
 #include "parser/decoder.h"
 #include "parser/reasons.h"
-#include "memory/hooks.h"
 #include "tree/nodes.h"
 
 namespace neb::xml::internal {

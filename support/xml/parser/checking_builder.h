@@ -1,15 +1,15 @@
 // The builder that makes no tree: it finds why and where a document is malformed.
 #pragma once
 
-#include "tree/duplicates.h"
 #include "parser/markup.h"
 #include "record/node.h"
+#include "tree/duplicates.h"
 
 namespace neb::xml::internal {
 
-// What the tokenizer tells it, it only checks: names against their end tags, attributes against each
-// other, references. It keeps the start tags that are open, as they stand in the document, and the
-// attribute names of one tag. Functions that return bool return false once something is wrong.
+// What the tokenizer tells it, it only checks: names against their end tags, attributes against
+// each other, references. It keeps the start tags that are open, as they stand in the document, and
+// the attribute names of one tag. Functions that return bool return false once something is wrong.
 class CheckingBuilder {
  public:
   CheckingBuilder() = default;

@@ -70,8 +70,8 @@ struct Run {
 };
 
 inline Run runOf(const char *begin, size_t length) {
-  const bool isVerbatim = std::memchr(begin, '&', length) == nullptr &&
-                          std::memchr(begin, '<', length) == nullptr;
+  const bool isVerbatim =
+      std::memchr(begin, '&', length) == nullptr && std::memchr(begin, '<', length) == nullptr;
   return {begin, length, isVerbatim};
 }
 

@@ -1,11 +1,13 @@
 // Parsing: from a document to a tree.
 //
-// 1. An entry point checks its arguments, loads the file if there is one, and opens a session or not.
+// 1. An entry point checks its arguments, loads the file if there is one, and opens a session or
+//    not.
 // 2. The structural index answers for 64 bytes at a time where names, values and texts may end.
 // 3. The scanner recognises, from those bits, tokens that fit into a window of 64 bytes, and long
 //    texts and values by searching the index.
 // 4. Whatever the scanner leaves, the tokenizer reads: it alone knows the whole language.
-// 5. Both tell the tree builder what they have found; it makes all nodes, in an arena or on the heap.
+// 5. Both tell the tree builder what they have found; it makes all nodes, in an arena or on the
+//    heap.
 // 6. The last 128 bytes are scanned in a copy with zeros behind it, so that no window ends early.
 // 7. A failed parse frees what was built. If the caller wants to know why and where, the tokenizer
 //    reads the document once more, for a builder that only checks.

@@ -1,7 +1,7 @@
 // Parsing for those who want to know why and where a document is malformed.
 //
-// An ordinary parse keeps no positions. When it fails, the tokenizer reads the document once more, for
-// a builder that only checks.
+// An ordinary parse keeps no positions. When it fails, the tokenizer reads the document once more,
+// for a builder that only checks.
 #include <cstring>
 
 #include "parser/checking_builder.h"

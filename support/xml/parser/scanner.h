@@ -55,7 +55,8 @@ class Scanner {
     if (!builder_.isInTag()) tokenizer_.setCursor(cursor);
   }
 
-  // From behind the name or a value up to the end of the tag; or null, and then the cursor is in it.
+  // From behind the name or a value up to the end of the tag; or null, and then the cursor is in
+  // it.
   const char *scanTag(const char *cursor) {
     AttributeList list = builder_.attributes();
     while (index_.hasWindow(cursor)) {
@@ -171,8 +172,8 @@ class Scanner {
     return tag[1] == '/' ? scanEndTag(tag) : scanStartTag(cursor, whitespace);
   }
 
-  // Everything is looked up from before the white space: what comes behind it need not wait until its
-  // length is known.
+  // Everything is looked up from before the white space: what comes behind it need not wait until
+  // its length is known.
   const char *scanStartTag(const char *cursor, size_t whitespace) {
     const size_t skipped = whitespace + 1;
     const char *name = cursor + skipped;
@@ -266,8 +267,8 @@ class Scanner {
                                              loadVector(b + length - kVectorSize), kVectorSize);
   }
 
-  // The end of a short name in the document against the name in the tree, behind which nothing may be
-  // read.
+  // The end of a short name in the document against the name in the tree, behind which nothing may
+  // be read.
   static bool isStoredName(const char *end, const char *stored, size_t length) {
     if constexpr (!TreeBuilder<Allocation>::kHasBytesBefore) {
       return std::memcmp(end - length, stored, length) == 0;
@@ -365,8 +366,8 @@ class Scanner {
     const char *token = mayBeWhitespace(*cursor) ? index_.nextNonWhitespace(cursor) : cursor;
     if (*token != '<') return scanLongText(token);
     // Not before a CDATA section or where it may be a value.
-    const bool isIgnored = token != cursor && token[1] != '!' &&
-                           !(beginsEndTag(token) && builder_.isInContent());
+    const bool isIgnored =
+        token != cursor && token[1] != '!' && !(beginsEndTag(token) && builder_.isInContent());
     if (isIgnored) tokenizer_.setCursor(token);
     return isIgnored;
   }

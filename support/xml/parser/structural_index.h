@@ -10,17 +10,17 @@
 
 namespace neb::xml::internal {
 
-// One bit a byte for each question, for a part of the document at a time. Looking at 64 bytes at once
-// costs next to nothing; deciding byte by byte does not. The index answers where a name, a value or a
-// text may end from the next set bit. The terminator of the document is set for every question, so
-// each search ends, and no byte behind it is read.
+// One bit a byte for each question, for a part of the document at a time. Looking at 64 bytes at
+// once costs next to nothing; deciding byte by byte does not. The index answers where a name, a
+// value or a text may end from the next set bit. The terminator of the document is set for every
+// question, so each search ends, and no byte behind it is read.
 class StructuralIndex {
  public:
   // Of a document of this length. It covers nothing before moveTo().
   StructuralIndex(const char *document, size_t length) { reset(document, length, 0); }
 
-  // From now on of another document, with so many zeros from its terminator on, at most kReach; 0 if
-  // only the terminator may be read.
+  // From now on of another document, with so many zeros from its terminator on, at most kReach; 0
+  // if only the terminator may be read.
   void reset(const char *document, size_t length, size_t zerosBehind);
 
   // Covers the part of the document that begins here.
@@ -44,8 +44,8 @@ class StructuralIndex {
     return static_cast<size_t>(documentEnd_ - from) <= kReach;
   }
 
-  // The bits from here on, the lowest first. Where the covered part ends soon or the byte is not the
-  // first of eight, the highest may be missing.
+  // The bits from here on, the lowest first. Where the covered part ends soon or the byte is not
+  // the first of eight, the highest may be missing.
   uint64_t window(Question question, const char *from) const {
     return windowAt(question, offsetOf(from));
   }

@@ -16,8 +16,7 @@ namespace neb::xml::internal {
 template <typename Builder>
 class Tokenizer {
  public:
-  Tokenizer(Builder *builder, const char *document)
-      : builder_(*builder), cursor_(document) {}
+  Tokenizer(Builder *builder, const char *document) : builder_(*builder), cursor_(document) {}
 
   // Behind what has been read.
   const char *cursor() const { return cursor_; }

@@ -207,8 +207,8 @@ void DuplicateDetector::fill(uint64_t hash) {
   table_[slot] = hash;
 }
 
-// Where a process has its stack, heap and code is what a document cannot know. The key must stay the
-// same while one table fills, and so does not depend on the table.
+// Where a process has its stack, heap and code is what a document cannot know. The key must stay
+// the same while one table fills, and so does not depend on the table.
 uint64_t DuplicateDetector::hashOf(const XmlNode *attribute) const {
   SipHash hash(addressOf(this), addressOf(reinterpret_cast<const void *>(g_fnXMLMalloc)));
   if (attribute->prefix != nullptr) {

@@ -33,10 +33,10 @@ class NameKey {
   }
 };
 
-// The attributes of one tag. A few are told apart by the keys of their names, and compared where two
-// keys are equal; of more a table holds keyed hashes of 64 bits, and names are compared where two
-// hashes are equal: as good as never, unless the names are. The hash key is made of addresses, so
-// that no document can be written whose names collide where a system places programs at random.
+// The attributes of one tag. A few are told apart by the keys of their names, and compared where
+// two keys are equal; of more a table holds keyed hashes of 64 bits, and names are compared where
+// two hashes are equal: as good as never, unless the names are. The hash key is made of addresses,
+// so that no document can be written whose names collide where a system places programs at random.
 class DuplicateDetector {
  public:
   // How names are compared: prefix and name each, or the whole as it is printed, where "b" with the
