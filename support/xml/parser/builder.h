@@ -482,8 +482,9 @@ class TreeBuilder {
     const size_t size = run.length() + kTerminator;
     const size_t prefixSize = leafPrefix_ + kTerminator;
     char *value = allocateTogether(std::min(size, prefixSize), size + prefixSize);
-    if (value == nullptr)
+    if (value == nullptr) {
       return setValueSlowly(element, run) && splitShortName(element, leafPrefix_);
+    }
     setShortValue(element, value, copyShort(value, run));
     moveName(element, value + size, leafPrefix_);
     return true;

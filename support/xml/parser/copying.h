@@ -71,8 +71,9 @@ inline size_t copyDecoded(char *string, const ShortRun &run) {
 
 // Into a string that was allocated together with others, with its terminator.
 inline size_t copyShort(char *string, const ShortRun &run) {
-  if (run.ampersands != 0) [[unlikely]]
+  if (run.ampersands != 0) [[unlikely]] {
     return copyDecoded(string, run);
+  }
   copyWide(string, run.begin);
   string[run.length()] = '\0';
   return run.length();

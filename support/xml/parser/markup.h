@@ -38,12 +38,12 @@ bool begins(const char *text, const char (&literal)[size]) {
 // The first occurrence of a literal that ends in '>'; null when the document ends first.
 template <size_t size>
 const char *find(const char *text, const char (&literal)[size]) {
-  constexpr size_t before = size - 2;  // bytes of the literal before its '>'
+  constexpr size_t kBefore = size - 2;  // bytes of the literal before its '>'
   const char *close = std::strchr(text, '>');
   while (close != nullptr) {
-    const bool isWhole = static_cast<size_t>(close - text) >= before &&
-                         std::memcmp(close - before, literal, before) == 0;
-    if (isWhole) return close - before;
+    const bool isWhole = static_cast<size_t>(close - text) >= kBefore &&
+                         std::memcmp(close - kBefore, literal, kBefore) == 0;
+    if (isWhole) return close - kBefore;
     close = std::strchr(close + 1, '>');
   }
   return nullptr;

@@ -222,8 +222,9 @@ class Scanner {
                                uint64_t window) {
     if (window == 0) return {begin, nullptr, windowBegin, 0};
     const char *found = windowBegin + firstOf(window);
-    if (*found == last) [[likely]]
+    if (*found == last) [[likely]] {
       return {begin, found, windowBegin, 0};
+    }
     return findPastReferences(begin, last, windowBegin, window);
   }
 
