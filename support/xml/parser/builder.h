@@ -209,39 +209,29 @@ class TreeBuilder {
     setShortValue(element, value, copyShort(value, text));
     next_ = recordAt(memory);
     isInTag_ = false;
-    open_ = element->parent;
-    closeElement(element);
+    close();
     return true;
   }
 
   // "/>" of a start tag of an element that has a parent, and the record of the next element.
   bool endShortEmptyElement() {
-    XmlNode *element = open_;
-    const bool isBuilt = isNameWhole() ? splitAndMakeNext(element) : makeNext();
-    if (!isBuilt) return false;
+    if (!(isNameWhole() ? splitAndMakeNext(open_) : makeNext())) return false;
     isInTag_ = false;
-    open_ = element->parent;
-    closeElement(element);
+    close();
     return true;
   }
 
   // The text of the open element, which has a parent, and its end tag.
   bool addShortText(const ShortRun &text) {
-    XmlNode *element = open_;
-    if (!(isNameWhole() ? setValueAndSplit(element, text) : setValue(element, text))) return false;
-    open_ = element->parent;
-    closeElement(element);
+    if (!(isNameWhole() ? setValueAndSplit(open_, text) : setValue(open_, text))) return false;
+    close();
     return true;
   }
 
   // The end tag of the open element, which has a parent and a short name.
   bool endShortElement() {
-    XmlNode *element = open_;
-    if (isNameWhole() && !splitShortName(element, prefixLengthOfOpen())) return false;
-    element->valueOwned = 1;
-    open_ = element->parent;
-    last_ = element;
-    forgetLeafName();
+    if (isNameWhole() && !splitShortName(open_, prefixLengthOfOpen())) return false;
+    closeInContent();
     return true;
   }
 
@@ -534,17 +524,9 @@ class TreeBuilder {
 
   [[gnu::noinline]] bool addAttributeSlowly(const char *name, size_t length, size_t prefixSize,
                                             ShortRun value) {
-    XmlNode *attribute = recordAt(allocate(kAttributeRecordSize));
-    if (attribute == nullptr) return false;
-    fillAttribute(attribute, allocation_.handle(), static_cast<uint16_t>(length - prefixSize),
-                  open_);
-    attribute->name = nullptr;
-    attribute->value = nullptr;
-    attributes_.append(attribute);
     const Run prefix = {name, prefixSize != 0 ? prefixSize - 1 : 0, true};
     const Run local = {name + prefixSize, length - prefixSize, true};
-    return copyRun(prefix, &attribute->prefix) && copyRun(local, &attribute->name) &&
-           setValueSlowly(attribute, value);
+    return startAttribute(prefix, local) && setValueSlowly(attributes_.last(), value);
   }
 
   // A new string; null for an empty run.
