@@ -72,15 +72,15 @@ class Picture:
 
 
 def record():
-    """The node record, as tree/node.h lays it out, and its links."""
+    """The node record, as record/node.h lays it out, and its links."""
     picture = Picture(920, 600, "The node record and its links")
     fields = [(0, 4, "sessionId", "blue"), (4, 4, "marks …", "grey"), (8, 8, "name", "green"),
               (16, 8, "value", "green"), (24, 8, "prefix", "green"), (32, 4, "type …", "grey"),
-              (36, 4, "livedIn", "blue"), (40, 8, "parent", "amber"), (48, 8, "next", "amber"),
+              (36, 4, "boundSession", "blue"), (40, 8, "parent", "amber"), (48, 8, "next", "amber"),
               (56, 8, "prev", "amber"), (64, 8, "firstChild", "amber"),
               (72, 8, "lastChild", "amber"), (80, 8, "firstAttr", "amber"),
               (88, 120, "nameTable: 10 × 12 bytes", "red")]
-    left, top, byte, row = 60, 50, 20, 26
+    left, top, byte, row = 60, 50, 22, 26
     picture.text(20, 30, "One record; its type decides how long", "bold")
     y = top
     for offset, size, name, kind in fields:
@@ -192,8 +192,8 @@ def session():
     picture.text(412, 318, "block 4: 32768 bytes", "", "middle")
     picture.text(590, 309, "No block has room. A new one is added, as large", "small dim")
     picture.text(590, 325, "as the last, doubled until the allocation fits.", "small dim")
-    picture.text(20, 375, "Nothing is freed alone. Ending the session frees the blocks, one step for "
-                 "each.")
+    picture.text(20, 375, "Nothing is freed alone. Ending the session frees the blocks, one step "
+                 "for each.")
     return picture
 
 
