@@ -1,9 +1,8 @@
 #!/usr/bin/env python3
 """Draws the pictures of the documents: draw_pictures.py [--dark] FOLDER
 
-Each function below is the text that one picture is made from. The same text gives the same bytes.
-With --dark the pictures are drawn as a reader with a dark screen sees them, for looking at them
-with programs that know no such screens.
+Each function below draws one picture. The same function gives the same bytes. With --dark, the
+pictures have the colours of a dark screen, for viewers that do not choose the colours themselves.
 """
 import os
 import sys
@@ -81,8 +80,8 @@ def record():
               (56, 8, "prev", "amber"), (64, 8, "firstChild", "amber"),
               (72, 8, "lastChild", "amber"), (80, 8, "firstAttr", "amber"),
               (88, 120, "nameTable: 10 × 12 bytes", "red")]
-    left, top, byte, row = 60, 50, 20, 26
-    picture.text(20, 30, "One record, as long as its type needs", "bold")
+    left, top, byte, row = 60, 50, 22, 26
+    picture.text(20, 30, "One record; its type decides how long", "bold")
     y = top
     for offset, size, name, kind in fields:
         if size == 4:
@@ -106,9 +105,9 @@ def record():
         picture.path("M%g %gH%g" % (right, end, right + 22), "line")
         picture.text(right + 27, end - 3, first, "bold")
         picture.text(right + 27, end + 13, second, "small dim")
-    legend = [("blue", "where the storage is"), ("green", "texts, each with its terminator"),
-              ("amber", "where the node hangs"), ("red", "short names that nodes share"),
-              ("grey", "kind, ownership, marks")]
+    legend = [("blue", "sessions, 0 for none"), ("green", "strings, each with a terminator"),
+              ("amber", "links to other nodes"), ("red", "short names that nodes share"),
+              ("grey", "type, ownership, marks, lengths")]
     for i, (kind, text) in enumerate(legend):
         picture.box(left - 36, 442 + 28 * i, 18, 14, kind)
         picture.text(left - 10, 454 + 28 * i, text)
@@ -152,19 +151,19 @@ def record():
     picture.path("M600 122H498", "up", True)
     picture.path("M788 136C788 168 600 164 498 130", "up", True)
     picture.parts.append("</g>")
-    notes = ["A document node is the root element itself.",
-             "Attributes are nodes: a single list, each with its element as parent.",
-             "Depth is followed through parent, so no walk needs a stack.",
-             "A record has alignment 1: a session carves its pieces back to back."]
+    notes = ["A document node is itself the root element.",
+             "Attributes are nodes in a singly linked list. Their parent is the element.",
+             "Walks go up through parent, so they need no stack.",
+             "A record has alignment 1: allocations of a session lie back to back."]
     for i, text in enumerate(notes):
         picture.text(390, 454 + 28 * i, text)
     return picture
 
 
 def session():
-    """Blocks of a session, and which of them a piece is carved from."""
+    """The blocks of a session, and from which of them an allocation comes."""
     picture = Picture(880, 400, "A session's blocks with first fit")
-    picture.text(20, 30, "A session is a chain of blocks. A piece comes from the earliest block "
+    picture.text(20, 30, "A session is a chain of blocks. An allocation comes from the first block "
                  "with room for it.", "bold")
     blocks = [(30, 190, 150, "8192", "40 left"), (300, 190, 165, "8192", "24 left"),
               (570, 220, 90, "16384", "9000 left")]
@@ -173,7 +172,7 @@ def session():
         picture.labelled(x, y, 56, 70, "blue", "")
         for line, word in enumerate(("cursor", "room", "capacity", "next")):
             picture.text(x + 28, y + 16 + 15 * line, word, "small dim", "middle")
-        picture.labelled(x + 56, y, used, 70, "green", "carved", "")
+        picture.labelled(x + 56, y, used, 70, "green", "allocated", "")
         picture.box(x + 56 + used, y, width - used, 70, "paper")
         picture.text(x + 56, y + 90, "block %d: %s bytes" % (i + 1, capacity), "small")
         picture.text(x + 56 + width, y + 90, left, "small dim", "end")
@@ -185,16 +184,68 @@ def session():
     picture.text(250, 84, "block 1 has room", "small dim")
     picture.labelled(480, 66, 90, 26, "amber", "88 bytes")
     picture.path("M560 92C600 110 730 96 758 128", "up", True)
-    picture.text(580, 84, "blocks 1 and 2 have not: the last has", "small dim")
+    picture.text(580, 84, "blocks 1 and 2 are too full, block 3 has room", "small dim")
     picture.labelled(30, 300, 110, 26, "amber", "20000 bytes")
     picture.path("M140 313H190", "up", True)
     picture.labelled(196, 288, 56, 50, "grey", "new", "small")
     picture.box(252, 288, 320, 50, "grey")
     picture.text(412, 318, "block 4: 32768 bytes", "", "middle")
-    picture.text(590, 309, "No block has room: one is added, as large", "small dim")
-    picture.text(590, 325, "as the last, doubled until the piece fits.", "small dim")
-    picture.text(20, 375, "Nothing goes back on its own. Ending the session releases the blocks, "
-                 "one step for each.")
+    picture.text(590, 309, "No block has room. A new one is added, as large", "small dim")
+    picture.text(590, 325, "as the last, doubled until the allocation fits.", "small dim")
+    picture.text(20, 375, "Nothing is freed alone. Ending the session frees the blocks, one step "
+                 "for each.")
+    return picture
+
+
+def parser():
+    """The way of a document to a tree, and the structural index of a few bytes."""
+    picture = Picture(920, 470, "The way of a document through the parser")
+
+    def stage(x, y, width, kind, name, below):
+        picture.labelled(x, y, width, 50, kind, "")
+        picture.text(x + width / 2, y + 22, name, "bold", "middle")
+        picture.text(x + width / 2, y + 39, below, "small dim", "middle")
+
+    stage(20, 40, 120, "grey", "document", "up to its NUL")
+    stage(190, 40, 150, "blue", "structural index", "built by a kernel")
+    stage(390, 40, 130, "green", "scanner", "common markup")
+    stage(600, 40, 150, "amber", "tree builder", "allocates, fills")
+    stage(790, 40, 110, "grey", "tree", "arena or heap")
+    stage(390, 135, 130, "green", "tokenizer", "the whole language")
+    stage(600, 135, 150, "red", "checking builder", "after a failure")
+    stage(790, 135, 110, "grey", "report", "reason, position")
+    for data in ("M140 65H188", "M340 65H388", "M520 65H598", "M750 65H788", "M750 160H788",
+                 "M520 160H598", "M520 148C565 148 565 80 598 80", "M80 90V160H388"):
+        picture.path(data, "link", True)
+    picture.path("M440 90V133", "up", True)
+    picture.path("M470 135V92", "up", True)
+    picture.text(432, 117, "what it leaves", "small up-text", "end")
+    picture.text(478, 117, "and back", "small up-text")
+
+    sample = '<port n="1">80</port>'
+    text_ends, whitespace = "&<", "\t\n\r "
+    value_ends = text_ends + "\"'"
+    name_ends = value_ends + whitespace + "!/:=>?]"
+    questions = [("name ends", lambda byte: byte in name_ends),
+                 ("value ends", lambda byte: byte in value_ends),
+                 ("text ends", lambda byte: byte in text_ends),
+                 ("no white space", lambda byte: byte not in whitespace)]
+    left, top, cell, row = 150, 250, 34, 30
+    picture.text(20, 230, "The index has one bit for each byte and question", "bold")
+    for at, byte in enumerate(sample):
+        picture.labelled(left + at * cell, top, cell, row, "grey", byte, "mono bold")
+    for line, (name, answer) in enumerate(questions):
+        y = top + row * (line + 1)
+        picture.text(left - 12, y + 20, name, "", "end")
+        for at, byte in enumerate(sample):
+            bit = answer(byte)
+            picture.labelled(left + at * cell, y, cell, row, "blue" if bit else "paper",
+                             "1" if bit else "0", "mono" if bit else "mono dim")
+    bottom = top + 5 * row
+    picture.path("M%g %gV%g" % (left + 1.5 * cell, bottom + 24, bottom + 4), "up", True)
+    picture.text(left + 1.5 * cell - 6, bottom + 42,
+                 "A window is up to 64 bits from a byte on. The first name end in it is 4 bytes "
+                 "ahead: the name is port.", "small")
     return picture
 
 
@@ -233,7 +284,8 @@ def path():
 def main():
     dark = sys.argv[1] == "--dark"
     folder = sys.argv[-1]
-    for name, draw in (("record", record), ("session", session), ("path", path)):
+    for name, draw in (("record", record), ("session", session), ("parser", parser),
+                       ("path", path)):
         with open(os.path.join(folder, name + ".svg"), "w", encoding="utf-8") as file:
             draw().write(file, dark)
 

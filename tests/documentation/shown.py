@@ -12,6 +12,9 @@
   shown.py references DOCUMENT...
       Looks for what the documents point at: other documents and their sections, files of the
       project, names of the interface and of the build.
+  shown.py rooms DOCUMENT
+      Compares the rooms of the library with the document's table of them. A room includes headers
+      of its own and of rooms above it in the table.
 
 What counts in a document: a code block in C or C++ is a program, whole if it has a main, else the
 body of one; the block after "It prints" is its output. A block whose language is followed by a
@@ -216,6 +219,27 @@ def references(arguments):
     return 1 if found else 0
 
 
+def misplaced(order):
+    """What contradicts the rooms in this order, from the ground up."""
+    folders = {os.path.basename(folder): folder
+               for folder in [*glob.glob("support/xml/*"), "support/platform"]
+               if os.path.isdir(folder)}
+    for room in sorted(folders.keys() ^ set(order)):
+        yield "the folder %s/ or its row in the table is missing" % room
+    for at, room in enumerate(order):
+        for path in sorted(glob.glob(folders.get(room, "missing") + "/*.*")):
+            for included in re.findall(r'^#include "(\w+)/', read(path), re.M):
+                if included not in order[:at + 1]:
+                    yield "%s includes from %s/, which is not below %s/" % (path, included, room)
+
+
+def rooms(arguments):
+    table = read(arguments.document).partition("\n| Room |")[2].partition("\n\n")[0]
+    found = list(misplaced(re.findall(r"^\| `(?:support/)?(\w+)/` \|", table, re.M)))
+    print("\n".join(found))
+    return 1 if found else 0
+
+
 def main():
     parser = argparse.ArgumentParser()
     commands = parser.add_subparsers(required=True)
@@ -236,6 +260,9 @@ def main():
     command = commands.add_parser("references")
     command.add_argument("documents", nargs="+")
     command.set_defaults(run=references)
+    command = commands.add_parser("rooms")
+    command.add_argument("document")
+    command.set_defaults(run=rooms)
     arguments = parser.parse_args()
     return arguments.run(arguments)
 
