@@ -22,8 +22,8 @@ inline bool mayBeginName(char byte) {
   return (byte < '0' || byte > ':') && byte != '-' && byte != '.';
 }
 
-// Whether a name, prefix and all, is one in XML that reading can split: it has no colon in first or
-// last place. There are some bytes behind it, so that whole vectors can be read.
+// Whether a name with its prefix is one in XML that parsing can split: it has no colon at its
+// beginning or end. There are some bytes behind it, so that whole vectors can be read.
 inline bool isName(const char *name, const char *end) {
   if (name == end || !mayBeginName(*name) || end[-1] == ':') return false;
   for (; name < end; name += kVectorSize) {
@@ -34,7 +34,7 @@ inline bool isName(const char *name, const char *end) {
   return true;
 }
 
-// Tells whether the attribute names of a tag are all different. Most are told apart by few bits.
+// Finds duplicate attribute names in a tag. Most names differ in a few bits.
 class AttributeNames {
  public:
   AttributeNames() { attributes_.compareAsPrinted(); }
@@ -43,13 +43,13 @@ class AttributeNames {
   AttributeNames &operator=(const AttributeNames &) = delete;
 
   // Most elements have one attribute at most.
-  static bool mayHaveTwins(const XmlNode *element) {
+  static bool mayHaveDuplicates(const XmlNode *element) {
     return element->firstAttr != nullptr && element->firstAttr->next != nullptr;
   }
 
   void beginTag(const XmlNode *element) {
     element_ = element;
-    if (!mayHaveTwins(element)) return;
+    if (!mayHaveDuplicates(element)) return;
     seen_.beginTag();
     attributes_.clear();
   }
@@ -57,7 +57,7 @@ class AttributeNames {
   // Adds the tag's next attribute, whose whole name is given as it is printed. Returns NEB_XML_OK,
   // NEB_XML_ERR_INVALID_PARAM for a name that an attribute before it has, or NEB_XML_ERR_NO_MEMORY.
   uint32_t add(const XmlNode *attribute, const char *name, const char *end) {
-    if (!mayHaveTwins(element_)) return NEB_XML_OK;
+    if (!mayHaveDuplicates(element_)) return NEB_XML_OK;
     const bool isCompared = attributes_.count() < AttributeSet::kComparedAttributes;
     const uint64_t key = NamesSeen::keyOf(name, static_cast<size_t>(end - name));
     if (isCompared && !seen_.see(key)) {
