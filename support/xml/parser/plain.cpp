@@ -10,8 +10,8 @@
 #include "parser/short.h"
 #include "parser/tokens.h"
 #include "parser/wide_machine.h"
-#include "simd/vector.h"
 #include "record/node_records.h"
+#include "simd/vector.h"
 
 namespace neb::xml::internal {
 
@@ -331,7 +331,7 @@ class PlainParser {
     if (prefixSize != 0) smallest = std::min(smallest, prefixSize);
     static_assert(kAttributeRecordSize > kWidestCopy / 2);  // and so is not the smallest
     char *pieces = pieces_.allocateTogether(smallest, kAttributeRecordSize + nameSize + valueSize,
-                                         value + length);
+                                            value + length);
     if (pieces == nullptr) return nullptr;
     auto *attribute = reinterpret_cast<XmlNode *>(pieces);
     fillAttribute(attribute, pieces_.handle(), notedNameLength(name.length - prefixSize), open_);

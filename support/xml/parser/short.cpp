@@ -7,8 +7,8 @@
 #include "parser/pieces.h"
 #include "parser/tokens.h"
 #include "parser/wide_machine.h"
-#include "simd/vector.h"
 #include "record/node_records.h"
+#include "simd/vector.h"
 #include "tree/references.h"
 
 namespace neb::xml::internal {

@@ -52,9 +52,9 @@ struct ExactElementValue {
 template <typename Value>
 char *xmlCopyWithEscape(Output &output, char *to, const char *value, size_t length);
 
-// Parsing drops white space other than spaces before an element's text, and may take nothing but white
-// space for a value. What begins with a reference is text. So the first character is written as a
-// reference where it has to be. Returns how much of the value was written: one byte, or none.
+// Parsing drops white space other than spaces before an element's text, and may take nothing but
+// white space for a value. What begins with a reference is text. So the first character is written
+// as a reference where it has to be. Returns how much of the value was written: one byte, or none.
 size_t writeFirstWhitespace(char **to, const char *value);
 
 }  // namespace neb::xml::internal

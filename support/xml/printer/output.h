@@ -10,9 +10,9 @@ namespace neb::xml::internal {
 
 // Chunks that grow in proportion to what they hold, so that printing stays linear and nothing is
 // moved before the whole is handed out in one allocation of its size. The printer passes its cursor
-// through its steps, in a register, not in here. The cursor is null before the first byte, and after
-// a failure: memory has run out, the output is longer than 32 bits can count, or something was
-// refused.
+// through its steps, in a register, not in here. The cursor is null before the first byte, and
+// after a failure: memory has run out, the output is longer than 32 bits can count, or something
+// was refused.
 class Output {
  public:
   Output() = default;

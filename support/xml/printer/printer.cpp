@@ -237,7 +237,7 @@ class Printer {
     }
   }
 
-  // Behind the name the slack is long enough for an attribute's short value with what stands around
+  // Behind the name the slack is long enough for an attribute's short value with what is around
   // it, the end of the tag, and a short text.
   static_assert(Output::kSlack >= sizeof("<: =\"\">") + 3 * kVectorSize);
   char *withRoomForTag(char *to, const NameParts &parts, size_t depth) {
