@@ -9,7 +9,7 @@
 
 namespace neb::platform {
 
-// All return 0, or an errno value with the destination untouched unless told otherwise.
+// All return 0, or an errno value with the destination unchanged unless documented otherwise.
 
 inline int memcpy_s(void *destination, size_t capacity, const void *source, size_t count) {
   if (count > capacity) return ERANGE;
@@ -31,7 +31,7 @@ inline int memmove_s(void *destination, size_t capacity, const void *source, siz
   return 0;
 }
 
-// Copies at most count characters of a text and a terminator.
+// Copies at most count characters of a string and a terminator.
 inline int strncpy_s(char *destination, size_t capacity, const char *source, size_t count) {
   const size_t length = strnlen(source, count);
   if (length >= capacity) return ERANGE;
@@ -41,7 +41,7 @@ inline int strncpy_s(char *destination, size_t capacity, const char *source, siz
 }
 
 // Formats at most count characters and a terminator; returns their number, or -1 with an empty
-// text when they do not fit.
+// string when they do not fit.
 [[gnu::format(printf, 4, 5)]] inline int snprintf_s(char *destination, size_t capacity,
                                                     size_t count, const char *format, ...) {
   if (capacity == 0) return -1;

@@ -190,7 +190,7 @@ class Attributes {
   Purpose purpose_;
   bool hasList_ = false;
   mode_t common_ = 0;
-  size_t capacity_ = 1;    // of a value; the hooks are not asked for nothing
+  size_t capacity_ = 1;    // of a value; the hooks never get a size of 0
   char *value_ = nullptr;  // of the old file, and behind it the new file's
 };
 
@@ -232,7 +232,7 @@ Transfer transferRest(int file, const char *oldPath, const struct stat &old, Pur
 }  // namespace
 
 Transfer takeOverRights(int file, const char *oldPath, const struct stat &old) {
-  // The rest depends on what came of it, which the new file's status tells.
+  // The rest depends on the result, which the new file's status shows.
   [[maybe_unused]] const bool isGroupGiven =
       fchown(file, old.st_uid, old.st_gid) == 0 || fchown(file, kSameOwner, old.st_gid) == 0;
   return transferRest(file, oldPath, old, Purpose::change);

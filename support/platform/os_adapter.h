@@ -7,7 +7,7 @@
 
 namespace neb::platform {
 
-// The length of a text, or the largest count when it has more bytes than that.
+// The length of a string, or the largest count when it has more bytes than that.
 inline uint32_t KAVO_StrLen(const char *text) {
   const size_t length = std::strlen(text);
   return length < UINT32_MAX ? static_cast<uint32_t>(length) : UINT32_MAX;

@@ -30,7 +30,7 @@ bool isFifo(const char *path) {
   return stat(path, &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
-// Between the look and the opening another file may have come in the FIFO's place.
+// Between the check and the opening another file may have replaced the FIFO.
 bool isFifoThatWaits(int file) {
   struct stat status = {};
   if (fstat(file, &status) != 0 || !S_ISFIFO(status.st_mode)) return false;

@@ -33,7 +33,7 @@ struct Target {
   Presence presence;
 };
 
-// Nothing but the system's word that there is no such file makes one absent.
+// A file is only absent if the system says so: other errors hide what is there.
 Presence lookAt(const char *path, struct stat *status) {
   if (lstat(path, status) != 0) return errno == ENOENT ? Presence::absent : Presence::unusable;
   return S_ISREG(status->st_mode) ? Presence::regular : Presence::unusable;

@@ -18,6 +18,18 @@ void checkLengths(const XmlNode *node, Check check) {
   check(node->valueSize == std::strlen(node->value) + 1);
 }
 
+// An attribute whose strings are marked as together has them there, with their lengths.
+template <typename Check>
+void checkTogether(const XmlNode *attribute, Check check) {
+  if ((attribute->marks & kStringsTogether) == 0) return;
+  const char *first = reinterpret_cast<const char *>(attribute) + kAttributeRecordSize;
+  const bool hasPrefix = attribute->prefix != nullptr;
+  check(!hasPrefix || (attribute->prefix == first && *first != '\0'));
+  check(attribute->name == (hasPrefix ? first + std::strlen(first) + 1 : first));
+  check(hasNotedNameLength(attribute) && attribute->valueSize > 1 && !isOnHeap(attribute));
+  check(attribute->value == attribute->name + attribute->nameLength + 1);
+}
+
 // The fields are compared, not handed on: a record may stand at any address.
 template <typename Check>
 void checkNode(const XmlNode *node, Check check) {
@@ -34,6 +46,7 @@ void checkNode(const XmlNode *node, Check check) {
   for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
     check(attr->parent == node && attr->type == NEB_XML_NODE_ATTRIBUTE);
     checkLengths(attr, check);
+    checkTogether(attr, check);
   }
 }
 

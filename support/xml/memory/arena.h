@@ -22,8 +22,8 @@ static_assert(offsetof(XmlMemBlock, capacity) == 12);
 static_assert(offsetof(XmlMemBlock, nextBlock) == 16);
 static_assert(sizeof(XmlMemBlock) == 24);
 
-// Before each allocation of a session this many bytes can be read: they are of the allocation before
-// it, or of the block's header.
+// Before each allocation of a session this many bytes can be read: they are of the allocation
+// before it, or of the block's header.
 constexpr size_t kReadableBefore = sizeof(XmlMemBlock);
 
 struct BlockIndex;

@@ -4,7 +4,7 @@
 
 namespace neb::xml::internal {
 
-// Stands where the data area ends, at any address.
+// Begins where the data area ends, at any address.
 #pragma pack(push, 1)
 struct BlockIndex {
   XmlMemBlock *block;

@@ -22,8 +22,8 @@ void appendBlock(XmlMemSession &session, XmlMemBlock *block);
 // From the earliest block but the last that has room; null if there is none.
 void *allocateFromEarlierBlock(XmlMemSession &session, int32_t size);
 
-// For many allocations in a row: an earlier block that small ones fit in, with the largest gap in any
-// block before it and in any between it and the last one. Both stay true until something else
+// For many allocations in a row: an earlier block that small ones fit in, with the largest gap in
+// any block before it and in any between it and the last one. Both stay true until something else
 // allocates from the session. What is left of the block itself is counted when the gap is closed.
 struct OpenGap {
   XmlMemBlock *block;

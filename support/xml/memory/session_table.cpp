@@ -13,8 +13,8 @@ constexpr uint32_t kClosed = uint32_t{1} << 31;
 
 // One word counts the sessions open in a level and the lookups that are under way in it. A level
 // that nobody uses can be closed, and then is entered by nobody until it is open again. So its
-// entries are freed without waiting for anyone: a thread that is held up in here, or that a fork has
-// left behind, holds nobody up.
+// entries are freed without waiting for anyone: a thread that is held up in here, or that a fork
+// has left behind, holds nobody up.
 struct Level {
   std::atomic<XmlMemSession *> entries;
   std::atomic<uint32_t> users;

@@ -1,12 +1,12 @@
-// Cross-references: the records of a session that are linked to records of another origin, or have
-// strings on the heap.
+// Cross-references: the records of a session whose parent, child or attribute is of another origin,
+// or that have strings on the heap. A record stays noted when that is over.
 #pragma once
 
 #include "record/node.h"
 
 namespace neb::xml::internal {
 
-// Stands at any address of the session.
+// At any address of the session.
 #pragma pack(push, 1)
 struct CrossReference {
   CrossReference *next;

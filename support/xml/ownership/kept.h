@@ -6,7 +6,7 @@
 
 namespace neb::xml::internal {
 
-// Stands at any address of the session.
+// At any address of the session.
 #pragma pack(push, 1)
 struct KeptString {
   KeptString *next;

@@ -8,8 +8,8 @@ namespace neb::xml::internal {
 
 namespace {
 
-// The record of a session is not freed, though what it was linked to is. Its session must not follow
-// the links when it ends.
+// The record of a session is not freed, though what it was linked to is. Its session must not
+// follow the links when it ends.
 void releaseAndClear(XmlNode *node, const Storage &storage) {
   const bool staysInSession = !isOnHeap(node);
   releaseSingle(node, storage);

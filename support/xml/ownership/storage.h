@@ -1,16 +1,17 @@
 // Where allocations on behalf of a node come from, and who frees them.
 //
 // Each record and each string has an origin, a session or the heap, that never changes. A record
-// says its own (sessionId, 0 for the heap), and by marks which of its strings are of the other kind.
+// says its own by sessionId, 0 for the heap, and by marks which of its strings are of the other
+// kind.
 //
 // The membership rule: what is allocated on behalf of a node comes from the session of the topmost
 // node of its tree, if that has one, else from the heap.
 //
-// Nodes move between trees and their allocations stay, so a tree can mix origins. These hold between
-// any two calls:
+// Nodes move between trees and their allocations stay, so a tree can mix origins. These hold
+// between any two calls:
 //
-// 1. A session's record that is linked to a record of another origin, or that has a string on the
-//    heap, is in its session's list of cross-references. (cross_references.h)
+// 1. A session's record whose parent, child or attribute is of another origin, or that has a string
+//    on the heap, is in its session's list of cross-references. (cross_references.h)
 // 2. A string of a session's record is of that session or on the heap, never of another session.
 //    (storageForStrings)
 // 3. A heap record that has a string of a session, or a record of a session below it, is in a tree
@@ -30,9 +31,10 @@
 // 4. Strings are only given up by dropString and attributes by removal; both ask the storage.
 //
 // What follows: ending a session has to look at its cross-references and its kept allocations only.
-// It unlinks its records from whatever outlives them and frees the heap records and strings that are
-// attached to them. Then nothing outside leads into its blocks but strings of heap records that are
-// bound to it, which are marked as elsewhere and so are never freed. (session_end.cpp)
+// It unlinks its records from whatever outlives them and frees the heap records and strings that
+// are attached to them. Then nothing leads into its blocks from outside but strings of heap records
+// that are bound to it. Those are marked as elsewhere or not owned, so nobody frees them.
+// (session_end.cpp)
 #pragma once
 
 #include "memory/arena.h"

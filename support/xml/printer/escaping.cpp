@@ -32,29 +32,29 @@ bool endsAsNumericReference(const char *digits, uint32_t base) {
   return true;
 }
 
-bool isNumericReference(const char *text) {
-  if (text[1] != '#') return false;
-  return text[2] == 'x' ? endsAsNumericReference(text + 3, 16)
-                        : endsAsNumericReference(text + 2, 10);
+bool isNumericReference(const char *ampersand) {
+  if (ampersand[1] != '#') return false;
+  return ampersand[2] == 'x' ? endsAsNumericReference(ampersand + 3, 16)
+                             : endsAsNumericReference(ampersand + 2, 10);
 }
 
-// The text begins with an ampersand: whether that begins a well-formed reference.
-bool beginsReference(const char *text) {
-  return namedReferenceAt(text) != nullptr || isNumericReference(text);
+// Whether a well-formed reference begins at an ampersand.
+bool beginsReference(const char *ampersand) {
+  return namedReferenceAt(ampersand) != nullptr || isNumericReference(ampersand);
 }
 
-// Copies up to the first character to escape or the end; the place is moved along.
+// Copies up to the first character to escape or the end, and advances the cursor.
 template <typename Value>
-const char *writeRun(char **place, const char *from, const char *end) {
-  char *to = *place;
+const char *writeRun(char **cursor, const char *from, const char *end) {
+  char *to = *cursor;
   size_t left = static_cast<size_t>(end - from);
   while (left >= kVectorSize) {
     const Vector bytes = loadVector(from);
     storeVector(to, bytes);
-    const size_t plain = countBeforeFound(Value::findEscaped(bytes));
-    if (plain < kVectorSize) {
-      *place = to + plain;
-      return from + plain;
+    const size_t copied = countBeforeFound(Value::findEscaped(bytes));
+    if (copied < kVectorSize) {
+      *cursor = to + copied;
+      return from + copied;
     }
     from += kVectorSize;
     to += kVectorSize;
@@ -62,9 +62,9 @@ const char *writeRun(char **place, const char *from, const char *end) {
   }
   const Vector bytes = loadFirst(from, left);
   storeVector(to, bytes);
-  const size_t plain = std::min(countBeforeFound(Value::findEscaped(bytes)), left);
-  *place = to + plain;
-  return from + plain;
+  const size_t copied = std::min(countBeforeFound(Value::findEscaped(bytes)), left);
+  *cursor = to + copied;
+  return from + copied;
 }
 
 }  // namespace
@@ -104,7 +104,7 @@ char *ExactAttributeValue::writeEscaped(char *to, const char *character) {
   }
 }
 
-size_t writeFirstBlank(char **to, const char *value) {
+size_t writeFirstWhitespace(char **to, const char *value) {
   const size_t spaces = std::strspn(value, " ");
   const char behind = value[spaces];
   if (behind != '\t' && behind != '\n' && (behind != '\0' || spaces == 0)) return 0;
@@ -112,29 +112,29 @@ size_t writeFirstBlank(char **to, const char *value) {
   return 1;
 }
 
-// In slices: room for the rest of a long value, asked for again behind each character that becomes
-// longer, would be as much memory as there are such characters times the rest.
+// In slices: if room for the rest of a long value were reserved again behind each character that
+// becomes longer, it would take as much memory as there are such characters times the rest.
 template <typename Value>
-[[gnu::noinline]] char *xmlCopyWithEscape(PrintedText &text, char *to, const char *value,
+[[gnu::noinline]] char *xmlCopyWithEscape(Output &output, char *to, const char *value,
                                           size_t length) {
   const char *end = value + length;
   do {
     const char *sliceEnd = value + std::min(static_cast<size_t>(end - value), kSlice);
-    to = text.withRoom(to, static_cast<size_t>(sliceEnd - value));
+    to = output.withRoom(to, static_cast<size_t>(sliceEnd - value));
     while (to != nullptr) {
       value = writeRun<Value>(&to, value, sliceEnd);
       if (value == sliceEnd) break;
       to = Value::writeEscaped(to, value);
-      if (to == nullptr) return text.refuse(NEB_XML_ERR_INVALID_PARAM);
+      if (to == nullptr) return output.refuse(NEB_XML_ERR_INVALID_PARAM);
       ++value;
-      to = text.withRoom(to, static_cast<size_t>(sliceEnd - value));
+      to = output.withRoom(to, static_cast<size_t>(sliceEnd - value));
     }
   } while (to != nullptr && value != end);
   return to;
 }
 
-template char *xmlCopyWithEscape<LenientValue>(PrintedText &, char *, const char *, size_t);
-template char *xmlCopyWithEscape<ExactAttributeValue>(PrintedText &, char *, const char *, size_t);
-template char *xmlCopyWithEscape<ExactElementValue>(PrintedText &, char *, const char *, size_t);
+template char *xmlCopyWithEscape<LenientValue>(Output &, char *, const char *, size_t);
+template char *xmlCopyWithEscape<ExactAttributeValue>(Output &, char *, const char *, size_t);
+template char *xmlCopyWithEscape<ExactElementValue>(Output &, char *, const char *, size_t);
 
 }  // namespace neb::xml::internal

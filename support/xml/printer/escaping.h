@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "printer/printed_text.h"
+#include "printer/output.h"
 #include "simd/vector.h"
 
 namespace neb::xml::internal {
@@ -22,8 +22,8 @@ inline Vector findMarkupCharacters(Vector bytes) {
          (bytes == '\'');
 }
 
-// Each kind finds what it does not copy as it stands, and writes one character of that; null when
-// no text can hold it.
+// Each kind finds what it does not copy unchanged, and writes one character of that; null when no
+// document can hold it.
 
 // An ampersand that begins a reference stays, and every byte passes.
 struct LenientValue {
@@ -40,7 +40,7 @@ struct ExactAttributeValue {
   static char *writeEscaped(char *to, const char *character);
 };
 
-// An element's value that is read as it was, but for blanks at its beginning.
+// An element's value that is read as it was, but for white space at its beginning.
 struct ExactElementValue {
   static Vector findEscaped(Vector bytes) {
     return ExactAttributeValue::findEscaped(bytes) & ~(bytes - '\t' <= '\n' - '\t');
@@ -50,12 +50,11 @@ struct ExactElementValue {
 
 // Copies a value; behind it there is room for a little markup. Null after a failure.
 template <typename Value>
-char *xmlCopyWithEscape(PrintedText &text, char *to, const char *value, size_t length);
+char *xmlCopyWithEscape(Output &output, char *to, const char *value, size_t length);
 
-// Of white space before an element's text, reading drops what is no space, and elements that end
-// behind nothing but white space may get it as a value. What begins with a reference is text.
-// Returns how much of the value was written: one byte, or none when its beginning is read as it
-// stands.
-size_t writeFirstBlank(char **to, const char *value);
+// Parsing drops white space other than spaces before an element's text, and may take nothing but
+// white space for a value. What begins with a reference is text. So the first character is written
+// as a reference where it has to be. Returns how much of the value was written: one byte, or none.
+size_t writeFirstWhitespace(char **to, const char *value);
 
 }  // namespace neb::xml::internal

@@ -1,4 +1,4 @@
-// Printing trees as text.
+// Printing trees as documents.
 #include <algorithm>
 #include <cstring>
 #include <type_traits>
@@ -9,7 +9,7 @@
 #include "platform/replaced_file.h"
 #include "printer/escaping.h"
 #include "printer/names.h"
-#include "printer/printed_text.h"
+#include "printer/output.h"
 #include "record/node_strings.h"
 
 namespace neb::xml::internal {
@@ -41,15 +41,15 @@ struct HalfPrinting {
   static constexpr bool isExact = false;
 };
 
-// The usual way, so that nothing has to be asked about it at each node.
-struct PlainPrinting {
+// A whole tree in the lenient way. A type of its own, so that no node has to look at the mode.
+struct LenientPrinting {
   const XmlNode *start;
   static constexpr PrintMode mode = XML_PRINT_FULL;
   static constexpr size_t width = 0;
   static constexpr bool isExact = false;
 };
 
-// So that reading gives the same tree; what no text can hold is refused.
+// So that parsing builds the same tree. What no document can hold is refused.
 struct ExactPrinting {
   const XmlNode *start;
   size_t width;  // spaces for each level
@@ -57,23 +57,23 @@ struct ExactPrinting {
   static constexpr bool isExact = true;
 };
 
-// Only exact printing has to watch the names of attributes.
+// Only exact printing compares the names of attributes.
 struct NoNames {};
 
 template <typename PrintingKind>
 class Printer {
  public:
-  Printer(const PrintingKind &printing, PrintedText &text) : printing_(printing), text_(text) {}
+  Printer(const PrintingKind &printing, Output &output) : printing_(printing), output_(output) {}
 
   [[gnu::flatten]] void print() {
     char *to = nullptr;
     for (const XmlNode *node = printing_.start; node != nullptr; node = successor(node)) {
       if (!xmlPrintDomTreeRecursive(node, &to)) {
-        text_.refuse(NEB_XML_ERR_INVALID_PARAM);
+        output_.refuse(NEB_XML_ERR_INVALID_PARAM);
         return;
       }
     }
-    text_.end(to);
+    output_.end(to);
   }
 
  private:
@@ -107,20 +107,20 @@ class Printer {
     return parent != nullptr && parent->lastChild == node;
   }
 
-  // Moves *place along. False for what is refused.
-  bool xmlPrintDomTreeRecursive(const XmlNode *node, char **place) {
+  // Advances the cursor. False for what is refused.
+  bool xmlPrintDomTreeRecursive(const XmlNode *node, char **cursor) {
     if (node->name == nullptr) return false;
     if (node->type != NEB_XML_NODE_ELEMENT && node->type != NEB_XML_NODE_DOCUMENT) {
       return !PrintingKind::isExact;
     }
-    if (printing_.mode != XML_PRINT_TAIL && !writeOpening(node, place)) return false;
-    if (printing_.mode != XML_PRINT_HEAD) *place = writeClosingAscent(node, *place);
+    if (printing_.mode != XML_PRINT_TAIL && !writeOpening(node, cursor)) return false;
+    if (printing_.mode != XML_PRINT_HEAD) *cursor = writeClosingAscent(node, *cursor);
     return true;
   }
 
-  bool writeOpening(const XmlNode *node, char **place) {
+  bool writeOpening(const XmlNode *node, char **cursor) {
     const NameParts parts(node);
-    char *to = withRoomForTag(*place, parts, depth_);
+    char *to = withRoomForTag(*cursor, parts, depth_);
     if (to != nullptr) to = writeTagBegin(to, node, parts);
     for (const XmlNode *attribute = node->firstAttr; attribute != nullptr;
          attribute = attribute->next) {
@@ -128,24 +128,24 @@ class Printer {
       to = writeAttribute(to, attribute);
     }
     if (node->firstChild != nullptr) {
-      if (PrintingKind::isExact && !isBlank(node->value)) return false;
+      if (PrintingKind::isExact && !isWhitespaceOnly(node->value)) return false;
       to = writeTagEnd(to);
     } else if (hasText(node)) {
       to = writeValueAndEndTag(to, node, parts);
     } else {
       to = writeEmptyElementEnd(to, node);
     }
-    *place = to;
+    *cursor = to;
     return true;
   }
 
-  // Reading takes an empty text for none.
+  // Parsing takes an empty value for none.
   static bool hasText(const XmlNode *node) {
     return PrintingKind::isExact ? !isMissing(node->value) : node->value != nullptr;
   }
 
   // White space beside children is layout.
-  static bool isBlank(const char *value) {
+  static bool isWhitespaceOnly(const char *value) {
     return value == nullptr || value[std::strspn(value, " \t\n\r")] == '\0';
   }
 
@@ -153,7 +153,7 @@ class Printer {
     char *name = writeLiteral(writeIndent(to, depth_), "<");
     char *end = writeName(name, node, parts);
     if constexpr (PrintingKind::isExact) {
-      if (!isName(name, end)) return text_.refuse(NEB_XML_ERR_INVALID_PARAM);
+      if (!isName(name, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
       names_.beginTag(node);
     }
     return end;
@@ -166,28 +166,28 @@ class Printer {
     char *name = writeLiteral(to, " ");
     to = writeName(name, attribute, parts);
     if constexpr (PrintingKind::isExact) {
-      if (!isName(name, to)) return text_.refuse(NEB_XML_ERR_INVALID_PARAM);
+      if (!isName(name, to)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
       const uint32_t result = names_.add(attribute, name, to);
-      if (result != NEB_XML_OK) return text_.refuse(result);
+      if (result != NEB_XML_OK) return output_.refuse(result);
     }
     to = writeLiteral(to, "=\"");
     if (attribute->value != nullptr) to = writeValue<AttributeValue>(to, attribute);
     return to == nullptr ? nullptr : writeLiteral(to, "\"");
   }
 
-  // Behind it there is room for a little markup. At the place there is room for a short value.
+  // Behind it there is room for a little markup. At the cursor there is room for a short value.
   template <typename Value>
   char *writeValue(char *to, const XmlNode *node) {
     const size_t length = valueLengthOf(node);
     if (ShortString::isLengthOfOne(length) && hasBytesBeforeStrings(node)) {
       const ShortString value(node->value, length);
-      const bool isPlain = countBeforeFound(Value::findEscaped(value.bytes())) == kVectorSize;
-      if (isPlain) return value.copyTo(to, length);
+      const bool needsNoEscape = countBeforeFound(Value::findEscaped(value.bytes())) == kVectorSize;
+      if (needsNoEscape) return value.copyTo(to, length);
     }
-    return xmlCopyWithEscape<Value>(text_, to, node->value, length);
+    return xmlCopyWithEscape<Value>(output_, to, node->value, length);
   }
 
-  // Behind a name or a quote. Reading takes "-->" for markup, wherever it stands.
+  // Behind a name or a quote. Parsing takes "-->" for markup, wherever it is.
   static char *writeTagClose(char *to) {
     const bool wouldMislead = PrintingKind::isExact && to[-1] == '-' && to[-2] == '-';
     return writeLiteral(wouldMislead ? writeLiteral(to, " ") : to, ">");
@@ -205,8 +205,8 @@ class Printer {
 
   char *writeText(char *to, const XmlNode *node) {
     if (PrintingKind::isExact && mayBeWhitespace(*node->value)) {
-      const size_t written = writeFirstBlank(&to, node->value);
-      return xmlCopyWithEscape<ElementValue>(text_, to, node->value + written,
+      const size_t written = writeFirstWhitespace(&to, node->value);
+      return xmlCopyWithEscape<ElementValue>(output_, to, node->value + written,
                                              valueLengthOf(node) - written);
     }
     return writeValue<ElementValue>(to, node);
@@ -237,11 +237,11 @@ class Printer {
     }
   }
 
-  // Behind the name the slack is long enough for an attribute's short value with what stands around
+  // Behind the name the slack is long enough for an attribute's short value with what is around
   // it, the end of the tag, and a short text.
-  static_assert(PrintedText::kSlack >= sizeof("<: =\"\">") + 3 * kVectorSize);
+  static_assert(Output::kSlack >= sizeof("<: =\"\">") + 3 * kVectorSize);
   char *withRoomForTag(char *to, const NameParts &parts, size_t depth) {
-    return text_.withRoom(to, indentationOf(depth) + parts.prefixLength + parts.localLength);
+    return output_.withRoom(to, indentationOf(depth) + parts.prefixLength + parts.localLength);
   }
 
   // Without an end to it, deep elements would take as much room as all that are above them.
@@ -269,14 +269,14 @@ class Printer {
 
   PrintingKind printing_;
   size_t depth_ = 0;  // of the node at hand, below start
-  PrintedText &text_;
+  Output &output_;
   [[no_unique_address]] Names names_;
 };
 
-// The length of the text is left in *length. The text is null when it would be empty.
+// *text is null when nothing is printed.
 template <typename PrintingKind>
 uint32_t printTree(const PrintingKind &printing, char **text, size_t *length) {
-  PrintedText printed;
+  Output printed;
   Printer(printing, printed).print();
   if (printed.result() != NEB_XML_OK) return printed.result();
   *text = nullptr;
@@ -333,7 +333,7 @@ uint32_t printToFile(const PrintingKind &printing, const char *path, FileWriter 
 using namespace neb::xml::internal;
 
 uint32_t NEB_XML_Transform(const XmlNode *start, char **text) {
-  return transform(PlainPrinting{start}, text);
+  return transform(LenientPrinting{start}, text);
 }
 
 uint32_t NEB_XML_TransformHead(const XmlNode *start, char **text) {
@@ -350,7 +350,7 @@ uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t width, char **
 }
 
 uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *path) {
-  return printToFile(PlainPrinting{start}, path, neb::platform::writeWholeFile);
+  return printToFile(LenientPrinting{start}, path, neb::platform::writeWholeFile);
 }
 
 uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path, uint32_t width) {

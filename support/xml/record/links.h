@@ -32,8 +32,9 @@ void cutAttributes(XmlNode *element, Leaves leaves) {
   }
 }
 
-// Takes a node out from between all that it is linked to. Its attributes are single then. Children on
-// the heap stay a chain; those of a session, which may end before the chain is freed, are single.
+// Takes a node out from between all that it is linked to. Its attributes are single then. Children
+// on the heap stay a chain; those of a session, which may end before the chain is freed, are
+// single.
 void isolateNode(XmlNode *node);
 
 // Clears the links of a record, without a look at what they lead to.

@@ -29,7 +29,7 @@ inline Vector loadFirst(const char *from, size_t count) {
     std::memcpy(&bytes, from, count);
     return bytes;
   }
-  // Two loads that overlap, whatever the count; a loop could not be foretold.
+  // Two loads that overlap, whatever the count; the branch of a loop could not be predicted.
   const auto load = [from]<typename Word>(size_t at, Word) {
     Word word = 0;
     std::memcpy(&word, from + at, sizeof word);
@@ -69,10 +69,10 @@ inline char *copyString(char *to, const char *from, size_t length) {
 }
 
 // Copies up to two vectors and not a byte more. Both ends are read before anything is written, so
-// that the places may overlap.
+// source and destination may overlap.
 inline void moveShort(char *to, const char *from, size_t length) {
-  const auto move = [=]<typename Piece>(Piece first, Piece last) {
-    const size_t at = length - sizeof(Piece);
+  const auto move = [=]<typename Word>(Word first, Word last) {
+    const size_t at = length - sizeof(Word);
     std::memcpy(&first, from, sizeof first);
     std::memcpy(&last, from + at, sizeof last);
     std::memcpy(to, &first, sizeof first);
@@ -87,7 +87,7 @@ inline void moveShort(char *to, const char *from, size_t length) {
 
 // A string of one to sixteen bytes as the two words that it begins and ends with. Of one to eight
 // bytes both words are the whole string, with zeros behind. Up to seven bytes before it are read,
-// and none behind: so no branch has to find out how long it is.
+// and none behind, so no branch depends on its length.
 struct ShortString {
   uint64_t first;
   uint64_t last;
@@ -95,12 +95,12 @@ struct ShortString {
 
   static constexpr bool isLengthOfOne(size_t length) { return length - 1 < kVectorSize; }
 
-  ShortString(const char *text, size_t length) {
+  ShortString(const char *string, size_t length) {
     constexpr size_t kWord = sizeof(uint64_t);
     const size_t begun = std::min(length, kWord);
     lastAt = std::max(length, kWord) - kWord;
-    first = load(text + begun - kWord, kWord - begun);
-    last = load(text + length - kWord, kWord - begun);
+    first = load(string + begun - kWord, kWord - begun);
+    last = load(string + length - kWord, kWord - begun);
   }
 
   // Writes up to a word too far.
@@ -141,7 +141,7 @@ inline size_t countBeforeFound(Vector found) {
 }
 
 #if defined(__SSE2__)
-// One bit for each byte. There is no instruction that finds unlike bytes.
+// One bit for each byte that differs. There is no instruction that finds those.
 inline uint32_t differences(Vector a, Vector b) {
   constexpr uint32_t kAll = (uint32_t{1} << kVectorSize) - 1;
   return static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(a == b))) ^ kAll;

@@ -32,7 +32,7 @@ uint32_t typeOfCopy(const XmlNode *source, bool documentsBecomeElements) {
 }
 
 // Makes records on the heap.
-class HookCopier {
+class HeapCopier {
  public:
   XmlNode *copyRecord(const XmlNode *source, uint32_t type) const {
     XmlNode *copy = makeNode(storage_, type);
@@ -106,8 +106,8 @@ class SessionCopier {
     static size_t sizeOf(size_t length) { return length != 0 ? length + 1 : 0; }
   };
 
-  // An attribute whose strings are together, by one copy of all, if the copies would be together too;
-  // else null.
+  // An attribute whose strings are together, by one copy of all, if the copies would be together
+  // too; else null.
   XmlNode *copyTogether(const XmlNode *source) {
     const char *strings = reinterpret_cast<const char *>(source) + kAttributeRecordSize;
     const auto prefixSize = static_cast<size_t>(source->name - strings);
@@ -262,7 +262,7 @@ XmlNode *copyWith(Copier *copier, const Copying &copying) {
 
 XmlNode *copyInto(const Storage &storage, const Copying &copying) {
   if (storage.isHeap()) {
-    HookCopier copier;
+    HeapCopier copier;
     return copyWith(&copier, copying);
   }
   if (storage.session() == nullptr) return nullptr;

@@ -13,8 +13,8 @@ constexpr size_t kLongestPath = 511;
 constexpr size_t kLongestIndex = 9;  // digits; so many always fit a number
 constexpr uint32_t kDecimalBase = 10;
 
-// Cuts the next segment out of the text at *rest, in place, taking the backslash from each escaped
-// dot; null when only dots are left.
+// Cuts the next segment out of the path at *rest, whose bytes it moves to drop the backslash of
+// each escaped dot. Null when only dots are left.
 char *cutSegment(char **rest) {
   char *from = *rest;
   while (*from == '.') ++from;
