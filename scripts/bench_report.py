@@ -15,7 +15,7 @@ COLORS = {"NEB-XML": "#1f6fb4", "floor": "#9a9a9a", "pugixml": "#e08214", "Rapid
 
 
 class Measurements:
-    """Medians of all repetitions, by row (operation and document) and subject (library and mode)."""
+    """Medians of the repetitions, by row (operation, document) and subject (library, mode)."""
 
     def __init__(self, bench, heap):
         self.context = bench["context"]
@@ -29,10 +29,10 @@ class Measurements:
             if run.get("run_type") == "iteration":
                 samples.setdefault(run["run_name"], []).append(run)
         for name, runs in samples.items():
-            operation, document, subject = name.split("/", 2)
-            row, remark = (operation, document), runs[0].get("error_message") or runs[0].get("label")
+            operation, corpus, subject = name.split("/", 2)
+            row, remark = (operation, corpus), runs[0].get("error_message") or runs[0].get("label")
             if remark:
-                self.notes[f"{operation} {document}: {subject} {remark}"] = None
+                self.notes[f"{operation} {corpus}: {subject} {remark}"] = None
             cells = self.rows.setdefault(row, {})
             if subject not in self.subjects:
                 self.subjects.append(subject)
@@ -92,7 +92,7 @@ def time_table(data):
 
 
 def means(data, subjects):
-    """For each operation each subject's geometric mean of ratios, over the documents that it accepts."""
+    """For each operation, the geometric mean of each subject's ratios over what it accepts."""
     operations = dict.fromkeys(operation for operation, _ in data.rows)
     for operation in operations:
         rows = [cells for (name, _), cells in data.rows.items()
@@ -107,8 +107,8 @@ def means(data, subjects):
 def heap_table(data, index):
     subjects = [s for s in data.subjects if any(s in cells for cells in data.heap.values())]
     lines = header(subjects)
-    for document, cells in data.heap.items():
-        lines.append([document] + [f"{cells[s][index]:.2f}" if s in cells else "-" for s in subjects])
+    for corpus, cells in data.heap.items():
+        lines.append([corpus] + [f"{cells[s][index]:.2f}" if s in cells else "-" for s in subjects])
     return aligned(lines)
 
 

@@ -1,9 +1,8 @@
 #!/usr/bin/env python3
 """Draws the pictures of the documents: draw_pictures.py [--dark] FOLDER
 
-Each function below is the text that one picture is made from. The same text gives the same bytes.
-With --dark the pictures are drawn as a reader with a dark screen sees them, for looking at them
-with programs that know no such screens.
+Each function below draws one picture. The same source gives the same bytes. With --dark, the
+pictures have the colours of a dark screen, for viewers that cannot select them.
 """
 import os
 import sys
@@ -106,8 +105,8 @@ def record():
         picture.path("M%g %gH%g" % (right, end, right + 22), "line")
         picture.text(right + 27, end - 3, first, "bold")
         picture.text(right + 27, end + 13, second, "small dim")
-    legend = [("blue", "where the storage is"), ("green", "texts, each with its terminator"),
-              ("amber", "where the node hangs"), ("red", "short names that nodes share"),
+    legend = [("blue", "storage"), ("green", "strings, each with its terminator"),
+              ("amber", "position in the tree"), ("red", "short names, shared by nodes"),
               ("grey", "kind, ownership, marks")]
     for i, (kind, text) in enumerate(legend):
         picture.box(left - 36, 442 + 28 * i, 18, 14, kind)
@@ -154,17 +153,17 @@ def record():
     picture.parts.append("</g>")
     notes = ["A document node is the root element itself.",
              "Attributes are nodes: a single list, each with its element as parent.",
-             "Depth is followed through parent, so no walk needs a stack.",
-             "A record has alignment 1: a session carves its pieces back to back."]
+             "A walk follows parent instead of a stack, so depth is not limited.",
+             "A record has alignment 1: the allocations of a session are back to back."]
     for i, text in enumerate(notes):
         picture.text(390, 454 + 28 * i, text)
     return picture
 
 
 def session():
-    """Blocks of a session, and which of them a piece is carved from."""
+    """The blocks of a session, and the block that an allocation comes from."""
     picture = Picture(880, 400, "A session's blocks with first fit")
-    picture.text(20, 30, "A session is a chain of blocks. A piece comes from the earliest block "
+    picture.text(20, 30, "A session is a chain of blocks. An allocation comes from the first block "
                  "with room for it.", "bold")
     blocks = [(30, 190, 150, "8192", "40 left"), (300, 190, 165, "8192", "24 left"),
               (570, 220, 90, "16384", "9000 left")]
@@ -173,7 +172,7 @@ def session():
         picture.labelled(x, y, 56, 70, "blue", "")
         for line, word in enumerate(("cursor", "room", "capacity", "next")):
             picture.text(x + 28, y + 16 + 15 * line, word, "small dim", "middle")
-        picture.labelled(x + 56, y, used, 70, "green", "carved", "")
+        picture.labelled(x + 56, y, used, 70, "green", "allocated", "")
         picture.box(x + 56 + used, y, width - used, 70, "paper")
         picture.text(x + 56, y + 90, "block %d: %s bytes" % (i + 1, capacity), "small")
         picture.text(x + 56 + width, y + 90, left, "small dim", "end")
@@ -185,16 +184,16 @@ def session():
     picture.text(250, 84, "block 1 has room", "small dim")
     picture.labelled(480, 66, 90, 26, "amber", "88 bytes")
     picture.path("M560 92C600 110 730 96 758 128", "up", True)
-    picture.text(580, 84, "blocks 1 and 2 have not: the last has", "small dim")
+    picture.text(580, 84, "blocks 1 and 2 have no room, block 3 has", "small dim")
     picture.labelled(30, 300, 110, 26, "amber", "20000 bytes")
     picture.path("M140 313H190", "up", True)
     picture.labelled(196, 288, 56, 50, "grey", "new", "small")
     picture.box(252, 288, 320, 50, "grey")
     picture.text(412, 318, "block 4: 32768 bytes", "", "middle")
     picture.text(590, 309, "No block has room: one is added, as large", "small dim")
-    picture.text(590, 325, "as the last, doubled until the piece fits.", "small dim")
-    picture.text(20, 375, "Nothing goes back on its own. Ending the session releases the blocks, "
-                 "one step for each.")
+    picture.text(590, 325, "as the last, doubled until it fits.", "small dim")
+    picture.text(20, 375, "Single allocations are not freed. The end of the session frees the "
+                 "blocks one by one.")
     return picture
 
 
