@@ -153,7 +153,7 @@ def record():
     picture.parts.append("</g>")
     notes = ["A document node is the root element itself.",
              "Attributes are nodes: a single list, each with its element as parent.",
-             "A walk follows parent instead of a stack, so depth is not limited.",
+             "A walk follows parent upwards, so it needs no stack.",
              "A record has alignment 1: the allocations of a session are back to back."]
     for i, text in enumerate(notes):
         picture.text(390, 454 + 28 * i, text)

@@ -38,12 +38,12 @@ bool isNumericReference(const char *text) {
                         : endsAsNumericReference(text + 2, 10);
 }
 
-// The text begins with an ampersand: whether that begins a well-formed reference.
+// Whether the ampersand at the beginning of the text begins a well-formed reference.
 bool beginsReference(const char *text) {
   return namedReferenceAt(text) != nullptr || isNumericReference(text);
 }
 
-// Copies up to the first character to escape or the end; the place is moved along.
+// Copies up to the first character to escape or the end, and advances the position.
 template <typename Value>
 const char *writeRun(char **place, const char *from, const char *end) {
   char *to = *place;
@@ -112,8 +112,8 @@ size_t writeFirstBlank(char **to, const char *value) {
   return 1;
 }
 
-// In slices: room for the rest of a long value, asked for again behind each character that becomes
-// longer, would be as much memory as there are such characters times the rest.
+// Copies in slices. Otherwise each escaped character would reserve room for the whole rest of a
+// long value, which takes quadratic memory.
 template <typename Value>
 [[gnu::noinline]] char *xmlCopyWithEscape(PrintedText &text, char *to, const char *value,
                                           size_t length) {

@@ -22,25 +22,25 @@ inline Vector findMarkupCharacters(Vector bytes) {
          (bytes == '\'');
 }
 
-// Each kind finds what it does not copy as it stands, and writes one character of that; null when
-// no text can hold it.
+// Each kind finds the characters that it cannot copy, and writes one of them escaped; null if XML
+// cannot represent it.
 
-// An ampersand that begins a reference stays, and every byte passes.
+// An ampersand that begins a reference is not escaped, and every byte is allowed.
 struct LenientValue {
   static Vector findEscaped(Vector bytes) { return findMarkupCharacters(bytes); }
   static char *writeEscaped(char *to, const char *character);
 };
 
-// An attribute's value that is read as it was. White space but the space would be read as one.
+// An attribute's value, so that it is read back unchanged. Other white space would become a space.
 struct ExactAttributeValue {
-  // Not the zeros behind the end.
+  // Does not find the zeros behind the end.
   static Vector findEscaped(Vector bytes) {
     return findMarkupCharacters(bytes) | (bytes - 1 < ' ' - 1);
   }
   static char *writeEscaped(char *to, const char *character);
 };
 
-// An element's value that is read as it was, but for blanks at its beginning.
+// An element's value, so that it is read back unchanged except for white space at its beginning.
 struct ExactElementValue {
   static Vector findEscaped(Vector bytes) {
     return ExactAttributeValue::findEscaped(bytes) & ~(bytes - '\t' <= '\n' - '\t');
@@ -48,7 +48,7 @@ struct ExactElementValue {
   static constexpr auto writeEscaped = ExactAttributeValue::writeEscaped;
 };
 
-// Copies a value; behind it there is room for a little markup. Null after a failure.
+// Copies a value and reserves room for a little markup behind it. Null after a failure.
 template <typename Value>
 char *xmlCopyWithEscape(PrintedText &text, char *to, const char *value, size_t length);
 

@@ -22,8 +22,8 @@ inline bool mayBeginName(char byte) {
   return (byte < '0' || byte > ':') && byte != '-' && byte != '.';
 }
 
-// Whether a name, prefix and all, is one in XML that reading can split: it has no colon in first or
-// last place. There are some bytes behind it, so that whole vectors can be read.
+// Whether a name with its prefix is an XML name that the parser can split: it neither begins nor
+// ends with a colon. Whole vectors must be readable behind it.
 inline bool isName(const char *name, const char *end) {
   if (name == end || !mayBeginName(*name) || end[-1] == ':') return false;
   for (; name < end; name += kVectorSize) {
@@ -34,7 +34,7 @@ inline bool isName(const char *name, const char *end) {
   return true;
 }
 
-// Tells whether the attribute names of a tag are all different.
+// Checks that the attribute names of a tag are all different.
 class AttributeNames {
  public:
   void beginTag(const XmlNode *element) {

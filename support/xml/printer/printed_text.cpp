@@ -29,7 +29,7 @@ PrintedText::~PrintedText() {
   }
 }
 
-// A place that is null asks for the first chunk, or has failed before.
+// If the position is null, this is the first chunk, or printing has failed before.
 char *PrintedText::addChunk(char *place, size_t count) {
   if (result_ != NEB_XML_OK) return nullptr;
   size_t room = kFirstRoom;

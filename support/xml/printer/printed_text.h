@@ -8,11 +8,10 @@
 
 namespace neb::xml::internal {
 
-// Chunks that grow in proportion to what they hold, so that printing stays linear and nothing is
-// moved before the text is handed out, exactly as large as it is. The printer carries the place to
-// write at through its steps: in a register, not in here. It is null before the first byte, and
-// once printing has failed: memory has run out, the text is longer than 32 bits can tell, or
-// something was refused.
+// Chunks that grow in proportion to what they hold, so that printing stays linear. The text is only
+// moved when it is handed out, in an allocation of its exact size. The printer keeps the write
+// position in a register, not in here. It is null before the first byte, and once printing has
+// failed: memory has run out, the length does not fit into 32 bits, or something was refused.
 class PrintedText {
  public:
   PrintedText() = default;
@@ -20,16 +19,16 @@ class PrintedText {
   PrintedText(const PrintedText &) = delete;
   PrintedText &operator=(const PrintedText &) = delete;
 
-  // A place with room for so many bytes and kSlack more, which whole vectors may be written to.
+  // A position with room for so many bytes and kSlack more, for writing whole vectors.
   char *withRoom(char *place, size_t count) {
-    // The place may lie in the slack.
+    // The position may be in the slack.
     const bool fits = place != nullptr && static_cast<ptrdiff_t>(count) <= wideEnd_ - place;
     return fits ? place : addChunk(place, count);
   }
 
   static constexpr size_t kSlack = 64;
 
-  // What is to be printed cannot be. Of several failures the first counts. Returns null.
+  // Records that something cannot be printed. The first failure counts. Returns null.
   char *refuse(uint32_t result) {
     if (result_ == NEB_XML_OK) result_ = result;
     return nullptr;
@@ -41,7 +40,7 @@ class PrintedText {
   uint32_t result() const { return result_; }
   size_t length() const { return length_; }
 
-  // The text that was ended without a failure, terminated, from the allocation hook. Null when
+  // The finished text, terminated, in memory from the allocation hook. Not after a failure. Null if
   // memory runs out.
   char *handOut() const;
 

@@ -1,4 +1,4 @@
-// Printing trees as text.
+// Printing trees as XML.
 #include <algorithm>
 #include <cstring>
 #include <type_traits>
@@ -33,7 +33,7 @@ struct NameParts {
         hasBytesBefore(hasBytesBeforeStrings(node)) {}
 };
 
-// A tree or one of its halves, in the lenient way.
+// Lenient printing of a tree or one of its halves.
 struct HalfPrinting {
   const XmlNode *start;
   PrintMode mode;
@@ -41,7 +41,7 @@ struct HalfPrinting {
   static constexpr bool isExact = false;
 };
 
-// The usual way, so that nothing has to be asked about it at each node.
+// The usual mode as a constant, so that no node has to check it.
 struct PlainPrinting {
   const XmlNode *start;
   static constexpr PrintMode mode = XML_PRINT_FULL;
@@ -49,7 +49,7 @@ struct PlainPrinting {
   static constexpr bool isExact = false;
 };
 
-// So that reading gives the same tree; what no text can hold is refused.
+// Exact printing: parsing gives the same tree. What XML cannot represent is refused.
 struct ExactPrinting {
   const XmlNode *start;
   size_t width;  // spaces for each level
@@ -107,7 +107,7 @@ class Printer {
     return parent != nullptr && parent->lastChild == node;
   }
 
-  // Moves *place along. False for what is refused.
+  // Advances *place. False if something is refused.
   bool xmlPrintDomTreeRecursive(const XmlNode *node, char **place) {
     if (node->name == nullptr) return false;
     if (node->type != NEB_XML_NODE_ELEMENT && node->type != NEB_XML_NODE_DOCUMENT) {
@@ -139,7 +139,7 @@ class Printer {
     return true;
   }
 
-  // Reading takes an empty text for none.
+  // The parser makes no value of an empty text.
   static bool hasText(const XmlNode *node) {
     return PrintingKind::isExact ? !isMissing(node->value) : node->value != nullptr;
   }
@@ -175,7 +175,7 @@ class Printer {
     return to == nullptr ? nullptr : writeLiteral(to, "\"");
   }
 
-  // Behind it there is room for a little markup. At the place there is room for a short value.
+  // Needs room for a short value. Leaves room for a little markup behind it.
   template <typename Value>
   char *writeValue(char *to, const XmlNode *node) {
     const size_t length = valueLengthOf(node);
@@ -187,7 +187,7 @@ class Printer {
     return xmlCopyWithEscape<Value>(text_, to, node->value, length);
   }
 
-  // Behind a name or a quote. Reading takes "-->" for markup, wherever it stands.
+  // Behind a name or a quote. The parser takes "-->" for markup everywhere.
   static char *writeTagClose(char *to) {
     const bool wouldMislead = PrintingKind::isExact && to[-1] == '-' && to[-2] == '-';
     return writeLiteral(wouldMislead ? writeLiteral(to, " ") : to, ">");
@@ -244,7 +244,7 @@ class Printer {
     return text_.withRoom(to, indentationOf(depth) + parts.prefixLength + parts.localLength);
   }
 
-  // Without an end to it, deep elements would take as much room as all that are above them.
+  // Unlimited, the indentation of deep elements would take quadratic room.
   size_t indentationOf(size_t depth) const {
     return std::min(depth * printing_.width, kWidestIndentation);
   }
@@ -268,12 +268,12 @@ class Printer {
   }
 
   PrintingKind printing_;
-  size_t depth_ = 0;  // of the node at hand, below start
+  size_t depth_ = 0;  // of the current node, below start
   PrintedText &text_;
   [[no_unique_address]] Names names_;
 };
 
-// The length of the text is left in *length. The text is null when it would be empty.
+// Sets *length to the length of the text. The text is null if it would be empty.
 template <typename PrintingKind>
 uint32_t printTree(const PrintingKind &printing, char **text, size_t *length) {
   PrintedText printed;

@@ -29,7 +29,7 @@ inline Vector loadFirst(const char *from, size_t count) {
     std::memcpy(&bytes, from, count);
     return bytes;
   }
-  // Two loads that overlap, whatever the count; a loop could not be foretold.
+  // Two loads that overlap, whatever the count; a loop would be hard to predict.
   const auto load = [from]<typename Word>(size_t at, Word) {
     Word word = 0;
     std::memcpy(&word, from + at, sizeof word);
@@ -55,8 +55,8 @@ inline Vector loadFirst(const char *from, size_t count) {
 
 inline void storeVector(void *to, Vector bytes) { std::memcpy(to, &bytes, kVectorSize); }
 
-// Copies a string without its terminator, with whole vectors that may be written up to a vector too
-// far; returns where it ends.
+// Copies a string without its terminator, by whole vectors: up to a vector behind it may be
+// overwritten. Returns its end.
 inline char *copyString(char *to, const char *from, size_t length) {
   if (length < kVectorSize) {
     storeVector(to, loadFirst(from, length));
@@ -68,8 +68,8 @@ inline char *copyString(char *to, const char *from, size_t length) {
   return to + length;
 }
 
-// Copies up to two vectors and not a byte more. Both ends are read before anything is written, so
-// that the places may overlap.
+// Copies up to two vectors, and no byte more. Both ends are read before anything is written, so the
+// two ranges may overlap.
 inline void moveShort(char *to, const char *from, size_t length) {
   const auto move = [=]<typename Piece>(Piece first, Piece last) {
     const size_t at = length - sizeof(Piece);

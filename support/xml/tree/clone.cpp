@@ -106,8 +106,8 @@ class SessionCopier {
     static size_t sizeOf(size_t length) { return length != 0 ? length + 1 : 0; }
   };
 
-  // An attribute whose strings are together, by one copy of all, if the copies would be together too;
-  // else null.
+  // Copies an attribute with its strings at once, if they are together and the copies would be
+  // together too; else null.
   XmlNode *copyTogether(const XmlNode *source) {
     const char *strings = reinterpret_cast<const char *>(source) + kAttributeRecordSize;
     const auto prefixSize = static_cast<size_t>(source->name - strings);
@@ -129,7 +129,7 @@ class SessionCopier {
     return copy;
   }
 
-  // What the two kinds of nodes do not share, and no strings.
+  // The fields that the two kinds of nodes do not share, without strings.
   static void fillRest(XmlNode *copy, uint32_t type, const Strings &strings) {
     noteValueLength(copy, strings.value);
     copy->nameOwned = strings.name != 0 ? 1 : 0;
@@ -195,7 +195,7 @@ class TreeCopier {
   }
 
   // Copies what is below source under copy, walking both trees side by side. Each copy is linked
-  // before its own children are made, so that a failure leaves a whole tree to release.
+  // before its own children are made, so that a consistent tree is freed after a failure.
   [[gnu::flatten]] bool xmlClone(const XmlNode *source, XmlNode *copy) {
     const XmlNode *from = source;
     XmlNode *to = copy;
@@ -250,7 +250,7 @@ struct Copying {
   bool documentsBecomeElements;
 };
 
-// Null when memory runs out, with nothing left behind.
+// Null if memory runs out, with nothing leaked.
 template <typename Copier>
 XmlNode *copyWith(Copier *copier, const Copying &copying) {
   TreeCopier<Copier> trees(copier, copying.documentsBecomeElements);

@@ -13,8 +13,8 @@ constexpr size_t kLongestPath = 511;
 constexpr size_t kLongestIndex = 9;  // digits; so many always fit a number
 constexpr uint32_t kDecimalBase = 10;
 
-// Cuts the next segment out of the text at *rest, in place, taking the backslash from each escaped
-// dot; null when only dots are left.
+// Splits the next segment off the string at *rest, in its own memory, and removes the backslash of
+// each escaped dot. Null if only dots remain.
 char *cutSegment(char **rest) {
   char *from = *rest;
   while (*from == '.') ++from;
@@ -62,7 +62,7 @@ XmlNode *firstMatch(XmlNode *node, const char *segment) {
   return node;
 }
 
-// Moves *node, which is the first match of name, on to the one that the index segment chooses.
+// Moves *node from the first match of name to the match that the index segment selects.
 uint32_t chooseByIndex(const char *segment, const char *name, XmlNode **node) {
   if (name == nullptr) return NEB_XML_ERR_BAD_PATH;
   if (std::strlen(segment) > kLongestIndex) return NEB_XML_ERR_NOT_FOUND;

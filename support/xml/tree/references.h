@@ -17,8 +17,8 @@ constexpr NamedReference kGreaterReference = {"&gt;", '>', 4};
 constexpr NamedReference kApostropheReference = {"&apos;", '\'', 6};
 constexpr NamedReference kQuoteReference = {"&quot;", '"', 6};
 
-// The only one that can begin at an ampersand, judged by the bytes behind it, or null. The rest is not
-// compared.
+// The only reference that may begin at an ampersand, selected by the next bytes. Null if none may.
+// The other bytes are not compared.
 inline const NamedReference *possibleReferenceAt(const char *ampersand) {
   switch (ampersand[1]) {
     case 'a':

@@ -22,7 +22,7 @@ using ValueText = char[kTextCapacity];
 
 bool isValueType(uint32_t type) { return type <= NEB_XML_VALUE_UINT8; }
 
-// The caller's variable may stand at any address.
+// The caller's variable may have any alignment.
 template <typename Integer>
 Integer readVariable(const void *variable) {
   Integer value;
