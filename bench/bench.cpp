@@ -1,4 +1,4 @@
-// The benchmarks, named operation/text/library/mode.
+// The benchmarks, named operation/document/library/mode.
 //
 //   neb_xml_bench [--corpus=FOLDER] [--large] [GOOGLE BENCHMARK ARGS]
 #include <benchmark/benchmark.h>
@@ -23,7 +23,7 @@ constexpr size_t kEdits = 10000;
 constexpr const char *kLogAttribute = "host";
 constexpr size_t kOrders = 60;  // of those in 64 KiB
 
-// Memory that is freed stays with the process, so that nobody pays for page faults.
+// Freed memory stays with the process, so that no benchmark pays for page faults.
 void keepHeapWarm() {
   mallopt(M_MMAP_MAX, 0);
   mallopt(M_TRIM_THRESHOLD, 2000 * 1024 * 1024);
@@ -37,36 +37,36 @@ struct Release {
 using Held = std::unique_ptr<void, Release>;
 
 Held parse(const Corpus &corpus, const Subject &subject) {
-  return Held(subject.parse(corpus.text), {subject.release});
+  return Held(subject.parse(corpus.input), {subject.release});
 }
 
 void countBytes(State &state, const Corpus &corpus) {
   state.SetItemsProcessed(state.iterations());
-  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(corpus.text.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(corpus.input.size()));
 }
 
-// Every run begins alike, whoever ran before: the free memory in one piece again, and as much of
-// it touched as one parse of the text takes.
+// Every run begins in the same state, whatever ran before: the free memory is one chunk again, and
+// the memory that one parse of the document takes has been touched.
 void levelHeap(const Corpus &corpus, const Subject &subject) {
   malloc_trim(0);
   parse(corpus, subject);
 }
 
-// Each of these measures one operation, and fails the run where the result is not what it should.
+// Each of these measures one operation, and fails the run if the result is wrong.
 using Operation = void (*)(State &, const Corpus &, const Subject &);
 
 void runParse(State &state, const Corpus &corpus, const Subject &subject) {
   while (state.KeepRunning()) {
-    Document document = subject.parse(corpus.text);
+    Document document = subject.parse(corpus.input);
     benchmark::DoNotOptimize(document);
     subject.release(document);
   }
 }
 
-// Levels what some libraries put off until a string is read.
+// Includes the work that some libraries postpone until a string is read.
 void runRead(State &state, const Corpus &corpus, const Subject &subject) {
   while (state.KeepRunning()) {
-    Document document = subject.parse(corpus.text);
+    Document document = subject.parse(corpus.input);
     benchmark::DoNotOptimize(subject.walk(document));
     subject.release(document);
   }
@@ -80,10 +80,10 @@ void runWalk(State &state, const Corpus &corpus, const Subject &subject) {
 void runPrint(State &state, const Corpus &corpus, const Subject &subject) {
   const Held document = parse(corpus, subject);
   Corpus printed{corpus.name, ""};
-  subject.print(document.get(), &printed.text);
+  subject.print(document.get(), &printed.input);
   const Held again = parse(printed, subject);
   if (!again || !(subject.inspect(again.get()) == subject.inspect(document.get()))) {
-    return state.SkipWithError("the printed text does not parse to the same tree");
+    return state.SkipWithError("the printed document does not parse to the same tree");
   }
   while (state.KeepRunning()) benchmark::DoNotOptimize(subject.print(document.get(), nullptr));
 }
@@ -143,15 +143,15 @@ void runEdit(State &state, const Corpus &expected, const Subject &subject) {
   while (state.KeepRunning()) subject.release(subject.edit(kEdits));
 }
 
-// What edit() should make.
+// The document that edit() must build.
 Corpus editedCorpus() {
-  std::string text = std::string("<") + kListName + ">";
+  std::string xml = std::string("<") + kListName + ">";
   for (size_t i = 0; i < kEdits; ++i) {
-    text.append("<").append(kItemName).append(" ").append(kItemAttribute).append("=\"");
-    text.append(kItemNewState).append("\">").append(std::to_string(i));
-    text.append("</").append(kItemName).append(">");
+    xml.append("<").append(kItemName).append(" ").append(kItemAttribute).append("=\"");
+    xml.append(kItemNewState).append("\">").append(std::to_string(i));
+    xml.append("</").append(kItemName).append(">");
   }
-  return {"list-10000", text.append("</").append(kListName).append(">")};
+  return {"list-10000", xml.append("</").append(kListName).append(">")};
 }
 
 void add(const char *name, const Corpus &corpus, const Subject &subject, Operation operation) {
@@ -168,14 +168,14 @@ void add(const char *name, const Corpus &corpus, const Subject &subject, Operati
 }
 
 void addFloor(const Corpus &corpus) {
-  const std::string name = "parse/" + corpus.name + "/floor/carve";
+  const std::string name = "parse/" + corpus.name + "/floor/allocate";
   // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the library keeps it
   benchmark::RegisterBenchmark(name.c_str(), [&corpus](State &state) {
-    const Floor floor(corpus.text);
-    if (floor.empty()) return state.SkipWithError("NEB XML does not accept the text");
+    const Floor floor(corpus.input);
+    if (floor.empty()) return state.SkipWithError("NEB XML does not accept the document");
     malloc_trim(0);
-    floor.carve();
-    while (state.KeepRunning()) benchmark::DoNotOptimize(floor.carve());
+    floor.allocate();
+    while (state.KeepRunning()) benchmark::DoNotOptimize(floor.allocate());
     countBytes(state, corpus);
   });
 }
@@ -184,13 +184,13 @@ struct Kind {
   const char *name;
   bool (*offered)(const Subject &);
   Operation operation;
-  std::vector<std::string> texts;  // empty: all
+  std::vector<std::string> documents;  // empty: all
 };
 
 const std::vector<Kind> &kinds() {
   static const std::vector<std::string> bodies = {"orders-1M", "freedesktop.org.xml"};
   static const std::vector<Kind> list = {
-      {"parse", [](const Subject &s) { return !s.isFace; }, runParse, {}},
+      {"parse", [](const Subject &s) { return !s.isWrapper; }, runParse, {}},
       {"read", [](const Subject &s) { return s.walk && s.print; }, runRead, bodies},
       {"walk", [](const Subject &s) { return s.walk != nullptr; }, runWalk, bodies},
       {"print", [](const Subject &s) { return s.print != nullptr; }, runPrint, bodies},
@@ -212,15 +212,15 @@ const std::vector<Kind> &kinds() {
 void addAll(const std::vector<Corpus> &corpora) {
   static const Corpus edited = editedCorpus();
   for (const Kind &kind : kinds()) {
-    std::vector<const Corpus *> texts;
-    for (const std::string &name : kind.texts) {
+    std::vector<const Corpus *> documents;
+    for (const std::string &name : kind.documents) {
       const Corpus *corpus = name == edited.name ? &edited : findCorpus(corpora, name);
-      if (corpus) texts.push_back(corpus);
+      if (corpus) documents.push_back(corpus);
     }
-    if (kind.texts.empty()) {
-      for (const Corpus &corpus : corpora) texts.push_back(&corpus);
+    if (kind.documents.empty()) {
+      for (const Corpus &corpus : corpora) documents.push_back(&corpus);
     }
-    for (const Corpus *corpus : texts) {
+    for (const Corpus *corpus : documents) {
       if (kind.operation == runParse) addFloor(*corpus);
       for (const Subject &subject : subjects()) {
         if (kind.offered(subject)) add(kind.name, *corpus, subject, kind.operation);
@@ -229,20 +229,20 @@ void addAll(const std::vector<Corpus> &corpora) {
   }
 }
 
-// For the report: who took part, and how long the texts are.
+// For the report: the versions of the libraries, and the lengths of the documents.
 void describe(const std::vector<Corpus> &corpora) {
-  std::set<std::string> told;
+  std::set<std::string> described;
   for (const Subject &subject : subjects()) {
-    if (told.insert(subject.library).second) {
+    if (described.insert(subject.library).second) {
       benchmark::AddCustomContext("version " + subject.library, subject.version);
     }
   }
   for (const Corpus &corpus : corpora) {
-    benchmark::AddCustomContext("bytes " + corpus.name, std::to_string(corpus.text.size()));
+    benchmark::AddCustomContext("bytes " + corpus.name, std::to_string(corpus.input.size()));
   }
 }
 
-// Told once, instead of at every benchmark of the text.
+// Reported once, instead of at every benchmark of the document.
 bool isRefused(const Corpus &corpus) {
   const std::string &reason = check(corpus, subjects().front()).refusal;
   if (!reason.empty()) benchmark::AddCustomContext("skipped " + corpus.name, reason);
@@ -267,7 +267,7 @@ int main(int argc, char **argv) {
       return 2;
     }
   }
-  std::vector<Corpus> corpora = madeCorpora(large);
+  std::vector<Corpus> corpora = generatedCorpora(large);
   for (Corpus &corpus : realCorpora(folder)) corpora.push_back(std::move(corpus));
   describe(corpora);
   std::erase_if(corpora, isRefused);

@@ -8,7 +8,7 @@ namespace bench {
 namespace {
 
 std::optional<Census> censusOf(const Corpus &corpus, const Subject &subject) {
-  Document document = subject.parse(corpus.text);
+  Document document = subject.parse(corpus.input);
   if (!document) return std::nullopt;
   const Census census = subject.inspect(document);
   subject.release(document);
@@ -21,12 +21,12 @@ bool within1Percent(size_t expected, size_t seen) {
 }
 
 Verdict judge(const std::optional<Census> &expected, const Corpus &corpus, const Subject &subject) {
-  if (!expected) return {"NEB XML does not accept the text", ""};
+  if (!expected) return {"NEB XML does not accept the document", ""};
   if (subject.maxDepth != 0 && corpus.depth > subject.maxDepth) {
     return {"deeper than its stack allows", ""};
   }
   const std::optional<Census> seen = censusOf(corpus, subject);
-  if (!seen) return {"does not accept the text", ""};
+  if (!seen) return {"does not accept the document", ""};
   if (*seen == *expected) return {};
   const std::string note = "sees " + difference(*expected, *seen);
   if (seen->elements == expected->elements &&

@@ -1,4 +1,4 @@
-// Whether a library does the work that is to be measured: the same tree, found the same way.
+// Whether a library does the work that is measured: it must build the same tree.
 #pragma once
 
 #include <string>
@@ -9,12 +9,12 @@
 namespace bench {
 
 struct Verdict {
-  std::string refusal;  // why there is nothing to measure; empty when there is
+  std::string refusal;  // why the library is not measured; empty if it is
   std::string note;     // what the library sees differently, if little
 };
 
-// Parses the text with the subject and with the first of all subjects, and compares the trees. As
-// many elements are demanded, and attributes and characters within one percent.
+// Parses the document with the subject and with the first of all subjects, and compares the trees.
+// Elements must be equal in number. Attributes and characters may differ by one percent.
 const Verdict &check(const Corpus &corpus, const Subject &subject);
 
 // As text, for the notes.

@@ -44,67 +44,67 @@ class Random {
   uint64_t state_ = 2023;
 };
 
-using Piece = void (*)(std::string &, Random &);
+using Append = void (*)(std::string &, Random &);
 
-void addOrder(std::string &text, Random &random) {
-  text.append("  <order id=\"").append(random.number(1000000)).append("\" currency=\"EUR\">\n");
-  text.append("    <customer ref=\"c").append(random.number(10000)).append("\">\n      <name>");
-  text.append(random.word()).append(" &amp; ").append(random.word()).append("</name>\n");
-  text.append("      <city>").append(random.word()).append("</city>\n    </customer>\n");
+void addOrder(std::string &xml, Random &random) {
+  xml.append("  <order id=\"").append(random.number(1000000)).append("\" currency=\"EUR\">\n");
+  xml.append("    <customer ref=\"c").append(random.number(10000)).append("\">\n      <name>");
+  xml.append(random.word()).append(" &amp; ").append(random.word()).append("</name>\n");
+  xml.append("      <city>").append(random.word()).append("</city>\n    </customer>\n");
   for (size_t items = 1 + random.below(4); items > 0; --items) {
-    text.append("    <item sku=\"").append(random.number(100000)).append("\" unit=\"pcs\">\n");
-    text.append("      <quantity>").append(random.number(100)).append("</quantity>\n");
-    text.append("      <price>").append(random.number(1000)).append(".95</price>\n    </item>\n");
+    xml.append("    <item sku=\"").append(random.number(100000)).append("\" unit=\"pcs\">\n");
+    xml.append("      <quantity>").append(random.number(100)).append("</quantity>\n");
+    xml.append("      <price>").append(random.number(1000)).append(".95</price>\n    </item>\n");
   }
-  text.append("    <note>").append(random.word()).append(" &lt;").append(random.word());
-  text.append("&gt; ").append(random.word()).append("</note>\n  </order>\n");
+  xml.append("    <note>").append(random.word()).append(" &lt;").append(random.word());
+  xml.append("&gt; ").append(random.word()).append("</note>\n  </order>\n");
 }
 
-void addLogEntry(std::string &text, Random &random) {
-  text.append("<entry time=\"17").append(std::to_string(10000000 + random.below(80000000)));
-  text.append("\" level=\"info\" host=\"").append(random.word()).append("\" pid=\"");
-  text.append(random.number(32768)).append("\" user=\"").append(random.word());
-  text.append("\" bytes=\"").append(random.number(1000000)).append("\" path=\"/");
-  text.append(random.word()).append("/").append(random.word()).append("?a=1&amp;b=2\" status=\"");
-  text.append(random.number(500)).append("\"/>\n");
+void addLogEntry(std::string &xml, Random &random) {
+  xml.append("<entry time=\"17").append(std::to_string(10000000 + random.below(80000000)));
+  xml.append("\" level=\"info\" host=\"").append(random.word()).append("\" pid=\"");
+  xml.append(random.number(32768)).append("\" user=\"").append(random.word());
+  xml.append("\" bytes=\"").append(random.number(1000000)).append("\" path=\"/");
+  xml.append(random.word()).append("/").append(random.word()).append("?a=1&amp;b=2\" status=\"");
+  xml.append(random.number(500)).append("\"/>\n");
 }
 
-void addDenseElements(std::string &text, Random &random) {
-  text.append("<a><b/><c>").append(random.number(10)).append("</c><d><e/><f/></d></a>");
+void addDenseElements(std::string &xml, Random &random) {
+  xml.append("<a><b/><c>").append(random.number(10)).append("</c><d><e/><f/></d></a>");
 }
 
-void addLongText(std::string &text, Random &random) {
-  text.append("<section><body>");
-  for (size_t end = text.size() + 2000 + random.below(18000); text.size() < end;) {
-    text.append(random.word()).append(" ");
-    if (random.below(100) == 0) text.append("&quot;").append(random.word()).append("&quot;\n");
+void addLongText(std::string &xml, Random &random) {
+  xml.append("<section><body>");
+  for (size_t end = xml.size() + 2000 + random.below(18000); xml.size() < end;) {
+    xml.append(random.word()).append(" ");
+    if (random.below(100) == 0) xml.append("&quot;").append(random.word()).append("&quot;\n");
   }
-  text.append("</body></section>\n");
+  xml.append("</body></section>\n");
 }
 
-void addNumber(std::string &text, Random &random) {
-  text.append("<n>").append(random.number(1000000)).append("</n>\n");
+void addNumber(std::string &xml, Random &random) {
+  xml.append("<n>").append(random.number(1000000)).append("</n>\n");
 }
 
-std::string repeat(const char *root, size_t size, Piece add) {
+std::string repeat(const char *root, size_t size, Append add) {
   Random random;
-  std::string text = std::string("<") + root + ">\n";
-  text.reserve(size + size / 8);
-  while (text.size() < size) add(text, random);
-  return text.append("</").append(root).append(">\n");
+  std::string xml = std::string("<") + root + ">\n";
+  xml.reserve(size + size / 8);
+  while (xml.size() < size) add(xml, random);
+  return xml.append("</").append(root).append(">\n");
 }
 
 std::string chain(size_t depth) {
-  std::string text;
-  for (size_t i = 0; i < depth; ++i) text += "<link>";
-  text += "end";
-  for (size_t i = 0; i < depth; ++i) text += "</link>";
-  return text;
+  std::string xml;
+  for (size_t i = 0; i < depth; ++i) xml += "<link>";
+  xml += "end";
+  for (size_t i = 0; i < depth; ++i) xml += "</link>";
+  return xml;
 }
 
 }  // namespace
 
-std::vector<Corpus> madeCorpora(bool large) {
+std::vector<Corpus> generatedCorpora(bool large) {
   std::vector<Corpus> corpora = {
       {"tiny-275B", kTiny},
       {"orders-2K", repeat("orders", 2 * kKiB, addOrder)},
@@ -127,8 +127,8 @@ std::vector<Corpus> realCorpora(const std::string &folder) {
   std::error_code error;
   for (const auto &entry : std::filesystem::directory_iterator(folder, error)) {
     std::ifstream file(entry.path(), std::ios::binary);
-    std::string text(std::istreambuf_iterator<char>(file), {});
-    if (!text.empty()) corpora.push_back({entry.path().filename().string(), std::move(text)});
+    std::string input(std::istreambuf_iterator<char>(file), {});
+    if (!input.empty()) corpora.push_back({entry.path().filename().string(), std::move(input)});
   }
   std::sort(corpora.begin(), corpora.end(),
             [](const Corpus &a, const Corpus &b) { return a.name < b.name; });

@@ -1,4 +1,4 @@
-// The texts that are measured: made ones, the same at every run, and real files.
+// The documents that are measured: generated ones, the same in every run, and real files.
 #pragma once
 
 #include <cstddef>
@@ -11,20 +11,20 @@ namespace bench {
 
 struct Corpus {
   std::string name;
-  std::string text;
-  size_t depth = 0;  // of its deepest element, where that is a lot
+  std::string input;
+  size_t depth = 0;  // of its deepest element, if that is large
 };
 
 // In the order of the report. large adds one of 300 MB.
-std::vector<Corpus> madeCorpora(bool large);
+std::vector<Corpus> generatedCorpora(bool large);
 
-// The files of a folder, by name; none when there is no such folder.
+// The files of a folder, by name; none if there is no such folder.
 std::vector<Corpus> realCorpora(const std::string &folder);
 
-// The one of that name; null when there is none.
+// The corpus of that name; null if there is none.
 const Corpus *findCorpus(const std::vector<Corpus> &corpora, const std::string &name);
 
-// Into any text of orders that has at least that many.
+// For any document of orders that has at least that many.
 std::vector<Path> orderPaths(size_t orders);
 
 }  // namespace bench

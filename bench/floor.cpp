@@ -32,17 +32,17 @@ Block *addBlock(Block *last, size_t *room, size_t size) {
 
 }  // namespace
 
-void Floor::addString(const char *text) {
-  const size_t size = std::strlen(text) + 1;
-  pieces_.push_back({static_cast<uint32_t>(size), true});
-  strings_.append(text, size);
+void Floor::addString(const char *string) {
+  const size_t size = std::strlen(string) + 1;
+  allocations_.push_back({static_cast<uint32_t>(size), true});
+  strings_.append(string, size);
 }
 
-Floor::Floor(const std::string &text) {
+Floor::Floor(const std::string &input) {
   XmlNode *document = nullptr;
-  if (NEB_XML_ParseEx(text.c_str(), &document) != NEB_XML_OK) return;
+  if (NEB_XML_ParseEx(input.c_str(), &document) != NEB_XML_OK) return;
   const auto addRecord = [this](const XmlNode *node) {
-    pieces_.push_back(
+    allocations_.push_back(
         {static_cast<uint32_t>(recordSize(static_cast<uint32_t>(node->type))), false});
     if (node->prefix) addString(node->prefix);
     // A name that is not owned lies in the document's record.
@@ -58,27 +58,27 @@ Floor::Floor(const std::string &text) {
   NEB_XML_FreeNode(document);
 }
 
-size_t Floor::carve() const {
+size_t Floor::allocate() const {
   static const char record[kDocumentRecordSize] = {1};
   size_t room = kFirstRoom;
   Block *const first = addBlock(nullptr, &room, 1);
   Block *last = first;
   const char *source = strings_.data();
-  size_t carved = 0;
-  for (const Piece piece : pieces_) {
-    if (last->room < piece.size) last = addBlock(last, &room, piece.size);
-    std::memcpy(last->cursor, piece.isString ? source : record, piece.size);
-    if (piece.isString) source += piece.size;
-    last->cursor += piece.size;
-    last->room -= piece.size;
-    carved += piece.size;
+  size_t allocated = 0;
+  for (const Allocation each : allocations_) {
+    if (last->room < each.size) last = addBlock(last, &room, each.size);
+    std::memcpy(last->cursor, each.isString ? source : record, each.size);
+    if (each.isString) source += each.size;
+    last->cursor += each.size;
+    last->room -= each.size;
+    allocated += each.size;
   }
   for (Block *block = first; block;) {
     Block *const next = block->next;
     std::free(block);
     block = next;
   }
-  return carved;
+  return allocated;
 }
 
 }  // namespace bench

@@ -1,5 +1,4 @@
-// The floor under every parse into a tree of these records: carving and filling them, and nothing
-// else.
+// The least that any parse into a tree of these records costs: it only allocates and fills them.
 #pragma once
 
 #include <cstdint>
@@ -10,23 +9,24 @@ namespace bench {
 
 class Floor {
  public:
-  // Takes the sizes of all pieces, and the strings, from a parse of the text.
-  explicit Floor(const std::string &text);
+  // Takes the sizes of all allocations, and the strings, from a parse of the document.
+  explicit Floor(const std::string &input);
 
-  bool empty() const { return pieces_.empty(); }
+  bool empty() const { return allocations_.empty(); }
 
-  // Carves all pieces from blocks as a session does, fills them, and frees the blocks. The bytes.
-  size_t carve() const;
+  // Allocates all of them from blocks as a session does, fills them, and frees the blocks. Returns
+  // the number of bytes.
+  size_t allocate() const;
 
  private:
-  struct Piece {
+  struct Allocation {
     uint32_t size;
     bool isString;  // its bytes are the next ones of strings_
   };
 
-  void addString(const char *text);
+  void addString(const char *string);
 
-  std::vector<Piece> pieces_;
+  std::vector<Allocation> allocations_;
   std::string strings_;
 };
 

@@ -1,5 +1,5 @@
-// The heap that each library takes for a parsed text, counted in the allocator itself: usable size
-// and header of every chunk, whoever asked for it. Prints JSON.
+// The heap that each library takes for a parsed document. The allocator itself counts the usable
+// size and the header of every chunk, for every caller. Prints JSON.
 //
 //   neb_xml_heap [--corpus=FOLDER]
 #include <malloc.h>
@@ -56,9 +56,9 @@ void *memalign(size_t alignment, size_t size) { return taken(__libc_memalign(ali
 void *aligned_alloc(size_t alignment, size_t size) { return memalign(alignment, size); }
 
 int posix_memalign(void **memory, size_t alignment, size_t size) {
-  void *piece = memalign(alignment, size);
-  if (!piece) return ENOMEM;
-  *memory = piece;
+  void *allocated = memalign(alignment, size);
+  if (!allocated) return ENOMEM;
+  *memory = allocated;
   return 0;
 }
 
@@ -76,22 +76,22 @@ int main(int argc, char **argv) {
     const std::string_view argument = argv[i];
     if (argument.starts_with("--corpus=")) folder = argument.substr(9);
   }
-  std::vector<Corpus> corpora = madeCorpora(false);
+  std::vector<Corpus> corpora = generatedCorpora(false);
   for (Corpus &corpus : realCorpora(folder)) corpora.push_back(std::move(corpus));
   const char *separator = "[";
   for (const Corpus &corpus : corpora) {
     for (const Subject &subject : subjects()) {
-      if (subject.isFace || !check(corpus, subject).refusal.empty()) continue;
+      if (subject.isWrapper || !check(corpus, subject).refusal.empty()) continue;
       const size_t before = live;
       peak = live;
-      Document document = subject.parse(corpus.text);
+      Document document = subject.parse(corpus.input);
       const size_t held = live - before;
       const size_t most = peak - before;
       subject.release(document);
       std::printf(
-          "%s\n{\"text\": \"%s\", \"subject\": \"%s\", \"bytes\": %zu, \"held\": %zu, "
+          "%s\n{\"document\": \"%s\", \"subject\": \"%s\", \"bytes\": %zu, \"held\": %zu, "
           "\"peak\": %zu, \"left\": %zu}",
-          separator, corpus.name.c_str(), subject.id().c_str(), corpus.text.size(), held, most,
+          separator, corpus.name.c_str(), subject.id().c_str(), corpus.input.size(), held, most,
           live - before);
       separator = ",";
     }

@@ -1,5 +1,5 @@
-// What every library is measured through. One file in libraries/ fills in one or more Subjects and
-// registers them: adding a library is adding a file.
+// The interface through which every library is measured. Each file in libraries/ fills in one or
+// more Subjects and registers them. To add a library, add a file.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@ namespace bench {
 
 using Document = void *;
 
-// What a tree holds. Blanks count nowhere: libraries differ in what they keep of them.
+// What a tree holds. White space is not counted, because libraries keep different parts of it.
 struct Census {
   size_t elements = 0;
   size_t attributes = 0;
@@ -21,7 +21,7 @@ struct Census {
   bool operator==(const Census &) const = default;
 };
 
-// The two visitors of a walk. Both are told of elements, attributes and all strings.
+// The two visitors of a walk. Both see all elements, attributes and strings.
 struct CensusVisitor {
   Census census;
 
@@ -44,7 +44,7 @@ struct CensusVisitor {
   }
 };
 
-// Reaches for every string and reads where it begins.
+// Reads the first byte of every string.
 struct TouchVisitor {
   size_t sum = 0;
 
@@ -70,16 +70,16 @@ struct Path {
   std::vector<Step> steps;
 };
 
-// A library in one of its modes. Operations that it does not offer, or that are measured in its
-// fastest mode only, are null.
+// A library in one of its modes. An operation is null if the library does not offer it, or if only
+// the fastest mode is measured.
 struct Subject {
   std::string library;
   std::string mode;
   std::string version;
-  size_t maxDepth;      // deeper texts would overflow its stack; 0: any depth
-  bool isFace = false;  // another way to call a library, whose parsing is measured already
+  size_t maxDepth;         // deeper documents would overflow its stack; 0: none do
+  bool isWrapper = false;  // around a library whose parsing is measured already
 
-  Document (*parse)(const std::string &text) = nullptr;  // null when not accepted
+  Document (*parse)(const std::string &input) = nullptr;  // null if not accepted
   void (*release)(Document) = nullptr;
   Census (*inspect)(Document) = nullptr;
   size_t (*walk)(Document) = nullptr;                         // with a TouchVisitor
@@ -115,7 +115,7 @@ inline constexpr const char *kItemAttribute = "state";
 inline constexpr const char *kItemOldState = "new";
 inline constexpr const char *kItemNewState = "changed";
 
-// Document order without recursion, over any tree whose Moves tell child, next and parent.
+// Document order without recursion, over any tree whose Moves name child, next and parent.
 template <class Moves, class Node, class Enter>
 void forEachNode(Node root, Enter enter) {
   for (Node node = root;;) {

@@ -1,5 +1,5 @@
-// Runs a target over files, as a test: first those named, or in the folders named, then as many
-// programs of random bytes as the first argument says.
+// Runs a target as a test: on the files named and those in the folders named, and then on random
+// inputs, whose number is the first argument.
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>

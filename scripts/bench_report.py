@@ -15,7 +15,7 @@ COLORS = {"NEB-XML": "#1f6fb4", "floor": "#9a9a9a", "pugixml": "#e08214", "Rapid
 
 
 class Measurements:
-    """Medians of all repetitions, by row (operation and text) and subject (library and mode)."""
+    """Medians of the repetitions, by row (operation, document) and subject (library, mode)."""
 
     def __init__(self, bench, heap):
         self.context = bench["context"]
@@ -24,15 +24,15 @@ class Measurements:
         self.notes = {f"{name.removeprefix('skipped ')}: skipped, {reason}": None
                       for name, reason in self.context.items() if name.startswith("skipped ")}
         samples = {}
-        # The runs come shuffled.
+        # The runs are in random order.
         for run in sorted(bench["benchmarks"], key=lambda run: run["family_index"]):
             if run.get("run_type") == "iteration":
                 samples.setdefault(run["run_name"], []).append(run)
         for name, runs in samples.items():
-            operation, text, subject = name.split("/", 2)
-            row, remark = (operation, text), runs[0].get("error_message") or runs[0].get("label")
+            operation, corpus, subject = name.split("/", 2)
+            row, remark = (operation, corpus), runs[0].get("error_message") or runs[0].get("label")
             if remark:
-                self.notes[f"{operation} {text}: {subject} {remark}"] = None
+                self.notes[f"{operation} {corpus}: {subject} {remark}"] = None
             cells = self.rows.setdefault(row, {})
             if subject not in self.subjects:
                 self.subjects.append(subject)
@@ -41,7 +41,7 @@ class Measurements:
                                   statistics.median(run["bytes_per_second"] for run in runs))
         self.heap = {}
         for entry in heap:
-            cells = self.heap.setdefault(entry["text"], {})
+            cells = self.heap.setdefault(entry["document"], {})
             cells[entry["subject"]] = (entry["held"] / entry["bytes"],
                                        entry["peak"] / entry["bytes"])
         first = [subject for subject in self.subjects if subject.startswith("NEB-XML/")]
@@ -81,18 +81,18 @@ def header(subjects, *between):
 def time_table(data):
     others = [subject for subject in data.subjects if subject != REFERENCE]
     lines = header([REFERENCE] + others, "MB/s")
-    for (operation, text), cells in data.rows.items():
+    for (operation, document), cells in data.rows.items():
         base = cells.get(REFERENCE)
         if not base:
             continue
-        lines.append([f"{operation} {text}", f"{base[1] / 1e6:.0f}", duration(base[0])] +
+        lines.append([f"{operation} {document}", f"{base[1] / 1e6:.0f}", duration(base[0])] +
                      [f"{cells[s][0] / base[0]:.2f}" if s in cells else "-" for s in others])
     lines += [[f"{operation}: mean", "", "", *cells] for operation, cells in means(data, others)]
     return aligned(lines)
 
 
 def means(data, subjects):
-    """For each operation each subject's geometric mean of ratios, of the texts that it takes."""
+    """For each operation, the geometric mean of each subject's ratios over what it accepts."""
     operations = dict.fromkeys(operation for operation, _ in data.rows)
     for operation in operations:
         rows = [cells for (name, _), cells in data.rows.items()
@@ -107,8 +107,8 @@ def means(data, subjects):
 def heap_table(data, index):
     subjects = [s for s in data.subjects if any(s in cells for cells in data.heap.values())]
     lines = header(subjects)
-    for text, cells in data.heap.items():
-        lines.append([text] + [f"{cells[s][index]:.2f}" if s in cells else "-" for s in subjects])
+    for corpus, cells in data.heap.items():
+        lines.append([corpus] + [f"{cells[s][index]:.2f}" if s in cells else "-" for s in subjects])
     return aligned(lines)
 
 
@@ -123,9 +123,9 @@ def table(data):
              "Means are geometric.",
              "", *time_table(data)]
     if data.heap:
-        lines += ["", "Heap held by a parsed document, in bytes for each byte of text.", "",
+        lines += ["", "Heap held by a parsed document, in bytes for each byte of input.", "",
                   *heap_table(data, 0),
-                  "", "Most heap held at any moment of the parse, likewise.", "",
+                  "", "Most heap held at any time during the parse, likewise.", "",
                   *heap_table(data, 1)]
     if data.notes:
         lines += ["", "Notes", *("  " + note for note in data.notes)]
@@ -151,13 +151,13 @@ def fastest(data, cells):
 def plot(data):
     left, width, bar = 250, 560, 13
     body, y = [], 74
-    for (operation, text), cells in data.rows.items():
+    for (operation, document), cells in data.rows.items():
         if operation != "parse" or REFERENCE not in cells:
             continue
         shown = list(fastest(data, cells))
         base = cells[REFERENCE][1]
         scale = width / max(cells[s][1] / base for s in shown)
-        body.append(text_at(10, y + 11, text, 13))
+        body.append(text_at(10, y + 11, document, 13))
         top = y
         for subject in shown:
             speed = cells[subject][1]
@@ -172,10 +172,10 @@ def plot(data):
                     f'y2="{y}" stroke="#1f6fb4" stroke-dasharray="3 3"/>')
         y += 14
     versions = dict.fromkeys(data.version(s) for s in data.subjects if not s.startswith("floor"))
-    head = [text_at(10, 24, "Parse and release: speed, with a session = 1 (longer is faster)", 17),
+    head = [text_at(10, 24, "Parse and free: speed, with a session = 1 (longer is faster)", 17),
             text_at(10, 44, ", ".join(versions), 11),
-            text_at(10, 60, "Each peer in its fastest mode. floor: carving and filling the same "
-                            "records and strings without parsing.", 11)]
+            text_at(10, 60, "Each peer in its fastest mode. floor: allocate and fill the same "
+                            "records and strings, without parsing.", 11)]
     return (f'<svg xmlns="http://www.w3.org/2000/svg" width="960" height="{y}" '
             f'viewBox="0 0 960 {y}" font-family="sans-serif">\n'
             '<rect width="100%" height="100%" fill="#fff"/>\n' + "\n".join(head + body) +
@@ -188,7 +188,7 @@ def load(path):
 
 
 def main(bench_path, heap_path, table_path, plot_path):
-    # Where no name matches, the benchmark program leaves its file empty.
+    # If no name matches, the benchmark program writes an empty file.
     bench = load(bench_path) if os.path.getsize(bench_path) else {"benchmarks": []}
     if not bench["benchmarks"]:
         sys.exit("nothing was measured")

@@ -74,7 +74,7 @@ TEST(Layout, IsFirstFitOverManyBlocks) {
         const guarded::FailingAllocation failing(random() % 8 == 0 ? 1 : 0);
         const void *piece = isAlone ? XML_MemSpecialMalloc(handle, static_cast<int32_t>(size))
                                     : allocator.allocate(static_cast<size_t>(size));
-        ASSERT_EQ(layout::placeIn(session, piece), model.take(size, !failing.happened()));
+        ASSERT_EQ(layout::locationIn(session, piece), model.allocate(size, !failing.happened()));
         if (!isAlone || piece == nullptr) continue;
         const auto *bytes = static_cast<const char *>(piece);
         ASSERT_TRUE(std::all_of(bytes, bytes + size, [](char byte) { return byte == '\0'; }));
@@ -97,17 +97,16 @@ TEST(Layout, IsFirstFitOverManyBlocks) {
 void expectCopiesInOrder(XmlNode *document) {
   const XmlMemSession &session = *findSession(document->sessionId);
   const auto expectCopy = [&session](const layout::Model &before, const XmlNode *copy) {
-    EXPECT_EQ(layout::misplaced(before, session, layout::piecesAsCopied(copy)), "");
+    EXPECT_EQ(layout::misplaced(before, session, layout::inCopyOrder(copy)), "");
   };
   XmlNode *sources[3] = {nullptr, nullptr, document};
   XmlNode *heap = XML_NewNode(0, NEB_XML_NODE_ELEMENT);
   ASSERT_EQ(NEB_XML_ImportNode(heap, document, &sources[0]), 0U);
   NEB_XML_FreeNode(heap);
   ASSERT_EQ(NEB_XML_CloneNode(document, &sources[1]), 0U);
-  EXPECT_EQ(
-      layout::misplaced(layout::Model(kDocumentSessionSize), *findSession(sources[1]->sessionId),
-                        layout::piecesAsCopied(sources[1])),
-      "");
+  EXPECT_EQ(layout::misplaced(layout::Model(kDocumentSessionSize),
+                              *findSession(sources[1]->sessionId), layout::inCopyOrder(sources[1])),
+            "");
   const auto withoutType = [](const XmlNode *node) {
     const std::string tree = trees::described(node);
     return tree.substr(tree.find(':'));
@@ -128,7 +127,7 @@ void expectCopiesInOrder(XmlNode *document) {
 TEST(Layout, OfParsedAndCopiedTreesIsThatOfPiecesOneByOne) {
   XmlNode *document = trees::parsed(manyPieces());
   EXPECT_EQ(layout::misplaced(layout::Model(kDocumentSessionSize),
-                              *findSession(document->sessionId), layout::piecesAsParsed(document)),
+                              *findSession(document->sessionId), layout::inParseOrder(document)),
             "");
   expectCopiesInOrder(document);
   // New strings right behind old ones, which a copy has together with their record.

@@ -1,4 +1,4 @@
-// fastest: short texts inside their nodes, no nodes for blanks, no limits on depth and size.
+// fastest: short texts inside their nodes, no nodes for white space, no limits on depth and size.
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
@@ -23,8 +23,8 @@ xmlDocPtr tree(Document document) { return static_cast<xmlDocPtr>(document); }
 xmlNodePtr root(Document document) { return xmlDocGetRootElement(tree(document)); }
 
 template <int Options>
-Document parse(const std::string &text) {
-  return xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr, Options);
+Document parse(const std::string &input) {
+  return xmlReadMemory(input.data(), static_cast<int>(input.size()), nullptr, nullptr, Options);
 }
 
 void release(Document document) { xmlFreeDoc(tree(document)); }

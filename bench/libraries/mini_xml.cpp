@@ -14,9 +14,9 @@ using namespace bench;
 mxml_node_t *tree(Document document) { return static_cast<mxml_node_t *>(document); }
 
 template <mxml_type_t (*TextType)(mxml_node_t *)>
-Document parse(const std::string &text) {
+Document parse(const std::string &input) {
   mxmlSetErrorCallback([](const char *) {});  // which would print
-  return mxmlLoadString(nullptr, text.c_str(), TextType);
+  return mxmlLoadString(nullptr, input.c_str(), TextType);
 }
 
 void release(Document document) { mxmlDelete(tree(document)); }

@@ -1,4 +1,4 @@
-// default: load_buffer, which copies the text inside. fastest: parsed in place in a copy that is
+// default: load_buffer, which copies the input. fastest: parsed in place in a copy that is
 // made first, no conversion of line ends, texts kept in their elements.
 #include <cstring>
 #include <pugixml.hpp>
@@ -26,16 +26,16 @@ Document finish(pugi::xml_document *document, const pugi::xml_parse_result &resu
   return nullptr;
 }
 
-Document parseDefault(const std::string &text) {
+Document parseDefault(const std::string &input) {
   auto *document = new pugi::xml_document;
-  return finish(document, document->load_buffer(text.data(), text.size()));
+  return finish(document, document->load_buffer(input.data(), input.size()));
 }
 
-Document parseFastest(const std::string &text) {
+Document parseFastest(const std::string &input) {
   auto *document = new pugi::xml_document;
-  void *copy = pugi::get_memory_allocation_function()(text.size());
-  std::memcpy(copy, text.data(), text.size());
-  return finish(document, document->load_buffer_inplace_own(copy, text.size(), kFastest,
+  void *copy = pugi::get_memory_allocation_function()(input.size());
+  std::memcpy(copy, input.data(), input.size());
+  return finish(document, document->load_buffer_inplace_own(copy, input.size(), kFastest,
                                                             pugi::encoding_utf8));
 }
 

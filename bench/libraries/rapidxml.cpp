@@ -15,7 +15,7 @@ using namespace bench;
 using Node = rapidxml::xml_node<>;
 
 struct Tree {
-  std::string text;
+  std::string input;
   rapidxml::xml_document<> document;
 };
 
@@ -23,11 +23,11 @@ Tree &tree(Document document) { return *static_cast<Tree *>(document); }
 Node *root(Document document) { return tree(document).document.first_node(); }
 
 template <int Flags>
-Document parse(const std::string &text) {
+Document parse(const std::string &input) {
   auto *parsed = new Tree;
-  parsed->text = text;
+  parsed->input = input;
   try {
-    parsed->document.parse<Flags>(parsed->text.data());
+    parsed->document.parse<Flags>(parsed->input.data());
     return parsed;
   } catch (const rapidxml::parse_error &) {
     delete parsed;
@@ -45,7 +45,7 @@ struct Moves {
   static Node *nextNamed(Node *node, const char *name) { return node->next_sibling(name); }
 };
 
-// Where there are data nodes, the first one's text is the value of its element as well.
+// If an element has data nodes, the text of the first one is also the value of the element.
 bool repeatsChild(Node *node) {
   const Node *child = node->first_node();
   return child && child->type() == rapidxml::node_data;
@@ -88,13 +88,13 @@ size_t print(Document document, std::string *keep) {
   return text.size();
 }
 
-template <class Piece>
-void ownStrings(rapidxml::memory_pool<> &pool, Piece *piece) {
-  piece->name(pool.allocate_string(piece->name(), piece->name_size() + 1), piece->name_size());
-  piece->value(pool.allocate_string(piece->value(), piece->value_size() + 1), piece->value_size());
+template <class Part>
+void ownStrings(rapidxml::memory_pool<> &pool, Part *part) {
+  part->name(pool.allocate_string(part->name(), part->name_size() + 1), part->name_size());
+  part->value(pool.allocate_string(part->value(), part->value_size() + 1), part->value_size());
 }
 
-// clone_node leaves the strings with the source.
+// clone_node shares the strings of the source.
 Document clone(Document document) {
   auto *copy = new Tree;
   Node *top = copy->document.clone_node(root(document));

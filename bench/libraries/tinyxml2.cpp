@@ -16,9 +16,9 @@ tinyxml2::XMLDocument &tree(Document document) {
   return *static_cast<tinyxml2::XMLDocument *>(document);
 }
 
-Document parse(const std::string &text) {
+Document parse(const std::string &input) {
   auto *document = new tinyxml2::XMLDocument;
-  if (document->Parse(text.data(), text.size()) == tinyxml2::XML_SUCCESS) return document;
+  if (document->Parse(input.data(), input.size()) == tinyxml2::XML_SUCCESS) return document;
   delete document;
   return nullptr;
 }

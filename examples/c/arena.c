@@ -1,4 +1,4 @@
-/* Parses, edits and prints within one static arena. Nothing here touches the heap. */
+/* Parses, edits and prints within one static arena, without the heap. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -10,24 +10,24 @@ enum { kArenaSize = 32 * 1024, kAlignment = 16 };
 static _Alignas(kAlignment) unsigned char arena[kArenaSize];
 static size_t used;
 
-static void *take(size_t size) {
+static void *allocate(size_t size) {
   const size_t room = kArenaSize - used;
   const size_t padding = (kAlignment - size % kAlignment) % kAlignment;
-  void *piece = arena + used;
+  void *memory = arena + used;
 
   if (size > room || padding > room - size) return NULL;
   used += size + padding;
-  return piece;
+  return memory;
 }
 
-static void *takeZeroed(size_t count, size_t size) {
-  void *piece = size != 0 && count > kArenaSize / size ? NULL : take(count * size);
+static void *allocateZeroed(size_t count, size_t size) {
+  void *memory = size != 0 && count > kArenaSize / size ? NULL : allocate(count * size);
 
-  return piece == NULL ? NULL : memset(piece, 0, count * size);
+  return memory == NULL ? NULL : memset(memory, 0, count * size);
 }
 
-/* Single pieces stay where they are: the arena is emptied as a whole. */
-static void giveBack(void *piece) { (void)piece; }
+/* Does nothing: the arena is freed as a whole. */
+static void ignore(void *memory) { (void)memory; }
 
 static int answer(const char *message) {
   const int8_t decibel = -12;
@@ -43,15 +43,15 @@ static int answer(const char *message) {
     isDone = fputs(text, stdout) >= 0;
   }
   NEB_XML_FreeNode(document);
-  used = 0; /* nothing is alive any more */
+  used = 0; /* frees the whole arena */
   return isDone;
 }
 
 int main(void) {
-  static char line[BUFSIZ]; /* else standard output would take its buffer from the heap */
+  static char line[BUFSIZ]; /* otherwise, standard output allocates its buffer from the heap */
 
   setvbuf(stdout, line, _IOLBF, sizeof line);
-  if (NEB_XML_RegMemFunc(take, takeZeroed, giveBack) != NEB_XML_OK) return EXIT_FAILURE;
+  if (NEB_XML_RegMemFunc(allocate, allocateZeroed, ignore) != NEB_XML_OK) return EXIT_FAILURE;
   return answer("<mixer><level>0</level></mixer>") && answer("<mixer><level>6</level></mixer>")
              ? EXIT_SUCCESS
              : EXIT_FAILURE;

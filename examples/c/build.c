@@ -12,17 +12,17 @@ struct Port {
 
 static const struct Port kPorts[] = {{"port1", 120, 1}, {"port2", 310, 0}};
 
-/* Appends a new element; null when that fails. */
+/* Appends a new element; null if that fails. */
 static XmlNode *append(XmlNode *parent, const char *name) {
   XmlNode *child;
 
   if (NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, NULL, name, NULL, &child) != NEB_XML_OK) return NULL;
   if (NEB_XML_AppendChildNode(parent, child) == NEB_XML_OK) return child;
-  NEB_XML_FreeNode(child); /* it was not taken, and so is still ours */
+  NEB_XML_FreeNode(child); /* it was not appended, so it is still ours */
   return NULL;
 }
 
-/* Every call on a null node fails, so asking at the end is enough. */
+/* Every call on a null node fails, so one check at the end is enough. */
 static int addPort(XmlNode *device, const struct Port *port) {
   XmlNode *node = append(device, "port");
   XmlNode *vlan = append(node, "vlan");
@@ -49,6 +49,6 @@ int main(void) {
     fputs(text, stdout);
     NEB_XML_FreeMem(text);
   }
-  NEB_XML_FreeNode(device); /* and everything that was appended to it */
+  NEB_XML_FreeNode(device); /* with everything that was appended to it */
   return isDone ? EXIT_SUCCESS : EXIT_FAILURE;
 }

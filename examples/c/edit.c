@@ -4,7 +4,7 @@
 
 #include "neb_xml.h"
 
-/* Each step is taken only if all before it were. */
+/* Each step runs only if all steps before it succeeded. */
 static uint32_t edit(XmlNode *device) {
   const uint16_t mtu = 9000;
   XmlNode *node;
@@ -26,7 +26,7 @@ static uint32_t edit(XmlNode *device) {
   }
   if (result != NEB_XML_OK) return result;
   result = NEB_XML_AppendChildNode(node, added);
-  if (result != NEB_XML_OK) NEB_XML_FreeNode(added); /* it is still ours */
+  if (result != NEB_XML_OK) NEB_XML_FreeNode(added); /* it was not appended, so it is still ours */
   return result;
 }
 
@@ -41,9 +41,9 @@ int main(int argc, char **argv) {
   result = NEB_XML_ParseFileEx(argv[1], &device);
   if (result == NEB_XML_OK) {
     result = edit(device);
-    /* The old file or the new one is there whole at any moment. */
+    /* Replaces the file atomically. */
     if (result == NEB_XML_OK) result = NEB_XML_SaveFile(device, argv[2], 2);
-    /* Releases the document and all in it, the node from CreateNode too. */
+    /* Frees the document and all nodes in it, including the one from CreateNode. */
     NEB_XML_FreeNode(device);
   }
   if (result != NEB_XML_OK) fprintf(stderr, "%s: error %x\n", argv[1], result);

@@ -16,7 +16,7 @@ static void show(const XmlNode *interface) {
     NEB_XML_GetNodeValueEx(mtu, NEB_XML_VALUE_UINT32, &bytes);
   }
   printf("%-12s mtu %u", name != NULL ? name : "?", bytes);
-  /* Not every interface tells its speed. */
+  /* Not every interface has a speed. */
   if (NEB_XML_GetNodeByUrl(interface, "interface.speed", &speed) == NEB_XML_OK &&
       NEB_XML_GetNodeValueEx(speed, NEB_XML_VALUE_UINT32, &megabits) == NEB_XML_OK) {
     printf(", %u Mbit/s", megabits);

@@ -1,4 +1,4 @@
-/* Writes a feed that is longer than memory should hold: the frame once, the records one by one. */
+/* Writes a feed that is too long for memory: the frame once, the records one by one. */
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -19,7 +19,7 @@ static int put(const XmlNode *node, Printing *print) {
   return 1;
 }
 
-/* Each record ends with its document, so memory does not grow with the feed. */
+/* Each record is freed once it is written, so memory does not grow with the feed. */
 static int putRecord(const XmlNode *pattern, uint32_t number) {
   const int32_t celsius = 20 + (int32_t)(number % 3);
   XmlNode *record;

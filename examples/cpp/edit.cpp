@@ -15,7 +15,7 @@ static Status edit(Node device) {
 
   device.find("device.users.user.2").remove();
 
-  // A call on an empty view fails: no step needs to ask whether the one before found its node.
+  // A call on an empty view fails, so no step needs to check whether the one before found its node.
   auto server = device.find("device.services.ntp").append("server");
   if (!server) return server.error().code;
   return server->set("ntp3.example.net");
@@ -32,7 +32,7 @@ int main(int argc, char **argv) {
     return EXIT_FAILURE;
   }
   Status status = edit(device->root());
-  // The old file or the new one is there whole at any moment.
+  // Replaces the file atomically.
   if (status) status = device->save(argv[2], 2);
   if (!status) std::fprintf(stderr, "%s: error %x\n", argv[1], status.code());
   return status ? EXIT_SUCCESS : EXIT_FAILURE;

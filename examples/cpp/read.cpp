@@ -10,7 +10,7 @@ static void show(neb::xml::Node interface) {
   const std::string name(interface.attribute("name").value_or("?"));
   const auto mtu = interface.find("interface.mtu").get<std::uint32_t>();
   std::printf("%-12s mtu %u", name.c_str(), mtu.value_or(0));
-  // Not every interface tells its speed.
+  // Not every interface has a speed.
   const auto megabits = interface.find("interface.speed").get<std::uint32_t>();
   if (megabits) std::printf(", %u Mbit/s", *megabits);
   std::printf("\n");

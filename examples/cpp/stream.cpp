@@ -1,4 +1,4 @@
-// Writes a feed that is longer than memory should hold: the frame once, the records one by one.
+// Writes a feed that is too long for memory: the frame once, the records one by one.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -10,7 +10,7 @@ using neb::xml::Document;
 static constexpr std::uint32_t kRecords = 3;
 static constexpr char kFrame[] = "<feed><source>sensor 7</source><records/></feed>";
 
-// The halves are calls of the C interface, which takes the node of any view.
+// The C interface prints the halves. It takes the node of any view.
 static bool put(neb::xml::Node node, std::uint32_t (*print)(const XmlNode *, char **)) {
   char *text = nullptr;
   if (print(node.get(), &text) != NEB_XML_OK) return false;
@@ -19,7 +19,7 @@ static bool put(neb::xml::Node node, std::uint32_t (*print)(const XmlNode *, cha
   return true;
 }
 
-// Each record ends with its document, so memory does not grow with the feed.
+// Each record is freed once it is written, so memory does not grow with the feed.
 static bool put_record(const Document &pattern, std::uint32_t number) {
   const auto record = pattern.clone();
   if (!record) return false;

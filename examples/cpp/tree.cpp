@@ -1,4 +1,4 @@
-// Shows a document to a person, as a tree with its values: tree FILE
+// Shows a document as a tree with its values: tree FILE
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -23,7 +23,7 @@ static std::string described(Node node) {
   return line;
 }
 
-// What stands before a node: for each level above it a line that goes on, or none.
+// Indents a node: each level above it has a line if more siblings follow, else none.
 static std::string branches(Node node, Node root) {
   std::string text = node.next() ? "├─ " : "└─ ";
   for (Node above = node.parent(); above.get() != root.get(); above = above.parent()) {

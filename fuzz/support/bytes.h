@@ -1,4 +1,4 @@
-// The input as a program: bytes are taken one after the other, zeros once it has ended.
+// The input as a program. Bytes are taken one after the other; zeros follow the last one.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ class Bytes {
     return table[pick(std::size(table))];
   }
 
-  // Without a NUL, as a string of the library is.
+  // Without a NUL, as in a string of the library.
   std::string takeText(size_t longest) {
     std::string text;
     for (size_t left = pick(longest + 1); left > 0 && !isEmpty(); --left) {

@@ -1,4 +1,4 @@
-// The hooks of the tests, under the name that targets call them by.
+// The hooks of the tests, under the name that the targets use.
 #pragma once
 
 #include "support/guarded_hooks.h"

@@ -1,4 +1,4 @@
-// What a target demands. A demand that is not met aborts, which leaves the bytes to the fuzzer.
+// The conditions of a target. If one does not hold, require aborts, and the fuzzer keeps the input.
 #pragma once
 
 #include <cstdio>

@@ -12,7 +12,7 @@ namespace {
 
 constexpr unsigned long kLastCharacter = 0x10FFFF;
 
-// Whether an ampersand begins what the printer takes for a reference.
+// Whether the printer takes an ampersand for the beginning of a reference.
 bool beginsReference(const char *ampersand) {
   const char *end = std::strchr(ampersand, ';');
   if (end == nullptr) return false;

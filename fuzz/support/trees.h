@@ -1,4 +1,4 @@
-// Trees to be compared, and the text that a tree is printed as.
+// Describes trees for comparison, and models how a tree is printed.
 #pragma once
 
 #include <string>
@@ -7,15 +7,15 @@
 
 namespace trees {
 
-// A tree, with the siblings after it or alone, in the form of trees::described of the tests.
-// Requires correct links.
+// Describe a tree, with the siblings after it or alone, in the form of links::described. Require
+// correct links.
 std::string described(const XmlNode *node);
 std::string describedAlone(const XmlNode *node);
 
-// Its name as it is printed.
+// The name as it is printed.
 std::string qualifiedName(const XmlNode *node);
 
-// What the printer must give, worked out in the plainest way.
+// A simple model of the printer: what it must print.
 enum class Half { both, opening, closing };
 std::string printed(const XmlNode *top, Half half);
 

@@ -1,7 +1,7 @@
-// Bytes drive the calls on trees: nodes, attributes and sibling chains, of the hooks and of
-// sessions, in any order, with allocations that fail. After each step the trees, their texts and
-// the marks of who owns what are those of a plain model; in the end every piece has gone back.
-// Left out are only calls after which links that the library does not know would be the caller's.
+// Bytes choose calls on trees: nodes, attributes and sibling chains, of the heap and of sessions.
+// Some allocations fail. After each step the trees, their strings and the marks of ownership must
+// equal those of a simple model. In the end all memory must be free. The only calls left out are
+// those after which the library would not know a link of the caller.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -28,7 +28,7 @@ namespace {
 constexpr uint32_t kElement = NEB_XML_NODE_ELEMENT, kAttribute = NEB_XML_NODE_ATTRIBUTE;
 constexpr uint32_t kDocument = NEB_XML_NODE_DOCUMENT;
 constexpr uint32_t kOther = 5;     // has no children and is not printed
-constexpr uint32_t kBeyond = 256;  // of which the low byte is left: an element
+constexpr uint32_t kBeyond = 256;  // of which the low byte is kept: an element
 
 constexpr size_t kLongestProgram = 1024;
 constexpr size_t kMostNodes = 250, kMostModels = 1000;
@@ -46,14 +46,14 @@ constexpr Field kFields[] = {kPrefix, kName, kValue};
 
 struct Text {
   std::optional<std::string> text;
-  uint32_t home = 0;  // the session that it goes with; 0: none
+  uint32_t home = 0;  // the session that holds it; 0: the heap
   bool isInterned = false;
   bool holdsTable() const { return isInterned && home == 0; }
 };
 
 struct Model {
   XmlNode *node = nullptr;  // null for the holder of a chain
-  uint32_t session = 0;     // allocated from; 0: the hooks
+  uint32_t session = 0;     // allocated from; 0: the heap
   uint32_t type = 0;
   bool endsSession = false;
   bool isAlive = true;
@@ -89,13 +89,13 @@ Model *topmostOf(Model *model) {
   return root->isAttribute() || root->parent != nullptr ? nullptr : root;
 }
 
-// Of what is made on behalf of a node; 0: the hooks.
+// The storage of what is allocated for a node; 0: the heap.
 uint32_t storageOf(Model *model) {
   const Model *topmost = topmostOf(model);
   return topmost == nullptr ? 0 : topmost->session;
 }
 
-// Of the strings that a node gets on behalf of a tree: a record holds none of another session.
+// The storage of the strings of a node in a tree: a record holds no strings of another session.
 uint32_t storageFor(const Model *model, uint32_t storage) {
   return storage != 0 && model->session != 0 ? model->session : storage;
 }
@@ -122,7 +122,7 @@ Model *attributeOf(Model *element, const std::optional<std::string> &prefix,
   return nullptr;
 }
 
-// Strings for a call, and copies of them, since they may be those of the node and go with the call.
+// Strings for a call, and copies of them, since the call may free those of the node.
 struct Given {
   const char *prefix, *name, *value;
   std::array<std::optional<std::string>, 3> copies = {copyOf(prefix), copyOf(name), copyOf(value)};
@@ -154,11 +154,11 @@ class Machine {
         &Machine::copy,          &Machine::setStringsOf, &Machine::setNumber,
         &Machine::takeAttribute, &Machine::copy,         &Machine::print,
         &Machine::allocate,      &Machine::find,         &Machine::stepFromElsewhere};
-    constexpr uint8_t kFailing = 200;  // programs from this byte on meet a failing allocation
+    constexpr uint8_t kFailing = 200;  // from this byte on, an allocation fails
     const uint8_t code = bytes_.take();
     if (code >= kFailing) hooks::failNth(1 + code % 4, code % 3 == 0);
     const size_t released = hooks::releases();
-    keepsPieces_ = false;
+    keepsMemory_ = false;
     Model *model = any();
     if (model == nullptr || code % 5 == 0) {
       if (models_.size() < kMostModels) (this->*bytes_.pickFrom(kMaking))(nullptr);
@@ -167,12 +167,12 @@ class Machine {
     } else if (isReadable(model)) {
       (this->*bytes_.pickFrom(kUsing))(model);
     }
-    // What is given up inside a session's tree is kept until the session ends.
-    if (keepsPieces_ && !hooks::hasFailed()) require(hooks::releases() == released);
+    // Memory that is freed inside a session's tree is kept until the session ends.
+    if (keepsMemory_ && !hooks::hasFailed()) require(hooks::releases() == released);
     hooks::failNth(0);
   }
 
-  // The registers: whatever is alive.
+  // The nodes and sessions to choose from.
 
   std::vector<Model *> alive() const {
     std::vector<Model *> alive;
@@ -211,7 +211,7 @@ class Machine {
 
   Given given() { return {text(), text(), text()}; }
 
-  // The bookkeeping of the model.
+  // The model.
 
   bool succeeded(uint32_t result, uint32_t failure = kNoMemory) {
     require(result == kOk || (hooks::hasFailed() && result == failure));
@@ -227,11 +227,11 @@ class Machine {
     return model;
   }
 
-  // Takes over what a parse or a copy has made, whose texts are known to be right.
+  // Adds the nodes of a parse or a copy to the model. Their strings have been checked.
   Model *adopt(XmlNode *node, Model *parent) {
     Model *model = add(node, node->sessionId, static_cast<uint32_t>(node->type));
     put(model, {node->prefix, node->name, node->value}, model->session);
-    hang(model, parent);
+    link(model, parent);
     if (model->isAttribute()) return model;
     for (XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) adopt(attr, model);
     for (XmlNode *child = node->firstChild; child != nullptr; child = child->next) {
@@ -245,11 +245,11 @@ class Machine {
     for (const Field field : kFields) {
       if (!isMissing(given.copies[field])) model->texts[field] = {given.copies[field], home};
     }
-    settle(model, {storage});
+    bind(model, {storage});
   }
 
-  // A node of the hooks, and those above it, hold something of a session.
-  static void settle(Model *model, const std::set<uint32_t> &sessions) {
+  // Binds a heap node, and those above it, to the sessions whose memory it refers to.
+  static void bind(Model *model, const std::set<uint32_t> &sessions) {
     for (; model != nullptr && model->session == 0; model = model->parent) {
       model->boundSessions.insert(sessions.begin(), sessions.end());
       model->boundSessions.erase(0);
@@ -268,10 +268,10 @@ class Machine {
     }
     name.home = topmost->session;
     name.isInterned = true;
-    settle(model, {topmost->session});
+    bind(model, {topmost->session});
   }
 
-  static void hang(Model *model, Model *parent) {
+  static void link(Model *model, Model *parent) {
     model->parent = parent;
     if (parent != nullptr) model->siblings().push_back(model);
   }
@@ -283,21 +283,21 @@ class Machine {
     std::erase(siblings, model);
     model->parent = nullptr;
     if (parent->node != nullptr || siblings.size() > 1) return;
-    for (Model *last : siblings) last->parent = nullptr;  // no chain any more
+    for (Model *last : siblings) last->parent = nullptr;  // no longer a chain
     siblings.clear();
   }
 
-  // What the hooks have made stays together, what sessions have made stands alone.
+  // Heap nodes stay together as a chain. Nodes of sessions become single.
   void orphan(std::vector<Model *> siblings) {
     for (Model *each : siblings) unlink(each);
     std::erase_if(siblings, [](const Model *each) { return each->session != 0; });
     if (siblings.size() < 2) return;
     Model *chain = add(nullptr, 0, kElement);
-    for (Model *each : siblings) hang(each, chain);
+    for (Model *each : siblings) link(each, chain);
   }
 
-  // Nodes of a session that has not ended stay, detached. Their strings are freed with the tree,
-  // except those of an attribute that only loses its element with another session.
+  // Nodes of a session that has not ended remain, detached. Their strings are freed with the tree,
+  // except those of an attribute whose element ends with another session.
   static void bury(Model *top, uint32_t ended = 0) {
     unlink(top);
     std::vector<Model *> left;
@@ -319,7 +319,7 @@ class Machine {
     gone_.insert(session);
   }
 
-  // Making and taking out.
+  // Creation and removal.
 
   void createNode(Model * /*unused*/) {
     const uint32_t type = bytes_.pick(3) == 0 ? kDocument : kElement;
@@ -372,7 +372,7 @@ class Machine {
     if (session != 0) sessions_[session] = false;
   }
 
-  // A node of the hooks that leaves the tree of a session stays bound to it, with its subtree.
+  // A heap node that is removed from the tree of a session stays bound to it, with its subtree.
   void remove(Model *model) {
     const bool isRemovable = !model->isAttribute() && model->parent != nullptr;
     const uint32_t session = model->session == 0 ? storageOf(model) : 0;
@@ -426,14 +426,14 @@ class Machine {
 
   // Insertion.
 
-  static bool isAccepted(Model *place, Model *node, bool asSibling) {
-    if (place->isAttribute() || node->isAttribute() || node->parent != nullptr) return false;
-    Model *topmost = topmostOf(place);
+  static bool isAccepted(Model *anchor, Model *node, bool asSibling) {
+    if (anchor->isAttribute() || node->isAttribute() || node->parent != nullptr) return false;
+    Model *topmost = topmostOf(anchor);
     if (topmost == nullptr || topmost == node) return false;
-    if (!asSibling && place->type == kOther) return false;
+    if (!asSibling && anchor->type == kOther) return false;
     if (node->type == kDocument && (asSibling || node->session != 0)) return false;
-    const bool isSessionDocument = place->type == kDocument && place->session != 0;
-    if (asSibling && (place->parent == nullptr || isSessionDocument)) return false;
+    const bool isSessionDocument = anchor->type == kDocument && anchor->session != 0;
+    if (asSibling && (anchor->parent == nullptr || isSessionDocument)) return false;
     if (node->session != 0) return node->session == topmost->session;
     return node->boundSessions.empty() ||
            node->boundSessions == std::set<uint32_t>{topmost->session};
@@ -445,15 +445,15 @@ class Machine {
         NEB_XML_AddPrevSiblingNode};
     const size_t how = bytes_.pick(std::size(kCalls));
     const bool asSibling = how >= 2;
-    Model *place = any();
-    if (!isReadable(place)) return;
-    const uint32_t result = kCalls[how](place->node, node->node);
-    if (!isAccepted(place, node, asSibling)) return require(result == kInvalid);
+    Model *anchor = any();
+    if (!isReadable(anchor)) return;
+    const uint32_t result = kCalls[how](anchor->node, node->node);
+    if (!isAccepted(anchor, node, asSibling)) return require(result == kInvalid);
     if (!succeeded(result, kInvalid)) return;
-    Model *parent = asSibling ? place->parent : place;
+    Model *parent = asSibling ? anchor->parent : anchor;
     auto &children = parent->children;
     auto at = how == 0 ? children.begin() : children.end();
-    if (asSibling) at = std::find(children.begin(), children.end(), place) + (how == 2 ? 1 : 0);
+    if (asSibling) at = std::find(children.begin(), children.end(), anchor) + (how == 2 ? 1 : 0);
     children.insert(at, node);
     node->parent = parent;
     intern(node);
@@ -461,27 +461,27 @@ class Machine {
 
   // Changes.
 
-  // But for a table of names, which goes with the last of them.
+  // A table of names is the exception: it is freed with the last name.
   void changesIn(Model *model) {
-    keepsPieces_ = storageOf(model) != 0;
-    forTree(model, [&](const Model *each) { keepsPieces_ &= !each->texts[kName].holdsTable(); });
+    keepsMemory_ = storageOf(model) != 0;
+    forTree(model, [&](const Model *each) { keepsMemory_ &= !each->texts[kName].holdsTable(); });
   }
 
-  // Some are the node's own strings.
+  // Some strings are the node's own.
   void setStrings(Model *model) {
     changesIn(model);
     const char *own[] = {text(), text(), text(), model->node->name, model->node->value};
     const Given texts = {bytes_.pickFrom(own), bytes_.pickFrom(own), bytes_.pickFrom(own)};
     const uint32_t result = NEB_XML_SetNode(model->node, texts.prefix, texts.name, texts.value);
-    if (isTaken(model, texts)) return require(result == kExists);
+    if (isDuplicate(model, texts)) return require(result == kExists);
     for (const Field field : kFields) {
       if (texts.copies[field] == "") model->texts[field] = {};
     }
     if (succeeded(result)) put(model, texts, storageOf(model));
   }
 
-  // Whether another attribute of the element has the name that an attribute would get.
-  static bool isTaken(const Model *model, const Given &given) {
+  // Whether the new name of an attribute is a duplicate.
+  static bool isDuplicate(const Model *model, const Given &given) {
     const bool isRenamed = given.copies[kPrefix] || given.copies[kName];
     if (!model->isAttribute() || !model->isAttached() || !isRenamed) return false;
     const auto textAfter = [&](Field field) {
@@ -492,7 +492,7 @@ class Machine {
     return attributeOf(model->parent, textAfter(kPrefix), textAfter(kName), model) != nullptr;
   }
 
-  // As for the tree that the node is in, any other one, or by the hooks.
+  // With the storage of the node's own tree, of any other tree, or of the heap.
   void setStringsOf(Model *model) {
     Model *const owners[] = {nullptr, model, any()};
     Model *owner = bytes_.pickFrom(owners);
@@ -517,8 +517,8 @@ class Machine {
     while (last->next != nullptr) last = last->next;
     Model *attribute = add(last, storageOf(element), kAttribute);
     put(attribute, texts, attribute->session);
-    hang(attribute, element);
-    settle(element, {attribute->session});
+    link(attribute, element);
+    bind(element, {attribute->session});
     intern(attribute);
   }
 
@@ -529,7 +529,7 @@ class Machine {
                 NEB_XML_AddAttr(element->node, texts.prefix, texts.name, texts.value));
   }
 
-  // The value of the node, or of an attribute that it may have.
+  // Sets the value of the node, or of an attribute that may be new.
   void setNumber(Model *model) {
     changesIn(model);
     constexpr uint32_t kNumber = 42;
@@ -553,14 +553,14 @@ class Machine {
     return isMissing(texts.copies[kPrefix]) ? std::nullopt : texts.copies[kPrefix];
   }
 
-  // For a call on an attribute, mostly one that is there.
+  // For a call on an attribute, which mostly exists.
   Given named(const Model *element) {
     if (element->attributes.empty() || bytes_.pick(4) == 0) return given();
     const XmlNode *attribute = bytes_.pickFrom(element->attributes)->node;
     return {attribute->prefix, attribute->name, text()};
   }
 
-  // Null when the call could not find it.
+  // The attribute of a call; null if the call must not find it.
   static Model *found(Model *element, const Given &texts, uint32_t result) {
     const bool isLookup = !element->isAttribute() && texts.copies[kName].has_value();
     Model *attribute =
@@ -595,7 +595,7 @@ class Machine {
     attribute->isAlive = false;
   }
 
-  // An attribute made by hand, to any element of any storage.
+  // Adds a detached attribute to any element of any storage.
   void attach(Model *element) {
     Model *attribute = nullptr;
     for (Model *each : alive()) {
@@ -611,9 +611,9 @@ class Machine {
       return require(result == kExists);
     }
     if (!succeeded(result)) return;
-    hang(attribute, element);
-    settle(element, attribute->boundSessions);
-    settle(element, {attribute->session});
+    link(attribute, element);
+    bind(element, attribute->boundSessions);
+    bind(element, {attribute->session});
   }
 
   // Copies.
@@ -659,8 +659,8 @@ class Machine {
       const bool isLeftOut = each->isAttribute() && (how == 0 || each->parent->type == kOther);
       hasNameless |= !each->texts[kName].text && !isLeftOut;
     });
-    constexpr size_t kExact = 3;  // refuses more: what no text can hold
-    // Memory may run out before a node without a name is met.
+    constexpr size_t kExact = 3;  // also refuses what XML cannot represent
+    // Memory may run out before the printer reaches a node without a name.
     const bool isShort = result == kNoMemory && hooks::hasFailed();
     if (hasNameless && !isShort) return require(result == kInvalid);
     if (how == kExact && result == kInvalid) return;
@@ -684,7 +684,7 @@ class Machine {
     return NEB_XML_GetNextSiblingAttrEx(element, &texts[0], &texts[1], &texts[2], cursor);
   }
 
-  // The steps within an element are part of the demands.
+  // The steps within an element are checked in checkBelow.
   void stepFromElsewhere(Model *element) {
     const Model *from = any();
     if (from->isAttribute() && from->parent == element) return;
@@ -694,13 +694,13 @@ class Machine {
   }
 
   void allocate(Model *model) {
-    void *piece = XML_Malloc(model->node, 1 + bytes_.pick(100));
-    if (piece == nullptr) return require(hooks::hasFailed());
-    require(hooks::holds(piece) == (storageOf(model) == 0));
-    XML_Free(model->node, piece);
+    void *memory = XML_Malloc(model->node, 1 + bytes_.pick(100));
+    if (memory == nullptr) return require(hooks::hasFailed());
+    require(hooks::holds(memory) == (storageOf(model) == 0));
+    XML_Free(model->node, memory);
   }
 
-  // The demands.
+  // Checks.
 
   void check() {
     for (const auto &model : models_) {
@@ -771,7 +771,7 @@ class Machine {
     require(next(node, texts, &cursor) == kNotFound);
   }
 
-  // In an order that the first byte chooses.
+  // In the order that the first byte selects.
   void releaseAll() {
     for (size_t next = releaseStep_; !alive().empty(); next += releaseStep_) {
       Model *root = rootOf(alive()[next % alive().size()]);
@@ -783,7 +783,7 @@ class Machine {
 
   Bytes bytes_;
   size_t releaseStep_;
-  bool keepsPieces_ = false;
+  bool keepsMemory_ = false;
   std::map<uint32_t, bool> sessions_;  // ever opened; whether a document of it has been made
   std::set<uint32_t> gone_;            // sessions that have ended
   std::vector<std::unique_ptr<Model>> models_;

@@ -1,5 +1,5 @@
-// Any bytes through every entry point, and by the tokenizer alone: all agree on code and tree,
-// read nothing behind the text and tell where it is wrong.
+// Parses any bytes through every entry point, and by the tokenizer alone. All must return the same
+// code and tree, read nothing behind the input, and report the position of an error.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -16,31 +16,31 @@ using namespace neb::xml::internal;
 
 namespace {
 
-constexpr size_t kLongestText = 1 << 16;
+constexpr size_t kLongestInput = 1 << 16;
 
-// Bytes that no document needs stand for runs as long as the library's chunks, or longer. Inputs
-// are too short for such runs.
+// Bytes that no document needs stand for runs as long as the library's chunks, or longer, because
+// inputs are too short for such runs.
 constexpr size_t kRuns[] = {0, 600, 2100, 4100, 9000};
 constexpr size_t kLongestWithRuns = 12000;
 
 std::string withRuns(std::string_view input) {
-  std::string text;
+  std::string document;
   for (const char byte : input) {
     const auto kind = static_cast<uint8_t>(byte);
-    if (kind != 0 && kind < std::size(kRuns) && text.size() + kRuns[kind] < kLongestWithRuns) {
-      text.append(kRuns[kind], 'r');
+    if (kind != 0 && kind < std::size(kRuns) && document.size() + kRuns[kind] < kLongestWithRuns) {
+      document.append(kRuns[kind], 'r');
     } else {
-      text.push_back(byte);
+      document.push_back(byte);
     }
   }
-  return text;
+  return document;
 }
 
-// The input, as each kind of entry point takes it. Files are loaded and parsed by the same steps.
+// The input, in the form of each kind of entry point. Files are parsed by the same code.
 std::string g_input;
-const char *g_text;          // terminated
-const char *g_buffer;        // not terminated
-const char *g_behindBlanks;  // the text, which is too long to be copied by the library
+const char *g_text;    // terminated
+const char *g_buffer;  // not terminated
+const char *g_long;    // behind white space, so that the library does not copy it
 
 constexpr uint32_t kSession = NEB_XML_PARSE_SESSION;
 using Error = NEB_XML_PARSE_ERROR;
@@ -56,8 +56,7 @@ constexpr Entry kEntries[] = {
     {[](XmlNode **out, Error *) { return tokenized(g_text, out); }, true, true, false},
     {[](XmlNode **out, Error *) { return NEB_XML_Parse(g_text, out); }, false, true, false},
     {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_text, out); }, true, true, false},
-    {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_behindBlanks, out); }, true, true,
-     false},
+    {[](XmlNode **out, Error *) { return NEB_XML_ParseEx(g_long, out); }, true, true, false},
     {[](XmlNode **out, Error *error) {
        return NEB_XML_ParseBuffer(g_buffer, g_input.size(), 0, out, error);
      },
@@ -72,9 +71,9 @@ bool isName(size_t offset, size_t length) {
   return length <= g_input.size() && offset <= g_input.size() - length;
 }
 
-void checkError(const Error &error, uint32_t result, bool hasPlace) {
+void checkError(const Error &error, uint32_t result, bool hasPosition) {
   require(error.code == result && error.reason != nullptr && error.reason[0] != '\0');
-  if (!hasPlace) return require(error.line == 0 && error.column == 0 && error.offset == 0);
+  if (!hasPosition) return require(error.line == 0 && error.column == 0 && error.offset == 0);
   const std::string_view before = std::string_view(g_input).substr(0, error.offset);
   require(before.size() == error.offset && before.find('\0') == std::string::npos);
   require(error.line == 1 + static_cast<size_t>(std::count(before.begin(), before.end(), '\n')));
@@ -85,7 +84,7 @@ void checkError(const Error &error, uint32_t result, bool hasPlace) {
 }
 
 // Null after a failure.
-XmlNode *parse(const Entry &entry, uint32_t *result, bool withoutText) {
+XmlNode *parse(const Entry &entry, uint32_t *result, bool isEmpty) {
   XmlNode *const untouched = reinterpret_cast<XmlNode *>(&g_input);
   XmlNode *document = untouched;
   Error error = {};
@@ -98,31 +97,31 @@ XmlNode *parse(const Entry &entry, uint32_t *result, bool withoutText) {
   }
   const bool isCleared = entry.clearsPointer && *result != kInvalid;
   require(document == (isCleared ? nullptr : untouched));
-  if (entry.fillsError && !hooks::hasFailed()) checkError(error, *result, !withoutText);
+  if (entry.fillsError && !hooks::hasFailed()) checkError(error, *result, !isEmpty);
   return nullptr;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  if (size > kLongestText / 2) return 0;
+  if (size > kLongestInput / 2) return 0;
   hooks::begin();
-  static const guarded::PageEdge textMemory(2 * kLongestText);
-  static const guarded::PageEdge bufferMemory(kLongestText);
+  static const guarded::PageEdge textMemory(2 * kLongestInput);
+  static const guarded::PageEdge bufferMemory(kLongestInput);
   g_input = withRuns({reinterpret_cast<const char *>(data), size});
   g_text = textMemory.text(g_input);
   g_buffer = bufferMemory.before(g_input);
   const bool isEmpty = size == 0 || data[0] == 0;
-  static const guarded::PageEdge longTextMemory(2 * kLongestText);
-  constexpr size_t kBlanks = 4096;
-  const std::string longText = std::string(kBlanks, ' ') + g_input;
-  g_behindBlanks = isEmpty ? g_text : longTextMemory.text(longText);
+  static const guarded::PageEdge longMemory(2 * kLongestInput);
+  constexpr size_t kWhitespace = 4096;
+  const std::string longInput = std::string(kWhitespace, ' ') + g_input;
+  g_long = isEmpty ? g_text : longMemory.text(longInput);
 
   XmlNode *first = nullptr;
   std::string expected;
   size_t hash = size;
   for (size_t i = 0; i < size; ++i) hash = hash * 31 + data[i];
-  // Not the general steps: memory that their report lacks does not stop them.
+  // Not the first entry: tokenized() does not check its allocations.
   constexpr size_t kOthers = std::size(kEntries) - 1;
   const Entry &failingEntry = kEntries[1 + hash % kOthers];
   size_t failingAllocations = 0;

@@ -1,5 +1,5 @@
-// What parses is printed as the rules tell, whole and by halves. It, and what calls have made of
-// it, is printed exactly so that it reads back as it was, or refused when no text can hold it.
+// A parsed document is printed as the model prints it, whole and by halves. Exact printing, also
+// after edits, parses back to the same tree, or refuses a tree that XML cannot represent.
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -19,7 +19,7 @@ namespace {
 
 using trees::qualifiedName;
 
-constexpr size_t kLongestText = 1 << 13;
+constexpr size_t kLongestInput = 1 << 13;
 
 void checkAgainstModel(const XmlNode *node) {
   using trees::Half;
@@ -52,7 +52,7 @@ bool isValue(const std::string &value) {
 
 const char *valueOf(const XmlNode *node) { return node->value == nullptr ? "" : node->value; }
 
-bool fitsIntoText(const XmlNode *node) {
+bool isRepresentable(const XmlNode *node) {
   if (node->name == nullptr || !isName(qualifiedName(node)) || !isValue(valueOf(node))) {
     return false;
   }
@@ -60,13 +60,13 @@ bool fitsIntoText(const XmlNode *node) {
   if (node->type != NEB_XML_NODE_ELEMENT && node->type != NEB_XML_NODE_DOCUMENT) return false;
   std::set<std::string> names;
   for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
-    if (!fitsIntoText(attr) || !names.insert(qualifiedName(attr)).second) return false;
+    if (!isRepresentable(attr) || !names.insert(qualifiedName(attr)).second) return false;
   }
   return node->firstChild == nullptr ||
          valueOf(node)[std::strspn(valueOf(node), " \t\n\r")] == '\0';
 }
 
-// All that exact printing keeps. No text holds a NUL.
+// All that exact printing keeps. No string holds a NUL.
 std::string kept(const XmlNode *first) {
   std::string all;
   const auto add = [&all](const std::string &text) { all.append(text).append(1, '\0'); };
@@ -84,7 +84,7 @@ std::string kept(const XmlNode *first) {
   return all;
 }
 
-// Strings are replaced and nodes added as the input's bytes tell, once more from its beginning.
+// Replaces strings and adds nodes as the bytes of the input choose, again from its beginning.
 void edit(XmlNode *node, Bytes bytes) {
   constexpr uint32_t kTypes[] = {NEB_XML_NODE_ELEMENT, NEB_XML_NODE_ELEMENT, NEB_XML_NODE_ELEMENT,
                                  3};
@@ -95,7 +95,7 @@ void edit(XmlNode *node, Bytes bytes) {
     const char *strings[3] = {};
     strings[bytes.pick(3)] = text.c_str();
     XmlNode *edited = isForAttribute ? static_cast<XmlNode *>(node->firstAttr) : node;
-    // Which edits are refused, the fuzzer api checks.
+    // The target api checks which edits are refused.
     constexpr uint32_t kNoMemory = NEB_XML_ERR_NO_MEMORY;
     require(NEB_XML_SetNode(edited, strings[0], strings[1], strings[2]) != kNoMemory);
     if (bytes.pick(2) == 1) {
@@ -111,7 +111,7 @@ void edit(XmlNode *node, Bytes bytes) {
 void checkExact(const XmlNode *document) {
   bool fits = true;
   for (const XmlNode *node = document; node != nullptr; node = NEB_XML_Iterator(node)) {
-    fits = fits && fitsIntoText(node);
+    fits = fits && isRepresentable(node);
   }
   for (const uint32_t width : {0U, 1U, 3U, 16U}) {
     char *text = nullptr;
@@ -129,12 +129,12 @@ void checkExact(const XmlNode *document) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  if (size > kLongestText) return 0;
+  if (size > kLongestInput) return 0;
   hooks::begin();
-  const std::string text(reinterpret_cast<const char *>(data), size);
+  const std::string input(reinterpret_cast<const char *>(data), size);
   XmlNode *first = nullptr;
   const auto parse = size % 2 == 0 ? NEB_XML_Parse : NEB_XML_ParseEx;
-  if (parse(text.c_str(), &first) == kOk) {
+  if (parse(input.c_str(), &first) == kOk) {
     for (XmlNode *node = first; node != nullptr; node = node->next) checkAgainstModel(node);
     if (first->firstChild != nullptr) checkAgainstModel(first->firstChild);
     if (first->next == nullptr) {

@@ -1,4 +1,4 @@
-// Path lookup and escaping, each against a model of its own. The first byte chooses.
+// Path lookup and escaping, each against a model of its own. The first byte selects one of them.
 #include <algorithm>
 #include <sstream>
 #include <string>
@@ -14,7 +14,7 @@ using namespace neb::xml::internal;
 
 namespace {
 
-// Paths, with a line feed for a dot that belongs to a name.
+// In a path, a line feed replaces a dot that belongs to a name.
 
 constexpr size_t kLongestPath = 511;
 constexpr size_t kLongestIndex = 9;
@@ -30,7 +30,7 @@ uint32_t find(const XmlNode *start, std::string path, const XmlNode **node) {
   if (path.empty() || path.size() > kLongestPath) return kInvalid;
   for (size_t at = 0; (at = path.find("\\.")) != std::string::npos;) path.replace(at, 2, "\n");
   std::istringstream segments(path);
-  std::vector<const XmlNode *> found;  // what the segment before matches
+  std::vector<const XmlNode *> found;  // the matches of the segment before
   bool mayIndex = false;
   for (std::string segment; std::getline(segments, segment, '.');) {
     std::replace(segment.begin(), segment.end(), '\n', '.');
@@ -59,8 +59,8 @@ uint32_t find(const XmlNode *start, std::string path, const XmlNode **node) {
 
 void lookUp(Bytes &bytes) {
   constexpr const char *kNames[] = {"a", "b", "a.b", "1", "p:a", "", "\\", "a", "b"};
-  constexpr const char *kPieces[] = {"a",  "b",   "a\\.b", "1",  "2",           "3",  ".",  ".",
-                                     "..", "\\.", "p:",    "\\", ".0000000001", "0b", "a.", ".b."};
+  constexpr const char *kParts[] = {"a",  "b",   "a\\.b", "1",  "2",           "3",  ".",  ".",
+                                    "..", "\\.", "p:",    "\\", ".0000000001", "0b", "a.", ".b."};
   std::vector<XmlNode *> nodes;
   for (size_t left = 1 + bytes.pick(24); left > 0; --left) {
     XmlNode *node = nullptr;
@@ -74,7 +74,7 @@ void lookUp(Bytes &bytes) {
     const XmlNode *start = nodes[bytes.pick(4) == 0 ? bytes.pick(nodes.size()) : 0];
     std::string path(bytes.pick(16) == 0 ? kLongestPath - bytes.pick(16) : 0, '.');
     if (start->name != nullptr && bytes.pick(8) != 0) path += start->name;
-    for (size_t left = bytes.pick(12); left > 0; --left) path += bytes.pickFrom(kPieces);
+    for (size_t left = bytes.pick(12); left > 0; --left) path += bytes.pickFrom(kParts);
     XmlNode *const untouched = reinterpret_cast<XmlNode *>(&path);
     XmlNode *node = untouched;
     const XmlNode *expected = nullptr;
@@ -85,12 +85,12 @@ void lookUp(Bytes &bytes) {
   NEB_XML_FreeNode(nodes[0]);
 }
 
-// Escaping of texts that no parse may give.
+// Escaping of values that no parse may produce.
 void escape(Bytes &bytes) {
-  constexpr const char *kPieces[] = {"&",          "#",      "x",  ";", "&amp;",
-                                     "&#1114111;", "10FFFF", "lt", "\""};
+  constexpr const char *kParts[] = {"&",          "#",      "x",  ";", "&amp;",
+                                    "&#1114111;", "10FFFF", "lt", "\""};
   std::string text;
-  while (!bytes.isEmpty()) text += bytes.pick(2) != 0 ? bytes.pickFrom(kPieces) : bytes.takeText(3);
+  while (!bytes.isEmpty()) text += bytes.pick(2) != 0 ? bytes.pickFrom(kParts) : bytes.takeText(3);
   XmlNode *node = nullptr;
   char *printed = nullptr;
   require(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "n", text.c_str(), &node) == kOk);
@@ -104,12 +104,12 @@ void escape(Bytes &bytes) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  constexpr void (*kParts[])(Bytes &) = {lookUp, escape};
+  constexpr void (*kTargets[])(Bytes &) = {lookUp, escape};
   constexpr size_t kLongestProgram = 1024;
   if (size > kLongestProgram) return 0;
   hooks::begin();
   Bytes bytes(data, size);
-  bytes.pickFrom(kParts)(bytes);
+  bytes.pickFrom(kTargets)(bytes);
   hooks::failNth(0);
   require(hooks::outstanding() == 0);
   return 0;

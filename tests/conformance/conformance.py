@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Holds the library against the W3C XML test suite and against docs/departures.md.
+"""Compares the library with the W3C XML test suite and with docs/departures.md.
 
   conformance.py NEBXML SUITE DOCUMENT
 
-Prints how many tests of each class are accepted, and by which departures the ones that are not
-treated as the suite says. Fails when a test is explained by no departure or by several, when the
-document's counts are not what was seen, and when one of its examples does not show what it should.
+Prints how many tests of each class are accepted, and which departures explain the results that
+differ from the suite. Fails if no departure or several explain a result, if a count in the document
+is wrong, or if one of its examples does not show its departure.
 """
 import ast
 import os
@@ -25,14 +25,14 @@ _FILES_AT_ONCE = 500
 
 @dataclass(frozen=True)
 class Refusal:
-    """Why a text was refused, and the place in it that was named."""
+    """Why a document was refused, and the reported position."""
 
     reason: str
     offset: int
 
 
 def find_refusals(tool, paths):
-    """The refusals among some files, by their paths."""
+    """The refusals of some files, by path."""
     refusals = {}
     for begin in range(0, len(paths), _FILES_AT_ONCE):
         some = paths[begin:begin + _FILES_AT_ONCE]
@@ -59,28 +59,28 @@ def offset_of(path, line, column):
     return sum(len(before) + 1 for before in lines[:line - 1]) + column - 1
 
 
-def has_doctype(text):
-    return b"<!DOCTYPE" in text.replace(b"\0", b"")
+def has_doctype(xml):
+    return b"<!DOCTYPE" in xml.replace(b"\0", b"")
 
 
 def sort_cases(cases, refusals):
-    """The names of the departures, with the tests that each explains, and what is wrong."""
-    sorted_cases, faults = defaultdict(list), []
+    """The departures with the tests that each explains, and the errors."""
+    sorted_cases, errors = defaultdict(list), []
     for case in cases:
         refusal = refusals.get(case.path)
         if case.kind == "error" or case.is_well_formed == (refusal is None):
             continue
-        text = read(case.path)
+        xml = read(case.path)
         if refusal is None:
-            found = departures.explain_accepted(case, text)
+            found = departures.explain_accepted(case, xml)
         else:
-            found = departures.explain_refused(case, text, refusal)
+            found = departures.explain_refused(case, xml, refusal)
         if len(found) == 1:
             sorted_cases[found[0]].append(case)
         else:
             verdict = "accepted" if refusal is None else f"refused: {refusal.reason}"
-            faults.append(f"{case.name} ({case.path}), {verdict}: explained by {found or 'nothing'}")
-    return sorted_cases, faults
+            errors.append(f"{case.name} ({case.path}), {verdict}, explained by {found or None}")
+    return sorted_cases, errors
 
 
 def class_rows(cases, refusals):
@@ -97,51 +97,51 @@ def read_rows(document):
     rows = {}
     for name, example, count in re.findall(
             r"(?m)^\| `([a-z0-9.-]+)` \| .* \| `([^`]+)` \| (\d+) \|$", document):
-        text = ast.literal_eval('b"' + example.replace('"', '\\"') + '"')
-        rows[name] = (text, int(count))
+        xml = ast.literal_eval('b"' + example.replace('"', '\\"') + '"')
+        rows[name] = (xml, int(count))
     return rows
 
 
-def check_example(tool, name, text, folder):
-    """What is wrong with an example, or None."""
+def check_example(tool, name, xml, folder):
+    """The error of an example, or None."""
     path = os.path.join(folder, f"{name}.xml")
     with open(path, "wb") as file:
-        file.write(text)
+        file.write(xml)
     is_accepted = not find_refusals(tool, [path])
     if name in departures.OTHER_RULES:
         shows_it = is_accepted
     else:
-        is_right = suite.is_well_formed(text)
+        is_right = suite.is_well_formed(xml)
         shows_it = is_accepted != is_right and is_accepted == (name in departures.ACCEPTED)
-    return None if shows_it else f"the example of {name} is no example of it"
+    return None if shows_it else f"the example of {name} does not show it"
 
 
 def check_document(tool, document, rows_of_classes, sorted_cases):
-    """What of the document is not as it was seen."""
-    faults = [f"not in the document: {row}" for row in rows_of_classes
+    """The errors of the document."""
+    errors = [f"not in the document: {row}" for row in rows_of_classes
               if row not in document.splitlines()]
     rows = read_rows(document)
     names = departures.ACCEPTED + departures.REFUSED + departures.OTHER_RULES
-    faults += [f"the document has {name}, which is no departure" for name in rows
+    errors += [f"the document has {name}, which is no departure" for name in rows
                if name not in names]
     with tempfile.TemporaryDirectory() as folder:
         for name in names:
             count = len(sorted_cases[name])
             if name not in rows:
-                faults.append(f"{name} ({count} tests) is not in the document")
+                errors.append(f"{name} ({count} tests) is not in the document")
                 continue
-            text, told = rows[name]
-            if told != count:
-                faults.append(f"{name}: {count} tests, the document says {told}")
-            fault = check_example(tool, name, text, folder)
-            faults += [fault] if fault else []
-    return faults
+            xml, listed = rows[name]
+            if listed != count:
+                errors.append(f"{name}: {count} tests, the document says {listed}")
+            error = check_example(tool, name, xml, folder)
+            errors += [error] if error else []
+    return errors
 
 
 def main(tool, suite_folder, document_path):
     cases = suite.read_cases(os.path.abspath(suite_folder))
     refusals = find_refusals(tool, sorted({case.path for case in cases}))
-    sorted_cases, faults = sort_cases(cases, refusals)
+    sorted_cases, errors = sort_cases(cases, refusals)
     rows = class_rows(cases, refusals)
     print(f"{len(cases)} tests\n")
     print("| Class | Document type declaration | Accepted | Refused |\n|---|---|--:|--:|")
@@ -152,10 +152,10 @@ def main(tool, suite_folder, document_path):
         print(f"{title}: {sum(len(sorted_cases[name]) for name in names)}")
         for name in names:
             print(f"  {len(sorted_cases[name]):4} {name}")
-    faults += check_document(tool, read(document_path).decode(), rows, sorted_cases)
-    for fault in faults:
-        print(fault, file=sys.stderr)
-    sys.exit(1 if faults else 0)
+    errors += check_document(tool, read(document_path).decode(), rows, sorted_cases)
+    for error in errors:
+        print(error, file=sys.stderr)
+    sys.exit(1 if errors else 0)
 
 
 if __name__ == "__main__":

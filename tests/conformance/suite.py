@@ -1,4 +1,4 @@
-"""The W3C XML test suite: its catalogue, and the verdict of a second parser on a text."""
+"""The W3C XML test suite: its catalogue, and the verdict of a second parser on a document."""
 import os
 import xml.etree.ElementTree as ElementTree
 from dataclasses import dataclass
@@ -43,13 +43,13 @@ def read_cases(folder):
     return cases
 
 
-def is_well_formed(text, path=None, with_namespaces=False):
-    """Whether the second parser, which knows all of XML 1.0, takes a text for well-formed.
+def is_well_formed(document, path=None, with_namespaces=False):
+    """Whether the second parser, which knows all of XML 1.0, accepts a document as well-formed.
 
-    path  where the text comes from; external entities are read from beside it, and none without.
+    path  the file of the document; external entities are read relative to it, and none without it.
     """
     parser = expat.ParserCreate(namespace_separator="\n" if with_namespaces else None)
-    parsers = [parser]  # of the text and of the entities that are being read, innermost last
+    parsers = [parser]  # of the document and of the entities that are being read, innermost last
     if path is not None:
         parser.SetParamEntityParsing(expat.XML_PARAM_ENTITY_PARSING_ALWAYS)
         parser.SetBase(path)
@@ -68,7 +68,7 @@ def is_well_formed(text, path=None, with_namespaces=False):
 
         parser.ExternalEntityRefHandler = read_entity
     try:
-        parser.Parse(text, True)
+        parser.Parse(document, True)
     except (expat.ExpatError, ValueError, LookupError):
         return False
     return True

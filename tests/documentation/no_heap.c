@@ -1,9 +1,9 @@
-/* Linked into a program, ends it in failure as soon as anything in it asks for heap memory. */
+/* Linked into a program, this file ends it with a failure at the first use of the heap. */
 #include <stdlib.h>
 #include <unistd.h>
 
 static void *refuse(void) {
-  static const char message[] = "the heap was asked\n";
+  static const char message[] = "the heap was used\n";
 
   _exit(write(STDERR_FILENO, message, sizeof message - 1) > 0 ? 99 : 98);
 }
@@ -19,12 +19,12 @@ void *calloc(size_t count, size_t size) {
   return refuse();
 }
 
-void *realloc(void *piece, size_t size) {
-  (void)piece;
+void *realloc(void *memory, size_t size) {
+  (void)memory;
   (void)size;
   return refuse();
 }
 
-void free(void *piece) {
-  if (piece != NULL) refuse();
+void free(void *memory) {
+  if (memory != NULL) refuse();
 }

@@ -1,25 +1,24 @@
 #!/usr/bin/env python3
-"""Runs what the documents show, and compares what comes out with what they say comes out.
+"""Runs the programs and sessions of the documents, and compares the output with what they show.
 
   shown.py extract FOLDER DOCUMENT...
-      Writes each program of the documents into FOLDER with the output it promises, each session
-      of a terminal, and samples.cmake, which names them all.
+      Writes each program of the documents with its expected output and each terminal session
+      into FOLDER, and samples.cmake, which lists them all.
   shown.py run [--file NAME] [--with FOLDER] EXPECTED COMMAND...
-      Runs a command in a fresh folder and compares its output, or a file that it leaves, with a
-      file. The fresh folder holds a copy of what is in --with.
+      Runs a command in a fresh folder and compares its output, or a file that it writes, with a
+      file. The fresh folder holds a copy of the folder of --with.
   shown.py session [--with FOLDER] SESSION
-      Types the commands of a session into a shell and compares what follows.
+      Runs the commands of a session in a shell and compares their output.
   shown.py references DOCUMENT...
-      Looks for what the documents point at: other documents and their sections, files of the
-      project, names of the interface and of the build.
+      Checks that everything exists that the documents refer to: other documents and their
+      sections, files of the project, names of the interface and of the build.
   shown.py rooms DOCUMENT
       Compares the rooms of the library with the document's table of them. A room includes headers
       of its own and of rooms above it in the table.
 
-What counts in a document: a code block in C or C++ is a program, whole if it has a main, else the
-body of one; the block after "It prints" is its output. A block whose language is followed by a
-name is a file that stands where the programs run. A block whose first line begins with "$ " is a
-session.
+A code block in C or C++ is a program, or without a main the body of one. The block after
+"It prints" is its output. A block whose language is followed by a name is a file in the folder in
+which the programs run. A block whose first line begins with "$ " is a session.
 """
 import argparse
 import difflib
@@ -74,12 +73,12 @@ def blocks(text):
             at += 1
 
 
-def program(code, language, place):
-    line = '#line %d "%s"' % (place[1], place[0])
+def program(code, language, location):
+    line = '#line %d "%s"' % (location[1], location[0])
     if re.search(r"\bmain\(", code):
         return line + "\n" + code
     if language == "cpp":
-        sys.exit("%s:%d: a piece in C++ must have a main" % place)
+        sys.exit("%s:%d: a C++ program must have a main" % location)
     return BODY.format(line=line, code=code.rstrip("\n"))
 
 
@@ -113,14 +112,14 @@ def extract_one(folder, document):
         elif words[0] == "code" and len(words) == 3:
             write(os.path.join(folder, name, "files", words[2]), text)
         elif words[0] == "code" and words[1:] and words[1] in SUFFIXES:
-            promise = parts[at + 1:at + 3]
-            if len(promise) < 2 or not promise[0][2].startswith("It prints"):
+            expected_parts = parts[at + 1:at + 3]
+            if len(expected_parts) < 2 or not expected_parts[0][2].startswith("It prints"):
                 sys.exit('%s:%d: a program that is not followed by "It prints"' % (document, line))
             sample = unique()
             path = os.path.join(folder, name, sample)
             source = path + SUFFIXES[words[1]]
             write(source, program(text, words[1], (document, line)))
-            write(path + ".expected", promise[1][2])
+            write(path + ".expected", expected_parts[1][2])
             listed.append("neb_xml_add_program(%s %s %s)" % (name, sample, source))
         elif words[0] == "code" and text.startswith("$ "):
             sample = unique()
@@ -178,7 +177,7 @@ def session(arguments):
 
 
 def name_of(heading):
-    """The name that a link leads to a heading by."""
+    """The name by which a link refers to a heading."""
     return re.sub(r"[^\w -]", "", heading.lstrip("#").strip().lower()).replace(" ", "-")
 
 
@@ -187,7 +186,7 @@ def headings(document):
 
 
 def broken(document):
-    """What a document points at that is not there."""
+    """The references of a document to what does not exist."""
     text, folder = read(document), os.path.dirname(document)
     for target in re.findall(r"\]\(([^)\s]+)\)", text):
         path, _, section = target.partition("#")
@@ -197,8 +196,8 @@ def broken(document):
         if not os.path.exists(path) or (section and section not in headings(path)):
             yield "link to " + target
     for path in re.findall(r"`((?:[\w.*-]+/)+[\w.*-]*)`", text):
-        places = (os.path.join(place, path) for place in (".", folder, "support/xml"))
-        if not path.startswith("build/") and not any(glob.glob(place) for place in places):
+        paths = (os.path.join(base, path) for base in (".", folder, "support/xml"))
+        if not path.startswith("build/") and not any(map(glob.glob, paths)):
             yield path
     for name in re.findall(r"\b(?:NEB_XML|XML)_[A-Z][a-z]\w*|\bNEB_XML_[A-Z_]+\b", text):
         if name not in known_names():
@@ -213,7 +212,7 @@ def known_names():
 
 
 def references(arguments):
-    found = ["%s: there is no %s" % (document, what) for document in arguments.documents
+    found = ["%s: %s does not exist" % (document, what) for document in arguments.documents
              for what in broken(document)]
     print("\n".join(found))
     return 1 if found else 0

@@ -1,4 +1,4 @@
-// Each test begins with the guarded hooks and fails if it ends with anything outstanding.
+// Each test begins with the guarded hooks, and fails if anything is outstanding at its end.
 #include <gtest/gtest.h>
 
 #include "support/guarded_hooks.h"
@@ -9,8 +9,8 @@ class EveryTest : public testing::EmptyTestEventListener {
   void OnTestStart(const testing::TestInfo & /*test*/) override { guarded::begin(); }
 
   void OnTestEnd(const testing::TestInfo & /*test*/) override {
-    EXPECT_EQ(guarded::outstanding(), 0U) << "pieces of the hooks are left";
-    EXPECT_EQ(guarded::openStreams(), 0U) << "streams are left open";
+    EXPECT_EQ(guarded::outstanding(), 0U) << "memory leaked";
+    EXPECT_EQ(guarded::openStreams(), 0U) << "streams left open";
   }
 };
 

@@ -19,20 +19,20 @@ constexpr int kFreshByte = 0xA5;
 constexpr int kReleasedByte = 0xDD;
 constexpr char kGuardByte = 0x5A;
 #ifdef NEB_XML_SANITIZED
-constexpr size_t kGuardSize = 0;  // what is read or written behind a piece is seen at once
+constexpr size_t kGuardSize = 0;  // the sanitizer sees any access behind an allocation
 #else
 constexpr size_t kGuardSize = 16;
 #endif
 
-// Called where compilers would leave out what is written before a release.
+// Compilers would omit a direct memset before a free.
 void *(*volatile const kFill)(void *, int, size_t) = std::memset;
 
 struct State {
-  std::unordered_map<const void *, size_t> pieces;  // with their sizes
+  std::unordered_map<const void *, size_t> allocated;  // with their sizes
   std::vector<size_t> mallocSizes;
   size_t held, mostHeld;  // bytes
   size_t allocations, releases, fileCalls, openStreams;
-  size_t toFailure;  // 0: none to come
+  size_t toFailure;  // 0: none will fail
   bool allFail, hasFailed;
 };
 
@@ -65,17 +65,17 @@ bool fails(State &state) {
 
 void *allocate(size_t size, int fill, bool isMalloc) {
   if (locked(fails)) return nullptr;
-  auto *piece = static_cast<char *>(std::malloc(size + kGuardSize));
-  if (piece == nullptr) return nullptr;
-  std::memset(piece, fill, size);
-  std::fill_n(piece + size, kGuardSize, kGuardByte);
+  auto *memory = static_cast<char *>(std::malloc(size + kGuardSize));
+  if (memory == nullptr) return nullptr;
+  std::memset(memory, fill, size);
+  std::fill_n(memory + size, kGuardSize, kGuardByte);
   locked([=](State &state) {
-    state.pieces.emplace(piece, size);
+    state.allocated.emplace(memory, size);
     state.held += size;
     state.mostHeld = std::max(state.mostHeld, state.held);
     if (isMalloc) state.mallocSizes.push_back(size);
   });
-  return piece;
+  return memory;
 }
 
 void *guardedMalloc(size_t size) { return allocate(size, kFreshByte, true); }
@@ -85,12 +85,12 @@ void *guardedCalloc(size_t count, size_t size) { return allocate(count * size, 0
 void guardedFree(void *memory) {
   const auto [isHeld, size] = locked([=](State &state) {
     ++state.releases;
-    const auto found = state.pieces.extract(memory);
+    const auto found = state.allocated.extract(memory);
     const size_t released = found.empty() ? 0 : found.mapped();
     state.held -= released;
     return std::pair(!found.empty(), released);
   });
-  if (!isHeld) abortWith("released twice, or not from a hook");
+  if (!isHeld) abortWith("freed twice, or not from a hook");
   const char *guard = static_cast<char *>(memory) + size;
   if (std::count(guard, guard + kGuardSize, kGuardByte) != kGuardSize) {
     abortWith("written beyond the end");
@@ -120,12 +120,12 @@ void begin() {
   registerHooks();
 }
 
-bool holds(const void *piece) {
-  return locked([=](State &state) { return state.pieces.count(piece) != 0; });
+bool holds(const void *memory) {
+  return locked([=](State &state) { return state.allocated.count(memory) != 0; });
 }
 
 size_t outstanding() {
-  return locked([](State &state) { return state.pieces.size(); });
+  return locked([](State &state) { return state.allocated.size(); });
 }
 
 size_t mostHeld() { return read(&State::mostHeld); }

@@ -1,5 +1,5 @@
-// Hooks under which every test and every fuzzer runs: they count, guard, and fail when told to. A
-// piece that was written beyond its end, released twice, or never came from a hook aborts the run.
+// Hooks under which every test and every fuzzer runs. They count, guard, and fail on request. The
+// run aborts after a write beyond an allocation, a second free, or a free of other memory.
 #pragma once
 
 #include <cstddef>
@@ -7,14 +7,14 @@
 
 namespace guarded {
 
-// Registers the hooks with nothing outstanding and all counts at zero, as each test begins.
+// Registers the hooks with nothing outstanding and all counts at zero. Each test begins so.
 void begin();
 
 // Registers the hooks again after a test has registered others.
 void registerHooks();
 
-// Whether a piece of the hooks, not yet released, begins there; and how many there are.
-bool holds(const void *piece);
+// Whether an allocation of the hooks that is not yet freed begins there, and how many there are.
+bool holds(const void *memory);
 size_t outstanding();
 
 // The most bytes that were outstanding at any time.
@@ -27,17 +27,17 @@ size_t releases();
 // Sizes of the successful calls of the malloc hook, in order.
 std::vector<size_t> mallocSizes();
 
-// How often a file was to be opened, and how many are open.
+// The number of attempts to open a file, and of open files.
 size_t fileCalls();
 size_t openStreams();
 
-// The n-th allocation from now fails, or with the flag every one from the n-th on; none for 0.
+// The n-th allocation from now fails; with allAfter, so do all later ones. 0: none fails.
 void failNth(size_t n, bool allAfter = false);
 
-// Whether one has failed since failNth.
+// Whether an allocation has failed since failNth.
 bool hasFailed();
 
-// While it lives, allocations fail so.
+// Calls failNth for its lifetime.
 class FailingAllocation {
  public:
   explicit FailingAllocation(size_t n, bool allAfter = false) { failNth(n, allAfter); }
@@ -47,8 +47,8 @@ class FailingAllocation {
   bool happened() const { return hasFailed(); }
 };
 
-// While it lives, the functions of the standard library are registered. Blocks of sessions then
-// hold arbitrary bytes, here never zeros. What is allocated meanwhile must be freed meanwhile.
+// Registers the functions of the standard library for its lifetime. Blocks of sessions then hold
+// arbitrary bytes, here never zeros. What is allocated during that time must be freed in it.
 class UnclearedMemory {
  public:
   UnclearedMemory();

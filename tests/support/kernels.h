@@ -1,4 +1,4 @@
-// Tests that run once with each kernel that was built.
+// Runs tests once with each kernel that was built.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Where the allocations of a session must lie: each in the first block with room, back to back.
+// A model of where a session's allocations lie: each in the first block with room, back to back.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,8 +15,8 @@ namespace layout {
 
 using namespace neb::xml::internal;
 
-// One that was asked for; the start is null where nobody knows it.
-struct Piece {
+// An allocation of a session. The start is null if it is unknown.
+struct Allocation {
   const void *start;
   size_t size;
 };
@@ -30,15 +30,15 @@ class Model {
 
   explicit Model(int64_t firstSize) : blocks_{{firstSize, firstSize}} {}
 
-  // Goes on from what a session holds.
+  // Continues from what a session holds.
   explicit Model(const XmlMemSession &session) {
     for (const XmlMemBlock *block = session.firstBlock; block; block = block->nextBlock) {
       blocks_.push_back({block->capacity, block->remaining});
     }
   }
 
-  // The number of the block, and the offset in it; "-" if there is none with room and none to come.
-  std::string take(int64_t size, bool mayGrow = true) {
+  // Returns the number of the block and the offset in it; "-" if no block has room or may be added.
+  std::string allocate(int64_t size, bool mayGrow = true) {
     auto block = std::find_if(blocks_.begin(), blocks_.end(),
                               [size](const Block &each) { return each.remaining >= size; });
     if (block == blocks_.end()) {
@@ -58,77 +58,77 @@ class Model {
   std::vector<Block> blocks_;
 };
 
-// Where in its session's blocks a piece lies, as the model tells it.
-inline std::string placeIn(const XmlMemSession &session, const void *piece) {
+// Where an allocation lies in the blocks of its session, in the form of Model::allocate.
+inline std::string locationIn(const XmlMemSession &session, const void *start) {
   size_t number = 0;
   for (const XmlMemBlock *block = session.firstBlock; block; block = block->nextBlock) {
     const auto offset =
-        static_cast<const char *>(piece) - reinterpret_cast<const char *>(block + 1);
+        static_cast<const char *>(start) - reinterpret_cast<const char *>(block + 1);
     if (offset >= 0 && offset < block->capacity) {
       return std::to_string(number) + "+" + std::to_string(offset);
     }
     ++number;
   }
-  return piece == nullptr ? "-" : "elsewhere";
+  return start == nullptr ? "-" : "elsewhere";
 }
 
-// The first piece that lies elsewhere than in the model; empty if there is none.
+// Describes the first allocation that the model has elsewhere; empty if there is none.
 inline std::string misplaced(Model model, const XmlMemSession &session,
-                             const std::vector<Piece> &pieces) {
-  for (const Piece &piece : pieces) {
-    const std::string wanted = model.take(static_cast<int64_t>(piece.size));
-    const std::string found = placeIn(session, piece.start);
-    if (piece.start != nullptr && wanted != found) {
-      return "piece " + std::to_string(&piece - pieces.data()) + " at " + found + ", not " + wanted;
+                             const std::vector<Allocation> &list) {
+  for (const Allocation &each : list) {
+    const std::string wanted = model.allocate(static_cast<int64_t>(each.size));
+    const std::string found = locationIn(session, each.start);
+    if (each.start != nullptr && wanted != found) {
+      return "number " + std::to_string(&each - list.data()) + " at " + found + ", not " + wanted;
     }
   }
   return "";
 }
 
-inline void addString(const char *string, std::vector<Piece> *pieces) {
-  if (string != nullptr) pieces->push_back({string, std::strlen(string) + 1});
+inline void addString(const char *string, std::vector<Allocation> *list) {
+  if (string != nullptr) list->push_back({string, std::strlen(string) + 1});
 }
 
-// What a copy consists of, in the order in which it is asked for.
-inline void addCopied(const XmlNode *node, std::vector<Piece> *pieces) {
-  pieces->push_back({node, recordSize(static_cast<uint32_t>(node->type))});
-  for (const char *string : {+node->prefix, +node->name, +node->value}) addString(string, pieces);
+// The allocations of a copy, in their order.
+inline void addCopied(const XmlNode *node, std::vector<Allocation> *list) {
+  list->push_back({node, recordSize(static_cast<uint32_t>(node->type))});
+  for (const char *string : {+node->prefix, +node->name, +node->value}) addString(string, list);
   if (isAttribute(node)) return;
-  for (const XmlNode *each = node->firstAttr; each; each = each->next) addCopied(each, pieces);
-  for (const XmlNode *each = node->firstChild; each; each = each->next) addCopied(each, pieces);
+  for (const XmlNode *each = node->firstAttr; each; each = each->next) addCopied(each, list);
+  for (const XmlNode *each = node->firstChild; each; each = each->next) addCopied(each, list);
 }
 
-// What a parse has allocated from an element on, whose record is the only one not known yet. After
-// a start tag comes the record of the next element. Sizes are those of values without references.
-inline void addParsed(const XmlNode *element, std::vector<Piece> *pieces) {
-  std::find_if(pieces->rbegin(), pieces->rend(), [](const Piece &piece) {
-    return piece.start == nullptr;
+// The allocations of a parse from an element on. Only the start of its own record is still unknown.
+// The record of the next element follows a start tag. Sizes hold for values without references.
+inline void addParsed(const XmlNode *element, std::vector<Allocation> *list) {
+  std::find_if(list->rbegin(), list->rend(), [](const Allocation &each) {
+    return each.start == nullptr;
   })->start = element;
   const size_t prefixSize = element->prefix != nullptr ? std::strlen(element->prefix) + 1 : 0;
-  pieces->push_back({element->name, prefixSize + std::strlen(element->name) + 1});
-  for (const XmlNode *each = element->firstAttr; each; each = each->next) addCopied(each, pieces);
+  list->push_back({element->name, prefixSize + std::strlen(element->name) + 1});
+  for (const XmlNode *each = element->firstAttr; each; each = each->next) addCopied(each, list);
   const bool isEmpty = element->valueOwned == 0 && element->firstChild == nullptr;
-  if (isEmpty) addString(element->prefix, pieces);
-  pieces->push_back({nullptr, kElementRecordSize});
-  for (const XmlNode *each = element->firstChild; each; each = each->next) addParsed(each, pieces);
+  if (isEmpty) addString(element->prefix, list);
+  list->push_back({nullptr, kElementRecordSize});
+  for (const XmlNode *each = element->firstChild; each; each = each->next) addParsed(each, list);
   const char *value = element->value;
-  // White space is only known to be the value once the end tag has been read.
-  const bool isBlank = value != nullptr && value[std::strspn(value, " \t\r\n")] == '\0';
-  if (!isBlank) addString(value, pieces);
-  if (!isEmpty) addString(element->prefix, pieces);
-  if (isBlank) addString(value, pieces);
+  // Only the end tag shows that white space is the value.
+  const bool isWhitespace = value != nullptr && value[std::strspn(value, " \t\r\n")] == '\0';
+  if (!isWhitespace) addString(value, list);
+  if (!isEmpty) addString(element->prefix, list);
+  if (isWhitespace) addString(value, list);
 }
 
-inline std::vector<Piece> piecesAsParsed(const XmlNode *document) {
-  std::vector<Piece> pieces = {{nullptr, kDocumentRecordSize}};
-  for (const XmlNode *each = document; each; each = each->next) addParsed(each, &pieces);
-  return pieces;
+inline std::vector<Allocation> inParseOrder(const XmlNode *document) {
+  std::vector<Allocation> allocations = {{nullptr, kDocumentRecordSize}};
+  for (const XmlNode *each = document; each; each = each->next) addParsed(each, &allocations);
+  return allocations;
 }
 
-inline std::vector<Piece> piecesAsCopied(const XmlNode *copy) {
-  std::vector<Piece> pieces;
-  addCopied(copy, &pieces);
-  return pieces;
+inline std::vector<Allocation> inCopyOrder(const XmlNode *copy) {
+  std::vector<Allocation> allocations;
+  addCopied(copy, &allocations);
+  return allocations;
 }
 
 }  // namespace layout

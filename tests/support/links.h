@@ -1,4 +1,4 @@
-// What holds for every node of a right tree, and trees as texts, for tests and fuzzers.
+// Checks what holds for every node of a correct tree, and describes trees, for tests and fuzzers.
 #pragma once
 
 #include <cstring>
@@ -10,7 +10,7 @@ namespace links {
 
 using namespace neb::xml::internal;
 
-// A length that is noted is the string's own.
+// A noted length is the length of its string.
 template <typename Check>
 void checkLengths(const XmlNode *node, Check check) {
   check(!hasNotedNameLength(node) || node->nameLength == std::strlen(node->name));
@@ -30,7 +30,7 @@ void checkTogether(const XmlNode *attribute, Check check) {
   check(attribute->value == attribute->name + attribute->nameLength + 1);
 }
 
-// The fields are compared, not handed on: a record may stand at any address.
+// Fields are compared but never bound to references, because a record may have any alignment.
 template <typename Check>
 void checkNode(const XmlNode *node, Check check) {
   check(node->prev == nullptr || node->prev->next == node);
@@ -59,9 +59,9 @@ inline std::string qualified(const XmlNode *node) {
   return node->prefix == nullptr ? name : std::string(node->prefix) + "|" + name;
 }
 
-// The whole tree, and unless it is to be alone the siblings after it, in one line that tells null
-// from empty: type, prefix, name, value, attributes, children. Written without recursion, since
-// there are deep trees too.
+// Describes the whole tree, and unless isAlone the siblings after it, in one line: types, prefixes,
+// names, values, attributes, children. Null and empty differ in it. There is no recursion, since
+// trees may be deep.
 template <typename Check>
 std::string described(const XmlNode *node, Check check, bool isAlone = false) {
   std::string text;

@@ -1,4 +1,4 @@
-// Each process of tests has a temporary folder of its own, so that any number run side by side.
+// Each test process has a temporary folder of its own, so that any number can run at once.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// Memory beside pages that cannot be read: a byte too far ends the test, in any build.
+// Memory between unreadable pages: a read beyond it ends the test, in any build.
 #pragma once
 
 #include <sys/mman.h>
@@ -22,9 +22,9 @@ class PageEdge {
   PageEdge(const PageEdge &) = delete;
   PageEdge &operator=(const PageEdge &) = delete;
 
-  // The bytes with such a page right behind them.
+  // The bytes, directly followed by an unreadable page.
   char *before(std::string_view bytes) const { return fill(begin_ + size_ - bytes.size(), bytes); }
-  // And with one right before them.
+  // The bytes, directly after an unreadable page.
   char *behind(std::string_view bytes) const { return fill(begin_, bytes); }
   // The terminator is the last byte.
   char *text(const std::string &text) const { return before({text.c_str(), text.size() + 1}); }

@@ -1,4 +1,4 @@
-// All ways through a text, which stands between pages that cannot be read.
+// Parses a document in every way, between unreadable pages.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ using namespace neb::xml::internal;
 
 inline const guarded::PageEdge kEdge(size_t{1} << 18);
 
-// The tree, released with what stands beside it; "rejected" if there is none.
+// Describes the tree and its siblings and frees them; "rejected" if there is no tree.
 inline std::string outcomeOf(uint32_t result, XmlNode *document) {
   EXPECT_EQ(result, uint32_t{document == nullptr ? NEB_XML_ERR_SYNTAX : NEB_XML_OK});
   if (document == nullptr) return "rejected";
@@ -28,7 +28,7 @@ inline std::string outcomeOf(uint32_t result, XmlNode *document) {
   return tree;
 }
 
-// Where the allocations of a session's tree lie. The next allocation is zeroed.
+// Where the allocations of a session's tree lie. Checks that the next allocation is zeroed.
 template <typename Parse>
 std::string laidOut(const std::string &text, Parse parse) {
   XmlNode *document = nullptr;
@@ -36,15 +36,15 @@ std::string laidOut(const std::string &text, Parse parse) {
   const XmlMemSession &session = *findSession(document->sessionId);
   EXPECT_EQ(std::string(document->nameTable[0], sizeof document->nameTable),
             std::string(sizeof document->nameTable, '\0'));
-  std::vector<layout::Piece> pieces = layout::piecesAsParsed(document);
+  std::vector<layout::Allocation> allocations = layout::inParseOrder(document);
   const bool isVerbatim = text.find('&') == text.npos && text.find("<![") == text.npos;
   const layout::Model model(kDocumentSessionSize);
-  EXPECT_EQ(isVerbatim ? layout::misplaced(model, session, pieces) : "", "") << text;
-  pieces.push_back({XML_MemSpecialMalloc(document->sessionId, 100), 100});
-  const auto *next = static_cast<const char *>(pieces.back().start);
+  EXPECT_EQ(isVerbatim ? layout::misplaced(model, session, allocations) : "", "") << text;
+  allocations.push_back({XML_MemSpecialMalloc(document->sessionId, 100), 100});
+  const auto *next = static_cast<const char *>(allocations.back().start);
   EXPECT_EQ(std::string(next, 100), std::string(100, '\0'));
   std::string layout = trees::described(document);
-  for (const auto &piece : pieces) layout += " " + layout::placeIn(session, piece.start);
+  for (const auto &each : allocations) layout += " " + layout::locationIn(session, each.start);
   for (const XmlNode *node = document; node != nullptr; node = NEB_XML_Iterator(node)) {
     layout += std::to_string(node->nameOwned) + std::to_string(node->valueOwned);
   }
@@ -52,7 +52,7 @@ std::string laidOut(const std::string &text, Parse parse) {
   return layout;
 }
 
-// The tree that every entry point makes of a text, by the scanner and by the tokenizer alone.
+// Describes the tree that every entry point builds, with the scanner and with the tokenizer alone.
 inline std::string outcome(const std::string &text) {
   const std::string_view terminated(text.c_str(), text.size() + 1);
   std::string outcomes[6];
@@ -68,7 +68,7 @@ inline std::string outcome(const std::string &text) {
     const char *bytes = kEdge.before(text);
     result = NEB_XML_ParseBuffer(bytes, text.size(), kind, &document, &errors[kind]);
     outcomes[4 + kind] = outcomeOf(result, document);
-    EXPECT_EQ(std::string(bytes, text.size()), text) << "the text was written to";
+    EXPECT_EQ(std::string(bytes, text.size()), text) << "the input was written to";
   }
   for (const std::string &each : outcomes) EXPECT_EQ(each, outcomes[0]) << text;
   EXPECT_EQ(errors[0].offset, errors[1].offset) << text;

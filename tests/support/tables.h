@@ -1,4 +1,4 @@
-// Tables of texts, and long texts.
+// Tables in strings, and long strings.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace tables {
 
-// Fields that each end in " ~ ".
+// The fields of a table. Each field ends in " ~ ".
 inline std::vector<std::string> fieldsOf(const std::string &table) {
   std::vector<std::string> fields;
   for (size_t from = 0, end = 0; (end = table.find(" ~ ", from)) != table.npos; from = end + 3) {

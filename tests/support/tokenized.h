@@ -1,4 +1,4 @@
-// A tree in an arena that the tokenizer has read alone, without the scanner.
+// Parses into an arena with the tokenizer alone, without the scanner.
 #pragma once
 
 #include "xml/parser/builder.h"

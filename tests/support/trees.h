@@ -1,4 +1,4 @@
-// Small helpers to make and compare trees.
+// Small helpers that build and compare trees.
 #pragma once
 
 #include <string>
@@ -8,22 +8,22 @@
 
 namespace trees {
 
-// Parses with NEB_XML_ParseEx, or without a session; null when that fails.
+// Parses with NEB_XML_ParseEx, or with NEB_XML_Parse; null if that fails.
 XmlNode *parsed(const std::string &text, bool withSession = true);
 
-// The whole tree, and the siblings after it, in one line that tells null from empty: type, prefix,
-// name, value, attributes, children. Fails the test when a link or an ownership flag is wrong.
+// Describes the whole tree and the siblings after it in one line, see links::described. Fails the
+// test if a link or an ownership flag is wrong.
 std::string described(const XmlNode *node);
 
-// What NEB_XML_Transform prints; a failure is printed as "error N".
+// What NEB_XML_Transform prints; "error N" if it fails.
 std::string printed(const XmlNode *node);
 
 std::string readFile(const std::string &path);
 
-// A new file in the test's temporary folder that holds a text.
+// Writes the bytes into a new file in the temporary folder of the test, and returns its path.
 std::string temporaryFile(const std::string &text);
 
-// Likewise, with a number of its own where several threads make them.
+// Likewise. The number keeps the files of several threads apart.
 std::string temporaryFile(const std::string &text, int number);
 
 }  // namespace trees

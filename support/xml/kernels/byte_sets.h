@@ -1,5 +1,5 @@
-// The bytes that end a name, a value or a text, and those that are whitespace. A change of what may
-// stand in a name begins here: all kernels make their tables from these sets.
+// The bytes that end a name, a value or a text, and those that are white space. All kernels build
+// their tables from these sets, so a change of the bytes of a name begins here.
 #pragma once
 
 #include <cstddef>
@@ -66,7 +66,7 @@ constexpr bool isWhitespace(char byte) {
 // White space or another control character.
 constexpr bool mayBeWhitespace(char byte) { return static_cast<uint8_t>(byte) <= ' '; }
 
-// What the kernels of vectors rely on.
+// The vector kernels depend on this.
 inline constexpr size_t kAsciiBytes = 128;
 constexpr bool isAscii(const ByteSet &set) {
   for (size_t byte = kAsciiBytes; byte < kByteValues; ++byte) {

@@ -5,8 +5,8 @@
 
 namespace neb::xml::internal {
 
-// The best that this machine runs. It is chosen at the first call; any number of threads may make
-// that at once.
+// The best kernel that this machine runs. The first call chooses it; several threads may make that
+// call at once.
 const Kernel &chosenKernel();
 
 }  // namespace neb::xml::internal

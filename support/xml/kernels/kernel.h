@@ -1,5 +1,5 @@
-// The kernels of the structural index: for each byte of a document one bit for each question that
-// the parser asks, made 64 bytes at a time.
+// The kernels of the structural index. For each byte of a document they compute one bit for each
+// question of the parser, for 64 bytes at a time.
 #pragma once
 
 #include <cstddef>
@@ -7,14 +7,14 @@
 
 namespace neb::xml::internal {
 
-// The bytes that answer them stand in byte_sets.h.
+// The bytes that answer them are in byte_sets.h.
 enum Question : uint8_t { kNameEnds, kValueEnds, kTextEnds, kNonWhitespace, kQuestions };
 
 inline constexpr size_t kBytesPerWord = 64;
 inline constexpr size_t kIndexWords = 64;
 
 // Bit i of a word belongs to byte i of 64, the lowest bit to the first byte, on every machine. The
-// last word is the caller's to clear: a window of bits may begin in the byte before it.
+// caller clears the last word: a window may begin in the byte before it.
 using IndexWords = uint64_t[kQuestions][kIndexWords + 1];
 
 // Reads 64 bytes for each of so many words, and writes them from firstWord on. It reads and writes

@@ -77,7 +77,8 @@ struct Patterns {
   }
 };
 
-// Each set holds the ones before it, so only what it adds is looked for. White space stands alone.
+// Each set contains the sets before it, so only the added bytes are searched. White space is a set
+// of its own.
 constexpr Patterns kWhitespace(kWhitespaceBytes, kWhitespaceBytes);
 constexpr Patterns kTexts(kTextEndBytes, kTextEndBytes);
 constexpr Patterns kValues(kValueEndBytes, kValueEndBytes.without(kTextEndBytes));

@@ -12,8 +12,8 @@ std::span<const Kernel *const> builtKernels();
 
 bool canRun(const Kernel &kernel);
 
-// chosenKernel() returns it from now on; null leaves it to the machine again. Not while other
-// threads parse.
+// Makes chosenKernel() return this kernel; null restores the choice by the machine. Not allowed
+// while other threads parse.
 void forceKernelForTests(const Kernel *kernel);
 
 }  // namespace neb::xml::internal

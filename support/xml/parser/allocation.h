@@ -1,4 +1,4 @@
-// Where the records and strings of a parse come from, resolved once for the whole parse.
+// The allocator for the records and strings of a parse, resolved once for the whole parse.
 #pragma once
 
 #include "memory/session_allocator.h"
@@ -6,7 +6,7 @@
 
 namespace neb::xml::internal {
 
-// From a session, whose allocator is kept at hand. The bytes are not set.
+// Allocates from a session. The bytes are not initialised.
 class ArenaAllocation {
  public:
   explicit ArenaAllocation(const Storage &storage)
@@ -21,7 +21,7 @@ class ArenaAllocation {
   uint32_t handle_;
 };
 
-// One by one through the allocation hooks.
+// Allocates each record and string from the heap, through the allocation hooks.
 class HeapAllocation {
  public:
   explicit HeapAllocation(const Storage & /*storage*/) {}

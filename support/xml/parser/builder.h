@@ -34,32 +34,31 @@ class AttributeList {
   DuplicateDetector::Seen seen;
 
  private:
-  char *link_ = nullptr;  // where the next one goes
+  char *link_ = nullptr;  // where the next one is linked
 };
 
-// Builds a tree from what is recognised in a document, in the order of the document. The record of
-// the next element is made behind a start tag, before the content. So each string and record is
-// asked for at one point, whoever recognises: a scanner that sees a short token whole, or a
-// tokenizer.
+// Builds a tree from the tokens of a document, in their order. The record of the next element is
+// allocated behind a start tag, before the content. So the order of allocations does not depend on
+// what recognises a token: the scanner, which sees a short token as a whole, or the tokenizer.
 //
 // Functions that return bool return false once the parse has failed. What has been built is then
 // freed with the builder.
 template <typename Allocation>
 class TreeBuilder {
  public:
-  // The document is a new one, whose record the first start tag fills.
+  // The document is a new node. The first start tag fills its record.
   TreeBuilder(const Storage &storage, XmlNode *document)
       : allocation_(storage), next_(document), document_(document) {}
   TreeBuilder(const TreeBuilder &) = delete;
   TreeBuilder &operator=(const TreeBuilder &) = delete;
 
   ~TreeBuilder() {
-    if constexpr (Allocation::kIsArena) return;  // all of it ends with its session
+    if constexpr (Allocation::kIsArena) return;  // the session frees everything
     if (next_ != nullptr && next_ != document_) freeUnused(next_);
     XML_FreeNode(document_);
   }
 
-  // The document is the caller's from now on.
+  // Hands the document over to the caller.
   XmlNode *release() {
     if constexpr (Allocation::kIsArena) allocation_.allocator().save();
     if (next_ == document_) next_ = nullptr;
@@ -69,28 +68,28 @@ class TreeBuilder {
   // Whether vectors can be read that end where a string of the tree ends.
   static constexpr bool kHasBytesBefore = Allocation::kIsArena;
 
-  // The innermost element whose end tag has not come; null at the top.
+  // The innermost open element; null at the top.
   XmlNode *open() const { return open_; }
   bool hasOpen() const { return open_ != nullptr; }
   bool isInTag() const { return isInTag_; }
   bool hasAttributes() const { return attributes_.seen.count != 0; }
   bool hasFailed() const { return hasFailed_; }
 
-  // Whether the element started last is open still.
+  // Whether the element started last is still open.
   bool isLastStartedOpen() const { return open_ != nullptr && last_ == nullptr; }
-  // Behind a start tag, and perhaps end tags: white space may be a value here.
+  // Whether white space may be a value here: behind a start tag, and perhaps end tags.
   bool isInContent() const { return leafLength_ != 0; }
 
-  // The name of the open element as it stands in the document, right behind its start tag; null
-  // where it does not stand so.
+  // The name of the open element in the document, directly behind its start tag; null if it is not
+  // there in this form.
   const char *leafName() const { return isLeafKnown() ? leafName_ : nullptr; }
-  // Of that name; 0 outside of content, and more than any name has where it is not known.
+  // The length of that name; 0 outside of content, and above any length if it is not known.
   size_t leafLength() const { return leafLength_; }
   void forgetLeafName() {
     if (leafLength_ != 0) leafLength_ = kUnknownLeaf;
   }
 
-  // A tree without places knows no reason for a failure.
+  // The tree builder keeps no positions and no reasons.
   bool fail(const char * /*reason*/, const char * /*at*/) {
     hasFailed_ = true;
     return false;
@@ -127,8 +126,8 @@ class TreeBuilder {
     return true;
   }
 
-  // "<name>text</name>", and the record of the next element; false, and nothing is built, unless
-  // the allocations lie together.
+  // "<name>text</name>", and the record of the next element. If the allocations do not lie
+  // together, builds nothing and returns false.
   bool addLeaf(const char *name, size_t length, const ShortRun &text) {
     const size_t size = length + kTerminator;
     const size_t valueSize = text.length() + kTerminator;
@@ -159,7 +158,7 @@ class TreeBuilder {
   const AttributeList &attributes() const { return attributes_; }
   void setAttributes(const AttributeList &list) { attributes_ = list; }
 
-  // Whether the attribute is sure to be no duplicate, and is to be added next.
+  // Whether the attribute is certain to be no duplicate. If so, it must be added next.
   bool isNewAttribute(const char *name, size_t length, AttributeList *list) {
     return duplicates_.addIfNew(NameKey::of(name, length), &list->seen);
   }
@@ -174,7 +173,7 @@ class TreeBuilder {
     static_assert(kAttributeRecordSize > kLongestShortName);  // and so is not the smallest
     char *memory = allocateTogether(smallest, kAttributeRecordSize + nameSize + valueSize);
     if (memory == nullptr) {
-      // The list itself would have to leave its registers if it were handed on.
+      // Passing the list itself would force it out of its registers.
       attributes_ = *list;
       const bool isAdded = addAttributeSlowly(name, length, prefixSize, value);
       *list = attributes_;
@@ -199,7 +198,7 @@ class TreeBuilder {
   }
 
   // ">" of a start tag, the record of the next element, and the text and end tag of an element
-  // whose name has no prefix; false, and nothing is built, unless the allocations lie together.
+  // without a prefix. If the allocations do not lie together, builds nothing and returns false.
   bool endStartTagOfLeaf(const ShortRun &text) {
     const size_t size = text.length() + kTerminator;
     char *memory = allocateTogether(std::min(size, kElementRecordSize), kElementRecordSize + size);
@@ -240,7 +239,7 @@ class TreeBuilder {
 
   // ---- Tokens of any length, and references of any kind.
 
-  // "<name", up to where its attributes would begin.
+  // "<name", up to the attributes.
   bool startElement(const char * /*tag*/, const Run &name) {
     char *copy = nullptr;
     if (!copyRun(name, &copy)) return false;
@@ -298,7 +297,7 @@ class TreeBuilder {
     return next_ != nullptr;
   }
 
-  // Text that is all that the open element holds.
+  // The text, which is the whole content of the open element.
   bool setText(const Run &text) {
     open_->valueOwned = 1;
     if (!copyRun(text, &open_->value)) return false;
@@ -306,12 +305,12 @@ class TreeBuilder {
     return true;
   }
 
-  // Whether an end tag of this name, as it stands in the document, is the one of the open element.
+  // Whether an end tag with this undecoded name closes the open element.
   bool isNameOfOpen(const char *name, size_t length) {
     return std::strlen(open_->name) == length && std::memcmp(open_->name, name, length) == 0;
   }
 
-  // Cuts the prefix off the name of the element that is about to end.
+  // Splits the prefix off the name of the element that ends now.
   bool splitName() {
     XmlNode *element = open_;
     char *colon = std::strchr(element->name, ':');
@@ -335,7 +334,7 @@ class TreeBuilder {
     closeElement(element);
   }
 
-  // An end tag behind anything else: it leaves what follows in content, if it was.
+  // An end tag behind anything else. What follows is in content if the tag was.
   void closeInContent() {
     XmlNode *element = open_;
     element->valueOwned = 1;
@@ -387,7 +386,7 @@ class TreeBuilder {
     isInTag_ = true;
   }
 
-  // A name without anything that a scanner leaves to others: so its end tag may be scanned.
+  // Notes a name that the scanner can compare, so that it may read the end tag.
   void noteName(const Run &name) {
     size_t prefixLength = 0;
     for (size_t i = 0; i < name.length; ++i) {
@@ -403,8 +402,8 @@ class TreeBuilder {
     if (prefixLength != 0) open_->marks |= kNameIsWhole;
   }
 
-  // What lies back to back in the session's last block, with room for whole vectors behind it.
-  // Null, and nothing is allocated, where single allocations would not lie so.
+  // Allocates back to back in the session's last block, with room for whole vectors behind. If
+  // single allocations would not lie so, allocates nothing and returns null.
   char *allocateTogether([[maybe_unused]] size_t smallest, [[maybe_unused]] size_t total) {
     if constexpr (Allocation::kIsArena) {
       return allocation_.allocator().allocateTogether(smallest, total);
@@ -412,7 +411,7 @@ class TreeBuilder {
     return nullptr;
   }
 
-  // Without a call where the session's last block or its open gap has room.
+  // Needs no call if the session's last block or its open gap has room.
   char *allocate(size_t size) {
     if constexpr (Allocation::kIsArena) {
       char *memory = allocation_.allocator().allocateOne(static_cast<ptrdiff_t>(size));
@@ -436,7 +435,7 @@ class TreeBuilder {
     return allocation_.allocator().allocate(size);
   }
 
-  // For what nothing refers to yet; a session keeps it.
+  // Frees what nothing refers to yet. A session keeps it until it ends.
   static void freeUnused([[maybe_unused]] void *memory) {
     if constexpr (!Allocation::kIsArena) g_fnXMLFree(memory);
   }
@@ -490,7 +489,7 @@ class TreeBuilder {
     return true;
   }
 
-  // Moves the prefix of a name, and not the colon, into a string of its own.
+  // Moves the prefix of a name, without the colon, into a string of its own.
   static void moveName(XmlNode *element, char *prefix, size_t length) {
     char *name = element->name;
     moveShort(prefix, name, length);
@@ -547,7 +546,7 @@ class TreeBuilder {
     return true;
   }
 
-  // What changes together does not stand together: two fields at once would go through a vector.
+  // Fields that change together are not neighbours: the compiler would combine them in a vector.
   XmlNode *open_ = nullptr;
   Allocation allocation_;
   XmlNode *last_ =

@@ -139,7 +139,7 @@ bool CheckingBuilder::checkRun(const Run &run) {
   return copy != nullptr;
 }
 
-// A new heap string, decoded; null once something is wrong.
+// A new heap string, decoded; null if that fails.
 char *CheckingBuilder::copyRun(const Run &run) {
   auto *copy = static_cast<char *>(XML_Malloc(nullptr, run.length + kTerminator));
   if (copy == nullptr) {

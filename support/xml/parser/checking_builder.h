@@ -7,9 +7,9 @@
 
 namespace neb::xml::internal {
 
-// What the tokenizer tells it, it only checks: names against their end tags, attributes against
-// each other, references. It keeps the start tags that are open, as they stand in the document, and
-// the attribute names of one tag. Functions that return bool return false once something is wrong.
+// Checks the tokens and builds no nodes from them: end tags against start tags, attributes against
+// each other, references. It keeps pointers to the open start tags in the document, and the
+// attribute names of one tag. Functions that return bool return false once the parse has failed.
 class CheckingBuilder {
  public:
   CheckingBuilder() = default;
@@ -22,9 +22,9 @@ class CheckingBuilder {
     Run name;
   };
 
-  // The first thing that is wrong. Reasons are constants.
+  // The first failure. Reasons are constants.
   struct Failure {
-    const char *reason = nullptr;  // null: nothing is
+    const char *reason = nullptr;  // null: none
     const char *at = nullptr;
     OpenTag startTag = {};  // of an end tag with another name; else empty
     Run endTagName = {};

@@ -20,8 +20,8 @@ inline constexpr size_t kLongestShortName = kWidestCopy / 2 - kTerminator;
 
 constexpr bool isShort(size_t length) { return length - 1 < kLongestShortName; }
 
-// Half of that at once, at any address: one vector on a machine that has such wide ones. Not by
-// memcpy, which g++ 12 takes over the stack.
+// Half of that at once, at any address: one vector on a machine with such wide ones. memcpy is not
+// used, because g++ 12 would copy through the stack.
 inline void copyHalfWide(char *to, const char *from) {
   using Bytes = uint8_t __attribute__((vector_size(kWidestCopy / 2)));
   struct [[gnu::packed, gnu::may_alias]] AnyAddress {
@@ -35,7 +35,7 @@ inline void copyWide(char *to, const char *from) {
   copyHalfWide(to + kWidestCopy / 2, from + kWidestCopy / 2);
 }
 
-// Of a window that has a bit.
+// For a window with at least one bit.
 constexpr size_t firstOf(uint64_t window) { return static_cast<size_t>(std::countr_zero(window)); }
 constexpr uint64_t withoutFirst(uint64_t window) { return window & (window - 1); }
 
@@ -50,8 +50,8 @@ struct ShortRun {
   size_t length() const { return static_cast<size_t>(end - begin); }
 };
 
-// Writes up to kWidestCopy bytes. Returns the length of the string; what references leave of its
-// room is zero.
+// Writes up to kWidestCopy bytes. Returns the length of the string. References are longer than
+// their characters; the bytes that remain are zero.
 inline size_t copyDecoded(char *string, const ShortRun &run) {
   const char *from = run.begin;
   char *to = string;

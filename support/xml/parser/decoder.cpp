@@ -57,7 +57,7 @@ char *writeUtf8(char *to, uint32_t code) {
   return to;
 }
 
-// Decodes one run into a string that has room for the run as it stands.
+// Decodes one run into a string with room for the undecoded run.
 class Decoder {
  public:
   Decoder(const Run &run, char *string)
@@ -66,8 +66,8 @@ class Decoder {
         to_(string),
         roomEnd_(string + run.length + kTerminator) {}
 
-  // False for a malformed reference or section, and for one that goes on behind the run; why and
-  // where it begins is known then.
+  // False for a malformed reference or section, and for one that continues behind the run. Its
+  // reason and beginning are then recorded.
   bool decode() {
     while (from_ < end_) {
       copyVerbatim();
@@ -78,7 +78,7 @@ class Decoder {
     return true;
   }
 
-  // A reference is longer than what it stands for, so the string ends before its room does.
+  // A reference is longer than its character, so the string never outgrows its room.
   void clearRest() { std::memset(to_, 0, static_cast<size_t>(roomEnd_ - to_)); }
 
   DecodingFailure failure() const { return {reason_, from_}; }
@@ -89,7 +89,7 @@ class Decoder {
     return false;
   }
 
-  // Whole vectors are written: what goes too far is written again, or cleared at the end.
+  // Whole vectors are written: surplus bytes are overwritten, or cleared at the end.
   void copyVerbatim() {
     while (static_cast<size_t>(end_ - from_) >= kStride) {
       const size_t verbatim = copyStride(from_, to_);
@@ -99,7 +99,7 @@ class Decoder {
     while (static_cast<size_t>(end_ - from_) >= kVectorSize) {
       const size_t verbatim = countBeforeFound(copyVector(from_, to_));
       if (verbatim < kVectorSize) return moveOn(verbatim);
-      // Does not wait for what was counted.
+      // Does not wait for the count.
       moveOn(kVectorSize);
     }
     while (from_ < end_ && *from_ != '&' && *from_ != '<') *to_++ = *from_++;

@@ -56,7 +56,7 @@ inline const char *skipWhitespace(const char *text) {
 
 inline bool beginsEndTag(const char *text) { return text[0] == '<' && text[1] == '/'; }
 
-// What would begin a text here ends a tag.
+// Whether a tag ends here. No text may begin so.
 inline bool endsTag(const char *text) { return *text == '>' || (*text == '/' && text[1] == '>'); }
 
 // A name that ends in "--" would be the end of a comment before '>', and so no name.

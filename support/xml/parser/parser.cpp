@@ -25,7 +25,7 @@ struct AnyMachine {
 };
 
 #if defined(__x86_64__)
-// The same, for machines whose index is made with wide vectors.
+// The same, for machines with wide vectors.
 struct WideMachine {
   template <typename Scanner>
   [[gnu::noinline, gnu::flatten, gnu::target("avx2,bmi,bmi2")]] static void scan(Scanner *scanner) {
@@ -41,7 +41,7 @@ struct WideMachine {
 using WideMachine = AnyMachine;
 #endif
 
-// Memory for the record of one parse, wherever its tree is built.
+// Memory for the record of one parse, in an arena or on the heap.
 class RecordMemory {
  public:
   RecordMemory() : memory_(XML_Malloc(nullptr, kSize)) {}
@@ -59,7 +59,7 @@ class RecordMemory {
   void *memory_;
 };
 
-// A session, which ends with the object unless a document has it.
+// A session, which ends with the object unless a document owns it.
 class NewSession {
  public:
   NewSession() : handle_(XML_MemSessionBegin(kDocumentSessionSize)) {}

@@ -1,16 +1,15 @@
 // Parsing: from a document to a tree.
 //
-// 1. An entry point checks its arguments, loads the file if there is one, and opens a session or
-//    not.
+// 1. An entry point checks its arguments, loads the file if there is one, and may open a session.
 // 2. The structural index answers for 64 bytes at a time where names, values and texts may end.
-// 3. The scanner recognises, from those bits, tokens that fit into a window of 64 bytes, and long
-//    texts and values by searching the index.
-// 4. Whatever the scanner leaves, the tokenizer reads: it alone knows the whole language.
-// 5. Both tell the tree builder what they have found; it makes all nodes, in an arena or on the
+// 3. The scanner uses these bits to recognise tokens that fit into a window of 64 bits. It finds
+//    the end of long texts and values by searching the index.
+// 4. The tokenizer reads everything else: it alone knows the whole language.
+// 5. Both report the tokens to the tree builder, which allocates all nodes, in an arena or on the
 //    heap.
 // 6. The last 128 bytes are scanned in a copy with zeros behind it, so that no window ends early.
 // 7. A failed parse frees what was built. If the caller wants to know why and where, the tokenizer
-//    reads the document once more, for a builder that only checks.
+//    reads the document once more, for the checking builder.
 #pragma once
 
 #include <cstddef>
@@ -29,14 +28,14 @@ class LoadedDocument {
   LoadedDocument(const LoadedDocument &) = delete;
   LoadedDocument &operator=(const LoadedDocument &) = delete;
 
-  // NUL-terminated; null before one of the following has succeeded.
+  // NUL-terminated; null until one of the following functions has succeeded.
   const char *text() const { return text_; }
 
-  // The whole file, through the hooks. Returns NEB_XML_OK, NEB_XML_ERR_FILE_OPEN,
+  // Reads the whole file through the file hooks. Returns NEB_XML_OK, NEB_XML_ERR_FILE_OPEN,
   // NEB_XML_ERR_FILE_READ, NEB_XML_ERR_NO_MEMORY, or NEB_XML_ERR_SYNTAX for an empty file.
   uint32_t load(const char *path);
 
-  // The bytes up to the first NUL, if there is one. False if memory runs out.
+  // Copies the bytes up to the first NUL, if there is one. False if memory runs out.
   bool copy(const char *bytes, size_t length);
 
  private:
@@ -46,8 +45,8 @@ class LoadedDocument {
 };
 
 // Parses a NUL-terminated document into a tree with a session of its own, or on the heap. Returns
-// NEB_XML_OK, NEB_XML_ERR_SYNTAX, also where memory for the tree runs out, or NEB_XML_ERR_NO_MEMORY
-// where there is none even to begin; *document is set on success only.
+// NEB_XML_OK, NEB_XML_ERR_SYNTAX, also if memory for the tree runs out, or NEB_XML_ERR_NO_MEMORY if
+// it runs out before the tree is begun. *document is set on success only.
 uint32_t parseDocument(const char *text, bool withSession, XmlNode **document);
 
 }  // namespace neb::xml::internal

@@ -1,4 +1,4 @@
-// Why a parse fails: one text for each way.
+// The reasons for which a parse fails.
 #pragma once
 
 namespace neb::xml::internal {

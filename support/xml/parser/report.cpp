@@ -1,4 +1,4 @@
-// Parsing for those who want to know why and where a document is malformed.
+// Parsing with a report of why and where a document is malformed.
 //
 // An ordinary parse keeps no positions. When it fails, the tokenizer reads the document once more,
 // for a builder that only checks.
@@ -69,7 +69,7 @@ uint32_t findFailure(const char *text, NEB_XML_PARSE_ERROR *error) {
     reportFailure(text, builder.failure(), error);
     return NEB_XML_ERR_SYNTAX;
   }
-  // Nothing is wrong with the document, or memory has run out again: it was short.
+  // The document is well-formed, or memory has run out again: so memory was the reason.
   return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, error);
 }
 

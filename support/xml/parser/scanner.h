@@ -1,4 +1,4 @@
-// The scanner: the fast way through a document.
+// The scanner: the fast path for common tokens.
 #pragma once
 
 #include <cstring>
@@ -19,18 +19,18 @@ struct XmlParser {
   Tokenizer<TreeBuilder<Allocation>> tokenizer;
 };
 
-// Recognises a token by one look into the structural index, if the token fits into a window of it.
-// Longer texts and values it finds by searching the index. Everything else it leaves to the
-// tokenizer, one step at a time: all of them make the same calls to the same builder.
+// Recognises a token by one window of the structural index, if the token fits into it. It finds the
+// end of longer texts and values by searching the index. The tokenizer reads everything else, one
+// step at a time. Both make the same calls to the same builder.
 //
 // The hot members are inlined into two loops, one for elements with their texts and one for the
 // inside of a start tag, once for each machine. Members of the builder stay in memory, so that all
-// registers are there for the token at hand. A hot member returns the cursor behind its token, or
-// null if it leaves the token, or if the builder has failed.
+// registers are free for the current token. A hot member returns the cursor behind its token, or
+// null if the tokenizer must read the token or if the builder has failed.
 template <typename Allocation, typename Machine>
 class Scanner {
  public:
-  // The parser stands at the beginning of the document, which goes on to its terminator.
+  // The parser is at the beginning of the document, which ends with its terminator.
   explicit Scanner(XmlParser<Allocation> *parser)
       : builder_(parser->builder),
         tokenizer_(parser->tokenizer),
@@ -55,8 +55,8 @@ class Scanner {
     if (!builder_.isInTag()) tokenizer_.setCursor(cursor);
   }
 
-  // From behind the name or a value up to the end of the tag; or null, and then the cursor is in
-  // it.
+  // Scans from behind the name or a value to the end of the tag. Returns null if the cursor is
+  // still in it.
   const char *scanTag(const char *cursor) {
     AttributeList list = builder_.attributes();
     while (index_.hasWindow(cursor)) {
@@ -65,7 +65,7 @@ class Scanner {
         break;
       }
       size_t whitespace = 1;
-      // Names begin beyond '>', '/' and white space.
+      // The first byte of a name is none of '>', '/' and white space.
       const bool beginsName = *cursor == ' ' && static_cast<uint8_t>(cursor[1]) > '>';
       if (!beginsName) {
         const uint64_t others = index_.window(kNonWhitespace, cursor);
@@ -93,14 +93,14 @@ class Scanner {
   }
 
  private:
-  // What begins in a window is copied whole, and an end tag may begin where the window ends.
+  // Copies begin inside a window, and an end tag may begin where the window ends.
   static_assert(StructuralIndex::kReach >= kBytesPerWord + kWidestCopy);
   static_assert(StructuralIndex::kReach > kBytesPerWord + 2 + kLongestShortName + kVectorSize);
 
-  // More white space than this would leave too little of a window.
+  // With more white space than this, too little of a window would remain.
   static constexpr size_t kMostWhitespace = 32;
 
-  // Short tokens as long as there are any, else whatever has stopped them.
+  // Scans short tokens as long as possible, then reads the token that has stopped them.
   bool readSome() {
     prepareWindow();
     if (mayScan()) {
@@ -138,7 +138,7 @@ class Scanner {
     }
   }
 
-  // The end of the document is read from a copy, with zeros behind it that windows may reach into.
+  // The end of the document is read from a copy, followed by zeros that windows may include.
   void enterTail(const char *cursor) {
     const auto left = static_cast<size_t>(index_.documentEnd() - cursor);
     const auto behind = static_cast<size_t>(cursor - documentBegin());
@@ -147,7 +147,7 @@ class Scanner {
     std::memset(tail_, 0, sizeof tail_);
     std::memcpy(copy - before, cursor - before, before + left);
     if (const char *name = builder_.leafName()) {
-      // Too near the end to be read by whole vectors where it stands.
+      // Too near the end of the document to be read there by whole vectors.
       if (name + StructuralIndex::kReach > index_.documentEnd()) builder_.forgetLeafName();
     }
     tokenizer_.setCursor(copy);
@@ -172,8 +172,7 @@ class Scanner {
     return tag[1] == '/' ? scanEndTag(tag) : scanStartTag(cursor, whitespace);
   }
 
-  // Everything is looked up from before the white space: what comes behind it need not wait until
-  // its length is known.
+  // All windows begin before the white space, so that the processor need not wait for its length.
   const char *scanStartTag(const char *cursor, size_t whitespace) {
     const size_t skipped = whitespace + 1;
     const char *name = cursor + skipped;
@@ -242,7 +241,7 @@ class Scanner {
     return {begin, nullptr, windowBegin, 0};
   }
 
-  // An element with nothing but text in it; else its start tag alone.
+  // An element that contains only text, or else only its start tag.
   const char *scanLeaf(const char *name, size_t length, uint64_t textEnds) {
     const char *text = name + length + lengthOf(kTagEnd);
     if (endsTag(text)) return nullptr;
@@ -358,7 +357,7 @@ class Scanner {
     return isAdded ? value.end + 1 : nullptr;
   }
 
-  // ---- What no window shows whole
+  // ---- Tokens that no window shows as a whole
 
   // Whether the cursor has moved.
   [[gnu::noinline]] bool scanLong() {
@@ -366,7 +365,7 @@ class Scanner {
     if (builder_.isInTag() || !builder_.hasOpen()) return false;
     const char *token = mayBeWhitespace(*cursor) ? index_.nextNonWhitespace(cursor) : cursor;
     if (*token != '<') return scanLongText(token);
-    // Not before a CDATA section or where it may be a value.
+    // Not before a CDATA section, and not if it may be a value.
     const bool isIgnored =
         token != cursor && token[1] != '!' && !(beginsEndTag(token) && builder_.isInContent());
     if (isIgnored) tokenizer_.setCursor(token);
@@ -396,8 +395,8 @@ class Scanner {
     return left > length && closed[length] == '>' && std::memcmp(closed, name, length) == 0;
   }
 
-  // From the name up to the closing quote, behind which the cursor is returned. Null where the
-  // attribute is left, or where the builder has failed.
+  // From the name to the closing quote. Returns the cursor behind it; null if the tokenizer must
+  // read the attribute or if the builder has failed.
   [[gnu::noinline]] const char *scanLongAttribute(const char *name) {
     if (builder_.hasFailed()) return nullptr;
     const char *colon = nullptr;

@@ -15,7 +15,7 @@ void StructuralIndex::reset(const char *document, size_t length, size_t zerosBeh
 }
 
 void StructuralIndex::moveTo(const char *from) {
-  // Far behind the covered part a long run has ended, and there may be little before the next one.
+  // Far behind the covered part, a long run has ended. The next one may be near.
   constexpr size_t kFar = kCoveredBytes / 2;
   constexpr size_t kFewWords = kIndexWords / 8;
   const bool isFar = coveredBytes_ != 0 && from >= begin_ + coveredBytes_ + kFar;
@@ -72,7 +72,7 @@ StructuralIndex::Found StructuralIndex::findEnd(Question question, const char *f
     found = nextCovered(question, from);
   }
   if (found != nullptr) return {found, isVerbatim};
-  // Longer than what is covered.
+  // The run is longer than the covered part.
   const auto findOrEnd = [](const char *begin, const char *end, char byte) {
     const void *match = std::memchr(begin, byte, static_cast<size_t>(end - begin));
     return match != nullptr ? static_cast<const char *>(match) : end;

@@ -1,4 +1,4 @@
-// The structural index: where in the document something can happen, found ahead of the scanner.
+// The structural index: the bytes that may end a token, found ahead of the scanner.
 #pragma once
 
 #include <bit>
@@ -10,17 +10,17 @@
 
 namespace neb::xml::internal {
 
-// One bit a byte for each question, for a part of the document at a time. Looking at 64 bytes at
-// once costs next to nothing; deciding byte by byte does not. The index answers where a name, a
-// value or a text may end from the next set bit. The terminator of the document is set for every
-// question, so each search ends, and no byte behind it is read.
+// One bit a byte for each question, for a part of the document at a time. Vectors classify 64 bytes
+// much faster than single steps. The next set bit shows where a name, a value or a text may end.
+// The terminator of the document is set for every question, so each search ends, and no byte behind
+// it is read.
 class StructuralIndex {
  public:
-  // Of a document of this length. It covers nothing before moveTo().
+  // For a document of this length. It covers nothing before moveTo().
   StructuralIndex(const char *document, size_t length) { reset(document, length, 0); }
 
-  // From now on of another document, with so many zeros from its terminator on, at most kReach; 0
-  // if only the terminator may be read.
+  // Changes to another document, with so many zeros from its terminator on, at most kReach. 0 if
+  // only the terminator may be read.
   void reset(const char *document, size_t length, size_t zerosBehind);
 
   // Covers the part of the document that begins here.
@@ -29,28 +29,28 @@ class StructuralIndex {
   // The terminator of the document.
   const char *documentEnd() const { return documentEnd_; }
 
-  // Whether there is a window from here on, and at least kReach bytes of the document behind this
-  // one, or zeros behind the document.
+  // Whether a window begins here, and at least kReach bytes of the document, or zeros behind it,
+  // follow.
   bool hasWindow(const char *from) const { return offsetOf(from) < windowsEnd_; }
   static constexpr size_t kReach = 128;
 
-  // Whether no other part would show more from here on.
+  // Whether moving the covered part would show no more bits from here on.
   bool hasWholeWindow(const char *from) const {
     return hasWindow(from) && offsetOf(from) + kBytesPerWord <= coveredBytes_;
   }
 
-  // Whether the document ends so soon that nothing but zeros behind it would make windows.
+  // Whether the document ends so soon that windows would need zeros behind it.
   bool isNearEnd(const char *from) const {
     return static_cast<size_t>(documentEnd_ - from) <= kReach;
   }
 
-  // The bits from here on, the lowest first. Where the covered part ends soon or the byte is not
+  // The bits from here on, the lowest first. If the covered part ends soon, or if the byte is not
   // the first of eight, the highest may be missing.
   uint64_t window(Question question, const char *from) const {
     return windowAt(question, offsetOf(from));
   }
 
-  // The bits from behind so many bytes, half a window or so, as far as the window reaches.
+  // The bits from so many bytes later on, about half a window, up to the end of the window.
   uint64_t windowBehind(Question question, const char *from, size_t skipped) const {
     return windowAt(question, offsetOf(from), skipped);
   }

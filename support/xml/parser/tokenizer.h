@@ -9,10 +9,10 @@
 
 namespace neb::xml::internal {
 
-// Cuts the document into tokens and tells a builder what they are. A token is never copied: it is a
-// pointer into the document and a length. Comments and processing instructions may stand before any
-// token, and between white space where elements may. Functions that return bool return false once
-// the parse has failed; the builder knows why and where.
+// Splits the document into tokens and reports them to a builder. A token is never copied: it is a
+// pointer into the document and a length. Comments and processing instructions may precede any
+// token, and may be between white space where elements may be. Functions that return bool return
+// false once the parse has failed. The builder then has the reason and the position.
 template <typename Builder>
 class Tokenizer {
  public:
@@ -20,10 +20,10 @@ class Tokenizer {
 
   // Behind what has been read.
   const char *cursor() const { return cursor_; }
-  // For a scanner, which goes on reading, and perhaps in a copy of the rest.
+  // For a scanner, which continues reading, perhaps in a copy of the rest.
   void setCursor(const char *cursor) { cursor_ = cursor; }
 
-  // Declaration, document type declaration and what may stand between.
+  // Skips the declaration, the document type declaration and what may be between them.
   bool skipProlog() {
     const bool isSkipped = skipDeclaration() && skipMisc() && skipDoctype() && skipMisc();
     if (!isSkipped) return false;
@@ -38,7 +38,7 @@ class Tokenizer {
     return finish();
   }
 
-  // One step: an attribute, the end of a start tag, or what stands between two tags.
+  // One step: an attribute, the end of a start tag, or the content between two tags.
   bool readNext() { return builder_.isInTag() ? readInTag() : readBetweenTags(); }
 
   // At the end of the document. Only the element started last is looked at.
@@ -77,7 +77,7 @@ class Tokenizer {
   }
 
   // The end of a document type declaration. Only angle brackets and double quotes have a meaning in
-  // it. When it is not closed, null, and *unclosed is the quote or the declaration that is not.
+  // it. If it is not closed, null, and *unclosed is the unclosed quote or declaration.
   static const char *findDoctypeEnd(const char *doctype, const char **unclosed) {
     *unclosed = doctype;
     size_t depth = 1;
@@ -252,7 +252,7 @@ class Tokenizer {
   // Behind a start tag the record of the next element is made, unless the document ends.
   bool makeNext() { return *cursor_ == '\0' || builder_.makeNext(); }
 
-  // Some tokens cannot be a name where white space is all that parts them from a value.
+  // Some tokens cannot be a name if only white space is between them and a value.
   bool mayFollowValue() const {
     return tokenLength_ != 1 || std::strchr("\"'=<", *token_) == nullptr;
   }
@@ -307,19 +307,19 @@ class Tokenizer {
   bool readEndTag() {
     const char *endTag = token_;
     if (!readEndTagName(endTag)) return false;
-    // White space that stands between the last tag and an end tag is the element's value.
+    // White space between the last tag and an end tag is the element's value.
     if (endTag[-1] != '>' && builder_.isInContent()) {
       const char *run = endTag;
       while (run[-1] != '>') --run;
       if (!builder_.setText(runOf(run, static_cast<size_t>(endTag - run)))) return false;
     }
     builder_.closeInContent();
-    // Here comments may follow white space; behind a text they may not.
+    // Comments may follow white space here, but not a text.
     cursor_ = skipWhitespace(cursor_);
     return readTagEnd(endTag);
   }
 
-  // The '<' that ends a text run, CDATA sections passed over; null when the document ends first.
+  // The '<' that ends a text, after any CDATA sections; null if the document ends first.
   static const char *findTextEnd(const char *text) {
     for (;;) {
       text = std::strchr(text, '<');

@@ -69,7 +69,7 @@ class SipHash {
         v2_(key0 ^ 0x6c7967656e657261),
         v3_(key1 ^ 0x7465646279746573) {}
 
-  // Whatever is added counts as one text.
+  // All bytes that are added form one input.
   void add(const char *text, size_t length) {
     const size_t held = length_ % sizeof word_;
     length_ += length;
@@ -126,7 +126,7 @@ class SipHash {
   }
 
   uint64_t v0_, v1_, v2_, v3_;
-  char word_[sizeof(uint64_t)];  // begun, not mixed in yet
+  char word_[sizeof(uint64_t)];  // incomplete, not mixed in yet
   size_t length_ = 0;
 };
 
@@ -207,8 +207,8 @@ void DuplicateDetector::fill(uint64_t hash) {
   table_[slot] = hash;
 }
 
-// Where a process has its stack, heap and code is what a document cannot know. The key must stay
-// the same while one table fills, and so does not depend on the table.
+// A document cannot know the addresses of the stack, the heap and the code. The key must not change
+// while one table fills, so it does not depend on the table.
 uint64_t DuplicateDetector::hashOf(const XmlNode *attribute) const {
   SipHash hash(addressOf(this), addressOf(reinterpret_cast<const void *>(g_fnXMLMalloc)));
   if (attribute->prefix != nullptr) {

@@ -33,10 +33,10 @@ class NameKey {
   }
 };
 
-// The attributes of one tag. A few are told apart by the keys of their names, and compared where
-// two keys are equal; of more a table holds keyed hashes of 64 bits, and names are compared where
-// two hashes are equal: as good as never, unless the names are. The hash key is made of addresses,
-// so that no document can be written whose names collide where a system places programs at random.
+// The attributes of one tag. Up to a limit, the keys of their names distinguish them, and names are
+// compared only if two keys are equal. Beyond it, a table holds keyed hashes of 64 bits, and names
+// are compared only if two hashes are equal. The hash key is made of addresses. If the system
+// randomises them, nobody can write a document whose names collide.
 class DuplicateDetector {
  public:
   // How names are compared: prefix and name each, or the whole as it is printed, where "b" with the

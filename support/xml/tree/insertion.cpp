@@ -15,7 +15,7 @@ bool canHaveChildren(const XmlNode *node) {
   return node->type == NEB_XML_NODE_ELEMENT || node->type == NEB_XML_NODE_DOCUMENT;
 }
 
-// A node stays in the trees of the session that it, or a string or node of its own, may be of.
+// A node may only be in trees of the session that it, its strings or its subtree refer to.
 bool storageAllows(const XmlNode *node, const XmlNode *topmost) {
   if (!isOnHeap(node)) return node->sessionId == topmost->sessionId;
   return node->boundSession == 0 || node->boundSession == topmost->sessionId;
@@ -39,7 +39,7 @@ XmlNode *siblingDestination(XmlNode *sibling, const XmlNode *node) {
   if (sibling == node || sibling == nullptr || node == nullptr) return nullptr;
   if (isAttribute(sibling) || isAttribute(node)) return nullptr;
   if (isSessionDocument(sibling) || node->isDocument == 1) return nullptr;
-  // Beside a node without a parent there would be a chain without a topmost node.
+  // A sibling of a node without a parent would be a chain without a topmost node.
   if (sibling->parent == nullptr) return nullptr;
   return destinationFor(sibling, node);
 }

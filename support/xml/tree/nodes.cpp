@@ -39,7 +39,7 @@ bool needsCrossReference(const Storage &storage, const XmlNode *node) {
   return storage.isHeap() && !isOnHeap(node);
 }
 
-// All or nothing. Of the node nothing changes but that it may be noted as a cross-reference.
+// All or nothing. The node does not change, except that a cross-reference may be noted.
 bool makeCopies(const Storage &storage, XmlNode *node, const char *prefix, const char *name,
                 const char *value, StringCopies *copies) {
   const bool made = copyGiven(storage, prefix, &copies->prefix) &&

@@ -1,10 +1,10 @@
-/* Loads the library by name while running, uses it, unloads it, and does so again. */
+/* Loads the library by name at run time, uses and unloads it, twice. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <neb_xml.h>
 #include <stdio.h>
 
-/* The standard gives no cast from an object's address to a function's. */
+/* The standard has no cast from an object's address to a function's. */
 static int Find(void *library, const char *name, void *function) {
   *(void **)function = dlvsym(library, name, "NEB_XML_2");
   return *(void **)function != NULL;

@@ -1,11 +1,11 @@
-// A program that uses, for itself, names that the static library uses inside. Neither may get at the
-// other's.
+// A program that defines names that the static library uses internally. Neither may use those of
+// the other.
 #include <neb_xml.h>
 
 #include <cstdio>
 #include <cstring>
 
-// Each function here counts its call, so that a call by the library shows.
+// Each function here counts its calls, so that a call by the library is noticed.
 static int g_ownCalls = 0;
 
 int g_fnXMLCalloc = 7;
@@ -30,7 +30,7 @@ struct MarkupMap {
 
 bool MarkupMap::usesVectors() { return ++g_ownCalls != 0; }
 
-// The library has this one as an inline function, which the linker takes from here without a word.
+// The library has it as an inline function. The linker would use this one without a warning.
 struct SessionAllocator {
   char *allocate(size_t size);
 };

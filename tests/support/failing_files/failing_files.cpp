@@ -1,4 +1,4 @@
-#undef _FORTIFY_SOURCE  // would have functions of its own in the place of these
+#undef _FORTIFY_SOURCE  // would replace these functions by its own
 #include "support/failing_files/failing_files.h"
 
 #include <dlfcn.h>
@@ -33,11 +33,11 @@ State &state() {
   return state;
 }
 
-// True when the call is to fail, or a write to be short.
+// True if the call must fail, or a write must be short.
 bool isMarked(const std::string &name) {
   State &now = state();
   if (!now.isFollowing) return false;
-  now.isFollowing = false;  // not in what follows
+  now.isFollowing = false;  // not for the calls below
   if (now.plan.observe) now.plan.observe(name);
   const bool marked = ++now.counted == now.plan.failing;
   now.calls += name + (marked ? "! " : " ");
@@ -106,7 +106,7 @@ ssize_t write(int file, const void *bytes, size_t count) {
   return systems("write", &write)(file, bytes, isMarked ? (count + 1) / 2 : count);
 }
 
-// Closed it is, whatever is reported.
+// The file is closed even if an error is reported.
 int close(int file) {
   const int result = systems("close", &close)(file);
   return fails("close") ? -1 : result;

@@ -1,5 +1,5 @@
-// File calls of a process that are recorded, and fail when told to: linked into a program of tests,
-// or loaded into another program before the C library.
+// Records the file calls of a process and lets them fail on request. It is linked into a test
+// program, or loaded into another program before the C library.
 #pragma once
 
 #include <cstddef>
@@ -10,12 +10,12 @@ namespace failing_files {
 
 struct Plan {
   size_t failing = 0;  // the n-th call from now fails; 0: none does
-  int error = 0;       // its errno; 0: a write writes half, other calls succeed
+  int error = 0;       // its errno; 0: a write is short, other calls succeed
   std::function<void(const std::string &)> observe = nullptr;  // runs before each call
 };
 
-// While it lives, the plan is followed. calls() lists the calls so far, each followed by a space,
-// and by a '!' if it failed.
+// Follows the plan for its lifetime. calls() lists the calls so far, each followed by a space, and
+// by a '!' if it failed.
 class Following {
  public:
   explicit Following(const Plan &plan);
@@ -23,8 +23,8 @@ class Following {
   static std::string calls();
 };
 
-// Where another program finds "failing error call signal" and the file for its calls. It gets the
-// signal before that call.
+// Environment variables of another program: "failing error call signal", and the file for its
+// calls. It gets the signal before that call.
 inline constexpr char kPlanVariable[] = "NEB_XML_FAILING_FILES";
 inline constexpr char kCallsVariable[] = "NEB_XML_FILE_CALLS";
 

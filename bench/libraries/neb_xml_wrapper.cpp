@@ -1,4 +1,4 @@
-// The C++ face beside the C calls, for what it puts between a caller and a tree that is there.
+// The C++ wrapper beside the C calls: what it adds to the work on a parsed tree.
 #include "neb_xml.hpp"
 
 #include "library.h"
@@ -21,9 +21,9 @@ size_t walk(bench::Document document) {
     visitor.string(start(strings.value));
     for (Attribute attribute : node.attributes()) {
       visitor.attribute();
-      const neb::xml::Strings texts = attribute.strings();
-      visitor.qualified(start(texts.prefix), start(texts.name));
-      visitor.string(start(texts.value));
+      const neb::xml::Strings parts = attribute.strings();
+      visitor.qualified(start(parts.prefix), start(parts.name));
+      visitor.string(start(parts.value));
     }
   };
   enter(root(document));
@@ -50,10 +50,10 @@ int64_t addNumbers(bench::Document document) {
   return sum;
 }
 
-Subject face() {
+Subject wrapper() {
   Subject subject = nebXmlSession();
-  subject.mode = "face";
-  subject.isFace = true;
+  subject.mode = "wrapper";
+  subject.isWrapper = true;
   subject.walk = walk;
   subject.readAttribute = readAttribute;
   subject.find = find;
@@ -64,6 +64,6 @@ Subject face() {
   return subject;
 }
 
-const Registration registration(1, {face()});
+const Registration registration(1, {wrapper()});
 
 }  // namespace

@@ -1,5 +1,5 @@
-// The C++ face beside C that does the same work by the same calls, lengths of texts included: the
-// face itself should cost nothing.
+// The C++ wrapper beside C code that does the same work by the same calls, including the lengths of
+// the strings. The wrapper should cost nothing.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -13,12 +13,12 @@ using neb::xml::Document;
 using neb::xml::Node;
 
 std::string orders() {
-  std::string text = "<orders>";
+  std::string xml = "<orders>";
   for (int i = 0; i < 20'000; ++i) {
-    text += "<order id='" + std::to_string(i) + "' open='true'><item>thing</item><count>" +
-            std::to_string(i % 100) + "</count></order>";
+    xml += "<order id='" + std::to_string(i) + "' open='true'><item>thing</item><count>" +
+           std::to_string(i % 100) + "</count></order>";
   }
-  return text + "</orders>";
+  return xml + "</orders>";
 }
 
 const Document &document() {
