@@ -9,15 +9,12 @@
 
 namespace neb::xml::internal {
 
-// Where the next allocation in a session's last block begins. Allocations lie where
-// allocateInSession would put them; their bytes are not set.
-class ArenaCursor {
+// Keeps at hand where a session's next allocation begins. Nothing else may allocate from the
+// session until save(). Allocations lie where allocateInSession would put them; their bytes are not
+// set.
+class SessionAllocator {
  public:
-  ArenaCursor() = default;
-  ArenaCursor(const XmlMemBlock &lastBlock, ptrdiff_t largestEarlierGap)
-      : next_(lastBlock.cursor),
-        slackBegin_(addressOf(lastBlock.cursor + lastBlock.remaining) - kSlack),
-        largestEarlierGap_(largestEarlierGap) {}
+  explicit SessionAllocator(XmlMemSession &session) : session_(session) { load(); }
 
   // Bytes behind what was allocated together that may be written as well, so that whole vectors can
   // be copied. The next allocation overwrites them, or clears them when it is handed out unfilled.
@@ -46,12 +43,33 @@ class ArenaCursor {
     return allocation;
   }
 
-  char *next() const { return next_; }
-  ptrdiff_t room() const { return static_cast<ptrdiff_t>(slackBegin_ + kSlack - addressOf(next_)); }
-  ptrdiff_t largestEarlierGap() const { return largestEarlierGap_; }
+  // Null when memory runs out.
+  char *allocate(size_t size) {
+    if (size > INT32_MAX) return nullptr;
+    const auto wanted = static_cast<ptrdiff_t>(size);
+    if (char *allocation = allocateOne(wanted)) return allocation;
+    save();
+    if (wanted <= largestEarlierGap_) {
+      gap_ = openGap(session_, static_cast<int32_t>(size));
+      return allocateOne(wanted);
+    }
+    XmlMemBlock *last = session_.lastBlock;
+    const int32_t largestBefore = session_.largestEarlierGap;
+    void *allocation = allocateBeyondLastBlock(session_, static_cast<int32_t>(size));
+    load();
+    // The gap that small allocations fill next need not be searched for: nothing lies between the
+    // block that was last and the new one.
+    const bool leavesGap = session_.lastBlock != last && last->remaining > largestBefore;
+    if (leavesGap) gap_ = {last, largestBefore, 0};
+    return static_cast<char *>(allocation);
+  }
 
-  const OpenGap &gap() const { return gap_; }
-  void setGap(const OpenGap &gap) { gap_ = gap; }
+  // Hands the session back.
+  void save() {
+    if (gap_.block != nullptr) closeGap(session_, gap_);
+    session_.lastBlock->cursor = next_;
+    session_.lastBlock->remaining = static_cast<int32_t>(room());
+  }
 
  private:
   // The heap's blocks that were freed with a large tree are out of the caches.
@@ -59,6 +77,16 @@ class ArenaCursor {
   static constexpr int kForWriting = 1;
 
   static uintptr_t addressOf(const char *byte) { return reinterpret_cast<uintptr_t>(byte); }
+
+  void load() {
+    const XmlMemBlock &block = *session_.lastBlock;
+    next_ = block.cursor;
+    slackBegin_ = addressOf(block.cursor + block.remaining) - kSlack;
+    largestEarlierGap_ = session_.largestEarlierGap;
+    gap_ = {};
+  }
+
+  ptrdiff_t room() const { return static_cast<ptrdiff_t>(slackBegin_ + kSlack - addressOf(next_)); }
 
   char *allocateFromGap(int32_t size) {
     XmlMemBlock *block = gap_.block;
@@ -68,65 +96,11 @@ class ArenaCursor {
     return allocation;
   }
 
+  XmlMemSession &session_;
   char *next_ = nullptr;
   uintptr_t slackBegin_ = 0;
-  ptrdiff_t largestEarlierGap_ = 0;
+  ptrdiff_t largestEarlierGap_ = 0;  // of all blocks but the last
   OpenGap gap_ = {};
-};
-
-// Holds a session's cursor between load and save. Nothing else may allocate from the session in
-// between.
-class SessionAllocator {
- public:
-  explicit SessionAllocator(XmlMemSession &session) : session_(session) { load(); }
-
-  // Goes on from the cursor of another one, which takes it back with setCursor.
-  SessionAllocator(XmlMemSession &session, const ArenaCursor &cursor)
-      : session_(session), cursor_(cursor) {}
-
-  XmlMemSession &session() { return session_; }
-
-  void load() { cursor_ = ArenaCursor(*session_.lastBlock, session_.largestEarlierGap); }
-
-  void save() {
-    if (cursor_.gap().block != nullptr) closeGap(session_, cursor_.gap());
-    session_.lastBlock->cursor = cursor_.next();
-    session_.lastBlock->remaining = static_cast<int32_t>(cursor_.room());
-  }
-
-  ArenaCursor cursor() const { return cursor_; }
-  void setCursor(const ArenaCursor &cursor) { cursor_ = cursor; }
-
-  char *allocateTogether(size_t smallest, size_t total) {
-    return cursor_.allocateTogether(smallest, total);
-  }
-
-  char *allocateOne(ptrdiff_t size) { return cursor_.allocateOne(size); }
-
-  // Null when memory runs out.
-  char *allocate(size_t size) {
-    if (size > INT32_MAX) return nullptr;
-    const auto wanted = static_cast<ptrdiff_t>(size);
-    if (char *allocation = cursor_.allocateOne(wanted)) return allocation;
-    save();
-    if (wanted <= cursor_.largestEarlierGap()) {
-      cursor_.setGap(openGap(session_, static_cast<int32_t>(size)));
-      return cursor_.allocateOne(wanted);
-    }
-    XmlMemBlock *last = session_.lastBlock;
-    const int32_t largestBefore = session_.largestEarlierGap;
-    void *allocation = allocateBeyondLastBlock(session_, static_cast<int32_t>(size));
-    load();
-    // The gap that small allocations fill next need not be searched for: nothing lies between the
-    // block that was last and the new one.
-    const bool leavesGap = session_.lastBlock != last && last->remaining > largestBefore;
-    if (leavesGap) cursor_.setGap({last, largestBefore, 0});
-    return static_cast<char *>(allocation);
-  }
-
- private:
-  XmlMemSession &session_;
-  ArenaCursor cursor_;
 };
 
 }  // namespace neb::xml::internal

@@ -37,9 +37,7 @@ void releaseAttributes(XmlNode *element, const Storage &storage) {
 
 void releaseSingle(XmlNode *node, const Storage &storage) {
   if (!storage.isHeap()) return;
-  dropString(node, StringField::name, storage);
-  dropString(node, StringField::value, storage);
-  dropString(node, StringField::prefix, storage);
+  dropStrings(node, storage);
   if (isOnHeap(node)) freeRecord(node);
 }
 

@@ -46,10 +46,7 @@ void releaseHeapChildren(XmlNode *parent) {
 }
 
 void releaseWhatIsAttached(XmlNode *record, uint32_t session) {
-  const Storage heap;
-  dropString(record, StringField::name, heap);
-  dropString(record, StringField::value, heap);
-  dropString(record, StringField::prefix, heap);
+  dropStrings(record, Storage());
   if (isAttribute(record)) return;
   releaseForeignAttributes(record, session);
   releaseHeapChildren(record);

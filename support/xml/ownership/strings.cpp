@@ -88,4 +88,10 @@ void dropString(XmlNode *node, StringField field, const Storage &storage) {
   if (isGivenUp) keepOrFree(storage, string);
 }
 
+void dropStrings(XmlNode *node, const Storage &storage) {
+  dropString(node, StringField::name, storage);
+  dropString(node, StringField::value, storage);
+  dropString(node, StringField::prefix, storage);
+}
+
 }  // namespace neb::xml::internal

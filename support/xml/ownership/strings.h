@@ -16,4 +16,7 @@ void putString(XmlNode *node, StringField field, char *copy, bool copyIsOnHeap);
 // Makes a field null, and gives up the string if the node owns it. The ownership flag stays.
 void dropString(XmlNode *node, StringField field, const Storage &storage);
 
+// All three of them.
+void dropStrings(XmlNode *node, const Storage &storage);
+
 }  // namespace neb::xml::internal

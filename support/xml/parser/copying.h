@@ -13,7 +13,7 @@ namespace neb::xml::internal {
 inline constexpr size_t kTerminator = 1;
 
 // Short runs are copied whole. So there must be this much of the document behind the run.
-inline constexpr size_t kWidestCopy = ArenaCursor::kSlack;
+inline constexpr size_t kWidestCopy = SessionAllocator::kSlack;
 
 // Names are copied and compared with one or two vectors.
 inline constexpr size_t kLongestShortName = kWidestCopy / 2 - kTerminator;

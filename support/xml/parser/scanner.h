@@ -273,6 +273,7 @@ class Scanner {
     if constexpr (!TreeBuilder<Allocation>::kHasBytesBefore) {
       return std::memcmp(end - length, stored, length) == 0;
     }
+    static_assert(kReadableBefore >= kVectorSize);
     const char *storedEnd = stored + length;
     const size_t compared = std::min(length, kVectorSize);
     if (!endAlike(loadVector(end - kVectorSize), loadVector(storedEnd - kVectorSize), compared)) {
