@@ -24,11 +24,11 @@ Storage::Storage(uint32_t) { ++g_ownCalls; }
 int Storage::of(const XmlNode *) { return ++g_ownCalls; }
 void *Storage::allocate(size_t) const { return &++g_ownCalls; }
 
-struct MarkupMap {
-  static bool usesVectors();
+struct StructuralIndex {
+  static bool reset();
 };
 
-bool MarkupMap::usesVectors() { return ++g_ownCalls != 0; }
+bool StructuralIndex::reset() { return ++g_ownCalls != 0; }
 
 // The library has it as an inline function. The linker would use this one without a warning.
 struct SessionAllocator {
@@ -89,7 +89,7 @@ static int callOwn() {
   SessionAllocator allocator;
   Storage::of(nullptr);
   storage.allocate(1);
-  MarkupMap::usesVectors();
+  StructuralIndex::reset();
   allocator.allocate(1);
   platform::writeWholeFile(nullptr, nullptr, 0);
   allocateInSession(*findSession(1), 1);
