@@ -528,10 +528,16 @@ class TreeBuilder {
     return startAttribute(prefix, local) && setValueSlowly(attributes_.last(), value);
   }
 
-  // A new string; null for an empty run.
-  bool copyRun(const Run &run, char **string) {
-    *string = nullptr;
-    if (run.length == 0) return true;
+  // A new string, or null for an empty run, in a field of a record, which may stand at any address.
+  bool copyRun(const Run &run, void *field) {
+    char *string = nullptr;
+    const bool isCopied = run.length == 0 || makeString(run, &string);
+    std::memcpy(field, &string, sizeof string);
+    return isCopied;
+  }
+
+  // Of a run that is not empty.
+  bool makeString(const Run &run, char **string) {
     if (run.length > INT32_MAX) return fail(reasons::kTextTooLong, run.begin);
     char *copy = allocate(run.length + kTerminator);
     if (copy == nullptr) return false;
