@@ -19,7 +19,8 @@ using tables::replaced;
 
 // Good and bad markup inside of an element.
 const std::vector<std::string> kGood = fieldsOf(
-    "<b/> ~ <b x='1'/> ~ <p:b x=\"1\" p:y='two'></p:b> ~ <c>text</c> ~ <c>  a &amp; b </c> ~ "
+    "<b/> ~ <b\t  x='1'\n     y='2'\n    /> ~ <b x='1'/> ~ <p:b x=\"1\" p:y='two'></p:b> ~ "
+    "<c>text</c> ~ <c>  a &amp; b </c> ~ "
     "<c><![CDATA[<]]></c> ~ <!-- c --> ~ <?pi?> ~   ~ \n\t ~ <c> \n</c > ~ <a-- /> ~ "
     "<d x = '1'/> ~ <d\tx='1'\ny='a>b'>\t&#9;</d> ~ <e x='<![CDATA[y]]>' &amp;='2'/> ~ <f\n/> ~ "
     "<g- x='1'>t</g-> ~ <h>/usr/lib</h> ~ <c>a&#65;b</c> ~ "

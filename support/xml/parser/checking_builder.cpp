@@ -132,8 +132,7 @@ void CheckingBuilder::closeInContent() {
 }
 
 bool CheckingBuilder::checkRun(const Run &run) {
-  if (run.length > INT32_MAX) return fail(reasons::kTextTooLong, run.begin);
-  if (run.isVerbatim) return true;
+  if (run.isVerbatim && run.length <= INT32_MAX) return true;
   char *copy = copyRun(run);
   XML_Free(nullptr, copy);
   return copy != nullptr;
@@ -141,6 +140,10 @@ bool CheckingBuilder::checkRun(const Run &run) {
 
 // A new heap string, decoded; null if that fails.
 char *CheckingBuilder::copyRun(const Run &run) {
+  if (run.length > INT32_MAX) {
+    fail(reasons::kTextTooLong, run.begin);
+    return nullptr;
+  }
   auto *copy = static_cast<char *>(XML_Malloc(nullptr, run.length + kTerminator));
   if (copy == nullptr) {
     failForMemory(run.begin);

@@ -363,7 +363,8 @@ class Scanner {
   // Whether the cursor has moved.
   [[gnu::noinline]] bool scanLong() {
     const char *cursor = tokenizer_.cursor();
-    if (builder_.isInTag() || !builder_.hasOpen()) return false;
+    if (builder_.isInTag()) return scanFarAttribute(cursor);
+    if (!builder_.hasOpen()) return false;
     const char *token = mayBeWhitespace(*cursor) ? index_.nextNonWhitespace(cursor) : cursor;
     if (*token != '<') return scanLongText(token);
     // Not before a CDATA section, and not if it may be a value.
@@ -371,6 +372,14 @@ class Scanner {
         token != cursor && token[1] != '!' && !(beginsEndTag(token) && builder_.isInContent());
     if (isIgnored) tokenizer_.setCursor(token);
     return isIgnored;
+  }
+
+  // An attribute behind more white space than the loop takes.
+  bool scanFarAttribute(const char *cursor) {
+    const char *name = index_.nextNonWhitespace(cursor);
+    const char *end = name != cursor ? scanLongAttribute(name) : nullptr;
+    if (end != nullptr) tokenizer_.setCursor(end);
+    return end != nullptr;
   }
 
   // The text of an element, with spaces before it, and its end tag.
