@@ -54,7 +54,8 @@ const char *StructuralIndex::nextCovered(Question question, const char *from) co
 const char *StructuralIndex::next(Question question, const char *from) {
   for (;;) {
     if (const char *found = nextCovered(question, from)) return found;
-    from = std::max(from, begin_ + coveredBytes_);
+    // From before the covered part as well: another search may have moved it on.
+    if (offsetOf(from) < coveredBytes_) from = begin_ + coveredBytes_;
     moveTo(from);
   }
 }

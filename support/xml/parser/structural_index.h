@@ -55,7 +55,7 @@ class StructuralIndex {
     return windowAt(question, offsetOf(from), skipped);
   }
 
-  // Searches of any length, which may move the covered part forwards.
+  // Searches of any length, from anywhere. They may move the covered part.
 
   const char *nextNameEnd(const char *from) { return next(kNameEnds, from); }
   const char *nextNonWhitespace(const char *from) { return next(kNonWhitespace, from); }
