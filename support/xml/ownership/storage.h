@@ -32,9 +32,9 @@
 // 4. Strings are only given up by dropString and attributes by removal; both ask the storage.
 //
 // So a session's end looks at its cross-references and kept allocations only. It unlinks its
-// records from what outlives them and frees the heap records and strings attached to them. Then only
-// strings of heap records bound to it point into its blocks. They are marked as elsewhere or not
-// owned, so nobody frees them. (session_end.cpp)
+// records from what outlives them, and frees the heap records and strings attached to them. Then
+// only strings of heap records bound to it point into its blocks. They are marked as elsewhere or
+// not owned, so nobody frees them. (session_end.cpp)
 #pragma once
 
 #include "memory/arena.h"
