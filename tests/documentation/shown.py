@@ -12,9 +12,9 @@
   shown.py references DOCUMENT...
       Checks that everything exists that the documents refer to: other documents and their
       sections, files of the project, names of the interface and of the build.
-  shown.py rooms DOCUMENT
-      Compares the rooms of the library with the document's table of them. A room includes headers
-      of its own and of rooms above it in the table.
+  shown.py layers DOCUMENT
+      Compares the folders of the library with the document's table of layers, lowest first. A
+      folder includes its own headers and those of folders before it in the table.
 
 A code block in C or C++ is a program, or without a main the body of one. The block after
 "It prints" is its output. A block whose language is followed by a name is a file in the folder in
@@ -219,21 +219,21 @@ def references(arguments):
 
 
 def misplaced(order):
-    """What contradicts the rooms in this order, from the ground up."""
+    """What contradicts the layers in this order, the lowest first."""
     folders = {os.path.basename(folder): folder
                for folder in [*glob.glob("support/xml/*"), "support/platform"]
                if os.path.isdir(folder)}
-    for room in sorted(folders.keys() ^ set(order)):
-        yield "the folder %s/ or its row in the table is missing" % room
-    for at, room in enumerate(order):
-        for path in sorted(glob.glob(folders.get(room, "missing") + "/*.*")):
+    for layer in sorted(folders.keys() ^ set(order)):
+        yield "the folder %s/ or its row in the table is missing" % layer
+    for at, layer in enumerate(order):
+        for path in sorted(glob.glob(folders.get(layer, "missing") + "/*.*")):
             for included in re.findall(r'^#include "(\w+)/', read(path), re.M):
                 if included not in order[:at + 1]:
-                    yield "%s includes from %s/, which is not below %s/" % (path, included, room)
+                    yield "%s includes from %s/, which is not below %s/" % (path, included, layer)
 
 
-def rooms(arguments):
-    table = read(arguments.document).partition("\n| Room |")[2].partition("\n\n")[0]
+def layers(arguments):
+    table = read(arguments.document).partition("\n| Layer |")[2].partition("\n\n")[0]
     found = list(misplaced(re.findall(r"^\| `(?:support/)?(\w+)/` \|", table, re.M)))
     print("\n".join(found))
     return 1 if found else 0
@@ -259,9 +259,9 @@ def main():
     command = commands.add_parser("references")
     command.add_argument("documents", nargs="+")
     command.set_defaults(run=references)
-    command = commands.add_parser("rooms")
+    command = commands.add_parser("layers")
     command.add_argument("document")
-    command.set_defaults(run=rooms)
+    command.set_defaults(run=layers)
     arguments = parser.parse_args()
     return arguments.run(arguments)
 

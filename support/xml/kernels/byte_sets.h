@@ -1,5 +1,7 @@
-// The bytes that end a name, a value or a text, and those that are white space. All kernels build
-// their tables from these sets, so a change of the bytes of a name begins here.
+// The bytes at which the scanner ends a name, a value or a text, and those that are white space.
+// All kernels build their tables from these sets. The tokenizer decides where a name ends. Each
+// byte that ends a name must be in kNameEndBytes. The one exception is a final '-', which
+// mayEndMarkup tests. The set may hold more bytes: the tokenizer reads names that contain them.
 #pragma once
 
 #include <cstddef>

@@ -1,15 +1,15 @@
-// First fit over many blocks without walking them.
+// First fit over many blocks without walking all of them.
 #pragma once
 
 #include "memory/arena.h"
 
 namespace neb::xml::internal {
 
-// A session's first blocks are walked. Each block from the ninth on carries, behind its data area,
-// a node of a search tree that knows the largest gap in any block of its subtree. Blocks are only
-// ever appended, so the trees are perfect: a new block becomes the root of the two newest trees if
-// they are of one size, else a tree of its own. The order in a subtree is: older subtree, newer
-// subtree, root.
+// First fit walks the first eight blocks and searches trees for the others. Each block from the
+// ninth on carries, behind its data area, a node of a search tree. The node knows the largest gap
+// in any block of its subtree. Blocks are only ever appended, so the trees are perfect: a new block
+// becomes the root of the two newest trees if they are of one size, else a tree of its own. The
+// order in a subtree is: older subtree, newer subtree, root.
 
 constexpr uint32_t kWalkedBlocks = 8;
 

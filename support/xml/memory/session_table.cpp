@@ -49,8 +49,8 @@ void freeUnlessUsed(Level &level) {
   freeOnHeap(entries);
 }
 
-// Frees unused levels, but for one while other levels are in use, lest a program that opens and
-// ends sessions at the edge of a level should have it made and freed each time.
+// Frees unused levels, except one, while sessions are open in larger levels. Otherwise a program
+// that opens and ends sessions at the edge of a level could allocate and free it each time.
 void freeUnusedLevels() {
   bool keepsOne = g_openInLevels.load() > 0;
   const unsigned end = g_levelsEnd.load();

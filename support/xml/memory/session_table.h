@@ -5,11 +5,12 @@
 
 namespace neb::xml::internal {
 
-// Each open session has a handle that no other has had since 2^32 sessions ago. A handle points at
-// one entry in each level of the table, by its low bits. The first level is static, so that an
-// ordinary program's sessions cost no allocation. Larger levels are allocated on the heap when the
-// smaller ones fill up, never move, and are freed when they are empty. Nothing here takes a lock or
-// waits for another thread.
+// Handles count upwards and start again after 2^32. Until then, an ended handle is recognised as
+// ended. The low bits of a handle select one entry in each level of the table. The first level is
+// static, so that an ordinary program's sessions cost no allocation. Larger levels are allocated on
+// the heap when the smaller ones fill up, and never move. They are freed when they are empty,
+// except one, while sessions are open in larger levels. Nothing here takes a lock or waits for
+// another thread.
 
 // Null when the handle's session has ended or never was.
 XmlMemSession *findSession(uint32_t handle);

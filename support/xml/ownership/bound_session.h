@@ -1,5 +1,6 @@
 // The session that a heap record is bound to, because it may have strings or nodes of that session.
-// A record that has met several is bound to kSeveralSessions, and can be inserted nowhere.
+// A record that may have those of several is bound to kSeveralSessions. Such an element can be
+// inserted nowhere.
 #pragma once
 
 #include "record/node.h"

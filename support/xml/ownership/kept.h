@@ -1,5 +1,5 @@
-// What a session's tree gives up of the heap. The session keeps it until it ends, so that nothing
-// reaches the free hook while the document lives.
+// The heap strings and attributes that a session's tree gives up. The session keeps them until it
+// ends, so that the free hook does not get parts of a document that lives.
 #pragma once
 
 #include "ownership/storage.h"
@@ -14,10 +14,11 @@ struct KeptString {
 };
 #pragma pack(pop)
 
-// A heap string that a node of this storage's tree gives up: a session keeps it, the heap frees it.
+// Takes a heap string that was given up. A session keeps it; if there is no memory for the note, it
+// is freed. The heap frees it.
 void keepOrFree(const Storage &storage, char *string);
 
-// A heap attribute that was removed. The list goes through next.
+// Keeps a heap attribute that was removed. Its next field links the list.
 void keepAttribute(XmlMemSession &session, XmlNode *attribute);
 
 }  // namespace neb::xml::internal

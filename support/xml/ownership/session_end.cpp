@@ -1,4 +1,4 @@
-// Ending a session: what it owes to the heap and to other sessions, and then its blocks.
+// Ending a session: resolves its cross-references, frees what it has kept, and frees its blocks.
 #include "memory/session_table.h"
 #include "ownership/cross_references.h"
 #include "ownership/kept.h"
@@ -10,7 +10,7 @@ namespace neb::xml::internal {
 
 namespace {
 
-// What outlives the session must not lead into it.
+// Unlinks a record from a parent that outlives the session.
 void cutFromOtherStorage(XmlNode *record, uint32_t session) {
   XmlNode *parent = record->parent;
   if (parent == nullptr || parent->sessionId == session) return;
@@ -52,9 +52,9 @@ void releaseWhatIsAttached(XmlNode *record, uint32_t session) {
   releaseHeapChildren(record);
 }
 
-// In two passes. The subtrees of the heap that the second one frees may have held subtrees of the
-// session, which it would walk record by record. The first one has taken them out, so the cost is
-// that of the cross-references and of what is freed, in whichever order the list is.
+// In two passes. The heap subtrees that the second pass frees may contain subtrees of the session,
+// which it would walk record by record. The first pass unlinks those. So the cost is that of the
+// cross-references and of what is freed, whatever the order of the list.
 void resolveCrossReferences(XmlMemSession &session) {
   const uint32_t handle = session.handle.load(std::memory_order_relaxed);
   for (CrossReference *each = session.crossReferences; each != nullptr; each = each->next) {

@@ -1,40 +1,40 @@
 // Where allocations on behalf of a node come from, and who frees them.
 //
 // Each record and each string has an origin, a session or the heap, that never changes. A record
-// says its own by sessionId, 0 for the heap, and by marks which of its strings are of the other
-// kind.
+// states its own by sessionId, 0 for the heap. A string is marked as "elsewhere" if its origin is
+// of the other kind than that of its record: one is the heap, the other a session. A tree gives up
+// a string when a node that owns it loses it, and an attribute when its element loses it.
 //
 // The membership rule: what is allocated on behalf of a node comes from the session of the topmost
-// node of its tree, if that has one, else from the heap.
+// node of its tree, if that has one, else from the heap. Exception: strings of a session's record
+// in another session's tree come from its own session (storageForStrings).
 //
-// Nodes move between trees and their allocations stay, so a tree can mix origins. These hold
-// between any two calls:
+// Nodes move and their allocations stay, so a tree can mix origins. Between any two calls:
 //
 // 1. A session's record whose parent, child or attribute is of another origin, or that has a string
 //    on the heap, is in its session's list of cross-references. (cross_references.h)
-// 2. A string of a session's record is of that session or on the heap, never of another session.
-//    (storageForStrings)
-// 3. A heap record that has a string of a session, or a record of a session below it, is in a tree
-//    of that session or bound to it. It can be inserted into no other session's tree.
-//    (bound_session.h)
-// 4. A heap string or attribute that a session's tree gives up stays until the session ends.
-//    (kept.h)
+// 2. A string of a session's record is of that session or on the heap. (storageForStrings)
+// 3. A heap record that has a string of a session, or below it a record of that session with only
+//    heap records between, is in a tree of that session or bound to it. An element bound to a
+//    session is only inserted into trees of that session. (bound_session.h)
+// 4. A heap string or attribute that a session's tree gives up is kept by a session until that
+//    ends. Only a string that there is no memory to note is freed at once. (kept.h)
 //
 // Why they hold:
 //
 // 1. What creates such a link or string notes the record first, and fails if it cannot. The note is
 //    allocated from the session of the record, so neither outlives the other.
 // 2. What sets a string asks storageForStrings first.
-// 3. A record of a session is only inserted into trees of its session. What gives a heap record a
-//    string or an attribute of a session binds the record and those above it. A subtree that leaves
-//    a session's tree is bound whole.
+// 3. An element of a session is only inserted into trees of its session. XML_AddAttrNode accepts
+//    attributes of any origin, notes a cross-reference, and binds the element and the heap records
+//    above it. So does what gives a heap record a string of a session. A heap subtree that leaves a
+//    session's tree is bound whole.
 // 4. Strings are only given up by dropString and attributes by removal; both ask the storage.
 //
-// What follows: ending a session has to look at its cross-references and its kept allocations only.
-// It unlinks its records from whatever outlives them and frees the heap records and strings that
-// are attached to them. Then nothing leads into its blocks from outside but strings of heap records
-// that are bound to it. Those are marked as elsewhere or not owned, so nobody frees them.
-// (session_end.cpp)
+// So a session's end looks at its cross-references and kept allocations only. It unlinks its
+// records from what outlives them, and frees the heap records and strings attached to them. Then
+// only strings of heap records bound to it point into its blocks. They are marked as elsewhere or
+// not owned, so nobody frees them. (session_end.cpp)
 #pragma once
 
 #include "memory/arena.h"

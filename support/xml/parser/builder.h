@@ -1,4 +1,4 @@
-// The tree builder: the only maker of nodes in a parse.
+// The tree builder: the only maker of nodes in a parse, except for the document's record.
 #pragma once
 
 #include <algorithm>
@@ -37,9 +37,10 @@ class AttributeList {
   char *link_ = nullptr;  // where the next one is linked
 };
 
-// Builds a tree from the tokens of a document, in their order. The record of the next element is
-// allocated behind a start tag, before the content. So the order of allocations does not depend on
-// what recognises a token: the scanner, which sees a short token as a whole, or the tokenizer.
+// Builds a tree from the tokens of a document, in their order. The scanner sees a short token as a
+// whole, the tokenizer step by step. The record of the next element is allocated behind a start
+// tag, before the content, so scanner and tokenizer request each allocation at the same point of
+// the document.
 //
 // Functions that return bool return false once the parse has failed. What has been built is then
 // freed with the builder.
@@ -65,7 +66,7 @@ class TreeBuilder {
     return std::exchange(document_, nullptr);
   }
 
-  // Whether vectors can be read that end where a string of the tree ends.
+  // Whether a vector that ends at a stored string's last byte may be read.
   static constexpr bool kHasBytesBefore = Allocation::kIsArena;
 
   // The innermost open element; null at the top.
@@ -89,7 +90,7 @@ class TreeBuilder {
     if (leafLength_ != 0) leafLength_ = kUnknownLeaf;
   }
 
-  // The tree builder keeps no positions and no reasons.
+  // The tree builder keeps no reason or position.
   bool fail(const char * /*reason*/, const char * /*at*/) {
     hasFailed_ = true;
     return false;

@@ -12,7 +12,8 @@ namespace neb::xml::internal {
 
 inline constexpr size_t kTerminator = 1;
 
-// Short runs are copied whole. So there must be this much of the document behind the run.
+// What a copy of a short run reads, whatever its length. So this many bytes of the document must
+// follow the beginning of the run.
 inline constexpr size_t kWidestCopy = SessionAllocator::kSlack;
 
 // Names are copied and compared with one or two vectors.
@@ -50,7 +51,7 @@ struct ShortRun {
   size_t length() const { return static_cast<size_t>(end - begin); }
 };
 
-// Writes up to kWidestCopy bytes. Returns the length of the string. References are longer than
+// Writes up to 64 bytes past the end of the string. Returns its length. References are longer than
 // their characters; the bytes that remain are zero.
 inline size_t copyDecoded(char *string, const ShortRun &run) {
   const char *from = run.begin;
@@ -69,7 +70,8 @@ inline size_t copyDecoded(char *string, const ShortRun &run) {
   return static_cast<size_t>(to - string);
 }
 
-// Into a string that was allocated together with others, with its terminator.
+// Into a string that was allocated together with others, with its terminator. Writes up to 64 bytes
+// past the end of the string.
 inline size_t copyShort(char *string, const ShortRun &run) {
   if (run.ampersands != 0) [[unlikely]] {
     return copyDecoded(string, run);

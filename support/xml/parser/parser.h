@@ -1,12 +1,12 @@
 // Parsing: from a document to a tree.
 //
 // 1. An entry point checks its arguments, loads the file if there is one, and may open a session.
-// 2. The structural index answers for 64 bytes at a time where names, values and texts may end.
+// 2. The structural index marks where names, values and texts may end, up to 4 KiB at a time.
 // 3. The scanner uses these bits to recognise tokens that fit into a window of 64 bits. It finds
-//    the end of long texts and values by searching the index.
+//    the end of long texts, values and attribute names by searching the index.
 // 4. The tokenizer reads everything else: it alone knows the whole language.
-// 5. Both report the tokens to the tree builder, which allocates all nodes, in an arena or on the
-//    heap.
+// 5. Both report the tokens to the tree builder, which allocates all nodes but the document's
+//    record, in an arena or on the heap.
 // 6. The last 128 bytes are scanned in a copy with zeros behind it, so that no window ends early.
 // 7. A failed parse frees what was built. If the caller wants to know why and where, the tokenizer
 //    reads the document once more, for the checking builder.

@@ -20,8 +20,8 @@ struct XmlParser {
 };
 
 // Recognises a token by one window of the structural index, if the token fits into it. It finds the
-// end of longer texts and values by searching the index. The tokenizer reads everything else, one
-// step at a time. Both make the same calls to the same builder.
+// end of longer texts, values and attribute names by searching the index. The tokenizer reads
+// everything else, one step at a time. Both use the same builder.
 //
 // The hot members are inlined into two loops, one for elements with their texts and one for the
 // inside of a start tag, once for each machine. Members of the builder stay in memory, so that all
@@ -116,7 +116,7 @@ class Scanner {
   // At the end of the document the last scanned token may have been the last one.
   bool readNext() { return *tokenizer_.cursor() == '\0' || tokenizer_.readNext(); }
 
-  // Vectors are read that end with a name. The tokenizer begins and ends the root.
+  // Vectors are read that end with a name. The tokenizer reads the names of roots.
   bool mayScan() const {
     const char *cursor = tokenizer_.cursor();
     const bool isFarEnough = isInTail_ || cursor >= firstScanned_;
@@ -267,8 +267,8 @@ class Scanner {
                                              loadVector(b + length - kVectorSize), kVectorSize);
   }
 
-  // The end of a short name in the document against the name in the tree, behind which nothing may
-  // be read.
+  // The end of a short name in the document against the name in the tree. No vector may go behind
+  // the last byte of the latter.
   static bool isStoredName(const char *end, const char *stored, size_t length) {
     if constexpr (!TreeBuilder<Allocation>::kHasBytesBefore) {
       return std::memcmp(end - length, stored, length) == 0;

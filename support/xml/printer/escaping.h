@@ -48,7 +48,8 @@ struct ExactElementValue {
   static constexpr auto writeEscaped = ExactAttributeValue::writeEscaped;
 };
 
-// Copies a value; behind it there is room for a little markup. Null after a failure.
+// Copies a value. Behind the returned cursor there is room for Output::kSlack bytes of markup. Null
+// after a failure.
 template <typename Value>
 char *xmlCopyWithEscape(Output &output, char *to, const char *value, size_t length);
 

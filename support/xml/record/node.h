@@ -65,7 +65,7 @@ static_assert(offsetof(XmlNode, firstAttr) == 80);
 static_assert(kAttributeRecordSize == 56 && kElementRecordSize == 88);
 static_assert(kDocumentRecordSize == 208 && alignof(XmlNode) == 1);
 
-// A string is "elsewhere" if it is on the heap and its record in a session, or the other way round.
+// For "elsewhere" see ownership/storage.h.
 enum NodeMark : uint8_t {
   kNameElsewhere = 1,
   kValueElsewhere = 2,

@@ -24,8 +24,8 @@ inline size_t valueLengthOf(const XmlNode *node) {
   return node->valueSize != 0 ? size_t{node->valueSize} - 1 : std::strlen(node->value);
 }
 
-// Whether a vector can be read that ends where a string of the node ends, however short that is:
-// the strings are in the node's session, where something readable lies before each allocation.
+// Whether a vector that ends at the last byte of any string of the node may be read, however short
+// the string. In the node's session it may: something readable lies before each allocation.
 static_assert(kReadableBefore >= kVectorSize);
 inline bool hasBytesBeforeStrings(const XmlNode *node) {
   constexpr uint8_t kElsewhere = kNameElsewhere | kValueElsewhere | kPrefixElsewhere;

@@ -86,8 +86,9 @@ inline void moveShort(char *to, const char *from, size_t length) {
 }
 
 // A string of one to sixteen bytes as the two words that it begins and ends with. Of one to eight
-// bytes both words are the whole string, with zeros behind. Up to seven bytes before it are read,
-// and none behind, so no branch depends on its length.
+// bytes both words are the whole string, with zeros behind. Two loads, which may overlap, read it
+// without a branch on its length. The second ends at the last byte of the string. They may read up
+// to seven bytes before the string, which must be readable, and never behind it.
 struct ShortString {
   uint64_t first;
   uint64_t last;

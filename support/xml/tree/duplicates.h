@@ -36,7 +36,7 @@ class NameKey {
 // The attributes of one tag. Up to a limit, the keys of their names distinguish them, and names are
 // compared only if two keys are equal. Beyond it, a table holds keyed hashes of 64 bits, and names
 // are compared only if two hashes are equal. The hash key is made of addresses. If the system
-// randomises them, nobody can write a document whose names collide.
+// randomises them, a writer who does not know the addresses cannot aim at collisions.
 class DuplicateDetector {
  public:
   // How names are compared: prefix and name each, or the whole as it is printed, where "b" with the
