@@ -5,6 +5,7 @@
 #include <random>
 
 #include "support/guarded_hooks.h"
+#include "support/kernels.h"
 #include "support/layout.h"
 #include "support/trees.h"
 #include "xml/memory/carver.h"
@@ -125,7 +126,9 @@ void expectCopiesInOrder(XmlNode *document) {
   for (XmlNode *source : sources) NEB_XML_FreeNode(source);
 }
 
-TEST(Layout, OfParsedAndCopiedTreesIsThatOfPiecesOneByOne) {
+using Layout = EachKernel;
+
+TEST_P(Layout, OfParsedAndCopiedTreesIsThatOfPiecesOneByOne) {
   XmlNode *document = trees::parsed(manyPieces());
   EXPECT_EQ(layout::misplaced(layout::Model(kDocumentSessionSize),
                               *findSession(document->sessionId), layout::piecesAsParsed(document)),
@@ -172,5 +175,7 @@ TEST(Layout, HasNoMarksInACopy) {
   NEB_XML_FreeNode(document);
   NEB_XML_FreeNode(element);
 }
+
+INSTANTIATE_TEST_SUITE_P(Kernels, Layout, allKernels(), nameOfKernel);
 
 }  // namespace

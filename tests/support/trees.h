@@ -20,10 +20,7 @@ std::string printed(const XmlNode *node);
 
 std::string readFile(const std::string &path);
 
-// A new file in the test's temporary folder that holds a text.
+// A new file in the program's temporary folder that holds a text.
 std::string temporaryFile(const std::string &text);
-
-// Likewise, with a number of its own where several threads make them.
-std::string temporaryFile(const std::string &text, int number);
 
 }  // namespace trees
