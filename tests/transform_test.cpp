@@ -1,5 +1,5 @@
-// Printing, lenient and exact, failures, and writing to a file. The text of whole trees and of their halves
-// the fuzzer roundtrip compares with a model.
+// Printing, lenient and exact, failures, and writing to a file. The fuzzer roundtrip compares whole
+// trees and their halves with a model.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>

@@ -4,9 +4,7 @@
 #include <charconv>
 #include <cstring>
 #include <random>
-#include <tuple>
 
-#include "support/trees.h"
 #include "xml/tree/node.h"
 
 using namespace neb::xml::internal;

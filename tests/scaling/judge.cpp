@@ -65,8 +65,8 @@ double secondsOf(const Work &work) {
   return seconds < kLongEnough ? 0 : seconds / static_cast<double>(rounds);
 }
 
-// In a process of its own: works of two sizes that shared a heap would find it as the other one left
-// it, and both would take the time of the larger one.
+// In a process of its own: works of two sizes that shared a heap would find it as the other one
+// left it, and both would take the time of the larger one.
 Measure measure(const Case &subject, size_t size) {
   int answer[2];
   std::fflush(stdout);
