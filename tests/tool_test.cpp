@@ -7,6 +7,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -223,31 +224,15 @@ TEST_F(Tool, TakesValuesOfATypeInItsRangeOnly) {
 }
 
 TEST_F(Tool, FindsTheFirstDifference) {
-  const std::string same = std::string(60, 's');
-  const std::string cases[][3] = {
-      {"<a x='1' p:x='2'><b> </b></a><c/>", "<a p:x='2' x='1'>\n<b> </b>\n</a><c/>", ""},
-      {"<a><b>1</b><b>2</b></a>", "<a><b>1</b><b/></a>",
-       "value differs\nA: a.b.2: \"2\"\nB: a.b.2: none\n"},
-      {"<a><b/><b><c/></b></a>", "<a><b/><p:b/></a>",
-       "name differs\nA: a.b.2: \"b\"\nB: a.p:b: \"p:b\"\n"},
-      {"<a x='1' y='2'/>", "<a y='2' x=''/>", "attribute 'x' differs\nA: a: \"1\"\nB: a: \"\"\n"},
-      {"<a y='2'/>", "<a p:y='3' y='2'/>", "attribute 'p:y' differs\nA: a: none\nB: a: \"3\"\n"},
-      {"<a><b><c/></b><d/></a>", "<a><b/><e/></a>",
-       "number of children differs\nA: a.b: \"1\"\nB: a.b: \"0\"\n"},
-      {"<a/><b><c/></b>", "<a/><b><d/></b>",
-       "name differs\nA: c (no path): \"c\"\nB: d (no path): \"d\"\n"},
-      {"<a/>", "<a/><a/>", "number of top-level elements differs\nA: \"1\"\nB: \"2\"\n"},
-      {"<a>" + same + "1</a>", "<a>" + same + "2" + same + "</a>",
-       "value differs\nA: a: \"" + same + "1\"\nB: a: \"..." + same.substr(12) + "2" +
-           same.substr(33) + "...\"\n"},
-  };
-  for (const auto &[first, second, output] : cases) {
-    SCOPED_TRACE(first + " " + second);
-    write("A", first);
-    write("B", second);
+  const std::vector<std::string> lines = tables::linesOf("differences.txt");
+  for (size_t i = 0; i + 2 < lines.size(); i += 3) {
+    SCOPED_TRACE(lines[i] + " " + lines[i + 1]);
+    const std::string expected = lines[i + 2] == "equal" ? "" : lines[i + 2];
+    write("A", lines[i]);
+    write("B", lines[i + 1]);
     const Outcome outcome = shell("$nebxml diff A B");
-    EXPECT_EQ(outcome.output, output);
-    EXPECT_EQ(outcome.status, output.empty() ? 0 : 1);
+    EXPECT_EQ(outcome.output, expected);
+    EXPECT_EQ(outcome.status, expected.empty() ? 0 : 1);
   }
 }
 

@@ -67,6 +67,18 @@ TEST(Navigation, VisitsInDocumentOrder) {
   NEB_XML_FreeNode(document);
 }
 
+// An empty place of the table is not the name of a node whose name is empty.
+TEST(NameTable, HoldsNoEmptyName) {
+  XmlNode *document = parsed("<d><<![CDATA[]]>/></d>");
+  XmlNode *nameless = document->firstChild;
+  EXPECT_EQ(NEB_XML_RemoveNode(nameless), kOk);
+  for (XmlNode *each : {nameless, element("x")}) {
+    EXPECT_EQ(NEB_XML_AppendChildNode(document, each), kOk);
+  }
+  EXPECT_EQ(described(document), "12:d=-(0:=-,0:x=-)");
+  NEB_XML_FreeNode(document);
+}
+
 // Of the attributes a, p:a and b: which one prefix and name find.
 TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   const std::tuple<Text, Text, int> rows[] = {
