@@ -191,10 +191,9 @@ TEST_P(Plain, DecodesEachReferenceWhereItStands) {
   for (int round = 0; round < 4000; ++round) {
     std::string text, meaning;
     for (size_t left = 1 + random() % 8; left > 0; --left) {
-      std::string letters(random() % 70,
-                          'a');  // unlike ones, so that none can stand in for another
-      for (char &letter : letters)
-        letter = static_cast<char>('a' + (&letter - letters.data()) % 26);
+      // Unlike ones, so that none can stand in for another.
+      std::string letters(random() % 70, '\0');
+      for (size_t i = 0; i < letters.size(); ++i) letters[i] = static_cast<char>('a' + i % 26);
       const auto &[reference, character] = kMeanings[random() % std::size(kMeanings)];
       text += letters + reference;
       meaning += letters + character;
