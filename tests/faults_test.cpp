@@ -1,10 +1,8 @@
 // Every allocation and every file call of a scenario fails in turn: some call tells so, each keeps
 // its promises, and what is left can be used and freed.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdint>
 #include <cstring>
 #include <span>
@@ -12,6 +10,7 @@
 #include <vector>
 
 #include "support/guarded_hooks.h"
+#include "support/kernels.h"
 #include "support/trees.h"
 #include "xml/memory/session_table.h"
 #include "xml/record/node.h"
@@ -162,7 +161,9 @@ constexpr Entry kEntries[] = {{NEB_XML_Parse, false, false},      {NEB_XML_Parse
                               {NEB_XML_ParseFileEx, true, false}, {parseFileInfo, true, true}};
 constexpr std::span<const Entry> kFileEntries = std::span(kEntries).subspan(3);
 
-TEST(Faults, Parsing) {
+using Faults = EachKernel;
+
+TEST_P(Faults, Parsing) {
   const std::string text = largeText();
   const std::string path = trees::temporaryFile(text);
   for (const Entry &entry : kEntries) {
@@ -376,24 +377,6 @@ TEST(Faults, FilesThatFailOrLie) {
   NEB_XML_FreeNode(kept);
 }
 
-// A limit on the size of files is met as a full disk is.
-TEST(Faults, ADiskThatFillsAtAnyByte) {
-  XmlNode *document = trees::parsed(kText);
-  const std::string text = trees::printed(document);
-  const std::string path = trees::temporaryFile("old");
-  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-  rlimit before = {};
-  getrlimit(RLIMIT_FSIZE, &before);
-  for (size_t room = 0; room <= text.size(); ++room) {
-    const rlimit full = {room, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &full);
-    const uint32_t result = NEB_XML_TransformFile(document, path.c_str());
-    setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_EQ(result, room < text.size() ? uint32_t{NEB_XML_ERR_FILE_WRITE} : kOk) << room;
-    EXPECT_EQ(trees::readFile(path), text.substr(0, room));
-  }
-  std::signal(SIGXFSZ, handler);
-  NEB_XML_FreeNode(document);
-}
+INSTANTIATE_TEST_SUITE_P(Kernels, Faults, allKernels(), nameOfKernel);
 
 }  // namespace

@@ -13,14 +13,7 @@
 namespace {
 
 using namespace std::string_view_literals;
-using neb::xml::internal::builtKernels;
-using neb::xml::internal::canRun;
-using neb::xml::internal::chosenKernel;
-using neb::xml::internal::forceKernelForTests;
-using neb::xml::internal::IndexWords;
-using neb::xml::internal::kBytesPerWord;
-using neb::xml::internal::kIndexWords;
-using neb::xml::internal::kQuestions;
+using namespace neb::xml::internal;
 
 constexpr std::string_view kEnds[] = {"\0\"'&<\t\n\r !/:=>?]"sv, "\0\"'&<"sv, "\0&<"sv};
 constexpr std::string_view kWhitespace = "\t\n\r ";

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "support/guarded_hooks.h"
+#include "support/kernels.h"
 #include "support/layout.h"
 #include "support/trees.h"
 #include "xml/memory/session_allocator.h"
@@ -124,7 +125,9 @@ void expectCopiesInOrder(XmlNode *document) {
   for (XmlNode *source : sources) NEB_XML_FreeNode(source);
 }
 
-TEST(Layout, OfParsedAndCopiedTreesIsThatOfPiecesOneByOne) {
+using Layout = EachKernel;
+
+TEST_P(Layout, OfParsedAndCopiedTreesIsThatOfPiecesOneByOne) {
   XmlNode *document = trees::parsed(manyPieces());
   EXPECT_EQ(layout::misplaced(layout::Model(kDocumentSessionSize),
                               *findSession(document->sessionId), layout::inParseOrder(document)),
@@ -173,5 +176,7 @@ TEST(Layout, HasNoMarksInACopyButForItsStrings) {
   NEB_XML_FreeNode(document);
   NEB_XML_FreeNode(element);
 }
+
+INSTANTIATE_TEST_SUITE_P(Kernels, Layout, allKernels(), nameOfKernel);
 
 }  // namespace

@@ -33,7 +33,7 @@ void onThreads(Work work) {
 // sessions are open at a time than the first level of the table has places for.
 TEST(Threads, DocumentsOfTheirOwn) {
   onThreads([](int thread) {
-    const std::string path = trees::temporaryFile(kText, thread);
+    const std::string path = trees::temporaryFile(kText);
     std::vector<std::pair<XmlNode *, std::string>> documents;  // and what they are printed as
     const auto endOldest = [&documents] {
       EXPECT_EQ(trees::printed(documents.front().first), documents.front().second);
@@ -78,27 +78,6 @@ bool opensAndEndsManySessions() {
             XML_MemSpecialMalloc(session, 1) == nullptr;
   }
   return works;
-}
-
-TEST(Threads, EndedSessionsAreRefusedWhileOthersComeAndGo) {
-  onThreads([](int) {
-    for (int round = 0; round < kRounds / 10; ++round) EXPECT_TRUE(opensAndEndsManySessions());
-  });
-}
-
-// At the edge of a level, which is made and freed again and again.
-TEST(Threads, LevelsOfSessionsComeAndGo) {
-  NEB_XML_RegMemFunc(std::malloc, std::calloc, std::free);
-  uint32_t held[64] = {};
-  for (uint32_t &session : held) session = XML_MemSessionBegin(8);
-  onThreads([](int) {
-    for (int round = 0; round < 200 * kRounds; ++round) {
-      const uint32_t session = XML_MemSessionBegin(8);
-      ASSERT_TRUE(XML_MemSpecialMalloc(session, 32) != nullptr && XML_MemSessionEnd(session) == 1);
-    }
-  });
-  for (const uint32_t session : held) EXPECT_EQ(XML_MemSessionEnd(session), 1U);
-  guarded::registerHooks();
 }
 
 thread_local bool g_stopsInHooks;
@@ -234,7 +213,7 @@ TEST(Threads, ReadingSearchingAndPrintingOneDocument) {
     const std::string whole = trees::printed(document);
     const std::string expected = readAll(document);
     onThreads([&](int thread) {
-      const std::string path = trees::temporaryFile("", thread);
+      const std::string path = trees::temporaryFile("");
       XmlNode *own = trees::parsed("<own/>", thread % 2 == 0);
       for (int round = 0; round < kRounds; ++round) {
         EXPECT_EQ(readAll(document), expected);

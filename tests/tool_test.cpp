@@ -7,11 +7,13 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include "support/data.h"
 #include "support/tables.h"
 #include "support/trees.h"
 
@@ -50,110 +52,45 @@ class Tool : public ::testing::Test {
   static std::string files() { return ::testing::TempDir() + "files/"; }
 };
 
+struct Case {
+  std::string command, input, output, errors;
+  int status;
+};
+
+std::vector<Case> casesOf(const std::string &name) {
+  std::vector<Case> cases;
+  for (const std::string &line : tables::linesOf(name)) {
+    const std::string text = line.substr(2);
+    if (line[0] == '$') {
+      cases.push_back({text, "", "", "", -1});
+    } else if (line[0] == '?') {
+      cases.back().status = std::stoi(text);
+    } else {
+      Case &last = cases.back();
+      (line[0] == '<' ? last.input : line[0] == '>' ? last.output : last.errors) = text;
+    }
+  }
+  return cases;
+}
+
 TEST_F(Tool, AnswersWithStatusOutputAndCause) {
   const std::string two = "<a><b>1</b><b x='2' p:x='3'>4</b></a>\n<z>5</z>";
-  const std::string tail = "<z>5</z>\n";
-  const std::string begun(39, 'v');
-  char version[32] = "";
-  EXPECT_EQ(NEB_XML_GetVersion(version, sizeof version), 0U);
-  const struct {
-    std::string command;
-    std::string input;
-    int status;
-    std::string output;
-    std::string errors;  // a part of them; none at all when empty
-  } cases[] = {
-      {"$nebxml check $samples/*.xml - ", two, 0, "", ""},
-      {"$nebxml check bad.xml -", two, 1, "", "bad.xml:1:7: end tag does not match"},
-      {"$nebxml check bad.xml none.xml -", "", 3, "",
-       "nebxml: none.xml: cannot open: No such file"},
-      {"$nebxml check -", "", 1, "", "-:1:1: the file is empty\n"},
-      {"$nebxml get bad.xml a", "", 1, "", "bad.xml:1:4: the start tag is here: <b>\n"},
-      {"$nebxml check .", "", 3, "", "nebxml: .: cannot read: Is a directory\n"},
-      {"truncate -s 4G big.xml; $nebxml check big.xml", "", 3, "", "read: File too large\n"},
-      {"$nebxml check /dev/zero", "", 1, "", "/dev/zero:1:1: the file is empty\n"},
-      {"cat bad.xml | $nebxml check /dev/stdin", "", 1, "", "/dev/stdin:1:7: end tag does not"},
-      {"mkfifo pipe; cat two.xml >pipe & $nebxml diff pipe two.xml", "", 0, "", ""},
-      {"echo '<a/>' >pipe & $nebxml fmt pipe --in-place", "", 3, "", "not a regular file"},
-      {"$nebxml check - -", two, 2, "", "standard input can be read once only"},
-      {"$nebxml check - <&-", "", 3, "", "nebxml: -: cannot read: Bad file descriptor\n"},
-      {"$nebxml fmt -", two + std::string("\0<", 2), 0,
-       "<a>\n<b>1</b>\n<b x=\"2\" p:x=\"3\">4</b>\n</a>\n" + tail, ""},
-      {"$nebxml fmt - --indent 16 --declaration", "<a><b/></a><c/>", 0,
-       "<?xml version=\"1.0\"?>\n<a>\n" + std::string(16, ' ') + "<b/>\n</a>\n<c/>\n", ""},
-      {"$nebxml fmt - --indent 17", two, 2, "", "--indent"},
-      {"$nebxml fmt two.xml --declaration --in-place", "", 2, "", "--declaration"},
-      {"$nebxml fmt two.xml --in-place", "", 1, "", "two.xml: several top-level elements"},
-      {"printf '<a/>\\0<b' >nul.xml; $nebxml fmt nul.xml --in-place", "", 1, "",
-       "nul.xml: what stands behind a NUL byte cannot"},
-      {"$nebxml get - a.b.2", two, 0, "4\n", ""},
-      {"$nebxml get - a", two, 0, "\n", ""},
-      {"$nebxml get - a.b.2 --attr p:x", two, 0, "3\n", ""},
-      {"$nebxml get - a.b.2 --attr x", two, 0, "2\n", ""},
-      {"$nebxml get - a.b.2 --attr y", two, 1, "", "no attribute 'y' at path 'a.b.2'\n"},
-      {"$nebxml get - a.c", two, 1, "", "nebxml: -: no node at path 'a.c'\n"},
-      {"$nebxml get - a.b.0", two, 2, "", "malformed path"},
-      {"$nebxml set - a.b -5", two, 0, "<a>\n<b>-5</b>\n<b x=\"2\" p:x=\"3\">4</b>\n</a>\n" + tail,
-       ""},
-      {"$nebxml set - a.b.2 ''", two, 0, "<a>\n<b>1</b>\n<b x=\"2\" p:x=\"3\"/>\n</a>\n" + tail,
-       ""},
-      {"$nebxml set - a.b.2 tree --attr p:x", two, 0,
-       "<a>\n<b>1</b>\n<b x=\"2\" p:x=\"tree\">4</b>\n</a>\n" + tail, ""},
-      {"$nebxml set - a.b '<' --attr q:y", two, 0,
-       "<a>\n<b q:y=\"&lt;\">1</b>\n<b x=\"2\" p:x=\"3\">4</b>\n</a>\n" + tail, ""},
-      {"$nebxml set - a.b '\n&#0;&#xD800;&lt;b&gt;' | $nebxml set - a.b '\n\t\r ' --attr k "
-       ">set.xml; "
-       "$nebxml get set.xml a.b; $nebxml get set.xml a.b --attr k",
-       two, 0, "\n&#0;&#xD800;&lt;b&gt;\n\n\t\r \n", ""},
-      {"for name in '<' y= \\' 'y z' 1 -y .y y: :y p:q:y '@' 'y;'; do $nebxml set two.xml a.b v "
-       "\"--attr=$name\" || echo $?; done | uniq",
-       "", 0, "2\n", "two.xml: not an attribute name: 'y;'\n"},
-      {"$nebxml set - a v --attr _:1.y-\xC3\xA9", "<a/>", 0, "<a _:1.y-\xC3\xA9=\"v\"/>\n", ""},
-      {"$nebxml set - a v", two, 1, "", "child elements leave no place for a text at path 'a'\n"},
-      {"$nebxml import - a two.xml a.b.2", "<a><c/></a>", 0,
-       "<a>\n<c/>\n<b x=\"2\" p:x=\"3\">4</b>\n</a>\n", ""},
-      {"$nebxml import two.xml a two.xml a | $nebxml get - a.a.b.2", "", 0, "4\n", ""},
-      {"$nebxml import - a two.xml a.b", "<a> \n </a>", 0, "<a>\n<b>1</b>\n</a>\n", ""},
-      {"$nebxml import - a.b.2 two.xml a", two, 1, "",
-       "no place for child elements at path 'a.b.2'"},
-      {"$nebxml import - a two.xml a.c", two, 1, "", "nebxml: two.xml: no node at path 'a.c'\n"},
-      {"$nebxml import - a - a", two, 2, "", "once"},
-      {"$nebxml del - a.b.2", two, 0, "<a>\n<b>1</b>\n</a>\n" + tail, ""},
-      {"$nebxml del - a.b.2 --attr p:x", two, 0, "<a>\n<b>1</b>\n<b x=\"2\">4</b>\n</a>\n" + tail,
-       ""},
-      {"$nebxml del - a.b.2 --attr :x", two, 1, "", "no attribute ':x'"},
-      {"$nebxml del - a", two, 1, "", "cannot be deleted"},
-      {"$nebxml tree -", "<a k='1\n2'>" + begun + "\xC3\xA9</a>", 0,
-       "a k=\"1 2\" = " + begun + "...\n", ""},
-      {"$nebxml stat -", two, 0, "elements: 4\nattributes: 2\ntexts: 3\ndepth: 2\ntext bytes: 3\n",
-       ""},
-      {"$nebxml fmt - -o out.xml && cat out.xml", "<a/>", 0, "<a/>\n", ""},
-      {"$nebxml fmt - -o /dev/full", two, 3, "", "/dev/full: cannot write: No space left"},
-      {"ulimit -f 8; $nebxml fmt long.xml --in-place", "", 3, "",
-       "nebxml: long.xml: cannot write: File too large\n"},
-      {"$nebxml fmt - -o none/out.xml", two, 3, "", "none/out.xml: cannot write: No such file"},
-      {"$nebxml tree - >/dev/full", two, 3, "", "standard output: cannot write: No space left"},
-      {"$nebxml --help >/dev/full", "", 3, "", "standard output: cannot write"},
-      {"$nebxml --version", "", 0, version + std::string("\n"), ""},
-      {"$nebxml get --help | grep -c -e --attr", "", 0, "1\n", ""},
-      {"$nebxml", "", 2, "", "subcommand"},
-      {"$nebxml get -", two, 2, "", "PATH"},
-      {"$nebxml fmt bad.xml -o x --in-place", "", 2, "", "--in-place"},
-      {"$nebxml fmt - --in-place", two, 2, "", "--in-place"},
-  };
   write("bad.xml", "<a><b></a>");
   write("two.xml", two);
   write("out.xml", two + two);
   write("long.xml", "<a>" + std::string(100'000, 'v') + "</a>");
-  for (const auto &row : cases) {
+  for (const Case &row : casesOf("tool.txt")) {
     SCOPED_TRACE(row.command);
-    const Outcome outcome = shell(row.command, row.input);
+    const Outcome outcome = shell(row.command, row.input == "two" ? two : row.input);
     EXPECT_EQ(outcome.status, row.status);
     EXPECT_EQ(outcome.output, row.output);
     EXPECT_EQ(outcome.errors.empty(), row.errors.empty()) << outcome.errors;
     EXPECT_NE(outcome.errors.find(row.errors), std::string::npos) << outcome.errors;
   }
   EXPECT_EQ(read("two.xml"), two);
+  char version[32] = "";
+  EXPECT_EQ(NEB_XML_GetVersion(version, sizeof version), 0U);
+  EXPECT_EQ(shell("$nebxml --version").output, version + std::string("\n"));
 }
 
 TEST_F(Tool, WritesNothingThatReadsBackAsSomethingElse) {
@@ -287,31 +224,15 @@ TEST_F(Tool, TakesValuesOfATypeInItsRangeOnly) {
 }
 
 TEST_F(Tool, FindsTheFirstDifference) {
-  const std::string same = std::string(60, 's');
-  const std::string cases[][3] = {
-      {"<a x='1' p:x='2'><b> </b></a><c/>", "<a p:x='2' x='1'>\n<b> </b>\n</a><c/>", ""},
-      {"<a><b>1</b><b>2</b></a>", "<a><b>1</b><b/></a>",
-       "value differs\nA: a.b.2: \"2\"\nB: a.b.2: none\n"},
-      {"<a><b/><b><c/></b></a>", "<a><b/><p:b/></a>",
-       "name differs\nA: a.b.2: \"b\"\nB: a.p:b: \"p:b\"\n"},
-      {"<a x='1' y='2'/>", "<a y='2' x=''/>", "attribute 'x' differs\nA: a: \"1\"\nB: a: \"\"\n"},
-      {"<a y='2'/>", "<a p:y='3' y='2'/>", "attribute 'p:y' differs\nA: a: none\nB: a: \"3\"\n"},
-      {"<a><b><c/></b><d/></a>", "<a><b/><e/></a>",
-       "number of children differs\nA: a.b: \"1\"\nB: a.b: \"0\"\n"},
-      {"<a/><b><c/></b>", "<a/><b><d/></b>",
-       "name differs\nA: c (no path): \"c\"\nB: d (no path): \"d\"\n"},
-      {"<a/>", "<a/><a/>", "number of top-level elements differs\nA: \"1\"\nB: \"2\"\n"},
-      {"<a>" + same + "1</a>", "<a>" + same + "2" + same + "</a>",
-       "value differs\nA: a: \"" + same + "1\"\nB: a: \"..." + same.substr(12) + "2" +
-           same.substr(33) + "...\"\n"},
-  };
-  for (const auto &[first, second, output] : cases) {
-    SCOPED_TRACE(first + " " + second);
-    write("A", first);
-    write("B", second);
+  const std::vector<std::string> lines = tables::linesOf("differences.txt");
+  for (size_t i = 0; i + 2 < lines.size(); i += 3) {
+    SCOPED_TRACE(lines[i] + " " + lines[i + 1]);
+    const std::string expected = lines[i + 2] == "equal" ? "" : lines[i + 2];
+    write("A", lines[i]);
+    write("B", lines[i + 1]);
     const Outcome outcome = shell("$nebxml diff A B");
-    EXPECT_EQ(outcome.output, output);
-    EXPECT_EQ(outcome.status, output.empty() ? 0 : 1);
+    EXPECT_EQ(outcome.output, expected);
+    EXPECT_EQ(outcome.status, expected.empty() ? 0 : 1);
   }
 }
 

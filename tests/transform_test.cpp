@@ -1,5 +1,5 @@
-// Printing: escaping, failures, and writing to a file. The text of whole trees and of their halves
-// the fuzzer roundtrip compares with a model.
+// Printing, lenient and exact, failures, and writing to a file. The fuzzer roundtrip compares whole
+// trees and their halves with a model.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -10,10 +10,15 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
+#include "support/data.h"
 #include "support/guarded_hooks.h"
+#include "support/tables.h"
 #include "support/trees.h"
 #include "xml/record/node.h"
 
@@ -47,30 +52,6 @@ XmlNode *nodeOfOtherType() {
   return node;
 }
 
-TEST(Transform, EscapesTextsAndAttributesAlike) {
-  const char *const cases[][2] = {
-      {"a<b & \"c\", it's>", "a&lt;b &amp; &quot;c&quot;, it&apos;s&gt;"},
-      {"&lt;&gt;&amp;&apos;&quot;", "&lt;&gt;&amp;&apos;&quot;"},
-      {"&#;&#x;&#0;&#00065;&#1114111;&#x10FFFF;&#x10ffff;&#x0000000041;",
-       "&#;&#x;&#0;&#00065;&#1114111;&#x10FFFF;&#x10ffff;&#x0000000041;"},
-      {"&#1114112;&#x110000;&#4294967361;&#x100000041;&#X41;&#12a;&#xg;&#-1;&# 1;&#b;",
-       "&amp;#1114112;&amp;#x110000;&amp;#4294967361;&amp;#x100000041;&amp;#X41;&amp;#12a;&amp;#xg;"
-       "&amp;#-1;&amp;# 1;&amp;#b;"},
-      {"&LT;&nbsp;&ampx;&; &amp", "&amp;LT;&amp;nbsp;&amp;ampx;&amp;; &amp;amp"},
-      {"&a&amp;&&lt;&#6&#65;", "&amp;a&amp;&amp;&lt;&amp;#6&#65;"},
-      {"<![CDATA[x]]>AT&T&", "&lt;![CDATA[x]]&gt;AT&amp;T&amp;"},
-      {"\t\r\n\x01\x7F\xC3\xA9\xFF&#x41", "\t\r\n\x01\x7F\xC3\xA9\xFF&amp;#x41"},
-  };
-  for (const auto &[value, escaped] : cases) {
-    XmlNode *node = nullptr;
-    ASSERT_EQ(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "e", value, &node), kOk);
-    ASSERT_EQ(NEB_XML_AddAttr(node, nullptr, "a", value), kOk);
-    const std::string text = escaped;
-    EXPECT_EQ(printedBy(NEB_XML_Transform, node), "<e a=\"" + text + "\">" + text + "</e>\n");
-    NEB_XML_FreeNode(node);
-  }
-}
-
 // The output is gathered in chunks. Here every part of some markup comes last in a chunk.
 TEST(Transform, PrintsShortMarkupWhereverAPieceOfTheTextEnds) {
   for (size_t filler = 850; filler < 1150; ++filler) {
@@ -84,13 +65,13 @@ TEST(Transform, PrintsShortMarkupWhereverAPieceOfTheTextEnds) {
         }
         text += ">sixteen letters.</" + name + ">\n</r>\n";
         XmlNode *document = trees::parsed(text);
-        const auto indented = [](const XmlNode *node, char **out) {
+        const auto printIndented = [](const XmlNode *node, char **out) {
           return NEB_XML_TransformIndented(node, 1, out);
         };
         EXPECT_EQ(printedBy(NEB_XML_Transform, document), text);
         text.insert(before.size(), " ");
         text.insert(text.find("<f>"), " ");
-        EXPECT_EQ(printedBy(indented, document), text);
+        EXPECT_EQ(printedBy(printIndented, document), text);
         NEB_XML_FreeNode(document);
       }
     }
@@ -115,16 +96,105 @@ TEST(Transform, TellsTheFirstOfSeveralFailures) {
   }
 }
 
-TEST(Transform, SkipsOtherTypes) {
-  XmlNode *node = trees::parsed("<a><b/></a>", false);
+// ---- Exact output. That edited trees read back or are refused, the fuzzer roundtrip checks.
+
+std::string indented(const XmlNode *node, uint32_t width) {
+  char *text = nullptr;
+  if (NEB_XML_TransformIndented(node, width, &text) != NEB_XML_OK) return "error";
+  std::string copy = text;
+  NEB_XML_FreeMem(text);
+  return copy;
+}
+
+TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
+  XmlNode *document = trees::parsed("<r a='1'><b><c>x  y</c><d/></b><e>t\tt</e></r>");
+  EXPECT_EQ(indented(document, 0), trees::printed(document));
+  EXPECT_EQ(indented(document, 2),
+            "<r a=\"1\">\n  <b>\n    <c>x  y</c>\n    <d/>\n  </b>\n  <e>t\tt</e>\n</r>\n");
+  EXPECT_EQ(indented(NEB_XML_GetNodeFirstChild(document), 1), "<b>\n <c>x  y</c>\n <d/>\n</b>\n");
+  EXPECT_EQ(indented(document, 16).find("<b>"), indented(document, 0).find("<b>") + 16);
+  const std::string before = trees::printed(document);
   XmlNode *other = nodeOfOtherType();
   for (const Print print : {NEB_XML_Transform, NEB_XML_TransformHead, NEB_XML_TransformTail}) {
     EXPECT_EQ(printedBy(print, other), "null");
   }
-  ASSERT_EQ(NEB_XML_AddFirstChildNode(node, other), kOk);
-  EXPECT_EQ(trees::printed(node), "<a>\n<b/>\n</a>\n");
-  NEB_XML_FreeNode(node);
+  EXPECT_EQ(NEB_XML_AddFirstChildNode(document, other), kOk);
+  EXPECT_EQ(trees::printed(document), before) << "a node of another type";
+  EXPECT_EQ(indented(document, 0), "error");
+  NEB_XML_FreeNode(other);
+  for (const auto &[value, isLayout] : {std::pair(" \t\n\r", true), {" \v", false}, {"x", false}}) {
+    EXPECT_EQ(NEB_XML_SetNode(document, nullptr, nullptr, value), kOk);
+    EXPECT_EQ(indented(document, 0) != "error", isLayout) << "beside children";
+  }
+  NEB_XML_FreeNode(document);
 }
+
+// What a lenient parse gives is printed so that it reads back, or is refused.
+TEST(Indented, PrintsExactlyOrRefuses) {
+  const std::string error = "error";
+  std::vector<std::pair<std::string, std::string>> cases;
+  const std::vector<std::string> lines = tables::linesOf("exact.txt");
+  for (size_t i = 0; i + 1 < lines.size(); i += 2) cases.emplace_back(lines[i], lines[i + 1]);
+  std::string names =
+      "1 -a .a 1:a <![CDATA[]]> a&#32;b a&#10;b a&lt; a] a&amp; a&#47; a@ a[ a` a{ a; ";
+  for (std::istringstream each(names + "a\x7F a\x01 a!b more-than-sixteen!"); each >> names;) {
+    cases.insert(cases.end(), {{"<a " + names + "=''/>", error}, {"<" + names + " />", error}});
+  }
+  cases.insert(cases.end(), {{"<a &#58;b=''/>", error}, {"<a b&#58;=''/>", error}});
+  for (char control = 1; control < ' '; ++control) {
+    if (std::strchr("\t\n\r", control) != nullptr) continue;
+    for (const std::string &value : {control + std::string("a"), std::string(20, 'b') + control}) {
+      cases.insert(cases.end(),
+                   {{"<a x='" + value + "'/>", error}, {"<a>" + value + "</a>", error}});
+    }
+  }
+  for (const auto &[input, expected] : cases) {
+    for (const bool withSession : {false, true}) {
+      XmlNode *document = trees::parsed(input, withSession);
+      const std::string whole = indented(document, 0);
+      EXPECT_EQ(whole, expected == error ? error : expected + "\n") << input;
+      XmlNode *again = trees::parsed(expected == error ? input : indented(document, 16));
+      EXPECT_EQ(indented(again, 0), whole);
+      NEB_XML_FreeNode(again);
+      NEB_XML_FreeNode(document);
+    }
+  }
+}
+
+// The last of many is the first's twin when its prefix is that of the first, printed with a name.
+TEST(Indented, RefusesAttributesOfOneNameAndShortMemory) {
+  for (const size_t count : {2U, 24U, 25U, 26U, 70U, 1000U}) {
+    for (const bool isTwin : {false, true}) {
+      std::string text = "<a p&#58;x&#58;y=''";
+      for (size_t i = 2; i < count; ++i) text += " name" + std::to_string(i) + "=''";
+      XmlNode *document = trees::parsed(text + (isTwin ? " p:x&#58;y=''/>" : " p:x&#58;z=''/>"));
+      const size_t before = guarded::outstanding();
+      uint32_t result = NEB_XML_ERR_NO_MEMORY;
+      for (size_t n = 1; result == NEB_XML_ERR_NO_MEMORY; ++n) {
+        const guarded::FailingAllocation failing(n);
+        char *printed = nullptr;
+        result = NEB_XML_TransformIndented(document, 0, &printed);
+        NEB_XML_FreeMem(printed);
+        EXPECT_EQ(guarded::outstanding(), before);
+        EXPECT_EQ(result == NEB_XML_ERR_NO_MEMORY, failing.happened());
+      }
+      EXPECT_EQ(result, isTwin ? kInvalid : kOk);
+      NEB_XML_FreeNode(document);
+    }
+  }
+}
+
+TEST(Indented, StopsGrowingAt128Columns) {
+  using tables::repeated;
+  XmlNode *document = trees::parsed(repeated("<a>", 5000) + "<b/>" + repeated("</a>", 5000));
+  const std::string printed = indented(document, 16);
+  const std::string widest = std::string(128, ' ') + "<a>\n";
+  EXPECT_NE(printed.find("\n" + std::string(112, ' ') + "<a>\n" + widest + widest), printed.npos);
+  EXPECT_LT(printed.size(), 10000 * (widest.size() + 1));
+  NEB_XML_FreeNode(document);
+}
+
+// ---- Into a file
 
 class TransformFile : public testing::Test {
  protected:

@@ -67,21 +67,16 @@ TEST(Navigation, VisitsInDocumentOrder) {
   NEB_XML_FreeNode(document);
 }
 
-TEST(NameTable, SharesTenNames) {
-  for (const bool withSession : {false, true}) {
-    XmlNode *document = parsed("<d/>", withSession);
-    for (char last = 'a'; last < 'a' + 12; ++last) {
-      for (const std::string &name : {std::string(10, 'n') + last, std::string(11, 'n') + last}) {
-        XmlNode *node = element(name.c_str());
-        EXPECT_EQ(NEB_XML_AppendChildNode(document, node), kOk);
-        const bool isShared = last < 'a' + 10 && name.size() < 12;
-        EXPECT_EQ(node->nameOwned, isShared ? 0 : 1) << name;
-        EXPECT_TRUE(node->name == (isShared ? document->nameTable[last - 'a'] : node->name));
-        EXPECT_EQ(std::string(node->name), name);
-      }
-    }
-    NEB_XML_FreeNode(document);
+// An empty place of the table is not the name of a node whose name is empty.
+TEST(NameTable, HoldsNoEmptyName) {
+  XmlNode *document = parsed("<d><<![CDATA[]]>/></d>");
+  XmlNode *nameless = document->firstChild;
+  EXPECT_EQ(NEB_XML_RemoveNode(nameless), kOk);
+  for (XmlNode *each : {nameless, element("x")}) {
+    EXPECT_EQ(NEB_XML_AppendChildNode(document, each), kOk);
   }
+  EXPECT_EQ(described(document), "12:d=-(0:=-,0:x=-)");
+  NEB_XML_FreeNode(document);
 }
 
 // Of the attributes a, p:a and b: which one prefix and name find.
@@ -118,25 +113,6 @@ TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   EXPECT_EQ(NEB_XML_RemoveAttr(node, "", "a"), kOk);
   EXPECT_EQ(described(node), "0:e=- p|a=- b=- a|e='1'");
   NEB_XML_FreeNode(node);
-}
-
-// No attribute gets the name of another one of its element, nor leads on in another element.
-TEST(Attributes, DifferInNameAndStayInTheirElement) {
-  const std::tuple<Text, Text, bool> rows[] = {{nullptr, "b", false}, {"", "b", false},
-                                               {"p", "c", false},     {"p", "b", true},
-                                               {"p", nullptr, true},  {nullptr, "a", true}};
-  for (const auto &[prefix, name, isFree] : rows) {
-    XmlNode *node = parsed("<e a='1' b='2' p:c='3'/>");
-    XmlNode *other = element("other");
-    XmlNode *cursor = node->firstAttr;
-    Text out[3];
-    EXPECT_EQ(NEB_XML_GetNextSiblingAttrEx(other, &out[0], &out[1], &out[2], &cursor), kInvalid);
-    EXPECT_TRUE(cursor == node->firstAttr);
-    EXPECT_EQ(NEB_XML_SetNode(cursor, prefix, name, "4"),
-              isFree ? kOk : uint32_t{NEB_XML_ERR_ALREADY_EXISTS});
-    EXPECT_EQ(described(node) != "12:e=- a='1' b='2' p|c='3'", isFree) << described(node);
-    for (XmlNode *each : {other, node}) NEB_XML_FreeNode(each);
-  }
 }
 
 // Expects a call to be refused and to change nothing if any of its pointers is null, or if the call
@@ -249,6 +225,9 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   for (XmlNode *attribute : {n, n->firstAttr}) EXPECT_EQ(XML_AddAttrNode(attribute, n), kInvalid);
   EXPECT_EQ(XML_AddAttrNode(with.detached, with.detached), kInvalid);
   EXPECT_EQ(NEB_XML_SetNodeValueEx(n, 7, number), kInvalid);
+  EXPECT_EQ(NEB_XML_SetAttrValueEx(n, nullptr, "z", 7, number), kInvalid);
+  EXPECT_EQ(NEB_XML_GetAttrValueEx(n, nullptr, "a", 7, number), kInvalid);
+  EXPECT_EQ(NEB_XML_GetAttrValueEx(n, "", "a", 0, number), kNotFound);
   EXPECT_EQ(NEB_XML_TransformIndented(n, 17, &with.printedText), kInvalid);
   for (const uint32_t type : {1U, 5U, 11U, 13U, 256U, 0xFFFFFFFFU}) {
     EXPECT_EQ(NEB_XML_CreateNode(type, nullptr, nullptr, nullptr, out), kInvalid);
@@ -310,6 +289,79 @@ TEST(Clone, CopiesIntoMemoryThatIsNotCleared) {
     NEB_XML_FreeNode(copies[0]);
     NEB_XML_FreeNode(copies[2]);
   }
+}
+
+// ---- Trees of mixed storage, which random programs do not come upon every day
+
+XmlNode *appended(XmlNode *parent, XmlNode *node) {
+  EXPECT_EQ(NEB_XML_AppendChildNode(parent, node), kOk);
+  return node;
+}
+
+XmlNode *attached(XmlNode *holder, uint32_t session, const char *name, const char *value) {
+  XmlNode *attribute = XML_NewNode(session, NEB_XML_NODE_ATTRIBUTE);
+  EXPECT_EQ(XML_SetNode(attribute, attribute, nullptr, name, value), kOk);
+  EXPECT_EQ(XML_AddAttrNode(attribute, holder), kOk);
+  return attribute;
+}
+
+TEST(Storage, ANodeReleasedAloneLeavesTheRestOfItsTreeToBeReleased) {
+  XmlNode *first = parsed("<first><carved/></first>");
+  XmlNode *second = parsed("<second/>");
+  XmlNode *carved = first->firstChild;
+  NEB_XML_RemoveNode(carved);
+  XmlNode *root = appended(first, element("root"));
+  XmlNode *middle = appended(root, element("middle"));
+  XmlNode *children[] = {element("h1"), carved, element("h2")};
+  for (XmlNode *child : children) appended(middle, child);
+  const uint32_t sessions[] = {0, first->sessionId, 0, second->sessionId};
+  XmlNode *attributes[] = {
+      attached(middle, sessions[0], "0", ""), attached(middle, sessions[1], "1", ""),
+      attached(middle, sessions[2], "2", ""), attached(middle, sessions[3], "3", "")};
+  const size_t released = guarded::releases();
+  XML_FreeSingleNode(middle);  // nothing in the tree of a session
+  NEB_XML_RemoveNode(root);
+  for (XmlNode *node : {root, attributes[0], attributes[1]}) XML_FreeSingleAttrNode(node);
+  EXPECT_EQ(guarded::releases(), released);
+  XML_FreeSingleNode(middle);
+  EXPECT_TRUE(children[0]->next == children[2] && isDetached(carved));
+  XML_FreeSingleAttrNode(attributes[2]);
+  for (XmlNode *attribute : {attributes[0], attributes[1], attributes[3]}) {
+    EXPECT_EQ(XML_AddAttrNode(attribute, root), kOk);
+  }
+  EXPECT_EQ(trees::printed(root), "<root 0=\"\" 1=\"\" 3=\"\"/>\n");
+  XML_FreeNode(children[0]);
+  for (XmlNode *node : {second, root, first}) NEB_XML_FreeNode(node);
+}
+
+// Printing reads before short strings of a session, but not before one of the hooks in its record.
+TEST(Storage, AStringOfTheHooksInARecordOfASessionStandsAlone) {
+  const guarded::UnclearedMemory memory;
+  XmlNode *document = parsed("<d/>", false);
+  const uint32_t session = XML_MemSessionBegin(1024);
+  XmlNode *attribute = XML_NewNode(session, NEB_XML_NODE_ATTRIBUTE);
+  EXPECT_EQ(XML_SetNode(XML_NewNode(session, NEB_XML_NODE_ELEMENT), attribute, nullptr, "a", "1"),
+            kOk);
+  EXPECT_EQ(XML_AddAttrNode(attribute, document), kOk);
+  EXPECT_EQ(NEB_XML_SetAttr(document, nullptr, "a", "v"), kOk);
+  EXPECT_EQ(trees::printed(document), "<d a=\"v\"/>\n");
+  EXPECT_EQ(XML_MemSessionEnd(session), 1U);
+  NEB_XML_FreeNode(document);
+}
+
+// A name in the table of a session binds an attribute to it, with or without a value.
+TEST(Storage, AnAttributeIsBoundToTheSessionThatHoldsItsName) {
+  XmlNode *first = parsed("<first/>");
+  XmlNode *second = parsed("<second/>");
+  XmlNode *holder = appended(first, element("element"));
+  XmlNode *attribute = attached(holder, 0, "x", "1");
+  EXPECT_EQ(NEB_XML_SetAttr(holder, nullptr, "x", ""), kOk);
+  NEB_XML_RemoveNode(holder);
+  XML_FreeSingleNode(holder);
+  holder = element("other");
+  EXPECT_EQ(XML_AddAttrNode(attribute, holder), kOk);
+  EXPECT_EQ(NEB_XML_AppendChildNode(second, holder), uint32_t{NEB_XML_ERR_INVALID_PARAM});
+  for (XmlNode *node : {holder, first, second}) NEB_XML_FreeNode(node);
 }
 
 }  // namespace

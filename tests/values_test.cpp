@@ -4,9 +4,7 @@
 #include <charconv>
 #include <cstring>
 #include <random>
-#include <tuple>
 
-#include "support/trees.h"
 #include "xml/record/node.h"
 
 using namespace neb::xml::internal;
@@ -14,8 +12,6 @@ using namespace neb::xml::internal;
 namespace {
 
 constexpr uint32_t kOk = NEB_XML_OK, kInvalid = NEB_XML_ERR_INVALID_PARAM;
-constexpr uint32_t kNotFound = NEB_XML_ERR_NOT_FOUND;
-constexpr uint32_t kExists = NEB_XML_ERR_ALREADY_EXISTS;
 
 // A variable at an odd address between bytes that must stay.
 struct Variable {
@@ -52,14 +48,12 @@ void checkOne(uint32_t type, std::string text, int64_t number) {
   g_fnXMLFree(node.value);
 }
 
-template <typename... Integers>
-void checkTypes(const std::string &text, int64_t number) {
-  uint32_t type = NEB_XML_VALUE_BOOL;
-  (checkOne<Integers>(++type, text, number), ...);
-}
-
 void check(const std::string &text, int64_t number) {
-  checkTypes<int32_t, uint32_t, int16_t, uint16_t, int8_t, uint8_t>(text, number);
+  uint32_t type = NEB_XML_VALUE_BOOL;
+  const auto checkAll = [&]<typename... Integers>() {
+    (checkOne<Integers>(++type, text, number), ...);
+  };
+  checkAll.operator()<int32_t, uint32_t, int16_t, uint16_t, int8_t, uint8_t>();
 }
 
 TEST(Values, EveryNumberOf16BitsLimitsAndMalformedTexts) {
@@ -96,32 +90,6 @@ TEST(Values, Booleans) {
     EXPECT_STREQ(node.value, value == 0 ? "false" : "true");
   }
   g_fnXMLFree(node.value);
-}
-
-// Each row works on what the rows before it have made of the element.
-TEST(Values, OfAttributes) {
-  using Text = const char *;
-  constexpr Text kAll = "a='255' b='true' p|a='4294967295'";
-  const std::tuple<Text, Text, uint32_t, uint32_t, uint32_t, Text> rows[] = {
-      {nullptr, "a", 5, kOk, kOk, "a='-1'"},
-      {"", "a", 5, kExists, kNotFound, "a='-1'"},
-      {nullptr, "a", 6, kOk, kOk, "a='255'"},
-      {"", "b", 0, kOk, kNotFound, "a='255' b='true'"},
-      {"p", "a", 2, kOk, kOk, kAll},
-      {nullptr, "a", 7, kInvalid, kInvalid, kAll},
-      {"q", "a", 9, kInvalid, kNotFound, kAll},
-      {nullptr, "", 0, kInvalid, kNotFound, kAll},
-      {"p", "a", 4, kOk, kOk, "a='255' b='true' p|a='65535'"}};
-  XmlNode *element = XML_NewNode(0, NEB_XML_NODE_ELEMENT);
-  for (const auto &[prefix, name, type, set, get, attributes] : rows) {
-    const uint32_t number = 0xFFFFFFFF;
-    Variable out;
-    EXPECT_EQ(NEB_XML_SetAttrValueEx(element, prefix, name, type, &number), set);
-    EXPECT_EQ(NEB_XML_GetAttrValueEx(element, prefix, name, type, out.bytes + 1), get);
-    EXPECT_EQ(out == Variable(), get != kOk);
-    EXPECT_EQ(trees::described(element), std::string("0:-=- ") + attributes);
-  }
-  NEB_XML_FreeNode(element);
 }
 
 }  // namespace

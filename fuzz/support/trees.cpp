@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "support/links.h"
 #include "support/require.h"
@@ -33,27 +34,14 @@ bool beginsReference(const char *ampersand) {
 }
 
 std::string escaped(const char *value) {
+  constexpr std::string_view kEscaped = "\"'<>";
+  constexpr const char *kReferences[] = {"&quot;", "&apos;", "&lt;", "&gt;"};
   std::string text;
   for (; value != nullptr && *value != '\0'; ++value) {
-    switch (*value) {
-      case '"':
-        text += "&quot;";
-        break;
-      case '\'':
-        text += "&apos;";
-        break;
-      case '<':
-        text += "&lt;";
-        break;
-      case '>':
-        text += "&gt;";
-        break;
-      case '&':
-        text += beginsReference(value) ? "&" : "&amp;";
-        break;
-      default:
-        text += *value;
-    }
+    const size_t kind = kEscaped.find(*value);
+    const bool isAlone = *value == '&' && !beginsReference(value);
+    text += kind < kEscaped.size() ? kReferences[kind] : std::string(1, *value);
+    if (isAlone) text += "amp;";
   }
   return text;
 }

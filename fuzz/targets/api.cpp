@@ -153,7 +153,7 @@ class Machine {
         &Machine::setNumber,     &Machine::setAttribute, &Machine::attach,
         &Machine::copy,          &Machine::setStringsOf, &Machine::setNumber,
         &Machine::takeAttribute, &Machine::copy,         &Machine::print,
-        &Machine::allocate,      &Machine::find,         &Machine::stepFromElsewhere};
+        &Machine::allocate,      &Machine::print,        &Machine::stepFromElsewhere};
     constexpr uint8_t kFailing = 200;  // from this byte on, an allocation fails
     const uint8_t code = bytes_.take();
     if (code >= kFailing) hooks::failNth(1 + code % 4, code % 3 == 0);
@@ -665,19 +665,6 @@ class Machine {
     if (hasNameless && !isShort) return require(result == kInvalid);
     if (how == kExact && result == kInvalid) return;
     if (succeeded(result)) NEB_XML_FreeMem(text);
-  }
-
-  void find(Model *start) {
-    const std::string name = start->texts[kName].text.value_or("");
-    const std::string wanted = copyOf(text()).value_or("");
-    if (name.empty() || wanted.empty()) return;
-    XmlNode *node = nullptr;
-    const uint32_t result = NEB_XML_GetNodeByUrl(start->node, (name + "." + wanted).c_str(), &node);
-    if (start->isAttribute()) return require(result == kInvalid);
-    const auto isWanted = [&](const Model *each) { return each->texts[kName].text == wanted; };
-    const auto child = std::find_if(start->children.begin(), start->children.end(), isWanted);
-    const bool isThere = child != start->children.end();
-    require(result == (isThere ? kOk : kNotFound) && node == (isThere ? (*child)->node : nullptr));
   }
 
   static uint32_t next(const XmlNode *element, const char *(&texts)[3], XmlNode **cursor) {

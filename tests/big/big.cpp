@@ -59,10 +59,7 @@ class HugeText {
   char *text_ = nullptr;
 };
 
-struct Release {
-  void operator()(XmlNode *node) const { NEB_XML_FreeNode(node); }
-};
-using Held = std::unique_ptr<XmlNode, Release>;
+using Held = std::unique_ptr<XmlNode, decltype([](XmlNode *node) { NEB_XML_FreeNode(node); })>;
 
 size_t lengthOfValue(const XmlNode *node) {
   const char *value = nullptr;

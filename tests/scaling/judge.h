@@ -21,8 +21,6 @@ struct Case {
   size_t largestSize;
 };
 
-void printHeading();
-
 // Measures the case at n and at 2n and prints the ratio; false where it is too large, or cannot be
 // told.
 bool judge(const Case &subject);

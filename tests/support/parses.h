@@ -3,15 +3,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "support/guarded_hooks.h"
 #include "support/layout.h"
 #include "support/page_edge.h"
-#include "support/tokenized.h"
 #include "support/trees.h"
 #include "xml/memory/session_table.h"
+#include "xml/parser/builder.h"
+#include "xml/parser/tokenizer.h"
 
 namespace parses {
 
@@ -19,7 +21,23 @@ using namespace neb::xml::internal;
 
 inline const guarded::PageEdge kEdge(size_t{1} << 18);
 
-// Describes the tree and its siblings and frees them; "rejected" if there is no tree.
+// A tree in an arena that the tokenizer has read alone, without the scanner.
+inline uint32_t tokenized(const char *text, XmlNode **document) {
+  if (isMissing(text)) return NEB_XML_ERR_INVALID_PARAM;
+  *document = nullptr;
+  const uint32_t session = XML_MemSessionBegin(kDocumentSessionSize);
+  TreeBuilder<ArenaAllocation> builder(Storage(session),
+                                       XML_NewNode(session, NEB_XML_NODE_DOCUMENT));
+  Tokenizer<TreeBuilder<ArenaAllocation>> tokenizer(&builder, text);
+  if (tokenizer.skipProlog() && tokenizer.readAll()) {
+    *document = builder.release();
+    return NEB_XML_OK;
+  }
+  XML_MemSessionEnd(session);
+  return NEB_XML_ERR_SYNTAX;
+}
+
+// The tree, released with what stands beside it; "rejected" if there is none.
 inline std::string outcomeOf(uint32_t result, XmlNode *document) {
   EXPECT_EQ(result, uint32_t{document == nullptr ? NEB_XML_ERR_SYNTAX : NEB_XML_OK});
   if (document == nullptr) return "rejected";
@@ -52,7 +70,19 @@ std::string laidOut(const std::string &text, Parse parse) {
   return layout;
 }
 
-// Describes the tree that every entry point builds, with the scanner and with the tokenizer alone.
+// A report of a malformed document names a line and a column of it, and what stands in it.
+inline void expectPosition(const std::string &text, const NEB_XML_PARSE_ERROR &error) {
+  const std::string before = text.substr(0, error.offset);
+  EXPECT_EQ(error.code, uint32_t{NEB_XML_ERR_SYNTAX});
+  EXPECT_TRUE(before.size() == error.offset && before.find('\0') == before.npos) << text;
+  EXPECT_EQ(error.line, 1U + static_cast<size_t>(std::count(before.begin(), before.end(), '\n')));
+  EXPECT_EQ(error.column, before.size() - (before.rfind('\n') + 1) + 1) << text;
+  EXPECT_LE(error.endNameOffset + error.endNameLength, text.size());
+  EXPECT_LE(error.startNameOffset + error.startNameLength, text.size());
+  EXPECT_TRUE(error.startNameLength == 0 || text[error.startTagOffset] == '<') << text;
+}
+
+// The tree that every entry point makes of a text, by the scanner and by the tokenizer alone.
 inline std::string outcome(const std::string &text) {
   const std::string_view terminated(text.c_str(), text.size() + 1);
   std::string outcomes[6];
@@ -73,7 +103,7 @@ inline std::string outcome(const std::string &text) {
   for (const std::string &each : outcomes) EXPECT_EQ(each, outcomes[0]) << text;
   EXPECT_EQ(errors[0].offset, errors[1].offset) << text;
   EXPECT_EQ(errors[0].reason == nullptr, outcomes[0] != "rejected") << text;
-  EXPECT_LE(errors[0].offset, text.size());
+  if (errors[0].reason != nullptr) expectPosition(text, errors[0]);
   const std::string layout = laidOut(text, NEB_XML_ParseEx);
   EXPECT_EQ(layout, laidOut(text, tokenized)) << text;
   const guarded::UnclearedMemory memory;

@@ -1,19 +1,9 @@
-// Tables in strings, and long strings.
+// Long strings.
 #pragma once
 
 #include <string>
-#include <vector>
 
 namespace tables {
-
-// The fields of a table. Each field ends in " ~ ".
-inline std::vector<std::string> fieldsOf(const std::string &table) {
-  std::vector<std::string> fields;
-  for (size_t from = 0, end = 0; (end = table.find(" ~ ", from)) != table.npos; from = end + 3) {
-    fields.push_back(table.substr(from, end - from));
-  }
-  return fields;
-}
 
 inline std::string repeated(const std::string &text, size_t count) {
   std::string result;

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <sstream>
@@ -40,18 +39,11 @@ std::string readFile(const std::string &path) {
   return text.str();
 }
 
-std::string temporaryFile(const std::string &text, int number) {
-  const auto *test = testing::UnitTest::GetInstance()->current_test_info();
-  std::string name = std::string(test->test_suite_name()) + "_" + test->name();
-  std::replace(name.begin(), name.end(), '/', '_');
-  const std::string path = testing::TempDir() + name + "_" + std::to_string(number) + ".xml";
-  std::ofstream(path, std::ios::binary) << text;
-  return path;
-}
-
 std::string temporaryFile(const std::string &text) {
   static std::atomic<unsigned> number;
-  return temporaryFile(text, static_cast<int>(number++ % 4));
+  const std::string path = testing::TempDir() + std::to_string(number++) + ".xml";
+  std::ofstream(path, std::ios::binary) << text;
+  return path;
 }
 
 }  // namespace trees

@@ -20,10 +20,7 @@ std::string printed(const XmlNode *node);
 
 std::string readFile(const std::string &path);
 
-// Writes the bytes into a new file in the temporary folder of the test, and returns its path.
+// A new file in the program's temporary folder that holds a text.
 std::string temporaryFile(const std::string &text);
-
-// Likewise. The number keeps the files of several threads apart.
-std::string temporaryFile(const std::string &text, int number);
 
 }  // namespace trees

@@ -23,24 +23,21 @@ static int PrintOnce(void *library) {
       !Find(library, "NEB_XML_FreeMem", &freeMem) ||
       !Find(library, "NEB_XML_FreeNode", &freeNode) ||
       parse("<plugin/>", &document) != NEB_XML_OK || transform(document, &text) != NEB_XML_OK) {
-    return 1;
+    return 0;
   }
   fputs(text, stdout);
   freeMem(text);
   freeNode(document);
-  return 0;
+  return 1;
 }
 
 int main(int count, char **arguments) {
   int round;
   for (round = 0; round < 2; ++round) {
     void *library = count == 2 ? dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL) : NULL;
-    if (library == NULL || PrintOnce(library) != 0 || dlclose(library) != 0) {
-      fprintf(stderr, "%s\n", dlerror());
-      return 1;
-    }
-    if (dlopen(arguments[1], RTLD_NOW | RTLD_NOLOAD) != NULL) {
-      fputs("not unloaded\n", stderr);
+    const int works = library != NULL && PrintOnce(library) && dlclose(library) == 0;
+    if (!works || dlopen(arguments[1], RTLD_NOW | RTLD_NOLOAD) != NULL) {
+      fprintf(stderr, "%s\n", works ? "not unloaded" : dlerror());
       return 1;
     }
   }
