@@ -49,9 +49,9 @@ bool isAccepted(const std::string &text) {
   return outcome(text) != "rejected";
 }
 
-using Plain = EachKernel;
+using Scanning = EachKernel;
 
-TEST_P(Plain, AgreesOnRandomMarkup) {
+TEST_P(Scanning, AgreesOnRandomMarkup) {
   std::mt19937 random(17);
   size_t accepted = 0;
   for (int round = 0; round < 3000; ++round) {
@@ -61,7 +61,7 @@ TEST_P(Plain, AgreesOnRandomMarkup) {
 }
 
 // Each kind of markup with text enough behind it, and as the last of a text.
-TEST_P(Plain, AgreesOnEachMarkup) {
+TEST_P(Scanning, AgreesOnEachMarkup) {
   for (const std::string begin : {"<r>", "<r><longer.than.a.vector/>"}) {
     const std::string end = "<m/>" + std::string(200, ' ') + "</r>";
     for (const std::string &bad : kBad) EXPECT_FALSE(isAccepted(begin + bad + end)) << bad;
@@ -73,7 +73,7 @@ TEST_P(Plain, AgreesOnEachMarkup) {
 }
 
 // A piece is as long as what it was made from.
-TEST_P(Plain, LeavesZerosBehindWhatReferencesBecome) {
+TEST_P(Scanning, LeavesZerosBehindWhatReferencesBecome) {
   const std::string text =
       "<r><n x='&lt;&lt;&lt;&lt;'>&amp;&amp;&amp;&amp;t</n>" + std::string(200, '\n') + "</r>";
   XmlNode *document = trees::parsed(text);
@@ -100,7 +100,7 @@ void expectAgreement(const std::string &shape, size_t run, bool isCut) {
 
 // Texts of every length, with what follows a run at every place in a word of the maps and on both
 // sides of a stretch, and of the lengths around which numbers become longer.
-TEST_P(Plain, AgreesAtEveryLength) {
+TEST_P(Scanning, AgreesAtEveryLength) {
   for (const std::string &shape : kShapes) {
     for (size_t run = 0; run <= 200; ++run) expectAgreement(shape, run, run <= 70);
     const auto runs = static_cast<size_t>(std::count_if(
@@ -127,7 +127,7 @@ void expectTold(const std::vector<std::string> &contexts, const std::string &pre
   }
 }
 
-TEST_P(Plain, ComparesNamesToTheirLastBytes) {
+TEST_P(Scanning, ComparesNamesToTheirLastBytes) {
   std::string many;
   for (int i = 0; i < 30; ++i) many += " a" + std::to_string(i) + "=''";
   const std::string spaces(150, ' ');
@@ -178,7 +178,7 @@ TEST_P(Plain, ComparesNamesToTheirLastBytes) {
 }
 
 // References at every place in what is decoded at once, against what they stand for.
-TEST_P(Plain, DecodesEachReferenceWhereItStands) {
+TEST_P(Scanning, DecodesEachReferenceWhereItStands) {
   constexpr const char *kMeanings[][2] = {{"&amp;", "&"},
                                           {"&lt;", "<"},
                                           {"&gt;", ">"},
@@ -208,6 +208,6 @@ TEST_P(Plain, DecodesEachReferenceWhereItStands) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Kernels, Plain, allKernels(), nameOfKernel);
+INSTANTIATE_TEST_SUITE_P(Kernels, Scanning, allKernels(), nameOfKernel);
 
 }  // namespace
