@@ -7,7 +7,8 @@
 // 4. The tokenizer reads everything else: it alone knows the whole language.
 // 5. Both report the tokens to the tree builder, which allocates all nodes but the document's
 //    record, in an arena or on the heap.
-// 6. The last 128 bytes are scanned in a copy with zeros behind it, so that no window ends early.
+// 6. The end of the document is scanned in a copy with zeros behind it, so that no window ends
+//    early.
 // 7. A failed parse frees what was built. If the caller wants to know why and where, the tokenizer
 //    reads the document once more, for the checking builder.
 #pragma once

@@ -97,6 +97,11 @@ class Scanner {
   static_assert(StructuralIndex::kReach >= kBytesPerWord + kWidestCopy);
   static_assert(StructuralIndex::kReach > kBytesPerWord + 2 + kLongestShortName + kVectorSize);
 
+  // At most so much of the end is copied. A document that is not larger is scanned in the copy
+  // alone.
+  static constexpr size_t kTailSize = 384;
+  static_assert(kTailSize >= StructuralIndex::kReach);
+
   // With more white space than this, too little of a window would remain.
   static constexpr size_t kMostWhitespace = 32;
 
@@ -131,7 +136,7 @@ class Scanner {
   void prepareWindow() {
     const char *cursor = tokenizer_.cursor();
     if (hasWholeWindow(cursor)) return;
-    if (index_.isNearEnd(cursor)) {
+    if (static_cast<size_t>(index_.documentEnd() - cursor) <= kTailSize) {
       enterTail(cursor);
     } else {
       index_.moveTo(cursor);
@@ -144,8 +149,9 @@ class Scanner {
     const auto behind = static_cast<size_t>(cursor - documentBegin());
     const size_t before = std::min(behind, kVectorSize);
     char *copy = tail_ + kVectorSize;
-    std::memset(tail_, 0, sizeof tail_);
+    std::memset(tail_, 0, kVectorSize);
     std::memcpy(copy - before, cursor - before, before + left);
+    std::memset(copy + left, 0, StructuralIndex::kReach);
     if (const char *name = builder_.leafName()) {
       // Too near the end of the document to be read there by whole vectors.
       if (name + StructuralIndex::kReach > index_.documentEnd()) builder_.forgetLeafName();
@@ -367,11 +373,24 @@ class Scanner {
     if (!builder_.hasOpen()) return false;
     const char *token = mayBeWhitespace(*cursor) ? index_.nextNonWhitespace(cursor) : cursor;
     if (*token != '<') return scanLongText(token);
-    // Not before a CDATA section, and not if it may be a value.
-    const bool isIgnored =
-        token != cursor && token[1] != '!' && !(beginsEndTag(token) && builder_.isInContent());
+    if (beginsEndTag(token)) return scanLongEndTag(token);
+    const bool isIgnored = token != cursor && token[1] != '!';  // not before a CDATA section
     if (isIgnored) tokenizer_.setCursor(token);
     return isIgnored;
+  }
+
+  // The end tag of the root, of a long name, or behind white space that is a value.
+  bool scanLongEndTag(const char *tag) {
+    const XmlNode *element = builder_.open();
+    const size_t length = element->nameLength;
+    if (length == 0 || !isEndTag(tag, element->name, length) || !builder_.splitName()) return false;
+    const char *run = tag;
+    while (run[-1] != '>' && builder_.isInContent()) --run;
+    const bool isValue = run != tag;
+    if (isValue && !builder_.setText({run, static_cast<size_t>(tag - run), true})) return false;
+    builder_.closeInContent();
+    tokenizer_.setCursor(behindEndTag(tag, length));
+    return true;
   }
 
   // An attribute behind more white space than the loop takes.
@@ -434,7 +453,7 @@ class Scanner {
   const char *firstScanned_;
   bool isInTail_ = false;
   StructuralIndex index_;
-  char tail_[kVectorSize + 2 * StructuralIndex::kReach];
+  char tail_[kVectorSize + kTailSize + StructuralIndex::kReach];
 };
 
 }  // namespace neb::xml::internal

@@ -39,11 +39,6 @@ class StructuralIndex {
     return hasWindow(from) && offsetOf(from) + kBytesPerWord <= coveredBytes_;
   }
 
-  // Whether the document ends so soon that windows would need zeros behind it.
-  bool isNearEnd(const char *from) const {
-    return static_cast<size_t>(documentEnd_ - from) <= kReach;
-  }
-
   // The bits from here on, the lowest first. If the covered part ends soon, or if the byte is not
   // the first of eight, the highest may be missing.
   uint64_t window(Question question, const char *from) const {
