@@ -12,6 +12,7 @@
 namespace neb::xml::internal {
 
 // In the names of tests.
+// NOLINTNEXTLINE(readability-identifier-naming): GoogleTest looks for this name
 inline void PrintTo(const Kernel *kernel, std::ostream *stream) { *stream << kernel->name; }
 
 }  // namespace neb::xml::internal
