@@ -139,7 +139,7 @@ uint64_t NameKey::of(const XmlNode *attribute) {
   size_t length = 0;
   for (PrintedName name(attribute);; ++length) {
     const char byte = name.next();
-    if (byte == '\0') return of(first, length);
+    if (byte == '\0') return length != 0 ? of(first, length) : 0;
     if (length < sizeof first) first[length] = byte;
   }
 }

@@ -14,7 +14,7 @@ namespace neb::xml::internal {
 // The first bytes of a name and its length: equal for equal names, and seldom for others.
 class NameKey {
  public:
-  // At least eight bytes can be read, whatever the length.
+  // The name is not empty. At least eight bytes can be read, whatever the length.
   static uint64_t of(const char *name, size_t length) {
     uint64_t bytes = 0;
     std::memcpy(&bytes, name, sizeof bytes);
