@@ -130,7 +130,7 @@ void expectStringsKept(const std::string &text, bool withSession) {
   EXPECT_EQ(hasName ? buffer.data : "", text + text + text);
   XML_MembufDestroy(&buffer);
   const std::string path = "/dev/null/" + text;
-  EXPECT_EQ(NEB_XML_ParseFile(edges[2].text(path), &document), uint32_t{NEB_XML_ERR_FILE_OPEN});
+  EXPECT_EQ(NEB_XML_ParseFile(edges[2].text(path), &document), kFileOpen);
 }
 
 TEST(Bounds, OfStringsOfEveryLengthAreKept) {

@@ -110,8 +110,8 @@ TEST(Face, ReadsAndWritesTypedValues) {
   expectRoundTrip(std::numeric_limits<std::int32_t>::min(), "-2147483648");
   expectRoundTrip(std::numeric_limits<std::uint32_t>::max(), "4294967295");
   const Document document = parsed("<a x='256'>no</a>");
-  EXPECT_EQ(document.root().get<std::uint8_t>("x").error().code, NEB_XML_ERR_INVALID_PARAM);
-  EXPECT_EQ(document.root().get<int>("y").error().code, NEB_XML_ERR_NOT_FOUND);
+  EXPECT_EQ(document.root().get<std::uint8_t>("x").error().code, kInvalid);
+  EXPECT_EQ(document.root().get<int>("y").error().code, kNotFound);
   EXPECT_EQ(document.root().get<int>().value_or(7), 7);
 }
 
@@ -130,7 +130,7 @@ TEST(Face, EditsInTheStorageOfTheTree) {
   EXPECT_TRUE(root.append_copy(other.root().find("c.s.2")));
   EXPECT_TRUE(root.last_child().remove_attribute("id"));
   EXPECT_TRUE(root.find("config.third").remove());
-  EXPECT_EQ(root.remove().code(), NEB_XML_ERR_INVALID_PARAM) << "the document's to release";
+  EXPECT_EQ(root.remove().code(), kInvalid) << "the document's to release";
   const std::size_t before = guarded::outstanding();
   EXPECT_EQ(*document.to_string(1),
             "<p:config v=\"new\">\n <nought/>\n <first>1</first>\n <second/>\n <s>\n  <t>two</t>\n"
@@ -141,18 +141,18 @@ TEST(Face, EditsInTheStorageOfTheTree) {
 TEST(Face, ErrorsAreValues) {
   const auto malformed = Document::parse("<a>\n <b></c>\n</a>");
   ASSERT_FALSE(malformed);
-  EXPECT_EQ(malformed.error().code, NEB_XML_ERR_SYNTAX);
+  EXPECT_EQ(malformed.error().code, kSyntax);
   EXPECT_TRUE(malformed.error().line == 2 && malformed.error().column == 5);
   EXPECT_STRNE(malformed.error().reason, "");
-  EXPECT_EQ(Document::parse("").error().code, NEB_XML_ERR_INVALID_PARAM);
-  EXPECT_EQ(Document::parse_file("none/none.xml").error().code, NEB_XML_ERR_FILE_OPEN);
+  EXPECT_EQ(Document::parse("").error().code, kInvalid);
+  EXPECT_EQ(Document::parse_file("none/none.xml").error().code, kFileOpen);
   Node empty;
   EXPECT_FALSE(empty || empty.parent() || empty.find("a") || empty.first_attribute());
   EXPECT_TRUE(empty.children().empty() && empty.descendants().empty());
   for (const Status status :
        {empty.set("x"), empty.set(1), empty.set_attribute("a", "b"), empty.remove_attribute("a"),
         empty.remove(), Document().save("none")}) {
-    EXPECT_EQ(status.code(), NEB_XML_ERR_INVALID_PARAM);
+    EXPECT_EQ(status.code(), kInvalid);
   }
   EXPECT_FALSE(empty.append("a") || empty.append_copy(empty) || empty.to_string());
   EXPECT_FALSE(Document().clone());
@@ -165,14 +165,14 @@ TEST(Face, ErrorsAreValues) {
         Status(root.append("a" + nul).error().code), document.save(file + nul),
         Status(Document::create("a" + nul).error().code),
         Status(Document::parse_file(file + nul).error().code)}) {
-    EXPECT_EQ(status.code(), NEB_XML_ERR_INVALID_PARAM) << "what follows a NUL would be lost";
+    EXPECT_EQ(status.code(), kInvalid) << "what follows a NUL would be lost";
   }
   EXPECT_FALSE(root.find("a" + nul) || root.insert_after("beside the root"));
   EXPECT_EQ(*root.to_string() + trees::readFile(file), "<a/>\n<old/>");
   const guarded::FailingAllocation failing(1, true);
-  EXPECT_EQ(Document::create("a").error().code, NEB_XML_ERR_NO_MEMORY);
-  EXPECT_EQ(Document::parse("<a/>").error().code, NEB_XML_ERR_NO_MEMORY);
-  EXPECT_EQ(root.append("b").error().code, NEB_XML_ERR_NO_MEMORY);
+  EXPECT_EQ(Document::create("a").error().code, kNoMemory);
+  EXPECT_EQ(Document::parse("<a/>").error().code, kNoMemory);
+  EXPECT_EQ(root.append("b").error().code, kNoMemory);
 }
 
 // Texts of up to 255 bytes are handed over in a buffer, longer ones in a string.

@@ -28,11 +28,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using failing_files::Following;
-
-constexpr uint32_t kOk = NEB_XML_OK;
-constexpr uint32_t kInvalid = NEB_XML_ERR_INVALID_PARAM;
-constexpr uint32_t kOpen = NEB_XML_ERR_FILE_OPEN;
-constexpr uint32_t kWrite = NEB_XML_ERR_FILE_WRITE;
 constexpr uid_t kNobody = 65534;
 using Attributes = std::map<std::string, std::string>;
 constexpr char kTemporaryBegin[] = ".neb-xml-";
@@ -162,7 +157,7 @@ TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
        {path("missing/file.xml"), path("folder"), path("dangling"), path("loop"), path("file.xml/"),
         path("new/"), std::string("/dev/null"), path(std::string(1100, 'x')),
         path(std::string(256, 'x')), std::string()}) {
-    EXPECT_EQ(save(wrong), kOpen) << wrong;
+    EXPECT_EQ(save(wrong), kFileOpen) << wrong;
   }
   // A link into a folder whose path leaves room for a name, but not for a temporary one.
   fs::path deep = folder_;
@@ -171,7 +166,7 @@ TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
   fs::create_directories(deep);
   std::ofstream(deep / "f") << old;
   fs::create_symlink(deep, path("deep"));
-  EXPECT_EQ(save(path("deep/f")), kOpen);
+  EXPECT_EQ(save(path("deep/f")), kFileOpen);
   EXPECT_EQ(trees::readFile(deep / "f"), old);
   EXPECT_EQ(NEB_XML_SaveFile(document_, nullptr, 0), kInvalid);
   EXPECT_EQ(NEB_XML_SaveFile(document_, file.c_str(), 17), kInvalid);
@@ -219,7 +214,7 @@ TEST_F(Save, KeepsAccessListsAndAttributes) {
       const guarded::FailingAllocation failing(++count);
       const uint32_t result = save(file);
       hasFailed = failing.happened();
-      EXPECT_EQ(result, hasFailed ? uint32_t{NEB_XML_ERR_NO_MEMORY} : kOk);
+      EXPECT_EQ(result, hasFailed ? kNoMemory : kOk);
       EXPECT_EQ(filesInFolder(), 1U);
     }
     EXPECT_TRUE(rightsOf(file) == before) << std::oct << mode;
@@ -261,7 +256,7 @@ TEST_F(Save, GivesNoRightsAwayWithTheOwner) {
     ASSERT_TRUE(seteuid(0) == 0 && setegid(0) == 0);
     ASSERT_EQ(setgroups(static_cast<size_t>(count), groups), 0);
     const bool isRefused = expected == 0;
-    EXPECT_EQ(result, isRefused ? kWrite : kOk);
+    EXPECT_EQ(result, isRefused ? kFileWrite : kOk);
     EXPECT_TRUE(rightsOf(file) ==
                 (isRefused ? old : Rights(expected, kNobody, isMember ? 0 : group, after)));
   }
@@ -320,7 +315,7 @@ TEST_F(Save, KeepsItsPromiseWhicheverCallFails) {
             calls = Following::calls();
           }
           SCOPED_TRACE(calls + std::to_string(error));
-          EXPECT_TRUE(result == kOk || result == kOpen || result == kWrite) << result;
+          EXPECT_TRUE(result == kOk || result == kFileOpen || result == kFileWrite) << result;
           EXPECT_EQ(result == kOk, goesOnAfter(calls, error)) << result;
           EXPECT_TRUE(hasFailure(calls) || std::regex_match(calls, order));
           EXPECT_EQ(filesIn("/proc/self/fd"), descriptors);

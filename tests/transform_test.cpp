@@ -28,11 +28,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using Print = uint32_t (*)(const XmlNode *, char **);
-
-constexpr uint32_t kOk = NEB_XML_OK;
-constexpr uint32_t kInvalid = NEB_XML_ERR_INVALID_PARAM;
-
 // "null" when nothing was written. The text must be exactly as large as needed and stand alone.
 std::string printedBy(Print print, const XmlNode *node) {
   char *text = nullptr;
@@ -65,13 +60,10 @@ TEST(Transform, PrintsShortMarkupWhereverAPieceOfTheTextEnds) {
         }
         text += ">sixteen letters.</" + name + ">\n</r>\n";
         XmlNode *document = trees::parsed(text);
-        const auto printIndented = [](const XmlNode *node, char **out) {
-          return NEB_XML_TransformIndented(node, 1, out);
-        };
         EXPECT_EQ(printedBy(NEB_XML_Transform, document), text);
-        text.insert(before.size(), " ");
-        text.insert(text.find("<f>"), " ");
-        EXPECT_EQ(printedBy(printIndented, document), text);
+        text.insert(before.size(), "  ");
+        text.insert(text.find("<f>"), "  ");
+        EXPECT_EQ(printedBy(kPrintIndented, document), text);
         NEB_XML_FreeNode(document);
       }
     }
@@ -89,8 +81,7 @@ TEST(Transform, TellsTheFirstOfSeveralFailures) {
     EXPECT_EQ(NEB_XML_SetNode(children[isNamelessFirst ? 0 : 1], nullptr, "", nullptr), kOk);
     char *text = nullptr;
     const guarded::FailingAllocation second(2);
-    EXPECT_EQ(NEB_XML_Transform(document, &text),
-              isNamelessFirst ? kInvalid : uint32_t{NEB_XML_ERR_NO_MEMORY});
+    EXPECT_EQ(NEB_XML_Transform(document, &text), isNamelessFirst ? kInvalid : kNoMemory);
     EXPECT_EQ(text, nullptr);
     NEB_XML_FreeNode(document);
   }
@@ -100,7 +91,7 @@ TEST(Transform, TellsTheFirstOfSeveralFailures) {
 
 std::string indented(const XmlNode *node, uint32_t width) {
   char *text = nullptr;
-  if (NEB_XML_TransformIndented(node, width, &text) != NEB_XML_OK) return "error";
+  if (NEB_XML_TransformIndented(node, width, &text) != kOk) return "error";
   std::string copy = text;
   NEB_XML_FreeMem(text);
   return copy;
@@ -169,14 +160,14 @@ TEST(Indented, RefusesAttributesOfOneNameAndShortMemory) {
       for (size_t i = 2; i < count; ++i) text += " name" + std::to_string(i) + "=''";
       XmlNode *document = trees::parsed(text + (isTwin ? " p:x&#58;y=''/>" : " p:x&#58;z=''/>"));
       const size_t before = guarded::outstanding();
-      uint32_t result = NEB_XML_ERR_NO_MEMORY;
-      for (size_t n = 1; result == NEB_XML_ERR_NO_MEMORY; ++n) {
+      uint32_t result = kNoMemory;
+      for (size_t n = 1; result == kNoMemory; ++n) {
         const guarded::FailingAllocation failing(n);
         char *printed = nullptr;
         result = NEB_XML_TransformIndented(document, 0, &printed);
         NEB_XML_FreeMem(printed);
         EXPECT_EQ(guarded::outstanding(), before);
-        EXPECT_EQ(result == NEB_XML_ERR_NO_MEMORY, failing.happened());
+        EXPECT_EQ(result == kNoMemory, failing.happened());
       }
       EXPECT_EQ(result, isTwin ? kInvalid : kOk);
       NEB_XML_FreeNode(document);
@@ -220,17 +211,17 @@ TEST_F(TransformFile, HoldsTheTextWhateverWasThereBefore) {
   }
   EXPECT_EQ(guarded::fileCalls(), 0U) << "the hooks are for input files";
   XmlNode *unprinted = nodeOfOtherType();
-  EXPECT_EQ(NEB_XML_TransformFile(unprinted, file_.c_str()), uint32_t{NEB_XML_ERR_FILE_WRITE});
+  EXPECT_EQ(NEB_XML_TransformFile(unprinted, file_.c_str()), kFileWrite);
   EXPECT_EQ(trees::readFile(file_), "") << "no item was written";
   NEB_XML_FreeNode(unprinted);
 }
 
 TEST_F(TransformFile, FailuresLeaveFilesAndDirectoriesAlone) {
   for (const fs::path &path : {folder_ / "missing" / "a.xml", folder_, fs::path()}) {
-    EXPECT_EQ(write(path), uint32_t{NEB_XML_ERR_FILE_OPEN});
+    EXPECT_EQ(write(path), kFileOpen);
   }
   EXPECT_FALSE(fs::exists(folder_ / "missing"));
-  EXPECT_EQ(write("/dev/full"), uint32_t{NEB_XML_ERR_FILE_WRITE});
+  EXPECT_EQ(write("/dev/full"), kFileWrite);
   ASSERT_EQ(write(file_), kOk);
   EXPECT_EQ(NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(document_), nullptr, "", nullptr), kOk);
   EXPECT_EQ(write(file_), kInvalid);
@@ -242,7 +233,7 @@ TEST_F(TransformFile, FailuresLeaveFilesAndDirectoriesAlone) {
 TEST_F(TransformFile, OpensPathsOf1024BytesAndFollowsLinks) {
   std::string path = folder_.string();
   path.append(1024 - path.size() - std::strlen("a.xml"), '/') += "a.xml";
-  EXPECT_EQ(write("/" + path), uint32_t{NEB_XML_ERR_FILE_OPEN}) << "one byte too long";
+  EXPECT_EQ(write("/" + path), kFileOpen) << "one byte too long";
   EXPECT_FALSE(fs::exists(file_));
   // A file not made yet, and a canonical path longer than the given one.
   fs::path deep = folder_;
@@ -263,7 +254,7 @@ TEST_F(TransformFile, OpensPathsOf1024BytesAndFollowsLinks) {
 TEST_F(TransformFile, WritesToAFifoThatIsRead) {
   const std::string value(300'000, 'v');
   ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
-  EXPECT_EQ(write(file_), uint32_t{NEB_XML_ERR_FILE_OPEN});
+  EXPECT_EQ(write(file_), kFileOpen);
   EXPECT_EQ(NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(document_), nullptr, nullptr, value.c_str()),
             kOk);
   const int reader = open(file_.c_str(), O_RDONLY | O_NONBLOCK);

@@ -15,9 +15,6 @@ namespace {
 
 using trees::described;
 using trees::parsed;
-
-constexpr uint32_t kOk = NEB_XML_OK, kInvalid = NEB_XML_ERR_INVALID_PARAM;
-constexpr uint32_t kNotFound = NEB_XML_ERR_NOT_FOUND;
 using Text = const char *;
 
 XmlNode *element(Text name) {
@@ -360,7 +357,7 @@ TEST(Storage, AnAttributeIsBoundToTheSessionThatHoldsItsName) {
   XML_FreeSingleNode(holder);
   holder = element("other");
   EXPECT_EQ(XML_AddAttrNode(attribute, holder), kOk);
-  EXPECT_EQ(NEB_XML_AppendChildNode(second, holder), uint32_t{NEB_XML_ERR_INVALID_PARAM});
+  EXPECT_EQ(NEB_XML_AppendChildNode(second, holder), kInvalid);
   for (XmlNode *node : {holder, first, second}) NEB_XML_FreeNode(node);
 }
 

@@ -15,8 +15,8 @@ std::string describedAlone(const XmlNode *node);
 // The name as it is printed.
 std::string qualifiedName(const XmlNode *node);
 
-// A simple model of the printer: what it must print.
-enum class Half { both, opening, closing };
+// A simple model of the printer: what the first of kPrints must print.
+enum class Half { closing, opening, both };
 std::string printed(const XmlNode *top, Half half);
 
 }  // namespace trees

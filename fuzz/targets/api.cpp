@@ -647,9 +647,6 @@ class Machine {
   // Calls that only read.
 
   void print(Model *model) {
-    constexpr uint32_t (*kPrints[])(const XmlNode *, char **) = {
-        NEB_XML_TransformTail, NEB_XML_TransformHead, NEB_XML_Transform,
-        [](const XmlNode *node, char **text) { return NEB_XML_TransformIndented(node, 2, text); }};
     const size_t how = bytes_.pick(std::size(kPrints));
     char *text = nullptr;
     const uint32_t result = kPrints[how](model->node, &text);
