@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "support/bytes.h"
-#include "support/hooks.h"
+#include "support/guarded_hooks.h"
 #include "support/require.h"
 #include "support/tables.h"
 #include "support/trees.h"
@@ -156,8 +156,8 @@ class Machine {
         &Machine::allocate,      &Machine::print,        &Machine::stepFromElsewhere};
     constexpr uint8_t kFailing = 200;  // from this byte on, an allocation fails
     const uint8_t code = bytes_.take();
-    if (code >= kFailing) hooks::failNth(1 + code % 4, code % 3 == 0);
-    const size_t released = hooks::releases();
+    if (code >= kFailing) guarded::failNth(1 + code % 4, code % 3 == 0);
+    const size_t released = guarded::releases();
     keepsMemory_ = false;
     Model *model = any();
     if (model == nullptr || code % 5 == 0) {
@@ -168,8 +168,8 @@ class Machine {
       (this->*bytes_.pickFrom(kUsing))(model);
     }
     // Memory that is freed inside a session's tree is kept until the session ends.
-    if (keepsMemory_ && !hooks::hasFailed()) require(hooks::releases() == released);
-    hooks::failNth(0);
+    if (keepsMemory_ && !guarded::hasFailed()) require(guarded::releases() == released);
+    guarded::failNth(0);
   }
 
   // The nodes and sessions to choose from.
@@ -214,7 +214,7 @@ class Machine {
   // The model.
 
   bool succeeded(uint32_t result, uint32_t failure = kNoMemory) {
-    require(result == kOk || (hooks::hasFailed() && result == failure));
+    require(result == kOk || (guarded::hasFailed() && result == failure));
     return result == kOk;
   }
 
@@ -344,7 +344,7 @@ class Machine {
     const char *text = bytes_.pickFrom(kDocuments);
     XmlNode *node = nullptr;
     const uint32_t result = withSession ? NEB_XML_ParseEx(text, &node) : NEB_XML_Parse(text, &node);
-    require(result == kOk || (hooks::hasFailed() && node == nullptr));
+    require(result == kOk || (guarded::hasFailed() && node == nullptr));
     if (result != kOk) return;
     Model *chain = node->next == nullptr ? nullptr : add(nullptr, 0, kElement);
     if (withSession) sessions_[node->sessionId] = true;
@@ -358,7 +358,7 @@ class Machine {
     const uint32_t type = bytes_.pickFrom(kTypes);
     const uint32_t session = anySession();
     XmlNode *node = XML_NewNode(session, type);
-    require((node != nullptr) == isOpen(session) || hooks::hasFailed());
+    require((node != nullptr) == isOpen(session) || guarded::hasFailed());
     if (node == nullptr) return;
     Model *model = add(node, session, type == kBeyond ? kElement : type);
     if (type != kDocument || session == 0) return;
@@ -368,7 +368,7 @@ class Machine {
   void beginSession(Model * /*unused*/) {
     constexpr int32_t kSizes[] = {1, 100, 300, 8192};
     const uint32_t session = XML_MemSessionBegin(bytes_.pickFrom(kSizes));
-    require(session != 0 || hooks::hasFailed());
+    require(session != 0 || guarded::hasFailed());
     if (session != 0) sessions_[session] = false;
   }
 
@@ -510,7 +510,7 @@ class Machine {
       return require(result == kInvalid);
     }
     if (attributeOf(element, knownPrefix(texts), texts.copies[kName]) != nullptr) {
-      return require(result == kExists || (result == kNoMemory && hooks::hasFailed()));
+      return require(result == kExists || (result == kNoMemory && guarded::hasFailed()));
     }
     if (!succeeded(result)) return;
     XmlNode *last = element->node->firstAttr;
@@ -658,7 +658,7 @@ class Machine {
     });
     constexpr size_t kExact = 3;  // also refuses what XML cannot represent
     // Memory may run out before the printer reaches a node without a name.
-    const bool isShort = result == kNoMemory && hooks::hasFailed();
+    const bool isShort = result == kNoMemory && guarded::hasFailed();
     if (hasNameless && !isShort) return require(result == kInvalid);
     if (how == kExact && result == kInvalid) return;
     if (succeeded(result)) NEB_XML_FreeMem(text);
@@ -679,8 +679,8 @@ class Machine {
 
   void allocate(Model *model) {
     void *memory = XML_Malloc(model->node, 1 + bytes_.pick(100));
-    if (memory == nullptr) return require(hooks::hasFailed());
-    require(hooks::holds(memory) == (storageOf(model) == 0));
+    if (memory == nullptr) return require(guarded::hasFailed());
+    require(guarded::holds(memory) == (storageOf(model) == 0));
     XML_Free(model->node, memory);
   }
 
@@ -709,7 +709,7 @@ class Machine {
 
   void checkRecord(Model &model) {
     const XmlNode *node = model.node;
-    require(hooks::holds(node) == (model.session == 0));
+    require(guarded::holds(node) == (model.session == 0));
     require(node->sessionId == model.session && node->type == static_cast<int8_t>(model.type));
     require((node->isDocument == 1) == (model.type == kDocument));
     require(((node->marks & kOwnsSession) != 0) == model.endsSession);
@@ -732,7 +732,7 @@ class Machine {
     require((actual != nullptr) == text.text.has_value());
     if (actual == nullptr || isLost(text)) return;
     require(*text.text == actual);
-    if (!text.isInterned) require(hooks::holds(actual) == (text.home == 0));
+    if (!text.isInterned) require(guarded::holds(actual) == (text.home == 0));
     const bool isElsewhere = !text.isInterned && (text.home == 0) != (model.session == 0);
     require(((model.node->marks & elsewhere) != 0) == isElsewhere);
   }
@@ -777,8 +777,8 @@ class Machine {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (size > kLongestProgram) return 0;
-  hooks::begin();
+  guarded::begin();
   Machine(data, size).run();
-  require(hooks::outstanding() == 0);
+  require(guarded::outstanding() == 0);
   return 0;
 }

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "support/bytes.h"
-#include "support/hooks.h"
+#include "support/guarded_hooks.h"
 #include "support/require.h"
 #include "support/trees.h"
 #include "xml/record/node.h"
@@ -125,7 +125,7 @@ void checkExact(const XmlNode *document) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (size > kLongestInput) return 0;
-  hooks::begin();
+  guarded::begin();
   const std::string input(reinterpret_cast<const char *>(data), size);
   XmlNode *first = nullptr;
   const auto parse = size % 2 == 0 ? NEB_XML_Parse : NEB_XML_ParseEx;
@@ -139,6 +139,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     XML_FreeNode(first);
   }
-  require(hooks::outstanding() == 0);
+  require(guarded::outstanding() == 0);
   return 0;
 }
