@@ -94,9 +94,8 @@ void expectStringsKept(const std::string &text, bool withSession) {
     if (!hasName) continue;
     EXPECT_EQ(trees::printed(tree), printed);
     for (const bool isSession : {false, true}) {
-      XmlNode *again = trees::parsed(printed, isSession);
+      const trees::Held again{trees::parsed(printed, isSession)};
       EXPECT_EQ(trees::printed(again), printed);
-      NEB_XML_FreeNode(again);
     }
     XmlNode *node = nullptr;
     const std::string path = whole + "." + whole + ".1";

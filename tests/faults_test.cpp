@@ -344,7 +344,7 @@ TEST(Faults, FilesThatFailOrLie) {
       {"", 0, 5, kFileRead, all},
   };
   const std::string path = trees::temporaryFile("<a/>");
-  XmlNode *const kept = trees::parsed("<kept/>");
+  const trees::Held kept{trees::parsed("<kept/>")};
   for (const Entry &entry : kFileEntries) {
     ASSERT_EQ(NEB_XML_RegFileFunc(openFile, seekFile, closeFile, readFile, tellFile), kOk);
     for (const File &file : files) {
@@ -359,14 +359,13 @@ TEST(Faults, FilesThatFailOrLie) {
       if (file.result == kOk) {
         NEB_XML_FreeNode(document);
       } else {
-        EXPECT_TRUE(document == (entry.keepsPointer ? kept : nullptr));
+        EXPECT_TRUE(document == (entry.keepsPointer ? kept.node : nullptr));
       }
     }
     ASSERT_EQ(NEB_XML_RegFileFunc(openFile, seekFile, closeFile, readFile, nullptr), kOk);
     XmlNode *document = nullptr;
     EXPECT_EQ(entry.parse(path.c_str(), &document), kFileRead);
   }
-  NEB_XML_FreeNode(kept);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kernels, Faults, allKernels(), nameOfKernel);

@@ -114,7 +114,7 @@ TEST(Parser, EntryPointsTellWhatFailedAndWriteTheirResultAsPromised) {
   const std::string empty = trees::temporaryFile("");
   const std::string malformed = trees::temporaryFile("<a>");
   const std::string within = empty + "/a.xml";
-  XmlNode *const kept = trees::parsed("<kept/>");
+  const trees::Held kept{trees::parsed("<kept/>")};
   using Row = std::tuple<bool, const char *, uint32_t>;
   for (const auto &[isFile, input, result] :
        {Row(false, nullptr, kInvalid), Row(false, "", kInvalid), Row(false, " ", kSyntax),
@@ -126,10 +126,9 @@ TEST(Parser, EntryPointsTellWhatFailedAndWriteTheirResultAsPromised) {
                                 : (isEx ? NEB_XML_ParseEx : NEB_XML_Parse);
       XmlNode *document = kept;
       EXPECT_EQ(parse(input, &document), result) << isFile << isEx;
-      EXPECT_TRUE(document == (result == kInvalid || (isFile && !isEx) ? kept : nullptr));
+      EXPECT_TRUE(document == (result == kInvalid || (isFile && !isEx) ? kept.node : nullptr));
     }
   }
-  NEB_XML_FreeNode(kept);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kernels, Parser, allKernels(), nameOfKernel);

@@ -170,10 +170,9 @@ TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
   EXPECT_EQ(trees::readFile(deep / "f"), old);
   EXPECT_EQ(NEB_XML_SaveFile(document_, nullptr, 0), kInvalid);
   EXPECT_EQ(NEB_XML_SaveFile(document_, file.c_str(), 17), kInvalid);
-  XmlNode *nothing = XML_NewNode(0, 5);
+  const trees::Held nothing{XML_NewNode(0, 5)};
   EXPECT_EQ(XML_SetNode(nothing, nothing, nullptr, "prints-nothing", nullptr), kOk);
   EXPECT_EQ(NEB_XML_SaveFile(nothing, file.c_str(), 0), kInvalid) << "no element";
-  NEB_XML_FreeNode(nothing);
   EXPECT_EQ(NEB_XML_SetNode(document_, nullptr, "", nullptr), kOk);
   EXPECT_EQ(save(file), kInvalid) << "a node without a name";
   EXPECT_EQ(trees::readFile(file), old);

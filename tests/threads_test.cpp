@@ -199,12 +199,12 @@ std::string readAll(const XmlNode *document) {
 
 TEST(Threads, ReadingSearchingAndPrintingOneDocument) {
   for (const bool withSession : {true, false}) {
-    XmlNode *document = trees::parsed(kText, withSession);
+    const trees::Held document{trees::parsed(kText, withSession)};
     const std::string whole = trees::printed(document);
     const std::string expected = readAll(document);
     onThreads([&](int thread) {
       const std::string path = trees::temporaryFile("");
-      XmlNode *own = trees::parsed("<own/>", thread % 2 == 0);
+      const trees::Held own{trees::parsed("<own/>", thread % 2 == 0)};
       for (int round = 0; round < kRounds; ++round) {
         EXPECT_EQ(readAll(document), expected);
         XmlNode *copy = nullptr;
@@ -217,9 +217,7 @@ TEST(Threads, ReadingSearchingAndPrintingOneDocument) {
         EXPECT_EQ(NEB_XML_SaveFile(document, path.c_str(), 0), kOk);
         EXPECT_EQ(trees::readFile(path), whole);
       }
-      NEB_XML_FreeNode(own);
     });
-    NEB_XML_FreeNode(document);
   }
 }
 

@@ -59,12 +59,11 @@ TEST(Transform, PrintsShortMarkupWhereverAPieceOfTheTextEnds) {
           text += " p:" + std::string(nameLength, letter) + "=\"sixteen letters \"";
         }
         text += ">sixteen letters.</" + name + ">\n</r>\n";
-        XmlNode *document = trees::parsed(text);
+        const trees::Held document{trees::parsed(text)};
         EXPECT_EQ(printedBy(NEB_XML_Transform, document), text);
         text.insert(before.size(), "  ");
         text.insert(text.find("<f>"), "  ");
         EXPECT_EQ(printedBy(kPrintIndented, document), text);
-        NEB_XML_FreeNode(document);
       }
     }
   }
@@ -72,7 +71,7 @@ TEST(Transform, PrintsShortMarkupWhereverAPieceOfTheTextEnds) {
 
 TEST(Transform, TellsTheFirstOfSeveralFailures) {
   for (const bool isNamelessFirst : {false, true}) {
-    XmlNode *document = trees::parsed("<a><b/><b/></a>", false);
+    const trees::Held document{trees::parsed("<a><b/><b/></a>", false)};
     XmlNode *children[] = {document->firstChild, document->lastChild};
     const std::string value(3000, 'v');
     for (XmlNode *child : children) {
@@ -83,7 +82,6 @@ TEST(Transform, TellsTheFirstOfSeveralFailures) {
     const guarded::FailingAllocation second(2);
     EXPECT_EQ(NEB_XML_Transform(document, &text), isNamelessFirst ? kInvalid : kNoMemory);
     EXPECT_EQ(text, nullptr);
-    NEB_XML_FreeNode(document);
   }
 }
 
@@ -98,7 +96,7 @@ std::string indented(const XmlNode *node, uint32_t width) {
 }
 
 TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
-  XmlNode *document = trees::parsed("<r a='1'><b><c>x  y</c><d/></b><e>t\tt</e></r>");
+  const trees::Held document{trees::parsed("<r a='1'><b><c>x  y</c><d/></b><e>t\tt</e></r>")};
   EXPECT_EQ(indented(document, 0), trees::printed(document));
   EXPECT_EQ(indented(document, 2),
             "<r a=\"1\">\n  <b>\n    <c>x  y</c>\n    <d/>\n  </b>\n  <e>t\tt</e>\n</r>\n");
@@ -117,7 +115,6 @@ TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
     EXPECT_EQ(NEB_XML_SetNode(document, nullptr, nullptr, value), kOk);
     EXPECT_EQ(indented(document, 0) != "error", isLayout) << "beside children";
   }
-  NEB_XML_FreeNode(document);
 }
 
 // What a lenient parse gives is printed so that it reads back, or is refused.
@@ -141,13 +138,11 @@ TEST(Indented, PrintsExactlyOrRefuses) {
   }
   for (const auto &[input, expected] : cases) {
     for (const bool withSession : {false, true}) {
-      XmlNode *document = trees::parsed(input, withSession);
+      const trees::Held document{trees::parsed(input, withSession)};
       const std::string whole = indented(document, 0);
       EXPECT_EQ(whole, expected == error ? error : expected + "\n") << input;
-      XmlNode *again = trees::parsed(expected == error ? input : indented(document, 16));
+      const trees::Held again{trees::parsed(expected == error ? input : indented(document, 16))};
       EXPECT_EQ(indented(again, 0), whole);
-      NEB_XML_FreeNode(again);
-      NEB_XML_FreeNode(document);
     }
   }
 }
@@ -158,7 +153,8 @@ TEST(Indented, RefusesAttributesOfOneNameAndShortMemory) {
     for (const bool isTwin : {false, true}) {
       std::string text = "<a p&#58;x&#58;y=''";
       for (size_t i = 2; i < count; ++i) text += " name" + std::to_string(i) + "=''";
-      XmlNode *document = trees::parsed(text + (isTwin ? " p:x&#58;y=''/>" : " p:x&#58;z=''/>"));
+      const trees::Held document{
+          trees::parsed(text + (isTwin ? " p:x&#58;y=''/>" : " p:x&#58;z=''/>"))};
       const size_t before = guarded::outstanding();
       uint32_t result = kNoMemory;
       for (size_t n = 1; result == kNoMemory; ++n) {
@@ -170,19 +166,18 @@ TEST(Indented, RefusesAttributesOfOneNameAndShortMemory) {
         EXPECT_EQ(result == kNoMemory, failing.happened());
       }
       EXPECT_EQ(result, isTwin ? kInvalid : kOk);
-      NEB_XML_FreeNode(document);
     }
   }
 }
 
 TEST(Indented, StopsGrowingAt128Columns) {
   using tables::repeated;
-  XmlNode *document = trees::parsed(repeated("<a>", 5000) + "<b/>" + repeated("</a>", 5000));
+  const trees::Held document{
+      trees::parsed(repeated("<a>", 5000) + "<b/>" + repeated("</a>", 5000))};
   const std::string printed = indented(document, 16);
   const std::string widest = std::string(128, ' ') + "<a>\n";
   EXPECT_NE(printed.find("\n" + std::string(112, ' ') + "<a>\n" + widest + widest), printed.npos);
   EXPECT_LT(printed.size(), 10000 * (widest.size() + 1));
-  NEB_XML_FreeNode(document);
 }
 
 // ---- Into a file
@@ -210,10 +205,9 @@ TEST_F(TransformFile, HoldsTheTextWhateverWasThereBefore) {
     EXPECT_EQ(trees::readFile(file_), text_);
   }
   EXPECT_EQ(guarded::fileCalls(), 0U) << "the hooks are for input files";
-  XmlNode *unprinted = nodeOfOtherType();
+  const trees::Held unprinted{nodeOfOtherType()};
   EXPECT_EQ(NEB_XML_TransformFile(unprinted, file_.c_str()), kFileWrite);
   EXPECT_EQ(trees::readFile(file_), "") << "no item was written";
-  NEB_XML_FreeNode(unprinted);
 }
 
 TEST_F(TransformFile, FailuresLeaveFilesAndDirectoriesAlone) {

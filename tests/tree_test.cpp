@@ -28,7 +28,7 @@ std::string bytesOf(const XmlNode *node) {
 }
 
 TEST(Nodes, HaveTheSizeOfTheirKind) {
-  XmlNode *owner = parsed("<owner/>");
+  const trees::Held owner{parsed("<owner/>")};
   for (const auto &[type, size] : {std::pair(1U, 56U), {12U, 208U}, {0U, 88U}, {0x180U, 88U}}) {
     XmlNode *node = XML_NewNode(0, type);
     XmlNode *carved = XML_NewNode(owner->sessionId, type);
@@ -40,11 +40,10 @@ TEST(Nodes, HaveTheSizeOfTheirKind) {
     EXPECT_EQ(read, static_cast<int8_t>(type));
     NEB_XML_FreeNode(node);
   }
-  NEB_XML_FreeNode(owner);
 }
 
 TEST(Navigation, VisitsInDocumentOrder) {
-  XmlNode *document = parsed("<d x='y'><r><a><a1/></a><b/></r></d><e/>");
+  const trees::Held document{parsed("<d x='y'><r><a><a1/></a><b/></r></d><e/>")};
   std::string names;
   for (const XmlNode *node = document; node != nullptr; node = NEB_XML_Iterator(node)) {
     const char *strings[3];
@@ -61,19 +60,17 @@ TEST(Navigation, VisitsInDocumentOrder) {
     EXPECT_TRUE(NEB_XML_GetNodePrevSibling(node) == node->prev);
   }
   EXPECT_EQ(names, "12d1 0r2 0a1 0a10 0b0 0e0 ");
-  NEB_XML_FreeNode(document);
 }
 
 // An empty place of the table is not the name of a node whose name is empty.
 TEST(NameTable, HoldsNoEmptyName) {
-  XmlNode *document = parsed("<d><<![CDATA[]]>/></d>");
+  const trees::Held document{parsed("<d><<![CDATA[]]>/></d>")};
   XmlNode *nameless = document->firstChild;
   EXPECT_EQ(NEB_XML_RemoveNode(nameless), kOk);
   for (XmlNode *each : {nameless, element("x")}) {
     EXPECT_EQ(NEB_XML_AppendChildNode(document, each), kOk);
   }
   EXPECT_EQ(described(document), "12:d=-(0:=-,0:x=-)");
-  NEB_XML_FreeNode(document);
 }
 
 // Of the attributes a, p:a and b: which one prefix and name find.
@@ -82,7 +79,7 @@ TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
       {nullptr, "a", 0},  {"", "a", -1},  {"p", "a", 1},  {nullptr, "b", 2},    {"", "b", -1},
       {nullptr, "A", -1}, {"P", "a", -1}, {"p", "b", -1}, {nullptr, "p:a", -1}, {nullptr, "", -1}};
   constexpr Text kStrings[3][3] = {{nullptr, "a", "1"}, {"p", "a", "2"}, {nullptr, "b", nullptr}};
-  XmlNode *node = element("e");
+  const trees::Held node{element("e")};
   XmlNode *cursor = node;
   Text out[3] = {"kept", "kept", "kept"};
   EXPECT_EQ(NEB_XML_GetFirstAttrEx(node, &out[0], &out[1], &out[2], &cursor), kNotFound);
@@ -109,7 +106,6 @@ TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   EXPECT_EQ(described(node), "0:e=- a='2' p|a=- b=- a|e='1'") << "strings of the tree itself";
   EXPECT_EQ(NEB_XML_RemoveAttr(node, "", "a"), kOk);
   EXPECT_EQ(described(node), "0:e=- p|a=- b=- a|e='1'");
-  NEB_XML_FreeNode(node);
 }
 
 // Expects a call to be refused and to change nothing if any of its pointers is null, or if the call
@@ -329,21 +325,6 @@ TEST(Storage, ANodeReleasedAloneLeavesTheRestOfItsTreeToBeReleased) {
   EXPECT_EQ(trees::printed(root), "<root 0=\"\" 1=\"\" 3=\"\"/>\n");
   XML_FreeNode(children[0]);
   for (XmlNode *node : {second, root, first}) NEB_XML_FreeNode(node);
-}
-
-// Printing reads before short strings of a session, but not before one of the hooks in its record.
-TEST(Storage, AStringOfTheHooksInARecordOfASessionStandsAlone) {
-  const guarded::UnclearedMemory memory;
-  XmlNode *document = parsed("<d/>", false);
-  const uint32_t session = XML_MemSessionBegin(1024);
-  XmlNode *attribute = XML_NewNode(session, NEB_XML_NODE_ATTRIBUTE);
-  EXPECT_EQ(XML_SetNode(XML_NewNode(session, NEB_XML_NODE_ELEMENT), attribute, nullptr, "a", "1"),
-            kOk);
-  EXPECT_EQ(XML_AddAttrNode(attribute, document), kOk);
-  EXPECT_EQ(NEB_XML_SetAttr(document, nullptr, "a", "v"), kOk);
-  EXPECT_EQ(trees::printed(document), "<d a=\"v\"/>\n");
-  EXPECT_EQ(XML_MemSessionEnd(session), 1U);
-  NEB_XML_FreeNode(document);
 }
 
 // A name in the table of a session binds an attribute to it, with or without a value.

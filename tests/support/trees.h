@@ -14,6 +14,14 @@ XmlNode *parsed(const std::string &text, bool withSession = true);
 // A clone of a tree; null if that fails.
 XmlNode *cloned(const XmlNode *node);
 
+// Frees a tree at the end of its scope, with the siblings after it.
+struct Held {
+  XmlNode *node;
+  ~Held() { XML_FreeNode(node); }
+  operator XmlNode *() const { return node; }
+  XmlNode *operator->() const { return node; }
+};
+
 // Describes the whole tree and the siblings after it in one line, see links::described. Fails the
 // test if a link or an ownership flag is wrong.
 std::string described(const XmlNode *node);
