@@ -115,9 +115,7 @@ void expectStringsKept(const std::string &text, bool withSession) {
     EXPECT_EQ(NEB_XML_GetNodeValueEx(node, NEB_XML_VALUE_INT16, edges[2].before("ab")), 0U);
     EXPECT_EQ(NEB_XML_RemoveAttr(node, prefix, name), 0U);
   }
-  NEB_XML_FreeNode(trees[2]);
-  NEB_XML_FreeNode(trees[1]);
-  NEB_XML_FreeNode(document);
+  for (XmlNode *tree : {trees[2], trees[1], document}) NEB_XML_FreeNode(tree);
 
   XmlMemBuf buffer;
   XML_MembufInit(&buffer);

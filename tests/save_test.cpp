@@ -90,12 +90,8 @@ class Save : public testing::Test {
       holdsLists_ = setAttribute(folder_, "user.tried", "") &&
                     setAttribute(folder_, "system.posix_acl_default", listOf(7, 7, 7, 7, 7, 7));
     }
-    document_ = trees::parsed("<new>text</new>");
   }
-  ~Save() override {
-    NEB_XML_FreeNode(document_);
-    fs::remove_all(folder_);
-  }
+  ~Save() override { fs::remove_all(folder_); }
 
   std::string path(const std::string &name) const { return folder_ / name; }
   uint32_t save(const std::string &path) const {
@@ -121,7 +117,7 @@ class Save : public testing::Test {
 
   fs::path folder_;
   bool holdsLists_ = false;
-  XmlNode *document_ = nullptr;
+  const trees::Held document_{trees::parsed("<new>text</new>")};
   const std::string text_ = "<new>text</new>\n";
 };
 

@@ -185,16 +185,13 @@ TEST(Indented, StopsGrowingAt128Columns) {
 class TransformFile : public testing::Test {
  protected:
   void SetUp() override { fs::create_directory(folder_); }
-  void TearDown() override {
-    NEB_XML_FreeNode(document_);
-    fs::remove_all(folder_);
-  }
+  void TearDown() override { fs::remove_all(folder_); }
 
   uint32_t write(const fs::path &path) { return NEB_XML_TransformFile(document_, path.c_str()); }
 
   const fs::path folder_ = trees::temporaryFile("") + ".folder";
   const std::string file_ = folder_ / "a.xml";
-  XmlNode *document_ = trees::parsed("<a><b>t</b></a>");
+  const trees::Held document_{trees::parsed("<a><b>t</b></a>")};
   const std::string text_ = "<a>\n<b>t</b>\n</a>\n";
 };
 

@@ -1,4 +1,4 @@
-// Nodes, navigation, attributes, wrong arguments and copies. What calls make of trees in any order
+// Nodes, attributes, wrong arguments and copies. What calls make of trees in any order
 // and storage, the programs of the fuzzer api compare with a model, which the tests replay.
 #include <gtest/gtest.h>
 
@@ -40,26 +40,6 @@ TEST(Nodes, HaveTheSizeOfTheirKind) {
     EXPECT_EQ(read, static_cast<int8_t>(type));
     NEB_XML_FreeNode(node);
   }
-}
-
-TEST(Navigation, VisitsInDocumentOrder) {
-  const trees::Held document{parsed("<d x='y'><r><a><a1/></a><b/></r></d><e/>")};
-  std::string names;
-  for (const XmlNode *node = document; node != nullptr; node = NEB_XML_Iterator(node)) {
-    const char *strings[3];
-    int32_t type = -1;
-    EXPECT_EQ(NEB_XML_GetNodeValue(node, &type, &strings[0], &strings[1], &strings[2]), kOk);
-    EXPECT_TRUE(strings[0] == nullptr && strings[1] == node->name && strings[2] == nullptr);
-    uint32_t count = 0;
-    EXPECT_EQ(NEB_XML_GetNodeChildNum(node, &count), kOk);
-    names += std::to_string(type) + strings[1] + std::to_string(count) + " ";
-    EXPECT_TRUE(NEB_XML_GetNodeParent(node) == node->parent);
-    EXPECT_TRUE(NEB_XML_GetNodeFirstChild(node) == node->firstChild);
-    EXPECT_TRUE(NEB_XML_GetNodeLastChild(node) == node->lastChild);
-    EXPECT_TRUE(NEB_XML_GetNodeNextSibling(node) == node->next);
-    EXPECT_TRUE(NEB_XML_GetNodePrevSibling(node) == node->prev);
-  }
-  EXPECT_EQ(names, "12d1 0r2 0a1 0a10 0b0 0e0 ");
 }
 
 // An empty place of the table is not the name of a node whose name is empty.

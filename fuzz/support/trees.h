@@ -7,10 +7,8 @@
 
 namespace trees {
 
-// Describe a tree, with the siblings after it or alone, in the form of links::described. Require
-// correct links.
-std::string described(const XmlNode *node);
-std::string describedAlone(const XmlNode *node);
+// Describes a tree as links::described does, and requires correct links.
+std::string described(const XmlNode *node, bool isAlone = false);
 
 // The name as it is printed.
 std::string qualifiedName(const XmlNode *node);

@@ -631,7 +631,7 @@ class Machine {
       return require(result == kInvalid);
     }
     if (!succeeded(result)) return;
-    std::string expected = trees::describedAlone(source->node);
+    std::string expected = trees::described(source->node, true);
     if (how == kSelf) expected.resize(std::min(expected.size(), expected.find('(')));
     if (how == kImport) expected = tables::replaced(expected, "12:", "0:");
     require(trees::described(copy) == expected);
@@ -664,7 +664,7 @@ class Machine {
     if (succeeded(result)) NEB_XML_FreeMem(text);
   }
 
-  static uint32_t next(const XmlNode *element, const char *(&texts)[3], XmlNode **cursor) {
+  static uint32_t stepOn(const XmlNode *element, const char *(&texts)[3], XmlNode **cursor) {
     return NEB_XML_GetNextSiblingAttrEx(element, &texts[0], &texts[1], &texts[2], cursor);
   }
 
@@ -674,7 +674,7 @@ class Machine {
     if (from->isAttribute() && from->parent == element) return;
     XmlNode *cursor = from->node;
     const char *texts[3] = {};
-    require(next(element->node, texts, &cursor) == kInvalid && cursor == from->node);
+    require(stepOn(element->node, texts, &cursor) == kInvalid && cursor == from->node);
   }
 
   void allocate(Model *model) {
@@ -700,8 +700,8 @@ class Machine {
   static void checkSiblings(const std::vector<Model *> &siblings) {
     const XmlNode *before = nullptr;
     for (const Model *each : siblings) {
-      require(before == nullptr || before->next == each->node);
-      require(each->isAttribute() || each->node->prev == before);
+      require(before == nullptr || NEB_XML_GetNodeNextSibling(before) == each->node);
+      require(each->isAttribute() || NEB_XML_GetNodePrevSibling(each->node) == before);
       before = each->node;
     }
     require(before == nullptr || before->next == nullptr);
@@ -717,9 +717,13 @@ class Machine {
     if (model.parent == nullptr) {
       require(node->next == nullptr && NEB_XML_GetNodePrevSibling(node) == nullptr);
     }
-    checkText(model, kPrefix, node->prefix, kPrefixElsewhere);
-    checkText(model, kName, node->name, kNameElsewhere);
-    checkText(model, kValue, node->value, kValueElsewhere);
+    int32_t type = -1;
+    const char *texts[3] = {};
+    require(NEB_XML_GetNodeValue(node, &type, &texts[0], &texts[1], &texts[2]) == kOk);
+    require(type == node->type);
+    checkText(model, kPrefix, texts[kPrefix], kPrefixElsewhere);
+    checkText(model, kName, texts[kName], kNameElsewhere);
+    checkText(model, kValue, texts[kValue], kValueElsewhere);
     if (model.texts[kName].text) require((node->nameOwned == 0) == model.texts[kName].isInterned);
     if (model.texts[kValue].text) require(node->valueOwned == 1);
     if (model.session != 0 || storageOf(&model) != 0) return;
@@ -743,16 +747,20 @@ class Machine {
     const bool isEmpty = children.empty();
     require(NEB_XML_GetNodeFirstChild(node) == (isEmpty ? nullptr : children.front()->node));
     require(NEB_XML_GetNodeLastChild(node) == (isEmpty ? nullptr : children.back()->node));
-    if (!isEmpty) require(NEB_XML_Iterator(node) == children.front()->node);
+    const XmlNode *next = node->firstChild;
+    for (const XmlNode *up = node; next == nullptr && up != nullptr; up = up->parent) {
+      next = up->next;
+    }
+    require(NEB_XML_Iterator(node) == next);
     uint32_t count = 0;
     require(NEB_XML_GetNodeChildNum(node, &count) == kOk && count == model.children.size());
     XmlNode *cursor = nullptr;
     const char *texts[3] = {};
     for (const Model *expected : model.attributes) {
-      require(next(node, texts, &cursor) == kOk && cursor == expected->node);
+      require(stepOn(node, texts, &cursor) == kOk && cursor == expected->node);
       require(texts[kName] == cursor->name && texts[kValue] == cursor->value);
     }
-    require(next(node, texts, &cursor) == kNotFound);
+    require(stepOn(node, texts, &cursor) == kNotFound);
   }
 
   // In the order that the first byte selects.
