@@ -65,26 +65,16 @@ TEST(Report, MismatchesNameBothTags) {
       "<<?p a?>\n^a^>"};
   const std::vector<std::string> ends = {"</^b^>",           "</ ^b^ >",  "</\n\t^p:b^>",
                                          "</<!-- a -->^A^>", "</^ab^\n>", "</^a:p^>"};
-  const std::vector<std::string> contents = {"",
-                                             "t",
-                                             " ",
-                                             "\n t",
-                                             "<x/>",
-                                             "<x></x>",
-                                             "<x>t</x>\n",
-                                             "<x><y/> </x>",
-                                             "\n<!-- <a> -->\n",
-                                             "<![CDATA[<]]>"};
-  std::vector<std::string> begins = {"",
-                                     "<r>",
-                                     "<r>\n <q x='<'>\n",
-                                     "<!-- <a> -->\n<r><q/><?p?>",
-                                     "<r> <q>t</q>\n",
-                                     "<a/>\n<a>t</a>"};
+  std::vector<std::string> begins;
+  for (const char *begin : {"", "<r>", "<r>\n <q x='<'>\n", "<!-- <a> -->\n<r><q/><?p?>",
+                            "<r> <q>t</q>\n", "<a/>\n<a>t</a>"}) {
+    begins.emplace_back(begin);
+  }
   for (const size_t depth : {63U, 64U, 65U, 200U}) begins.push_back(tables::repeated("<r>", depth));
   for (const std::string &begin : begins) {
     for (const std::string &start : starts) {
-      for (const std::string &content : contents) {
+      for (const std::string content : {"", "t", " ", "\n t", "<x/>", "<x></x>", "<x>t</x>\n",
+                                        "<x><y/> </x>", "\n<!-- <a> -->\n", "<![CDATA[<]]>"}) {
         for (const std::string &end : ends) {
           std::string text = begin + start + content + end + "\n</r>";
           SCOPED_TRACE(text);

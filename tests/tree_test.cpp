@@ -287,10 +287,9 @@ TEST(Storage, ANodeReleasedAloneLeavesTheRestOfItsTreeToBeReleased) {
   XmlNode *middle = appended(root, element("middle"));
   XmlNode *children[] = {element("h1"), carved, element("h2")};
   for (XmlNode *child : children) appended(middle, child);
-  const uint32_t sessions[] = {0, first->sessionId, 0, second->sessionId};
   XmlNode *attributes[] = {
-      attached(middle, sessions[0], "0", ""), attached(middle, sessions[1], "1", ""),
-      attached(middle, sessions[2], "2", ""), attached(middle, sessions[3], "3", "")};
+      attached(middle, 0, "0", ""), attached(middle, first->sessionId, "1", ""),
+      attached(middle, 0, "2", ""), attached(middle, second->sessionId, "3", "")};
   const size_t released = guarded::releases();
   XML_FreeSingleNode(middle);  // nothing in the tree of a session
   NEB_XML_RemoveNode(root);

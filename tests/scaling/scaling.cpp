@@ -57,11 +57,10 @@ Held held(XmlNode *node) { return {node, XML_FreeNode}; }
 
 void iterate(const XmlNode *start) {
   for (const XmlNode *node = start; node != nullptr; node = NEB_XML_Iterator(node)) {
-    const char *prefix = nullptr;
-    const char *name = nullptr;
-    const char *value = nullptr;
+    const char *texts[3];
     XmlNode *cursor = nullptr;
-    while (NEB_XML_GetNextSiblingAttrEx(node, &prefix, &name, &value, &cursor) == NEB_XML_OK) {
+    while (NEB_XML_GetNextSiblingAttrEx(node, &texts[0], &texts[1], &texts[2], &cursor) ==
+           NEB_XML_OK) {
     }
   }
 }

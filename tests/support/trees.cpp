@@ -12,9 +12,8 @@ namespace trees {
 
 XmlNode *parsed(const std::string &text, bool withSession) {
   XmlNode *document = nullptr;
-  const uint32_t result = withSession ? NEB_XML_ParseEx(text.c_str(), &document)
-                                      : NEB_XML_Parse(text.c_str(), &document);
-  EXPECT_EQ(result, kOk) << text;
+  const auto parse = withSession ? NEB_XML_ParseEx : NEB_XML_Parse;
+  EXPECT_EQ(parse(text.c_str(), &document), kOk) << text;
   return document;
 }
 
