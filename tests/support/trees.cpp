@@ -17,12 +17,6 @@ XmlNode *parsed(const std::string &text, bool withSession) {
   return document;
 }
 
-XmlNode *cloned(const XmlNode *node) {
-  XmlNode *copy = nullptr;
-  EXPECT_EQ(NEB_XML_CloneNode(node, &copy), kOk);
-  return copy;
-}
-
 std::string described(const XmlNode *node) {
   return links::described(node, [](bool holds) { EXPECT_TRUE(holds); });
 }

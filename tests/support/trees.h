@@ -11,9 +11,6 @@ namespace trees {
 // Parses with NEB_XML_ParseEx, or with NEB_XML_Parse; null if that fails.
 XmlNode *parsed(const std::string &text, bool withSession = true);
 
-// A clone of a tree; null if that fails.
-XmlNode *cloned(const XmlNode *node);
-
 // Frees a tree at the end of its scope, with the siblings after it.
 struct Held {
   XmlNode *node;
