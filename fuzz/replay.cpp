@@ -18,7 +18,12 @@ void run(const std::string &bytes) {
   LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
 }
 
-size_t runFile(const std::filesystem::path &path) {
+size_t runAt(const std::filesystem::path &path) {
+  size_t files = 0;
+  if (std::filesystem::is_directory(path)) {
+    for (const auto &entry : std::filesystem::directory_iterator(path)) files += runAt(entry);
+    return files;
+  }
   std::ifstream file(path, std::ios::binary);
   require(file.is_open());
   run({std::istreambuf_iterator<char>(file), {}});
@@ -39,15 +44,7 @@ void runRandom(unsigned long count) {
 
 int main(int count, char **arguments) {
   size_t files = 0;
-  for (int i = 2; i < count; ++i) {
-    if (!std::filesystem::is_directory(arguments[i])) {
-      files += runFile(arguments[i]);
-      continue;
-    }
-    for (const auto &entry : std::filesystem::directory_iterator(arguments[i])) {
-      files += runFile(entry.path());
-    }
-  }
+  for (int i = 2; i < count; ++i) files += runAt(arguments[i]);
   if (count > 1) runRandom(std::stoul(arguments[1]));
   std::printf("%zu files replayed\n", files);
   return files == 0 ? 1 : 0;

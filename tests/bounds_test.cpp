@@ -25,7 +25,7 @@ class PageHooks {
   }
   ~PageHooks() {
     guarded::registerHooks();
-    EXPECT_EQ(outstanding_, 0U);
+    EXPECT_EQ(outstanding_, kOk);
   }
   PageHooks(const PageHooks &) = delete;
   PageHooks &operator=(const PageHooks &) = delete;
@@ -62,15 +62,16 @@ void expectStringsKept(const std::string &text, bool withSession) {
   const char *value = edges[2].text(content);
   XmlNode *document = nullptr;
   XmlNode *element = nullptr;
-  const uint32_t type = NEB_XML_NODE_ELEMENT;
+  constexpr uint32_t kElement = NEB_XML_NODE_ELEMENT, kByte = NEB_XML_VALUE_UINT8;
   const uint32_t made =
       withSession ? NEB_XML_CreateNodeEx(0, NEB_XML_NODE_DOCUMENT, prefix, name, value, &document)
                   : NEB_XML_CreateNode(NEB_XML_NODE_DOCUMENT, prefix, name, value, &document);
-  ASSERT_EQ(made, 0U);
-  EXPECT_EQ(NEB_XML_CreateNodeEx(document->sessionId, type, prefix, name, value, &element), 0U);
-  EXPECT_EQ(NEB_XML_AppendChildNode(document, element), 0U);
-  EXPECT_EQ(NEB_XML_SetNode(element, prefix, name, value), 0U);
-  EXPECT_EQ(NEB_XML_AddAttr(element, nullptr, "a", value), 0U);
+  ASSERT_EQ(made, kOk);
+  EXPECT_EQ(NEB_XML_CreateNodeEx(document->sessionId, kElement, prefix, name, value, &element),
+            kOk);
+  EXPECT_EQ(NEB_XML_AppendChildNode(document, element), kOk);
+  EXPECT_EQ(NEB_XML_SetNode(element, prefix, name, value), kOk);
+  EXPECT_EQ(NEB_XML_AddAttr(element, nullptr, "a", value), kOk);
   const bool hasName = !text.empty();
   EXPECT_EQ(NEB_XML_AddAttr(element, prefix, name, value) == 0, hasName);
   EXPECT_EQ(NEB_XML_SetAttr(element, prefix, name, value) == 0, hasName);
@@ -94,9 +95,8 @@ void expectStringsKept(const std::string &text, bool withSession) {
     if (!hasName) continue;
     EXPECT_EQ(trees::printed(tree), printed);
     for (const bool isSession : {false, true}) {
-      XmlNode *again = trees::parsed(printed, isSession);
+      const trees::Held again{trees::parsed(printed, isSession)};
       EXPECT_EQ(trees::printed(again), printed);
-      NEB_XML_FreeNode(again);
     }
     XmlNode *node = nullptr;
     const std::string path = whole + "." + whole + ".1";
@@ -104,33 +104,28 @@ void expectStringsKept(const std::string &text, bool withSession) {
     EXPECT_EQ(isPath, path.size() <= 511);
     EXPECT_EQ(node, isPath ? +tree->firstChild : nullptr);
     node = tree->firstChild;
-    EXPECT_EQ(
-        NEB_XML_SetAttrValueEx(node, prefix, name, NEB_XML_VALUE_UINT8, edges[2].before("\x07")),
-        0U);
+    EXPECT_EQ(NEB_XML_SetAttrValueEx(node, prefix, name, kByte, edges[2].before("\x07")), kOk);
     char *number = edges[2].before(".");
-    EXPECT_EQ(NEB_XML_GetAttrValueEx(node, prefix, name, NEB_XML_VALUE_UINT8, number), 0U);
+    EXPECT_EQ(NEB_XML_GetAttrValueEx(node, prefix, name, kByte, number), kOk);
     EXPECT_EQ(*number, 7);
-    EXPECT_EQ(
-        NEB_XML_SetNode(node, nullptr, nullptr, edges[2].text(std::string(text.size(), '0') + "9")),
-        0U);
-    EXPECT_EQ(NEB_XML_GetNodeValueEx(node, NEB_XML_VALUE_INT16, edges[2].before("ab")), 0U);
-    EXPECT_EQ(NEB_XML_RemoveAttr(node, prefix, name), 0U);
+    const std::string digits = std::string(text.size(), '0') + "9";
+    EXPECT_EQ(NEB_XML_SetNode(node, nullptr, nullptr, edges[2].text(digits)), kOk);
+    EXPECT_EQ(NEB_XML_GetNodeValueEx(node, NEB_XML_VALUE_INT16, edges[2].before("ab")), kOk);
+    EXPECT_EQ(NEB_XML_RemoveAttr(node, prefix, name), kOk);
   }
-  NEB_XML_FreeNode(trees[2]);
-  NEB_XML_FreeNode(trees[1]);
-  NEB_XML_FreeNode(document);
+  for (XmlNode *tree : {trees[2], trees[1], document}) NEB_XML_FreeNode(tree);
 
   XmlMemBuf buffer;
   XML_MembufInit(&buffer);
   const char *bytes = edges[2].before(text);
-  EXPECT_EQ(XML_MemBufAssign(&buffer, bytes, static_cast<uint32_t>(text.size())), 0U);
-  EXPECT_EQ(XML_MemBufInsert(&buffer, bytes, static_cast<uint32_t>(text.size()), buffer.length / 2),
-            0U);
-  EXPECT_EQ(XML_MemBufAppendStr(&buffer, name), 0U);
+  const auto size = static_cast<uint32_t>(text.size());
+  EXPECT_EQ(XML_MemBufAssign(&buffer, bytes, size), kOk);
+  EXPECT_EQ(XML_MemBufInsert(&buffer, bytes, size, buffer.length / 2), kOk);
+  EXPECT_EQ(XML_MemBufAppendStr(&buffer, name), kOk);
   EXPECT_EQ(hasName ? buffer.data : "", text + text + text);
   XML_MembufDestroy(&buffer);
   const std::string path = "/dev/null/" + text;
-  EXPECT_EQ(NEB_XML_ParseFile(edges[2].text(path), &document), uint32_t{NEB_XML_ERR_FILE_OPEN});
+  EXPECT_EQ(NEB_XML_ParseFile(edges[2].text(path), &document), kFileOpen);
 }
 
 TEST(Bounds, OfStringsOfEveryLengthAreKept) {

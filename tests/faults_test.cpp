@@ -18,9 +18,6 @@
 using namespace neb::xml::internal;
 
 namespace {
-
-constexpr uint32_t kOk = NEB_XML_OK;
-constexpr uint32_t kNoMemory = NEB_XML_ERR_NO_MEMORY;
 constexpr uint32_t kElement = NEB_XML_NODE_ELEMENT;
 
 constexpr char kText[] = "<doc x='1' y='2'><b q:z='&lt;'>t</b><c/></doc>";
@@ -75,7 +72,7 @@ class Work {
   }
 
   bool insert(uint32_t (*call)(XmlNode *, XmlNode *), XmlNode *place, XmlNode *node,
-              uint32_t failure = NEB_XML_ERR_INVALID_PARAM) {
+              uint32_t failure = kInvalid) {
     if (place == nullptr || node == nullptr) return false;
     if (!change([&] { return call(place, node); }, failure)) return false;
     std::erase(loose_, node);
@@ -171,7 +168,7 @@ TEST_P(Faults, Parsing) {
       XmlNode *const kept = reinterpret_cast<XmlNode *>(&work);
       XmlNode *document = kept;
       const uint32_t result = entry.parse(entry.isFile ? path.c_str() : text.c_str(), &document);
-      if (work.check(result, kNoMemory, NEB_XML_ERR_SYNTAX)) {
+      if (work.check(result, kNoMemory, kSyntax)) {
         work.document = document;
       } else {
         EXPECT_TRUE(document == (entry.keepsPointer ? kept : nullptr));
@@ -258,15 +255,11 @@ void copy(Work &work) {
   }
 }
 
-void print(Work &work) {
+void printAll(Work &work) {
   char *const untouched = const_cast<char *>("untouched");
-  constexpr auto kIndented = [](const XmlNode *node, char **text) {
-    return NEB_XML_TransformIndented(node, 2, text);
-  };
-  for (const auto transform :
-       {NEB_XML_Transform, NEB_XML_TransformHead, NEB_XML_TransformTail, +kIndented}) {
+  for (const Print print : kPrints) {
     char *text = untouched;
-    const bool isPrinted = work.change([&] { return transform(work.document, &text); });
+    const bool isPrinted = work.change([&] { return print(work.document, &text); });
     EXPECT_EQ(text != untouched, isPrinted);
     if (isPrinted) NEB_XML_FreeMem(text);
   }
@@ -278,7 +271,7 @@ void print(Work &work) {
 }
 
 TEST(Faults, CallsOnADocument) {
-  for (const auto scenario : {create, change, mix, copy, print}) {
+  for (const auto scenario : {create, change, mix, copy, printAll}) {
     for (const bool withSession : {false, true}) {
       const bool keepsTexts = withSession && scenario == mix;
       everyAllocationFails(kText, withSession, scenario, keepsTexts ? 1 : 0);
@@ -329,30 +322,29 @@ int closeFile(FILE *stream) {
 
 TEST(Faults, FilesThatFailOrLie) {
   constexpr long k4GiB = 1L << 32;
-  constexpr uint32_t kRead = NEB_XML_ERR_FILE_READ, kSyntax = NEB_XML_ERR_SYNTAX;
   const std::string measured = "open rb seek 0,2 tell";
   const std::string all = measured + " seek 0,0 read 1*4 close";
   const File files[] = {
       {"", 0, -1, kOk, all},
-      {"open rb", 0, -1, NEB_XML_ERR_FILE_OPEN, "open rb"},
+      {"open rb", 0, -1, kFileOpen, "open rb"},
       {"seek 0,2", 0, -1, kSyntax, measured + " close"},  // shows in what is told then
-      {"seek 0,0", 0, -1, kRead, measured + " seek 0,0 close"},
+      {"seek 0,0", 0, -1, kFileRead, measured + " seek 0,0 close"},
       {"close", 0, -1, kOk, all},
-      {"", 5, -1, kRead, measured + " seek 0,0 read 1*5 close"},
+      {"", 5, -1, kFileRead, measured + " seek 0,0 read 1*5 close"},
       {"", 3, -1, kSyntax, measured + " seek 0,0 read 1*3 close"},
-      {"", -1, -1, kRead, measured + " close"},
-      {"", -k4GiB, -1, kRead, measured + " close"},
+      {"", -1, -1, kFileRead, measured + " close"},
+      {"", -k4GiB, -1, kFileRead, measured + " close"},
       {"", k4GiB - 2, -1, kNoMemory, measured + " close"},
-      {"", k4GiB - 1, -1, kRead, measured + " close"},
-      {"", k4GiB, -1, kRead, measured + " close"},
-      {"", k4GiB + 4, -1, kRead, measured + " close"},
-      {"", 0, 0, kRead, all},
-      {"", 0, 3, kRead, all},
+      {"", k4GiB - 1, -1, kFileRead, measured + " close"},
+      {"", k4GiB, -1, kFileRead, measured + " close"},
+      {"", k4GiB + 4, -1, kFileRead, measured + " close"},
+      {"", 0, 0, kFileRead, all},
+      {"", 0, 3, kFileRead, all},
       {"", 0, 4, kSyntax, all},
-      {"", 0, 5, kRead, all},
+      {"", 0, 5, kFileRead, all},
   };
   const std::string path = trees::temporaryFile("<a/>");
-  XmlNode *const kept = trees::parsed("<kept/>");
+  const trees::Held kept{trees::parsed("<kept/>")};
   for (const Entry &entry : kFileEntries) {
     ASSERT_EQ(NEB_XML_RegFileFunc(openFile, seekFile, closeFile, readFile, tellFile), kOk);
     for (const File &file : files) {
@@ -367,14 +359,13 @@ TEST(Faults, FilesThatFailOrLie) {
       if (file.result == kOk) {
         NEB_XML_FreeNode(document);
       } else {
-        EXPECT_TRUE(document == (entry.keepsPointer ? kept : nullptr));
+        EXPECT_TRUE(document == (entry.keepsPointer ? kept.node : nullptr));
       }
     }
     ASSERT_EQ(NEB_XML_RegFileFunc(openFile, seekFile, closeFile, readFile, nullptr), kOk);
     XmlNode *document = nullptr;
-    EXPECT_EQ(entry.parse(path.c_str(), &document), kRead);
+    EXPECT_EQ(entry.parse(path.c_str(), &document), kFileRead);
   }
-  NEB_XML_FreeNode(kept);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kernels, Faults, allKernels(), nameOfKernel);

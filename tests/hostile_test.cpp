@@ -13,9 +13,6 @@ namespace {
 
 using tables::repeated;
 
-constexpr uint32_t kOk = NEB_XML_OK;
-constexpr uint32_t kSyntax = NEB_XML_ERR_SYNTAX;
-
 // The most bytes that a parse holds at once, with what the entry point copies, and then none.
 size_t mostHeld(const std::string &text, uint32_t flags, bool withReport, uint32_t expected) {
   guarded::begin();

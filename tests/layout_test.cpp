@@ -142,9 +142,8 @@ TEST_P(Layout, OfParsedAndCopiedTreesIsThatOfPiecesOneByOne) {
        {Change{"<r a='1'/>", nullptr, nullptr, "23"}, Change{"<r a='1'/>", nullptr, "b", "2"},
         Change{"<r p:a='1'/>", nullptr, "b", "2"}, Change{"<r p:a='1'/>", nullptr, "b", nullptr},
         Change{"<r a='1'/>", "p", "b", "2"}, Change{"<r a='' b='2'/>", nullptr, nullptr, "3"}}) {
-    XmlNode *parsed = trees::parsed(change.text);
+    const trees::Held parsed{trees::parsed(change.text)};
     ASSERT_EQ(NEB_XML_CloneNode(parsed, &document), 0U);
-    NEB_XML_FreeNode(parsed);
     EXPECT_EQ(XML_SetNode(document, document->firstAttr, change.prefix, change.name, change.value),
               0U);
     expectCopiesInOrder(document);

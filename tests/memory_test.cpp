@@ -16,9 +16,6 @@ using namespace neb::xml::internal;
 
 namespace {
 
-constexpr uint32_t kOk = NEB_XML_OK, kInvalid = NEB_XML_ERR_INVALID_PARAM;
-constexpr uint32_t kNoMemory = NEB_XML_ERR_NO_MEMORY;
-
 std::vector<void *> g_released;
 void (*g_guardedFree)(void *);
 
@@ -93,7 +90,7 @@ TEST(Hooks, RegistrationIsAllOrNothing) {
   EXPECT_TRUE(XML_Fseek(stream, 2, SEEK_SET) == 0 && XML_Ftell(stream) == 2);
   EXPECT_TRUE(XML_Fread(&letter, 1, 1, stream) == 1 && letter == 'x');
   EXPECT_EQ(XML_Fclose(stream), 0);
-  EXPECT_EQ(NEB_XML_RegDebugFunc(nullptr), uint32_t{NEB_XML_ERR_NOT_FOUND});
+  EXPECT_EQ(NEB_XML_RegDebugFunc(nullptr), kNotFound);
 }
 
 // The number of the header and the string of the library, in 14 bytes.

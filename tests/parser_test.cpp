@@ -99,7 +99,7 @@ TEST(Parser, HashesTheNamesOfEachTableByAKeyOfItsOwn) {
       attributes[i].name = names[i].data();
       if (i != 0) attributes[i - 1].next = &attributes[i];
       EXPECT_EQ(detector.add(NameKey::of(&attributes[i]), attributes.data(), &attributes[i], &seen),
-                uint32_t{NEB_XML_OK});
+                kOk);
     }
     // Its first member behind the keys.
     const uint64_t *table =
@@ -111,26 +111,24 @@ TEST(Parser, HashesTheNamesOfEachTableByAKeyOfItsOwn) {
 }
 
 TEST(Parser, EntryPointsTellWhatFailedAndWriteTheirResultAsPromised) {
-  constexpr uint32_t kInvalid = NEB_XML_ERR_INVALID_PARAM;
-  constexpr uint32_t kSyntax = NEB_XML_ERR_SYNTAX, kOpen = NEB_XML_ERR_FILE_OPEN;
   const std::string empty = trees::temporaryFile("");
   const std::string malformed = trees::temporaryFile("<a>");
   const std::string within = empty + "/a.xml";
-  XmlNode *const kept = trees::parsed("<kept/>");
+  const trees::Held kept{trees::parsed("<kept/>")};
   using Row = std::tuple<bool, const char *, uint32_t>;
   for (const auto &[isFile, input, result] :
        {Row(false, nullptr, kInvalid), Row(false, "", kInvalid), Row(false, " ", kSyntax),
-        Row(true, nullptr, kInvalid), Row(true, "", kOpen), Row(true, within.c_str(), kOpen),
-        Row(true, empty.c_str(), kSyntax), Row(true, malformed.c_str(), kSyntax)}) {
+        Row(true, nullptr, kInvalid), Row(true, "", kFileOpen),
+        Row(true, within.c_str(), kFileOpen), Row(true, empty.c_str(), kSyntax),
+        Row(true, malformed.c_str(), kSyntax)}) {
     for (const bool isEx : {false, true}) {
       const auto parse = isFile ? (isEx ? NEB_XML_ParseFileEx : NEB_XML_ParseFile)
                                 : (isEx ? NEB_XML_ParseEx : NEB_XML_Parse);
       XmlNode *document = kept;
       EXPECT_EQ(parse(input, &document), result) << isFile << isEx;
-      EXPECT_TRUE(document == (result == kInvalid || (isFile && !isEx) ? kept : nullptr));
+      EXPECT_TRUE(document == (result == kInvalid || (isFile && !isEx) ? kept.node : nullptr));
     }
   }
-  NEB_XML_FreeNode(kept);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kernels, Parser, allKernels(), nameOfKernel);

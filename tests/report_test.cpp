@@ -20,8 +20,6 @@ namespace {
 
 using parses::kEdge;
 
-constexpr uint32_t kSyntax = NEB_XML_ERR_SYNTAX;
-
 // The report of a malformed text, which has nothing behind it that may be read.
 NEB_XML_PARSE_ERROR reportOf(const std::string &text, uint32_t flags) {
   XmlNode *document = nullptr;
@@ -67,26 +65,16 @@ TEST(Report, MismatchesNameBothTags) {
       "<<?p a?>\n^a^>"};
   const std::vector<std::string> ends = {"</^b^>",           "</ ^b^ >",  "</\n\t^p:b^>",
                                          "</<!-- a -->^A^>", "</^ab^\n>", "</^a:p^>"};
-  const std::vector<std::string> contents = {"",
-                                             "t",
-                                             " ",
-                                             "\n t",
-                                             "<x/>",
-                                             "<x></x>",
-                                             "<x>t</x>\n",
-                                             "<x><y/> </x>",
-                                             "\n<!-- <a> -->\n",
-                                             "<![CDATA[<]]>"};
-  std::vector<std::string> begins = {"",
-                                     "<r>",
-                                     "<r>\n <q x='<'>\n",
-                                     "<!-- <a> -->\n<r><q/><?p?>",
-                                     "<r> <q>t</q>\n",
-                                     "<a/>\n<a>t</a>"};
+  std::vector<std::string> begins;
+  for (const char *begin : {"", "<r>", "<r>\n <q x='<'>\n", "<!-- <a> -->\n<r><q/><?p?>",
+                            "<r> <q>t</q>\n", "<a/>\n<a>t</a>"}) {
+    begins.emplace_back(begin);
+  }
   for (const size_t depth : {63U, 64U, 65U, 200U}) begins.push_back(tables::repeated("<r>", depth));
   for (const std::string &begin : begins) {
     for (const std::string &start : starts) {
-      for (const std::string &content : contents) {
+      for (const std::string content : {"", "t", " ", "\n t", "<x/>", "<x></x>", "<x>t</x>\n",
+                                        "<x><y/> </x>", "\n<!-- <a> -->\n", "<![CDATA[<]]>"}) {
         for (const std::string &end : ends) {
           std::string text = begin + start + content + end + "\n</r>";
           SCOPED_TRACE(text);
@@ -107,7 +95,6 @@ TEST(Report, MismatchesNameBothTags) {
 }
 
 TEST(Report, FailuresWithoutAPlace) {
-  constexpr uint32_t kInvalid = NEB_XML_ERR_INVALID_PARAM;
   XmlNode *document = nullptr;
   NEB_XML_PARSE_ERROR error = {};
   const auto expect = [&](uint32_t result, uint32_t code, const char *reason) {
@@ -131,15 +118,15 @@ TEST(Report, FailuresWithoutAPlace) {
   const std::string path = trees::temporaryFile("<a/>");
   expectOfFile(nullptr, kInvalid, kArgument);
   expectOfFile(empty.c_str(), kSyntax, reasons::kFileEmpty);
-  expectOfFile((empty + ".none").c_str(), NEB_XML_ERR_FILE_OPEN, reasons::kFileOpen);
+  expectOfFile((empty + ".none").c_str(), kFileOpen, reasons::kFileOpen);
   const auto readNothing = [](void *, size_t, size_t, FILE *) { return size_t{0}; };
   NEB_XML_RegFileFunc(std::fopen, std::fseek, std::fclose, readNothing, std::ftell);
-  expectOfFile(path.c_str(), NEB_XML_ERR_FILE_READ, reasons::kFileRead);
+  expectOfFile(path.c_str(), kFileRead, reasons::kFileRead);
   expect(NEB_XML_ParseFileInfo(path.c_str(), 2, &document, &error), kInvalid, kArgument);
   expect(NEB_XML_ParseFileInfo(path.c_str(), 0, nullptr, &error), kInvalid, kArgument);
-  EXPECT_EQ(NEB_XML_ParseFileInfo("", 0, &document, nullptr), uint32_t{NEB_XML_ERR_FILE_OPEN});
+  EXPECT_EQ(NEB_XML_ParseFileInfo("", 0, &document, nullptr), kFileOpen);
   const guarded::FailingAllocation noText(1);
-  expectOfFile(path.c_str(), NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory);
+  expectOfFile(path.c_str(), kNoMemory, reasons::kNoMemory);
 }
 
 // Short memory is told as such, whichever of the two parses meets it, or is not noticed.
@@ -163,11 +150,11 @@ TEST_P(Report, EveryAllocationFails) {
         const uint32_t result =
             NEB_XML_ParseBuffer(text.data(), text.size(), flags, &document, &error);
         hasFailed = failing.happened();
-        EXPECT_EQ(result == NEB_XML_OK, document != nullptr);
+        EXPECT_EQ(result == kOk, document != nullptr);
         EXPECT_EQ(error.code, result);
-        EXPECT_STREQ(error.reason, result == NEB_XML_OK ? nullptr
-                                   : result == kSyntax  ? reasons::kEndTagOther
-                                                        : reasons::kNoMemory);
+        EXPECT_STREQ(error.reason, result == kOk       ? nullptr
+                                   : result == kSyntax ? reasons::kEndTagOther
+                                                       : reasons::kNoMemory);
         if (error.startNameLength != 0) {  // or it is not known
           EXPECT_EQ(text.substr(error.startNameOffset, error.startNameLength), startName);
         }

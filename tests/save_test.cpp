@@ -28,11 +28,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using failing_files::Following;
-
-constexpr uint32_t kOk = NEB_XML_OK;
-constexpr uint32_t kInvalid = NEB_XML_ERR_INVALID_PARAM;
-constexpr uint32_t kOpen = NEB_XML_ERR_FILE_OPEN;
-constexpr uint32_t kWrite = NEB_XML_ERR_FILE_WRITE;
 constexpr uid_t kNobody = 65534;
 using Attributes = std::map<std::string, std::string>;
 constexpr char kTemporaryBegin[] = ".neb-xml-";
@@ -95,12 +90,8 @@ class Save : public testing::Test {
       holdsLists_ = setAttribute(folder_, "user.tried", "") &&
                     setAttribute(folder_, "system.posix_acl_default", listOf(7, 7, 7, 7, 7, 7));
     }
-    document_ = trees::parsed("<new>text</new>");
   }
-  ~Save() override {
-    NEB_XML_FreeNode(document_);
-    fs::remove_all(folder_);
-  }
+  ~Save() override { fs::remove_all(folder_); }
 
   std::string path(const std::string &name) const { return folder_ / name; }
   uint32_t save(const std::string &path) const {
@@ -126,7 +117,7 @@ class Save : public testing::Test {
 
   fs::path folder_;
   bool holdsLists_ = false;
-  XmlNode *document_ = nullptr;
+  const trees::Held document_{trees::parsed("<new>text</new>")};
   const std::string text_ = "<new>text</new>\n";
 };
 
@@ -162,7 +153,7 @@ TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
        {path("missing/file.xml"), path("folder"), path("dangling"), path("loop"), path("file.xml/"),
         path("new/"), std::string("/dev/null"), path(std::string(1100, 'x')),
         path(std::string(256, 'x')), std::string()}) {
-    EXPECT_EQ(save(wrong), kOpen) << wrong;
+    EXPECT_EQ(save(wrong), kFileOpen) << wrong;
   }
   // A link into a folder whose path leaves room for a name, but not for a temporary one.
   fs::path deep = folder_;
@@ -171,14 +162,13 @@ TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
   fs::create_directories(deep);
   std::ofstream(deep / "f") << old;
   fs::create_symlink(deep, path("deep"));
-  EXPECT_EQ(save(path("deep/f")), kOpen);
+  EXPECT_EQ(save(path("deep/f")), kFileOpen);
   EXPECT_EQ(trees::readFile(deep / "f"), old);
   EXPECT_EQ(NEB_XML_SaveFile(document_, nullptr, 0), kInvalid);
   EXPECT_EQ(NEB_XML_SaveFile(document_, file.c_str(), 17), kInvalid);
-  XmlNode *nothing = XML_NewNode(0, 5);
+  const trees::Held nothing{XML_NewNode(0, 5)};
   EXPECT_EQ(XML_SetNode(nothing, nothing, nullptr, "prints-nothing", nullptr), kOk);
   EXPECT_EQ(NEB_XML_SaveFile(nothing, file.c_str(), 0), kInvalid) << "no element";
-  NEB_XML_FreeNode(nothing);
   EXPECT_EQ(NEB_XML_SetNode(document_, nullptr, "", nullptr), kOk);
   EXPECT_EQ(save(file), kInvalid) << "a node without a name";
   EXPECT_EQ(trees::readFile(file), old);
@@ -219,7 +209,7 @@ TEST_F(Save, KeepsAccessListsAndAttributes) {
       const guarded::FailingAllocation failing(++count);
       const uint32_t result = save(file);
       hasFailed = failing.happened();
-      EXPECT_EQ(result, hasFailed ? uint32_t{NEB_XML_ERR_NO_MEMORY} : kOk);
+      EXPECT_EQ(result, hasFailed ? kNoMemory : kOk);
       EXPECT_EQ(filesInFolder(), 1U);
     }
     EXPECT_TRUE(rightsOf(file) == before) << std::oct << mode;
@@ -261,7 +251,7 @@ TEST_F(Save, GivesNoRightsAwayWithTheOwner) {
     ASSERT_TRUE(seteuid(0) == 0 && setegid(0) == 0);
     ASSERT_EQ(setgroups(static_cast<size_t>(count), groups), 0);
     const bool isRefused = expected == 0;
-    EXPECT_EQ(result, isRefused ? kWrite : kOk);
+    EXPECT_EQ(result, isRefused ? kFileWrite : kOk);
     EXPECT_TRUE(rightsOf(file) ==
                 (isRefused ? old : Rights(expected, kNobody, isMember ? 0 : group, after)));
   }
@@ -320,7 +310,7 @@ TEST_F(Save, KeepsItsPromiseWhicheverCallFails) {
             calls = Following::calls();
           }
           SCOPED_TRACE(calls + std::to_string(error));
-          EXPECT_TRUE(result == kOk || result == kOpen || result == kWrite) << result;
+          EXPECT_TRUE(result == kOk || result == kFileOpen || result == kFileWrite) << result;
           EXPECT_EQ(result == kOk, goesOnAfter(calls, error)) << result;
           EXPECT_TRUE(hasFailure(calls) || std::regex_match(calls, order));
           EXPECT_EQ(filesIn("/proc/self/fd"), descriptors);

@@ -16,8 +16,6 @@
 namespace {
 
 using tables::repeated;
-
-constexpr uint32_t kOk = NEB_XML_OK;
 constexpr size_t kDepth = 1'000'000;
 constexpr size_t kWidth = 100'000;
 constexpr size_t kSmallStack = 256 * 1024;
@@ -79,12 +77,11 @@ TEST(Scale, ManyLevelsAndSiblingsOnASmallStack) {
   for (const auto &row : cases) {
     for (const bool withSession : {false, true}) {
       onSmallStack([&] {
-        XmlNode *document = trees::parsed(row.text, withSession);
+        const trees::Held document{trees::parsed(row.text, withSession)};
         EXPECT_EQ(nodesFrom(document), row.nodes);
         XmlNode *found = nullptr;
         EXPECT_EQ(NEB_XML_GetNodeByUrl(document, row.path, &found), kOk);
         if (NEB_XML_GetNodeNextSibling(document) == nullptr) roundTrip(row.text, withSession);
-        XML_FreeNode(document);
       });
     }
   }
@@ -117,7 +114,7 @@ TEST(Scale, ManyAttributesOnOneElement) {
     XmlNode *document = nullptr;
     for (const size_t repeatedOne : {size_t{0}, kWidth / 2, kWidth - 1}) {
       const std::string again = " " + shared + std::to_string(repeatedOne) + "='v'/>";
-      EXPECT_EQ(NEB_XML_ParseEx((text + again).c_str(), &document), uint32_t{NEB_XML_ERR_SYNTAX});
+      EXPECT_EQ(NEB_XML_ParseEx((text + again).c_str(), &document), kSyntax);
     }
   }
 }
@@ -127,20 +124,18 @@ TEST(Scale, LongValues) {
   // The last one: the memory that is asked for follows what is printed, not the rest of the value.
   for (const std::string &value : {std::string(kDepth, '&'), repeated("&#0", kDepth / 4), zeros,
                                    std::string(16, '&') + std::string(size_t{65} << 20, 'x')}) {
-    XmlNode *node = trees::parsed("<a/>", false);
+    const trees::Held node{trees::parsed("<a/>", false)};
     ASSERT_EQ(NEB_XML_SetNode(node, nullptr, nullptr, value.c_str()), kOk);
     const auto before = static_cast<ptrdiff_t>(guarded::mallocSizes().size());
     const std::string printed = trees::printed(node);
     const std::vector<size_t> sizes = guarded::mallocSizes();
     EXPECT_LT(std::accumulate(sizes.begin() + before, sizes.end(), size_t{0}), 4 * printed.size());
-    XmlNode *again = trees::parsed(printed, false);
+    const trees::Held again{trees::parsed(printed, false)};
     EXPECT_TRUE(trees::described(again) == trees::described(node));
-    NEB_XML_FreeNode(again);
-    NEB_XML_FreeNode(node);
   }
-  XmlNode *document = trees::parsed("<a>" + repeated("<![CDATA[x]]>", kWidth) + zeros + ";</a>");
+  const trees::Held document{
+      trees::parsed("<a>" + repeated("<![CDATA[x]]>", kWidth) + zeros + ";</a>")};
   EXPECT_TRUE(trees::described(document) == "12:a='" + std::string(kWidth, 'x') + "A'");
-  NEB_XML_FreeNode(document);
 }
 
 // What is never closed is looked through once, however often it begins.
@@ -150,7 +145,7 @@ TEST(Scale, MarkupThatIsNeverClosed) {
     for (const std::string &before : {std::string(), std::string("<a>"), std::string("<a x='")}) {
       XmlNode *document = nullptr;
       const std::string text = before + repeated(start, kWidth);
-      EXPECT_EQ(NEB_XML_ParseEx(text.c_str(), &document), uint32_t{NEB_XML_ERR_SYNTAX});
+      EXPECT_EQ(NEB_XML_ParseEx(text.c_str(), &document), kSyntax);
     }
   }
 }

@@ -16,8 +16,6 @@
 #include "support/trees.h"
 
 namespace {
-
-constexpr uint32_t kOk = NEB_XML_OK;
 constexpr int kThreads = 8;
 constexpr int kRounds = 100;
 constexpr char kText[] = "<c a='1'><s p:x='2'>one</s><s>two &amp; three</s><p:t/></c>";
@@ -194,27 +192,19 @@ std::string readAll(const XmlNode *document) {
   EXPECT_EQ(NEB_XML_GetNodeByUrl(document, "c.s.2", &found), kOk);
   int8_t number = 0;
   EXPECT_EQ(NEB_XML_GetAttrValueEx(document, nullptr, "a", NEB_XML_VALUE_INT8, &number), kOk);
-  constexpr auto kIndented = [](const XmlNode *node, char **out) {
-    return NEB_XML_TransformIndented(node, 4, out);
-  };
-  for (const auto print :
-       {NEB_XML_Transform, NEB_XML_TransformHead, NEB_XML_TransformTail, +kIndented}) {
-    char *printed = nullptr;
-    EXPECT_EQ(print(document, &printed), kOk);
-    text += printed;
-    NEB_XML_FreeMem(printed);
-  }
+  for (const Print print : kPrints) text += trees::printed(document, print);
+  EXPECT_EQ(text.find("error"), text.npos);
   return text;
 }
 
 TEST(Threads, ReadingSearchingAndPrintingOneDocument) {
   for (const bool withSession : {true, false}) {
-    XmlNode *document = trees::parsed(kText, withSession);
+    const trees::Held document{trees::parsed(kText, withSession)};
     const std::string whole = trees::printed(document);
     const std::string expected = readAll(document);
     onThreads([&](int thread) {
       const std::string path = trees::temporaryFile("");
-      XmlNode *own = trees::parsed("<own/>", thread % 2 == 0);
+      const trees::Held own{trees::parsed("<own/>", thread % 2 == 0)};
       for (int round = 0; round < kRounds; ++round) {
         EXPECT_EQ(readAll(document), expected);
         XmlNode *copy = nullptr;
@@ -227,9 +217,7 @@ TEST(Threads, ReadingSearchingAndPrintingOneDocument) {
         EXPECT_EQ(NEB_XML_SaveFile(document, path.c_str(), 0), kOk);
         EXPECT_EQ(trees::readFile(path), whole);
       }
-      NEB_XML_FreeNode(own);
     });
-    NEB_XML_FreeNode(document);
   }
 }
 

@@ -79,6 +79,12 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
   write("two.xml", two);
   write("out.xml", two + two);
   write("long.xml", "<a>" + std::string(100'000, 'v') + "</a>");
+  write("large.xml", "<d>" + repeated("<c/>", 200'000) + repeated("<e>", 300'000) +
+                         repeated("</e>", 300'000) + "</d>");
+  // Shows what check says of the input, and whether it says the same of a file and of a pipe.
+  write("show",
+        "cat >F; $nebxml check F >G 2>&1; $nebxml check - <F 2>&1 | sed 's/^-:/F:/' >H; "
+        "cat G; cmp G H");
   for (const Case &row : casesOf("tool.txt")) {
     SCOPED_TRACE(row.command);
     const Outcome outcome = shell(row.command, row.input == "two" ? two : row.input);
@@ -112,44 +118,6 @@ TEST_F(Tool, WritesNothingThatReadsBackAsSomethingElse) {
       }
     }
   }
-}
-
-TEST_F(Tool, ShowsWhereATextIsWrong) {
-  const std::string mismatch = ": end tag does not match its start tag\n";
-  const std::string start = ": the start tag is here: ";
-  const std::string line = " \t<\xC3\xA9 k='\xC3\xBC'>\t</a>\n";
-  // Cuts at a fixed number of bytes fall into its characters.
-  const std::string wide = repeated("\xE2\x82\xAC\xC3\xA9", 25);
-  const struct {
-    std::string text;
-    std::string errors;
-  } cases[] = {
-      {"<a>\n" + line + "</a>", "F:2:15" + mismatch + line + " \t         \t^\nF:2:3" + start +
-                                    "<\xC3\xA9>\n" + line + " \t^\n"},
-      {"<p:list>\r\n<x/>\n</list>\n",
-       "F:3:1" + mismatch + "</list>\n^\nF:1:1" + start + "<p:list>\n<p:list> \n^\n"},
-      {std::string("<a k='\xE2\x80\xAE\x1B\x9B\xE9'>t\0</a>", 20),
-       "F:1:15: text is not followed by an end tag\n<a k='???\xE9'>t\n            ^\n"},
-      {"<!-- -->\n", "F:2:1: there is no root element\n"},
-      {"<a k='" + wide + "'>&x;" + wide + "</a>",
-       "F:1:134: '&' does not begin a known reference\n..." + wide.substr(78) + "'>&x;" +
-           wide.substr(0, 23) + "...\n" + std::string(24, ' ') + "^\n"},
-  };
-  for (const auto &row : cases) {
-    SCOPED_TRACE(row.text);
-    write("F", row.text);
-    EXPECT_EQ(shell("$nebxml check F").errors, row.errors);
-    EXPECT_EQ(shell("$nebxml check - 2>&1 | sed 's/^-:/F:/'", row.text).output, row.errors);
-  }
-}
-
-TEST_F(Tool, ShowsColoursAndProgressOnATerminalOnly) {
-  // script gives the command a terminal, which takes all of its output.
-  const std::string note = "\r\x1b[Knebxml: reading -, 1 s\r\x1b[K";
-  EXPECT_EQ(shell("script -qec \"(sleep 1.5; echo '<a>') | $nebxml check -\" /dev/null").output,
-            note + "\x1b[1m-:1:1:\x1b[0m element is not closed\r\n<a>\r\n\x1b[1;31m^\x1b[0m\r\n");
-  EXPECT_EQ(shell("NO_COLOR=1 script -qec \"echo '<a>' | $nebxml check -\" /dev/null").output,
-            "-:1:1: element is not closed\r\n<a>\r\n^\r\n");
 }
 
 // Names and values that would command a terminal, hide text or forge a line of a report.
@@ -289,18 +257,6 @@ TEST_F(Tool, EveryPathInTheTreeFindsItsOwnNode) {
     }
   }
   EXPECT_EQ(lineCount, 30U);
-}
-
-TEST_F(Tool, ReportsTreesOfAnyWidthAndDepth) {
-  constexpr size_t kWidth = 200'000;
-  constexpr size_t kDepth = 300'000;
-  write("large.xml", "<d>" + repeated("<c/>", kWidth) + repeated("<e>", kDepth) +
-                         repeated("</e>", kDepth) + "</d>");
-  EXPECT_EQ(shell("$nebxml tree large.xml | sed -n '200001p;$p'").output,
-            "  d.c.200000\n" + std::string(128, ' ') + "e (no path)\n");
-  EXPECT_EQ(
-      shell("$nebxml diff large.xml large.xml && $nebxml stat large.xml | grep -v text").output,
-      "elements: 500001\nattributes: 0\ndepth: 300001\n");
 }
 
 }  // namespace

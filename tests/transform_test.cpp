@@ -28,11 +28,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using Print = uint32_t (*)(const XmlNode *, char **);
-
-constexpr uint32_t kOk = NEB_XML_OK;
-constexpr uint32_t kInvalid = NEB_XML_ERR_INVALID_PARAM;
-
 // "null" when nothing was written. The text must be exactly as large as needed and stand alone.
 std::string printedBy(Print print, const XmlNode *node) {
   char *text = nullptr;
@@ -64,15 +59,11 @@ TEST(Transform, PrintsShortMarkupWhereverAPieceOfTheTextEnds) {
           text += " p:" + std::string(nameLength, letter) + "=\"sixteen letters \"";
         }
         text += ">sixteen letters.</" + name + ">\n</r>\n";
-        XmlNode *document = trees::parsed(text);
-        const auto printIndented = [](const XmlNode *node, char **out) {
-          return NEB_XML_TransformIndented(node, 1, out);
-        };
+        const trees::Held document{trees::parsed(text)};
         EXPECT_EQ(printedBy(NEB_XML_Transform, document), text);
-        text.insert(before.size(), " ");
-        text.insert(text.find("<f>"), " ");
-        EXPECT_EQ(printedBy(printIndented, document), text);
-        NEB_XML_FreeNode(document);
+        text.insert(before.size(), "  ");
+        text.insert(text.find("<f>"), "  ");
+        EXPECT_EQ(printedBy(kPrintIndented, document), text);
       }
     }
   }
@@ -80,7 +71,7 @@ TEST(Transform, PrintsShortMarkupWhereverAPieceOfTheTextEnds) {
 
 TEST(Transform, TellsTheFirstOfSeveralFailures) {
   for (const bool isNamelessFirst : {false, true}) {
-    XmlNode *document = trees::parsed("<a><b/><b/></a>", false);
+    const trees::Held document{trees::parsed("<a><b/><b/></a>", false)};
     XmlNode *children[] = {document->firstChild, document->lastChild};
     const std::string value(3000, 'v');
     for (XmlNode *child : children) {
@@ -89,10 +80,8 @@ TEST(Transform, TellsTheFirstOfSeveralFailures) {
     EXPECT_EQ(NEB_XML_SetNode(children[isNamelessFirst ? 0 : 1], nullptr, "", nullptr), kOk);
     char *text = nullptr;
     const guarded::FailingAllocation second(2);
-    EXPECT_EQ(NEB_XML_Transform(document, &text),
-              isNamelessFirst ? kInvalid : uint32_t{NEB_XML_ERR_NO_MEMORY});
+    EXPECT_EQ(NEB_XML_Transform(document, &text), isNamelessFirst ? kInvalid : kNoMemory);
     EXPECT_EQ(text, nullptr);
-    NEB_XML_FreeNode(document);
   }
 }
 
@@ -100,14 +89,14 @@ TEST(Transform, TellsTheFirstOfSeveralFailures) {
 
 std::string indented(const XmlNode *node, uint32_t width) {
   char *text = nullptr;
-  if (NEB_XML_TransformIndented(node, width, &text) != NEB_XML_OK) return "error";
+  if (NEB_XML_TransformIndented(node, width, &text) != kOk) return "error";
   std::string copy = text;
   NEB_XML_FreeMem(text);
   return copy;
 }
 
 TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
-  XmlNode *document = trees::parsed("<r a='1'><b><c>x  y</c><d/></b><e>t\tt</e></r>");
+  const trees::Held document{trees::parsed("<r a='1'><b><c>x  y</c><d/></b><e>t\tt</e></r>")};
   EXPECT_EQ(indented(document, 0), trees::printed(document));
   EXPECT_EQ(indented(document, 2),
             "<r a=\"1\">\n  <b>\n    <c>x  y</c>\n    <d/>\n  </b>\n  <e>t\tt</e>\n</r>\n");
@@ -126,7 +115,6 @@ TEST(Indented, PutsSpacesBeforeLinesAndNowhereElse) {
     EXPECT_EQ(NEB_XML_SetNode(document, nullptr, nullptr, value), kOk);
     EXPECT_EQ(indented(document, 0) != "error", isLayout) << "beside children";
   }
-  NEB_XML_FreeNode(document);
 }
 
 // What a lenient parse gives is printed so that it reads back, or is refused.
@@ -150,13 +138,11 @@ TEST(Indented, PrintsExactlyOrRefuses) {
   }
   for (const auto &[input, expected] : cases) {
     for (const bool withSession : {false, true}) {
-      XmlNode *document = trees::parsed(input, withSession);
+      const trees::Held document{trees::parsed(input, withSession)};
       const std::string whole = indented(document, 0);
       EXPECT_EQ(whole, expected == error ? error : expected + "\n") << input;
-      XmlNode *again = trees::parsed(expected == error ? input : indented(document, 16));
+      const trees::Held again{trees::parsed(expected == error ? input : indented(document, 16))};
       EXPECT_EQ(indented(again, 0), whole);
-      NEB_XML_FreeNode(again);
-      NEB_XML_FreeNode(document);
     }
   }
 }
@@ -167,31 +153,31 @@ TEST(Indented, RefusesAttributesOfOneNameAndShortMemory) {
     for (const bool isTwin : {false, true}) {
       std::string text = "<a p&#58;x&#58;y=''";
       for (size_t i = 2; i < count; ++i) text += " name" + std::to_string(i) + "=''";
-      XmlNode *document = trees::parsed(text + (isTwin ? " p:x&#58;y=''/>" : " p:x&#58;z=''/>"));
+      const trees::Held document{
+          trees::parsed(text + (isTwin ? " p:x&#58;y=''/>" : " p:x&#58;z=''/>"))};
       const size_t before = guarded::outstanding();
-      uint32_t result = NEB_XML_ERR_NO_MEMORY;
-      for (size_t n = 1; result == NEB_XML_ERR_NO_MEMORY; ++n) {
+      uint32_t result = kNoMemory;
+      for (size_t n = 1; result == kNoMemory; ++n) {
         const guarded::FailingAllocation failing(n);
         char *printed = nullptr;
         result = NEB_XML_TransformIndented(document, 0, &printed);
         NEB_XML_FreeMem(printed);
         EXPECT_EQ(guarded::outstanding(), before);
-        EXPECT_EQ(result == NEB_XML_ERR_NO_MEMORY, failing.happened());
+        EXPECT_EQ(result == kNoMemory, failing.happened());
       }
       EXPECT_EQ(result, isTwin ? kInvalid : kOk);
-      NEB_XML_FreeNode(document);
     }
   }
 }
 
 TEST(Indented, StopsGrowingAt128Columns) {
   using tables::repeated;
-  XmlNode *document = trees::parsed(repeated("<a>", 5000) + "<b/>" + repeated("</a>", 5000));
+  const trees::Held document{
+      trees::parsed(repeated("<a>", 5000) + "<b/>" + repeated("</a>", 5000))};
   const std::string printed = indented(document, 16);
   const std::string widest = std::string(128, ' ') + "<a>\n";
   EXPECT_NE(printed.find("\n" + std::string(112, ' ') + "<a>\n" + widest + widest), printed.npos);
   EXPECT_LT(printed.size(), 10000 * (widest.size() + 1));
-  NEB_XML_FreeNode(document);
 }
 
 // ---- Into a file
@@ -199,16 +185,13 @@ TEST(Indented, StopsGrowingAt128Columns) {
 class TransformFile : public testing::Test {
  protected:
   void SetUp() override { fs::create_directory(folder_); }
-  void TearDown() override {
-    NEB_XML_FreeNode(document_);
-    fs::remove_all(folder_);
-  }
+  void TearDown() override { fs::remove_all(folder_); }
 
   uint32_t write(const fs::path &path) { return NEB_XML_TransformFile(document_, path.c_str()); }
 
   const fs::path folder_ = trees::temporaryFile("") + ".folder";
   const std::string file_ = folder_ / "a.xml";
-  XmlNode *document_ = trees::parsed("<a><b>t</b></a>");
+  const trees::Held document_{trees::parsed("<a><b>t</b></a>")};
   const std::string text_ = "<a>\n<b>t</b>\n</a>\n";
 };
 
@@ -219,18 +202,17 @@ TEST_F(TransformFile, HoldsTheTextWhateverWasThereBefore) {
     EXPECT_EQ(trees::readFile(file_), text_);
   }
   EXPECT_EQ(guarded::fileCalls(), 0U) << "the hooks are for input files";
-  XmlNode *unprinted = nodeOfOtherType();
-  EXPECT_EQ(NEB_XML_TransformFile(unprinted, file_.c_str()), uint32_t{NEB_XML_ERR_FILE_WRITE});
+  const trees::Held unprinted{nodeOfOtherType()};
+  EXPECT_EQ(NEB_XML_TransformFile(unprinted, file_.c_str()), kFileWrite);
   EXPECT_EQ(trees::readFile(file_), "") << "no item was written";
-  NEB_XML_FreeNode(unprinted);
 }
 
 TEST_F(TransformFile, FailuresLeaveFilesAndDirectoriesAlone) {
   for (const fs::path &path : {folder_ / "missing" / "a.xml", folder_, fs::path()}) {
-    EXPECT_EQ(write(path), uint32_t{NEB_XML_ERR_FILE_OPEN});
+    EXPECT_EQ(write(path), kFileOpen);
   }
   EXPECT_FALSE(fs::exists(folder_ / "missing"));
-  EXPECT_EQ(write("/dev/full"), uint32_t{NEB_XML_ERR_FILE_WRITE});
+  EXPECT_EQ(write("/dev/full"), kFileWrite);
   ASSERT_EQ(write(file_), kOk);
   EXPECT_EQ(NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(document_), nullptr, "", nullptr), kOk);
   EXPECT_EQ(write(file_), kInvalid);
@@ -242,7 +224,7 @@ TEST_F(TransformFile, FailuresLeaveFilesAndDirectoriesAlone) {
 TEST_F(TransformFile, OpensPathsOf1024BytesAndFollowsLinks) {
   std::string path = folder_.string();
   path.append(1024 - path.size() - std::strlen("a.xml"), '/') += "a.xml";
-  EXPECT_EQ(write("/" + path), uint32_t{NEB_XML_ERR_FILE_OPEN}) << "one byte too long";
+  EXPECT_EQ(write("/" + path), kFileOpen) << "one byte too long";
   EXPECT_FALSE(fs::exists(file_));
   // A file not made yet, and a canonical path longer than the given one.
   fs::path deep = folder_;
@@ -263,7 +245,7 @@ TEST_F(TransformFile, OpensPathsOf1024BytesAndFollowsLinks) {
 TEST_F(TransformFile, WritesToAFifoThatIsRead) {
   const std::string value(300'000, 'v');
   ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
-  EXPECT_EQ(write(file_), uint32_t{NEB_XML_ERR_FILE_OPEN});
+  EXPECT_EQ(write(file_), kFileOpen);
   EXPECT_EQ(NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(document_), nullptr, nullptr, value.c_str()),
             kOk);
   const int reader = open(file_.c_str(), O_RDONLY | O_NONBLOCK);

@@ -5,13 +5,12 @@
 #include <cstring>
 #include <random>
 
+#include "support/calls.h"
 #include "xml/record/node.h"
 
 using namespace neb::xml::internal;
 
 namespace {
-
-constexpr uint32_t kOk = NEB_XML_OK, kInvalid = NEB_XML_ERR_INVALID_PARAM;
 
 // A variable at an odd address between bytes that must stay.
 struct Variable {

@@ -80,13 +80,9 @@ struct PrinterModel {
 
 }  // namespace
 
-std::string described(const XmlNode *node) {
-  return links::described(node, [](bool holds) { require(holds); });
-}
-
-std::string describedAlone(const XmlNode *node) {
-  return links::described(
-      node, [](bool holds) { require(holds); }, true);
+std::string described(const XmlNode *node, bool isAlone) {
+  constexpr auto kRequire = [](bool holds) { require(holds); };
+  return links::described(node, kRequire, isAlone);
 }
 
 std::string qualifiedName(const XmlNode *node) {

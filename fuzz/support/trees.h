@@ -7,16 +7,14 @@
 
 namespace trees {
 
-// Describe a tree, with the siblings after it or alone, in the form of links::described. Require
-// correct links.
-std::string described(const XmlNode *node);
-std::string describedAlone(const XmlNode *node);
+// Describes a tree as links::described does, and requires correct links.
+std::string described(const XmlNode *node, bool isAlone = false);
 
 // The name as it is printed.
 std::string qualifiedName(const XmlNode *node);
 
-// A simple model of the printer: what it must print.
-enum class Half { both, opening, closing };
+// A simple model of the printer: what the first of kPrints must print.
+enum class Half { closing, opening, both };
 std::string printed(const XmlNode *top, Half half);
 
 }  // namespace trees

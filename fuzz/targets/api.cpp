@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "support/bytes.h"
-#include "support/hooks.h"
+#include "support/guarded_hooks.h"
 #include "support/require.h"
 #include "support/tables.h"
 #include "support/trees.h"
@@ -156,8 +156,8 @@ class Machine {
         &Machine::allocate,      &Machine::print,        &Machine::stepFromElsewhere};
     constexpr uint8_t kFailing = 200;  // from this byte on, an allocation fails
     const uint8_t code = bytes_.take();
-    if (code >= kFailing) hooks::failNth(1 + code % 4, code % 3 == 0);
-    const size_t released = hooks::releases();
+    if (code >= kFailing) guarded::failNth(1 + code % 4, code % 3 == 0);
+    const size_t released = guarded::releases();
     keepsMemory_ = false;
     Model *model = any();
     if (model == nullptr || code % 5 == 0) {
@@ -168,8 +168,8 @@ class Machine {
       (this->*bytes_.pickFrom(kUsing))(model);
     }
     // Memory that is freed inside a session's tree is kept until the session ends.
-    if (keepsMemory_ && !hooks::hasFailed()) require(hooks::releases() == released);
-    hooks::failNth(0);
+    if (keepsMemory_ && !guarded::hasFailed()) require(guarded::releases() == released);
+    guarded::failNth(0);
   }
 
   // The nodes and sessions to choose from.
@@ -214,7 +214,7 @@ class Machine {
   // The model.
 
   bool succeeded(uint32_t result, uint32_t failure = kNoMemory) {
-    require(result == kOk || (hooks::hasFailed() && result == failure));
+    require(result == kOk || (guarded::hasFailed() && result == failure));
     return result == kOk;
   }
 
@@ -344,7 +344,7 @@ class Machine {
     const char *text = bytes_.pickFrom(kDocuments);
     XmlNode *node = nullptr;
     const uint32_t result = withSession ? NEB_XML_ParseEx(text, &node) : NEB_XML_Parse(text, &node);
-    require(result == kOk || (hooks::hasFailed() && node == nullptr));
+    require(result == kOk || (guarded::hasFailed() && node == nullptr));
     if (result != kOk) return;
     Model *chain = node->next == nullptr ? nullptr : add(nullptr, 0, kElement);
     if (withSession) sessions_[node->sessionId] = true;
@@ -358,7 +358,7 @@ class Machine {
     const uint32_t type = bytes_.pickFrom(kTypes);
     const uint32_t session = anySession();
     XmlNode *node = XML_NewNode(session, type);
-    require((node != nullptr) == isOpen(session) || hooks::hasFailed());
+    require((node != nullptr) == isOpen(session) || guarded::hasFailed());
     if (node == nullptr) return;
     Model *model = add(node, session, type == kBeyond ? kElement : type);
     if (type != kDocument || session == 0) return;
@@ -368,7 +368,7 @@ class Machine {
   void beginSession(Model * /*unused*/) {
     constexpr int32_t kSizes[] = {1, 100, 300, 8192};
     const uint32_t session = XML_MemSessionBegin(bytes_.pickFrom(kSizes));
-    require(session != 0 || hooks::hasFailed());
+    require(session != 0 || guarded::hasFailed());
     if (session != 0) sessions_[session] = false;
   }
 
@@ -510,7 +510,7 @@ class Machine {
       return require(result == kInvalid);
     }
     if (attributeOf(element, knownPrefix(texts), texts.copies[kName]) != nullptr) {
-      return require(result == kExists || (result == kNoMemory && hooks::hasFailed()));
+      return require(result == kExists || (result == kNoMemory && guarded::hasFailed()));
     }
     if (!succeeded(result)) return;
     XmlNode *last = element->node->firstAttr;
@@ -631,7 +631,7 @@ class Machine {
       return require(result == kInvalid);
     }
     if (!succeeded(result)) return;
-    std::string expected = trees::describedAlone(source->node);
+    std::string expected = trees::described(source->node, true);
     if (how == kSelf) expected.resize(std::min(expected.size(), expected.find('(')));
     if (how == kImport) expected = tables::replaced(expected, "12:", "0:");
     require(trees::described(copy) == expected);
@@ -647,9 +647,6 @@ class Machine {
   // Calls that only read.
 
   void print(Model *model) {
-    constexpr uint32_t (*kPrints[])(const XmlNode *, char **) = {
-        NEB_XML_TransformTail, NEB_XML_TransformHead, NEB_XML_Transform,
-        [](const XmlNode *node, char **text) { return NEB_XML_TransformIndented(node, 2, text); }};
     const size_t how = bytes_.pick(std::size(kPrints));
     char *text = nullptr;
     const uint32_t result = kPrints[how](model->node, &text);
@@ -661,13 +658,13 @@ class Machine {
     });
     constexpr size_t kExact = 3;  // also refuses what XML cannot represent
     // Memory may run out before the printer reaches a node without a name.
-    const bool isShort = result == kNoMemory && hooks::hasFailed();
+    const bool isShort = result == kNoMemory && guarded::hasFailed();
     if (hasNameless && !isShort) return require(result == kInvalid);
     if (how == kExact && result == kInvalid) return;
     if (succeeded(result)) NEB_XML_FreeMem(text);
   }
 
-  static uint32_t next(const XmlNode *element, const char *(&texts)[3], XmlNode **cursor) {
+  static uint32_t stepOn(const XmlNode *element, const char *(&texts)[3], XmlNode **cursor) {
     return NEB_XML_GetNextSiblingAttrEx(element, &texts[0], &texts[1], &texts[2], cursor);
   }
 
@@ -677,13 +674,13 @@ class Machine {
     if (from->isAttribute() && from->parent == element) return;
     XmlNode *cursor = from->node;
     const char *texts[3] = {};
-    require(next(element->node, texts, &cursor) == kInvalid && cursor == from->node);
+    require(stepOn(element->node, texts, &cursor) == kInvalid && cursor == from->node);
   }
 
   void allocate(Model *model) {
     void *memory = XML_Malloc(model->node, 1 + bytes_.pick(100));
-    if (memory == nullptr) return require(hooks::hasFailed());
-    require(hooks::holds(memory) == (storageOf(model) == 0));
+    if (memory == nullptr) return require(guarded::hasFailed());
+    require(guarded::holds(memory) == (storageOf(model) == 0));
     XML_Free(model->node, memory);
   }
 
@@ -703,8 +700,8 @@ class Machine {
   static void checkSiblings(const std::vector<Model *> &siblings) {
     const XmlNode *before = nullptr;
     for (const Model *each : siblings) {
-      require(before == nullptr || before->next == each->node);
-      require(each->isAttribute() || each->node->prev == before);
+      require(before == nullptr || NEB_XML_GetNodeNextSibling(before) == each->node);
+      require(each->isAttribute() || NEB_XML_GetNodePrevSibling(each->node) == before);
       before = each->node;
     }
     require(before == nullptr || before->next == nullptr);
@@ -712,7 +709,7 @@ class Machine {
 
   void checkRecord(Model &model) {
     const XmlNode *node = model.node;
-    require(hooks::holds(node) == (model.session == 0));
+    require(guarded::holds(node) == (model.session == 0));
     require(node->sessionId == model.session && node->type == static_cast<int8_t>(model.type));
     require((node->isDocument == 1) == (model.type == kDocument));
     require(((node->marks & kOwnsSession) != 0) == model.endsSession);
@@ -720,9 +717,13 @@ class Machine {
     if (model.parent == nullptr) {
       require(node->next == nullptr && NEB_XML_GetNodePrevSibling(node) == nullptr);
     }
-    checkText(model, kPrefix, node->prefix, kPrefixElsewhere);
-    checkText(model, kName, node->name, kNameElsewhere);
-    checkText(model, kValue, node->value, kValueElsewhere);
+    int32_t type = -1;
+    const char *texts[3] = {};
+    require(NEB_XML_GetNodeValue(node, &type, &texts[0], &texts[1], &texts[2]) == kOk);
+    require(type == node->type);
+    checkText(model, kPrefix, texts[kPrefix], kPrefixElsewhere);
+    checkText(model, kName, texts[kName], kNameElsewhere);
+    checkText(model, kValue, texts[kValue], kValueElsewhere);
     if (model.texts[kName].text) require((node->nameOwned == 0) == model.texts[kName].isInterned);
     if (model.texts[kValue].text) require(node->valueOwned == 1);
     if (model.session != 0 || storageOf(&model) != 0) return;
@@ -735,7 +736,7 @@ class Machine {
     require((actual != nullptr) == text.text.has_value());
     if (actual == nullptr || isLost(text)) return;
     require(*text.text == actual);
-    if (!text.isInterned) require(hooks::holds(actual) == (text.home == 0));
+    if (!text.isInterned) require(guarded::holds(actual) == (text.home == 0));
     const bool isElsewhere = !text.isInterned && (text.home == 0) != (model.session == 0);
     require(((model.node->marks & elsewhere) != 0) == isElsewhere);
   }
@@ -746,16 +747,20 @@ class Machine {
     const bool isEmpty = children.empty();
     require(NEB_XML_GetNodeFirstChild(node) == (isEmpty ? nullptr : children.front()->node));
     require(NEB_XML_GetNodeLastChild(node) == (isEmpty ? nullptr : children.back()->node));
-    if (!isEmpty) require(NEB_XML_Iterator(node) == children.front()->node);
+    const XmlNode *next = node->firstChild;
+    for (const XmlNode *up = node; next == nullptr && up != nullptr; up = up->parent) {
+      next = up->next;
+    }
+    require(NEB_XML_Iterator(node) == next);
     uint32_t count = 0;
     require(NEB_XML_GetNodeChildNum(node, &count) == kOk && count == model.children.size());
     XmlNode *cursor = nullptr;
     const char *texts[3] = {};
     for (const Model *expected : model.attributes) {
-      require(next(node, texts, &cursor) == kOk && cursor == expected->node);
+      require(stepOn(node, texts, &cursor) == kOk && cursor == expected->node);
       require(texts[kName] == cursor->name && texts[kValue] == cursor->value);
     }
-    require(next(node, texts, &cursor) == kNotFound);
+    require(stepOn(node, texts, &cursor) == kNotFound);
   }
 
   // In the order that the first byte selects.
@@ -780,8 +785,8 @@ class Machine {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (size > kLongestProgram) return 0;
-  hooks::begin();
+  guarded::begin();
   Machine(data, size).run();
-  require(hooks::outstanding() == 0);
+  require(guarded::outstanding() == 0);
   return 0;
 }

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "../../tests/support/parses.h"
-#include "support/hooks.h"
+#include "support/guarded_hooks.h"
 #include "support/require.h"
 
 namespace {
@@ -44,14 +44,14 @@ void parseWithoutMemory(const std::string &text) {
   size_t hash = text.size();
   for (const char byte : text) hash = hash * 31 + static_cast<uint8_t>(byte);
   XmlNode *document = nullptr;
-  const size_t before = hooks::allocations();
+  const size_t before = guarded::allocations();
   if (parse(text, hash % kKinds, &document) == kOk) XML_FreeNode(document);
-  const size_t allocations = hooks::allocations() - before;
-  hooks::failNth(1 + hash / kKinds % allocations);
+  const size_t allocations = guarded::allocations() - before;
+  guarded::failNth(1 + hash / kKinds % allocations);
   document = nullptr;
   const uint32_t result = parse(text, hash % kKinds, &document);
   require((result == kSyntax || result == kNoMemory) && document == nullptr);
-  hooks::failNth(0);
+  guarded::failNth(0);
 }
 
 }  // namespace
@@ -59,12 +59,12 @@ void parseWithoutMemory(const std::string &text) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (size > kLongestText || size == 0 || data[0] == 0) return 0;
   GTEST_FLAG_SET(throw_on_failure, true);  // what is not as expected ends the program
-  hooks::begin();
+  guarded::begin();
   const std::string text = withRuns({reinterpret_cast<const char *>(data), size});
   const std::string tree = parses::outcome(text);
   constexpr size_t kBlanks = 4096;  // which the structural index does not cover at once
   require(parses::outcome(std::string(kBlanks, ' ') + text) == tree);
   parseWithoutMemory(text);
-  require(hooks::outstanding() == 0);
+  require(guarded::outstanding() == 0);
   return 0;
 }

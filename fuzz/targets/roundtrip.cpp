@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "support/bytes.h"
-#include "support/hooks.h"
+#include "support/guarded_hooks.h"
 #include "support/require.h"
 #include "support/trees.h"
 #include "xml/record/node.h"
@@ -22,14 +22,10 @@ using trees::qualifiedName;
 constexpr size_t kLongestInput = 1 << 13;
 
 void checkAgainstModel(const XmlNode *node) {
-  using trees::Half;
-  const std::pair<uint32_t (*)(const XmlNode *, char **), Half> prints[] = {
-      {NEB_XML_Transform, Half::both},
-      {NEB_XML_TransformHead, Half::opening},
-      {NEB_XML_TransformTail, Half::closing}};
-  for (const auto &[print, half] : prints) {
+  for (const auto half : {trees::Half::closing, trees::Half::opening, trees::Half::both}) {
     char *text = nullptr;
-    require(print(node, &text) == kOk && (text == nullptr || *text != '\0'));
+    require(kPrints[static_cast<size_t>(half)](node, &text) == kOk);
+    require(text == nullptr || *text != '\0');
     require(trees::printed(node, half) == (text == nullptr ? "" : text));
     NEB_XML_FreeMem(text);
   }
@@ -96,7 +92,6 @@ void edit(XmlNode *node, Bytes bytes) {
     strings[bytes.pick(3)] = text.c_str();
     XmlNode *edited = isForAttribute ? static_cast<XmlNode *>(node->firstAttr) : node;
     // The target api checks which edits are refused.
-    constexpr uint32_t kNoMemory = NEB_XML_ERR_NO_MEMORY;
     require(NEB_XML_SetNode(edited, strings[0], strings[1], strings[2]) != kNoMemory);
     if (bytes.pick(2) == 1) {
       require(NEB_XML_AddAttr(node, "p", text.c_str(), text.c_str()) != kNoMemory);
@@ -130,7 +125,7 @@ void checkExact(const XmlNode *document) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (size > kLongestInput) return 0;
-  hooks::begin();
+  guarded::begin();
   const std::string input(reinterpret_cast<const char *>(data), size);
   XmlNode *first = nullptr;
   const auto parse = size % 2 == 0 ? NEB_XML_Parse : NEB_XML_ParseEx;
@@ -144,6 +139,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     XML_FreeNode(first);
   }
-  require(hooks::outstanding() == 0);
+  require(guarded::outstanding() == 0);
   return 0;
 }

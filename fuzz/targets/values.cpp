@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "support/bytes.h"
-#include "support/hooks.h"
+#include "support/guarded_hooks.h"
 #include "support/require.h"
 #include "support/trees.h"
 #include "xml/record/node.h"
@@ -107,10 +107,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   constexpr void (*kTargets[])(Bytes &) = {lookUp, escape};
   constexpr size_t kLongestProgram = 1024;
   if (size > kLongestProgram) return 0;
-  hooks::begin();
+  guarded::begin();
   Bytes bytes(data, size);
   bytes.pickFrom(kTargets)(bytes);
-  hooks::failNth(0);
-  require(hooks::outstanding() == 0);
+  guarded::failNth(0);
+  require(guarded::outstanding() == 0);
   return 0;
 }

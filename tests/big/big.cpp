@@ -8,19 +8,15 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <string>
 #include <tuple>
 
-#include "neb_xml.h"
+#include "support/trees.h"
 
 namespace {
 
 constexpr size_t kMiB = size_t{1} << 20;
 constexpr size_t kGiB = size_t{1} << 30;
-constexpr uint32_t kOk = NEB_XML_OK;
-constexpr uint32_t kSyntax = NEB_XML_ERR_SYNTAX;
-constexpr uint32_t kNoMemory = NEB_XML_ERR_NO_MEMORY;
 
 // A text that begins and ends as told and is full of one byte in between. All but its ends is one
 // piece of memory, seen again and again.
@@ -59,8 +55,6 @@ class HugeText {
   char *text_ = nullptr;
 };
 
-using Held = std::unique_ptr<XmlNode, decltype([](XmlNode *node) { NEB_XML_FreeNode(node); })>;
-
 size_t lengthOfValue(const XmlNode *node) {
   const char *value = nullptr;
   EXPECT_EQ(NEB_XML_GetNodeValue(node, nullptr, nullptr, nullptr, &value), kOk);
@@ -92,7 +86,7 @@ TEST(Big, TextsBeyond4GiBAndStringsOf2GiB) {
     for (const auto parse : {NEB_XML_Parse, NEB_XML_ParseEx}) {
       XmlNode *document = nullptr;
       EXPECT_EQ(parse(text.text(), &document), size == kTexts ? kOk : kSyntax);
-      const Held held(document);
+      const trees::Held held{document};
       EXPECT_EQ(document != nullptr, size == kTexts);
       if (document == nullptr) continue;
       char *printed = nullptr;
@@ -122,7 +116,7 @@ TEST(Big, AStringBelow2GiBIsTakenByAllParses) {
     for (const auto parse : {NEB_XML_Parse, NEB_XML_ParseEx}) {
       XmlNode *document = nullptr;
       ASSERT_EQ(parse(text.text(), &document), kOk);
-      const Held held(document);
+      const trees::Held held{document};
       EXPECT_EQ(lengthOfValue(document), text.length() - std::strlen("<r></r>"));
       EXPECT_EQ(NEB_XML_AddAttr(document, nullptr, "a", "1"), kOk) << "the session goes on";
     }
@@ -134,7 +128,7 @@ TEST(Big, AValueBeyond2GiBIsKeptPrintedAndCopied) {
   const HugeText value("", 'x', 2 * kGiB + kMiB, "");
   XmlNode *node = nullptr;
   ASSERT_EQ(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "a", value.text(), &node), kOk);
-  const Held held(node);
+  const trees::Held held{node};
   EXPECT_EQ(lengthOfValue(node), value.length());
   XmlNode *copy = nullptr;
   ASSERT_EQ(NEB_XML_CloneNode(node, &copy), kOk);
@@ -148,9 +142,9 @@ TEST(Big, AValueBeyond2GiBIsKeptPrintedAndCopied) {
   NEB_XML_FreeMem(text);
 
   ASSERT_EQ(NEB_XML_CreateNodeEx(0, NEB_XML_NODE_DOCUMENT, nullptr, "a", "old", &node), kOk);
-  const Held inSession(node);
+  const trees::Held inSession{node};
   EXPECT_EQ(NEB_XML_SetNode(node, nullptr, nullptr, value.text()), kNoMemory);
-  EXPECT_EQ(NEB_XML_ImportNode(node, held.get(), &copy), kNoMemory);
+  EXPECT_EQ(NEB_XML_ImportNode(node, held, &copy), kNoMemory);
   EXPECT_EQ(lengthOfValue(node), 3U);
 }
 
@@ -158,7 +152,7 @@ TEST(Big, ATextOf4GiBIsNotPrinted) {
   const HugeText value("", '"', kGiB, "");  // six times as long once it is escaped
   XmlNode *node = nullptr;
   ASSERT_EQ(NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "a", value.text(), &node), kOk);
-  const Held held(node);
+  const trees::Held held{node};
   char *text = nullptr;
   EXPECT_EQ(NEB_XML_Transform(node, &text), kNoMemory);
   EXPECT_EQ(text, nullptr);
@@ -179,7 +173,7 @@ TEST(Big, AFileOf4GiBIsRefused) {
   for (const size_t size : {kLargest, kLargest + 1, 4 * kGiB, 4 * kGiB + 4, 1024 * kGiB}) {
     std::filesystem::resize_file(path, size);
     XmlNode *document = nullptr;
-    const uint32_t result = size == kLargest ? kOk : uint32_t{NEB_XML_ERR_FILE_READ};
+    const uint32_t result = size == kLargest ? kOk : kFileRead;
     EXPECT_EQ(NEB_XML_ParseFile(path.c_str(), &document), result) << size;
     NEB_XML_FreeNode(document);
   }

@@ -34,16 +34,16 @@ def split_doctype(document):
     return document[:begin], document[begin:begin + part.end()], document[begin + part.end():]
 
 
+def _behind_declaration(change):
+    """Applies a change to what follows the declaration."""
+    return lambda document: re.sub(b"(" + _DECLARATION.pattern + b")?(.*)",
+                                   lambda m: (m[1] or b"") + change(m[2]), document, 1, re.S)
+
+
 def _in_markup(pattern, change):
     """Applies a change to each markup behind the declaration that matches a pattern."""
-    def undo(document):
-        declaration = _DECLARATION.match(document)
-        begin = declaration.end() if declaration else 0
-        return document[:begin] + _MARKUP.sub(
-            lambda m: change(m.group()) if re.match(pattern, m.group()) else m.group(),
-            document[begin:])
-
-    return undo
+    return _behind_declaration(lambda document: _MARKUP.sub(
+        lambda m: change(m.group()) if re.match(pattern, m.group()) else m.group(), document))
 
 
 def _in_tags(outside_quotes=lambda part: part, in_quotes=lambda part: part):
@@ -65,11 +65,8 @@ def _valid_name(match):
 
 
 def _escape_section_ends(document):
-    parts, end = [], 0
-    for markup in _MARKUP.finditer(document):
-        parts += [document[end:markup.start()].replace(b"]]>", b"]]&gt;"), markup.group()]
-        end = markup.end()
-    return b"".join(parts) + document[end:]
+    return re.sub(_MARKUP.pattern + rb"|\]\]>",
+                  lambda m: b"]]&gt;" if m.group() == b"]]>" else m.group(), document, flags=re.S)
 
 
 # A tag with comments and processing instructions between its words.
@@ -82,21 +79,12 @@ def _without_markup_in_tags(document):
         m.group(), flags=re.S), document)
 
 
-def _give_one_root(document):
-    declaration = _DECLARATION.match(document)
-    begin = declaration.end() if declaration else 0
-    return document[:begin] + b"<root>" + document[begin:] + b"</root>"
-
-
 def _close_ancestors(document):
     open_names = []
     for markup in _MARKUP.finditer(document):
-        tag = markup.group("tag")
-        if tag is None:
-            continue
+        tag = markup.group("tag") or b"/>"
         if tag.startswith(b"</"):
-            if open_names:
-                open_names.pop()
+            del open_names[-1:]
         elif not tag.endswith(b"/>"):
             open_names.append(re.match(rb"<\s*([^\s>]*)", tag).group(1))
     return document + b"".join(b"</" + name + b">" for name in reversed(open_names))
@@ -120,12 +108,11 @@ _UNDO = {
     "section-end-in-text": _escape_section_ends,
     "markup-in-tag": _without_markup_in_tags,
     "open-ancestors": _close_ancestors,
-    "several-roots": _give_one_root,
+    "several-roots": _behind_declaration(lambda document: b"<root>" + document + b"</root>"),
 }
 
 
-def explain_accepted(case, document):
-    """The departures that may explain why a malformed document was accepted."""
+def _explain_accepted(case, document):
     if case.editions and "5" not in case.editions.split():
         return ["earlier-editions"]
     if is_well_formed(document, case.path):
@@ -154,8 +141,11 @@ _REFUSALS = [
 ]
 
 
-def explain_refused(case, document, refusal):
-    """The departures that may explain why a well-formed document was refused."""
+def explain(case, document, refusal):
+    """The departures that may explain the result of a document; without a refusal, it is accepted.
+    """
+    if refusal is None:
+        return _explain_accepted(case, document)
     position = document[refusal.offset:]
     found = [departure for reason, pattern, departure in _REFUSALS
              if reason in refusal.reason and re.match(pattern, position, re.S)]

@@ -1,5 +1,6 @@
 """The W3C XML test suite: its catalogue, and the verdict of a second parser on a document."""
 import os
+import pathlib
 import xml.etree.ElementTree as ElementTree
 from dataclasses import dataclass
 from xml.parsers import expat
@@ -26,21 +27,16 @@ class Case:
 
 def read_cases(folder):
     """All tests of a suite, in the order of the catalogue."""
-    cases = []
-
     def visit(element, base):
-        base = os.path.join(base, element.get(_XML_BASE, ""))
+        if element.tag == "TEST":
+            path = os.path.normpath(os.path.join(base, element.get("URI")))
+            yield Case(element.get("ID"), element.get("TYPE"), path,
+                       element.get("VERSION", ""), element.get("EDITION", ""))
         for child in element:
-            if child.tag != "TEST":
-                visit(child, base)
-                continue
-            path = os.path.normpath(os.path.join(base, child.get("URI")))
-            cases.append(Case(child.get("ID"), child.get("TYPE"), path,
-                              child.get("VERSION", ""), child.get("EDITION", "")))
+            yield from visit(child, os.path.join(base, element.get(_XML_BASE, "")))
 
-    visit(ElementTree.parse(os.path.join(folder, _CATALOGUE)).getroot(),
-          os.path.join(folder, _FILES))
-    return cases
+    catalogue = ElementTree.parse(os.path.join(folder, _CATALOGUE)).getroot()
+    return list(visit(catalogue, os.path.join(folder, _FILES)))
 
 
 def is_well_formed(document, path=None, with_namespaces=False):
@@ -61,8 +57,7 @@ def is_well_formed(document, path=None, with_namespaces=False):
             entity_parser = parsers[-1].ExternalEntityParserCreate(context)
             entity_parser.SetBase(entity_path)
             parsers.append(entity_parser)
-            with open(entity_path, "rb") as file:
-                entity_parser.Parse(file.read(), True)
+            entity_parser.Parse(pathlib.Path(entity_path).read_bytes(), True)
             parsers.pop()
             return 1
 

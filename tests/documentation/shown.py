@@ -21,10 +21,13 @@ A code block in C or C++ is a program, or without a main the body of one. The bl
 which the programs run. A block whose first line begins with "$ " is a session.
 """
 import argparse
+import collections
+import contextlib
 import difflib
 import functools
 import glob
 import os
+import pathlib
 import re
 import shutil
 import subprocess
@@ -46,31 +49,24 @@ int main(void) {{
 SUFFIXES = {"c": ".c", "cpp": ".cpp"}
 
 
+# Code between fences, indented code, and a heading or a paragraph.
+BLOCK = re.compile(r"^```(?P<info>.*)\n(?P<fenced>(?:.*\n)*?)```$"
+                   r"|(?P<indented>(?:^    .*\n(?:\s*\n(?=    ))?)+)"
+                   r"|(?P<paragraph>^.*\S.*(?:\n(?!```).*\S.*)*)", re.M)
+
+
 def blocks(text):
     """Yields (kind, line number, text): headings, paragraphs, and code with its info string."""
-    lines = text.split("\n") + [""]
-    at = 0
-    while at < len(lines):
-        start = at
-        if lines[at].startswith("```"):
-            info = lines[at][3:].strip()
-            at += 1
-            while not lines[at].startswith("```"):
-                at += 1
-            yield "code " + info, start + 2, "\n".join(lines[start + 1:at]) + "\n"
-            at += 1
-        elif lines[at].startswith("    "):
-            while lines[at].startswith("    ") or (
-                    not lines[at].strip() and lines[min(at + 1, len(lines) - 1)].startswith("    ")):
-                at += 1
-            yield "code ", start + 1, "".join(line[4:] + "\n" for line in lines[start:at])
-        elif lines[at].strip():
-            while lines[at].strip() and not lines[at].startswith("```"):
-                at += 1
-            kind = "heading" if lines[start].startswith("#") else "paragraph"
-            yield kind, start + 1, "\n".join(lines[start:at])
-        else:
-            at += 1
+    for block in BLOCK.finditer(text):
+        kind, content = block.lastgroup, block[block.lastgroup]
+        if kind != "paragraph":
+            content = re.sub("^    ", "", content, flags=re.M) if kind == "indented" else content
+            kind = "code " + (block["info"] or "").strip()
+        elif content.startswith("```"):
+            sys.exit("code without an end: " + content)
+        elif content.startswith("#"):
+            kind = "heading"
+        yield kind, text.count("\n", 0, block.start(block.lastgroup)) + 1, content
 
 
 def program(code, language, location):
@@ -83,24 +79,22 @@ def program(code, language, location):
 
 
 def read(path):
-    with open(path) as file:
-        return file.read()
+    return pathlib.Path(path).read_text()
 
 
 def write(path, text):
     os.makedirs(os.path.dirname(path), exist_ok=True)
     if not os.path.exists(path) or read(path) != text:
-        with open(path, "w") as file:
-            file.write(text)
+        pathlib.Path(path).write_text(text)
 
 
 def extract_one(folder, document):
     name = os.path.splitext(os.path.basename(document))[0].lower()
     parts = list(blocks(read(document)))
-    heading, count, listed = name, {}, []
+    heading, count, listed = name, collections.Counter(), []
 
     def unique():
-        count[heading] = count.get(heading, 0) + 1
+        count[heading] += 1
         return heading if count[heading] == 1 else "%s_%d" % (heading, count[heading])
 
     os.makedirs(os.path.join(folder, name, "files"), exist_ok=True)
@@ -134,27 +128,26 @@ def extract(arguments):
     write(os.path.join(arguments.folder, "samples.cmake"), "\n".join(listed) + "\n")
 
 
+def report(errors):
+    print("\n".join(errors))
+    return 1 if errors else 0
+
+
 def compare(expected, found):
-    if expected == found:
-        return 0
-    lines = difflib.unified_diff(expected.splitlines(True), found.splitlines(True),
-                                 "expected", "found")
-    sys.stdout.write("".join(lines) + "\n")
-    return 1
+    return report(list(difflib.unified_diff(expected.split("\n"), found.split("\n"), "expected",
+                                            "found", lineterm="")))
 
 
-def fresh_folder(arguments, temporary):
-    folder = os.path.join(temporary, "here")
-    if arguments.files:
-        shutil.copytree(arguments.files, folder)
-    else:
-        os.mkdir(folder)
-    return folder
+@contextlib.contextmanager
+def fresh_folder(arguments):
+    with tempfile.TemporaryDirectory() as folder:
+        if arguments.files:
+            shutil.copytree(arguments.files, folder, dirs_exist_ok=True)
+        yield folder
 
 
 def run(arguments):
-    with tempfile.TemporaryDirectory() as temporary:
-        folder = fresh_folder(arguments, temporary)
+    with fresh_folder(arguments) as folder:
         done = subprocess.run(arguments.command, cwd=folder, stdout=subprocess.PIPE, text=True)
         found = done.stdout
         if done.returncode == 0 and arguments.file:
@@ -166,8 +159,7 @@ def run(arguments):
 
 def session(arguments):
     expected, found = read(arguments.session), ""
-    with tempfile.TemporaryDirectory() as temporary:
-        folder = fresh_folder(arguments, temporary)
+    with fresh_folder(arguments) as folder:
         for line in expected.splitlines():
             if line.startswith("$ "):
                 done = subprocess.run(["sh", "-c", line[2:]], cwd=folder, stdout=subprocess.PIPE,
@@ -212,10 +204,8 @@ def known_names():
 
 
 def references(arguments):
-    found = ["%s: %s does not exist" % (document, what) for document in arguments.documents
-             for what in broken(document)]
-    print("\n".join(found))
-    return 1 if found else 0
+    return report(["%s: %s does not exist" % (document, what) for document in arguments.documents
+                   for what in broken(document)])
 
 
 def misplaced(order):
@@ -234,34 +224,28 @@ def misplaced(order):
 
 def layers(arguments):
     table = read(arguments.document).partition("\n| Layer |")[2].partition("\n\n")[0]
-    found = list(misplaced(re.findall(r"^\| `(?:support/)?(\w+)/` \|", table, re.M)))
-    print("\n".join(found))
-    return 1 if found else 0
+    return report(list(misplaced(re.findall(r"^\| `(?:support/)?(\w+)/` \|", table, re.M))))
+
+
+# The arguments of each command.
+COMMANDS = {
+    extract: {"folder": {}, "documents": {"nargs": "+"}},
+    run: {"--file": {}, "--with": {"dest": "files"}, "expected": {},
+          "command": {"nargs": argparse.REMAINDER}},
+    session: {"--with": {"dest": "files"}, "session": {}},
+    references: {"documents": {"nargs": "+"}},
+    layers: {"document": {}},
+}
 
 
 def main():
     parser = argparse.ArgumentParser()
     commands = parser.add_subparsers(required=True)
-    command = commands.add_parser("extract")
-    command.add_argument("folder")
-    command.add_argument("documents", nargs="+")
-    command.set_defaults(run=extract)
-    command = commands.add_parser("run")
-    command.add_argument("--file")
-    command.add_argument("--with", dest="files")
-    command.add_argument("expected")
-    command.add_argument("command", nargs=argparse.REMAINDER)
-    command.set_defaults(run=run)
-    command = commands.add_parser("session")
-    command.add_argument("--with", dest="files")
-    command.add_argument("session")
-    command.set_defaults(run=session)
-    command = commands.add_parser("references")
-    command.add_argument("documents", nargs="+")
-    command.set_defaults(run=references)
-    command = commands.add_parser("layers")
-    command.add_argument("document")
-    command.set_defaults(run=layers)
+    for function, arguments in COMMANDS.items():
+        command = commands.add_parser(function.__name__)
+        command.set_defaults(run=function)
+        for name, options in arguments.items():
+            command.add_argument(name, **options)
     arguments = parser.parse_args()
     return arguments.run(arguments)
 

@@ -8,13 +8,15 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "judge.h"
 #include "neb_xml.h"
+#include "support/tables.h"
 
 namespace {
+
+using tables::repeated;
 
 constexpr size_t kMany = 1'000'000;
 constexpr unsigned kSeed = 1;
@@ -23,16 +25,6 @@ void expect(bool isRight, const char *what) {
   if (isRight) return;
   std::fprintf(stderr, "%s went wrong\n", what);
   std::exit(EXIT_FAILURE);
-}
-
-std::string repeated(std::string_view text, size_t count, std::string_view before = "",
-                     std::string_view after = "") {
-  std::string result;
-  result.reserve(before.size() + text.size() * count + after.size());
-  result += before;
-  for (size_t i = 0; i < count; ++i) result += text;
-  result += after;
-  return result;
 }
 
 // ---- Trees, and what is done with each of them
@@ -54,9 +46,8 @@ struct Tree {
 
 XmlNode *parsed(const std::string &text, bool withSession) {
   XmlNode *document = nullptr;
-  const uint32_t result = withSession ? NEB_XML_ParseEx(text.c_str(), &document)
-                                      : NEB_XML_Parse(text.c_str(), &document);
-  expect(result == NEB_XML_OK, "parsing");
+  const auto parse = withSession ? NEB_XML_ParseEx : NEB_XML_Parse;
+  expect(parse(text.c_str(), &document) == NEB_XML_OK, "parsing");
   return document;
 }
 
@@ -66,11 +57,10 @@ Held held(XmlNode *node) { return {node, XML_FreeNode}; }
 
 void iterate(const XmlNode *start) {
   for (const XmlNode *node = start; node != nullptr; node = NEB_XML_Iterator(node)) {
-    const char *prefix = nullptr;
-    const char *name = nullptr;
-    const char *value = nullptr;
+    const char *texts[3];
     XmlNode *cursor = nullptr;
-    while (NEB_XML_GetNextSiblingAttrEx(node, &prefix, &name, &value, &cursor) == NEB_XML_OK) {
+    while (NEB_XML_GetNextSiblingAttrEx(node, &texts[0], &texts[1], &texts[2], &cursor) ==
+           NEB_XML_OK) {
     }
   }
 }
@@ -91,30 +81,30 @@ void addTreeCases(const Tree &tree, std::vector<Case> &cases) {
   const auto add = [&](const char *what, std::function<Work(size_t)> prepare) {
     cases.push_back({std::string(tree.name) + ": " + what, std::move(prepare), tree.largestSize});
   };
-  for (const bool withSession : {false, true}) {
-    add(withSession ? "parse into a session" : "parse", [=](size_t size) -> Work {
-      const auto text = std::make_shared<std::string>(tree.text(size));
-      const auto document = std::make_shared<Held>();
-      return {[=] { *document = held(parsed(*text, withSession)); }, [=] { document->reset(); }};
-    });
-  }
+  const auto parsing = [=](size_t size, bool withSession) -> Work {
+    const auto text = std::make_shared<std::string>(tree.text(size));
+    const auto document = std::make_shared<Held>();
+    return {[=] { *document = held(parsed(*text, withSession)); }, [=] { document->reset(); }};
+  };
+  const auto reading = [=](void (*read)(const XmlNode *)) {
+    return [=](size_t size) -> Work {
+      const Held document = held(parsed(tree.text(size), true));
+      return {[=] { read(document.get()); }};
+    };
+  };
+  add("parse", [=](size_t size) { return parsing(size, false); });
+  add("parse into a session", [=](size_t size) { return parsing(size, true); });
   if (tree.shape == Shape::text) return;
   if (tree.shape != Shape::strings) {
     add("release", [=](size_t size) -> Work {
-      const auto text = std::make_shared<std::string>(tree.text(size));
-      const auto document = std::make_shared<Held>(held(parsed(*text, false)));
-      return {[=] { document->reset(); }, [=] { *document = held(parsed(*text, false)); }};
+      const Work work = parsing(size, false);
+      work.run();
+      return {work.reset, work.run};
     });
-    add("iterate", [=](size_t size) -> Work {
-      const Held document = held(parsed(tree.text(size), true));
-      return {[=] { iterate(document.get()); }};
-    });
+    add("iterate", reading(iterate));
   }
   if (tree.shape == Shape::chain) return;
-  add("print", [=](size_t size) -> Work {
-    const Held document = held(parsed(tree.text(size), true));
-    return {[=] { print(document.get()); }};
-  });
+  add("print", reading(print));
   for (const bool withSession : {false, true}) {
     add(withSession ? "clone into a session" : "clone", [=](size_t size) -> Work {
       const Held document = held(parsed(tree.text(size), withSession));
@@ -137,7 +127,7 @@ std::string hugeNames(size_t size) {
 
 std::vector<Tree> trees() {
   const auto in = [](const std::string &before, const std::string &text, const std::string &after) {
-    return [=](size_t n) { return repeated(text, n, before, after); };
+    return [=](size_t n) { return before + repeated(text, n) + after; };
   };
   const auto depth = [](size_t n) { return repeated("<a>", n) + repeated("</a>", n); };
   const auto digits = [](size_t n) { return "<a>&#" + std::string(n, '0') + "65;</a>"; };
@@ -184,8 +174,7 @@ Work refusing(const std::string &text) {
 void addRefusals(std::vector<Case> &cases) {
   constexpr size_t kLongestText = 64 * kMany;
   const struct {
-    const char *name, *before;
-    std::string_view text;
+    std::string name, before, text;
   } refusals[] = {
       {"comment that almost ends", "<a><!--", "-> - ->"},
       {"comments that begin", "<a>", "<!-- "},
@@ -204,9 +193,9 @@ void addRefusals(std::vector<Case> &cases) {
       {"blanks", "<a>", " "},
   };
   for (const auto &[name, before, text] : refusals) {
-    cases.push_back({std::string("refused: ") + name,
-                     [before = std::string(before), text = text](size_t size) {
-                       return refusing(repeated(text, size, before));
+    cases.push_back({"refused: " + name,
+                     [before = before, text = text](size_t size) {
+                       return refusing(before + repeated(text, size));
                      },
                      kLongestText / text.size()});
   }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/calls.h"
 #include "support/guarded_hooks.h"
 #include "support/layout.h"
 #include "support/page_edge.h"
@@ -23,7 +24,7 @@ inline const guarded::PageEdge kEdge(size_t{1} << 18);
 
 // A tree in an arena that the tokenizer has read alone, without the scanner.
 inline uint32_t tokenized(const char *text, XmlNode **document) {
-  if (isMissing(text)) return NEB_XML_ERR_INVALID_PARAM;
+  if (isMissing(text)) return kInvalid;
   *document = nullptr;
   const uint32_t session = XML_MemSessionBegin(kDocumentSessionSize);
   TreeBuilder<ArenaAllocation> builder(Storage(session),
@@ -31,15 +32,15 @@ inline uint32_t tokenized(const char *text, XmlNode **document) {
   Tokenizer<TreeBuilder<ArenaAllocation>> tokenizer(&builder, text);
   if (tokenizer.skipProlog() && tokenizer.readAll()) {
     *document = builder.release();
-    return NEB_XML_OK;
+    return kOk;
   }
   XML_MemSessionEnd(session);
-  return NEB_XML_ERR_SYNTAX;
+  return kSyntax;
 }
 
 // The tree, released with what stands beside it; "rejected" if there is none.
 inline std::string outcomeOf(uint32_t result, XmlNode *document) {
-  EXPECT_EQ(result, uint32_t{document == nullptr ? NEB_XML_ERR_SYNTAX : NEB_XML_OK});
+  EXPECT_EQ(result, uint32_t{document == nullptr ? kSyntax : kOk});
   if (document == nullptr) return "rejected";
   const std::string tree = trees::described(document);
   XML_FreeNode(document);
@@ -50,7 +51,7 @@ inline std::string outcomeOf(uint32_t result, XmlNode *document) {
 template <typename Parse>
 std::string laidOut(const std::string &text, Parse parse) {
   XmlNode *document = nullptr;
-  if (parse(kEdge.text(text), &document) != NEB_XML_OK) return "";
+  if (parse(kEdge.text(text), &document) != kOk) return "";
   const XmlMemSession &session = *findSession(document->sessionId);
   EXPECT_EQ(std::string(document->nameTable[0], sizeof document->nameTable),
             std::string(sizeof document->nameTable, '\0'));
@@ -73,7 +74,7 @@ std::string laidOut(const std::string &text, Parse parse) {
 // A report of a malformed document names a line and a column of it, and what stands in it.
 inline void expectPosition(const std::string &text, const NEB_XML_PARSE_ERROR &error) {
   const std::string before = text.substr(0, error.offset);
-  EXPECT_EQ(error.code, uint32_t{NEB_XML_ERR_SYNTAX});
+  EXPECT_EQ(error.code, kSyntax);
   EXPECT_TRUE(before.size() == error.offset && before.find('\0') == before.npos) << text;
   EXPECT_EQ(error.line, 1U + static_cast<size_t>(std::count(before.begin(), before.end(), '\n')));
   EXPECT_EQ(error.column, before.size() - (before.rfind('\n') + 1) + 1) << text;

@@ -12,9 +12,8 @@ namespace trees {
 
 XmlNode *parsed(const std::string &text, bool withSession) {
   XmlNode *document = nullptr;
-  const uint32_t result = withSession ? NEB_XML_ParseEx(text.c_str(), &document)
-                                      : NEB_XML_Parse(text.c_str(), &document);
-  EXPECT_EQ(result, uint32_t{NEB_XML_OK}) << text;
+  const auto parse = withSession ? NEB_XML_ParseEx : NEB_XML_Parse;
+  EXPECT_EQ(parse(text.c_str(), &document), kOk) << text;
   return document;
 }
 
@@ -22,10 +21,10 @@ std::string described(const XmlNode *node) {
   return links::described(node, [](bool holds) { EXPECT_TRUE(holds); });
 }
 
-std::string printed(const XmlNode *node) {
+std::string printed(const XmlNode *node, Print print) {
   char *text = nullptr;
-  const uint32_t result = NEB_XML_Transform(node, &text);
-  if (result != NEB_XML_OK) return "error " + std::to_string(result);
+  const uint32_t result = print(node, &text);
+  if (result != kOk) return "error " + std::to_string(result);
   std::string copy = text == nullptr ? "" : text;
   NEB_XML_FreeMem(text);
   return copy;
