@@ -125,7 +125,7 @@ extern "C" {
  * the version with dots between them.
  *
  * buffer  receives the string.
- * size    of the buffer in bytes, at least 14.
+ * size    of the buffer in bytes, at least 14; 32 hold any version.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null buffer;
  * NEB_XML_ERR_BUFFER_TOO_SMALL with the buffer unchanged.
  */
@@ -386,7 +386,7 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformIndented(const XmlNode *s
  * gains rights. A new file gets what the process's mask allows. Other hard links keep the old file.
  *
  * path          up to 1024 bytes; no directory is created. The file hooks are not used.
- * start, width  what is written is what NEB_XML_TransformIndented prints.
+ * start, width  as for NEB_XML_TransformIndented. Siblings of start are not written.
  *
  * Returns the results of NEB_XML_TransformIndented, before anything is written: what no document
  * can hold is NEB_XML_ERR_INVALID_PARAM; NEB_XML_ERR_FILE_OPEN if the temporary file cannot be
