@@ -6,7 +6,7 @@ cmake_minimum_required(VERSION 3.22)
 
 set(own_name "^_Z(T[VTIS]|GV)?N[KVO]*3neb")
 # Programs have the same instances of the standard library's templates, and the linker keeps one.
-set(standard_instance "^_Z(GV)?(N[KVO]*)?S[tabsiod].* [VWu]$")
+set(standard_instance "^_Z(GV)?(N[KVRO]*)?(S[tabsiod]|9__gnu_cxx).* [VWu]$")
 
 file(STRINGS "${GOLDEN}" golden)
 execute_process(
