@@ -89,11 +89,16 @@ uint32_t parseWith(const RecordMemory &record, const char *text, uint32_t sessio
 
 uint32_t parseInto(const RecordMemory &record, const char *text, bool withSession,
                    XmlNode **document) {
-  if (!withSession) return parseWith<HeapAllocation, AnyMachine>(record, text, 0, document);
+  const bool isWide = chosenKernel().isWide;
+  if (!withSession) {
+    const auto parse =
+        isWide ? parseWith<HeapAllocation, WideMachine> : parseWith<HeapAllocation, AnyMachine>;
+    return parse(record, text, 0, document);
+  }
   NewSession session;
   if (session.handle() == 0) return NEB_XML_ERR_NO_MEMORY;
-  const auto parse = chosenKernel().isWide ? parseWith<ArenaAllocation, WideMachine>
-                                           : parseWith<ArenaAllocation, AnyMachine>;
+  const auto parse =
+      isWide ? parseWith<ArenaAllocation, WideMachine> : parseWith<ArenaAllocation, AnyMachine>;
   const uint32_t result = parse(record, text, session.handle(), document);
   if (result == NEB_XML_OK) session.release();
   return result;
