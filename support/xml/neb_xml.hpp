@@ -13,9 +13,9 @@
  * A path, name or value with a NUL in it is NEB_XML_ERR_INVALID_PARAM, since the C interface would
  * end it there.
  *
- * Strings are read as std::optional<std::string_view>: an absent and an empty value are both
- * nullopt. The views are of the node's own string, and valid as long as that is. In setting calls
- * an empty string clears, as in C.
+ * Strings are read as std::optional<std::string_view>: nullopt if there is none. A value
+ * that is written empty, as in x="", is read as none. The views are of the node's own string, and
+ * valid as long as that is. In setting calls an empty string clears, as in C.
  *
  *   auto document = neb::xml::Document::parse("<config><port>80</port></config>");
  *   if (!document) return report(document.error());
@@ -99,7 +99,7 @@ class Result {
   Error error_;
 };
 
-/** A string of a node; nullopt if it is absent or was cleared. */
+/** A string of a node; nullopt if it has none. */
 using Text = std::optional<std::string_view>;
 
 /** All three strings of a node or attribute, read by one call. */

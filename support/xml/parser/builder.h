@@ -556,8 +556,7 @@ class TreeBuilder {
   // Fields that change together are not neighbours: the compiler would combine them in a vector.
   XmlNode *open_ = nullptr;
   Allocation allocation_;
-  XmlNode *last_ =
-      nullptr;  // its last child, or the last element at the top; null if there is none
+  XmlNode *last_ = nullptr;  // its last child or, at the top, the last element; null if none
   const char *leafName_ = nullptr;
   XmlNode *next_;  // for the next start tag, its bytes not set; null until it is made
   size_t leafPrefix_ = 0;

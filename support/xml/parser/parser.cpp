@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
-#include <utility>
 
 #include "kernels/chosen.h"
 #include "parser/scanner.h"

@@ -9,8 +9,8 @@
 //    record, in an arena or on the heap.
 // 6. The end of the document is scanned in a copy with zeros behind it, so that no window ends
 //    early.
-// 7. A failed parse frees what was built. If the caller wants to know why and where, the tokenizer
-//    reads the document once more, for the checking builder.
+// 7. A failed parse frees what was built. In the functions that report why and where, the tokenizer
+//    then reads the document once more, for the checking builder.
 #pragma once
 
 #include <cstddef>
