@@ -6,22 +6,28 @@
 
 #include "memory/block_index.h"
 #include "memory/hooks.h"
+#include "memory/regions.h"
 #include "memory/session_table.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
-constexpr uint32_t kBlocksAhead = 8;
-
-// An allocation is cleared when it is handed out and not filled at once, so that the C library need
-// not clear the block before.
-void *allocateBlock(size_t size) {
-  return g_fnXMLCalloc == std::calloc ? std::malloc(size) : XML_Calloc(1, size);
+size_t blockSize(int32_t capacity, size_t indexSize) {
+  return sizeof(XmlMemBlock) + static_cast<size_t>(capacity) + indexSize;
 }
 
-XmlMemBlock *newBlock(int32_t capacity, size_t indexSize) {
-  void *memory = allocateBlock(sizeof(XmlMemBlock) + static_cast<size_t>(capacity) + indexSize);
+// An allocation is cleared when it is handed out and not filled at once, so that the C library need
+// not clear a block before.
+void *allocateLaterBlock(XmlMemSession &session, size_t size, size_t filled) {
+  if (!session.hasRegions) return usesDefaultAllocator() ? std::malloc(size) : XML_Calloc(1, size);
+  FirstRegion &first = firstRegionOf(session.firstBlock);
+  if (usesDefaultAllocator()) return allocateFromRegions(first, size, filled);
+  closeLastRegion(first);
+  return XML_Calloc(1, size);
+}
+
+XmlMemBlock *makeBlock(void *memory, int32_t capacity) {
   if (memory == nullptr) return nullptr;
   auto *block = static_cast<XmlMemBlock *>(memory);
   block->cursor = reinterpret_cast<char *>(block + 1);
@@ -41,25 +47,6 @@ int32_t capacityFor(int32_t size, int32_t lastCapacity) {
   return capacity;
 }
 
-// Blocks allocated in a row mostly lie one distance apart. Those of a large tree are out of the
-// caches, and freeing one reads what the heap keeps around it.
-void fetchBlockAhead(const XmlMemBlock *block, const XmlMemBlock *next) {
-  constexpr int kForWriting = 1;
-  const auto address = reinterpret_cast<uintptr_t>(block);
-  const uintptr_t guess = address + kBlocksAhead * (reinterpret_cast<uintptr_t>(next) - address);
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): a guess need not point to anything
-  __builtin_prefetch(reinterpret_cast<const void *>(guess), kForWriting);
-}
-
-void freeBlocks(XmlMemBlock *block, uint32_t count) {
-  for (uint32_t left = count; block != nullptr; --left) {
-    XmlMemBlock *next = block->nextBlock;
-    if (left > kBlocksAhead) fetchBlockAhead(block, next);
-    freeOnHeap(block);
-    block = next;
-  }
-}
-
 }  // namespace
 
 void *allocateBeyondLastBlock(XmlMemSession &session, int32_t size) {
@@ -67,7 +54,9 @@ void *allocateBeyondLastBlock(XmlMemSession &session, int32_t size) {
   if (void *allocation = allocateFromEarlierBlock(session, size)) return allocation;
   if (size <= session.lastBlock->remaining) return allocateFromBlock(*session.lastBlock, size);
   const int32_t capacity = capacityFor(size, session.lastBlock->capacity);
-  XmlMemBlock *block = newBlock(capacity, indexSizeAfter(session.blockCount));
+  const size_t bytes = blockSize(capacity, indexSizeAfter(session.blockCount));
+  XmlMemBlock *block =
+      makeBlock(allocateLaterBlock(session, bytes, static_cast<size_t>(size)), capacity);
   if (block == nullptr) return nullptr;
   appendBlock(session, block);
   return allocateFromBlock(*block, size);
@@ -75,9 +64,9 @@ void *allocateBeyondLastBlock(XmlMemSession &session, int32_t size) {
 
 void freeSession(XmlMemSession &session) {
   XmlMemBlock *firstBlock = session.firstBlock;
-  const uint32_t blockCount = session.blockCount;
+  const bool hasRegions = session.hasRegions;
   closeSession(session);
-  freeBlocks(firstBlock, blockCount);
+  freeBlocks(firstBlock, hasRegions);
 }
 
 }  // namespace neb::xml::internal
@@ -86,14 +75,18 @@ using namespace neb::xml::internal;
 
 uint32_t XML_MemSessionBegin(int32_t size) {
   if (size <= 0) return 0;
-  XmlMemBlock *block = newBlock(size, indexSizeAfter(0));
+  const bool hasRegions = usesDefaultAllocator();
+  const size_t bytes = blockSize(size, indexSizeAfter(0));
+  XmlMemBlock *block =
+      makeBlock(hasRegions ? allocateFirstBlock(bytes) : XML_Calloc(1, bytes), size);
   if (block == nullptr) return 0;
   XmlMemSession *session = openSession();
   if (session == nullptr) {
-    freeOnHeap(block);
+    freeBlocks(block, hasRegions);
     return 0;
   }
   session->blockCount = 1;
+  session->hasRegions = hasRegions;
   session->firstBlock = block;
   session->lastBlock = block;
   return session->handle.load(std::memory_order_relaxed);

@@ -44,6 +44,7 @@ struct XmlMemSession {
   int32_t largestEarlierGap;  // the most room in any block but the last
   uint8_t tableLevel;         // see session_table.h
   bool hasDocument;           // a document has been made that will end the session
+  bool hasRegions;            // see regions.h
   // What ownership/ keeps for the session. The arena only clears it.
   CrossReference *crossReferences;
   KeptString *keptStrings;

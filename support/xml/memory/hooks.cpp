@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "platform/bounded_memory.h"
+#include "platform/large_memory.h"
 
 void *(*g_fnXMLMalloc)(size_t) = std::malloc;
 void (*g_fnXMLFree)(void *) = std::free;
@@ -29,6 +30,18 @@ constexpr char kVersionBanner[] =
 constexpr long kTellFailed = -1;
 
 }  // namespace
+
+bool usesDefaultFiles() {
+  return g_fnXMLFopen == std::fopen && g_fnXMLFseek == std::fseek && g_fnXMLFclose == std::fclose &&
+         g_fnXMLFread == std::fread && g_fnXMLFtell == std::ftell;
+}
+
+void *allocateToFill(size_t size) {
+  if (!usesDefaultAllocator()) return allocateOnHeap(size);
+  void *memory = platform::allocateLarge(size);
+  if (memory != nullptr) platform::expectFilling(static_cast<char *>(memory), size);
+  return memory;
+}
 
 }  // namespace neb::xml::internal
 

@@ -1,6 +1,8 @@
 // The hook table: the C library's functions until the caller registers others.
 #pragma once
 
+#include <cstdlib>
+
 #include "neb_xml.h"
 
 namespace neb::xml::internal {
@@ -12,8 +14,19 @@ extern int (*g_fnXMLFclose)(FILE *);
 extern size_t (*g_fnXMLFread)(void *, size_t, size_t, FILE *);
 extern long (*g_fnXMLFtell)(FILE *);
 
+// Whether the allocation hooks are those of the C library.
+inline bool usesDefaultAllocator() {
+  return g_fnXMLMalloc == std::malloc && g_fnXMLCalloc == std::calloc && g_fnXMLFree == std::free;
+}
+
+// Whether the file hooks are those of the C library.
+bool usesDefaultFiles();
+
 // "The heap" is whatever the allocation hooks hand out.
 inline void *allocateOnHeap(size_t size) { return g_fnXMLMalloc(size); }
+
+// The same, for bytes that will all be written soon, in their order.
+void *allocateToFill(size_t size);
 
 inline void freeOnHeap(void *memory) {
   if (memory != nullptr) g_fnXMLFree(memory);

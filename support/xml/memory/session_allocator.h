@@ -6,6 +6,7 @@
 
 #include "memory/arena.h"
 #include "memory/block_index.h"
+#include "memory/regions.h"
 
 namespace neb::xml::internal {
 
@@ -64,6 +65,16 @@ class SessionAllocator {
     return static_cast<char *>(allocation);
   }
 
+  // So much of the document has been read that the session is filled from. Memory for the rest is
+  // allocated in proportion.
+  void reportProgress(size_t read, size_t whole) {
+    if (!session_.hasRegions || read < kLeastProgress) return;
+    FirstRegion &first = firstRegionOf(session_.firstBlock);
+    const auto used = static_cast<double>(first.held - static_cast<size_t>(room()));
+    const double growth = static_cast<double>(whole) / static_cast<double>(read);
+    first.expected = static_cast<size_t>(used * growth);
+  }
+
   // Hands the session back.
   void save() {
     if (gap_.block != nullptr) closeGap(session_, gap_);
@@ -75,6 +86,9 @@ class SessionAllocator {
   // The heap's blocks that were freed with a large tree are out of the caches.
   static constexpr size_t kAhead = 512;
   static constexpr int kForWriting = 1;
+
+  // From so many bytes of a document on, the rest is expected to be like the beginning.
+  static constexpr size_t kLeastProgress = 16384;
 
   static uintptr_t addressOf(const char *byte) { return reinterpret_cast<uintptr_t>(byte); }
 

@@ -214,6 +214,7 @@ void closeSession(XmlMemSession &session) {
   session.largestEarlierGap = 0;
   session.tableLevel = 0;
   session.hasDocument = false;
+  session.hasRegions = false;
   session.crossReferences = nullptr;
   session.keptStrings = nullptr;
   session.keptAttributes = nullptr;

@@ -66,6 +66,11 @@ class TreeBuilder {
     return std::exchange(document_, nullptr);
   }
 
+  // So much of the document has been read.
+  void reportProgress(size_t read, size_t whole) {
+    if constexpr (Allocation::kIsArena) allocation_.allocator().reportProgress(read, whole);
+  }
+
   // Whether a vector that ends at a stored string's last byte may be read.
   static constexpr bool kHasBytesBefore = Allocation::kIsArena;
 

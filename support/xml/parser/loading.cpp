@@ -1,4 +1,5 @@
 // Loading documents from files and buffers.
+#include <cstdio>
 #include <cstring>
 
 #include "parser/copying.h"
@@ -21,6 +22,8 @@ bool isLoadableSize(long size) {
 uint32_t LoadedDocument::load(const char *path) {
   FILE *stream = XML_Fopen(path, "rb");
   if (stream == nullptr) return NEB_XML_ERR_FILE_OPEN;
+  // One large read needs no buffer in between.
+  if (usesDefaultFiles()) std::setvbuf(stream, nullptr, _IONBF, 0);
   const uint32_t result = read(stream);
   XML_Fclose(stream);
   return result;
@@ -32,7 +35,7 @@ uint32_t LoadedDocument::read(FILE *stream) {
   if (!isLoadableSize(told)) return NEB_XML_ERR_FILE_READ;
   if (told == 0) return NEB_XML_ERR_SYNTAX;
   const auto size = static_cast<size_t>(told);
-  auto *text = static_cast<char *>(XML_Malloc(nullptr, size + kTerminator));
+  auto *text = static_cast<char *>(allocateToFill(size + kTerminator));
   if (text == nullptr) return NEB_XML_ERR_NO_MEMORY;
   if (XML_Fseek(stream, 0, kSeekFromStart) != 0 || XML_Fread(text, 1, size, stream) != size) {
     XML_Free(nullptr, text);
@@ -45,7 +48,7 @@ uint32_t LoadedDocument::read(FILE *stream) {
 
 bool LoadedDocument::copy(const char *bytes, size_t length) {
   const size_t size = strnlen(bytes, length);
-  auto *text = static_cast<char *>(XML_Malloc(nullptr, size + kTerminator));
+  auto *text = static_cast<char *>(allocateToFill(size + kTerminator));
   if (text == nullptr) return false;
   std::memcpy(text, bytes, size);
   text[size] = '\0';

@@ -140,6 +140,8 @@ class Scanner {
       enterTail(cursor);
     } else {
       index_.moveTo(cursor);
+      builder_.reportProgress(static_cast<size_t>(cursor - documentBegin()),
+                              static_cast<size_t>(index_.documentEnd() - documentBegin()));
     }
   }
 

@@ -1,0 +1,77 @@
+#include "platform/large_memory.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+
+#if defined(__linux__)
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
+
+namespace neb::platform {
+
+#if defined(__linux__)
+
+namespace {
+
+// Below this, the system calls cost as much as the page faults that they save.
+constexpr size_t kLeastPart = size_t{128} * 1024;
+
+#if defined(MADV_POPULATE_WRITE)
+constexpr int kPopulate = MADV_POPULATE_WRITE;
+#else
+constexpr int kPopulate = 23;  // since Linux 5.14; older systems refuse it
+#endif
+
+char *roundDown(char *address, size_t alignment) {
+  return address - (reinterpret_cast<uintptr_t>(address) & (alignment - 1));
+}
+
+char *roundUp(char *address, size_t alignment) {
+  return roundDown(address + (alignment - 1), alignment);
+}
+
+bool isInMemory(char *page, size_t pageSize) {
+  unsigned char state = 0;
+  return mincore(page, pageSize, &state) == 0 && (state & 1) != 0;
+}
+
+void populate(char *begin, size_t size, size_t pageSize) {
+  char *end = roundDown(begin + size, pageSize);
+  // Memory that the heap has kept is all there.
+  if (isInMemory(end - pageSize, pageSize)) return;
+  char *hugeBegin = roundUp(begin, kHugePageSize);
+  char *hugeEnd = roundDown(begin + size + kHeapHeader, kHugePageSize);
+  if (hugeBegin < hugeEnd) {
+    madvise(hugeBegin, static_cast<size_t>(hugeEnd - hugeBegin), MADV_HUGEPAGE);
+  }
+  char *first = roundUp(begin, pageSize);
+  madvise(first, static_cast<size_t>(end - first), kPopulate);
+}
+
+}  // namespace
+
+void *allocateLarge(size_t size) {
+  const bool mayBeHuge = size + kHeapHeader >= kHugePageSize;
+  void *memory = nullptr;
+  if (mayBeHuge && posix_memalign(&memory, kHugePageSize, size) == 0) return memory;
+  return std::malloc(size);
+}
+
+void expectFilling(char *begin, size_t size) {
+  if (size < kLeastPart) return;
+  const int before = errno;
+  populate(begin, size, static_cast<size_t>(sysconf(_SC_PAGESIZE)));
+  errno = before;
+}
+
+#else
+
+void *allocateLarge(size_t size) { return std::malloc(size); }
+
+void expectFilling(char * /*begin*/, size_t /*size*/) {}
+
+#endif
+
+}  // namespace neb::platform

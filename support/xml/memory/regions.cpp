@@ -1,0 +1,153 @@
+#include "memory/regions.h"
+
+#include <algorithm>
+
+#include "memory/hooks.h"
+#include "platform/large_memory.h"
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define __SANITIZE_ADDRESS__ 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#endif
+
+namespace neb::xml::internal {
+
+namespace {
+
+using platform::kHeapHeader;
+using platform::kHugePageSize;
+
+// The first region behind the first block. Most heaps have so much at hand.
+constexpr size_t kSecondRegion = size_t{64} * 1024 - kHeapHeader;
+
+// glibc maps allocations of 128 KiB and more from the system. Once one of them has been freed, it
+// takes allocations of that size from its heap and keeps up to twice as much free memory there. So
+// a program that parses again and again finds its memory in place. A region of this size makes the
+// heap keep the regions before it as well.
+constexpr size_t kThirdRegion = size_t{384} * 1024 - kHeapHeader;
+
+constexpr size_t kMostHugePages = 2;
+constexpr size_t kLargestRegion = kMostHugePages * kHugePageSize - kHeapHeader;
+
+// The address sanitizer finds what is written behind a block, as if it had an allocation of its own.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr size_t kBehindBlock = 16;
+void forbid(char *begin, char *end) {
+  __asan_poison_memory_region(begin, static_cast<size_t>(end - begin));
+}
+void permit(char *begin, size_t size) { __asan_unpoison_memory_region(begin, size); }
+#else
+constexpr size_t kBehindBlock = 0;
+void forbid(const char * /*begin*/, const char * /*end*/) {}
+void permit(const char * /*begin*/, size_t /*size*/) {}
+#endif
+
+constexpr size_t roomFor(size_t size) {
+  constexpr size_t kMask = kAllocationAlignment - 1;
+  return (size + kBehindBlock + kMask) & ~kMask;
+}
+
+size_t roomIn(const Region &region) { return static_cast<size_t>(region.end - region.free); }
+
+void *takeBlock(FirstRegion &first, Region &region, size_t size) {
+  char *block = region.free;
+  region.free += roomFor(size);
+  region.lastBlock = reinterpret_cast<XmlMemBlock *>(block);
+  first.held += size;
+  permit(block, size);
+  return block;
+}
+
+void makeRegion(Region *region, char *begin, size_t size) {
+  *region = {nullptr, begin, begin + size, nullptr};
+  forbid(region->free, region->end);
+}
+
+// How large a region is, and how much of it will be filled soon.
+struct RegionSize {
+  size_t size;
+  size_t filled;
+};
+
+// A huge page is only used if at most a tenth of the session is lost should the rest of the page
+// stay empty.
+RegionSize sizeOfNextRegion(const FirstRegion &first, size_t needed, size_t filled) {
+  const size_t left = first.expected > first.held ? first.expected - first.held : 0;
+  const size_t coming = std::max(left, filled);
+  const size_t hugePages = (coming + (first.held + coming) / 10) / kHugePageSize;
+  if (hugePages > 0) {
+    const size_t size = std::min(hugePages, kMostHugePages) * kHugePageSize - kHeapHeader;
+    return needed <= size ? RegionSize{size, size} : RegionSize{needed, filled};
+  }
+  const size_t grown = left > 0 ? left + left / 8 : first.held;
+  const size_t least = first.last == &first ? kSecondRegion : kThirdRegion;
+  const size_t size = std::clamp(grown, least, kLargestRegion);
+  return {std::max(size, needed), std::max(left - left / 8, filled)};
+}
+
+Region *appendRegion(FirstRegion &first, size_t needed, size_t filled) {
+  RegionSize wanted = sizeOfNextRegion(first, sizeof(Region) + needed, filled);
+  void *memory = platform::allocateLarge(wanted.size);
+  if (memory == nullptr) {
+    wanted = {sizeof(Region) + needed, 0};
+    memory = allocateOnHeap(wanted.size);
+  }
+  if (memory == nullptr) return nullptr;
+  auto *begin = static_cast<char *>(memory);
+  platform::expectFilling(begin, std::min(wanted.filled, wanted.size));
+  auto *region = static_cast<Region *>(memory);
+  makeRegion(region, begin + sizeof(Region), wanted.size - sizeof(Region));
+  first.last->next = region;
+  first.last = region;
+  return region;
+}
+
+bool isIn(const Region &region, const XmlMemBlock *block) {
+  const auto address = reinterpret_cast<uintptr_t>(block);
+  return address >= reinterpret_cast<uintptr_t>(&region) &&
+         address < reinterpret_cast<uintptr_t>(region.end);
+}
+
+}  // namespace
+
+void *allocateFirstBlock(size_t size) {
+  const size_t room = roomFor(size);
+  void *memory = allocateOnHeap(sizeof(FirstRegion) + room);
+  if (memory == nullptr) return nullptr;
+  auto *first = static_cast<FirstRegion *>(memory);
+  makeRegion(first, static_cast<char *>(memory) + sizeof(FirstRegion), room);
+  first->last = first;
+  first->held = 0;
+  first->expected = 0;
+  return takeBlock(*first, *first, size);
+}
+
+void *allocateFromRegions(FirstRegion &first, size_t size, size_t filled) {
+  const size_t room = roomFor(size);
+  Region *region = first.last;
+  if (roomIn(*region) < room) region = appendRegion(first, room, filled);
+  return region == nullptr ? nullptr : takeBlock(first, *region, size);
+}
+
+void closeLastRegion(FirstRegion &first) { first.last->end = first.last->free; }
+
+void freeBlocks(XmlMemBlock *firstBlock, bool hasRegions) {
+  XmlMemBlock *block = firstBlock;
+  Region *region = hasRegions ? &firstRegionOf(firstBlock) : nullptr;
+  while (block != nullptr) {
+    void *allocation = block;
+    if (region != nullptr && isIn(*region, block)) {
+      allocation = region;
+      block = region->lastBlock;
+      region = region->next;
+    }
+    block = block->nextBlock;
+    freeOnHeap(allocation);
+  }
+}
+
+}  // namespace neb::xml::internal
