@@ -81,12 +81,12 @@ RegionSize sizeOfNextRegion(const FirstRegion &first, size_t needed, size_t fill
   const size_t hugePages = (coming + (first.held + coming) / 10) / kHugePageSize;
   if (hugePages > 0) {
     const size_t size = std::min(hugePages, kMostHugePages) * kHugePageSize - kHeapHeader;
-    return needed <= size ? RegionSize{size, size} : RegionSize{needed, filled};
+    return needed <= size ? RegionSize{size, size} : RegionSize{needed, coming};
   }
   const size_t grown = left > 0 ? left + left / 8 : first.held;
   const size_t least = first.last == &first ? kSecondRegion : kThirdRegion;
   const size_t size = std::clamp(grown, least, kLargestRegion);
-  return {std::max(size, needed), std::max(left - left / 8, filled)};
+  return {std::max(size, needed), std::max(left - left / 4, filled)};
 }
 
 Region *appendRegion(FirstRegion &first, size_t needed, size_t filled) {

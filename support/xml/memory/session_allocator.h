@@ -88,7 +88,7 @@ class SessionAllocator {
   static constexpr int kForWriting = 1;
 
   // From so many bytes of a document on, the rest is expected to be like the beginning.
-  static constexpr size_t kLeastProgress = 16384;
+  static constexpr size_t kLeastProgress = 8192;
 
   static uintptr_t addressOf(const char *byte) { return reinterpret_cast<uintptr_t>(byte); }
 
