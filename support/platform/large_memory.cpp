@@ -52,11 +52,13 @@ void populate(char *begin, size_t size, size_t pageSize) {
 
 }  // namespace
 
-void *allocateLarge(size_t size) {
-  const bool mayBeHuge = size + kHeapHeader >= kHugePageSize;
-  void *memory = nullptr;
-  if (mayBeHuge && posix_memalign(&memory, kHugePageSize, size) == 0) return memory;
-  return std::malloc(size);
+LargeMemory allocateLarge(size_t size) {
+  const bool canBeHuge = size >= kHugePageSize - kHeapHeader && size < PTRDIFF_MAX - kHugePageSize;
+  // What lies before the used part is never touched.
+  void *memory = canBeHuge ? std::malloc(size + kHugePageSize) : nullptr;
+  if (memory != nullptr) return {memory, roundUp(static_cast<char *>(memory), kHugePageSize)};
+  memory = std::malloc(size);
+  return {memory, static_cast<char *>(memory)};
 }
 
 void expectFilling(char *begin, size_t size) {
@@ -68,7 +70,10 @@ void expectFilling(char *begin, size_t size) {
 
 #else
 
-void *allocateLarge(size_t size) { return std::malloc(size); }
+LargeMemory allocateLarge(size_t size) {
+  void *memory = std::malloc(size);
+  return {memory, static_cast<char *>(memory)};
+}
 
 void expectFilling(char * /*begin*/, size_t /*size*/) {}
 

@@ -12,13 +12,20 @@ constexpr size_t kHugePageSize = size_t{2} * 1024 * 1024;
 // so much, they can follow each other without a gap.
 constexpr size_t kHeapHeader = 4096;
 
-// As malloc, freed by free. An allocation that can hold a huge page begins at one.
-void *allocateLarge(size_t size);
+// An allocation of malloc, to be freed by free, and the part of it that is used.
+struct LargeMemory {
+  void *allocation;  // null if memory runs out
+  char *begin;
+};
 
-// Says that the first bytes of an allocation will be written soon, from the first to the last. The
-// system then maps their pages in few steps: huge pages where whole ones lie in the part, small
-// ones elsewhere. Does nothing for a small part, if the pages are in memory already, or if the
-// system cannot do it. The bytes are not changed, and neither is errno.
+// If the size can hold a huge page, the used part begins at one. Only malloc is called: a program
+// may have replaced it without its relatives for aligned memory.
+LargeMemory allocateLarge(size_t size);
+
+// Says that so much memory will be written soon, from the first byte to the last. The system then
+// maps its pages in few steps: huge pages where whole ones lie in it, small ones elsewhere. Does
+// nothing for a small part, if the pages are mapped already, or if the system cannot do it. Neither
+// the bytes nor errno are changed.
 void expectFilling(char *begin, size_t size);
 
 }  // namespace neb::platform

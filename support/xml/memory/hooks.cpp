@@ -4,7 +4,6 @@
 #include <cstdlib>
 
 #include "platform/bounded_memory.h"
-#include "platform/large_memory.h"
 
 void *(*g_fnXMLMalloc)(size_t) = std::malloc;
 void (*g_fnXMLFree)(void *) = std::free;
@@ -36,10 +35,13 @@ bool usesDefaultFiles() {
          g_fnXMLFread == std::fread && g_fnXMLFtell == std::ftell;
 }
 
-void *allocateToFill(size_t size) {
-  if (!usesDefaultAllocator()) return allocateOnHeap(size);
-  void *memory = platform::allocateLarge(size);
-  if (memory != nullptr) platform::expectFilling(static_cast<char *>(memory), size);
+platform::LargeMemory allocateToFill(size_t size) {
+  if (!usesDefaultAllocator()) {
+    void *memory = allocateOnHeap(size);
+    return {memory, static_cast<char *>(memory)};
+  }
+  const platform::LargeMemory memory = platform::allocateLarge(size);
+  if (memory.allocation != nullptr) platform::expectFilling(memory.begin, size);
   return memory;
 }
 

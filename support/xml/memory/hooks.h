@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "neb_xml.h"
+#include "platform/large_memory.h"
 
 namespace neb::xml::internal {
 
@@ -26,7 +27,7 @@ bool usesDefaultFiles();
 inline void *allocateOnHeap(size_t size) { return g_fnXMLMalloc(size); }
 
 // The same, for bytes that will all be written soon, in their order.
-void *allocateToFill(size_t size);
+platform::LargeMemory allocateToFill(size_t size);
 
 inline void freeOnHeap(void *memory) {
   if (memory != nullptr) g_fnXMLFree(memory);

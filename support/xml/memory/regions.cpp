@@ -20,6 +20,7 @@ namespace {
 
 using platform::kHeapHeader;
 using platform::kHugePageSize;
+using platform::LargeMemory;
 
 // The first region behind the first block. Most heaps have so much at hand.
 constexpr size_t kSecondRegion = size_t{64} * 1024 - kHeapHeader;
@@ -62,8 +63,9 @@ void *takeBlock(FirstRegion &first, Region &region, size_t size) {
   return block;
 }
 
-void makeRegion(Region *region, char *begin, size_t size) {
-  *region = {nullptr, begin, begin + size, nullptr};
+// The blocks begin behind the header.
+void makeRegion(Region *region, size_t headerSize, const LargeMemory &memory, size_t size) {
+  *region = {memory.allocation, nullptr, memory.begin + headerSize, memory.begin + size, nullptr};
   forbid(region->free, region->end);
 }
 
@@ -91,16 +93,15 @@ RegionSize sizeOfNextRegion(const FirstRegion &first, size_t needed, size_t fill
 
 Region *appendRegion(FirstRegion &first, size_t needed, size_t filled) {
   RegionSize wanted = sizeOfNextRegion(first, sizeof(Region) + needed, filled);
-  void *memory = platform::allocateLarge(wanted.size);
-  if (memory == nullptr) {
+  LargeMemory memory = platform::allocateLarge(wanted.size);
+  if (memory.allocation == nullptr) {
     wanted = {sizeof(Region) + needed, 0};
-    memory = allocateOnHeap(wanted.size);
+    memory = platform::allocateLarge(wanted.size);
   }
-  if (memory == nullptr) return nullptr;
-  auto *begin = static_cast<char *>(memory);
-  platform::expectFilling(begin, std::min(wanted.filled, wanted.size));
-  auto *region = static_cast<Region *>(memory);
-  makeRegion(region, begin + sizeof(Region), wanted.size - sizeof(Region));
+  if (memory.allocation == nullptr) return nullptr;
+  platform::expectFilling(memory.begin, std::min(wanted.filled, wanted.size));
+  auto *region = reinterpret_cast<Region *>(memory.begin);
+  makeRegion(region, sizeof(Region), memory, wanted.size);
   first.last->next = region;
   first.last = region;
   return region;
@@ -115,11 +116,11 @@ bool isIn(const Region &region, const XmlMemBlock *block) {
 }  // namespace
 
 void *allocateFirstBlock(size_t size) {
-  const size_t room = roomFor(size);
-  void *memory = allocateOnHeap(sizeof(FirstRegion) + room);
+  const size_t wanted = sizeof(FirstRegion) + roomFor(size);
+  void *memory = allocateOnHeap(wanted);
   if (memory == nullptr) return nullptr;
   auto *first = static_cast<FirstRegion *>(memory);
-  makeRegion(first, static_cast<char *>(memory) + sizeof(FirstRegion), room);
+  makeRegion(first, sizeof(FirstRegion), {memory, static_cast<char *>(memory)}, wanted);
   first->last = first;
   first->held = 0;
   first->expected = 0;
@@ -141,7 +142,7 @@ void freeBlocks(XmlMemBlock *firstBlock, bool hasRegions) {
   while (block != nullptr) {
     void *allocation = block;
     if (region != nullptr && isIn(*region, block)) {
-      allocation = region;
+      allocation = region->allocation;
       block = region->lastBlock;
       region = region->next;
     }

@@ -14,9 +14,10 @@ constexpr size_t kAllocationAlignment = alignof(std::max_align_t);  // of malloc
 // session that was opened while other allocation hooks were registered has no regions: each of its
 // blocks is one call of a hook. If hooks are registered later, so are its further blocks.
 //
-// The blocks lie in the chain in the order of their regions. A region is one allocation on the heap
-// with a header, then its blocks.
-struct Region {
+// The blocks lie in the chain in the order of their regions. A region is this header, then its
+// blocks, in one allocation on the heap.
+struct alignas(kAllocationAlignment) Region {
+  void *allocation;
   Region *next;
   char *free;  // where its next block begins
   char *end;
@@ -24,7 +25,7 @@ struct Region {
 };
 
 // In front of the session's first block.
-struct alignas(kAllocationAlignment) FirstRegion : Region {
+struct FirstRegion : Region {
   Region *last;
   size_t held;      // bytes of the blocks in all regions
   size_t expected;  // bytes that they will have in the end, as far as known; else 0

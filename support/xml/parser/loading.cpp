@@ -35,25 +35,30 @@ uint32_t LoadedDocument::read(FILE *stream) {
   if (!isLoadableSize(told)) return NEB_XML_ERR_FILE_READ;
   if (told == 0) return NEB_XML_ERR_SYNTAX;
   const auto size = static_cast<size_t>(told);
-  auto *text = static_cast<char *>(allocateToFill(size + kTerminator));
+  char *text = allocate(size);
   if (text == nullptr) return NEB_XML_ERR_NO_MEMORY;
   if (XML_Fseek(stream, 0, kSeekFromStart) != 0 || XML_Fread(text, 1, size, stream) != size) {
-    XML_Free(nullptr, text);
     return NEB_XML_ERR_FILE_READ;
   }
-  text[size] = '\0';
   text_ = text;
   return NEB_XML_OK;
 }
 
 bool LoadedDocument::copy(const char *bytes, size_t length) {
   const size_t size = strnlen(bytes, length);
-  auto *text = static_cast<char *>(allocateToFill(size + kTerminator));
+  char *text = allocate(size);
   if (text == nullptr) return false;
   std::memcpy(text, bytes, size);
-  text[size] = '\0';
   text_ = text;
   return true;
+}
+
+// With the terminator.
+char *LoadedDocument::allocate(size_t length) {
+  memory_ = allocateToFill(length + kTerminator);
+  if (memory_.allocation == nullptr) return nullptr;
+  memory_.begin[length] = '\0';
+  return memory_.begin;
 }
 
 }  // namespace neb::xml::internal

@@ -25,7 +25,7 @@ namespace neb::xml::internal {
 class LoadedDocument {
  public:
   LoadedDocument() = default;
-  ~LoadedDocument() { XML_Free(nullptr, text_); }
+  ~LoadedDocument() { freeOnHeap(memory_.allocation); }
   LoadedDocument(const LoadedDocument &) = delete;
   LoadedDocument &operator=(const LoadedDocument &) = delete;
 
@@ -41,8 +41,10 @@ class LoadedDocument {
 
  private:
   uint32_t read(FILE *stream);
+  char *allocate(size_t length);
 
-  char *text_ = nullptr;
+  platform::LargeMemory memory_ = {};
+  const char *text_ = nullptr;
 };
 
 // Parses a NUL-terminated document into a tree with a session of its own, or on the heap. Returns
