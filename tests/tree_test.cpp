@@ -88,6 +88,83 @@ TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   EXPECT_EQ(described(node), "0:e=- p|a=- b=- a|e='1'");
 }
 
+// A node as the one call reads it: its strings with their lengths, its neighbours by name.
+std::string infoOf(const XmlNode *node) {
+  NEB_XML_NODE_INFO info;
+  EXPECT_EQ(NEB_XML_GetNodeInfo(node, &info), kOk);
+  std::string line = std::to_string(info.type);
+  const auto add = [&line](Text string, size_t length) {
+    line += " " + (string == nullptr ? "-" : "'" + std::string(string) + "'");
+    line += std::to_string(length);
+  };
+  add(info.prefix, info.prefixLength);
+  add(info.name, info.nameLength);
+  add(info.value, info.valueLength);
+  for (const XmlNode *each :
+       {info.parent, info.nextSibling, info.firstChild, info.firstAttribute}) {
+    line += std::string(" ") + (each == nullptr ? "-" : each->name);
+  }
+  return line;
+}
+
+// Of a tree and the siblings after it, with each element before its attributes.
+std::string infosOf(const XmlNode *node) {
+  std::string lines;
+  for (; node != nullptr; node = NEB_XML_Iterator(node)) {
+    lines += infoOf(node) + "\n";
+    for (const XmlNode *each = node->firstAttr; each; each = each->next) {
+      lines += infoOf(each) + "\n";
+    }
+  }
+  return lines;
+}
+
+// That it agrees with the single calls, described() checks of every tree of all tests.
+TEST(Info, HoldsTheStringsWithTheirLengthsAndTheNeighbours) {
+  constexpr Text kText = "<r p:a='1' b=''><e><![CDATA[]]></e><q:e c='&lt;'>ab</q:e></r><s/>";
+  for (const bool withSession : {false, true}) {
+    const trees::Held document{parsed(kText, withSession)};
+    EXPECT_EQ(infosOf(document),
+              "12 -0 'r'1 -0 - s e a\n1 'p'1 'a'1 '1'1 r b - -\n1 -0 'b'1 -0 r - - -\n"
+              "0 -0 'e'1 ''0 r e - -\n0 'q'1 'e'1 'ab'2 r - - c\n1 -0 'c'1 '<'1 e - - -\n"
+              "0 -0 's'1 -0 - - - -\n");
+  }
+  NEB_XML_NODE_INFO info = {};
+  EXPECT_EQ(NEB_XML_GetNodeInfo(nullptr, &info), kInvalid);
+  EXPECT_TRUE(info.type == 0 && info.name == nullptr);
+}
+
+// Each change is of the length of a string that the record may have noted.
+TEST(Info, FollowsEveryChange) {
+  const std::string longText(70000, 'x');
+  constexpr uint8_t kNumber = 255;
+  constexpr uint32_t kTrue = 1;
+  for (const bool withSession : {false, true}) {
+    const trees::Held document{parsed("<r a='1' p:b='22'><e>333</e></r>", withSession)};
+    XmlNode *e = document->firstChild, *a = document->firstAttr, *b = a->next;
+    EXPECT_EQ(NEB_XML_SetNodeValueEx(e, NEB_XML_VALUE_UINT8, &kNumber), kOk);
+    EXPECT_EQ(NEB_XML_SetAttrValueEx(document, "p", "b", NEB_XML_VALUE_BOOL, &kTrue), kOk);
+    EXPECT_EQ(infoOf(e) + infoOf(b), "0 -0 'e'1 '255'3 r - - -1 'p'1 'b'1 'true'4 r - - -");
+    EXPECT_EQ(NEB_XML_SetAttr(document, nullptr, "a", "4444"), kOk) << "into the table of names";
+    EXPECT_EQ(NEB_XML_SetNode(b, "pp", "bb", ""), kOk);
+    EXPECT_EQ(infoOf(a) + infoOf(b), "1 -0 'a'1 '4444'4 r bb - -1 'pp'2 'bb'2 -0 r - - -");
+    for (const size_t length : {254U, 255U, 256U, 65519U, 65520U, 65536U, 70000U}) {
+      const std::string text = longText.substr(0, length);
+      EXPECT_EQ(NEB_XML_SetNode(e, text.c_str(), text.c_str(), text.c_str()), kOk);
+      XmlNode *copy = nullptr;
+      EXPECT_EQ(NEB_XML_CloneNode(e, &copy), kOk);
+      const trees::Held parsedAgain{parsed(trees::printed(copy))};
+      for (const XmlNode *each : {e, copy, parsedAgain.node}) {
+        NEB_XML_NODE_INFO info;
+        EXPECT_EQ(NEB_XML_GetNodeInfo(each, &info), kOk);
+        EXPECT_TRUE(info.prefixLength == length && info.nameLength == length);
+        EXPECT_EQ(info.valueLength, length);
+      }
+      NEB_XML_FreeNode(copy);
+    }
+  }
+}
+
 // Expects a call to be refused and to change nothing if any of its pointers is null, or if the call
 // is not for attributes and any of its nodes is one. Pointers that may be null are given as null.
 class Refusing {
@@ -157,6 +234,7 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   XmlNode **out = &with.made;
   Text *text = &with.text;
   uint32_t *number = &with.number;
+  NEB_XML_NODE_INFO info = {};
   with.check(NEB_XML_Parse, "<a/>", out);
   with.check(NEB_XML_ParseEx, "<a/>", out);
   with.check(NEB_XML_ParseFile, "no", out);
@@ -192,6 +270,7 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   with.areForAttributes = true;
   with.check(NEB_XML_SetNode, n, nullptr, nullptr, nullptr);
   with.check(NEB_XML_GetNodeValue, n, nullptr, nullptr, nullptr, nullptr);
+  with.check(NEB_XML_GetNodeInfo, n, &info);
   with.check(NEB_XML_SetNodeValueEx, n, NEB_XML_VALUE_BOOL, number);
   with.check(NEB_XML_GetNodeValueEx, with.detached, NEB_XML_VALUE_BOOL, number);
   with.check(XML_AddAttrNode, with.detached, n);

@@ -200,13 +200,11 @@ enum NEB_XML_PARSE_FLAG {
 };
 
 /**
- * Why and where a parse failed.
- *
- * The position is the start of the construct that is wrong. Offsets count bytes from the start of
- * the document. Lines and columns count from 1, columns in bytes; a line ends with a line feed. If
- * there is no position (a file that cannot be read, a wrong argument, no memory), line and column
- * are 0. The record has reserved fields rather than a size field, so that a caller has nothing to
- * set and nothing to forget.
+ * Why and where a parse failed. The position is the start of the construct that is wrong. Offsets
+ * count bytes from the start of the document. Lines and columns count from 1, columns in bytes; a
+ * line ends with a line feed. If there is no position (a file that cannot be read, a wrong
+ * argument, no memory), line and column are 0. The record has reserved fields rather than a size
+ * field, so that a caller has nothing to set and nothing to forget.
  */
 typedef struct NEB_XML_PARSE_ERROR {
   uint32_t code;          /**< The result code that the call returns. */
@@ -272,8 +270,7 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFile(const char *path, XmlNod
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileEx(const char *path, XmlNode **outDoc);
 
 /**
- * Parses a document of known length, and reports why and where a parse failed. Accepts exactly what
- * NEB_XML_Parse accepts.
+ * Parses exactly what NEB_XML_Parse parses, of known length, and reports why and where it failed.
  *
  * bytes   need not be terminated and are never read beyond length; the document ends early at a
  *         NUL. A copy of them is held during the call.
@@ -291,11 +288,9 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseBuffer(const char *bytes, siz
                                                           NEB_XML_PARSE_ERROR *error);
 
 /**
- * Reads a file through the file hooks and parses it as NEB_XML_ParseBuffer does.
- *
- * path  passed unchanged to the open hook.
- *
- * Returns the results of NEB_XML_ParseBuffer, and for the file those of NEB_XML_ParseFile.
+ * Reads a file through the file hooks and parses it as NEB_XML_ParseBuffer does. The path is passed
+ * unchanged to the open hook. Returns the results of NEB_XML_ParseBuffer, and for the file those of
+ * NEB_XML_ParseFile.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags,
                                                             XmlNode **outDoc,
@@ -455,10 +450,39 @@ NEB_XML_API XmlNode *NEB_XML_GetNodeNextSibling(const XmlNode *node);
 NEB_XML_API XmlNode *NEB_XML_GetNodePrevSibling(const XmlNode *node);
 
 /**
- * Counts the children of a node, attributes not included.
+ * What NEB_XML_GetNodeInfo reads. A string that the node lacks is null with length 0; an empty one
+ * is not null, and has length 0. Lengths are in bytes, without the terminator. A link that leads to
+ * no node is null. Reserved fields leave room to grow, as in NEB_XML_PARSE_ERROR.
+ */
+typedef struct NEB_XML_NODE_INFO {
+  int32_t type;            /**< As NEB_XML_GetNodeValue reads it. */
+  const char *prefix;      /**< What precedes the colon. */
+  const char *name;        /**< The local name. */
+  const char *value;       /**< The value of the element or attribute. */
+  size_t prefixLength;     /**< Of prefix. */
+  size_t nameLength;       /**< Of name. */
+  size_t valueLength;      /**< Of value. */
+  XmlNode *parent;         /**< The parent; for an attribute, its element. */
+  XmlNode *nextSibling;    /**< The next sibling; for an attribute, the next attribute. */
+  XmlNode *firstChild;     /**< The first child; an attribute has none. */
+  XmlNode *firstAttribute; /**< The first attribute; an attribute has none. */
+  size_t reserved[4];      /**< For later versions. This version sets them to 0. */
+} NEB_XML_NODE_INFO;
+
+/**
+ * Reads a node, which may be an attribute, with its strings and neighbours by one call. Prefer it
+ * where a program needs more than one of the answers, or the length of a string. Children and
+ * attributes are walked alike: read the first one, and then nextSibling until that is null.
  *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or an attribute.
- * Cost: linear in the children.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, *info then unchanged. Cost:
+ * constant, and the length of each string whose length the node does not hold. It holds that of
+ * most names, and of most values of up to 254 bytes, from a parse or a copy until they are changed.
+ */
+NEB_XML_API uint32_t NEB_XML_GetNodeInfo(const XmlNode *node, NEB_XML_NODE_INFO *info);
+
+/**
+ * Counts the children of a node, attributes not included. Returns NEB_XML_OK;
+ * NEB_XML_ERR_INVALID_PARAM for a null argument or an attribute. Cost: linear in the children.
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeChildNum(const XmlNode *node, uint32_t *count);
 
@@ -497,13 +521,10 @@ NEB_XML_API XmlNode *NEB_XML_Iterator(const XmlNode *node);
 
 /** Inserts a node as the first child of parent. */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddFirstChildNode(XmlNode *parent, XmlNode *node);
-
 /** Inserts a node as the last child of parent. */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AppendChildNode(XmlNode *parent, XmlNode *node);
-
 /** Inserts a node directly after sibling. */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddNextSiblingNode(XmlNode *sibling, XmlNode *node);
-
 /** Inserts a node directly before sibling. */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddPrevSiblingNode(XmlNode *sibling, XmlNode *node);
 
@@ -526,13 +547,15 @@ NEB_XML_API uint32_t NEB_XML_RemoveNode(XmlNode *node);
  *
  * element  an element or a document; null or an attribute is NEB_XML_ERR_INVALID_PARAM.
  * name     the attribute's name, without its prefix.
+ *
+ * What receives a string receives null if the attribute lacks it.
  */
 
 /**
  * Reads an attribute's value.
  *
  * prefix  null finds an attribute without a prefix; an empty prefix finds nothing.
- * value   receives the value; null if the attribute has none.
+ * value   receives the value.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or out-pointer;
  * NEB_XML_ERR_NOT_FOUND.
@@ -541,9 +564,7 @@ NEB_XML_API uint32_t NEB_XML_GetAttr(const XmlNode *element, const char *prefix,
                                      const char **value);
 
 /**
- * Reads the first attribute's strings.
- *
- * prefix, name, value  receive the strings, null for one that the attribute lacks.
+ * Reads the first attribute's strings into prefix, name and value.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for any null argument; NEB_XML_ERR_NOT_FOUND if
  * the element has no attribute.
@@ -552,9 +573,8 @@ NEB_XML_API uint32_t NEB_XML_GetFirstAttr(const XmlNode *element, const char **p
                                           const char **name, const char **value);
 
 /**
- * As NEB_XML_GetFirstAttr, and begins a walk.
- *
- * cursor  receives the attribute, for NEB_XML_GetNextSiblingAttrEx; may be null.
+ * As NEB_XML_GetFirstAttr, and begins a walk: cursor, which may be null, receives the attribute for
+ * NEB_XML_GetNextSiblingAttrEx.
  */
 NEB_XML_API uint32_t NEB_XML_GetFirstAttrEx(const XmlNode *element, const char **prefix,
                                             const char **name, const char **value,
@@ -564,7 +584,7 @@ NEB_XML_API uint32_t NEB_XML_GetFirstAttrEx(const XmlNode *element, const char *
  * Reads the strings of the attribute that follows a named one.
  *
  * prefix, name                     the attribute to step from; prefix as for NEB_XML_GetAttr.
- * nextPrefix, nextName, nextValue  receive the strings, null for one that the attribute lacks.
+ * nextPrefix, nextName, nextValue  receive the strings.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or out-pointer;
  * NEB_XML_ERR_NOT_FOUND if there is no such attribute or none follows it.
@@ -576,7 +596,7 @@ NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttr(const XmlNode *element, const ch
 /**
  * Steps through the attributes of an element with a cursor.
  *
- * prefix, name, value  receive the strings, null for one that the attribute lacks.
+ * prefix, name, value  receive the strings.
  * cursor               holds null to begin with the first attribute, or the attribute to step
  *                      from; always advanced, to null after the last attribute.
  *
@@ -610,19 +630,16 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddAttr(XmlNode *element, const ch
  * prefix  null or empty finds an attribute without a prefix.
  * value   null or empty clears it.
  *
- * The attribute's name is interned as in NEB_XML_AddAttr.
- *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element or name;
- * NEB_XML_ERR_NOT_FOUND if there is no such attribute; NEB_XML_ERR_INVALID_PARAM for an element
- * in a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY. On failure nothing is changed.
+ * The attribute's name is interned as in NEB_XML_AddAttr. Returns NEB_XML_OK;
+ * NEB_XML_ERR_INVALID_PARAM for a null element or name; NEB_XML_ERR_NOT_FOUND if there is no such
+ * attribute; NEB_XML_ERR_INVALID_PARAM for an element in a chain of parentless siblings;
+ * NEB_XML_ERR_NO_MEMORY. On failure nothing is changed.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix,
                                                       const char *name, const char *value);
 
 /**
- * Removes an attribute from its element and frees it.
- *
- * prefix  null or empty finds an attribute without a prefix.
+ * Removes and frees an attribute. A null or empty prefix finds an attribute without a prefix.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element or name; NEB_XML_ERR_NOT_FOUND.
  */
@@ -631,18 +648,16 @@ NEB_XML_API uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, co
 /* --- Values, as strings and typed ------------------------------------------------------------- */
 
 /**
- * Reads a node's type and strings; every out-pointer may be null.
- *
- * The strings are the node's own; null is stored for a string that the node lacks.
+ * Reads a node's type and strings; every out-pointer may be null. The strings are the node's own;
+ * null is stored for one that the node lacks.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node. Attributes are accepted.
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeValue(const XmlNode *node, int32_t *type, const char **prefix,
                                           const char **name, const char **value);
 
 /**
- * Replaces a node's strings.
+ * Replaces strings of a node, which may be an attribute.
  *
- * node                 any node, attributes included.
  * prefix, name, value  copied; null leaves the field unchanged, an empty string clears it.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node; NEB_XML_ERR_ALREADY_EXISTS for
@@ -654,9 +669,8 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNode(XmlNode *node, const char 
                                                       const char *name, const char *value);
 
 /**
- * Reads the value of a node into a variable.
+ * Reads the value of a node, which may be an attribute, into a variable.
  *
- * node      any node, attributes included.
  * type      a code of enum XmlValueType.
  * variable  points to a variable of that type's width; need not be aligned.
  *
@@ -670,9 +684,7 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNode(XmlNode *node, const char 
 NEB_XML_API uint32_t NEB_XML_GetNodeValueEx(const XmlNode *node, uint32_t type, void *variable);
 
 /**
- * Writes a variable as the value of a node.
- *
- * node, type, variable  as for NEB_XML_GetNodeValueEx.
+ * Writes a variable as the value of a node. Arguments as for NEB_XML_GetNodeValueEx.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or an unknown type, nothing
  * changed; NEB_XML_ERR_NO_MEMORY, the node then being without a value.
@@ -681,10 +693,8 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNodeValueEx(XmlNode *node, uint
                                                              const void *variable);
 
 /**
- * Reads an attribute's value into a variable, by the rules of NEB_XML_GetNodeValueEx.
- *
- * element, prefix, name  as for NEB_XML_GetAttr.
- * type, variable         as for NEB_XML_GetNodeValueEx.
+ * Reads an attribute's value into a variable: finds the attribute by element, prefix and name as
+ * NEB_XML_GetAttr does, and reads it as NEB_XML_GetNodeValueEx does.
  *
  * Returns the results of NEB_XML_GetNodeValueEx; NEB_XML_ERR_INVALID_PARAM for a null element,
  * name or variable; NEB_XML_ERR_NOT_FOUND if there is no such attribute, whatever the type code.
@@ -780,7 +790,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ImportNode(XmlNode *target, const 
 
 /**
  * Opens a memory session whose first block has room for size bytes.
- *
  * Returns its handle, distinct from that of every open session; 0 for a size of 0 or less and if
  * memory runs out. A session is used by one thread at a time; different sessions are independent.
  */
@@ -788,7 +797,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemSessionBegin(int32_t size);
 
 /**
  * Allocates exactly size bytes from a session, all zero and aligned to nothing.
- *
  * First fit: the earliest block with room serves the allocation. Without one, a block of the last
  * block's capacity, doubled until it fits, is added; where doubling cannot reach the size within
  * 2 GiB, a block of exactly that size.
@@ -800,7 +808,6 @@ NEB_XML_API NEB_XML_MUST_USE void *XML_MemSpecialMalloc(uint32_t handle, int32_t
 
 /**
  * Ends a session: everything allocated from it is invalid from now on.
- *
  * Heap allocations that were left in the session's keeping are freed with the free hook.
  * Returns 1; 0 for a handle that is not open. Cost: linear in the blocks.
  */
