@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <limits>
 #include <new>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -50,8 +51,50 @@ Document parsed(std::string_view text = kText) {
 template <typename Range>
 std::string namesOf(const Range &range) {
   std::string names;
-  for (const auto item : range) names += std::string(item.name().value_or("-")) + " ";
+  for (const auto &item : range) names += std::string(item.name().value_or("-")) + " ";
   return names;
+}
+
+// What a view or an info answers.
+template <typename Item>
+auto answersOf(const Item &item) {
+  const neb::xml::Strings strings = item.strings();
+  EXPECT_TRUE(item.prefix() == strings.prefix && item.name() == strings.name);
+  EXPECT_EQ(item.value(), strings.value);
+  return std::tuple(strings.prefix, strings.name, strings.value, item.next().get());
+}
+
+// What the nodes of a range and their attributes answer.
+template <typename Range>
+auto allAnswersOf(const Range &range) {
+  std::vector<decltype(answersOf(*range.begin()))> answers;
+  for (const auto &node : range) {
+    answers.push_back(answersOf(node));
+    const auto attribute = node.first_attribute();
+    answers.emplace_back("parent and first child", "", "", node.parent().get());
+    answers.emplace_back("", "", "", node.first_child().get());
+    answers.emplace_back("", "", "", attribute.get());
+    for (const auto &each : node.attributes()) answers.push_back(answersOf(each));
+  }
+  return answers;
+}
+
+TEST(Wrapper, InfosAnswerAsViewsDo) {
+  const Document document = parsed();
+  const Node root = document.root();
+  EXPECT_EQ(answersOf(root.info()), answersOf(root));
+  EXPECT_EQ(allAnswersOf(root.info().children()), allAnswersOf(root.children()));
+  EXPECT_EQ(allAnswersOf(root.info().descendants()), allAnswersOf(root.descendants()));
+  EXPECT_EQ(allAnswersOf(root.info().descendants()).size(), 5U * 4 + 3);
+  for (const Node inner : root.children()) {
+    EXPECT_EQ(namesOf(inner.info().descendants()), namesOf(inner.descendants()));
+  }
+  const auto attribute = root.first_attribute().info();
+  EXPECT_TRUE(attribute && attribute.view().get() == root.first_attribute().get());
+  EXPECT_TRUE(attribute.parent().get() == root.get() && !attribute.first_child());
+  const auto none = Node().info();
+  EXPECT_FALSE(none || none.name() || none.next() || none.parent() || none.first_attribute());
+  EXPECT_TRUE(none.children().empty() && none.attributes().empty() && none.descendants().empty());
 }
 
 TEST(Wrapper, RangesWorkWithLoopsAndAlgorithms) {
