@@ -200,11 +200,13 @@ enum NEB_XML_PARSE_FLAG {
 };
 
 /**
- * Why and where a parse failed. The position is the start of the construct that is wrong. Offsets
- * count bytes from the start of the document. Lines and columns count from 1, columns in bytes; a
- * line ends with a line feed. If there is no position (a file that cannot be read, a wrong
- * argument, no memory), line and column are 0. The record has reserved fields rather than a size
- * field, so that a caller has nothing to set and nothing to forget.
+ * Why and where a parse failed.
+ *
+ * The position is the start of the construct that is wrong. Offsets count bytes from the start of
+ * the document. Lines and columns count from 1, columns in bytes; a line ends with a line feed. If
+ * there is no position (a file that cannot be read, a wrong argument, no memory), line and column
+ * are 0. The record has reserved fields rather than a size field, so that a caller has nothing to
+ * set and nothing to forget.
  */
 typedef struct NEB_XML_PARSE_ERROR {
   uint32_t code;          /**< The result code that the call returns. */
@@ -225,7 +227,6 @@ typedef struct NEB_XML_PARSE_ERROR {
  *
  * text    NUL-terminated; only read, and no longer needed when the call returns.
  * outDoc  receives the document node, which the caller frees with NEB_XML_FreeNode.
- *
  * Returns NEB_XML_OK;
  *   NEB_XML_ERR_INVALID_PARAM  a null argument or an empty document; *outDoc is unchanged;
  *   NEB_XML_ERR_SYNTAX         the document is not well-formed, or memory ran out while nodes were
@@ -278,7 +279,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileEx(const char *path, XmlN
  * flags   NEB_XML_PARSE_SESSION or 0; unknown bits are refused.
  * outDoc  receives the document node on success; unchanged on failure.
  * error   may be null; written on failure only. A document that fails is parsed a second time.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty document or an
  * unknown flag; NEB_XML_ERR_SYNTAX only for a document that is not well-formed;
  * NEB_XML_ERR_NO_MEMORY whenever memory runs out.
@@ -288,9 +288,10 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseBuffer(const char *bytes, siz
                                                           NEB_XML_PARSE_ERROR *error);
 
 /**
- * Reads a file through the file hooks and parses it as NEB_XML_ParseBuffer does. The path is passed
- * unchanged to the open hook. Returns the results of NEB_XML_ParseBuffer, and for the file those of
- * NEB_XML_ParseFile.
+ * Reads a file through the file hooks and parses it as NEB_XML_ParseBuffer does.
+ *
+ * path  passed unchanged to the open hook.
+ * Returns the results of NEB_XML_ParseBuffer, and for the file those of NEB_XML_ParseFile.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags,
                                                             XmlNode **outDoc,
@@ -307,7 +308,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileInfo(const char *path, ui
  * start  an element or document; printed with its subtree, without its siblings. Not written to.
  * text   receives a NUL-terminated string from the allocation hook, exactly as large as needed;
  *        freed with NEB_XML_FreeMem.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a nameless
  * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for an output of 4 GiB or more. The
  * first failure that printing meets decides. *text is written on success only. Cost: linear in the
@@ -335,7 +335,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformTail(const XmlNode *start
  * path  up to 1024 bytes; opened in its canonical form if the system gives one, else as it is. No
  *       directory is created. The file hooks are not used. A FIFO is opened for writing only:
  *       without a reader it cannot be opened, and if the reader leaves, SIGPIPE is raised.
- *
  * Returns the results of NEB_XML_Transform, the file then being unchanged;
  * NEB_XML_ERR_FILE_OPEN if the file cannot be opened or the path is longer;
  * NEB_XML_ERR_FILE_WRITE if the output was not written whole (a full disk): the file stays as far
@@ -357,7 +356,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformFile(const XmlNode *start
  *
  * start, text  as for NEB_XML_Transform.
  * width        0 to 16.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY, also for an output of 4 GiB or more;
  * NEB_XML_ERR_INVALID_PARAM for a wrong argument, and for what no document can hold:
  *   - a node of another type than element and document;
@@ -382,7 +380,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformIndented(const XmlNode *s
  *
  * path          up to 1024 bytes; no directory is created. The file hooks are not used.
  * start, width  as for NEB_XML_TransformIndented. Siblings of start are not written.
- *
  * Returns the results of NEB_XML_TransformIndented, before anything is written: what no document
  * can hold is NEB_XML_ERR_INVALID_PARAM; NEB_XML_ERR_FILE_OPEN if the temporary file cannot be
  * made, or the path is longer or leads to something that is no regular file; NEB_XML_ERR_FILE_WRITE
@@ -402,7 +399,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SaveFile(const XmlNode *start, con
  *                      NEB_XML_AddAttr.
  * prefix, name, value  copied; null or empty leaves the field null.
  * node                 receives the node, which the caller inserts somewhere or frees.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for another type or a null out-pointer;
  * NEB_XML_ERR_NO_MEMORY with nothing kept.
  */
@@ -470,13 +466,15 @@ typedef struct NEB_XML_NODE_INFO {
 } NEB_XML_NODE_INFO;
 
 /**
- * Reads a node, which may be an attribute, with its strings and neighbours by one call. Prefer it
- * where a program needs more than one of the answers, or the length of a string. Children and
- * attributes are walked alike: read the first one, and then nextSibling until that is null.
+ * Reads a node, with its strings and neighbours, by one call. Prefer it where a program needs more
+ * than one of the answers, or the length of a string. Children and attributes are walked alike:
+ * read the first one, and then nextSibling until that is null.
  *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, *info then unchanged. Cost:
- * constant, and the length of each string whose length the node does not hold. It holds that of
- * most names, and of most values of up to 254 bytes, from a parse or a copy until they are changed.
+ * node  any node, attributes included.
+ * info  receives the answers; unchanged on failure.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument. Cost: constant, and the length
+ * of each string whose length the node does not hold. It holds that of most names, and of most
+ * values of up to 254 bytes, from a parse or a copy until they are changed.
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeInfo(const XmlNode *node, NEB_XML_NODE_INFO *info);
 
@@ -503,7 +501,6 @@ NEB_XML_API XmlNode *NEB_XML_Iterator(const XmlNode *node);
  *
  * parent, sibling  where to insert.
  * node             the detached node; after a failure it is still the caller's.
- *
  * Returns NEB_XML_OK, or NEB_XML_ERR_INVALID_PARAM with nothing changed for
  *   - a null argument, the same node twice, or an attribute as either of them;
  *   - a node that is not detached, or of whose subtree the destination is part;
@@ -521,10 +518,13 @@ NEB_XML_API XmlNode *NEB_XML_Iterator(const XmlNode *node);
 
 /** Inserts a node as the first child of parent. */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddFirstChildNode(XmlNode *parent, XmlNode *node);
+
 /** Inserts a node as the last child of parent. */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AppendChildNode(XmlNode *parent, XmlNode *node);
+
 /** Inserts a node directly after sibling. */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddNextSiblingNode(XmlNode *sibling, XmlNode *node);
+
 /** Inserts a node directly before sibling. */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddPrevSiblingNode(XmlNode *sibling, XmlNode *node);
 
@@ -533,7 +533,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddPrevSiblingNode(XmlNode *siblin
  *
  * node  freed by the caller, or inserted elsewhere: nothing is freed here. A session node remains
  *       part of its session and is freed with it.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for null, for a node that is already detached and
  * for an attribute (see NEB_XML_RemoveAttr). Cost: constant; for a heap node its depth, and if it
  * leaves the tree of a session its subtree, all of which is then bound to the session.
@@ -556,7 +555,6 @@ NEB_XML_API uint32_t NEB_XML_RemoveNode(XmlNode *node);
  *
  * prefix  null finds an attribute without a prefix; an empty prefix finds nothing.
  * value   receives the value.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or out-pointer;
  * NEB_XML_ERR_NOT_FOUND.
  */
@@ -564,8 +562,9 @@ NEB_XML_API uint32_t NEB_XML_GetAttr(const XmlNode *element, const char *prefix,
                                      const char **value);
 
 /**
- * Reads the first attribute's strings into prefix, name and value.
+ * Reads the first attribute's strings.
  *
+ * prefix, name, value  receive the strings.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for any null argument; NEB_XML_ERR_NOT_FOUND if
  * the element has no attribute.
  */
@@ -573,8 +572,9 @@ NEB_XML_API uint32_t NEB_XML_GetFirstAttr(const XmlNode *element, const char **p
                                           const char **name, const char **value);
 
 /**
- * As NEB_XML_GetFirstAttr, and begins a walk: cursor, which may be null, receives the attribute for
- * NEB_XML_GetNextSiblingAttrEx.
+ * As NEB_XML_GetFirstAttr, and begins a walk.
+ *
+ * cursor  receives the attribute, for NEB_XML_GetNextSiblingAttrEx; may be null.
  */
 NEB_XML_API uint32_t NEB_XML_GetFirstAttrEx(const XmlNode *element, const char **prefix,
                                             const char **name, const char **value,
@@ -585,7 +585,6 @@ NEB_XML_API uint32_t NEB_XML_GetFirstAttrEx(const XmlNode *element, const char *
  *
  * prefix, name                     the attribute to step from; prefix as for NEB_XML_GetAttr.
  * nextPrefix, nextName, nextValue  receive the strings.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or out-pointer;
  * NEB_XML_ERR_NOT_FOUND if there is no such attribute or none follows it.
  */
@@ -599,7 +598,6 @@ NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttr(const XmlNode *element, const ch
  * prefix, name, value  receive the strings.
  * cursor               holds null to begin with the first attribute, or the attribute to step
  *                      from; always advanced, to null after the last attribute.
- *
  * Returns NEB_XML_OK with the strings of the attribute now in the cursor;
  * NEB_XML_ERR_INVALID_PARAM for any null argument, or a cursor that holds a node which is no
  * attribute of element, the cursor then unchanged; NEB_XML_ERR_NOT_FOUND at the end.
@@ -630,17 +628,18 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddAttr(XmlNode *element, const ch
  * prefix  null or empty finds an attribute without a prefix.
  * value   null or empty clears it.
  *
- * The attribute's name is interned as in NEB_XML_AddAttr. Returns NEB_XML_OK;
- * NEB_XML_ERR_INVALID_PARAM for a null element or name; NEB_XML_ERR_NOT_FOUND if there is no such
- * attribute; NEB_XML_ERR_INVALID_PARAM for an element in a chain of parentless siblings;
- * NEB_XML_ERR_NO_MEMORY. On failure nothing is changed.
+ * The attribute's name is interned as in NEB_XML_AddAttr.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element or name;
+ * NEB_XML_ERR_NOT_FOUND if there is no such attribute; NEB_XML_ERR_INVALID_PARAM for an element
+ * in a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY. On failure nothing is changed.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix,
                                                       const char *name, const char *value);
 
 /**
- * Removes and frees an attribute. A null or empty prefix finds an attribute without a prefix.
+ * Removes an attribute from its element and frees it.
  *
+ * prefix  null or empty finds an attribute without a prefix.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element or name; NEB_XML_ERR_NOT_FOUND.
  */
 NEB_XML_API uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, const char *name);
@@ -656,10 +655,10 @@ NEB_XML_API uint32_t NEB_XML_GetNodeValue(const XmlNode *node, int32_t *type, co
                                           const char **name, const char **value);
 
 /**
- * Replaces strings of a node, which may be an attribute.
+ * Replaces a node's strings.
  *
+ * node                 any node, attributes included.
  * prefix, name, value  copied; null leaves the field unchanged, an empty string clears it.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node; NEB_XML_ERR_ALREADY_EXISTS for
  * an attribute that would get prefix and name of another one of its element, nothing changed;
  * NEB_XML_ERR_NO_MEMORY if a copy could not be made: then no field is replaced, while fields
@@ -669,8 +668,9 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNode(XmlNode *node, const char 
                                                       const char *name, const char *value);
 
 /**
- * Reads the value of a node, which may be an attribute, into a variable.
+ * Reads the value of a node into a variable.
  *
+ * node      any node, attributes included.
  * type      a code of enum XmlValueType.
  * variable  points to a variable of that type's width; need not be aligned.
  *
@@ -684,8 +684,9 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNode(XmlNode *node, const char 
 NEB_XML_API uint32_t NEB_XML_GetNodeValueEx(const XmlNode *node, uint32_t type, void *variable);
 
 /**
- * Writes a variable as the value of a node. Arguments as for NEB_XML_GetNodeValueEx.
+ * Writes a variable as the value of a node.
  *
+ * node, type, variable  as for NEB_XML_GetNodeValueEx.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or an unknown type, nothing
  * changed; NEB_XML_ERR_NO_MEMORY, the node then being without a value.
  */
@@ -693,9 +694,10 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNodeValueEx(XmlNode *node, uint
                                                              const void *variable);
 
 /**
- * Reads an attribute's value into a variable: finds the attribute by element, prefix and name as
- * NEB_XML_GetAttr does, and reads it as NEB_XML_GetNodeValueEx does.
+ * Reads an attribute's value into a variable, by the rules of NEB_XML_GetNodeValueEx.
  *
+ * element, prefix, name  as for NEB_XML_GetAttr.
+ * type, variable         as for NEB_XML_GetNodeValueEx.
  * Returns the results of NEB_XML_GetNodeValueEx; NEB_XML_ERR_INVALID_PARAM for a null element,
  * name or variable; NEB_XML_ERR_NOT_FOUND if there is no such attribute, whatever the type code.
  */
@@ -710,7 +712,6 @@ NEB_XML_API uint32_t NEB_XML_GetAttrValueEx(const XmlNode *element, const char *
  *                 nothing and makes an attribute without one.
  * name            neither null nor empty.
  * type, variable  as for NEB_XML_SetNodeValueEx.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or variable, an empty
  * name, an unknown type, or a missing attribute on an element in a chain of parentless siblings;
  * NEB_XML_ERR_ALREADY_EXISTS if an empty prefix would make a duplicate attribute;
@@ -735,7 +736,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, c
  * start  an element or a document, of any tree.
  * path   1 to 511 bytes.
  * node   receives the node found.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty or longer path, or
  * an attribute as start; NEB_XML_ERR_NOT_FOUND if nothing matches, for an index of more than 9
  * digits and for a path of dots; NEB_XML_ERR_BAD_PATH for the index 0 and an index that does not
@@ -775,7 +775,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CloneNodeSelf(const XmlNode *sourc
  * source  an element or document, of any tree; never changed.
  * copy    receives a detached copy, ready to be inserted into target's tree. Documents become
  *         elements, since a document that owns a session cannot be inserted.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a target in
  * a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY with everything freed.
  * Cost: linear in the nodes and strings copied, and the depth of target.

@@ -118,10 +118,12 @@ namespace detail {
 inline Text text_of(const char *text) noexcept {
   return text == nullptr ? Text() : Text(std::string_view(text));
 }
+/** The same, of known length. */
 inline Text text_of(const char *text, std::size_t length) noexcept {
   return text == nullptr ? Text() : Text(std::string_view(text, length));
 }
 
+/** The strings in a record of the C interface. */
 inline Strings strings_of(const NEB_XML_NODE_INFO &info) noexcept {
   return {text_of(info.prefix, info.prefixLength), text_of(info.name, info.nameLength),
           text_of(info.value, info.valueLength)};
