@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "support/guarded_hooks.h"
+#include "support/links.h"
 #include "support/tables.h"
 #include "support/trees.h"
 #include "xml/record/node.h"
@@ -88,79 +89,48 @@ TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   EXPECT_EQ(described(node), "0:e=- p|a=- b=- a|e='1'");
 }
 
-// A node as the one call reads it: its strings with their lengths, its neighbours by name.
-std::string infoOf(const XmlNode *node) {
+// Each node and attribute as one call reads it: strings with lengths, and neighbours by name.
+std::string infosOf(const XmlNode *node) {
+  if (node == nullptr) return "";
   NEB_XML_NODE_INFO info;
   EXPECT_EQ(NEB_XML_GetNodeInfo(node, &info), kOk);
   std::string line = std::to_string(info.type);
-  const auto add = [&line](Text string, size_t length) {
-    line += " " + (string == nullptr ? "-" : "'" + std::string(string) + "'");
-    line += std::to_string(length);
-  };
-  add(info.prefix, info.prefixLength);
-  add(info.name, info.nameLength);
-  add(info.value, info.valueLength);
-  for (const XmlNode *each :
+  line += " " + links::quoted(info.prefix) + std::to_string(info.prefixLength);
+  line += " " + links::quoted(info.name) + std::to_string(info.nameLength);
+  line += " " + links::quoted(info.value) + std::to_string(info.valueLength);
+  for (const XmlNode *near :
        {info.parent, info.nextSibling, info.firstChild, info.firstAttribute}) {
-    line += std::string(" ") + (each == nullptr ? "-" : each->name);
+    line += std::string(" ") + (near == nullptr ? "-" : near->name);
   }
-  return line;
+  line += "\n" + infosOf(info.firstAttribute) + infosOf(info.firstChild);
+  return line + infosOf(info.nextSibling);
 }
 
-// Of a tree and the siblings after it, with each element before its attributes.
-std::string infosOf(const XmlNode *node) {
-  std::string lines;
-  for (; node != nullptr; node = NEB_XML_Iterator(node)) {
-    lines += infoOf(node) + "\n";
-    for (const XmlNode *each = node->firstAttr; each; each = each->next) {
-      lines += infoOf(each) + "\n";
-    }
-  }
-  return lines;
-}
-
-// That it agrees with the single calls, described() checks of every tree of all tests.
-TEST(Info, HoldsTheStringsWithTheirLengthsAndTheNeighbours) {
+// That it agrees with the single calls, described() checks of the trees of all tests.
+TEST(Info, HoldsStringsWithTheirLengthsAndNeighbours) {
   constexpr Text kText = "<r p:a='1' b=''><e><![CDATA[]]></e><q:e c='&lt;'>ab</q:e></r><s/>";
+  constexpr Text kInfos =
+      "12 -0 'r'1 -0 - s e a\n1 'p'1 'a'1 '1'1 r b - -\n1 -0 'b'1 -0 r - - -\n"
+      "0 -0 'e'1 ''0 r e - -\n0 'q'1 'e'1 'ab'2 r - - c\n1 -0 'c'1 '<'1 e - - -\n"
+      "0 -0 's'1 -0 - - - -\n";
+  constexpr int8_t kNumber = -100;
   for (const bool withSession : {false, true}) {
     const trees::Held document{parsed(kText, withSession)};
-    EXPECT_EQ(infosOf(document),
-              "12 -0 'r'1 -0 - s e a\n1 'p'1 'a'1 '1'1 r b - -\n1 -0 'b'1 -0 r - - -\n"
-              "0 -0 'e'1 ''0 r e - -\n0 'q'1 'e'1 'ab'2 r - - c\n1 -0 'c'1 '<'1 e - - -\n"
-              "0 -0 's'1 -0 - - - -\n");
-  }
-  NEB_XML_NODE_INFO info = {};
-  EXPECT_EQ(NEB_XML_GetNodeInfo(nullptr, &info), kInvalid);
-  EXPECT_TRUE(info.type == 0 && info.name == nullptr);
-}
-
-// Each change is of the length of a string that the record may have noted.
-TEST(Info, FollowsEveryChange) {
-  const std::string longText(70000, 'x');
-  constexpr uint8_t kNumber = 255;
-  constexpr uint32_t kTrue = 1;
-  for (const bool withSession : {false, true}) {
-    const trees::Held document{parsed("<r a='1' p:b='22'><e>333</e></r>", withSession)};
-    XmlNode *e = document->firstChild, *a = document->firstAttr, *b = a->next;
-    EXPECT_EQ(NEB_XML_SetNodeValueEx(e, NEB_XML_VALUE_UINT8, &kNumber), kOk);
-    EXPECT_EQ(NEB_XML_SetAttrValueEx(document, "p", "b", NEB_XML_VALUE_BOOL, &kTrue), kOk);
-    EXPECT_EQ(infoOf(e) + infoOf(b), "0 -0 'e'1 '255'3 r - - -1 'p'1 'b'1 'true'4 r - - -");
-    EXPECT_EQ(NEB_XML_SetAttr(document, nullptr, "a", "4444"), kOk) << "into the table of names";
-    EXPECT_EQ(NEB_XML_SetNode(b, "pp", "bb", ""), kOk);
-    EXPECT_EQ(infoOf(a) + infoOf(b), "1 -0 'a'1 '4444'4 r bb - -1 'pp'2 'bb'2 -0 r - - -");
-    for (const size_t length : {254U, 255U, 256U, 65519U, 65520U, 65536U, 70000U}) {
-      const std::string text = longText.substr(0, length);
-      EXPECT_EQ(NEB_XML_SetNode(e, text.c_str(), text.c_str(), text.c_str()), kOk);
-      XmlNode *copy = nullptr;
-      EXPECT_EQ(NEB_XML_CloneNode(e, &copy), kOk);
-      const trees::Held parsedAgain{parsed(trees::printed(copy))};
-      for (const XmlNode *each : {e, copy, parsedAgain.node}) {
-        NEB_XML_NODE_INFO info;
-        EXPECT_EQ(NEB_XML_GetNodeInfo(each, &info), kOk);
-        EXPECT_TRUE(info.prefixLength == length && info.nameLength == length);
-        EXPECT_EQ(info.valueLength, length);
-      }
-      NEB_XML_FreeNode(copy);
+    EXPECT_EQ(infosOf(document), kInfos);
+    const trees::Held root{parsed("<r a='1' p:b='22'>333</r>", withSession)};
+    EXPECT_EQ(NEB_XML_SetAttrValueEx(root, "p", "b", NEB_XML_VALUE_INT8, &kNumber), kOk);
+    EXPECT_EQ(NEB_XML_SetNode(root->firstAttr, "pp", nullptr, ""), kOk);
+    EXPECT_EQ(NEB_XML_SetNode(root, nullptr, "root", nullptr), kOk);
+    EXPECT_EQ(infosOf(root),
+              "12 -0 'root'4 '333'3 - - - a\n1 'pp'2 'a'1 -0 root b - -\n"
+              "1 'p'1 'b'1 '-100'4 root - - -\n");
+    for (const size_t length : {254U, 255U, 65519U, 65520U, 65536U, 70000U}) {
+      const std::string text(length, 'x');
+      EXPECT_EQ(NEB_XML_SetNode(root, text.c_str(), text.c_str(), text.c_str()), kOk);
+      XmlNode *copied = nullptr;
+      EXPECT_EQ(NEB_XML_CloneNode(root, &copied), kOk);
+      const trees::Held copy{copied}, again{parsed(trees::printed(copy))};
+      for (const XmlNode *each : {root.node, copy.node, again.node}) trees::described(each);
     }
   }
 }
