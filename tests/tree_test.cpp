@@ -54,12 +54,13 @@ TEST(NameTable, HoldsNoEmptyName) {
   EXPECT_EQ(described(document), "12:d=-(0:=-,0:x=-)");
 }
 
-// Of the attributes a, p:a and b: which one prefix and name find.
+// Of the attributes a, p:a and ab: which one prefix and name find.
 TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   const std::tuple<Text, Text, int> rows[] = {
-      {nullptr, "a", 0},  {"", "a", -1},  {"p", "a", 1},  {nullptr, "b", 2},    {"", "b", -1},
-      {nullptr, "A", -1}, {"P", "a", -1}, {"p", "b", -1}, {nullptr, "p:a", -1}, {nullptr, "", -1}};
-  constexpr Text kStrings[3][3] = {{nullptr, "a", "1"}, {"p", "a", "2"}, {nullptr, "b", nullptr}};
+      {nullptr, "a", 0},    {"", "a", -1},      {"p", "a", 1},  {nullptr, "ab", 2},
+      {"", "ab", -1},       {nullptr, "A", -1}, {"P", "a", -1}, {"p", "ab", -1},
+      {nullptr, "p:a", -1}, {nullptr, "", -1},  {"pp", "a", -1}};
+  constexpr Text kStrings[3][3] = {{nullptr, "a", "1"}, {"p", "a", "2"}, {nullptr, "ab", nullptr}};
   const trees::Held node{element("e")};
   XmlNode *cursor = node;
   Text out[3] = {"kept", "kept", "kept"};
@@ -84,9 +85,9 @@ TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   EXPECT_EQ(NEB_XML_AddAttr(node, first->name, node->name, first->value), kOk);
   EXPECT_EQ(NEB_XML_SetAttr(node, "", first->name, first->next->value), kOk);
   EXPECT_EQ(NEB_XML_SetAttr(node, "p", "a", first->next->value + 1), kOk);
-  EXPECT_EQ(described(node), "0:e=- a='2' p|a=- b=- a|e='1'") << "strings of the tree itself";
+  EXPECT_EQ(described(node), "0:e=- a='2' p|a=- ab=- a|e='1'") << "strings of the tree itself";
   EXPECT_EQ(NEB_XML_RemoveAttr(node, "", "a"), kOk);
-  EXPECT_EQ(described(node), "0:e=- p|a=- b=- a|e='1'");
+  EXPECT_EQ(described(node), "0:e=- p|a=- ab=- a|e='1'");
 }
 
 // Each node and attribute as one call reads it: strings with lengths, and neighbours by name.
@@ -119,6 +120,7 @@ TEST(Info, HoldsStringsWithTheirLengthsAndNeighbours) {
     EXPECT_EQ(infosOf(document), kInfos);
     const trees::Held root{parsed("<r a='1' p:b='22'>333</r>", withSession)};
     EXPECT_EQ(NEB_XML_SetAttrValueEx(root, "p", "b", NEB_XML_VALUE_INT8, &kNumber), kOk);
+    EXPECT_EQ(NEB_XML_SetAttr(root, nullptr, "a", "interned"), kOk);
     EXPECT_EQ(NEB_XML_SetNode(root->firstAttr, "pp", nullptr, ""), kOk);
     EXPECT_EQ(NEB_XML_SetNode(root, nullptr, "root", nullptr), kOk);
     EXPECT_EQ(infosOf(root),
