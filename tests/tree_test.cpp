@@ -120,12 +120,12 @@ TEST(Info, HoldsStringsWithTheirLengthsAndNeighbours) {
     EXPECT_EQ(infosOf(document), kInfos);
     const trees::Held root{parsed("<r a='1' p:b='22'>333</r>", withSession)};
     EXPECT_EQ(NEB_XML_SetAttrValueEx(root, "p", "b", NEB_XML_VALUE_INT8, &kNumber), kOk);
-    EXPECT_EQ(NEB_XML_SetAttr(root, nullptr, "a", "interned"), kOk);
-    EXPECT_EQ(NEB_XML_SetNode(root->firstAttr, "pp", nullptr, ""), kOk);
+    EXPECT_EQ(NEB_XML_SetAttr(root, nullptr, "a", ""), kOk) << "interns the name";
+    EXPECT_EQ(NEB_XML_SetNode(root->firstAttr->next, "pp", nullptr, nullptr), kOk);
     EXPECT_EQ(NEB_XML_SetNode(root, nullptr, "root", nullptr), kOk);
     EXPECT_EQ(infosOf(root),
-              "12 -0 'root'4 '333'3 - - - a\n1 'pp'2 'a'1 -0 root b - -\n"
-              "1 'p'1 'b'1 '-100'4 root - - -\n");
+              "12 -0 'root'4 '333'3 - - - a\n1 -0 'a'1 -0 root b - -\n"
+              "1 'pp'2 'b'1 '-100'4 root - - -\n");
     for (const size_t length : {254U, 255U, 65519U, 65520U, 65536U, 70000U}) {
       const std::string text(length, 'x');
       EXPECT_EQ(NEB_XML_SetNode(root, text.c_str(), text.c_str(), text.c_str()), kOk);

@@ -10,7 +10,7 @@ namespace neb::xml::internal {
 
 namespace {
 
-// The record tells the length of each string that there is.
+// Whether the record holds the length of each string that there is.
 bool hasNotedLengths(const XmlNode *node) {
   return node->prefix == nullptr && hasNotedNameLength(node) &&
          (node->valueSize != 0 || node->value == nullptr);
@@ -30,7 +30,7 @@ void readNotedLengths(const XmlNode *node, NEB_XML_NODE_INFO *info) {
   info->valueLength = node->valueSize != 0 ? node->valueSize - size_t{1} : 0;
 }
 
-// Not inlined, so that reading what is noted needs no stack frame.
+// Not inlined, so that reading noted lengths needs no stack frame.
 [[gnu::noinline]] void measureLengths(const XmlNode *node, NEB_XML_NODE_INFO *info) {
   info->prefixLength = prefixLengthOf(node);
   info->nameLength = node->name != nullptr ? nameLengthOf(node) : 0;
