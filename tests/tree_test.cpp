@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "support/guarded_hooks.h"
+#include "support/links.h"
 #include "support/tables.h"
 #include "support/trees.h"
 #include "xml/record/node.h"
@@ -53,12 +54,13 @@ TEST(NameTable, HoldsNoEmptyName) {
   EXPECT_EQ(described(document), "12:d=-(0:=-,0:x=-)");
 }
 
-// Of the attributes a, p:a and b: which one prefix and name find.
+// Of the attributes a, p:a and ab: which one prefix and name find.
 TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   const std::tuple<Text, Text, int> rows[] = {
-      {nullptr, "a", 0},  {"", "a", -1},  {"p", "a", 1},  {nullptr, "b", 2},    {"", "b", -1},
-      {nullptr, "A", -1}, {"P", "a", -1}, {"p", "b", -1}, {nullptr, "p:a", -1}, {nullptr, "", -1}};
-  constexpr Text kStrings[3][3] = {{nullptr, "a", "1"}, {"p", "a", "2"}, {nullptr, "b", nullptr}};
+      {nullptr, "a", 0},    {"", "a", -1},      {"p", "a", 1},  {nullptr, "ab", 2},
+      {"", "ab", -1},       {nullptr, "A", -1}, {"P", "a", -1}, {"p", "ab", -1},
+      {nullptr, "p:a", -1}, {nullptr, "", -1},  {"pp", "a", -1}};
+  constexpr Text kStrings[3][3] = {{nullptr, "a", "1"}, {"p", "a", "2"}, {nullptr, "ab", nullptr}};
   const trees::Held node{element("e")};
   XmlNode *cursor = node;
   Text out[3] = {"kept", "kept", "kept"};
@@ -83,9 +85,56 @@ TEST(Attributes, AreReadByPrefixAndNameAndInOrder) {
   EXPECT_EQ(NEB_XML_AddAttr(node, first->name, node->name, first->value), kOk);
   EXPECT_EQ(NEB_XML_SetAttr(node, "", first->name, first->next->value), kOk);
   EXPECT_EQ(NEB_XML_SetAttr(node, "p", "a", first->next->value + 1), kOk);
-  EXPECT_EQ(described(node), "0:e=- a='2' p|a=- b=- a|e='1'") << "strings of the tree itself";
+  EXPECT_EQ(described(node), "0:e=- a='2' p|a=- ab=- a|e='1'") << "strings of the tree itself";
   EXPECT_EQ(NEB_XML_RemoveAttr(node, "", "a"), kOk);
-  EXPECT_EQ(described(node), "0:e=- p|a=- b=- a|e='1'");
+  EXPECT_EQ(described(node), "0:e=- p|a=- ab=- a|e='1'");
+}
+
+// Each node and attribute as one call reads it: strings with lengths, and neighbours by name.
+std::string infosOf(const XmlNode *node) {
+  if (node == nullptr) return "";
+  NEB_XML_NODE_INFO info;
+  EXPECT_EQ(NEB_XML_GetNodeInfo(node, &info), kOk);
+  std::string line = std::to_string(info.type);
+  line += " " + links::quoted(info.prefix) + std::to_string(info.prefixLength);
+  line += " " + links::quoted(info.name) + std::to_string(info.nameLength);
+  line += " " + links::quoted(info.value) + std::to_string(info.valueLength);
+  for (const XmlNode *near :
+       {info.parent, info.nextSibling, info.firstChild, info.firstAttribute}) {
+    line += std::string(" ") + (near == nullptr ? "-" : near->name);
+  }
+  line += "\n" + infosOf(info.firstAttribute) + infosOf(info.firstChild);
+  return line + infosOf(info.nextSibling);
+}
+
+// That it agrees with the single calls, described() checks of the trees of all tests.
+TEST(Info, HoldsStringsWithTheirLengthsAndNeighbours) {
+  constexpr Text kText = "<r p:a='1' b=''><e><![CDATA[]]></e><q:e c='&lt;'>ab</q:e></r><s/>";
+  constexpr Text kInfos =
+      "12 -0 'r'1 -0 - s e a\n1 'p'1 'a'1 '1'1 r b - -\n1 -0 'b'1 -0 r - - -\n"
+      "0 -0 'e'1 ''0 r e - -\n0 'q'1 'e'1 'ab'2 r - - c\n1 -0 'c'1 '<'1 e - - -\n"
+      "0 -0 's'1 -0 - - - -\n";
+  constexpr int8_t kNumber = -100;
+  for (const bool withSession : {false, true}) {
+    const trees::Held document{parsed(kText, withSession)};
+    EXPECT_EQ(infosOf(document), kInfos);
+    const trees::Held root{parsed("<r a='1' p:b='22'>333</r>", withSession)};
+    EXPECT_EQ(NEB_XML_SetAttrValueEx(root, "p", "b", NEB_XML_VALUE_INT8, &kNumber), kOk);
+    EXPECT_EQ(NEB_XML_SetAttr(root, nullptr, "a", ""), kOk) << "interns the name";
+    EXPECT_EQ(NEB_XML_SetNode(root->firstAttr->next, "pp", nullptr, nullptr), kOk);
+    EXPECT_EQ(NEB_XML_SetNode(root, nullptr, "root", nullptr), kOk);
+    EXPECT_EQ(infosOf(root),
+              "12 -0 'root'4 '333'3 - - - a\n1 -0 'a'1 -0 root b - -\n"
+              "1 'pp'2 'b'1 '-100'4 root - - -\n");
+    for (const size_t length : {254U, 255U, 65519U, 65520U, 65536U, 70000U}) {
+      const std::string text(length, 'x');
+      EXPECT_EQ(NEB_XML_SetNode(root, text.c_str(), text.c_str(), text.c_str()), kOk);
+      XmlNode *copied = nullptr;
+      EXPECT_EQ(NEB_XML_CloneNode(root, &copied), kOk);
+      const trees::Held copy{copied}, again{parsed(trees::printed(copy))};
+      for (const XmlNode *each : {root.node, copy.node, again.node}) trees::described(each);
+    }
+  }
 }
 
 // Expects a call to be refused and to change nothing if any of its pointers is null, or if the call
@@ -157,6 +206,7 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   XmlNode **out = &with.made;
   Text *text = &with.text;
   uint32_t *number = &with.number;
+  NEB_XML_NODE_INFO info = {};
   with.check(NEB_XML_Parse, "<a/>", out);
   with.check(NEB_XML_ParseEx, "<a/>", out);
   with.check(NEB_XML_ParseFile, "no", out);
@@ -192,6 +242,7 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   with.areForAttributes = true;
   with.check(NEB_XML_SetNode, n, nullptr, nullptr, nullptr);
   with.check(NEB_XML_GetNodeValue, n, nullptr, nullptr, nullptr, nullptr);
+  with.check(NEB_XML_GetNodeInfo, n, &info);
   with.check(NEB_XML_SetNodeValueEx, n, NEB_XML_VALUE_BOOL, number);
   with.check(NEB_XML_GetNodeValueEx, with.detached, NEB_XML_VALUE_BOOL, number);
   with.check(XML_AddAttrNode, with.detached, n);

@@ -22,21 +22,30 @@ Document parse(const std::string &input) {
 
 void release(Document document) { NEB_XML_FreeNode(node(document)); }
 
+// The one call that reads a node, and what a caller would do with its answer.
+template <class Visitor>
+void visitStrings(const XmlNode *node, NEB_XML_NODE_INFO &info, Visitor &visitor) {
+  NEB_XML_GetNodeInfo(node, &info);
+  visitor.qualified(info.prefix, info.name);
+  visitor.string(info.value);
+}
+
+const XmlNode *following(const XmlNode *element, const NEB_XML_NODE_INFO &info) {
+  if (info.firstChild) return info.firstChild;
+  return info.nextSibling ? info.nextSibling : NEB_XML_Iterator(element);
+}
+
 template <class Visitor>
 void visit(Document document, Visitor &visitor) {
-  const char *prefix = nullptr;
-  const char *name = nullptr;
-  const char *value = nullptr;
-  for (XmlNode *element = node(document); element; element = NEB_XML_Iterator(element)) {
+  NEB_XML_NODE_INFO info;
+  NEB_XML_NODE_INFO attributeInfo;
+  for (const XmlNode *element = node(document); element; element = following(element, info)) {
     visitor.element();
-    NEB_XML_GetNodeValue(element, nullptr, &prefix, &name, &value);
-    visitor.qualified(prefix, name);
-    visitor.string(value);
-    XmlNode *cursor = nullptr;
-    while (NEB_XML_GetNextSiblingAttrEx(element, &prefix, &name, &value, &cursor) == NEB_XML_OK) {
+    visitStrings(element, info, visitor);
+    const XmlNode *attribute = info.firstAttribute;
+    for (; attribute; attribute = attributeInfo.nextSibling) {
       visitor.attribute();
-      visitor.qualified(prefix, name);
-      visitor.string(value);
+      visitStrings(attribute, attributeInfo, visitor);
     }
   }
 }

@@ -7,27 +7,32 @@ namespace {
 
 using namespace bench;
 using neb::xml::Attribute;
+using neb::xml::Info;
 using neb::xml::Node;
 
 Node root(bench::Document document) { return Node(static_cast<XmlNode *>(document)); }
 
+template <typename View>
+void visitStrings(const Info<View> &info, TouchVisitor &visitor) {
+  const auto start = [](neb::xml::Text text) { return text ? text->data() : nullptr; };
+  visitor.qualified(start(info.prefix()), start(info.name()));
+  visitor.string(start(info.value()));
+}
+
+void visit(const Info<Node> &node, TouchVisitor &visitor) {
+  visitor.element();
+  visitStrings(node, visitor);
+  for (const Info<Attribute> &attribute : node.attributes()) {
+    visitor.attribute();
+    visitStrings(attribute, visitor);
+  }
+}
+
 size_t walk(bench::Document document) {
   TouchVisitor visitor;
-  const auto start = [](neb::xml::Text text) { return text ? text->data() : nullptr; };
-  const auto enter = [&](Node node) {
-    visitor.element();
-    const neb::xml::Strings strings = node.strings();
-    visitor.qualified(start(strings.prefix), start(strings.name));
-    visitor.string(start(strings.value));
-    for (Attribute attribute : node.attributes()) {
-      visitor.attribute();
-      const neb::xml::Strings parts = attribute.strings();
-      visitor.qualified(start(parts.prefix), start(parts.name));
-      visitor.string(start(parts.value));
-    }
-  };
-  enter(root(document));
-  for (Node node : root(document).descendants()) enter(node);
+  const Info<Node> top = root(document).info();
+  visit(top, visitor);
+  for (const Info<Node> &node : top.descendants()) visit(node, visitor);
   return visitor.sum;
 }
 

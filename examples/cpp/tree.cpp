@@ -5,26 +5,26 @@
 
 #include "neb_xml.hpp"
 
+using neb::xml::Info;
 using neb::xml::Node;
 
-static std::string qualified(const neb::xml::Strings &strings) {
-  std::string name(strings.name.value_or(""));
-  return strings.prefix ? std::string(*strings.prefix) + ":" + name : name;
+template <typename View>
+static std::string qualified(const Info<View> &info) {
+  std::string name(info.name().value_or(""));
+  return info.prefix() ? std::string(*info.prefix()) + ":" + name : name;
 }
 
-static std::string described(Node node) {
-  const neb::xml::Strings strings = node.strings();
-  std::string line = qualified(strings);
-  for (const neb::xml::Attribute attribute : node.attributes()) {
-    const neb::xml::Strings parts = attribute.strings();
-    line += "  " + qualified(parts) + "=" + std::string(parts.value.value_or(""));
+static std::string described(const Info<Node> &node) {
+  std::string line = qualified(node);
+  for (const auto &attribute : node.attributes()) {
+    line += "  " + qualified(attribute) + "=" + std::string(attribute.value().value_or(""));
   }
-  if (strings.value) line += ": " + std::string(*strings.value);
+  if (node.value()) line += ": " + std::string(*node.value());
   return line;
 }
 
 // Indents a node: each level above it has a line if more siblings follow, else none.
-static std::string branches(Node node, Node root) {
+static std::string branches(const Info<Node> &node, Node root) {
   std::string text = node.next() ? "├─ " : "└─ ";
   for (Node above = node.parent(); above.get() != root.get(); above = above.parent()) {
     text.insert(0, above.next() ? "│  " : "   ");
@@ -41,8 +41,8 @@ int main(int argc, char **argv) {
     return EXIT_FAILURE;
   }
   const Node root = document->root();
-  std::printf("%s\n", described(root).c_str());
-  for (const Node node : root.descendants()) {
+  std::printf("%s\n", described(root.info()).c_str());
+  for (const Info<Node> &node : root.info().descendants()) {
     std::printf("%s%s\n", branches(node, root).c_str(), described(node).c_str());
   }
   return EXIT_SUCCESS;

@@ -15,6 +15,7 @@
 
 #include "support/bytes.h"
 #include "support/guarded_hooks.h"
+#include "support/links.h"
 #include "support/require.h"
 #include "support/tables.h"
 #include "support/trees.h"
@@ -724,6 +725,9 @@ class Machine {
     checkText(model, kPrefix, texts[kPrefix], kPrefixElsewhere);
     checkText(model, kName, texts[kName], kNameElsewhere);
     checkText(model, kValue, texts[kValue], kValueElsewhere);
+    const bool hasLost = std::any_of(model.texts.begin(), model.texts.end(),
+                                     [this](const Text &text) { return isLost(text); });
+    if (!hasLost) links::checkInfo(node, [](bool holds) { require(holds); });
     if (model.texts[kName].text) require((node->nameOwned == 0) == model.texts[kName].isInterned);
     if (model.texts[kValue].text) require(node->valueOwned == 1);
     if (model.session != 0 || storageOf(&model) != 0) return;

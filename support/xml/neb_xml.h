@@ -227,7 +227,6 @@ typedef struct NEB_XML_PARSE_ERROR {
  *
  * text    NUL-terminated; only read, and no longer needed when the call returns.
  * outDoc  receives the document node, which the caller frees with NEB_XML_FreeNode.
- *
  * Returns NEB_XML_OK;
  *   NEB_XML_ERR_INVALID_PARAM  a null argument or an empty document; *outDoc is unchanged;
  *   NEB_XML_ERR_SYNTAX         the document is not well-formed, or memory ran out while nodes were
@@ -272,8 +271,7 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFile(const char *path, XmlNod
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileEx(const char *path, XmlNode **outDoc);
 
 /**
- * Parses a document of known length, and reports why and where a parse failed. Accepts exactly what
- * NEB_XML_Parse accepts.
+ * Parses exactly what NEB_XML_Parse parses, of known length, and reports why and where it failed.
  *
  * bytes   need not be terminated and are never read beyond length; the document ends early at a
  *         NUL. A copy of them is held during the call.
@@ -281,7 +279,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileEx(const char *path, XmlN
  * flags   NEB_XML_PARSE_SESSION or 0; unknown bits are refused.
  * outDoc  receives the document node on success; unchanged on failure.
  * error   may be null; written on failure only. A document that fails is parsed a second time.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty document or an
  * unknown flag; NEB_XML_ERR_SYNTAX only for a document that is not well-formed;
  * NEB_XML_ERR_NO_MEMORY whenever memory runs out.
@@ -294,7 +291,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseBuffer(const char *bytes, siz
  * Reads a file through the file hooks and parses it as NEB_XML_ParseBuffer does.
  *
  * path  passed unchanged to the open hook.
- *
  * Returns the results of NEB_XML_ParseBuffer, and for the file those of NEB_XML_ParseFile.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags,
@@ -312,7 +308,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileInfo(const char *path, ui
  * start  an element or document; printed with its subtree, without its siblings. Not written to.
  * text   receives a NUL-terminated string from the allocation hook, exactly as large as needed;
  *        freed with NEB_XML_FreeMem.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a nameless
  * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for an output of 4 GiB or more. The
  * first failure that printing meets decides. *text is written on success only. Cost: linear in the
@@ -340,7 +335,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformTail(const XmlNode *start
  * path  up to 1024 bytes; opened in its canonical form if the system gives one, else as it is. No
  *       directory is created. The file hooks are not used. A FIFO is opened for writing only:
  *       without a reader it cannot be opened, and if the reader leaves, SIGPIPE is raised.
- *
  * Returns the results of NEB_XML_Transform, the file then being unchanged;
  * NEB_XML_ERR_FILE_OPEN if the file cannot be opened or the path is longer;
  * NEB_XML_ERR_FILE_WRITE if the output was not written whole (a full disk): the file stays as far
@@ -362,7 +356,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformFile(const XmlNode *start
  *
  * start, text  as for NEB_XML_Transform.
  * width        0 to 16.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY, also for an output of 4 GiB or more;
  * NEB_XML_ERR_INVALID_PARAM for a wrong argument, and for what no document can hold:
  *   - a node of another type than element and document;
@@ -387,7 +380,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformIndented(const XmlNode *s
  *
  * path          up to 1024 bytes; no directory is created. The file hooks are not used.
  * start, width  as for NEB_XML_TransformIndented. Siblings of start are not written.
- *
  * Returns the results of NEB_XML_TransformIndented, before anything is written: what no document
  * can hold is NEB_XML_ERR_INVALID_PARAM; NEB_XML_ERR_FILE_OPEN if the temporary file cannot be
  * made, or the path is longer or leads to something that is no regular file; NEB_XML_ERR_FILE_WRITE
@@ -407,7 +399,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SaveFile(const XmlNode *start, con
  *                      NEB_XML_AddAttr.
  * prefix, name, value  copied; null or empty leaves the field null.
  * node                 receives the node, which the caller inserts somewhere or frees.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for another type or a null out-pointer;
  * NEB_XML_ERR_NO_MEMORY with nothing kept.
  */
@@ -455,10 +446,41 @@ NEB_XML_API XmlNode *NEB_XML_GetNodeNextSibling(const XmlNode *node);
 NEB_XML_API XmlNode *NEB_XML_GetNodePrevSibling(const XmlNode *node);
 
 /**
- * Counts the children of a node, attributes not included.
+ * What NEB_XML_GetNodeInfo reads. A string that the node lacks is null with length 0; an empty one
+ * is not null, and has length 0. Lengths are in bytes, without the terminator. A link that leads to
+ * no node is null. Reserved fields leave room to grow, as in NEB_XML_PARSE_ERROR.
+ */
+typedef struct NEB_XML_NODE_INFO {
+  int32_t type;            /**< As NEB_XML_GetNodeValue reads it. */
+  const char *prefix;      /**< What precedes the colon. */
+  const char *name;        /**< The local name. */
+  const char *value;       /**< The value of the element or attribute. */
+  size_t prefixLength;     /**< Of prefix. */
+  size_t nameLength;       /**< Of name. */
+  size_t valueLength;      /**< Of value. */
+  XmlNode *parent;         /**< The parent; for an attribute, its element. */
+  XmlNode *nextSibling;    /**< The next sibling; for an attribute, the next attribute. */
+  XmlNode *firstChild;     /**< The first child; an attribute has none. */
+  XmlNode *firstAttribute; /**< The first attribute; an attribute has none. */
+  size_t reserved[4];      /**< For later versions. This version sets them to 0. */
+} NEB_XML_NODE_INFO;
+
+/**
+ * Reads a node, with its strings and neighbours, by one call. Prefer it where a program needs more
+ * than one of the answers, or the length of a string. Children and attributes are walked alike:
+ * read the first one, and then nextSibling until that is null.
  *
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or an attribute.
- * Cost: linear in the children.
+ * node  any node, attributes included.
+ * info  receives the answers; unchanged on failure.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument. Cost: constant, and the length
+ * of each string whose length the node does not hold. It holds that of most names, and of most
+ * values of up to 254 bytes, from a parse or a copy until they are changed.
+ */
+NEB_XML_API uint32_t NEB_XML_GetNodeInfo(const XmlNode *node, NEB_XML_NODE_INFO *info);
+
+/**
+ * Counts the children of a node, attributes not included. Returns NEB_XML_OK;
+ * NEB_XML_ERR_INVALID_PARAM for a null argument or an attribute. Cost: linear in the children.
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeChildNum(const XmlNode *node, uint32_t *count);
 
@@ -479,7 +501,6 @@ NEB_XML_API XmlNode *NEB_XML_Iterator(const XmlNode *node);
  *
  * parent, sibling  where to insert.
  * node             the detached node; after a failure it is still the caller's.
- *
  * Returns NEB_XML_OK, or NEB_XML_ERR_INVALID_PARAM with nothing changed for
  *   - a null argument, the same node twice, or an attribute as either of them;
  *   - a node that is not detached, or of whose subtree the destination is part;
@@ -512,7 +533,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddPrevSiblingNode(XmlNode *siblin
  *
  * node  freed by the caller, or inserted elsewhere: nothing is freed here. A session node remains
  *       part of its session and is freed with it.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for null, for a node that is already detached and
  * for an attribute (see NEB_XML_RemoveAttr). Cost: constant; for a heap node its depth, and if it
  * leaves the tree of a session its subtree, all of which is then bound to the session.
@@ -526,14 +546,15 @@ NEB_XML_API uint32_t NEB_XML_RemoveNode(XmlNode *node);
  *
  * element  an element or a document; null or an attribute is NEB_XML_ERR_INVALID_PARAM.
  * name     the attribute's name, without its prefix.
+ *
+ * What receives a string receives null if the attribute lacks it.
  */
 
 /**
  * Reads an attribute's value.
  *
  * prefix  null finds an attribute without a prefix; an empty prefix finds nothing.
- * value   receives the value; null if the attribute has none.
- *
+ * value   receives the value.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or out-pointer;
  * NEB_XML_ERR_NOT_FOUND.
  */
@@ -543,8 +564,7 @@ NEB_XML_API uint32_t NEB_XML_GetAttr(const XmlNode *element, const char *prefix,
 /**
  * Reads the first attribute's strings.
  *
- * prefix, name, value  receive the strings, null for one that the attribute lacks.
- *
+ * prefix, name, value  receive the strings.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for any null argument; NEB_XML_ERR_NOT_FOUND if
  * the element has no attribute.
  */
@@ -564,8 +584,7 @@ NEB_XML_API uint32_t NEB_XML_GetFirstAttrEx(const XmlNode *element, const char *
  * Reads the strings of the attribute that follows a named one.
  *
  * prefix, name                     the attribute to step from; prefix as for NEB_XML_GetAttr.
- * nextPrefix, nextName, nextValue  receive the strings, null for one that the attribute lacks.
- *
+ * nextPrefix, nextName, nextValue  receive the strings.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or out-pointer;
  * NEB_XML_ERR_NOT_FOUND if there is no such attribute or none follows it.
  */
@@ -576,10 +595,9 @@ NEB_XML_API uint32_t NEB_XML_GetNextSiblingAttr(const XmlNode *element, const ch
 /**
  * Steps through the attributes of an element with a cursor.
  *
- * prefix, name, value  receive the strings, null for one that the attribute lacks.
+ * prefix, name, value  receive the strings.
  * cursor               holds null to begin with the first attribute, or the attribute to step
  *                      from; always advanced, to null after the last attribute.
- *
  * Returns NEB_XML_OK with the strings of the attribute now in the cursor;
  * NEB_XML_ERR_INVALID_PARAM for any null argument, or a cursor that holds a node which is no
  * attribute of element, the cursor then unchanged; NEB_XML_ERR_NOT_FOUND at the end.
@@ -611,7 +629,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddAttr(XmlNode *element, const ch
  * value   null or empty clears it.
  *
  * The attribute's name is interned as in NEB_XML_AddAttr.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element or name;
  * NEB_XML_ERR_NOT_FOUND if there is no such attribute; NEB_XML_ERR_INVALID_PARAM for an element
  * in a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY. On failure nothing is changed.
@@ -623,7 +640,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttr(XmlNode *element, const ch
  * Removes an attribute from its element and frees it.
  *
  * prefix  null or empty finds an attribute without a prefix.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element or name; NEB_XML_ERR_NOT_FOUND.
  */
 NEB_XML_API uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, const char *name);
@@ -631,9 +647,8 @@ NEB_XML_API uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, co
 /* --- Values, as strings and typed ------------------------------------------------------------- */
 
 /**
- * Reads a node's type and strings; every out-pointer may be null.
- *
- * The strings are the node's own; null is stored for a string that the node lacks.
+ * Reads a node's type and strings; every out-pointer may be null. The strings are the node's own;
+ * null is stored for one that the node lacks.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node. Attributes are accepted.
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeValue(const XmlNode *node, int32_t *type, const char **prefix,
@@ -644,7 +659,6 @@ NEB_XML_API uint32_t NEB_XML_GetNodeValue(const XmlNode *node, int32_t *type, co
  *
  * node                 any node, attributes included.
  * prefix, name, value  copied; null leaves the field unchanged, an empty string clears it.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node; NEB_XML_ERR_ALREADY_EXISTS for
  * an attribute that would get prefix and name of another one of its element, nothing changed;
  * NEB_XML_ERR_NO_MEMORY if a copy could not be made: then no field is replaced, while fields
@@ -673,7 +687,6 @@ NEB_XML_API uint32_t NEB_XML_GetNodeValueEx(const XmlNode *node, uint32_t type, 
  * Writes a variable as the value of a node.
  *
  * node, type, variable  as for NEB_XML_GetNodeValueEx.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or an unknown type, nothing
  * changed; NEB_XML_ERR_NO_MEMORY, the node then being without a value.
  */
@@ -685,7 +698,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNodeValueEx(XmlNode *node, uint
  *
  * element, prefix, name  as for NEB_XML_GetAttr.
  * type, variable         as for NEB_XML_GetNodeValueEx.
- *
  * Returns the results of NEB_XML_GetNodeValueEx; NEB_XML_ERR_INVALID_PARAM for a null element,
  * name or variable; NEB_XML_ERR_NOT_FOUND if there is no such attribute, whatever the type code.
  */
@@ -700,7 +712,6 @@ NEB_XML_API uint32_t NEB_XML_GetAttrValueEx(const XmlNode *element, const char *
  *                 nothing and makes an attribute without one.
  * name            neither null nor empty.
  * type, variable  as for NEB_XML_SetNodeValueEx.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null element, name or variable, an empty
  * name, an unknown type, or a missing attribute on an element in a chain of parentless siblings;
  * NEB_XML_ERR_ALREADY_EXISTS if an empty prefix would make a duplicate attribute;
@@ -725,7 +736,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, c
  * start  an element or a document, of any tree.
  * path   1 to 511 bytes.
  * node   receives the node found.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty or longer path, or
  * an attribute as start; NEB_XML_ERR_NOT_FOUND if nothing matches, for an index of more than 9
  * digits and for a path of dots; NEB_XML_ERR_BAD_PATH for the index 0 and an index that does not
@@ -765,7 +775,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CloneNodeSelf(const XmlNode *sourc
  * source  an element or document, of any tree; never changed.
  * copy    receives a detached copy, ready to be inserted into target's tree. Documents become
  *         elements, since a document that owns a session cannot be inserted.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a target in
  * a chain of parentless siblings; NEB_XML_ERR_NO_MEMORY with everything freed.
  * Cost: linear in the nodes and strings copied, and the depth of target.
@@ -780,7 +789,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ImportNode(XmlNode *target, const 
 
 /**
  * Opens a memory session whose first block has room for size bytes.
- *
  * Returns its handle, distinct from that of every open session; 0 for a size of 0 or less and if
  * memory runs out. A session is used by one thread at a time; different sessions are independent.
  */
@@ -788,7 +796,6 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t XML_MemSessionBegin(int32_t size);
 
 /**
  * Allocates exactly size bytes from a session, all zero and aligned to nothing.
- *
  * First fit: the earliest block with room serves the allocation. Without one, a block of the last
  * block's capacity, doubled until it fits, is added; where doubling cannot reach the size within
  * 2 GiB, a block of exactly that size.
@@ -800,7 +807,6 @@ NEB_XML_API NEB_XML_MUST_USE void *XML_MemSpecialMalloc(uint32_t handle, int32_t
 
 /**
  * Ends a session: everything allocated from it is invalid from now on.
- *
  * Heap allocations that were left in the session's keeping are freed with the free hook.
  * Returns 1; 0 for a handle that is not open. Cost: linear in the blocks.
  */

@@ -109,11 +109,24 @@ struct Strings {
   Text value;  /**< The value of the element or attribute. */
 };
 
+template <typename View>
+class Info;
+
 namespace detail {
 
 /** A string of the C interface; none if it is null. */
 inline Text text_of(const char *text) noexcept {
   return text == nullptr ? Text() : Text(std::string_view(text));
+}
+/** The same, of known length. */
+inline Text text_of(const char *text, std::size_t length) noexcept {
+  return text == nullptr ? Text() : Text(std::string_view(text, length));
+}
+
+/** The strings in a record of the C interface. */
+inline Strings strings_of(const NEB_XML_NODE_INFO &info) noexcept {
+  return {text_of(info.prefix, info.prefixLength), text_of(info.name, info.nameLength),
+          text_of(info.value, info.valueLength)};
 }
 
 /** Whether a string would be cut where it is taken for a terminated one. */
@@ -208,11 +221,9 @@ class View {
 
   /** The strings of the node, valid as long as they are there; none of an empty view. */
   Strings strings() const noexcept {
-    const char *prefix = nullptr;
-    const char *name = nullptr;
-    const char *value = nullptr;
-    NEB_XML_GetNodeValue(node_, nullptr, &prefix, &name, &value);
-    return {text_of(prefix), text_of(name), text_of(value)};
+    NEB_XML_NODE_INFO info;
+    if (NEB_XML_GetNodeInfo(node_, &info) != NEB_XML_OK) return {};
+    return strings_of(info);
   }
   Text prefix() const noexcept {
     const char *prefix = nullptr;
@@ -224,11 +235,7 @@ class View {
     NEB_XML_GetNodeValue(node_, nullptr, nullptr, &name, nullptr);
     return text_of(name);
   }
-  Text value() const noexcept {
-    const char *value = nullptr;
-    NEB_XML_GetNodeValue(node_, nullptr, nullptr, nullptr, &value);
-    return text_of(value);
-  }
+  Text value() const noexcept { return strings().value; }
 
   /** The value as a bool or an integer of 8, 16 or 32 bits, within range and well formed. */
   template <typename Value>
@@ -307,6 +314,49 @@ class Range {
   Step step_;
 };
 
+/** The end of a range of infos. */
+struct End {};
+
+/** An iterator that reads each item by one call; Step returns the view of what follows one. */
+template <typename View, typename Step>
+class InfoIterator {
+ public:
+  using iterator_category = std::input_iterator_tag;
+  using value_type = Info<View>;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const value_type *;
+  using reference = const value_type &;
+
+  InfoIterator(View first, Step step) noexcept : step_(step) { info_.read(first); }
+
+  reference operator*() const noexcept { return info_; }
+  pointer operator->() const noexcept { return &info_; }
+  InfoIterator &operator++() noexcept {
+    info_.read(step_(info_));
+    return *this;
+  }
+  friend bool operator==(const InfoIterator &a, End) noexcept { return !a.info_; }
+  friend bool operator!=(const InfoIterator &a, End) noexcept { return bool(a.info_); }
+
+ private:
+  value_type info_;
+  Step step_;
+};
+
+/** What range-for iterates over. */
+template <typename View, typename Step>
+class InfoRange {
+ public:
+  InfoRange(View first, Step step) noexcept : first_(first), step_(step) {}
+  InfoIterator<View, Step> begin() const noexcept { return {first_, step_}; }
+  End end() const noexcept { return {}; }
+  bool empty() const noexcept { return !first_; }
+
+ private:
+  View first_;
+  Step step_;
+};
+
 }  // namespace detail
 
 /**
@@ -327,6 +377,9 @@ class Attribute : public detail::View {
 
   /** The next attribute of the element; empty after the last. */
   Attribute next() const noexcept { return Attribute(NEB_XML_GetNodeNextSibling(node_)); }
+
+  /** All that one call reads of the attribute; empty of an empty view. */
+  Info<Attribute> info() const noexcept;
 };
 
 /**
@@ -377,6 +430,9 @@ class Node : public detail::View {
   Node last_child() const noexcept { return Node(NEB_XML_GetNodeLastChild(node_)); }
   Node next() const noexcept { return Node(NEB_XML_GetNodeNextSibling(node_)); }
   Node previous() const noexcept { return Node(NEB_XML_GetNodePrevSibling(node_)); }
+
+  /** All that one call reads of the node; empty of an empty view. */
+  Info<Node> info() const noexcept;
 
   /** The children; those with a local name, which must outlive the range; all nodes below. */
   auto children() const { return detail::Range<Node, NextSibling>(first_child(), {}); }
@@ -484,6 +540,9 @@ class Node : public detail::View {
   }
 
  private:
+  template <typename View>
+  friend class Info;
+
   using Insertion = std::uint32_t (*)(XmlNode *, XmlNode *);
 
   // With siblings too, as the first of several top-level elements.
@@ -525,6 +584,79 @@ class Node : public detail::View {
     return Error{code, "the element cannot be put there"};
   }
 };
+
+/**
+ * A node or an attribute as one call reads it: the answers stay as they are when the tree is edited.
+ * The ranges, which are for loops, read each item by one call as well.
+ *
+ *   for (const auto &item : list.info().children()) {
+ *     for (const auto &attribute : item.attributes()) print(*attribute.name(), attribute.value());
+ *   }
+ */
+template <typename View>
+class Info {
+ public:
+  /** What an empty view has: nothing. */
+  explicit Info(View view) noexcept {
+    read(view);
+    if (!view) info_ = {};
+  }
+
+  /** What was read, and whether there was a node. */
+  View view() const noexcept { return view_; }
+  explicit operator bool() const noexcept { return bool(view_); }
+
+  /** The strings, valid as long as they are the node's; none of an empty view. */
+  Strings strings() const noexcept { return detail::strings_of(info_); }
+  Text prefix() const noexcept { return detail::text_of(info_.prefix, info_.prefixLength); }
+  Text name() const noexcept { return detail::text_of(info_.name, info_.nameLength); }
+  Text value() const noexcept { return detail::text_of(info_.value, info_.valueLength); }
+
+  /** The neighbours; empty where there is none. */
+  Node parent() const noexcept { return Node(info_.parent); }
+  View next() const noexcept { return View(info_.nextSibling); }
+  Node first_child() const noexcept { return Node(info_.firstChild); }
+  Attribute first_attribute() const noexcept { return Attribute(info_.firstAttribute); }
+
+  /** The children; all nodes below; the attributes. */
+  auto children() const { return detail::InfoRange<Node, Next>(first_child(), {}); }
+  auto descendants() const {
+    XmlNode *end = first_child() ? first_child().parent().after_subtree().get() : nullptr;
+    return detail::InfoRange<Node, NextBefore>(first_child(), {end});
+  }
+  auto attributes() const { return detail::InfoRange<Attribute, Next>(first_attribute(), {}); }
+
+ private:
+  struct Next {
+    template <typename Item>
+    Item operator()(const Info<Item> &item) const noexcept {
+      return item.next();
+    }
+  };
+  struct NextBefore {
+    XmlNode *end = nullptr;  // the first node in document order that is not inside
+    Node operator()(const Info<Node> &info) const noexcept {
+      if (info.first_child()) return info.first_child();
+      XmlNode *next = info.next() ? info.next().get() : NEB_XML_Iterator(info.view().get());
+      return Node(next == end ? nullptr : next);
+    }
+  };
+
+  template <typename, typename>
+  friend class detail::InfoIterator;
+
+  Info() = default;
+  void read(View view) noexcept {
+    view_ = view;
+    if (view) NEB_XML_GetNodeInfo(view.get(), &info_);
+  }
+
+  View view_;
+  NEB_XML_NODE_INFO info_;  // not read if there is no node: a loop ends there
+};
+
+inline Info<Attribute> Attribute::info() const noexcept { return Info<Attribute>(*this); }
+inline Info<Node> Node::info() const noexcept { return Info<Node>(*this); }
 
 /**
  * A document and everything in it; moves, and frees what it owns.

@@ -10,12 +10,29 @@ namespace links {
 
 using namespace neb::xml::internal;
 
-// A noted length is the length of its string.
+inline size_t lengthOf(const char *text) { return text == nullptr ? 0 : std::strlen(text); }
+
+// The one call that reads a node answers as the calls for single answers do, and its lengths are
+// those of the strings.
 template <typename Check>
-void checkLengths(const XmlNode *node, Check check) {
-  check(!hasNotedNameLength(node) || node->nameLength == std::strlen(node->name));
-  if (node->value == nullptr || node->valueSize == 0) return;
-  check(node->valueSize == std::strlen(node->value) + 1);
+void checkInfo(const XmlNode *node, Check check) {
+  NEB_XML_NODE_INFO info;
+  std::memset(&info, 0xAA, sizeof info);
+  check(NEB_XML_GetNodeInfo(node, &info) == NEB_XML_OK);
+  int32_t type = -1;
+  const char *prefix = "", *name = "", *value = "", *unused = nullptr;
+  XmlNode *attribute = nullptr;
+  check(NEB_XML_GetNodeValue(node, &type, &prefix, &name, &value) == NEB_XML_OK);
+  NEB_XML_GetFirstAttrEx(node, &unused, &unused, &unused, &attribute);
+  check(info.type == type);
+  check(info.prefix == prefix && info.prefixLength == lengthOf(prefix));
+  check(info.name == name && info.nameLength == lengthOf(name));
+  check(info.value == value && info.valueLength == lengthOf(value));
+  check(info.parent == NEB_XML_GetNodeParent(node));
+  check(info.nextSibling == NEB_XML_GetNodeNextSibling(node));
+  check(info.firstChild == NEB_XML_GetNodeFirstChild(node));
+  check(info.firstAttribute == attribute);
+  for (const size_t reserved : info.reserved) check(reserved == 0);
 }
 
 // An attribute whose strings are marked as together has them there, with their lengths.
@@ -42,10 +59,10 @@ void checkNode(const XmlNode *node, Check check) {
     check(child->parent == node);
   }
   check(node->nameOwned <= 1 && node->valueOwned <= 1);
-  checkLengths(node, check);
+  checkInfo(node, check);
   for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
     check(attr->parent == node && attr->type == NEB_XML_NODE_ATTRIBUTE);
-    checkLengths(attr, check);
+    checkInfo(attr, check);
     checkTogether(attr, check);
   }
 }

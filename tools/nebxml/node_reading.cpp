@@ -1,13 +1,6 @@
 #include "node_reading.h"
 
 namespace nebxml {
-namespace {
-
-std::string_view viewOf(const char *text) {
-  return text == nullptr ? std::string_view() : std::string_view(text);
-}
-
-}  // namespace
 
 std::string NodeStrings::qualifiedName() const {
   std::string qualified(prefix);
@@ -16,11 +9,11 @@ std::string NodeStrings::qualifiedName() const {
 }
 
 NodeStrings nodeStrings(const XmlNode *node) {
-  const char *prefix = nullptr;
-  const char *name = nullptr;
-  const char *value = nullptr;
-  NEB_XML_GetNodeValue(node, nullptr, &prefix, &name, &value);
-  return {viewOf(prefix), viewOf(name), viewOf(value)};
+  NEB_XML_NODE_INFO info;
+  if (NEB_XML_GetNodeInfo(node, &info) != NEB_XML_OK) return {};
+  return {{info.prefix, info.prefixLength},
+          {info.name, info.nameLength},
+          {info.value, info.valueLength}};
 }
 
 XmlNode *nextAttribute(const XmlNode *element, XmlNode *attribute) {
