@@ -822,6 +822,13 @@ NEB_XML_API uint32_t XML_MemSessionEnd(uint32_t handle);
  *
  * Memory must be aligned as malloc aligns it. The hooks must not call the library. Memory is freed
  * by the free hook that is registered at that moment.
+ *
+ * Each block of a session is one call of callocHook. While malloc, calloc and free are registered,
+ * blocks are allocated several at a time instead, and memory that will be filled is mapped ahead.
+ * Then a tree takes at most 15 % or 64 KiB more than its blocks, whichever is larger; up to 4 MiB
+ * more if the end of its document is unlike the beginning. All of it is freed with the session.
+ * As of any freed memory, malloc may keep some for the process.
+ *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null hook, all three then unchanged.
  */
 NEB_XML_API uint32_t NEB_XML_RegMemFunc(void *(*mallocHook)(size_t),
