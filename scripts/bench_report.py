@@ -277,7 +277,7 @@ def legend(data):
         name = "without a session" if library == "NEB-XML" else library
         body += [dot(x + 5, 67, library, library != "NEB-XML"), text_at(x + 14, 71, name)]
         x += 30 + 7 * len(name)
-    return body
+    return body + [text_at(x, 71, f"Beyond {TICKS[-1]}: drawn at {TICKS[-1]}.")]
 
 
 def plot(data):
