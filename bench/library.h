@@ -80,6 +80,7 @@ struct Subject {
   bool isWrapper = false;  // around a library whose parsing is measured already
 
   Document (*parse)(const std::string &input) = nullptr;  // null if not accepted
+  Document (*load)(const char *path) = nullptr;           // by the library's own call for files
   void (*release)(Document) = nullptr;
   Census (*inspect)(Document) = nullptr;
   size_t (*walk)(Document) = nullptr;                         // with a TouchVisitor

@@ -27,6 +27,11 @@ Document parse(const std::string &input) {
   return xmlReadMemory(input.data(), static_cast<int>(input.size()), nullptr, nullptr, Options);
 }
 
+template <int Options>
+Document load(const char *path) {
+  return xmlReadFile(path, nullptr, Options);
+}
+
 void release(Document document) { xmlFreeDoc(tree(document)); }
 
 xmlNodePtr elementNamed(xmlNodePtr node, const char *name) {
@@ -159,6 +164,7 @@ const Registration registration(5, {{.library = "libxml2",
                                      .version = LIBXML_DOTTED_VERSION,
                                      .maxDepth = 0,
                                      .parse = parse<kQuiet>,
+                                     .load = load<kQuiet>,
                                      .release = release,
                                      .inspect = inspect},
                                     {.library = "libxml2",
@@ -166,6 +172,7 @@ const Registration registration(5, {{.library = "libxml2",
                                      .version = LIBXML_DOTTED_VERSION,
                                      .maxDepth = 0,
                                      .parse = parse<kFastest>,
+                                     .load = load<kFastest>,
                                      .release = release,
                                      .inspect = inspect,
                                      .walk = walk,

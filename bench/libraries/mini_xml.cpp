@@ -2,6 +2,7 @@
 #include <mxml.h>
 
 #include <charconv>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -17,6 +18,16 @@ template <mxml_type_t (*TextType)(mxml_node_t *)>
 Document parse(const std::string &input) {
   mxmlSetErrorCallback([](const char *) {});  // which would print
   return mxmlLoadString(nullptr, input.c_str(), TextType);
+}
+
+template <mxml_type_t (*TextType)(mxml_node_t *)>
+Document load(const char *path) {
+  mxmlSetErrorCallback([](const char *) {});
+  FILE *file = std::fopen(path, "r");
+  if (!file) return nullptr;
+  mxml_node_t *document = mxmlLoadFile(nullptr, file, TextType);
+  std::fclose(file);
+  return document;
 }
 
 void release(Document document) { mxmlDelete(tree(document)); }
@@ -146,6 +157,7 @@ const Registration registration(6, {{.library = "Mini-XML",
                                      .version = BENCH_MXML_VERSION,
                                      .maxDepth = 0,
                                      .parse = parse<nullptr>,
+                                     .load = load<nullptr>,
                                      .release = release,
                                      .inspect = inspect},
                                     {.library = "Mini-XML",
@@ -153,6 +165,7 @@ const Registration registration(6, {{.library = "Mini-XML",
                                      .version = BENCH_MXML_VERSION,
                                      .maxDepth = 0,
                                      .parse = parse<MXML_OPAQUE_CALLBACK>,
+                                     .load = load<MXML_OPAQUE_CALLBACK>,
                                      .release = release,
                                      .inspect = inspect,
                                      .walk = walk,

@@ -20,6 +20,12 @@ Document parse(const std::string &input) {
   return Parse(input.c_str(), &document) == NEB_XML_OK ? document : nullptr;
 }
 
+template <uint32_t (*ParseFile)(const char *, XmlNode **)>
+Document load(const char *path) {
+  XmlNode *document = nullptr;
+  return ParseFile(path, &document) == NEB_XML_OK ? document : nullptr;
+}
+
 void release(Document document) { NEB_XML_FreeNode(node(document)); }
 
 // The one call that reads a node, and what a caller would do with its answer.
@@ -139,12 +145,13 @@ Document editHooks(size_t count) {
 }
 
 Subject subject(const char *mode, Document (*parse)(const std::string &),
-                Document (*edit)(size_t)) {
+                Document (*load)(const char *), Document (*edit)(size_t)) {
   return {.library = "NEB-XML",
           .mode = mode,
           .version = version(),
           .maxDepth = 0,
           .parse = parse,
+          .load = load,
           .release = release,
           .inspect = inspect,
           .walk = walk,
@@ -156,11 +163,11 @@ Subject subject(const char *mode, Document (*parse)(const std::string &),
           .edit = edit};
 }
 
-const Registration registration(0, {nebXmlSession(),
-                                    subject("hooks", parse<NEB_XML_Parse>, editHooks)});
+const Registration registration(0, {nebXmlSession(), subject("hooks", parse<NEB_XML_Parse>,
+                                                             load<NEB_XML_ParseFile>, editHooks)});
 
 }  // namespace
 
 bench::Subject bench::nebXmlSession() {
-  return subject("session", parse<NEB_XML_ParseEx>, editSession);
+  return subject("session", parse<NEB_XML_ParseEx>, load<NEB_XML_ParseFileEx>, editSession);
 }

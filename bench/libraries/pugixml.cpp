@@ -39,6 +39,16 @@ Document parseFastest(const std::string &input) {
                                                             pugi::encoding_utf8));
 }
 
+Document loadDefault(const char *path) {
+  auto *document = new pugi::xml_document;
+  return finish(document, document->load_file(path));
+}
+
+Document loadFastest(const char *path) {
+  auto *document = new pugi::xml_document;
+  return finish(document, document->load_file(path, kFastest, pugi::encoding_utf8));
+}
+
 void release(Document document) { delete &tree(document); }
 
 struct Moves {
@@ -137,6 +147,7 @@ const Registration registration(2, {{.library = "pugixml",
                                      .version = version(),
                                      .maxDepth = 0,
                                      .parse = parseDefault,
+                                     .load = loadDefault,
                                      .release = release,
                                      .inspect = inspect},
                                     {.library = "pugixml",
@@ -144,6 +155,7 @@ const Registration registration(2, {{.library = "pugixml",
                                      .version = version(),
                                      .maxDepth = 0,
                                      .parse = parseFastest,
+                                     .load = loadFastest,
                                      .release = release,
                                      .inspect = inspect,
                                      .walk = walk,

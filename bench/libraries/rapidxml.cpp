@@ -4,8 +4,10 @@
 #include <charconv>
 #include <cstring>
 #include <iterator>
+#include <optional>
 #include <rapidxml/rapidxml.hpp>
 #include <rapidxml/rapidxml_print.hpp>
+#include <rapidxml/rapidxml_utils.hpp>
 
 #include "library.h"
 
@@ -16,6 +18,7 @@ using Node = rapidxml::xml_node<>;
 
 struct Tree {
   std::string input;
+  std::optional<rapidxml::file<>> file;  // instead of the input
   rapidxml::xml_document<> document;
 };
 
@@ -23,16 +26,28 @@ Tree &tree(Document document) { return *static_cast<Tree *>(document); }
 Node *root(Document document) { return tree(document).document.first_node(); }
 
 template <int Flags>
-Document parse(const std::string &input) {
-  auto *parsed = new Tree;
-  parsed->input = input;
+Document finish(Tree *tree, char *input) {
   try {
-    parsed->document.parse<Flags>(parsed->input.data());
-    return parsed;
+    tree->document.parse<Flags>(input);
+    return tree;
   } catch (const rapidxml::parse_error &) {
-    delete parsed;
+    delete tree;
     return nullptr;
   }
+}
+
+template <int Flags>
+Document parse(const std::string &input) {
+  auto *tree = new Tree;
+  tree->input = input;
+  return finish<Flags>(tree, tree->input.data());
+}
+
+template <int Flags>
+Document load(const char *path) {
+  auto *tree = new Tree;
+  tree->file.emplace(path);
+  return finish<Flags>(tree, tree->file->data());
 }
 
 void release(Document document) { delete &tree(document); }
@@ -157,19 +172,23 @@ Document edit(size_t count) {
 // Its recursion takes less than 500 bytes a level.
 constexpr size_t kMaxDepth = 10000;
 
-Subject parser(const char *mode, Document (*parse)(const std::string &)) {
+constexpr int kUnchecked = rapidxml::parse_no_data_nodes;
+constexpr int kChecked = kUnchecked | rapidxml::parse_validate_closing_tags;
+
+template <int Flags>
+Subject parser(const char *mode) {
   return {.library = "RapidXML",
           .mode = mode,
           .version = BENCH_RAPIDXML_VERSION,
           .maxDepth = kMaxDepth,
-          .parse = parse,
+          .parse = parse<Flags>,
+          .load = load<Flags>,
           .release = release,
           .inspect = inspect};
 }
 
 Subject checked() {
-  Subject subject = parser(
-      "checked", parse<rapidxml::parse_no_data_nodes | rapidxml::parse_validate_closing_tags>);
+  Subject subject = parser<kChecked>("checked");
   subject.walk = walk;
   subject.print = print;
   subject.clone = clone;
@@ -180,8 +199,7 @@ Subject checked() {
   return subject;
 }
 
-const Registration registration(3, {parser("default", parse<rapidxml::parse_default>),
-                                    parser("unchecked", parse<rapidxml::parse_no_data_nodes>),
-                                    checked()});
+const Registration registration(3, {parser<rapidxml::parse_default>("default"),
+                                    parser<kUnchecked>("unchecked"), checked()});
 
 }  // namespace

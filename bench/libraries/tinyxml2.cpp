@@ -16,11 +16,20 @@ tinyxml2::XMLDocument &tree(Document document) {
   return *static_cast<tinyxml2::XMLDocument *>(document);
 }
 
-Document parse(const std::string &input) {
-  auto *document = new tinyxml2::XMLDocument;
-  if (document->Parse(input.data(), input.size()) == tinyxml2::XML_SUCCESS) return document;
+Document finish(tinyxml2::XMLDocument *document, tinyxml2::XMLError error) {
+  if (error == tinyxml2::XML_SUCCESS) return document;
   delete document;
   return nullptr;
+}
+
+Document parse(const std::string &input) {
+  auto *document = new tinyxml2::XMLDocument;
+  return finish(document, document->Parse(input.data(), input.size()));
+}
+
+Document load(const char *path) {
+  auto *document = new tinyxml2::XMLDocument;
+  return finish(document, document->LoadFile(path));
 }
 
 void release(Document document) { delete &tree(document); }
@@ -128,6 +137,7 @@ const Registration registration(4, {{.library = "TinyXML-2",
                                      .version = version(),
                                      .maxDepth = 0,
                                      .parse = parse,
+                                     .load = load,
                                      .release = release,
                                      .inspect = inspect,
                                      .walk = walk,
