@@ -1,17 +1,86 @@
-// Copies into memory of known capacity fail rather than overrun it, and then change nothing.
-#include "platform/bounded_memory.h"
-
+// What stands between the library and the system.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <string>
 
+#include "platform/bounded_memory.h"
+#include "support/trees.h"
+
 namespace platform = neb::platform;
+
+namespace {
+
+// How pread reads: so many bytes at a time, with an error of this number in the given call.
+struct Reading {
+  size_t most = SIZE_MAX, failing = 0;
+  int error = 0;  // 0: the file ends
+};
+Reading g_reading = {};
+size_t g_readCalls = 0;
+
+}  // namespace
+
+extern "C" ssize_t pread(int file, void *bytes, size_t count, off_t offset) {
+  if (++g_readCalls == g_reading.failing) {
+    errno = g_reading.error;
+    return g_reading.error == 0 ? 0 : -1;
+  }
+  return syscall(SYS_pread64, file, bytes, std::min(count, g_reading.most), offset);
+}
 
 namespace {
 
 constexpr char kSource[] = "0123456789";
 constexpr size_t kLength = sizeof kSource - 1;
 
+// With the file functions of the C library, files are read without its streams.
+TEST(InputFile, IsReadWholeOrRefused) {
+  NEB_XML_RegFileFunc(std::fopen, std::fseek, std::fclose, std::fread, std::ftell);
+  const std::string path = trees::temporaryFile("<a>text</a>");
+  const std::string fifo = path + ".fifo";
+  ASSERT_EQ(mkfifo(fifo.c_str(), S_IRUSR | S_IWUSR), 0);
+  const int writer = open(fifo.c_str(), O_RDWR);  // so that opening it does not wait
+  const std::string empty = trees::temporaryFile("");
+  struct Case {
+    std::string path;
+    Reading reading;
+    uint32_t result;
+  };
+  for (const auto &[name, reading, result] : {Case{path, {}, kOk},
+                                              {path, {1, 0, 0}, kOk},
+                                              {path, {3, 2, EINTR}, kOk},
+                                              {path, {SIZE_MAX, 1, EIO}, kFileRead},
+                                              {path, {4, 3, EIO}, kFileRead},
+                                              {path, {SIZE_MAX, 1, 0}, kFileRead},
+                                              {path, {5, 2, 0}, kFileRead},
+                                              {empty, {}, kSyntax},
+                                              {path + ".none", {}, kFileOpen},
+                                              {path + "/a", {}, kFileOpen},
+                                              {"", {}, kFileOpen},
+                                              {"/", {}, kFileRead},
+                                              {fifo, {}, kFileRead}}) {
+    g_reading = reading;
+    g_readCalls = 0;
+    XmlNode *document = nullptr;
+    EXPECT_EQ(NEB_XML_ParseFileEx(name.c_str(), &document), result) << name;
+    EXPECT_EQ(document == nullptr ? "" : trees::printed(document),
+              result == kOk ? "<a>text</a>\n" : "");
+    NEB_XML_FreeNode(document);
+  }
+  g_reading = {};
+  const int lowest = dup(writer);
+  close(lowest);
+  close(writer);
+  EXPECT_LT(lowest - writer, 3) << "a file has been left open";
+}
+
+// Copies into memory of known capacity fail rather than overrun it, and then change nothing.
 TEST(BoundedMemory, EachCallStaysWithinItsCapacity) {
   for (size_t capacity = 0; capacity <= kLength + 2; ++capacity) {
     for (size_t count = 0; count <= kLength; ++count) {

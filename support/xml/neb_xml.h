@@ -837,7 +837,7 @@ NEB_XML_API uint32_t NEB_XML_RegMemFunc(void *(*mallocHook)(size_t),
 
 /**
  * Replaces the file hooks through which input files are read. They hold the C library's
- * functions from load time.
+ * functions from load time. While they do, files are read by the system's calls directly.
  *
  * openHook, seekHook, closeHook, readHook  stand in for fopen, fseek, fclose and fread.
  * tellHook                                 stands in for ftell; may be null: files can then not

@@ -1,9 +1,9 @@
 // Loading documents from files and buffers.
-#include <cstdio>
 #include <cstring>
 
 #include "parser/copying.h"
 #include "parser/parser.h"
+#include "platform/input_file.h"
 
 namespace neb::xml::internal {
 
@@ -12,34 +12,50 @@ namespace {
 constexpr int kSeekFromStart = 0;
 constexpr int kSeekFromEnd = 2;
 
-// Lengths are counted in 32 bits, terminator included. Files whose size is unknown give -1.
-bool isLoadableSize(long size) {
-  return size >= 0 && static_cast<unsigned long>(size) < UINT32_MAX;
-}
+// Lengths are counted in 32 bits, terminator included. Files whose length is unknown give -1.
+bool isLoadableLength(int64_t length) { return length >= 0 && length < int64_t{UINT32_MAX}; }
+
+// A file that is read through the file hooks.
+class HookedFile {
+ public:
+  explicit HookedFile(const char *path) : stream_(XML_Fopen(path, "rb")) {}
+  ~HookedFile() {
+    if (isOpen()) XML_Fclose(stream_);
+  }
+  HookedFile(const HookedFile &) = delete;
+  HookedFile &operator=(const HookedFile &) = delete;
+
+  bool isOpen() const { return stream_ != nullptr; }
+
+  int64_t length() const {
+    XML_Fseek(stream_, 0, kSeekFromEnd);
+    return XML_Ftell(stream_);
+  }
+
+  bool read(char *bytes, size_t count) const {
+    return XML_Fseek(stream_, 0, kSeekFromStart) == 0 &&
+           XML_Fread(bytes, 1, count, stream_) == count;
+  }
+
+ private:
+  FILE *stream_;
+};
 
 }  // namespace
 
 uint32_t LoadedDocument::load(const char *path) {
-  FILE *stream = XML_Fopen(path, "rb");
-  if (stream == nullptr) return NEB_XML_ERR_FILE_OPEN;
-  // One large read needs no buffer in between.
-  if (usesDefaultFiles()) std::setvbuf(stream, nullptr, _IONBF, 0);
-  const uint32_t result = read(stream);
-  XML_Fclose(stream);
-  return result;
+  return usesDefaultFiles() ? read(platform::InputFile(path)) : read(HookedFile(path));
 }
 
-uint32_t LoadedDocument::read(FILE *stream) {
-  XML_Fseek(stream, 0, kSeekFromEnd);
-  const long told = XML_Ftell(stream);
-  if (!isLoadableSize(told)) return NEB_XML_ERR_FILE_READ;
-  if (told == 0) return NEB_XML_ERR_SYNTAX;
-  const auto size = static_cast<size_t>(told);
-  char *text = allocate(size);
+template <typename File>
+uint32_t LoadedDocument::read(const File &file) {
+  if (!file.isOpen()) return NEB_XML_ERR_FILE_OPEN;
+  const int64_t length = file.length();
+  if (!isLoadableLength(length)) return NEB_XML_ERR_FILE_READ;
+  if (length == 0) return NEB_XML_ERR_SYNTAX;
+  char *text = allocate(static_cast<size_t>(length));
   if (text == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  if (XML_Fseek(stream, 0, kSeekFromStart) != 0 || XML_Fread(text, 1, size, stream) != size) {
-    return NEB_XML_ERR_FILE_READ;
-  }
+  if (!file.read(text, static_cast<size_t>(length))) return NEB_XML_ERR_FILE_READ;
   text_ = text;
   return NEB_XML_OK;
 }

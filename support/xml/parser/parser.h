@@ -32,15 +32,17 @@ class LoadedDocument {
   // NUL-terminated; null until one of the following functions has succeeded.
   const char *text() const { return text_; }
 
-  // Reads the whole file through the file hooks. Returns NEB_XML_OK, NEB_XML_ERR_FILE_OPEN,
-  // NEB_XML_ERR_FILE_READ, NEB_XML_ERR_NO_MEMORY, or NEB_XML_ERR_SYNTAX for an empty file.
+  // Reads the whole file, through the file hooks if the caller has registered any. Returns
+  // NEB_XML_OK, NEB_XML_ERR_FILE_OPEN, NEB_XML_ERR_FILE_READ, NEB_XML_ERR_NO_MEMORY, or
+  // NEB_XML_ERR_SYNTAX for an empty file.
   uint32_t load(const char *path);
 
   // Copies the bytes up to the first NUL, if there is one. False if memory runs out.
   bool copy(const char *bytes, size_t length);
 
  private:
-  uint32_t read(FILE *stream);
+  template <typename File>
+  uint32_t read(const File &file);
   char *allocate(size_t length);
 
   platform::LargeMemory memory_ = {};

@@ -1,0 +1,29 @@
+// Reading a whole file without a buffer in between.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace neb::platform {
+
+class InputFile {
+ public:
+  // Opens the file.
+  explicit InputFile(const char *path);
+  ~InputFile();
+  InputFile(const InputFile &) = delete;
+  InputFile &operator=(const InputFile &) = delete;
+
+  bool isOpen() const { return file_ >= 0; }
+
+  // In bytes; negative if the file cannot be sought in, such as a pipe.
+  int64_t length() const;
+
+  // The first bytes of the file. False if they are not there or cannot be read.
+  bool read(char *bytes, size_t count) const;
+
+ private:
+  int file_;
+};
+
+}  // namespace neb::platform
