@@ -40,6 +40,9 @@ class AnyName {
     return copyString(to, node_.name, localLength_, hasBytesBefore_);
   }
 
+  // Whether it is a name in XML, once it has been written.
+  bool isExact(const char *begin, const char *end) const { return isName(begin, end); }
+
  private:
   const XmlNode &node_;
   size_t prefixLength_;
@@ -61,6 +64,9 @@ class ShortName {
 
   size_t length() const { return length_; }
   char *writeTo(char *to) const { return string_.copyTo(to, length_); }
+  bool isExact(const char *begin, const char *end) const {
+    return isShortName(string_.bytes(), begin, end);
+  }
 
  private:
   size_t length_;
@@ -201,7 +207,7 @@ class Printer {
     char *begin = writeLiteral(writeIndent(to, depth_), "<");
     char *end = name.writeTo(begin);
     if constexpr (PrintingKind::isExact) {
-      if (!isName(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+      if (!name.isExact(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
       names_.beginTag(node);
     }
     return end;
@@ -222,7 +228,7 @@ class Printer {
     char *begin = writeLiteral(to, " ");
     char *end = name.writeTo(begin);
     if constexpr (PrintingKind::isExact) {
-      if (!isName(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+      if (!name.isExact(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
       const uint32_t result = names_.add(attribute, begin, end);
       if (result != NEB_XML_OK) return output_.refuse(result);
     }
@@ -296,7 +302,8 @@ class Printer {
 
   char *writeIndent(char *to, size_t depth) const {
     const size_t count = indentationOf(depth);
-    if (count != 0) std::memset(to, ' ', count);
+    const Vector spaces = Vector{} + ' ';
+    for (size_t at = 0; at < count; at += kVectorSize) storeVector(to + at, spaces);
     return to + count;
   }
 

@@ -123,7 +123,8 @@ class SessionCopier {
   // What most elements have: a short name without a prefix, and no value or a short one.
   static bool hasShortStrings(const XmlNode *source) {
     return source->prefix == nullptr && ShortString::isLengthOfOne(source->nameLength) &&
-           (source->value == nullptr || ShortString::isLengthOfOne(source->valueSize - size_t{1})) &&
+           (source->value == nullptr ||
+            ShortString::isLengthOfOne(source->valueSize - size_t{1})) &&
            hasBytesBeforeStrings(source);
   }
 
