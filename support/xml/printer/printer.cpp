@@ -130,17 +130,16 @@ class Printer {
   // closes every ancestor that ends with it, up to the start node. Null at the end or after a
   // failure.
   const XmlNode *ascend(const XmlNode *node, char **cursor) {
+    if (!isLast(node)) return node->next;
     const bool closes = printing_.mode != XML_PRINT_HEAD && isTag(node);
-    char *to = *cursor;
     while (isLast(node)) {
-      if (node == printing_.start) break;
+      if (node == printing_.start) return nullptr;
       node = node->parent;
       --depth_;
-      if (closes) to = writeClosing(node, to);
-      if (to == nullptr) break;
+      if (closes) *cursor = writeClosing(node, *cursor);
+      if (*cursor == nullptr) return nullptr;
     }
-    *cursor = to;
-    return to == nullptr || node == printing_.start ? nullptr : node->next;
+    return node->next;
   }
 
   // The start node counts as the top of a tree of its own.
