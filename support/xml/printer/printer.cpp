@@ -40,8 +40,8 @@ class AnyName {
     return copyString(to, node_.name, localLength_, hasBytesBefore_);
   }
 
-  // Whether it is a name in XML, once it has been written.
-  bool isExact(const char *begin, const char *end) const { return isName(begin, end); }
+  // To be asked once it has been written.
+  bool isXmlName(const char *begin, const char *end) const { return isName(begin, end); }
 
  private:
   const XmlNode &node_;
@@ -64,7 +64,7 @@ class ShortName {
 
   size_t length() const { return length_; }
   char *writeTo(char *to) const { return string_.copyTo(to, length_); }
-  bool isExact(const char *begin, const char *end) const {
+  bool isXmlName(const char *begin, const char *end) const {
     return isShortName(string_.bytes(), begin, end);
   }
 
@@ -206,7 +206,7 @@ class Printer {
     char *begin = writeLiteral(writeIndent(to, depth_), "<");
     char *end = name.writeTo(begin);
     if constexpr (PrintingKind::isExact) {
-      if (!name.isExact(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+      if (!name.isXmlName(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
       names_.beginTag(node);
     }
     return end;
@@ -227,7 +227,7 @@ class Printer {
     char *begin = writeLiteral(to, " ");
     char *end = name.writeTo(begin);
     if constexpr (PrintingKind::isExact) {
-      if (!name.isExact(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+      if (!name.isXmlName(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
       const uint32_t result = names_.add(attribute, begin, end);
       if (result != NEB_XML_OK) return output_.refuse(result);
     }
