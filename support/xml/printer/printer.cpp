@@ -234,17 +234,28 @@ class Printer {
     return end;
   }
 
-  // Behind it there is room for a little markup. At the cursor there is room for a short value.
+  // Behind it there is room for a little markup. At the cursor there is room for a short value. On
+  // the heap, a short value that needs no escape still asks for room, as any other value does.
   template <typename Value>
   char *writeValue(char *to, const XmlNode *node) {
     if (node->value == nullptr) return to;
     const size_t length = valueLengthOf(node);
     if (ShortString::isLengthOfOne(length) && hasBytesBeforeStrings(node)) {
       const ShortString value(node->value, length);
-      const bool needsNoEscape = bitsOf(Value::findEscaped(value.bytes())) == 0;
-      if (needsNoEscape) return value.copyTo(to, length);
+      if (needsNoEscape<Value>(value.bytes())) return value.copyTo(to, length);
+    } else if (length < kVectorSize && output_.hasRoom(to, length)) {
+      const Vector bytes = loadFirst(node->value, length);
+      if (needsNoEscape<Value>(bytes)) {
+        storeVector(to, bytes);
+        return to + length;
+      }
     }
     return xmlCopyWithEscape<Value>(output_, to, node->value, length);
+  }
+
+  template <typename Value>
+  static bool needsNoEscape(Vector bytes) {
+    return bitsOf(Value::findEscaped(bytes)) == 0;
   }
 
   // Behind a name or a quote. Parsing takes "-->" for markup, wherever it is.
