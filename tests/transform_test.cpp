@@ -2,7 +2,9 @@
 // trees and their halves with a model.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +12,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -47,27 +50,92 @@ XmlNode *nodeOfOtherType() {
   return node;
 }
 
-// The output is gathered in chunks. Here every part of some markup comes last in a chunk.
-TEST(Transform, PrintsShortMarkupWhereverAPieceOfTheTextEnds) {
-  for (size_t filler = 850; filler < 1150; ++filler) {
-    for (const size_t nameLength : {1U, 15U, 16U, 17U}) {
-      for (size_t attributes = 0; attributes <= 2; ++attributes) {
-        const std::string before = "<r>\n<f>" + std::string(filler, 'f') + "&lt;</f>\n";
-        const std::string name = "p:" + std::string(nameLength, 'n');
-        std::string text = before + "<" + name;
-        for (const char letter : std::string("ab").substr(0, attributes)) {
-          text += " p:" + std::string(nameLength, letter) + "=\"sixteen letters \"";
-        }
-        text += ">sixteen letters.</" + name + ">\n</r>\n";
-        const trees::Held document{trees::parsed(text)};
-        EXPECT_EQ(printedBy(NEB_XML_Transform, document), text);
-        text.insert(before.size(), "  ");
-        text.insert(text.find("<f>"), "  ");
-        EXPECT_EQ(printedBy(kPrintIndented, document), text);
+// With the hooks of a caller the output is gathered in chunks, else in one buffer that grows. Here
+// every part of some markup comes last in a chunk or a buffer.
+TEST(Transform, PrintsShortMarkupWhereverRoomEnds) {
+  struct Case {
+    size_t name, attributes;
+    bool withHooks, withSession;
+  };
+  std::vector<Case> cases;
+  for (const size_t name : {1U, 8U, 9U, 16U, 17U}) {
+    for (unsigned flags = 0; flags < 12; ++flags) {
+      cases.push_back({name, flags / 4, flags % 2 == 0, flags / 2 % 2 == 0});
+    }
+  }
+  for (const auto &[name, attributes, withHooks, withSession] : cases) {
+    const auto memory = withHooks ? nullptr : std::make_unique<guarded::UnclearedMemory>();
+    for (size_t filler = withHooks ? 850 : 3920; filler < (withHooks ? 1150 : 4220); ++filler) {
+      const std::string before = "<r>\n<f>" + std::string(filler, 'f') + "&lt;</f>\n";
+      const std::string prefix = filler % 2 == 0 ? "p:" : "";
+      const std::string element = prefix + std::string(name, 'n');
+      std::string text = before + "<" + element;
+      for (const char letter : std::string("ab").substr(0, attributes)) {
+        text += " " + prefix + std::string(name, letter) + "=\"sixteen letters \"";
       }
+      text += ">sixteen letters.</" + element + ">\n</r>\n";
+      const trees::Held document{trees::parsed(text, withSession)};
+      EXPECT_EQ(withHooks ? printedBy(NEB_XML_Transform, document) : trees::printed(document),
+                text);
+      text.insert(before.size(), "  ");
+      text.insert(text.find("<f>"), "  ");
+      EXPECT_EQ(trees::printed(document, kPrintIndented), text);
     }
   }
 }
+
+// The C library's allocator moves and trims the buffer.
+TEST(Transform, TakesNoMoreMemoryThanTheTextNeeds) {
+  const guarded::UnclearedMemory memory;
+  constexpr size_t kTwoPages = 8192;
+  std::string text = "<r>\n";
+  for (size_t items = 1; items <= 1 << 16; items *= 4) {
+    while (text.size() < 16 * items) text += "<i>" + std::to_string(text.size()) + "</i>\n";
+    const trees::Held document{trees::parsed(text + "</r>")};
+    char *printed = nullptr;
+    ASSERT_EQ(NEB_XML_Transform(document, &printed), kOk);
+    EXPECT_EQ(printed, text + "</r>\n");
+    EXPECT_LT(malloc_usable_size(printed), text.size() + kTwoPages);
+    NEB_XML_FreeMem(printed);
+  }
+}
+
+#ifndef NEB_XML_SANITIZED
+
+// While it lives, the C library gets no more memory from the system.
+class NoMoreMemory {
+ public:
+  NoMoreMemory() {
+    getrlimit(RLIMIT_AS, &before_);
+    const rlimit none = {1, before_.rlim_max};
+    setrlimit(RLIMIT_AS, &none);
+  }
+  ~NoMoreMemory() { setrlimit(RLIMIT_AS, &before_); }
+  NoMoreMemory(const NoMoreMemory &) = delete;
+  NoMoreMemory &operator=(const NoMoreMemory &) = delete;
+
+ private:
+  rlimit before_ = {};
+};
+
+// More than the C library keeps of what was freed.
+TEST(Transform, FreesABufferThatCannotGrow) {
+  const guarded::UnclearedMemory memory;
+  constexpr size_t kLong = 40 * 1024 * 1024;
+  const trees::Held document{trees::parsed("<a>" + std::string(kLong, 'v') + "</a>")};
+  const auto used = [] { return mallinfo2().hblkhd + mallinfo2().uordblks; };
+  const size_t before = used();
+  char *text = nullptr;
+  {
+    const NoMoreMemory none;
+    EXPECT_EQ(NEB_XML_Transform(document, &text), kNoMemory);
+  }
+  EXPECT_EQ(text, nullptr);
+  EXPECT_EQ(used(), before);
+  EXPECT_EQ(trees::printed(document).size(), kLong + std::strlen("<a></a>\n"));
+}
+
+#endif
 
 TEST(Transform, TellsTheFirstOfSeveralFailures) {
   for (const bool isNamelessFirst : {false, true}) {

@@ -43,28 +43,30 @@ bool beginsReference(const char *ampersand) {
   return namedReferenceAt(ampersand) != nullptr || isNumericReference(ampersand);
 }
 
-// Copies up to the first character to escape or the end, and advances the cursor.
+// How much of a run of less than a vector needs no escape. All of it is written.
 template <typename Value>
-const char *writeRun(char **cursor, const char *from, const char *end) {
-  char *to = *cursor;
-  size_t left = static_cast<size_t>(end - from);
-  while (left >= kVectorSize) {
-    const Vector bytes = loadVector(from);
-    storeVector(to, bytes);
-    const size_t copied = countBeforeFound(Value::findEscaped(bytes));
-    if (copied < kVectorSize) {
-      *cursor = to + copied;
-      return from + copied;
-    }
-    from += kVectorSize;
-    to += kVectorSize;
-    left -= kVectorSize;
-  }
-  const Vector bytes = loadFirst(from, left);
+size_t writeShortRun(char *to, const char *from, size_t length) {
+  const Vector bytes = loadFirst(from, length);
   storeVector(to, bytes);
-  const size_t copied = std::min(countBeforeFound(Value::findEscaped(bytes)), left);
-  *cursor = to + copied;
-  return from + copied;
+  return std::min(countBeforeFound(Value::findEscaped(bytes)), length);
+}
+
+// The same for any run, which is written up to there.
+template <typename Value>
+size_t writeRun(char *to, const char *from, size_t length) {
+  if (length < kVectorSize) return writeShortRun<Value>(to, from, length);
+  const auto writeVector = [=](size_t at) {
+    const Vector bytes = loadVector(from + at);
+    storeVector(to + at, bytes);
+    return countBeforeFound(Value::findEscaped(bytes));
+  };
+  // The last vector ends with the run: a branch on what is left could not be predicted.
+  const size_t last = length - kVectorSize;
+  for (size_t at = 0; at < last; at += kVectorSize) {
+    const size_t copied = writeVector(at);
+    if (copied < kVectorSize) return at + copied;
+  }
+  return last + writeVector(last);
 }
 
 }  // namespace
@@ -122,7 +124,9 @@ template <typename Value>
     const char *sliceEnd = value + std::min(static_cast<size_t>(end - value), kSlice);
     to = output.withRoom(to, static_cast<size_t>(sliceEnd - value));
     while (to != nullptr) {
-      value = writeRun<Value>(&to, value, sliceEnd);
+      const size_t written = writeRun<Value>(to, value, static_cast<size_t>(sliceEnd - value));
+      value += written;
+      to += written;
       if (value == sliceEnd) break;
       to = Value::writeEscaped(to, value);
       if (to == nullptr) return output.refuse(NEB_XML_ERR_INVALID_PARAM);

@@ -22,16 +22,27 @@ inline bool mayBeginName(char byte) {
   return (byte < '0' || byte > ':') && byte != '-' && byte != '.';
 }
 
-// Whether a name with its prefix is one in XML that parsing can split: it has no colon at its
-// beginning or end. There are some bytes behind it, so that whole vectors can be read.
+// Parsing can split a name with its prefix only if there is no colon at its beginning or end.
+inline bool beginsAndEndsAsName(const char *name, const char *end) {
+  return name != end && mayBeginName(*name) && end[-1] != ':';
+}
+
+// Whether a name with its prefix is one in XML that parsing can split. There are some bytes behind
+// it, so that whole vectors can be read.
 inline bool isName(const char *name, const char *end) {
-  if (name == end || !mayBeginName(*name) || end[-1] == ':') return false;
+  if (!beginsAndEndsAsName(name, end)) return false;
   for (; name < end; name += kVectorSize) {
     const uint64_t outside = bitsOf(findOutsideNames(loadVector(name)));
     const size_t left = std::min(static_cast<size_t>(end - name), kVectorSize);
     if ((outside & ((uint64_t{1} << left) - 1)) != 0) return false;
   }
   return true;
+}
+
+// The same for a short name whose bytes are in a register as well, with zeros behind them. The
+// vector need not wait until the name has been written.
+inline bool isShortName(Vector bytes, const char *name, const char *end) {
+  return beginsAndEndsAsName(name, end) && bitsOf(findOutsideNames(bytes) & (bytes != 0)) == 0;
 }
 
 // Finds duplicate attribute names in a tag.
@@ -48,6 +59,7 @@ class AttributeNames {
   uint32_t add(const XmlNode *attribute, const char *name, const char *end) {
     if (element_->firstAttr->next == nullptr) return NEB_XML_OK;  // most elements have one at most
     const uint64_t key = NameKey::of(name, static_cast<size_t>(end - name));
+    if (duplicates_.addIfNew(key, &seen_)) return NEB_XML_OK;
     const uint32_t result = duplicates_.add(key, element_->firstAttr, attribute, &seen_);
     return result == NEB_XML_ERR_ALREADY_EXISTS ? uint32_t{NEB_XML_ERR_INVALID_PARAM} : result;
   }

@@ -1,15 +1,25 @@
 #include "printer/output.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+
+#include "memory/hooks.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
-constexpr size_t kFirstRoom = 1024;
-constexpr size_t kLargestRoom = size_t{1} << 26;
+constexpr size_t kFirstChunk = 1024;
+constexpr size_t kLargestChunk = size_t{1} << 26;
 constexpr size_t kLongestOutput = UINT32_MAX;
+
+// Whether the allocation hooks are those of the C library, whose memory can be reallocated.
+bool canReallocateHeap() { return g_fnXMLMalloc == std::malloc && g_fnXMLFree == std::free; }
+
+char *reallocate(char *memory, size_t size) {
+  return static_cast<char *>(std::realloc(memory, size));
+}
 
 }  // namespace
 
@@ -21,54 +31,91 @@ struct Output::Chunk {
   char *bytes() { return reinterpret_cast<char *>(this + 1); }
 };
 
+// Before the first chunk, no room is enough.
+Output::Output() : canReallocate_(canReallocateHeap()), begin_(small_ + 1), wideEnd_(small_) {
+  if (!canReallocate_) return;
+  begin_ = small_;
+  wideEnd_ = small_ + kSmallRoom;
+}
+
 Output::~Output() {
+  std::free(buffer_);
   Chunk *next = nullptr;
-  for (Chunk *chunk = first_; chunk != nullptr; chunk = next) {
+  for (Chunk *chunk = firstChunk_; chunk != nullptr; chunk = next) {
     next = chunk->next;
     XML_Free(nullptr, chunk);
   }
 }
 
-// A null cursor is that of the first chunk, or of a failure before.
-char *Output::addChunk(char *cursor, size_t count) {
-  if (result_ != NEB_XML_OK) return nullptr;
-  size_t room = kFirstRoom;
-  if (last_ != nullptr) {
-    end(cursor);
-    room = std::min(2 * last_->room, kLargestRoom);
+char *Output::addRoom(char *cursor, size_t count) {
+  end(cursor);
+  if (result_ != NEB_XML_OK || count > kLongestOutput - length_) {
+    return refuse(NEB_XML_ERR_NO_MEMORY);
   }
-  room = std::max(room, count);
-  Chunk *chunk = nullptr;
-  if (length_ <= kLongestOutput && count <= kLongestOutput - length_) {
-    chunk = static_cast<Chunk *>(XML_Malloc(nullptr, sizeof(Chunk) + room + kSlack));
-  }
+  return canReallocate_ ? growBuffer(count) : addChunk(count);
+}
+
+char *Output::growBuffer(size_t count) {
+  const auto room = static_cast<size_t>(wideEnd_ - begin_);
+  const size_t grownRoom = std::max(std::min(2 * room, kLongestOutput), length_ + count);
+  char *grown = reallocate(buffer_, grownRoom + kSlack);
+  if (grown == nullptr) return refuse(NEB_XML_ERR_NO_MEMORY);
+  if (buffer_ == nullptr) std::memcpy(grown, small_, length_);
+  buffer_ = grown;
+  begin_ = grown;
+  wideEnd_ = grown + grownRoom;
+  return grown + length_;
+}
+
+char *Output::addChunk(size_t count) {
+  const bool isFirst = lastChunk_ == nullptr;
+  const size_t usual = isFirst ? kFirstChunk : std::min(2 * lastChunk_->room, kLargestChunk);
+  const size_t room = std::max(usual, count);
+  auto *chunk = static_cast<Chunk *>(XML_Malloc(nullptr, sizeof(Chunk) + room + kSlack));
   if (chunk == nullptr) return refuse(NEB_XML_ERR_NO_MEMORY);
   chunk->next = nullptr;
   chunk->room = room;
-  chunk->used = 0;
-  (last_ != nullptr ? last_->next : first_) = chunk;
-  last_ = chunk;
-  wideEnd_ = chunk->bytes() + room;
-  return chunk->bytes();
+  (isFirst ? firstChunk_ : lastChunk_->next) = chunk;
+  lastChunk_ = chunk;
+  lengthBefore_ = length_;
+  begin_ = chunk->bytes();
+  wideEnd_ = begin_ + room;
+  return begin_;
 }
 
 void Output::end(const char *cursor) {
-  if (result_ != NEB_XML_OK || cursor == nullptr) return;
-  last_->used = static_cast<size_t>(cursor - last_->bytes());
-  length_ += last_->used;
+  if (result_ != NEB_XML_OK) return;
+  const auto used = static_cast<size_t>(cursor - begin_);
+  if (lastChunk_ != nullptr) lastChunk_->used = used;
+  length_ = lengthBefore_ + used;
   if (length_ > kLongestOutput) refuse(NEB_XML_ERR_NO_MEMORY);
 }
 
-char *Output::handOut() const {
-  auto *copy = static_cast<char *>(XML_Malloc(nullptr, length_ + 1));
-  if (copy == nullptr) return nullptr;
-  char *to = copy;
-  for (Chunk *chunk = first_; chunk != nullptr; chunk = chunk->next) {
+char *Output::handOut() {
+  char *whole = buffer_ != nullptr ? trimmedBuffer() : gathered();
+  if (whole != nullptr) whole[length_] = '\0';
+  return whole;
+}
+
+// If the smaller allocation fails, the larger one stays as it is.
+char *Output::trimmedBuffer() {
+  char *trimmed = reallocate(buffer_, length_ + 1);
+  char *whole = trimmed != nullptr ? trimmed : buffer_;
+  buffer_ = nullptr;
+  return whole;
+}
+
+// What is not in the buffer on the heap.
+char *Output::gathered() const {
+  auto *whole = static_cast<char *>(XML_Malloc(nullptr, length_ + 1));
+  if (whole == nullptr) return nullptr;
+  if (canReallocate_) std::memcpy(whole, small_, length_);
+  char *to = whole;
+  for (Chunk *chunk = firstChunk_; chunk != nullptr; chunk = chunk->next) {
     std::memcpy(to, chunk->bytes(), chunk->used);
     to += chunk->used;
   }
-  *to = '\0';
-  return copy;
+  return whole;
 }
 
 }  // namespace neb::xml::internal

@@ -8,23 +8,35 @@
 
 namespace neb::xml::internal {
 
-// Chunks that grow in proportion to what they hold, so that printing stays linear and nothing is
-// moved before the whole is handed out in one allocation of its size. The printer passes its cursor
-// through its steps, in a register, not in here. The cursor is null before the first byte, and
-// after a failure: memory has run out, the output is longer than 32 bits can count, or something
-// was refused.
+// The room for the output grows in proportion to its length, so that printing stays linear.
+//
+// With the allocation functions of the C library there is one buffer, which grows: first on the
+// stack, then on the heap. A large reallocation moves pages instead of bytes. Other allocation
+// functions cannot reallocate. For them there are chunks, and the end copies them into one
+// allocation.
+//
+// The printer passes its cursor through its steps, in a register, not in here. Whoever adds room
+// may move the output: only the returned cursor is valid. The cursor is null after a failure:
+// memory has run out, the output is longer than 32 bits can count, or something was refused.
+// Printing ends there.
 class Output {
  public:
-  Output() = default;
+  Output();
   ~Output();
   Output(const Output &) = delete;
   Output &operator=(const Output &) = delete;
 
+  // The first cursor.
+  char *begin() { return begin_; }
+
+  // The cursor may be in the slack.
+  bool hasRoom(const char *cursor, size_t count) const {
+    return static_cast<ptrdiff_t>(count) <= wideEnd_ - cursor;
+  }
+
   // A cursor with room for so many bytes and kSlack more, which whole vectors may be written to.
   char *withRoom(char *cursor, size_t count) {
-    // The cursor may be in the slack.
-    const bool fits = cursor != nullptr && static_cast<ptrdiff_t>(count) <= wideEnd_ - cursor;
-    return fits ? cursor : addChunk(cursor, count);
+    return hasRoom(cursor, count) ? cursor : addRoom(cursor, count);
   }
 
   static constexpr size_t kSlack = 64;
@@ -41,19 +53,31 @@ class Output {
   uint32_t result() const { return result_; }
   size_t length() const { return length_; }
 
-  // The whole, terminated, on the heap, after an end without a failure. Null when memory runs out.
-  char *handOut() const;
+  // The whole, terminated, on the heap, after an end without a failure; only once. Null when memory
+  // runs out.
+  char *handOut();
 
  private:
   struct Chunk;
 
-  char *addChunk(char *cursor, size_t count);
+  static constexpr size_t kSmallRoom = 4096;
 
-  Chunk *first_ = nullptr;
-  Chunk *last_ = nullptr;
-  char *wideEnd_ = nullptr;  // of the last chunk, without the slack
-  size_t length_ = 0;        // in the chunks before the last
+  char *addRoom(char *cursor, size_t count);
+  char *growBuffer(size_t count);
+  char *addChunk(size_t count);
+  char *trimmedBuffer();
+  char *gathered() const;
+
+  const bool canReallocate_;
   uint32_t result_ = NEB_XML_OK;
+  char *begin_;              // of the buffer or the last chunk
+  char *wideEnd_;            // of its room, without the slack
+  size_t lengthBefore_ = 0;  // in the chunks before the last
+  size_t length_ = 0;
+  char *buffer_ = nullptr;  // on the heap
+  Chunk *firstChunk_ = nullptr;
+  Chunk *lastChunk_ = nullptr;
+  char small_[kSmallRoom + kSlack];
 };
 
 }  // namespace neb::xml::internal

@@ -21,16 +21,56 @@ enum PrintMode { XML_PRINT_FULL = 0, XML_PRINT_HEAD = 1, XML_PRINT_TAIL = 2 };
 constexpr uint32_t kWidestIndent = 16;      // for one level
 constexpr size_t kWidestIndentation = 128;  // in all
 
-// How to copy the parts of a node's name; without a prefix its length is 0.
-struct NameParts {
-  size_t prefixLength;
-  size_t localLength;
-  bool hasBytesBefore;
+// How to write any name, with its prefix.
+class AnyName {
+ public:
+  explicit AnyName(const XmlNode *node)
+      : node_(*node),
+        prefixLength_(prefixLengthOf(node)),
+        localLength_(nameLengthOf(node)),
+        hasBytesBefore_(hasBytesBeforeStrings(node)) {}
 
-  explicit NameParts(const XmlNode *node)
-      : prefixLength(prefixLengthOf(node)),
-        localLength(nameLengthOf(node)),
-        hasBytesBefore(hasBytesBeforeStrings(node)) {}
+  // Without the colon.
+  size_t length() const { return prefixLength_ + localLength_; }
+
+  char *writeTo(char *to) const {
+    if (node_.prefix != nullptr) {
+      to = writeLiteral(copyString(to, node_.prefix, prefixLength_, hasBytesBefore_), ":");
+    }
+    return copyString(to, node_.name, localLength_, hasBytesBefore_);
+  }
+
+  // To be asked once it has been written.
+  bool isXmlName(const char *begin, const char *end) const { return isName(begin, end); }
+
+ private:
+  const XmlNode &node_;
+  size_t prefixLength_;
+  size_t localLength_;
+  bool hasBytesBefore_;
+};
+
+// How to write what most names are: short, without a prefix and in a session. It stays in
+// registers from the start tag to the end tag.
+class ShortName {
+ public:
+  static bool isOneOf(const XmlNode *node) {
+    return ShortString::isLengthOfOne(node->nameLength) && node->prefix == nullptr &&
+           hasBytesBeforeStrings(node);
+  }
+
+  explicit ShortName(const XmlNode *node)
+      : length_(node->nameLength), string_(node->name, length_) {}
+
+  size_t length() const { return length_; }
+  char *writeTo(char *to) const { return string_.copyTo(to, length_); }
+  bool isXmlName(const char *begin, const char *end) const {
+    return isShortName(string_.bytes(), begin, end);
+  }
+
+ private:
+  size_t length_;
+  ShortString string_;
 };
 
 // A tree or one of its halves, in the lenient way.
@@ -66,12 +106,11 @@ class Printer {
   Printer(const PrintingKind &printing, Output &output) : printing_(printing), output_(output) {}
 
   [[gnu::flatten]] void print() {
-    char *to = nullptr;
-    for (const XmlNode *node = printing_.start; node != nullptr; node = successor(node)) {
-      if (!xmlPrintDomTreeRecursive(node, &to)) {
-        output_.refuse(NEB_XML_ERR_INVALID_PARAM);
-        return;
-      }
+    char *to = output_.begin();
+    for (const XmlNode *node = printing_.start; node != nullptr;) {
+      to = xmlPrintDomTreeRecursive(node, to);
+      if (to == nullptr) return;
+      node = node->firstChild != nullptr ? descend(node) : ascend(node, &to);
     }
     output_.end(to);
   }
@@ -82,61 +121,72 @@ class Printer {
   using AttributeValue =
       std::conditional_t<PrintingKind::isExact, ExactAttributeValue, LenientValue>;
 
-  // The start node counts as the top of a tree of its own.
-  const XmlNode *parentOf(const XmlNode *node) const {
-    return node == printing_.start ? nullptr : node->parent;
-  }
-  const XmlNode *nextOf(const XmlNode *node) const {
-    return node == printing_.start ? nullptr : node->next;
+  const XmlNode *descend(const XmlNode *node) {
+    ++depth_;
+    return node->firstChild;
   }
 
-  const XmlNode *successor(const XmlNode *node) {
-    if (node->firstChild != nullptr) {
-      ++depth_;
-      return node->firstChild;
-    }
-    for (; node != nullptr; node = parentOf(node)) {
-      if (nextOf(node) != nullptr) return nextOf(node);
+  // After a childless node: the node that comes next. If the childless node was printed, this
+  // closes every ancestor that ends with it, up to the start node. Null at the end or after a
+  // failure.
+  const XmlNode *ascend(const XmlNode *node, char **cursor) {
+    if (!isLast(node)) return node->next;
+    const bool closes = printing_.mode != XML_PRINT_HEAD && isTag(node);
+    while (isLast(node)) {
+      if (node == printing_.start) return nullptr;
+      node = node->parent;
       --depth_;
+      if (closes) *cursor = writeClosing(node, *cursor);
+      if (*cursor == nullptr) return nullptr;
     }
-    return nullptr;
+    return node->next;
   }
 
-  bool isLastChild(const XmlNode *node) const {
-    const XmlNode *parent = parentOf(node);
-    return parent != nullptr && parent->lastChild == node;
+  // The start node counts as the top of a tree of its own.
+  bool isLast(const XmlNode *node) const {
+    return node->next == nullptr || node == printing_.start;
   }
 
-  // Advances the cursor. False for what is refused.
-  bool xmlPrintDomTreeRecursive(const XmlNode *node, char **cursor) {
-    if (node->name == nullptr) return false;
-    if (node->type != NEB_XML_NODE_ELEMENT && node->type != NEB_XML_NODE_DOCUMENT) {
-      return !PrintingKind::isExact;
-    }
-    if (printing_.mode != XML_PRINT_TAIL && !writeOpening(node, cursor)) return false;
-    if (printing_.mode != XML_PRINT_HEAD) *cursor = writeClosingAscent(node, *cursor);
-    return true;
+  static bool isTag(const XmlNode *node) {
+    return node->type == NEB_XML_NODE_ELEMENT || node->type == NEB_XML_NODE_DOCUMENT;
   }
 
-  bool writeOpening(const XmlNode *node, char **cursor) {
-    const NameParts parts(node);
-    char *to = withRoomForTag(*cursor, parts, depth_);
-    if (to != nullptr) to = writeTagBegin(to, node, parts);
-    for (const XmlNode *attribute = node->firstAttr; attribute != nullptr;
-         attribute = attribute->next) {
-      if (attribute->name == nullptr) return false;
-      to = writeAttribute(to, attribute);
-    }
+  // Takes and returns the cursor, as all functions that write do; null after a failure.
+  char *xmlPrintDomTreeRecursive(const XmlNode *node, char *to) {
+    if (isTag(node) && printing_.mode != XML_PRINT_TAIL) return writeOpening(node, to);
+    const bool isRefused = node->name == nullptr || PrintingKind::isExact;
+    if (isRefused) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+    // The opening half may have left the node open.
+    const bool isOpen = isTag(node) && node->firstChild == nullptr && isLast(node);
+    return isOpen && node != printing_.start ? writeClosing(node, to) : to;
+  }
+
+  // Calls a function with the name of a node that has one.
+  template <typename Function>
+  char *withName(const XmlNode *node, const Function &function) {
+    if (ShortName::isOneOf(node)) return function(ShortName(node));
+    if (node->name == nullptr) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+    return function(AnyName(node));
+  }
+
+  char *writeOpening(const XmlNode *node, char *to) {
+    return withName(node, [&](const auto &name) {
+      char *next = writeTagBegin(to, node, name);
+      const XmlNode *attribute = node->firstAttr;
+      for (; attribute != nullptr && next != nullptr; attribute = attribute->next) {
+        next = writeAttribute(next, attribute);
+      }
+      return next != nullptr ? writeRestOfOpening(next, node, name) : nullptr;
+    });
+  }
+
+  template <typename Name>
+  char *writeRestOfOpening(char *to, const XmlNode *node, const Name &name) {
     if (node->firstChild != nullptr) {
-      if (PrintingKind::isExact && !isWhitespaceOnly(node->value)) return false;
-      to = writeTagEnd(to);
-    } else if (hasText(node)) {
-      to = writeValueAndEndTag(to, node, parts);
-    } else {
-      to = writeEmptyElementEnd(to, node);
+      const bool isMixed = PrintingKind::isExact && !isWhitespaceOnly(node->value);
+      return isMixed ? output_.refuse(NEB_XML_ERR_INVALID_PARAM) : writeTagEnd(to);
     }
-    *cursor = to;
-    return true;
+    return hasText(node) ? writeValueAndEndTag(to, node, name) : writeEmptyElementEnd(to, node);
   }
 
   // Parsing takes an empty value for none.
@@ -149,42 +199,63 @@ class Printer {
     return value == nullptr || value[std::strspn(value, " \t\n\r")] == '\0';
   }
 
-  char *writeTagBegin(char *to, const XmlNode *node, const NameParts &parts) {
-    char *name = writeLiteral(writeIndent(to, depth_), "<");
-    char *end = writeName(name, node, parts);
+  template <typename Name>
+  char *writeTagBegin(char *to, const XmlNode *node, const Name &name) {
+    to = withRoomForTag(to, name, depth_);
+    if (to == nullptr) return nullptr;
+    char *begin = writeLiteral(writeIndent(to, depth_), "<");
+    char *end = name.writeTo(begin);
     if constexpr (PrintingKind::isExact) {
-      if (!isName(name, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+      if (!name.isXmlName(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
       names_.beginTag(node);
     }
     return end;
   }
 
   char *writeAttribute(char *to, const XmlNode *attribute) {
-    const NameParts parts(attribute);
-    to = withRoomForTag(to, parts, 0);
+    to = withName(attribute,
+                  [&](const auto &name) { return writeAttributeName(to, attribute, name); });
     if (to == nullptr) return nullptr;
-    char *name = writeLiteral(to, " ");
-    to = writeName(name, attribute, parts);
-    if constexpr (PrintingKind::isExact) {
-      if (!isName(name, to)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
-      const uint32_t result = names_.add(attribute, name, to);
-      if (result != NEB_XML_OK) return output_.refuse(result);
-    }
-    to = writeLiteral(to, "=\"");
-    if (attribute->value != nullptr) to = writeValue<AttributeValue>(to, attribute);
+    to = writeValue<AttributeValue>(writeLiteral(to, "=\""), attribute);
     return to == nullptr ? nullptr : writeLiteral(to, "\"");
   }
 
-  // Behind it there is room for a little markup. At the cursor there is room for a short value.
+  template <typename Name>
+  char *writeAttributeName(char *to, const XmlNode *attribute, const Name &name) {
+    to = withRoomForTag(to, name, 0);
+    if (to == nullptr) return nullptr;
+    char *begin = writeLiteral(to, " ");
+    char *end = name.writeTo(begin);
+    if constexpr (PrintingKind::isExact) {
+      if (!name.isXmlName(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+      const uint32_t result = names_.add(attribute, begin, end);
+      if (result != NEB_XML_OK) return output_.refuse(result);
+    }
+    return end;
+  }
+
+  // Behind it there is room for a little markup. At the cursor there is room for a short value. On
+  // the heap, a short value that needs no escape still asks for room, as any other value does.
   template <typename Value>
   char *writeValue(char *to, const XmlNode *node) {
+    if (node->value == nullptr) return to;
     const size_t length = valueLengthOf(node);
     if (ShortString::isLengthOfOne(length) && hasBytesBeforeStrings(node)) {
       const ShortString value(node->value, length);
-      const bool needsNoEscape = countBeforeFound(Value::findEscaped(value.bytes())) == kVectorSize;
-      if (needsNoEscape) return value.copyTo(to, length);
+      if (needsNoEscape<Value>(value.bytes())) return value.copyTo(to, length);
+    } else if (length < kVectorSize && output_.hasRoom(to, length)) {
+      const Vector bytes = loadFirst(node->value, length);
+      if (needsNoEscape<Value>(bytes)) {
+        storeVector(to, bytes);
+        return to + length;
+      }
     }
     return xmlCopyWithEscape<Value>(output_, to, node->value, length);
+  }
+
+  template <typename Value>
+  static bool needsNoEscape(Vector bytes) {
+    return bitsOf(Value::findEscaped(bytes)) == 0;
   }
 
   // Behind a name or a quote. Parsing takes "-->" for markup, wherever it is.
@@ -193,14 +264,13 @@ class Printer {
     return writeLiteral(wouldMislead ? writeLiteral(to, " ") : to, ">");
   }
 
-  static char *writeTagEnd(char *to) {
-    return to == nullptr ? nullptr : writeLiteral(writeTagClose(to), "\n");
-  }
+  static char *writeTagEnd(char *to) { return writeLiteral(writeTagClose(to), "\n"); }
 
-  char *writeValueAndEndTag(char *to, const XmlNode *node, const NameParts &parts) {
-    if (to == nullptr) return nullptr;
-    to = withRoomForTag(writeText(writeTagClose(to), node), parts, 0);
-    return to == nullptr ? nullptr : writeEndTag(to, node, parts);
+  template <typename Name>
+  char *writeValueAndEndTag(char *to, const XmlNode *node, const Name &name) {
+    to = writeText(writeTagClose(to), node);
+    if (to != nullptr) to = withRoomForTag(to, name, 0);
+    return to == nullptr ? nullptr : writeEndTag(to, name);
   }
 
   char *writeText(char *to, const XmlNode *node) {
@@ -214,34 +284,25 @@ class Printer {
 
   // In an opening half a last child is left open.
   char *writeEmptyElementEnd(char *to, const XmlNode *node) {
-    if (to == nullptr) return nullptr;
-    const bool staysOpen = printing_.mode == XML_PRINT_HEAD && nextOf(node) == nullptr;
+    const bool staysOpen = printing_.mode == XML_PRINT_HEAD && isLast(node);
     if (!staysOpen) to = writeLiteral(to, "/");
     return writeLiteral(to, ">\n");
   }
 
-  // After a childless last child: closes every ancestor that ends with it, up to the start node.
-  // The closing half begins with the node itself, which the opening half may have left open.
-  char *writeClosingAscent(const XmlNode *node, char *to) {
-    if (node->firstChild != nullptr || !isLastChild(node)) return to;
-    const bool beginsWithNode = printing_.mode == XML_PRINT_TAIL;
-    const XmlNode *closed = beginsWithNode ? node : parentOf(node);
-    size_t depth = beginsWithNode ? depth_ : depth_ - 1;
-    for (;;) {
-      const NameParts parts(closed);
-      to = withRoomForTag(to, parts, depth);
-      if (to != nullptr) to = writeEndTag(writeIndent(to, depth), closed, parts);
-      if (!isLastChild(closed)) return to;
-      closed = parentOf(closed);
-      --depth;
-    }
+  // An end tag on a line of its own.
+  char *writeClosing(const XmlNode *node, char *to) {
+    return withName(node, [&](const auto &name) {
+      char *begin = withRoomForTag(to, name, depth_);
+      return begin == nullptr ? nullptr : writeEndTag(writeIndent(begin, depth_), name);
+    });
   }
 
   // Behind the name the slack is long enough for an attribute's short value with what is around
   // it, the end of the tag, and a short text.
-  static_assert(Output::kSlack >= sizeof("<: =\"\">") + 3 * kVectorSize);
-  char *withRoomForTag(char *to, const NameParts &parts, size_t depth) {
-    return output_.withRoom(to, indentationOf(depth) + parts.prefixLength + parts.localLength);
+  static_assert(Output::kSlack >= sizeof("<: =\">") + 3 * kVectorSize);
+  template <typename Name>
+  char *withRoomForTag(char *to, const Name &name, size_t depth) {
+    return output_.withRoom(to, indentationOf(depth) + name.length());
   }
 
   // Without an end to it, deep elements would take as much room as all that are above them.
@@ -251,20 +312,14 @@ class Printer {
 
   char *writeIndent(char *to, size_t depth) const {
     const size_t count = indentationOf(depth);
-    if (count != 0) std::memset(to, ' ', count);
+    const Vector spaces = Vector{} + ' ';
+    for (size_t at = 0; at < count; at += kVectorSize) storeVector(to + at, spaces);
     return to + count;
   }
 
-  static char *writeName(char *to, const XmlNode *node, const NameParts &parts) {
-    if (node->prefix != nullptr) {
-      to =
-          writeLiteral(copyString(to, node->prefix, parts.prefixLength, parts.hasBytesBefore), ":");
-    }
-    return copyString(to, node->name, parts.localLength, parts.hasBytesBefore);
-  }
-
-  static char *writeEndTag(char *to, const XmlNode *node, const NameParts &parts) {
-    return writeLiteral(writeTagClose(writeName(writeLiteral(to, "</"), node, parts)), "\n");
+  template <typename Name>
+  static char *writeEndTag(char *to, const Name &name) {
+    return writeLiteral(writeTagClose(name.writeTo(writeLiteral(to, "</"))), "\n");
   }
 
   PrintingKind printing_;

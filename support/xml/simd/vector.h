@@ -99,7 +99,7 @@ struct ShortString {
   ShortString(const char *string, size_t length) {
     constexpr size_t kWord = sizeof(uint64_t);
     const size_t begun = std::min(length, kWord);
-    lastAt = std::max(length, kWord) - kWord;
+    lastAt = length - begun;
     first = load(string + begun - kWord, kWord - begun);
     last = load(string + length - kWord, kWord - begun);
   }

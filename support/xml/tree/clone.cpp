@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "memory/session_allocator.h"
+#include "ownership/new_session.h"
 #include "ownership/release.h"
 #include "record/node_records.h"
 #include "record/node_strings.h"
@@ -11,18 +12,6 @@
 namespace neb::xml::internal {
 
 namespace {
-
-// The storage of a copy: that of the source's tree, or for a document that owns a session a session
-// of its own.
-bool storageForCopy(const XmlNode *source, const XmlNode *topmost, Storage *storage) {
-  if (!ownsSession(source)) {
-    *storage = Storage::ofTopmost(topmost);
-    return true;
-  }
-  const uint32_t session = XML_MemSessionBegin(kDocumentSessionSize);
-  *storage = Storage(session);
-  return session != 0;
-}
 
 uint32_t typeOfCopy(const XmlNode *source, bool documentsBecomeElements) {
   if (documentsBecomeElements && source->type == NEB_XML_NODE_DOCUMENT) {
@@ -62,6 +51,8 @@ class SessionCopier {
   XmlNode *copyRecord(const XmlNode *source, uint32_t type) {
     if ((source->marks & kStringsTogether) != 0) {
       if (XmlNode *copy = copyTogether(source)) return copy;
+    } else if (type == NEB_XML_NODE_ELEMENT && hasShortStrings(source)) {
+      if (XmlNode *copy = copyShort(source)) return copy;
     }
     const Strings strings(source);
     const size_t size = recordSize(type);
@@ -127,6 +118,45 @@ class SessionCopier {
     copy->value = copy->name + nameSize;
     copy->next = nullptr;
     return copy;
+  }
+
+  // What most elements have: a short name without a prefix, and no value or a short one.
+  static bool hasShortStrings(const XmlNode *source) {
+    return source->prefix == nullptr && ShortString::isLengthOfOne(source->nameLength) &&
+           (source->value == nullptr ||
+            ShortString::isLengthOfOne(source->valueSize - size_t{1})) &&
+           hasBytesBeforeStrings(source);
+  }
+
+  // An element that has short strings, if its copy and theirs would be together; else null.
+  XmlNode *copyShort(const XmlNode *source) {
+    const size_t nameSize = source->nameLength + size_t{1};
+    const size_t valueSize = source->value != nullptr ? source->valueSize : 0;
+    const size_t smallest = std::min(nameSize - 1, valueSize - 1) + 1;
+    char *together =
+        allocator_.allocateTogether(smallest, kElementRecordSize + nameSize + valueSize);
+    if (together == nullptr) return nullptr;
+    auto *copy = reinterpret_cast<XmlNode *>(together);
+    fillElement(copy, handle_, source->nameLength);
+    copy->parent = nullptr;
+    copy->prev = nullptr;
+    copy->valueSize = 1;
+    copy->name = together + kElementRecordSize;
+    char *end = copyShortString(copy->name, source->name, nameSize);
+    if (valueSize == 0) return copy;
+    copy->valueSize = source->valueSize;
+    copy->valueOwned = 1;
+    copy->value = end;
+    copyShortString(end, source->value, valueSize);
+    return copy;
+  }
+
+  // With its terminator, behind which it returns.
+  static char *copyShortString(char *to, const char *from, size_t size) {
+    const size_t length = size - 1;
+    char *end = ShortString(from, length).copyTo(to, length);
+    *end = '\0';
+    return end + 1;
   }
 
   // What the two kinds of nodes do not share, and no strings.
@@ -270,27 +300,33 @@ XmlNode *copyInto(const Storage &storage, const Copying &copying) {
   return copyWith(&copier, copying);
 }
 
-// A document whose session was opened for it owns that session.
-void finishCopy(const XmlNode *source, XmlNode *copy, const Storage &storage) {
-  if (!ownsSession(source)) return;
-  copy->marks |= kOwnsSession;
+uint32_t copyTo(const Storage &storage, const Copying &copying, XmlNode **copy) {
+  XmlNode *made = copyInto(storage, copying);
+  if (made == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  *copy = made;
+  return NEB_XML_OK;
+}
+
+// The copy of a document that owns a session owns one too.
+uint32_t copyToNewSession(const Copying &copying, XmlNode **copy) {
+  NewSession session;
+  if (session.handle() == 0) return NEB_XML_ERR_NO_MEMORY;
+  const Storage storage(session.handle());
+  const uint32_t result = copyTo(storage, copying, copy);
+  if (result != NEB_XML_OK) return result;
+  (*copy)->marks |= kOwnsSession;
   storage.session()->hasDocument = true;
+  session.release();
+  return NEB_XML_OK;
 }
 
 uint32_t cloneNode(const XmlNode *source, bool withChildren, XmlNode **copy) {
   if (source == nullptr || copy == nullptr || isAttribute(source)) return NEB_XML_ERR_INVALID_PARAM;
   const XmlNode *topmost = topmostNode(source);
   if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  Storage storage;
-  if (!storageForCopy(source, topmost, &storage)) return NEB_XML_ERR_NO_MEMORY;
-  XmlNode *made = copyInto(storage, {source, withChildren, false});
-  if (made == nullptr) {
-    if (ownsSession(source)) XML_MemSessionEnd(storage.handle());
-    return NEB_XML_ERR_NO_MEMORY;
-  }
-  finishCopy(source, made, storage);
-  *copy = made;
-  return NEB_XML_OK;
+  const Copying copying = {source, withChildren, false};
+  return ownsSession(source) ? copyToNewSession(copying, copy)
+                             : copyTo(Storage::ofTopmost(topmost), copying, copy);
 }
 
 }  // namespace
@@ -312,8 +348,5 @@ uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source, XmlNode **co
   if (isAttribute(target) || isAttribute(source)) return NEB_XML_ERR_INVALID_PARAM;
   const XmlNode *topmost = topmostNode(target);
   if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  XmlNode *made = copyInto(Storage::ofTopmost(topmost), {source, true, true});
-  if (made == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  *copy = made;
-  return NEB_XML_OK;
+  return copyTo(Storage::ofTopmost(topmost), {source, true, true}, copy);
 }
