@@ -6,6 +6,7 @@
 #include <new>
 
 #include "kernels/chosen.h"
+#include "ownership/new_session.h"
 #include "parser/scanner.h"
 
 namespace neb::xml::internal {
@@ -56,21 +57,6 @@ class RecordMemory {
       std::max(sizeof(XmlParser<HeapAllocation>), sizeof(XmlParser<ArenaAllocation>));
 
   void *memory_;
-};
-
-// A session, which ends with the object unless a document owns it.
-class NewSession {
- public:
-  NewSession() : handle_(XML_MemSessionBegin(kDocumentSessionSize)) {}
-  ~NewSession() { XML_MemSessionEnd(handle_); }
-  NewSession(const NewSession &) = delete;
-  NewSession &operator=(const NewSession &) = delete;
-
-  uint32_t handle() const { return handle_; }
-  void release() { handle_ = 0; }
-
- private:
-  uint32_t handle_;
 };
 
 template <typename Allocation, typename Machine>

@@ -14,9 +14,6 @@ constexpr size_t kFirstChunk = 1024;
 constexpr size_t kLargestChunk = size_t{1} << 26;
 constexpr size_t kLongestOutput = UINT32_MAX;
 
-// Whether the allocation hooks are those of the C library, whose memory can be reallocated.
-bool canReallocateHeap() { return g_fnXMLMalloc == std::malloc && g_fnXMLFree == std::free; }
-
 char *reallocate(char *memory, size_t size) {
   return static_cast<char *>(std::realloc(memory, size));
 }
@@ -32,7 +29,7 @@ struct Output::Chunk {
 };
 
 // Before the first chunk, no room is enough.
-Output::Output() : canReallocate_(canReallocateHeap()), begin_(small_ + 1), wideEnd_(small_) {
+Output::Output() : canReallocate_(usesDefaultAllocator()), begin_(small_ + 1), wideEnd_(small_) {
   if (!canReallocate_) return;
   begin_ = small_;
   wideEnd_ = small_ + kSmallRoom;

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "memory/regions.h"
 #include "memory/session_allocator.h"
 #include "ownership/new_session.h"
 #include "ownership/release.h"
@@ -307,11 +308,20 @@ uint32_t copyTo(const Storage &storage, const Copying &copying, XmlNode **copy) 
   return NEB_XML_OK;
 }
 
+// It will be about as large as the document's session.
+void expectCopyOf(const XmlNode *document, const Storage &storage) {
+  const XmlMemSession *source = Storage::ofTopmost(document).session();
+  XmlMemSession *session = storage.session();
+  if (source == nullptr || !source->hasRegions || !session->hasRegions) return;
+  firstRegionOf(session->firstBlock).expected = firstRegionOf(source->firstBlock).held;
+}
+
 // The copy of a document that owns a session owns one too.
 uint32_t copyToNewSession(const Copying &copying, XmlNode **copy) {
   NewSession session;
   if (session.handle() == 0) return NEB_XML_ERR_NO_MEMORY;
   const Storage storage(session.handle());
+  if (copying.withChildren) expectCopyOf(copying.source, storage);
   const uint32_t result = copyTo(storage, copying, copy);
   if (result != NEB_XML_OK) return result;
   (*copy)->marks |= kOwnsSession;
