@@ -30,7 +30,6 @@ class SessionAllocator {
     char *begin = next_;
     if (begin == nullptr) __builtin_unreachable();  // else every caller would have to look
     next_ += total;
-    __builtin_prefetch(next_ + kAhead, kForWriting);
     return begin;
   }
 
@@ -83,10 +82,6 @@ class SessionAllocator {
   }
 
  private:
-  // The heap's blocks that were freed with a large tree are out of the caches.
-  static constexpr size_t kAhead = 512;
-  static constexpr int kForWriting = 1;
-
   // From so many bytes of a document on, the rest is expected to be like the beginning.
   static constexpr size_t kLeastProgress = 8192;
 
