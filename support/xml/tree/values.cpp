@@ -34,20 +34,16 @@ void writeVariable(void *variable, Integer value) {
 }
 
 // Digits are written from the last one on, so the text ends where the buffer does.
-template <typename Integer>
-std::string_view formatInteger(const void *variable, ValueText &buffer) {
-  const auto value = readVariable<Integer>(variable);
-  const bool isNegative = value < 0;
-  auto magnitude = static_cast<uint32_t>(value);
-  if (isNegative) magnitude = 0U - magnitude;
+std::string_view formatInteger(int64_t value, ValueText &buffer) {
   char *const end = buffer + kTextCapacity - 1;
   char *begin = end;
   *end = '\0';
+  auto magnitude = static_cast<uint32_t>(value < 0 ? -value : value);
   do {
     *--begin = static_cast<char>('0' + magnitude % kDecimalBase);
     magnitude /= kDecimalBase;
   } while (magnitude != 0);
-  if (isNegative) *--begin = '-';
+  if (value < 0) *--begin = '-';
   return {begin, static_cast<size_t>(end - begin)};
 }
 
@@ -61,17 +57,17 @@ std::string_view formatValue(uint32_t type, const void *variable, ValueText &buf
     case NEB_XML_VALUE_BOOL:
       return formatBool(variable);
     case NEB_XML_VALUE_INT32:
-      return formatInteger<int32_t>(variable, buffer);
+      return formatInteger(readVariable<int32_t>(variable), buffer);
     case NEB_XML_VALUE_UINT32:
-      return formatInteger<uint32_t>(variable, buffer);
+      return formatInteger(readVariable<uint32_t>(variable), buffer);
     case NEB_XML_VALUE_INT16:
-      return formatInteger<int16_t>(variable, buffer);
+      return formatInteger(readVariable<int16_t>(variable), buffer);
     case NEB_XML_VALUE_UINT16:
-      return formatInteger<uint16_t>(variable, buffer);
+      return formatInteger(readVariable<uint16_t>(variable), buffer);
     case NEB_XML_VALUE_INT8:
-      return formatInteger<int8_t>(variable, buffer);
+      return formatInteger(readVariable<int8_t>(variable), buffer);
     case NEB_XML_VALUE_UINT8:
-      return formatInteger<uint8_t>(variable, buffer);
+      return formatInteger(readVariable<uint8_t>(variable), buffer);
     default:
       return {};
   }
