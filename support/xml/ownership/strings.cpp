@@ -3,9 +3,9 @@
 namespace neb::xml::internal {
 
 void dropStrings(XmlNode *node, const Storage &storage) {
-  dropString(node, StringField::name, storage);
-  dropString(node, StringField::value, storage);
-  dropString(node, StringField::prefix, storage);
+  dropString<StringField::name>(node, storage);
+  dropString<StringField::value>(node, storage);
+  dropString<StringField::prefix>(node, storage);
 }
 
 }  // namespace neb::xml::internal

@@ -1,4 +1,4 @@
-// The strings of a node, each with its origin. Inline, since a caller knows which string it means.
+// The strings of a node, each with its origin. Templates, since a caller knows which one it means.
 #pragma once
 
 #include "ownership/kept.h"
@@ -21,74 +21,60 @@ struct StringCopy {
 };
 
 // A node's string; null if it has none.
-inline char *stringOf(const XmlNode *node, StringField field) {
-  switch (field) {
-    case StringField::name:
-      return node->name;
-    case StringField::value:
-      return node->value;
-    case StringField::prefix:
-      break;
-  }
-  return node->prefix;
+template <StringField field>
+char *stringOf(const XmlNode *node) {
+  if constexpr (field == StringField::name) return node->name;
+  if constexpr (field == StringField::value) return node->value;
+  if constexpr (field == StringField::prefix) return node->prefix;
 }
 
-inline void pointField(XmlNode *node, StringField field, char *string) {
-  switch (field) {
-    case StringField::name:
-      node->name = string;
-      return;
-    case StringField::value:
-      node->value = string;
-      return;
-    case StringField::prefix:
-      break;
-  }
-  node->prefix = string;
-}
-
-inline void noteLength(XmlNode *node, StringField field, size_t length) {
-  if (field == StringField::name) node->nameLength = notedNameLength(length);
-  if (field == StringField::value) noteValueLength(node, length);
-}
-
-inline void forgetLength(XmlNode *node, StringField field) {
-  if (field == StringField::name) node->nameLength = 0;
-  if (field == StringField::value) node->valueSize = 0;
-}
-
-inline void setOwned(XmlNode *node, StringField field) {
-  if (field == StringField::name) node->nameOwned = 1;
-  if (field == StringField::value) node->valueOwned = 1;
-}
-
-inline bool ownsString(const XmlNode *node, StringField field) {
-  if (field == StringField::name) return node->nameOwned == 1;
-  return field == StringField::prefix || node->valueOwned == 1;
+// Whether the node must give the string up before it gets another.
+template <StringField field>
+bool ownsString(const XmlNode *node) {
+  if constexpr (field == StringField::name) return node->nameOwned == 1;
+  if constexpr (field == StringField::value) return node->valueOwned == 1;
+  return true;
 }
 
 // Points a field at a copy that the node owns from now on. The old string is not looked at.
-inline void putString(XmlNode *node, StringField field, const StringCopy &copy, bool copyIsOnHeap) {
-  const auto mark = static_cast<uint8_t>(field);
+template <StringField field>
+void putString(XmlNode *node, const StringCopy &copy, bool copyIsOnHeap) {
+  constexpr auto kMark = static_cast<uint8_t>(field);
   const bool isElsewhere = isOnHeap(node) != copyIsOnHeap;
-  const int others = node->marks & ~(kStringsTogether | mark);
-  node->marks = static_cast<uint8_t>(others | (isElsewhere ? mark : 0));
-  pointField(node, field, copy.string);
-  noteLength(node, field, copy.length);
-  setOwned(node, field);
+  const int others = node->marks & ~(kStringsTogether | kMark);
+  node->marks = static_cast<uint8_t>(others | (isElsewhere ? kMark : 0));
+  if constexpr (field == StringField::name) {
+    node->name = copy.string;
+    node->nameLength = notedNameLength(copy.length);
+    node->nameOwned = 1;
+  } else if constexpr (field == StringField::value) {
+    node->value = copy.string;
+    noteValueLength(node, copy.length);
+    node->valueOwned = 1;
+  } else {
+    node->prefix = copy.string;
+  }
 }
 
 // Makes a field null. A heap string that the node owns is freed, or kept by the session of the
 // storage. The ownership flag does not change.
-inline void dropString(XmlNode *node, StringField field, const Storage &storage) {
-  const auto mark = static_cast<uint8_t>(field);
-  char *string = stringOf(node, field);
-  const bool isHeapString = isOnHeap(node) != ((node->marks & mark) != 0);
-  const bool isGivenUp = isHeapString && string != nullptr && ownsString(node, field);
-  if (field == StringField::name && holdsSlot(node)) stopHolding(heldDocument(node));
-  node->marks &= static_cast<uint8_t>(~(kStringsTogether | mark));
-  pointField(node, field, nullptr);
-  forgetLength(node, field);
+template <StringField field>
+void dropString(XmlNode *node, const Storage &storage) {
+  constexpr auto kMark = static_cast<uint8_t>(field);
+  char *string = stringOf<field>(node);
+  const bool isHeapString = isOnHeap(node) != ((node->marks & kMark) != 0);
+  const bool isGivenUp = isHeapString && string != nullptr && ownsString<field>(node);
+  node->marks &= static_cast<uint8_t>(~(kStringsTogether | kMark));
+  if constexpr (field == StringField::name) {
+    if (holdsSlot(node)) stopHolding(heldDocument(node));
+    node->name = nullptr;
+    node->nameLength = 0;
+  } else if constexpr (field == StringField::value) {
+    node->value = nullptr;
+    node->valueSize = 0;
+  } else {
+    node->prefix = nullptr;
+  }
   if (isGivenUp) keepOrFree(storage, string);
 }
 

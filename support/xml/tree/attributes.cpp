@@ -186,10 +186,10 @@ uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix, const char *name,
   if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   const Storage storage = Storage::ofTopmost(topmost);
   if (isMissing(value)) {
-    dropString(attribute, StringField::value, storage);
+    dropString<StringField::value>(attribute, storage);
     attribute->valueOwned = 0;
   } else {
-    const uint32_t result = setStrings(storage, attribute, measured(nullptr, nullptr, value));
+    const uint32_t result = setValue(storage, attribute, value);
     if (result != NEB_XML_OK) return result;
   }
   internName(attribute, topmost);

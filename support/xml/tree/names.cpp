@@ -34,7 +34,7 @@ bool mayPointInto(const XmlNode *document, const XmlNode *node) {
 void replaceByInterned(XmlNode *node, std::string_view name, XmlNode *document) {
   const size_t slot = slotFor(document, name);
   if (slot == kNameTableSlots) return;
-  dropString(node, StringField::name, Storage::ofTopmost(document));
+  dropString<StringField::name>(node, Storage::ofTopmost(document));
   node->nameOwned = 0;
   if (isOnHeap(document)) {
     holdSlot(node, document, slot);

@@ -50,22 +50,23 @@ bool makeCopies(const Storage &storage, XmlNode *node, const NodeStrings &given,
   return made;
 }
 
-void replaceString(const Storage &storage, XmlNode *node, StringField field,
-                   const StringCopy &copy) {
+template <StringField field>
+void replaceString(const Storage &storage, XmlNode *node, const StringCopy &copy) {
   if (copy.string == nullptr) return;
-  dropString(node, field, storage);
-  putString(node, field, copy, storage.isHeap());
+  dropString<field>(node, storage);
+  putString<field>(node, copy, storage.isHeap());
 }
 
-void putCopy(XmlNode *node, StringField field, const StringCopy &copy) {
-  if (copy.string != nullptr) putString(node, field, copy, isOnHeap(node));
+template <StringField field>
+void putCopy(XmlNode *node, const StringCopy &copy) {
+  if (copy.string != nullptr) putString<field>(node, copy, isOnHeap(node));
 }
 
 void storeCopies(const Storage &storage, XmlNode *node, const StringCopies &copies) {
   bindToSession(node, storage.handle());
-  replaceString(storage, node, StringField::name, copies.name);
-  replaceString(storage, node, StringField::prefix, copies.prefix);
-  replaceString(storage, node, StringField::value, copies.value);
+  replaceString<StringField::name>(storage, node, copies.name);
+  replaceString<StringField::prefix>(storage, node, copies.prefix);
+  replaceString<StringField::value>(storage, node, copies.value);
 }
 
 bool isEmpty(const char *text) { return text != nullptr && text[0] == '\0'; }
@@ -124,9 +125,9 @@ XmlNode *makeNode(const Storage &storage, uint32_t type, const NodeStrings &give
     storage.freeUnused(node);
     return nullptr;
   }
-  putCopy(node, StringField::name, copies.name);
-  putCopy(node, StringField::prefix, copies.prefix);
-  putCopy(node, StringField::value, copies.value);
+  putCopy<StringField::name>(node, copies.name);
+  putCopy<StringField::prefix>(node, copies.prefix);
+  putCopy<StringField::value>(node, copies.value);
   return node;
 }
 
@@ -135,6 +136,19 @@ uint32_t setStrings(const Storage &treeStorage, XmlNode *node, const NodeStrings
   StringCopies copies;
   if (!makeCopies(storage, node, given, &copies)) return NEB_XML_ERR_NO_MEMORY;
   storeCopies(storage, node, copies);
+  return NEB_XML_OK;
+}
+
+uint32_t setValue(const Storage &treeStorage, XmlNode *node, std::string_view value) {
+  const Storage storage = storageForStrings(node, treeStorage);
+  char *copy = storage.duplicate(value);
+  if (copy == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  if (needsCrossReference(storage, node) && !noteCrossReference(node)) {
+    storage.freeUnused(copy);
+    return NEB_XML_ERR_NO_MEMORY;
+  }
+  bindToSession(node, storage.handle());
+  replaceString<StringField::value>(storage, node, {copy, value.size()});
   return NEB_XML_OK;
 }
 
@@ -179,9 +193,9 @@ uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name, co
   // Copied before anything is cleared, since the arguments may be the node's own strings.
   StringCopies copies;
   const bool copied = makeCopies(storage, node, measured(prefix, name, value), &copies);
-  if (clearsPrefix) dropString(node, StringField::prefix, storage);
-  if (clearsName) dropString(node, StringField::name, storage);
-  if (clearsValue) dropString(node, StringField::value, storage);
+  if (clearsPrefix) dropString<StringField::prefix>(node, storage);
+  if (clearsName) dropString<StringField::name>(node, storage);
+  if (clearsValue) dropString<StringField::value>(node, storage);
   if (!copied) return NEB_XML_ERR_NO_MEMORY;
   storeCopies(storage, node, copies);
   return NEB_XML_OK;

@@ -31,4 +31,7 @@ XmlNode *makeNode(const Storage &storage, uint32_t type, const NodeStrings &give
 // As XML_SetNode, with the owner's storage.
 uint32_t setStrings(const Storage &storage, XmlNode *node, const NodeStrings &given);
 
+// The same for a value that is not empty.
+uint32_t setValue(const Storage &storage, XmlNode *node, std::string_view value);
+
 }  // namespace neb::xml::internal

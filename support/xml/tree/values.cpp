@@ -79,13 +79,13 @@ uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
   const std::string_view text = formatValue(type, variable, buffer);
   if (text.empty()) return NEB_XML_ERR_INVALID_PARAM;
   const Storage storage = storageForStrings(node, Storage::of(node));
-  dropString(node, StringField::value, storage);
+  dropString<StringField::value>(node, storage);
   const bool needsNote = storage.isHeap() && !isOnHeap(node);
   if (needsNote && !noteCrossReference(node)) return NEB_XML_ERR_NO_MEMORY;
   char *copy = storage.duplicate(text);
   if (copy == nullptr) return NEB_XML_ERR_NO_MEMORY;
   bindToSession(node, storage.handle());
-  putString(node, StringField::value, {copy, text.size()}, storage.isHeap());
+  putString<StringField::value>(node, {copy, text.size()}, storage.isHeap());
   return NEB_XML_OK;
 }
 
