@@ -17,7 +17,7 @@ namespace neb::xml::internal {
 
 namespace {
 
-bool isPrefix(const char *a, const char *b) {
+bool samePrefix(const char *a, const char *b) {
   if (a == b) return true;
   return a != nullptr && b != nullptr && std::strcmp(a, b) == 0;
 }
@@ -28,7 +28,7 @@ struct AttributeName {
   NameToFind name;
 
   bool isOf(const XmlNode *attribute) const {
-    return name.isNameOf(attribute) && isPrefix(prefix, attribute->prefix);
+    return name.isNameOf(attribute) && samePrefix(prefix, attribute->prefix);
   }
 };
 
