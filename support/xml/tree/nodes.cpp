@@ -117,7 +117,8 @@ XmlNode *makeNode(const Storage &storage, uint32_t type) {
   return node;
 }
 
-XmlNode *makeNode(const Storage &storage, uint32_t type, const NodeStrings &given) {
+[[gnu::flatten]] XmlNode *makeNode(const Storage &storage, uint32_t type,
+                                  const NodeStrings &given) {
   XmlNode *node = makeNode(storage, type);
   if (node == nullptr) return nullptr;
   StringCopies copies;
