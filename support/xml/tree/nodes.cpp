@@ -118,7 +118,7 @@ XmlNode *makeNode(const Storage &storage, uint32_t type) {
 }
 
 [[gnu::flatten]] XmlNode *makeNode(const Storage &storage, uint32_t type,
-                                  const NodeStrings &given) {
+                                   const NodeStrings &given) {
   XmlNode *node = makeNode(storage, type);
   if (node == nullptr) return nullptr;
   StringCopies copies;
@@ -140,7 +140,8 @@ uint32_t setStrings(const Storage &treeStorage, XmlNode *node, const NodeStrings
   return NEB_XML_OK;
 }
 
-uint32_t setValue(const Storage &treeStorage, XmlNode *node, std::string_view value) {
+[[gnu::flatten]] uint32_t setValue(const Storage &treeStorage, XmlNode *node,
+                                   std::string_view value) {
   const Storage storage = storageForStrings(node, treeStorage);
   char *copy = storage.duplicate(value);
   if (copy == nullptr) return NEB_XML_ERR_NO_MEMORY;

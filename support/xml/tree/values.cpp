@@ -73,7 +73,7 @@ std::string_view formatValue(uint32_t type, const void *variable, ValueText &buf
   }
 }
 
-uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
+[[gnu::flatten]] uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
   if (node == nullptr || variable == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   ValueText buffer;
   const std::string_view text = formatValue(type, variable, buffer);
