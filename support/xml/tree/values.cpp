@@ -73,6 +73,7 @@ std::string_view formatValue(uint32_t type, const void *variable, ValueText &buf
   }
 }
 
+// Flattened like the setting of strings, see nodes.cpp.
 [[gnu::flatten]] uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
   if (node == nullptr || variable == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   ValueText buffer;
