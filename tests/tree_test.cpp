@@ -137,6 +137,27 @@ TEST(Info, HoldsStringsWithTheirLengthsAndNeighbours) {
   }
 }
 
+// Names of every length that begin alike or differ in one byte, of which some are interned.
+TEST(Attributes, AreToldApartByEveryByte) {
+  constexpr size_t kLongest = 40;
+  for (const bool withSession : {false, true}) {
+    const trees::Held document{parsed("<d/>", withSession)};
+    for (size_t length = kLongest; length > 0; --length) {
+      std::string name(length, 'n');
+      EXPECT_EQ(NEB_XML_AddAttr(document, nullptr, name.c_str(), name.c_str()), kOk);
+      EXPECT_EQ(NEB_XML_AddAttr(document, nullptr, name.c_str(), nullptr), kExists);
+      for (char &byte : name) {
+        Text value = nullptr;
+        byte = 'm';
+        EXPECT_EQ(NEB_XML_GetAttr(document, nullptr, name.c_str(), &value), kNotFound);
+        byte = 'n';
+        EXPECT_EQ(NEB_XML_GetAttr(document, nullptr, name.c_str(), &value), kOk);
+        EXPECT_EQ(value, name);
+      }
+    }
+  }
+}
+
 // Expects a call to be refused and to change nothing if any of its pointers is null, or if the call
 // is not for attributes and any of its nodes is one. Pointers that may be null are given as null.
 class Refusing {

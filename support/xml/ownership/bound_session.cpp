@@ -13,8 +13,7 @@ void bind(XmlNode *node, uint32_t handle) {
 
 }  // namespace
 
-void bindToSession(XmlNode *node, uint32_t handle) {
-  if (handle == 0) return;
+void bindUpwards(XmlNode *node, uint32_t handle) {
   for (; node != nullptr && isOnHeap(node) && node->boundSession != handle; node = node->parent) {
     bind(node, handle);
   }

@@ -17,10 +17,4 @@ bool noteCrossReference(XmlNode *record) {
   return true;
 }
 
-bool noteLink(XmlNode *child, XmlNode *parent) {
-  if (child->sessionId == parent->sessionId) return true;
-  if (!isOnHeap(child) && !noteCrossReference(child)) return false;
-  return isOnHeap(parent) || noteCrossReference(parent);
-}
-
 }  // namespace neb::xml::internal

@@ -20,6 +20,10 @@ struct CrossReference {
 
 // Notes what must be noted before child is linked below parent, or an attribute to its element.
 // False when memory runs out.
-[[nodiscard]] bool noteLink(XmlNode *child, XmlNode *parent);
+[[nodiscard]] inline bool noteLink(XmlNode *child, XmlNode *parent) {
+  if (child->sessionId == parent->sessionId) return true;
+  if (!isOnHeap(child) && !noteCrossReference(child)) return false;
+  return isOnHeap(parent) || noteCrossReference(parent);
+}
 
 }  // namespace neb::xml::internal

@@ -2,11 +2,7 @@
 
 namespace neb::xml::internal {
 
-void keepOrFree(const Storage &storage, char *string) {
-  if (storage.isHeap()) {
-    g_fnXMLFree(string);
-    return;
-  }
+void keepString(const Storage &storage, char *string) {
   XmlMemSession *session = storage.session();
   if (session == nullptr) return;
   auto *note = static_cast<KeptString *>(allocateInSession(*session, sizeof(KeptString)));

@@ -14,9 +14,18 @@ struct KeptString {
 };
 #pragma pack(pop)
 
-// Takes a heap string that was given up. A session keeps it; if there is no memory for the note, it
-// is freed. The heap frees it.
-void keepOrFree(const Storage &storage, char *string);
+// Takes a heap string that was given up in a session's tree. If there is no memory for the note, it
+// is freed.
+void keepString(const Storage &storage, char *string);
+
+// Takes a heap string that was given up. A session keeps it, the heap frees it.
+inline void keepOrFree(const Storage &storage, char *string) {
+  if (storage.isHeap()) {
+    g_fnXMLFree(string);
+  } else {
+    keepString(storage, string);
+  }
+}
 
 // Keeps a heap attribute that was removed. Its next field links the list.
 void keepAttribute(XmlMemSession &session, XmlNode *attribute);

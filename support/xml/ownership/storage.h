@@ -37,34 +37,62 @@
 // not owned, so nobody frees them. (session_end.cpp)
 #pragma once
 
+#include <cstring>
+#include <string_view>
+
 #include "memory/arena.h"
 #include "memory/hooks.h"
+#include "memory/session_table.h"
 #include "record/node.h"
+#include "simd/vector.h"
 
 namespace neb::xml::internal {
 
-// One session, or the heap.
+// One session, or the heap. The session is only looked up when something is allocated: most other
+// questions are answered by its handle.
 class Storage {
  public:
   // The heap.
   Storage() = default;
 
   // The session of a handle. One that has ended allocates and frees nothing.
-  explicit Storage(uint32_t handle);
+  explicit Storage(uint32_t handle) : handle_(handle) {}
 
   // By the membership rule.
-  static Storage of(const XmlNode *node);
+  static Storage of(const XmlNode *node) {
+    const XmlNode *topmost = node == nullptr ? nullptr : topmostNode(node);
+    return topmost == nullptr ? Storage() : ofTopmost(topmost);
+  }
   static Storage ofTopmost(const XmlNode *topmost) { return Storage(topmost->sessionId); }
 
   uint32_t handle() const { return handle_; }
   bool isHeap() const { return handle_ == 0; }
-  XmlMemSession *session() const { return session_; }
+
+  // Null for the heap, and for a session that has ended.
+  XmlMemSession *session() const {
+    if (session_ == nullptr) session_ = findSession(handle_);
+    return session_;
+  }
 
   // Null when memory runs out. The bytes are not set.
-  void *allocate(size_t size) const;
+  void *allocate(size_t size) const {
+    if (isHeap()) return allocateOnHeap(size);
+    if (session() == nullptr || size > INT32_MAX) return nullptr;
+    return allocateInSession(*session_, static_cast<int32_t>(size));
+  }
 
-  // A terminated copy of length bytes; null when memory runs out.
-  char *duplicate(const char *string, size_t length) const;
+  // A copy of a string and of its terminator; null when memory runs out.
+  char *duplicate(std::string_view string) const {
+    const size_t size = string.size() + 1;
+    auto *copy = static_cast<char *>(allocate(size));
+    if (copy == nullptr) return nullptr;
+    if (size <= 2 * kVectorSize) {
+      moveShort(copy, string.data(), size);
+    } else {
+      std::memcpy(copy, string.data(), size);
+    }
+    return copy;
+  }
 
   // For an allocation that nothing refers to yet. A session keeps it.
   void freeUnused(void *allocation) const {
@@ -73,11 +101,14 @@ class Storage {
 
  private:
   uint32_t handle_ = 0;
-  XmlMemSession *session_ = nullptr;
+  mutable XmlMemSession *session_ = nullptr;
 };
 
 // Where the strings of a node come from whose tree has this storage: a record of a session has them
 // from its own session in a tree of any other, since either session may end first.
-Storage storageForStrings(const XmlNode *node, const Storage &storage);
+inline Storage storageForStrings(const XmlNode *node, const Storage &storage) {
+  const bool isElsewhere = !storage.isHeap() && !isOnHeap(node);
+  return isElsewhere && node->sessionId != storage.handle() ? Storage(node->sessionId) : storage;
+}
 
 }  // namespace neb::xml::internal

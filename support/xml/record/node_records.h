@@ -21,6 +21,24 @@ inline void fillRecord(XmlNode *record, int8_t type, uint32_t handle, uint16_t n
   record->next = nullptr;
 }
 
+// A record of any kind without strings and links.
+inline void fillEmpty(XmlNode *record, uint32_t type, uint32_t handle) {
+  fillRecord(record, static_cast<int8_t>(type), handle, 0);
+  record->name = nullptr;
+  record->value = nullptr;
+  record->nameOwned = 0;
+  record->valueOwned = 0;
+  record->parent = nullptr;
+  if (type == NEB_XML_NODE_ATTRIBUTE) return;
+  record->prev = nullptr;
+  record->firstChild = nullptr;
+  record->lastChild = nullptr;
+  record->firstAttr = nullptr;
+  if (type != NEB_XML_NODE_DOCUMENT) return;
+  record->isDocument = 1;
+  std::memset(record->nameTable, 0, sizeof record->nameTable);
+}
+
 // An attribute of an element, of which name and value are missing.
 inline void fillAttribute(XmlNode *attribute, uint32_t handle, uint16_t nameLength,
                           XmlNode *element) {

@@ -9,6 +9,7 @@
 #include "ownership/release.h"
 #include "ownership/strings.h"
 #include "record/links.h"
+#include "record/node_strings.h"
 #include "tree/names.h"
 #include "tree/nodes.h"
 
@@ -16,15 +17,20 @@ namespace neb::xml::internal {
 
 namespace {
 
-// Most names differ in their first byte already, which spares the call.
-bool sameString(const char *a, const char *b) {
+bool samePrefix(const char *a, const char *b) {
   if (a == b) return true;
   return a != nullptr && b != nullptr && *a == *b && std::strcmp(a, b) == 0;
 }
 
-bool isNamed(const XmlNode *attribute, const char *prefix, const char *name) {
-  return sameString(prefix, attribute->prefix) && sameString(name, attribute->name);
-}
+// The identity of an attribute on its element; both may be null.
+struct AttributeName {
+  const char *prefix;
+  NameToFind name;
+
+  bool isOf(const XmlNode *attribute) const {
+    return name.isNameOf(attribute) && samePrefix(prefix, attribute->prefix);
+  }
+};
 
 const char *noneIfEmpty(const char *text) { return isMissing(text) ? nullptr : text; }
 
@@ -41,22 +47,31 @@ XmlNode *nextAttribute(const XmlNode *element, const XmlNode *before) {
   return before->next;
 }
 
-void appendAttribute(XmlNode *attribute, XmlNode *element) {
-  attribute->parent = element;
-  if (element->firstAttr == nullptr) {
-    element->firstAttr = attribute;
-    return;
+// Appends a detached attribute of that name, unless it would be a duplicate.
+uint32_t appendAttribute(XmlNode *attribute, const AttributeName &name, XmlNode *element) {
+  XmlNode *last = nullptr;
+  for (XmlNode *other = element->firstAttr; other != nullptr; other = other->next) {
+    if (name.isOf(other)) return NEB_XML_ERR_ALREADY_EXISTS;
+    last = other;
   }
-  XmlNode *last = element->firstAttr;
-  while (last->next != nullptr) last = last->next;
-  last->next = attribute;
+  if (!noteLink(attribute, element)) return NEB_XML_ERR_NO_MEMORY;
+  bindToSession(element,
+                isOnHeap(attribute) ? uint32_t{attribute->boundSession} : attribute->sessionId);
+  attribute->parent = element;
+  if (last == nullptr) {
+    element->firstAttr = attribute;
+  } else {
+    last->next = attribute;
+  }
+  return NEB_XML_OK;
 }
 
 }  // namespace
 
 XmlNode *xmlGetAttr(const XmlNode *element, const char *prefix, const char *name) {
+  const AttributeName sought{prefix, NameToFind(name)};
   XmlNode *attribute = element->firstAttr;
-  while (attribute != nullptr && !isNamed(attribute, prefix, name)) attribute = attribute->next;
+  while (attribute != nullptr && !sought.isOf(attribute)) attribute = attribute->next;
   return attribute;
 }
 
@@ -65,30 +80,26 @@ bool wouldDuplicateAttribute(const XmlNode *node, const char *prefix, const char
   if (!isRenamed || !isAttribute(node) || node->parent == nullptr) return false;
   const char *newPrefix = prefix != nullptr ? noneIfEmpty(prefix) : node->prefix;
   const char *newName = name != nullptr ? noneIfEmpty(name) : node->name;
+  const AttributeName sought{newPrefix, NameToFind(newName)};
   const XmlNode *other = node->parent->firstAttr;
-  while (other != nullptr && (other == node || !isNamed(other, newPrefix, newName))) {
-    other = other->next;
-  }
+  while (other != nullptr && (other == node || !sought.isOf(other))) other = other->next;
   return other != nullptr;
 }
 
-XmlNode *makeAttribute(XmlNode *topmost, const char *prefix, const char *name, const char *value) {
-  const Storage storage = Storage::ofTopmost(topmost);
-  XmlNode *attribute = makeNode(storage, NEB_XML_NODE_ATTRIBUTE);
-  if (attribute == nullptr) return nullptr;
-  if (setStrings(storage, attribute, prefix, name, value) == NEB_XML_OK) return attribute;
-  XML_FreeSingleAttrNode(attribute);
-  return nullptr;
-}
-
-uint32_t attachMadeAttribute(XmlNode *attribute, XmlNode *element, XmlNode *topmost) {
-  const uint32_t result = XML_AddAttrNode(attribute, element);
-  if (result != NEB_XML_OK) {
+uint32_t addAttribute(XmlNode *element, const NodeStrings &given) {
+  XmlNode *topmost = topmostNode(element);
+  if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  XmlNode *attribute = makeNode(Storage::ofTopmost(topmost), NEB_XML_NODE_ATTRIBUTE, given);
+  if (attribute == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  // Not by the copies, since reading what has just been written waits for the stores.
+  const AttributeName name{given.prefix.data(), NameToFind(given.name)};
+  const uint32_t result = appendAttribute(attribute, name, element);
+  if (result == NEB_XML_OK) {
+    internName(attribute, given.name, topmost);
+  } else {
     XML_FreeSingleAttrNode(attribute);
-    return result;
   }
-  internName(attribute, topmost);
-  return NEB_XML_OK;
+  return result;
 }
 
 }  // namespace neb::xml::internal
@@ -154,11 +165,7 @@ uint32_t NEB_XML_GetNextSiblingAttrEx(const XmlNode *element, const char **prefi
 uint32_t NEB_XML_AddAttr(XmlNode *element, const char *prefix, const char *name,
                          const char *value) {
   if (!canHaveAttributes(element) || isMissing(name)) return NEB_XML_ERR_INVALID_PARAM;
-  XmlNode *topmost = topmostNode(element);
-  if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  XmlNode *attribute = makeAttribute(topmost, prefix, name, value);
-  if (attribute == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  return attachMadeAttribute(attribute, element, topmost);
+  return addAttribute(element, measured(prefix, name, value));
 }
 
 uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNode *element) {
@@ -166,14 +173,8 @@ uint32_t XML_AddAttrNode(XmlNode *attribute, XmlNode *element) {
   if (!isAttribute(attribute) || attribute->parent != nullptr || attribute->next != nullptr) {
     return NEB_XML_ERR_INVALID_PARAM;
   }
-  if (xmlGetAttr(element, attribute->prefix, attribute->name) != nullptr) {
-    return NEB_XML_ERR_ALREADY_EXISTS;
-  }
-  if (!noteLink(attribute, element)) return NEB_XML_ERR_NO_MEMORY;
-  bindToSession(element,
-                isOnHeap(attribute) ? uint32_t{attribute->boundSession} : attribute->sessionId);
-  appendAttribute(attribute, element);
-  return NEB_XML_OK;
+  const AttributeName name{attribute->prefix, NameToFind(attribute->name)};
+  return appendAttribute(attribute, name, element);
 }
 
 uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix, const char *name,
@@ -185,10 +186,10 @@ uint32_t NEB_XML_SetAttr(XmlNode *element, const char *prefix, const char *name,
   if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   const Storage storage = Storage::ofTopmost(topmost);
   if (isMissing(value)) {
-    dropString(attribute, StringField::value, storage);
+    dropString<StringField::value>(attribute, storage);
     attribute->valueOwned = 0;
   } else {
-    const uint32_t result = setStrings(storage, attribute, nullptr, nullptr, value);
+    const uint32_t result = setValue(storage, attribute, value);
     if (result != NEB_XML_OK) return result;
   }
   internName(attribute, topmost);

@@ -1,7 +1,7 @@
 // Attribute lookup and attachment, shared by the operations on attributes.
 #pragma once
 
-#include "record/node.h"
+#include "tree/nodes.h"
 
 namespace neb::xml::internal {
 
@@ -15,11 +15,7 @@ inline bool canHaveAttributes(const XmlNode *node) { return node != nullptr && !
 // strings were set: null does not change one, empty clears it.
 bool wouldDuplicateAttribute(const XmlNode *node, const char *prefix, const char *name);
 
-// Makes a detached attribute in the storage of the tree whose topmost node this is. Null when
-// memory runs out.
-XmlNode *makeAttribute(XmlNode *topmost, const char *prefix, const char *name, const char *value);
-
-// Attaches a made attribute behind the others and interns its name, or frees it.
-uint32_t attachMadeAttribute(XmlNode *attribute, XmlNode *element, XmlNode *topmost);
+// Adds an attribute that has a name behind the others of its element, and interns the name.
+uint32_t addAttribute(XmlNode *element, const NodeStrings &given);
 
 }  // namespace neb::xml::internal

@@ -27,9 +27,8 @@ class HeapCopier {
   XmlNode *copyRecord(const XmlNode *source, uint32_t type) const {
     XmlNode *copy = makeNode(storage_, type);
     if (copy == nullptr) return nullptr;
-    if (setStrings(storage_, copy, source->prefix, source->name, source->value) == NEB_XML_OK) {
-      return copy;
-    }
+    const NodeStrings strings = measured(source->prefix, source->name, source->value);
+    if (setStrings(storage_, copy, strings) == NEB_XML_OK) return copy;
     releaseSingle(copy, storage_);
     return nullptr;
   }

@@ -3,7 +3,7 @@
 
 #include "neb_xml.h"
 #include "platform/bounded_memory.h"
-#include "record/node.h"
+#include "record/node_strings.h"
 
 namespace neb::xml::internal {
 
@@ -40,6 +40,16 @@ uint32_t readIndex(const char *segment) {
   return index;
 }
 
+// A segment that is a name, as it is compared with many nodes.
+struct NameSegment {
+  const char *text;
+  NameToFind whole;
+  bool hasColon;
+
+  explicit NameSegment(const char *segment)
+      : text(segment), whole(segment), hasColon(std::strchr(segment, ':') != nullptr) {}
+};
+
 bool isQualifiedName(const XmlNode *node, const char *segment) {
   const size_t prefixLength = std::strlen(node->prefix);
   return std::strncmp(segment, node->prefix, prefixLength) == 0 && segment[prefixLength] == ':' &&
@@ -47,17 +57,16 @@ bool isQualifiedName(const XmlNode *node, const char *segment) {
 }
 
 // 0 when the segment matches the node.
-uint32_t xmlCmpNode(const XmlNode *node, const char *segment) {
-  if (node == nullptr || segment == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+uint32_t xmlCmpNode(const XmlNode *node, const NameSegment &segment) {
   if (node->name == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  const bool comparesPrefix = node->prefix != nullptr && std::strchr(segment, ':') != nullptr;
+  const bool comparesPrefix = segment.hasColon && node->prefix != nullptr;
   const bool matches =
-      comparesPrefix ? isQualifiedName(node, segment) : std::strcmp(segment, node->name) == 0;
+      comparesPrefix ? isQualifiedName(node, segment.text) : segment.whole.isNameOf(node);
   return matches ? NEB_XML_OK : NEB_XML_ERR_INVALID_PARAM;
 }
 
 // The first match at node or after it among its siblings.
-XmlNode *firstMatch(XmlNode *node, const char *segment) {
+XmlNode *firstMatch(XmlNode *node, const NameSegment &segment) {
   while (node != nullptr && xmlCmpNode(node, segment) != 0) node = node->next;
   return node;
 }
@@ -68,9 +77,10 @@ uint32_t chooseByIndex(const char *segment, const char *name, XmlNode **node) {
   if (std::strlen(segment) > kLongestIndex) return NEB_XML_ERR_NOT_FOUND;
   const uint32_t index = readIndex(segment);
   if (index == 0) return NEB_XML_ERR_BAD_PATH;
+  const NameSegment wanted(name);
   XmlNode *match = *node;
   for (uint32_t passed = 1; passed < index && match != nullptr; ++passed) {
-    match = firstMatch(match->next, name);
+    match = firstMatch(match->next, wanted);
   }
   if (match == nullptr) return NEB_XML_ERR_NOT_FOUND;
   *node = match;
@@ -92,7 +102,8 @@ uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path, XmlNode **
   neb::platform::strncpy_s(text, sizeof text, path, kLongestPath);
   char *rest = text;
   const char *segment = cutSegment(&rest);
-  if (segment == nullptr || xmlCmpNode(start, segment) != 0) return NEB_XML_ERR_NOT_FOUND;
+  if (segment == nullptr) return NEB_XML_ERR_NOT_FOUND;
+  if (xmlCmpNode(start, NameSegment(segment)) != 0) return NEB_XML_ERR_NOT_FOUND;
   auto *current = const_cast<XmlNode *>(start);
   const char *name = nullptr;  // of the segment before, if that was a name below the start
   while ((segment = cutSegment(&rest)) != nullptr) {
@@ -101,7 +112,7 @@ uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path, XmlNode **
       if (result != NEB_XML_OK) return result;
       name = nullptr;
     } else {
-      current = firstMatch(current->firstChild, segment);
+      current = firstMatch(current->firstChild, NameSegment(segment));
       if (current == nullptr) return NEB_XML_ERR_NOT_FOUND;
       name = segment;
     }

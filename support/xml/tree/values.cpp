@@ -1,11 +1,11 @@
 // Booleans and integers as the values of nodes and attributes.
 #include <cstring>
 #include <limits>
+#include <string_view>
 
 #include "ownership/bound_session.h"
 #include "ownership/cross_references.h"
 #include "ownership/strings.h"
-#include "platform/bounded_memory.h"
 #include "tree/attributes.h"
 #include "tree/nodes.h"
 
@@ -13,14 +13,12 @@ namespace neb::xml::internal {
 
 namespace {
 
-constexpr size_t kTextCapacity = 32;  // the longest text has 11 characters
+constexpr size_t kTextCapacity = sizeof "-2147483648";
 constexpr uint32_t kDecimalBase = 10;
-constexpr char kTrue[] = "true";
-constexpr char kFalse[] = "false";
+constexpr const char *kTrue = "true";
+constexpr const char *kFalse = "false";
 
 using ValueText = char[kTextCapacity];
-
-bool isValueType(uint32_t type) { return type <= NEB_XML_VALUE_UINT8; }
 
 // The caller's variable may be at any address.
 template <typename Integer>
@@ -35,61 +33,60 @@ void writeVariable(void *variable, Integer value) {
   std::memcpy(variable, &value, sizeof value);
 }
 
-void formatSigned(int32_t value, ValueText &text) {
-  platform::snprintf_s(text, sizeof text, sizeof text - 1, "%d", value);
+// Digits are written from the last one on, so the text ends where the buffer does.
+std::string_view formatInteger(int64_t value, ValueText &buffer) {
+  char *const end = buffer + kTextCapacity - 1;
+  char *begin = end;
+  *end = '\0';
+  auto magnitude = static_cast<uint32_t>(value < 0 ? -value : value);
+  do {
+    *--begin = static_cast<char>('0' + magnitude % kDecimalBase);
+    magnitude /= kDecimalBase;
+  } while (magnitude != 0);
+  if (value < 0) *--begin = '-';
+  return {begin, static_cast<size_t>(end - begin)};
 }
 
-void formatUnsigned(uint32_t value, ValueText &text) {
-  platform::snprintf_s(text, sizeof text, sizeof text - 1, "%u", value);
+std::string_view formatBool(const void *variable) {
+  return readVariable<uint32_t>(variable) != 0 ? kTrue : kFalse;
 }
 
-void formatBool(uint32_t value, ValueText &text) {
-  platform::snprintf_s(text, sizeof text, sizeof text - 1, "%s", value != 0 ? kTrue : kFalse);
-}
-
-// False for an unknown type.
-bool formatValue(uint32_t type, const void *variable, ValueText &text) {
+// A terminated text, which may be in the buffer; empty for an unknown type.
+std::string_view formatValue(uint32_t type, const void *variable, ValueText &buffer) {
   switch (type) {
     case NEB_XML_VALUE_BOOL:
-      formatBool(readVariable<uint32_t>(variable), text);
-      return true;
+      return formatBool(variable);
     case NEB_XML_VALUE_INT32:
-      formatSigned(readVariable<int32_t>(variable), text);
-      return true;
+      return formatInteger(readVariable<int32_t>(variable), buffer);
     case NEB_XML_VALUE_UINT32:
-      formatUnsigned(readVariable<uint32_t>(variable), text);
-      return true;
+      return formatInteger(readVariable<uint32_t>(variable), buffer);
     case NEB_XML_VALUE_INT16:
-      formatSigned(readVariable<int16_t>(variable), text);
-      return true;
+      return formatInteger(readVariable<int16_t>(variable), buffer);
     case NEB_XML_VALUE_UINT16:
-      formatUnsigned(readVariable<uint16_t>(variable), text);
-      return true;
+      return formatInteger(readVariable<uint16_t>(variable), buffer);
     case NEB_XML_VALUE_INT8:
-      formatSigned(readVariable<int8_t>(variable), text);
-      return true;
+      return formatInteger(readVariable<int8_t>(variable), buffer);
     case NEB_XML_VALUE_UINT8:
-      formatUnsigned(readVariable<uint8_t>(variable), text);
-      return true;
+      return formatInteger(readVariable<uint8_t>(variable), buffer);
     default:
-      return false;
+      return {};
   }
 }
 
-uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
-  if (node == nullptr || !isValueType(type) || variable == nullptr) {
-    return NEB_XML_ERR_INVALID_PARAM;
-  }
-  ValueText text = {};
-  formatValue(type, variable, text);
+// Flattened like the setting of strings, see nodes.cpp.
+[[gnu::flatten]] uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
+  if (node == nullptr || variable == nullptr) return NEB_XML_ERR_INVALID_PARAM;
+  ValueText buffer;
+  const std::string_view text = formatValue(type, variable, buffer);
+  if (text.empty()) return NEB_XML_ERR_INVALID_PARAM;
   const Storage storage = storageForStrings(node, Storage::of(node));
-  dropString(node, StringField::value, storage);
+  dropString<StringField::value>(node, storage);
   const bool needsNote = storage.isHeap() && !isOnHeap(node);
-  char *copy =
-      needsNote && !noteCrossReference(node) ? nullptr : storage.duplicate(text, std::strlen(text));
+  if (needsNote && !noteCrossReference(node)) return NEB_XML_ERR_NO_MEMORY;
+  char *copy = storage.duplicate(text);
   if (copy == nullptr) return NEB_XML_ERR_NO_MEMORY;
   bindToSession(node, storage.handle());
-  putString(node, StringField::value, copy, storage.isHeap());
+  putString<StringField::value>(node, {copy, text.size()}, storage.isHeap());
   return NEB_XML_OK;
 }
 
@@ -175,14 +172,10 @@ uint32_t xmlGetValueEx(const XmlNode *node, uint32_t type, void *variable) {
 
 uint32_t addAttrValue(XmlNode *element, const char *prefix, const char *name, uint32_t type,
                       const void *variable) {
-  XmlNode *topmost = topmostNode(element);
-  if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  if (!isValueType(type)) return NEB_XML_ERR_INVALID_PARAM;
-  ValueText text = {};
-  formatValue(type, variable, text);
-  XmlNode *attribute = makeAttribute(topmost, prefix, name, text);
-  if (attribute == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  return attachMadeAttribute(attribute, element, topmost);
+  ValueText buffer;
+  const std::string_view text = formatValue(type, variable, buffer);
+  if (text.empty()) return NEB_XML_ERR_INVALID_PARAM;
+  return addAttribute(element, {measured(prefix), measured(name), text});
 }
 
 }  // namespace
