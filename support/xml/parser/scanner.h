@@ -185,7 +185,9 @@ class Scanner {
     const uint64_t nameEnds = index_.windowBehind(kNameEnds, cursor, skipped);
     if (nameEnds == 0) return nullptr;
     const size_t length = firstOf(nameEnds);
-    if (!isShort(length) || mayEndMarkup(name[length - 1])) return nullptr;
+    if (!isShort(length) || mayEndMarkup(name[length - 1])) {
+      return length == 0 ? scanUnnamed(name - 1) : nullptr;
+    }
     const char *end = name + length;
     if (*end == '>') {
       const char *content = end + lengthOf(kTagEnd);
@@ -372,11 +374,21 @@ class Scanner {
     if (builder_.isInTag()) return scanFarAttribute(cursor);
     if (!builder_.hasOpen()) return false;
     const char *token = mayBeWhitespace(*cursor) ? index_.nextNonWhitespace(cursor) : cursor;
-    if (*token != '<') return scanLongText(token);
     if (beginsEndTag(token)) return scanLongEndTag(token);
-    const bool isIgnored = token != cursor && token[1] != '!';  // not before a CDATA section
-    if (isIgnored) tokenizer_.setCursor(token);
-    return isIgnored;
+    // White space before other markup has no meaning.
+    const bool isText = *token != '<' || begins(token, kCdataBegin);
+    const char *end = isText ? scanLongText(token) : token;
+    if (end == nullptr || end == cursor) return false;
+    tokenizer_.setCursor(end);
+    return true;
+  }
+
+  // Markup that does not begin with a name: a comment, a processing instruction, or a text that
+  // begins with a CDATA section.
+  [[gnu::noinline]] const char *scanUnnamed(const char *markup) {
+    if (begins(markup, kCdataBegin)) return builder_.isRootOpen() ? nullptr : scanLongText(markup);
+    const char *end = tokenizer_.findMiscEnd(markup);
+    return end != markup ? end : nullptr;
   }
 
   // The end tag of the root, of a long name, or behind white space that is a value.
@@ -401,20 +413,23 @@ class Scanner {
     return end != nullptr;
   }
 
-  // The text of an element, with spaces before it, and its end tag.
-  bool scanLongText(const char *token) {
+  // The text of an element, with spaces before it and CDATA sections in it, and its end tag.
+  const char *scanLongText(const char *token) {
     const char *name = builder_.leafName();
-    if (name == nullptr || *token == '\0' || endsTag(token)) return false;
-    const auto [end, isVerbatim] = index_.findTextEnd(token);
+    if (name == nullptr || *token == '\0' || endsTag(token)) return nullptr;
+    auto [end, isVerbatim] = index_.findTextEnd(token);
+    if (begins(end, kCdataBegin)) {
+      end = tokenizer_.findTextEnd(end);
+      isVerbatim = false;
+    }
     const size_t nameLength = builder_.leafLength();
-    if (!isEndTag(end, name, nameLength)) return false;
+    if (end == nullptr || !isEndTag(end, name, nameLength)) return nullptr;
     const char *run = token;
     while (run[-1] == ' ') --run;
-    if (!builder_.setText({run, static_cast<size_t>(end - run), isVerbatim})) return false;
-    if (!builder_.splitName()) return false;
+    if (!builder_.setText({run, static_cast<size_t>(end - run), isVerbatim})) return nullptr;
+    if (!builder_.splitName()) return nullptr;
     builder_.close();
-    tokenizer_.setCursor(behindEndTag(end, nameLength));
-    return true;
+    return behindEndTag(end, nameLength);
   }
 
   bool isEndTag(const char *tag, const char *name, size_t length) const {
