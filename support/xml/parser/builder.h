@@ -152,12 +152,22 @@ class TreeBuilder {
     openElement(startNext(copy, length), name, length);
     leafPrefix_ = prefixLength;
     if (prefixLength != 0) open_->marks = kNameIsWhole;
-    beginAttributes();
+    duplicates_.beginTag();
     return true;
   }
 
-  const AttributeList &attributes() const { return attributes_; }
-  void setAttributes(const AttributeList &list) { attributes_ = list; }
+  // While a start tag is scanned, the scanner holds the list of its attributes. It hands the list
+  // over to let others read from here on.
+  void handOver(const AttributeList &list) {
+    attributes_ = list;
+    isInTag_ = true;
+  }
+  // Of the tag that was begun last: the list that was handed over, or one without attributes.
+  AttributeList takeOver() {
+    if (!isInTag_) return AttributeList(open_);
+    isInTag_ = false;
+    return attributes_;
+  }
 
   // Whether the attribute is certain to be no duplicate. If so, it must be added next.
   bool isNewAttribute(const char *name, size_t length, AttributeList *list) {
@@ -180,20 +190,20 @@ class TreeBuilder {
       *list = attributes_;
       return isAdded;
     }
+    // All copies come first: behind them, no field is written twice.
+    char *copy = memory + kAttributeRecordSize;
+    copyHalfWide(copy, name);
+    copy[length] = '\0';
+    if (prefixSize != 0) copy[prefixSize - 1] = '\0';
+    char *string = copy + nameSize;
+    const size_t valueLength = copyShort(string, value);
     XmlNode *attribute = recordAt(memory);
     fillAttribute(attribute, allocation_.handle(), static_cast<uint16_t>(length - prefixSize),
                   open_);
     attribute->marks = kStringsTogether;
-    char *copy = memory + kAttributeRecordSize;
-    copyHalfWide(copy, name);
-    copy[length] = '\0';
     attribute->name = copy + prefixSize;
-    if (prefixSize != 0) {
-      copy[prefixSize - 1] = '\0';
-      attribute->prefix = copy;
-    }
-    char *string = copy + nameSize;
-    setShortValue(attribute, string, copyShort(string, value));
+    if (prefixSize != 0) attribute->prefix = copy;
+    setShortValue(attribute, string, valueLength);
     list->append(attribute);
     return true;
   }
@@ -208,7 +218,6 @@ class TreeBuilder {
     XmlNode *element = open_;
     setShortValue(element, value, copyShort(value, text));
     next_ = recordAt(memory);
-    isInTag_ = false;
     close();
     return true;
   }
@@ -216,7 +225,6 @@ class TreeBuilder {
   // "/>" of a start tag of an element that has a parent, and the record of the next element.
   bool endShortEmptyElement() {
     if (!(isNameWhole() ? splitAndMakeNext(open_) : makeNext())) return false;
-    isInTag_ = false;
     close();
     return true;
   }

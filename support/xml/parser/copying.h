@@ -36,7 +36,7 @@ inline void copyWide(char *to, const char *from) {
   copyHalfWide(to + kWidestCopy / 2, from + kWidestCopy / 2);
 }
 
-// For a window with at least one bit.
+// Above any bit if there is none.
 constexpr size_t firstOf(uint64_t window) { return static_cast<size_t>(std::countr_zero(window)); }
 constexpr uint64_t withoutFirst(uint64_t window) { return window & (window - 1); }
 

@@ -58,7 +58,7 @@ class Scanner {
   // Scans from behind the name or a value to the end of the tag. Returns null if the cursor is
   // still in it.
   const char *scanTag(const char *cursor) {
-    AttributeList list = builder_.attributes();
+    AttributeList list = builder_.takeOver();
     while (index_.hasWindow(cursor)) {
       if (*cursor == '>') {
         if (const char *end = endStartTag(cursor + lengthOf(kTagEnd))) return end;
@@ -80,16 +80,27 @@ class Scanner {
       }
       const char *end = scanAttribute(cursor, whitespace, &list);
       if (end == nullptr) {
-        builder_.setAttributes(list);
+        builder_.handOver(list);
         end = scanLongAttribute(cursor + whitespace);
+        list = builder_.takeOver();
         if (end == nullptr) break;
-        list = builder_.attributes();
       }
       cursor = end;
     }
-    builder_.setAttributes(list);
+    builder_.handOver(list);
     tokenizer_.setCursor(cursor);
     return nullptr;
+  }
+
+  // An attribute with references in its value. In the loop they would cost all others registers.
+  const char *scanDecoded(const char *name, size_t length, size_t prefixSize, uint64_t valueEnds) {
+    const char *quote = name + length + 1;
+    const ShortRun value = findPastReferences(quote + 1, *quote, name, valueEnds);
+    if (value.end == nullptr) return nullptr;
+    AttributeList list = builder_.takeOver();
+    const char *end = addAttribute(name, length, prefixSize, value, &list);
+    builder_.handOver(list);
+    return end;
   }
 
  private:
@@ -341,17 +352,14 @@ class Scanner {
   const char *scanAttribute(const char *cursor, size_t whitespace, AttributeList *list) {
     const char *name = cursor + whitespace;
     const uint64_t nameEnds = index_.windowBehind(kNameEnds, cursor, whitespace);
-    const uint64_t valueEnds = index_.windowBehind(kValueEnds, cursor, whitespace);
-    const uint64_t behindQuote = withoutFirst(valueEnds);
-    if (nameEnds == 0 || behindQuote == 0) return nullptr;
+    const uint64_t valueEnds = withoutFirst(index_.windowBehind(kValueEnds, cursor, whitespace));
+    if (valueEnds == 0) return nullptr;
     const size_t length = firstOf(nameEnds);
-    if (name[length] != ':') return scanNamed(name, length, 0, behindQuote, list);
-    const uint64_t localEnds = withoutFirst(nameEnds);
-    if (localEnds == 0) return nullptr;
-    const size_t wholeLength = firstOf(localEnds);
+    if (name[length] != ':') return scanNamed(name, length, 0, valueEnds, list);
+    const size_t wholeLength = firstOf(withoutFirst(nameEnds));
     const size_t prefixSize = length + 1;
     if (length == 0 || wholeLength == prefixSize) return nullptr;
-    return scanNamed(name, wholeLength, prefixSize, behindQuote, list);
+    return scanNamed(name, wholeLength, prefixSize, valueEnds, list);
   }
 
   // Behind the name. The first value end was the quote that opens the value.
@@ -359,8 +367,20 @@ class Scanner {
                         AttributeList *list) {
     const char *quote = name + length + 1;
     if (!isShort(length) || quote[-1] != '=' || (*quote != '"' && *quote != '\'')) return nullptr;
-    const ShortRun value = findShortRun(quote + 1, *quote, name, valueEnds);
-    if (value.end == nullptr || value.end == value.begin) return nullptr;
+    const char *value = quote + 1;
+    const char *end = name + firstOf(valueEnds);
+    if (end == value) return nullptr;
+    if (*end != *quote) [[unlikely]] {
+      builder_.handOver(*list);
+      const char *next = Machine::scanDecoded(this, name, length, prefixSize, valueEnds);
+      *list = builder_.takeOver();
+      return next;
+    }
+    return addAttribute(name, length, prefixSize, {value, end, name, 0}, list);
+  }
+
+  const char *addAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value,
+                           AttributeList *list) {
     if (!builder_.isNewAttribute(name, length, list)) return nullptr;
     const bool isAdded = builder_.addAttribute(name, length, prefixSize, value, list);
     return isAdded ? value.end + 1 : nullptr;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +12,18 @@
 
 namespace neb::xml::internal {
 
+// For each length of a name, ones for those of its first eight bytes that it has.
+inline constexpr size_t kMaskedLengths = 32;
+inline constexpr std::array<uint64_t, kMaskedLengths> kNameMasks = [] {
+  std::array<uint64_t, kMaskedLengths> masks = {};
+  for (size_t length = 1; length < kMaskedLengths; ++length) {
+    const size_t bitsBehind = 64 - 8 * std::min<size_t>(length, 8);
+    const bool isLittle = std::endian::native == std::endian::little;
+    masks[length] = isLittle ? UINT64_MAX >> bitsBehind : UINT64_MAX << bitsBehind;
+  }
+  return masks;
+}();
+
 // The first bytes of a name and its length: equal for equal names, and seldom for others.
 class NameKey {
  public:
@@ -18,9 +31,7 @@ class NameKey {
   static uint64_t of(const char *name, size_t length) {
     uint64_t bytes = 0;
     std::memcpy(&bytes, name, sizeof bytes);
-    const size_t behind = 8 * (sizeof bytes - std::min(length, sizeof bytes));
-    const bool isLittle = std::endian::native == std::endian::little;
-    return (isLittle ? bytes << behind : bytes >> behind) ^ length;
+    return (bytes & kNameMasks[std::min(length, kMaskedLengths - 1)]) ^ length;
   }
 
   // The whole name of an attribute, as it is printed.
