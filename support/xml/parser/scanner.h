@@ -379,8 +379,8 @@ class Scanner {
     return addAttribute(name, length, prefixSize, {value, end, name, 0}, list);
   }
 
-  const char *addAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value,
-                           AttributeList *list) {
+  const char *addAttribute(const char *name, size_t length, size_t prefixSize,
+                           const ShortRun &value, AttributeList *list) {
     if (!builder_.isNewAttribute(name, length, list)) return nullptr;
     const bool isAdded = builder_.addAttribute(name, length, prefixSize, value, list);
     return isAdded ? value.end + 1 : nullptr;
@@ -392,8 +392,8 @@ class Scanner {
   [[gnu::noinline]] bool scanLong() {
     const char *cursor = tokenizer_.cursor();
     if (builder_.isInTag()) return scanFarAttribute(cursor);
-    if (!builder_.hasOpen()) return false;
     const char *token = mayBeWhitespace(*cursor) ? index_.nextNonWhitespace(cursor) : cursor;
+    if (!builder_.hasOpen()) return scanTopTag(token);
     if (beginsEndTag(token)) return scanLongEndTag(token);
     // White space before other markup has no meaning.
     const bool isText = *token != '<' || begins(token, kCdataBegin);
@@ -411,11 +411,25 @@ class Scanner {
     return end != markup ? end : nullptr;
   }
 
+  // The start tag of an element at the top, up to its attributes.
+  bool scanTopTag(const char *tag) {
+    const char *name = tag + 1;
+    if (*tag != '<') return false;
+    const char *end = index_.nextNameEnd(name);
+    while (*end == ':') end = index_.nextNameEnd(end + 1);
+    const bool isWhole = endsTag(end) || isWhitespace(*end);
+    if (!isWhole || end == name || mayEndMarkup(end[-1])) return false;
+    if (!builder_.startElement(tag, {name, static_cast<size_t>(end - name), true})) return false;
+    tokenizer_.setCursor(end);
+    return true;
+  }
+
   // The end tag of the root, of a long name, or behind white space that is a value.
   bool scanLongEndTag(const char *tag) {
     const XmlNode *element = builder_.open();
     const size_t length = element->nameLength;
-    if (length == 0 || !isEndTag(tag, element->name, length) || !builder_.splitName()) return false;
+    if (length == 0 || !isEndTag(tag, element->name, length)) return false;
+    if (builder_.isNameWhole() && !builder_.splitName()) return false;
     const char *run = tag;
     while (run[-1] != '>' && builder_.isInContent()) --run;
     const bool isValue = run != tag;

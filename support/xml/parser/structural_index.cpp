@@ -25,16 +25,19 @@ void StructuralIndex::moveTo(const char *from) {
 void StructuralIndex::cover(const char *from, size_t words) {
   const auto left = static_cast<size_t>(documentEnd_ - from);
   const size_t readable = left + zerosBehind_;
-  const size_t wholeWords = std::min(words, readable / kBytesPerWord);
+  // No search goes on behind the word with the terminator.
+  const size_t wanted = std::min(words, left / kBytesPerWord + 1);
+  const size_t wholeWords = std::min(wanted, readable / kBytesPerWord);
   const IndexKernel index = chosenKernel().index;
   index(from, wholeWords, 0, words_);
-  if (wholeWords < words && wholeWords * kBytesPerWord <= left) {
+  if (wholeWords < wanted) {
     // The last bytes and the terminator, in a copy that ends in more of them.
     char tail[kBytesPerWord] = {};
     std::memcpy(tail, from + wholeWords * kBytesPerWord, left - wholeWords * kBytesPerWord);
     index(tail, 1, wholeWords, words_);
   }
-  for (auto &bits : words_) bits[words] = 0;
+  // A window that begins in the last word may reach into the next one.
+  for (auto &bits : words_) bits[wanted] = 0;
   begin_ = from;
   coveredBytes_ = words * kBytesPerWord;
   windowsEnd_ = std::min(coveredBytes_, readable > kReach ? readable - kReach : 0);
