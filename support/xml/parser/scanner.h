@@ -160,9 +160,11 @@ class Scanner {
     const auto behind = static_cast<size_t>(cursor - documentBegin());
     const size_t before = std::min(behind, kVectorSize);
     char *copy = tail_ + kVectorSize;
-    std::memset(tail_, 0, kVectorSize);
-    std::memcpy(copy - before, cursor - before, before + left);
-    std::memset(copy + left, 0, StructuralIndex::kReach);
+    storeVector(tail_, Vector{});
+    char *end = copyString(copy - before, cursor - before, before + left);
+    static_assert(StructuralIndex::kReach == 2 * kWidestCopy);
+    clearWide(end);
+    clearWide(end + kWidestCopy);
     if (const char *name = builder_.leafName()) {
       // Too near the end of the document to be read there by whole vectors.
       if (name + StructuralIndex::kReach > index_.documentEnd()) builder_.forgetLeafName();
