@@ -110,7 +110,7 @@ class Scanner {
 
   // At most so much of the end is copied. A document that is not larger is scanned in the copy
   // alone.
-  static constexpr size_t kTailSize = 384;
+  static constexpr size_t kTailSize = StructuralIndex::kLongestCopied;
   static_assert(kTailSize >= StructuralIndex::kReach);
 
   // With more white space than this, too little of a window would remain.
@@ -160,6 +160,7 @@ class Scanner {
     const auto behind = static_cast<size_t>(cursor - documentBegin());
     const size_t before = std::min(behind, kVectorSize);
     char *copy = tail_ + kVectorSize;
+    index_.continueIn(copy, cursor);
     storeVector(tail_, Vector{});
     char *end = copyString(copy - before, cursor - before, before + left);
     static_assert(StructuralIndex::kReach == 2 * kWidestCopy);
@@ -167,11 +168,9 @@ class Scanner {
     clearWide(end + kWidestCopy);
     if (const char *name = builder_.leafName()) {
       // Too near the end of the document to be read there by whole vectors.
-      if (name + StructuralIndex::kReach > index_.documentEnd()) builder_.forgetLeafName();
+      if (name + StructuralIndex::kReach > cursor + left) builder_.forgetLeafName();
     }
     tokenizer_.setCursor(copy);
-    index_.reset(copy, left, StructuralIndex::kReach);
-    index_.moveTo(copy);
     isInTail_ = true;
   }
 
