@@ -160,12 +160,12 @@ class Scanner {
     const auto behind = static_cast<size_t>(cursor - documentBegin());
     const size_t before = std::min(behind, kVectorSize);
     char *copy = tail_ + kVectorSize;
-    index_.continueIn(copy, cursor);
     storeVector(tail_, Vector{});
     char *end = copyString(copy - before, cursor - before, before + left);
     static_assert(StructuralIndex::kReach == 2 * kWidestCopy);
     clearWide(end);
     clearWide(end + kWidestCopy);
+    index_.continueIn(copy, cursor);
     if (const char *name = builder_.leafName()) {
       // Too near the end of the document to be read there by whole vectors.
       if (name + StructuralIndex::kReach > cursor + left) builder_.forgetLeafName();

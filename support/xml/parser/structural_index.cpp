@@ -35,7 +35,7 @@ void StructuralIndex::cover(const char *from, size_t words) {
   windowsEnd_ = std::min(coveredBytes_, left > kReach ? left - kReach : 0);
 }
 
-// The copy is not indexed: its bytes have just been stored, and vectors would wait for them.
+// The copy itself is not indexed: its bytes have just been stored, and vectors would wait for them.
 void StructuralIndex::continueIn(const char *copy, const char *from) {
   const bool isCovered = offsetOf(from) < coveredBytes_ && offsetOf(documentEnd_) < coveredBytes_;
   if (!isCovered) moveTo(from);
