@@ -88,7 +88,7 @@ class StructuralIndex {
   Found findEnd(Question question, const char *from, char last);
   void cover(const char *from, size_t words);
 
-  uintptr_t begin_;         // of the covered part, perhaps before the copy
+  uintptr_t begin_;        // of the covered part, perhaps before the copy
   size_t windowsEnd_ = 0;  // windows begin before it
   size_t coveredBytes_ = 0;
   const char *documentEnd_;
