@@ -16,6 +16,9 @@
 
 namespace neb::xml::internal {
 
+// See noteValueLength.
+inline constexpr size_t kLongestNotedValue = UINT8_MAX - 1;
+
 // The attributes of the tag that is being read.
 class AttributeList {
  public:
@@ -170,8 +173,8 @@ class TreeBuilder {
   }
 
   // Whether the attribute is certain to be no duplicate. If so, it must be added next.
-  bool isNewAttribute(const char *name, size_t length, AttributeList *list) {
-    return duplicates_.addIfNew(NameKey::of(name, length), &list->seen);
+  bool isNewAttribute(const char *name, size_t length, size_t prefixSize, AttributeList *list) {
+    return duplicates_.addIfNew(NameKey::of(name, length, prefixSize), &list->seen);
   }
 
   // "name='value'" or "prefix:name='value'", which is as long as the two strings that it becomes.
@@ -205,6 +208,14 @@ class TreeBuilder {
     if (prefixSize != 0) attribute->prefix = copy;
     setShortValue(attribute, string, valueLength);
     list->append(attribute);
+    return true;
+  }
+
+  // The same with a verbatim value of up to kLongestNotedValue bytes.
+  bool addLongAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value,
+                        AttributeList *list) {
+    if (!addAttribute(name, length, prefixSize, value, list)) return false;
+    std::memcpy(list->last()->value, value.begin, value.length());
     return true;
   }
 

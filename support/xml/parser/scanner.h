@@ -382,7 +382,7 @@ class Scanner {
 
   const char *addAttribute(const char *name, size_t length, size_t prefixSize,
                            const ShortRun &value, AttributeList *list) {
-    if (!builder_.isNewAttribute(name, length, list)) return nullptr;
+    if (!builder_.isNewAttribute(name, length, prefixSize, list)) return nullptr;
     const bool isAdded = builder_.addAttribute(name, length, prefixSize, value, list);
     return isAdded ? value.end + 1 : nullptr;
   }
@@ -490,12 +490,27 @@ class Scanner {
     const auto [close, isVerbatim] = index_.findValueEnd(value, end[1]);
     if (*close == '\0') return nullptr;
     const size_t prefixSize = colon != nullptr ? static_cast<size_t>(colon + 1 - name) : 0;
+    const auto length = static_cast<size_t>(end - name);
+    if (isVerbatim && addLongAttribute(name, length, prefixSize, {value, close, name, 0})) {
+      return close + 1;
+    }
     const Run prefix = {name, colon != nullptr ? prefixSize - 1 : 0, true};
-    const Run local = {name + prefixSize, static_cast<size_t>(end - name) - prefixSize, true};
+    const Run local = {name + prefixSize, length - prefixSize, true};
     const bool isAdded =
-        builder_.startAttribute(prefix, local) &&
+        !builder_.hasFailed() && builder_.startAttribute(prefix, local) &&
         builder_.endAttribute(name, {value, static_cast<size_t>(close - value), isVerbatim});
     return isAdded ? close + 1 : nullptr;
+  }
+
+  // With a short name, and a value behind which whole vectors can be read.
+  bool addLongAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value) {
+    const bool isNoted = value.length() - 1 < kLongestNotedValue;
+    if (!isShort(length) || !isNoted || !index_.hasWindow(value.end)) return false;
+    AttributeList list = builder_.takeOver();
+    const bool isAdded = builder_.isNewAttribute(name, length, prefixSize, &list) &&
+                         builder_.addLongAttribute(name, length, prefixSize, value, &list);
+    builder_.handOver(list);
+    return isAdded;
   }
 
   TreeBuilder<Allocation> &builder_;

@@ -24,17 +24,19 @@ inline constexpr std::array<uint64_t, kMaskedLengths> kNameMasks = [] {
   return masks;
 }();
 
-// The first bytes of a name and its length: equal for equal names, and seldom for others.
+// The length of a whole name and the first bytes behind its prefix: equal for equal names, and
+// seldom for others.
 class NameKey {
  public:
-  // The name is not empty. At least eight bytes can be read, whatever the length.
-  static uint64_t of(const char *name, size_t length) {
+  // The prefix has this size with its colon; 0 if there is none, or if it need not be known. At
+  // least eight bytes behind it can be read, whatever the length.
+  static uint64_t of(const char *name, size_t length, size_t prefixSize) {
     uint64_t bytes = 0;
-    std::memcpy(&bytes, name, sizeof bytes);
-    return (bytes & kNameMasks[std::min(length, kMaskedLengths - 1)]) ^ length;
+    std::memcpy(&bytes, name + prefixSize, sizeof bytes);
+    return (bytes & kNameMasks[std::min(length - prefixSize, kMaskedLengths - 1)]) ^ length;
   }
 
-  // The whole name of an attribute, as it is printed.
+  // Of an attribute, as it is stored.
   static uint64_t of(const XmlNode *attribute);
 
   // One of 64 bits; all bits of the key count.
