@@ -165,6 +165,9 @@ class TreeBuilder {
     attributes_ = list;
     isInTag_ = true;
   }
+  // The list that was handed over. It is used where it lies: copies are vectors, which would wait
+  // for the stores of its fields.
+  AttributeList *handedOver() { return &attributes_; }
   // Of the tag that was begun last: the list that was handed over, or one without attributes.
   AttributeList takeOver() {
     if (!isInTag_) return AttributeList(open_);
@@ -431,6 +434,8 @@ class TreeBuilder {
     return nullptr;
   }
 
+  // What is cold goes to a section of its own, so that the loops lie close together.
+
   // Needs no call if the session's last block or its open gap has room.
   char *allocate(size_t size) {
     if constexpr (Allocation::kIsArena) {
@@ -451,7 +456,7 @@ class TreeBuilder {
     return memory;
   }
 
-  [[gnu::noinline]] char *allocateFromSession(size_t size) {
+  [[gnu::noinline, gnu::cold]] char *allocateFromSession(size_t size) {
     return allocation_.allocator().allocate(size);
   }
 
@@ -532,7 +537,7 @@ class TreeBuilder {
     return static_cast<size_t>(static_cast<const char *>(colon) - name);
   }
 
-  [[gnu::noinline]] bool setValueSlowly(XmlNode *node, ShortRun run) {
+  [[gnu::noinline, gnu::cold]] bool setValueSlowly(XmlNode *node, ShortRun run) {
     const size_t length = run.length();
     const bool isVerbatim = run.ampersands == 0;
     node->valueOwned = 1;
@@ -541,8 +546,8 @@ class TreeBuilder {
     return true;
   }
 
-  [[gnu::noinline]] bool addAttributeSlowly(const char *name, size_t length, size_t prefixSize,
-                                            ShortRun value) {
+  [[gnu::noinline, gnu::cold]] bool addAttributeSlowly(const char *name, size_t length,
+                                                       size_t prefixSize, ShortRun value) {
     const Run prefix = {name, prefixSize != 0 ? prefixSize - 1 : 0, true};
     const Run local = {name + prefixSize, length - prefixSize, true};
     return startAttribute(prefix, local) && setValueSlowly(attributes_.last(), value);

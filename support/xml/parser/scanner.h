@@ -97,10 +97,7 @@ class Scanner {
     const char *quote = name + length + 1;
     const ShortRun value = findPastReferences(quote + 1, *quote, name, valueEnds);
     if (value.end == nullptr) return nullptr;
-    AttributeList list = builder_.takeOver();
-    const char *end = addAttribute(name, length, prefixSize, value, &list);
-    builder_.handOver(list);
-    return end;
+    return addAttribute(name, length, prefixSize, value, builder_.handedOver());
   }
 
  private:
@@ -506,11 +503,9 @@ class Scanner {
   bool addLongAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value) {
     const bool isNoted = value.length() - 1 < kLongestNotedValue;
     if (!isShort(length) || !isNoted || !index_.hasWindow(value.end)) return false;
-    AttributeList list = builder_.takeOver();
-    const bool isAdded = builder_.isNewAttribute(name, length, prefixSize, &list) &&
-                         builder_.addLongAttribute(name, length, prefixSize, value, &list);
-    builder_.handOver(list);
-    return isAdded;
+    AttributeList *list = builder_.handedOver();
+    return builder_.isNewAttribute(name, length, prefixSize, list) &&
+           builder_.addLongAttribute(name, length, prefixSize, value, list);
   }
 
   TreeBuilder<Allocation> &builder_;
