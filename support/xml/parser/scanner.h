@@ -92,12 +92,20 @@ class Scanner {
     return nullptr;
   }
 
-  // An attribute with references in its value. In the loop they would cost all others registers.
+  // What has references is read outside of the loops, where it would cost the rest registers.
+
+  // An attribute with references in its value.
   const char *scanDecoded(const char *name, size_t length, size_t prefixSize, uint64_t valueEnds) {
     const char *quote = name + length + 1;
     const ShortRun value = findPastReferences(quote + 1, *quote, name, valueEnds);
     if (value.end == nullptr) return nullptr;
     return addAttribute(name, length, prefixSize, value, builder_.handedOver());
+  }
+
+  // A text with references.
+  const char *scanDecoded(const char *text, uint64_t textEnds) {
+    const ShortRun run = findPastReferences(text, '<', text, textEnds);
+    return run.end != nullptr ? addText(run) : nullptr;
   }
 
  private:
@@ -234,16 +242,6 @@ class Scanner {
   }
 
   // A run with markup, or with a reference that is none of the five named ones, is not found.
-  static ShortRun findShortRun(const char *begin, char last, const char *windowBegin,
-                               uint64_t window) {
-    if (window == 0) return {begin, nullptr, windowBegin, 0};
-    const char *found = windowBegin + firstOf(window);
-    if (*found == last) [[likely]] {
-      return {begin, found, windowBegin, 0};
-    }
-    return findPastReferences(begin, last, windowBegin, window);
-  }
-
   static ShortRun findPastReferences(const char *begin, char last, const char *windowBegin,
                                      uint64_t window) {
     uint64_t ampersands = 0;
@@ -258,13 +256,15 @@ class Scanner {
     return {begin, nullptr, windowBegin, 0};
   }
 
-  // An element that contains only text, or else only its start tag.
+  // An element that contains only text without references, or else only its start tag.
   const char *scanLeaf(const char *name, size_t length, uint64_t textEnds) {
     const char *text = name + length + lengthOf(kTagEnd);
     if (endsTag(text)) return nullptr;
-    const ShortRun run = findShortRun(text, '<', name, textEnds);
-    const bool isLeaf = run.end != nullptr && closesLeaf(run.end, name, length);
-    if (isLeaf && builder_.addLeaf(name, length, run)) return behindEndTag(run.end, length);
+    const char *end = name + firstOf(textEnds);
+    const bool isLeaf = textEnds != 0 && closesLeaf(end, name, length);
+    if (isLeaf && builder_.addLeaf(name, length, {text, end, name, 0})) {
+      return behindEndTag(end, length);
+    }
     return builder_.startBareElement(name, length) ? text : nullptr;
   }
 
@@ -304,10 +304,20 @@ class Scanner {
   const char *scanText(const char *text) {
     const size_t length = builder_.leafLength();
     if (!isShort(length) || text[-1] != '>' || endsTag(text)) return nullptr;
-    const ShortRun run = findShortRun(text, '<', text, index_.window(kTextEnds, text));
-    if (run.end == nullptr || !closesLeaf(run.end, builder_.leafName(), length)) return nullptr;
-    if (builder_.isRootOpen()) return nullptr;
-    return builder_.addShortText(run) ? behindEndTag(run.end, length) : nullptr;
+    const uint64_t textEnds = index_.window(kTextEnds, text);
+    if (textEnds == 0) return nullptr;
+    const char *end = text + firstOf(textEnds);
+    if (*end == '&') [[unlikely]] {
+      return Machine::scanDecoded(this, text, textEnds);
+    }
+    return addText({text, end, text, 0});
+  }
+
+  // With its end tag.
+  const char *addText(const ShortRun &text) {
+    const size_t length = builder_.leafLength();
+    if (!closesLeaf(text.end, builder_.leafName(), length) || builder_.isRootOpen()) return nullptr;
+    return builder_.addShortText(text) ? behindEndTag(text.end, length) : nullptr;
   }
 
   const char *scanEndTag(const char *tag) {
@@ -341,10 +351,11 @@ class Scanner {
     const size_t length = builder_.leafLength();
     if (!isShort(length) || builder_.isNameWhole() || builder_.isRootOpen()) return nullptr;
     if (mayBeWhitespace(*text) || endsTag(text) || !index_.hasWindow(text)) return nullptr;
-    const ShortRun run = findShortRun(text, '<', text, index_.window(kTextEnds, text));
-    if (run.end == nullptr || run.end == text) return nullptr;
-    if (!closesLeaf(run.end, builder_.leafName(), length)) return nullptr;
-    return builder_.endStartTagOfLeaf(run) ? behindEndTag(run.end, length) : nullptr;
+    const uint64_t textEnds = index_.window(kTextEnds, text);
+    const char *end = text + firstOf(textEnds);
+    if (textEnds == 0 || end == text) return nullptr;
+    if (!closesLeaf(end, builder_.leafName(), length)) return nullptr;
+    return builder_.endStartTagOfLeaf({text, end, text, 0}) ? behindEndTag(end, length) : nullptr;
   }
 
   const char *scanAttribute(const char *cursor, size_t whitespace, AttributeList *list) {
