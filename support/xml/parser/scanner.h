@@ -20,8 +20,9 @@ struct XmlParser {
 };
 
 // Recognises a token by one window of the structural index, if the token fits into it. It finds the
-// end of longer texts, values and attribute names by searching the index. The tokenizer reads
-// everything else, one step at a time. Both use the same builder.
+// end of longer texts, values and attribute names by searching the index. It steps over comments
+// and processing instructions, and over CDATA sections in texts, by functions of the tokenizer. The
+// tokenizer reads everything else, one step at a time. Both use the same builder.
 //
 // The hot members are inlined into two loops, one for elements with their texts and one for the
 // inside of a start tag, once for each machine. Members of the builder stay in memory, so that all
@@ -137,7 +138,7 @@ class Scanner {
   // At the end of the document the last scanned token may have been the last one.
   bool readNext() { return *tokenizer_.cursor() == '\0' || tokenizer_.readNext(); }
 
-  // Vectors are read that end with a name. The tokenizer reads the names of roots.
+  // Vectors are read that end with a name. The loops need an open element.
   bool mayScan() const {
     const char *cursor = tokenizer_.cursor();
     const bool isFarEnough = isInTail_ || cursor >= firstScanned_;
