@@ -11,6 +11,7 @@ namespace {
 // The best first.
 constexpr const Kernel *kBuiltKernels[] = {
 #if defined(__x86_64__)
+    &kAvx512Kernel,
     &kAvx2Kernel,
     &kSse2Kernel,
 #elif defined(__AARCH64EL__) && defined(__ARM_NEON)
@@ -33,12 +34,14 @@ const Kernel *bestKernel() {
 
 bool canRun(const Kernel &kernel) {
 #if defined(__x86_64__)
-  if (kernel.isWide) {
-    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-           __builtin_cpu_supports("bmi2");
-  }
-#endif
+  const bool runsWide = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+                        __builtin_cpu_supports("bmi2");
+  const bool runsWidest =
+      __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi2");
+  return (runsWide || !kernel.isWide) && (runsWidest || !kernel.isWidest);
+#else
   return !kernel.isWide;
+#endif
 }
 
 std::span<const Kernel *const> builtKernels() { return kBuiltKernels; }

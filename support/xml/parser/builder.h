@@ -16,6 +16,9 @@
 
 namespace neb::xml::internal {
 
+// See noteValueLength.
+inline constexpr size_t kLongestNotedValue = UINT8_MAX - 1;
+
 // The attributes of the tag that is being read.
 class AttributeList {
  public:
@@ -157,16 +160,29 @@ class TreeBuilder {
     openElement(startNext(copy, length), name, length);
     leafPrefix_ = prefixLength;
     if (prefixLength != 0) open_->marks = kNameIsWhole;
-    beginAttributes();
+    duplicates_.beginTag();
     return true;
   }
 
-  const AttributeList &attributes() const { return attributes_; }
-  void setAttributes(const AttributeList &list) { attributes_ = list; }
+  // While a start tag is scanned, the scanner holds the list of its attributes. It hands the list
+  // over to let others read from here on.
+  void handOver(const AttributeList &list) {
+    attributes_ = list;
+    isInTag_ = true;
+  }
+  // The list that was handed over. It is used where it lies: copies are vectors, which would wait
+  // for the stores of its fields.
+  AttributeList *handedOver() { return &attributes_; }
+  // Of the tag that was begun last: the list that was handed over, or one without attributes.
+  AttributeList takeOver() {
+    if (!isInTag_) return AttributeList(open_);
+    isInTag_ = false;
+    return attributes_;
+  }
 
   // Whether the attribute is certain to be no duplicate. If so, it must be added next.
-  bool isNewAttribute(const char *name, size_t length, AttributeList *list) {
-    return duplicates_.addIfNew(NameKey::of(name, length), &list->seen);
+  bool isNewAttribute(const char *name, size_t length, size_t prefixSize, AttributeList *list) {
+    return duplicates_.addIfNew(NameKey::of(name, length, prefixSize), &list->seen);
   }
 
   // "name='value'" or "prefix:name='value'", which is as long as the two strings that it becomes.
@@ -185,21 +201,29 @@ class TreeBuilder {
       *list = attributes_;
       return isAdded;
     }
+    // All copies come first: behind them, no field is written twice.
+    char *copy = memory + kAttributeRecordSize;
+    copyHalfWide(copy, name);
+    copy[length] = '\0';
+    if (prefixSize != 0) copy[prefixSize - 1] = '\0';
+    char *string = copy + nameSize;
+    const size_t valueLength = copyShort(string, value);
     XmlNode *attribute = recordAt(memory);
     fillAttribute(attribute, allocation_.handle(), static_cast<uint16_t>(length - prefixSize),
                   open_);
     attribute->marks = kStringsTogether;
-    char *copy = memory + kAttributeRecordSize;
-    copyHalfWide(copy, name);
-    copy[length] = '\0';
     attribute->name = copy + prefixSize;
-    if (prefixSize != 0) {
-      copy[prefixSize - 1] = '\0';
-      attribute->prefix = copy;
-    }
-    char *string = copy + nameSize;
-    setShortValue(attribute, string, copyShort(string, value));
+    if (prefixSize != 0) attribute->prefix = copy;
+    setShortValue(attribute, string, valueLength);
     list->append(attribute);
+    return true;
+  }
+
+  // The same with a verbatim value of up to kLongestNotedValue bytes.
+  bool addLongAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value,
+                        AttributeList *list) {
+    if (!addAttribute(name, length, prefixSize, value, list)) return false;
+    std::memcpy(list->last()->value, value.begin, value.length());
     return true;
   }
 
@@ -213,7 +237,6 @@ class TreeBuilder {
     XmlNode *element = open_;
     setShortValue(element, value, copyShort(value, text));
     next_ = recordAt(memory);
-    isInTag_ = false;
     close();
     return true;
   }
@@ -221,7 +244,6 @@ class TreeBuilder {
   // "/>" of a start tag of an element that has a parent, and the record of the next element.
   bool endShortEmptyElement() {
     if (!(isNameWhole() ? splitAndMakeNext(open_) : makeNext())) return false;
-    isInTag_ = false;
     close();
     return true;
   }
@@ -417,6 +439,8 @@ class TreeBuilder {
     return nullptr;
   }
 
+  // What is cold goes to a section of its own, so that the loops lie close together.
+
   // Needs no call if the session's last block or its open gap has room.
   char *allocate(size_t size) {
     if constexpr (Allocation::kIsArena) {
@@ -437,7 +461,7 @@ class TreeBuilder {
     return memory;
   }
 
-  [[gnu::noinline]] char *allocateFromSession(size_t size) {
+  [[gnu::noinline, gnu::cold]] char *allocateFromSession(size_t size) {
     return allocation_.allocator().allocate(size);
   }
 
@@ -518,7 +542,7 @@ class TreeBuilder {
     return static_cast<size_t>(static_cast<const char *>(colon) - name);
   }
 
-  [[gnu::noinline]] bool setValueSlowly(XmlNode *node, ShortRun run) {
+  [[gnu::noinline, gnu::cold]] bool setValueSlowly(XmlNode *node, ShortRun run) {
     const size_t length = run.length();
     const bool isVerbatim = run.ampersands == 0;
     node->valueOwned = 1;
@@ -527,8 +551,8 @@ class TreeBuilder {
     return true;
   }
 
-  [[gnu::noinline]] bool addAttributeSlowly(const char *name, size_t length, size_t prefixSize,
-                                            ShortRun value) {
+  [[gnu::noinline, gnu::cold]] bool addAttributeSlowly(const char *name, size_t length,
+                                                       size_t prefixSize, ShortRun value) {
     const Run prefix = {name, prefixSize != 0 ? prefixSize - 1 : 0, true};
     const Run local = {name + prefixSize, length - prefixSize, true};
     return startAttribute(prefix, local) && setValueSlowly(attributes_.last(), value);

@@ -22,6 +22,10 @@ struct AnyMachine {
   [[gnu::noinline, gnu::flatten]] static const char *scanTag(Scanner *scanner, const char *cursor) {
     return scanner->scanTag(cursor);
   }
+  template <typename Scanner, typename... Token>
+  [[gnu::noinline, gnu::flatten]] static const char *scanDecoded(Scanner *scanner, Token... token) {
+    return scanner->scanDecoded(token...);
+  }
 };
 
 #if defined(__x86_64__)
@@ -35,6 +39,11 @@ struct WideMachine {
   [[gnu::noinline, gnu::flatten, gnu::target("avx2,bmi,bmi2")]] static const char *scanTag(
       Scanner *scanner, const char *cursor) {
     return scanner->scanTag(cursor);
+  }
+  template <typename Scanner, typename... Token>
+  [[gnu::noinline, gnu::flatten, gnu::target("avx2,bmi,bmi2")]] static const char *scanDecoded(
+      Scanner *scanner, Token... token) {
+    return scanner->scanDecoded(token...);
   }
 };
 #else

@@ -3,7 +3,8 @@
 // 1. An entry point checks its arguments, loads the file if there is one, and may open a session.
 // 2. The structural index marks where names, values and texts may end, up to 4 KiB at a time.
 // 3. The scanner uses these bits to recognise tokens that fit into a window of 64 bits. It finds
-//    the end of long texts, values and attribute names by searching the index.
+//    the end of long texts, values and attribute names by searching the index, and that of
+//    comments, processing instructions and CDATA sections as the tokenizer does.
 // 4. The tokenizer reads everything else: it alone knows the whole language.
 // 5. Both report the tokens to the tree builder, which allocates all nodes but the document's
 //    record, in an arena or on the heap.

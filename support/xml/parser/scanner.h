@@ -20,8 +20,9 @@ struct XmlParser {
 };
 
 // Recognises a token by one window of the structural index, if the token fits into it. It finds the
-// end of longer texts, values and attribute names by searching the index. The tokenizer reads
-// everything else, one step at a time. Both use the same builder.
+// end of longer texts, values and attribute names by searching the index. It steps over comments
+// and processing instructions, and over CDATA sections in texts, by functions of the tokenizer. The
+// tokenizer reads everything else, one step at a time. Both use the same builder.
 //
 // The hot members are inlined into two loops, one for elements with their texts and one for the
 // inside of a start tag, once for each machine. Members of the builder stay in memory, so that all
@@ -58,7 +59,7 @@ class Scanner {
   // Scans from behind the name or a value to the end of the tag. Returns null if the cursor is
   // still in it.
   const char *scanTag(const char *cursor) {
-    AttributeList list = builder_.attributes();
+    AttributeList list = builder_.takeOver();
     while (index_.hasWindow(cursor)) {
       if (*cursor == '>') {
         if (const char *end = endStartTag(cursor + lengthOf(kTagEnd))) return end;
@@ -80,16 +81,32 @@ class Scanner {
       }
       const char *end = scanAttribute(cursor, whitespace, &list);
       if (end == nullptr) {
-        builder_.setAttributes(list);
+        builder_.handOver(list);
         end = scanLongAttribute(cursor + whitespace);
+        list = builder_.takeOver();
         if (end == nullptr) break;
-        list = builder_.attributes();
       }
       cursor = end;
     }
-    builder_.setAttributes(list);
+    builder_.handOver(list);
     tokenizer_.setCursor(cursor);
     return nullptr;
+  }
+
+  // What has references is read outside of the loops, where it would cost the rest registers.
+
+  // An attribute with references in its value.
+  const char *scanDecoded(const char *name, size_t length, size_t prefixSize, uint64_t valueEnds) {
+    const char *quote = name + length + 1;
+    const ShortRun value = findPastReferences(quote + 1, *quote, name, valueEnds);
+    if (value.end == nullptr) return nullptr;
+    return addAttribute(name, length, prefixSize, value, builder_.handedOver());
+  }
+
+  // A text with references.
+  const char *scanDecoded(const char *text, uint64_t textEnds) {
+    const ShortRun run = findPastReferences(text, '<', text, textEnds);
+    return run.end != nullptr ? addText(run) : nullptr;
   }
 
  private:
@@ -99,7 +116,7 @@ class Scanner {
 
   // At most so much of the end is copied. A document that is not larger is scanned in the copy
   // alone.
-  static constexpr size_t kTailSize = 384;
+  static constexpr size_t kTailSize = StructuralIndex::kLongestCopied;
   static_assert(kTailSize >= StructuralIndex::kReach);
 
   // With more white space than this, too little of a window would remain.
@@ -121,7 +138,7 @@ class Scanner {
   // At the end of the document the last scanned token may have been the last one.
   bool readNext() { return *tokenizer_.cursor() == '\0' || tokenizer_.readNext(); }
 
-  // Vectors are read that end with a name. The tokenizer reads the names of roots.
+  // Vectors are read that end with a name. The loops need an open element.
   bool mayScan() const {
     const char *cursor = tokenizer_.cursor();
     const bool isFarEnough = isInTail_ || cursor >= firstScanned_;
@@ -151,16 +168,17 @@ class Scanner {
     const auto behind = static_cast<size_t>(cursor - documentBegin());
     const size_t before = std::min(behind, kVectorSize);
     char *copy = tail_ + kVectorSize;
-    std::memset(tail_, 0, kVectorSize);
-    std::memcpy(copy - before, cursor - before, before + left);
-    std::memset(copy + left, 0, StructuralIndex::kReach);
+    storeVector(tail_, Vector{});
+    char *end = copyString(copy - before, cursor - before, before + left);
+    static_assert(StructuralIndex::kReach == 2 * kWidestCopy);
+    clearWide(end);
+    clearWide(end + kWidestCopy);
+    index_.continueIn(copy, cursor);
     if (const char *name = builder_.leafName()) {
       // Too near the end of the document to be read there by whole vectors.
-      if (name + StructuralIndex::kReach > index_.documentEnd()) builder_.forgetLeafName();
+      if (name + StructuralIndex::kReach > cursor + left) builder_.forgetLeafName();
     }
     tokenizer_.setCursor(copy);
-    index_.reset(copy, left, StructuralIndex::kReach);
-    index_.moveTo(copy);
     isInTail_ = true;
   }
 
@@ -187,7 +205,9 @@ class Scanner {
     const uint64_t nameEnds = index_.windowBehind(kNameEnds, cursor, skipped);
     if (nameEnds == 0) return nullptr;
     const size_t length = firstOf(nameEnds);
-    if (!isShort(length) || mayEndMarkup(name[length - 1])) return nullptr;
+    if (!isShort(length) || mayEndMarkup(name[length - 1])) {
+      return length == 0 ? scanUnnamed(name - 1) : nullptr;
+    }
     const char *end = name + length;
     if (*end == '>') {
       const char *content = end + lengthOf(kTagEnd);
@@ -225,16 +245,6 @@ class Scanner {
   }
 
   // A run with markup, or with a reference that is none of the five named ones, is not found.
-  static ShortRun findShortRun(const char *begin, char last, const char *windowBegin,
-                               uint64_t window) {
-    if (window == 0) return {begin, nullptr, windowBegin, 0};
-    const char *found = windowBegin + firstOf(window);
-    if (*found == last) [[likely]] {
-      return {begin, found, windowBegin, 0};
-    }
-    return findPastReferences(begin, last, windowBegin, window);
-  }
-
   static ShortRun findPastReferences(const char *begin, char last, const char *windowBegin,
                                      uint64_t window) {
     uint64_t ampersands = 0;
@@ -249,13 +259,15 @@ class Scanner {
     return {begin, nullptr, windowBegin, 0};
   }
 
-  // An element that contains only text, or else only its start tag.
+  // An element that contains only text without references, or else only its start tag.
   const char *scanLeaf(const char *name, size_t length, uint64_t textEnds) {
     const char *text = name + length + lengthOf(kTagEnd);
     if (endsTag(text)) return nullptr;
-    const ShortRun run = findShortRun(text, '<', name, textEnds);
-    const bool isLeaf = run.end != nullptr && closesLeaf(run.end, name, length);
-    if (isLeaf && builder_.addLeaf(name, length, run)) return behindEndTag(run.end, length);
+    const char *end = name + firstOf(textEnds);
+    const bool isLeaf = textEnds != 0 && closesLeaf(end, name, length);
+    if (isLeaf && builder_.addLeaf(name, length, {text, end, name, 0})) {
+      return behindEndTag(end, length);
+    }
     return builder_.startBareElement(name, length) ? text : nullptr;
   }
 
@@ -295,10 +307,20 @@ class Scanner {
   const char *scanText(const char *text) {
     const size_t length = builder_.leafLength();
     if (!isShort(length) || text[-1] != '>' || endsTag(text)) return nullptr;
-    const ShortRun run = findShortRun(text, '<', text, index_.window(kTextEnds, text));
-    if (run.end == nullptr || !closesLeaf(run.end, builder_.leafName(), length)) return nullptr;
-    if (builder_.isRootOpen()) return nullptr;
-    return builder_.addShortText(run) ? behindEndTag(run.end, length) : nullptr;
+    const uint64_t textEnds = index_.window(kTextEnds, text);
+    if (textEnds == 0) return nullptr;
+    const char *end = text + firstOf(textEnds);
+    if (*end == '&') [[unlikely]] {
+      return Machine::scanDecoded(this, text, textEnds);
+    }
+    return addText({text, end, text, 0});
+  }
+
+  // With its end tag.
+  const char *addText(const ShortRun &text) {
+    const size_t length = builder_.leafLength();
+    if (!closesLeaf(text.end, builder_.leafName(), length) || builder_.isRootOpen()) return nullptr;
+    return builder_.addShortText(text) ? behindEndTag(text.end, length) : nullptr;
   }
 
   const char *scanEndTag(const char *tag) {
@@ -332,26 +354,24 @@ class Scanner {
     const size_t length = builder_.leafLength();
     if (!isShort(length) || builder_.isNameWhole() || builder_.isRootOpen()) return nullptr;
     if (mayBeWhitespace(*text) || endsTag(text) || !index_.hasWindow(text)) return nullptr;
-    const ShortRun run = findShortRun(text, '<', text, index_.window(kTextEnds, text));
-    if (run.end == nullptr || run.end == text) return nullptr;
-    if (!closesLeaf(run.end, builder_.leafName(), length)) return nullptr;
-    return builder_.endStartTagOfLeaf(run) ? behindEndTag(run.end, length) : nullptr;
+    const uint64_t textEnds = index_.window(kTextEnds, text);
+    const char *end = text + firstOf(textEnds);
+    if (textEnds == 0 || end == text) return nullptr;
+    if (!closesLeaf(end, builder_.leafName(), length)) return nullptr;
+    return builder_.endStartTagOfLeaf({text, end, text, 0}) ? behindEndTag(end, length) : nullptr;
   }
 
   const char *scanAttribute(const char *cursor, size_t whitespace, AttributeList *list) {
     const char *name = cursor + whitespace;
     const uint64_t nameEnds = index_.windowBehind(kNameEnds, cursor, whitespace);
-    const uint64_t valueEnds = index_.windowBehind(kValueEnds, cursor, whitespace);
-    const uint64_t behindQuote = withoutFirst(valueEnds);
-    if (nameEnds == 0 || behindQuote == 0) return nullptr;
+    const uint64_t valueEnds = withoutFirst(index_.windowBehind(kValueEnds, cursor, whitespace));
+    if (valueEnds == 0) return nullptr;
     const size_t length = firstOf(nameEnds);
-    if (name[length] != ':') return scanNamed(name, length, 0, behindQuote, list);
-    const uint64_t localEnds = withoutFirst(nameEnds);
-    if (localEnds == 0) return nullptr;
-    const size_t wholeLength = firstOf(localEnds);
+    if (name[length] != ':') return scanNamed(name, length, 0, valueEnds, list);
+    const size_t wholeLength = firstOf(withoutFirst(nameEnds));
     const size_t prefixSize = length + 1;
     if (length == 0 || wholeLength == prefixSize) return nullptr;
-    return scanNamed(name, wholeLength, prefixSize, behindQuote, list);
+    return scanNamed(name, wholeLength, prefixSize, valueEnds, list);
   }
 
   // Behind the name. The first value end was the quote that opens the value.
@@ -359,9 +379,21 @@ class Scanner {
                         AttributeList *list) {
     const char *quote = name + length + 1;
     if (!isShort(length) || quote[-1] != '=' || (*quote != '"' && *quote != '\'')) return nullptr;
-    const ShortRun value = findShortRun(quote + 1, *quote, name, valueEnds);
-    if (value.end == nullptr || value.end == value.begin) return nullptr;
-    if (!builder_.isNewAttribute(name, length, list)) return nullptr;
+    const char *value = quote + 1;
+    const char *end = name + firstOf(valueEnds);
+    if (end == value) return nullptr;
+    if (*end != *quote) [[unlikely]] {
+      builder_.handOver(*list);
+      const char *next = Machine::scanDecoded(this, name, length, prefixSize, valueEnds);
+      *list = builder_.takeOver();
+      return next;
+    }
+    return addAttribute(name, length, prefixSize, {value, end, name, 0}, list);
+  }
+
+  const char *addAttribute(const char *name, size_t length, size_t prefixSize,
+                           const ShortRun &value, AttributeList *list) {
+    if (!builder_.isNewAttribute(name, length, prefixSize, list)) return nullptr;
     const bool isAdded = builder_.addAttribute(name, length, prefixSize, value, list);
     return isAdded ? value.end + 1 : nullptr;
   }
@@ -372,20 +404,44 @@ class Scanner {
   [[gnu::noinline]] bool scanLong() {
     const char *cursor = tokenizer_.cursor();
     if (builder_.isInTag()) return scanFarAttribute(cursor);
-    if (!builder_.hasOpen()) return false;
     const char *token = mayBeWhitespace(*cursor) ? index_.nextNonWhitespace(cursor) : cursor;
-    if (*token != '<') return scanLongText(token);
+    if (!builder_.hasOpen()) return scanTopTag(token);
     if (beginsEndTag(token)) return scanLongEndTag(token);
-    const bool isIgnored = token != cursor && token[1] != '!';  // not before a CDATA section
-    if (isIgnored) tokenizer_.setCursor(token);
-    return isIgnored;
+    // White space before other markup has no meaning.
+    const bool isText = *token != '<' || begins(token, kCdataBegin);
+    const char *end = isText ? scanLongText(token) : token;
+    if (end == nullptr || end == cursor) return false;
+    tokenizer_.setCursor(end);
+    return true;
+  }
+
+  // Markup that does not begin with a name: a comment, a processing instruction, or a text that
+  // begins with a CDATA section.
+  [[gnu::noinline]] const char *scanUnnamed(const char *markup) {
+    if (begins(markup, kCdataBegin)) return builder_.isRootOpen() ? nullptr : scanLongText(markup);
+    const char *end = tokenizer_.findMiscEnd(markup);
+    return end != markup ? end : nullptr;
+  }
+
+  // The start tag of an element at the top, up to its attributes.
+  bool scanTopTag(const char *tag) {
+    const char *name = tag + 1;
+    if (*tag != '<') return false;
+    const char *end = index_.nextNameEnd(name);
+    while (*end == ':') end = index_.nextNameEnd(end + 1);
+    const bool isWhole = endsTag(end) || isWhitespace(*end);
+    if (!isWhole || end == name || mayEndMarkup(end[-1])) return false;
+    if (!builder_.startElement(tag, {name, static_cast<size_t>(end - name), true})) return false;
+    tokenizer_.setCursor(end);
+    return true;
   }
 
   // The end tag of the root, of a long name, or behind white space that is a value.
   bool scanLongEndTag(const char *tag) {
     const XmlNode *element = builder_.open();
     const size_t length = element->nameLength;
-    if (length == 0 || !isEndTag(tag, element->name, length) || !builder_.splitName()) return false;
+    if (length == 0 || !isEndTag(tag, element->name, length)) return false;
+    if (builder_.isNameWhole() && !builder_.splitName()) return false;
     const char *run = tag;
     while (run[-1] != '>' && builder_.isInContent()) --run;
     const bool isValue = run != tag;
@@ -403,20 +459,23 @@ class Scanner {
     return end != nullptr;
   }
 
-  // The text of an element, with spaces before it, and its end tag.
-  bool scanLongText(const char *token) {
+  // The text of an element, with spaces before it and CDATA sections in it, and its end tag.
+  const char *scanLongText(const char *token) {
     const char *name = builder_.leafName();
-    if (name == nullptr || *token == '\0' || endsTag(token)) return false;
-    const auto [end, isVerbatim] = index_.findTextEnd(token);
+    if (name == nullptr || *token == '\0' || endsTag(token)) return nullptr;
+    auto [end, isVerbatim] = index_.findTextEnd(token);
+    if (begins(end, kCdataBegin)) {
+      end = tokenizer_.findTextEnd(end);
+      isVerbatim = false;
+    }
     const size_t nameLength = builder_.leafLength();
-    if (!isEndTag(end, name, nameLength)) return false;
+    if (end == nullptr || !isEndTag(end, name, nameLength)) return nullptr;
     const char *run = token;
     while (run[-1] == ' ') --run;
-    if (!builder_.setText({run, static_cast<size_t>(end - run), isVerbatim})) return false;
-    if (!builder_.splitName()) return false;
+    if (!builder_.setText({run, static_cast<size_t>(end - run), isVerbatim})) return nullptr;
+    if (!builder_.splitName()) return nullptr;
     builder_.close();
-    tokenizer_.setCursor(behindEndTag(end, nameLength));
-    return true;
+    return behindEndTag(end, nameLength);
   }
 
   bool isEndTag(const char *tag, const char *name, size_t length) const {
@@ -442,12 +501,25 @@ class Scanner {
     const auto [close, isVerbatim] = index_.findValueEnd(value, end[1]);
     if (*close == '\0') return nullptr;
     const size_t prefixSize = colon != nullptr ? static_cast<size_t>(colon + 1 - name) : 0;
+    const auto length = static_cast<size_t>(end - name);
+    if (isVerbatim && addLongAttribute(name, length, prefixSize, {value, close, name, 0})) {
+      return close + 1;
+    }
     const Run prefix = {name, colon != nullptr ? prefixSize - 1 : 0, true};
-    const Run local = {name + prefixSize, static_cast<size_t>(end - name) - prefixSize, true};
+    const Run local = {name + prefixSize, length - prefixSize, true};
     const bool isAdded =
-        builder_.startAttribute(prefix, local) &&
+        !builder_.hasFailed() && builder_.startAttribute(prefix, local) &&
         builder_.endAttribute(name, {value, static_cast<size_t>(close - value), isVerbatim});
     return isAdded ? close + 1 : nullptr;
+  }
+
+  // With a short name, and a value behind which whole vectors can be read.
+  bool addLongAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value) {
+    const bool isNoted = value.length() - 1 < kLongestNotedValue;
+    if (!isShort(length) || !isNoted || !index_.hasWindow(value.end)) return false;
+    AttributeList *list = builder_.handedOver();
+    return builder_.isNewAttribute(name, length, prefixSize, list) &&
+           builder_.addLongAttribute(name, length, prefixSize, value, list);
   }
 
   TreeBuilder<Allocation> &builder_;

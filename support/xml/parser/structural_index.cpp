@@ -6,38 +6,42 @@
 
 namespace neb::xml::internal {
 
-void StructuralIndex::reset(const char *document, size_t length, size_t zerosBehind) {
-  begin_ = document;
-  windowsEnd_ = 0;
-  coveredBytes_ = 0;
-  documentEnd_ = document + length;
-  zerosBehind_ = zerosBehind;
-}
-
 void StructuralIndex::moveTo(const char *from) {
   // Far behind the covered part, a long run has ended. The next one may be near.
   constexpr size_t kFar = kCoveredBytes / 2;
   constexpr size_t kFewWords = kIndexWords / 8;
-  const bool isFar = coveredBytes_ != 0 && from >= begin_ + coveredBytes_ + kFar;
+  static_assert(kFewWords * kBytesPerWord > kLongestCopied);
+  const bool isFar = coveredBytes_ != 0 && offsetOf(from) >= coveredBytes_ + kFar;
   cover(from, isFar ? kFewWords : kIndexWords);
 }
 
 void StructuralIndex::cover(const char *from, size_t words) {
   const auto left = static_cast<size_t>(documentEnd_ - from);
-  const size_t readable = left + zerosBehind_;
-  const size_t wholeWords = std::min(words, readable / kBytesPerWord);
+  // No search goes on behind the word with the terminator.
+  const size_t wanted = std::min(words, left / kBytesPerWord + 1);
+  const size_t wholeWords = std::min(words, left / kBytesPerWord);
   const IndexKernel index = chosenKernel().index;
   index(from, wholeWords, 0, words_);
-  if (wholeWords < words && wholeWords * kBytesPerWord <= left) {
+  if (wholeWords < wanted) {
     // The last bytes and the terminator, in a copy that ends in more of them.
     char tail[kBytesPerWord] = {};
     std::memcpy(tail, from + wholeWords * kBytesPerWord, left - wholeWords * kBytesPerWord);
     index(tail, 1, wholeWords, words_);
   }
-  for (auto &bits : words_) bits[words] = 0;
-  begin_ = from;
+  // A window that begins in the last word may reach into the next one.
+  for (auto &bits : words_) bits[wanted] = 0;
+  begin_ = addressOf(from);
   coveredBytes_ = words * kBytesPerWord;
-  windowsEnd_ = std::min(coveredBytes_, readable > kReach ? readable - kReach : 0);
+  windowsEnd_ = std::min(coveredBytes_, left > kReach ? left - kReach : 0);
+}
+
+// The copy itself is not indexed: its bytes have just been stored, and vectors would wait for them.
+void StructuralIndex::continueIn(const char *copy, const char *from) {
+  const bool isCovered = offsetOf(from) < coveredBytes_ && offsetOf(documentEnd_) < coveredBytes_;
+  if (!isCovered) moveTo(from);
+  begin_ += addressOf(copy) - addressOf(from);
+  documentEnd_ = copy + (documentEnd_ - from);
+  windowsEnd_ = offsetOf(documentEnd_);
 }
 
 const char *StructuralIndex::nextCovered(Question question, const char *from) const {
@@ -45,7 +49,8 @@ const char *StructuralIndex::nextCovered(Question question, const char *from) co
   uint64_t above = UINT64_MAX << (offset % kBytesPerWord);
   for (size_t word = offset / kBytesPerWord; word < coveredBytes_ / kBytesPerWord; ++word) {
     const uint64_t bits = words_[question][word] & above;
-    if (bits != 0) return begin_ + word * kBytesPerWord + std::countr_zero(bits);
+    const auto bit = static_cast<size_t>(std::countr_zero(bits));
+    if (bits != 0) return from + (word * kBytesPerWord + bit - offset);
     above = UINT64_MAX;
   }
   return nullptr;
@@ -55,7 +60,8 @@ const char *StructuralIndex::next(Question question, const char *from) {
   for (;;) {
     if (const char *found = nextCovered(question, from)) return found;
     // From before the covered part as well: another search may have moved it on.
-    if (offsetOf(from) < coveredBytes_) from = begin_ + coveredBytes_;
+    const size_t offset = offsetOf(from);
+    if (offset < coveredBytes_) from += coveredBytes_ - offset;
     moveTo(from);
   }
 }

@@ -17,14 +17,16 @@ namespace neb::xml::internal {
 class StructuralIndex {
  public:
   // For a document of this length. It covers nothing before moveTo().
-  StructuralIndex(const char *document, size_t length) { reset(document, length, 0); }
-
-  // Changes to another document, with so many zeros from its terminator on, at most kReach. 0 if
-  // only the terminator may be read.
-  void reset(const char *document, size_t length, size_t zerosBehind);
+  StructuralIndex(const char *document, size_t length)
+      : begin_(addressOf(document)), documentEnd_(document + length) {}
 
   // Covers the part of the document that begins here.
   void moveTo(const char *from);
+
+  // Goes on in a copy of the rest of the document, which is not longer than kLongestCopied and has
+  // kReach zeros from its terminator on.
+  void continueIn(const char *copy, const char *from);
+  static constexpr size_t kLongestCopied = 384;
 
   // The terminator of the document.
   const char *documentEnd() const { return documentEnd_; }
@@ -66,7 +68,8 @@ class StructuralIndex {
  private:
   static constexpr size_t kCoveredBytes = kIndexWords * kBytesPerWord;
 
-  size_t offsetOf(const char *from) const { return static_cast<size_t>(from - begin_); }
+  static uintptr_t addressOf(const char *byte) { return reinterpret_cast<uintptr_t>(byte); }
+  size_t offsetOf(const char *from) const { return addressOf(from) - begin_; }
 
   uint64_t windowAt(Question question, size_t offset, size_t skipped = 0) const {
     if constexpr (std::endian::native == std::endian::little) {
@@ -85,11 +88,10 @@ class StructuralIndex {
   Found findEnd(Question question, const char *from, char last);
   void cover(const char *from, size_t words);
 
-  const char *begin_;  // of the covered part
-  size_t windowsEnd_;  // windows begin before it
-  size_t coveredBytes_;
+  uintptr_t begin_;        // of the covered part, perhaps before the copy
+  size_t windowsEnd_ = 0;  // windows begin before it
+  size_t coveredBytes_ = 0;
   const char *documentEnd_;
-  size_t zerosBehind_;
   IndexWords words_;
 };
 

@@ -48,6 +48,28 @@ class Tokenizer {
            builder_.fail(reasons::kElementOpen, builder_.openTag());
   }
 
+  // Behind the comment or processing instruction that begins here; the cursor itself if none does.
+  // Null if it is malformed or not closed.
+  const char *findMiscEnd(const char *markup) {
+    if (begins(markup, kCommentBegin)) return findCommentEnd(markup);
+    if (!begins(markup, kInstructionBegin)) return markup;
+    const char *end = find(markup, kInstructionEnd);
+    if (end != nullptr) return end + lengthOf(kInstructionEnd);
+    builder_.fail(reasons::kInstructionOpen, markup);
+    return nullptr;
+  }
+
+  // The '<' that ends a text, after any CDATA sections; null if the document ends first.
+  static const char *findTextEnd(const char *text) {
+    for (;;) {
+      text = std::strchr(text, '<');
+      if (text == nullptr || !begins(text, kCdataBegin)) return text;
+      text = find(text, kCdataEnd);
+      if (text == nullptr) return nullptr;
+      text += lengthOf(kCdataEnd);
+    }
+  }
+
  private:
   enum class TokenRead {
     none,   // nothing recorded: the end of the document, or markup that is not closed
@@ -104,20 +126,11 @@ class Tokenizer {
   // markup that is malformed or not closed.
   bool skipMisc() {
     for (;;) {
-      const char *markup = cursor_;
-      const char *end = nullptr;
-      if (begins(markup, kCommentBegin)) {
-        end = findCommentEnd(markup);
-      } else if (begins(markup, kInstructionBegin)) {
-        end = find(markup, kInstructionEnd);
-        if (end == nullptr) return builder_.fail(reasons::kInstructionOpen, markup);
-        end += lengthOf(kInstructionEnd);
-      } else {
-        cursor_ = skipWhitespace(markup);
-        return true;
-      }
+      const char *end = findMiscEnd(cursor_);
       if (end == nullptr) return false;
+      const bool isSkipped = end != cursor_;
       cursor_ = skipWhitespace(end);
+      if (!isSkipped) return true;
     }
   }
 
@@ -317,17 +330,6 @@ class Tokenizer {
     // Comments may follow white space here, but not a text.
     cursor_ = skipWhitespace(cursor_);
     return readTagEnd(endTag);
-  }
-
-  // The '<' that ends a text, after any CDATA sections; null if the document ends first.
-  static const char *findTextEnd(const char *text) {
-    for (;;) {
-      text = std::strchr(text, '<');
-      if (text == nullptr || !begins(text, kCdataBegin)) return text;
-      text = find(text, kCdataEnd);
-      if (text == nullptr) return nullptr;
-      text += lengthOf(kCdataEnd);
-    }
   }
 
   bool refuseText() {

@@ -58,7 +58,7 @@ class AttributeNames {
   // NEB_XML_ERR_INVALID_PARAM for a duplicate, or NEB_XML_ERR_NO_MEMORY.
   uint32_t add(const XmlNode *attribute, const char *name, const char *end) {
     if (element_->firstAttr->next == nullptr) return NEB_XML_OK;  // most elements have one at most
-    const uint64_t key = NameKey::of(name, static_cast<size_t>(end - name));
+    const uint64_t key = NameKey::of(name, static_cast<size_t>(end - name), 0);
     if (duplicates_.addIfNew(key, &seen_)) return NEB_XML_OK;
     const uint32_t result = duplicates_.add(key, element_->firstAttr, attribute, &seen_);
     return result == NEB_XML_ERR_ALREADY_EXISTS ? uint32_t{NEB_XML_ERR_INVALID_PARAM} : result;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/bounded_memory.h"
+#include "record/node_strings.h"
 
 namespace neb::xml::internal {
 
@@ -135,13 +136,12 @@ uint64_t addressOf(const void *object) { return reinterpret_cast<uintptr_t>(obje
 }  // namespace
 
 uint64_t NameKey::of(const XmlNode *attribute) {
-  char first[sizeof(uint64_t)] = {};
-  size_t length = 0;
-  for (PrintedName name(attribute);; ++length) {
-    const char byte = name.next();
-    if (byte == '\0') return length != 0 ? of(first, length) : 0;
-    if (length < sizeof first) first[length] = byte;
-  }
+  if (attribute->name == nullptr) return 0;
+  const size_t length = nameLengthOf(attribute);
+  const size_t prefixSize = attribute->prefix != nullptr ? std::strlen(attribute->prefix) + 1 : 0;
+  uint64_t bytes = 0;
+  std::memcpy(&bytes, attribute->name, std::min(length, sizeof bytes));
+  return bytes ^ (prefixSize + length);
 }
 
 void DuplicateDetector::freeTable() {

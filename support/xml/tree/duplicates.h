@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -11,19 +12,31 @@
 
 namespace neb::xml::internal {
 
-// The first bytes of a name and its length: equal for equal names, and seldom for others.
+// For each length of a name, ones for those of its first eight bytes that it has.
+inline constexpr size_t kMaskedLengths = 32;
+inline constexpr std::array<uint64_t, kMaskedLengths> kNameMasks = [] {
+  std::array<uint64_t, kMaskedLengths> masks = {};
+  for (size_t length = 1; length < kMaskedLengths; ++length) {
+    const size_t bitsBehind = 64 - 8 * std::min<size_t>(length, 8);
+    const bool isLittle = std::endian::native == std::endian::little;
+    masks[length] = isLittle ? UINT64_MAX >> bitsBehind : UINT64_MAX << bitsBehind;
+  }
+  return masks;
+}();
+
+// The length of a whole name and the first bytes behind its prefix: equal for equal names, and
+// seldom for others.
 class NameKey {
  public:
-  // The name is not empty. At least eight bytes can be read, whatever the length.
-  static uint64_t of(const char *name, size_t length) {
+  // The prefix has this size with its colon; 0 if there is none, or if it need not be known. At
+  // least eight bytes behind it can be read, whatever the length.
+  static uint64_t of(const char *name, size_t length, size_t prefixSize) {
     uint64_t bytes = 0;
-    std::memcpy(&bytes, name, sizeof bytes);
-    const size_t behind = 8 * (sizeof bytes - std::min(length, sizeof bytes));
-    const bool isLittle = std::endian::native == std::endian::little;
-    return (isLittle ? bytes << behind : bytes >> behind) ^ length;
+    std::memcpy(&bytes, name + prefixSize, sizeof bytes);
+    return (bytes & kNameMasks[std::min(length - prefixSize, kMaskedLengths - 1)]) ^ length;
   }
 
-  // The whole name of an attribute, as it is printed.
+  // Of an attribute, as it is stored.
   static uint64_t of(const XmlNode *attribute);
 
   // One of 64 bits; all bits of the key count.
