@@ -95,12 +95,16 @@ class Scanner {
 
   // What has references is read outside of the loops, where it would cost the rest registers.
 
-  // An attribute with references in its value.
+  // An attribute whose value has references or is empty.
   const char *scanDecoded(const char *name, size_t length, size_t prefixSize, uint64_t valueEnds) {
     const char *quote = name + length + 1;
     const ShortRun value = findPastReferences(quote + 1, *quote, name, valueEnds);
     if (value.end == nullptr) return nullptr;
-    return addAttribute(name, length, prefixSize, value, builder_.handedOver());
+    AttributeList *list = builder_.handedOver();
+    if (value.length() != 0) return addAttribute(name, length, prefixSize, value, list);
+    const bool isAdded = builder_.isNewAttribute(name, length, prefixSize, list) &&
+                         builder_.addEmptyAttribute(name, length, prefixSize);
+    return isAdded ? value.end + 1 : nullptr;
   }
 
   // A text with references.
@@ -379,8 +383,7 @@ class Scanner {
     if (!isShort(length) || quote[-1] != '=' || (*quote != '"' && *quote != '\'')) return nullptr;
     const char *value = quote + 1;
     const char *end = name + firstOf(valueEnds);
-    if (end == value) return nullptr;
-    if (*end != *quote) [[unlikely]] {
+    if (*end != *quote || end == value) [[unlikely]] {
       builder_.handOver(*list);
       const char *next = Machine::scanDecoded(this, name, length, prefixSize, valueEnds);
       *list = builder_.takeOver();
