@@ -110,7 +110,8 @@ class Scanner {
   // A text with references.
   const char *scanDecoded(const char *text, uint64_t textEnds) {
     const ShortRun run = findPastReferences(text, '<', text, textEnds);
-    return run.end != nullptr ? addText(run) : nullptr;
+    if (run.end != nullptr) return addText(run);
+    return builder_.isRootOpen() ? nullptr : scanLongText(text);
   }
 
  private:
@@ -461,7 +462,7 @@ class Scanner {
   }
 
   // The text of an element, with spaces before it and CDATA sections in it, and its end tag.
-  const char *scanLongText(const char *token) {
+  [[gnu::noinline]] const char *scanLongText(const char *token) {
     const char *name = builder_.leafName();
     if (name == nullptr || *token == '\0' || endsTag(token)) return nullptr;
     auto [end, isVerbatim] = index_.findTextEnd(token);
@@ -474,7 +475,7 @@ class Scanner {
     const char *run = token;
     while (run[-1] == ' ') --run;
     if (!builder_.setText({run, static_cast<size_t>(end - run), isVerbatim})) return nullptr;
-    if (!builder_.splitName()) return nullptr;
+    if (builder_.isNameWhole() && !builder_.splitName()) return nullptr;
     builder_.close();
     return behindEndTag(end, nameLength);
   }
