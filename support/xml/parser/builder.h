@@ -219,6 +219,27 @@ class TreeBuilder {
     return true;
   }
 
+  // The same with an empty value, for which there is no string, in the list that was handed over.
+  bool addEmptyAttribute(const char *name, size_t length, size_t prefixSize) {
+    const size_t nameSize = length + kTerminator;
+    const size_t localSize = nameSize - prefixSize;
+    const size_t smallest = prefixSize != 0 ? std::min(prefixSize, localSize) : localSize;
+    char *memory = allocateTogether(smallest, kAttributeRecordSize + nameSize);
+    if (memory == nullptr) return addEmptyAttributeSlowly(name, length, prefixSize);
+    char *copy = memory + kAttributeRecordSize;
+    copyHalfWide(copy, name);
+    copy[length] = '\0';
+    if (prefixSize != 0) copy[prefixSize - 1] = '\0';
+    XmlNode *attribute = recordAt(memory);
+    fillAttribute(attribute, allocation_.handle(), static_cast<uint16_t>(length - prefixSize),
+                  open_);
+    attribute->name = copy + prefixSize;
+    attribute->value = nullptr;
+    if (prefixSize != 0) attribute->prefix = copy;
+    attributes_.append(attribute);
+    return true;
+  }
+
   // The same with a verbatim value of up to kLongestNotedValue bytes.
   bool addLongAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value,
                         AttributeList *list) {
@@ -556,6 +577,12 @@ class TreeBuilder {
     const Run prefix = {name, prefixSize != 0 ? prefixSize - 1 : 0, true};
     const Run local = {name + prefixSize, length - prefixSize, true};
     return startAttribute(prefix, local) && setValueSlowly(attributes_.last(), value);
+  }
+
+  [[gnu::noinline, gnu::cold]] bool addEmptyAttributeSlowly(const char *name, size_t length,
+                                                            size_t prefixSize) {
+    const Run prefix = {name, prefixSize != 0 ? prefixSize - 1 : 0, true};
+    return startAttribute(prefix, {name + prefixSize, length - prefixSize, true});
   }
 
   // A new string, or null for an empty run, in a field of a record, which may stand at any address.

@@ -95,18 +95,23 @@ class Scanner {
 
   // What has references is read outside of the loops, where it would cost the rest registers.
 
-  // An attribute with references in its value.
+  // An attribute whose value has references or is empty.
   const char *scanDecoded(const char *name, size_t length, size_t prefixSize, uint64_t valueEnds) {
     const char *quote = name + length + 1;
     const ShortRun value = findPastReferences(quote + 1, *quote, name, valueEnds);
     if (value.end == nullptr) return nullptr;
-    return addAttribute(name, length, prefixSize, value, builder_.handedOver());
+    AttributeList *list = builder_.handedOver();
+    if (value.length() != 0) return addAttribute(name, length, prefixSize, value, list);
+    const bool isAdded = builder_.isNewAttribute(name, length, prefixSize, list) &&
+                         builder_.addEmptyAttribute(name, length, prefixSize);
+    return isAdded ? value.end + 1 : nullptr;
   }
 
   // A text with references.
   const char *scanDecoded(const char *text, uint64_t textEnds) {
     const ShortRun run = findPastReferences(text, '<', text, textEnds);
-    return run.end != nullptr ? addText(run) : nullptr;
+    if (run.end != nullptr) return addText(run);
+    return builder_.isRootOpen() ? nullptr : scanLongText(text);
   }
 
  private:
@@ -381,8 +386,7 @@ class Scanner {
     if (!isShort(length) || quote[-1] != '=' || (*quote != '"' && *quote != '\'')) return nullptr;
     const char *value = quote + 1;
     const char *end = name + firstOf(valueEnds);
-    if (end == value) return nullptr;
-    if (*end != *quote) [[unlikely]] {
+    if (*end != *quote || end == value) [[unlikely]] {
       builder_.handOver(*list);
       const char *next = Machine::scanDecoded(this, name, length, prefixSize, valueEnds);
       *list = builder_.takeOver();
@@ -460,7 +464,7 @@ class Scanner {
   }
 
   // The text of an element, with spaces before it and CDATA sections in it, and its end tag.
-  const char *scanLongText(const char *token) {
+  [[gnu::noinline]] const char *scanLongText(const char *token) {
     const char *name = builder_.leafName();
     if (name == nullptr || *token == '\0' || endsTag(token)) return nullptr;
     auto [end, isVerbatim] = index_.findTextEnd(token);
@@ -473,7 +477,7 @@ class Scanner {
     const char *run = token;
     while (run[-1] == ' ') --run;
     if (!builder_.setText({run, static_cast<size_t>(end - run), isVerbatim})) return nullptr;
-    if (!builder_.splitName()) return nullptr;
+    if (builder_.isNameWhole() && !builder_.splitName()) return nullptr;
     builder_.close();
     return behindEndTag(end, nameLength);
   }
