@@ -5,13 +5,47 @@
 
 #include <immintrin.h>
 
-#include "kernels/shuffle_tables.h"
+#include "kernels/byte_sets.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
 constexpr size_t kVectorSize = 32;
+constexpr size_t kLowHalves = 16;
+
+// For each low half of a byte the one byte of a set that ends so; else one that ends otherwise.
+struct alignas(kLowHalves) ShuffleTable {
+  uint8_t bytes[kLowHalves];
+  ByteSet found;
+
+  // Of bytes with the same low half the table takes the first.
+  explicit constexpr ShuffleTable(const ByteSet &set) : bytes() {
+    for (size_t i = 0; i < kLowHalves; ++i) bytes[i] = static_cast<uint8_t>(~i);
+    for (size_t byte = kAsciiBytes; byte-- > 0;) {
+      if (set.holds(byte)) bytes[byte % kLowHalves] = static_cast<uint8_t>(byte);
+    }
+    for (size_t i = 0; i < kLowHalves; ++i) {
+      if (bytes[i] % kLowHalves == i) found.add(bytes[i]);
+    }
+  }
+};
+
+constexpr bool isWhole(const ShuffleTable &table, const ByteSet &set) {
+  return set.without(table.found).isEmpty();
+}
+
+constexpr ByteSet kOtherNameEndBytes = kNameEndBytes.without(kWhitespaceBytes);
+constexpr ShuffleTable kWhitespaceTable(kWhitespaceBytes);
+constexpr ShuffleTable kTextEndTable(kTextEndBytes);
+constexpr ShuffleTable kValueEndTable(kValueEndBytes);
+constexpr ShuffleTable kNameEndTable(kOtherNameEndBytes);
+constexpr ByteSet kMoreNameEndBytes = kOtherNameEndBytes.without(kNameEndTable.found);
+constexpr ShuffleTable kMoreNameEndTable(kMoreNameEndBytes);
+static_assert(isWhole(kWhitespaceTable, kWhitespaceBytes));
+static_assert(isWhole(kTextEndTable, kTextEndBytes) && isWhole(kValueEndTable, kValueEndBytes));
+static_assert(isWhole(kMoreNameEndTable, kMoreNameEndBytes), "names need a third table");
+
 [[gnu::target("avx2")]] inline __m256i load(const ShuffleTable &table) {
   return _mm256_broadcastsi128_si256(
       _mm_load_si128(reinterpret_cast<const __m128i *>(table.bytes)));
@@ -56,7 +90,7 @@ constexpr size_t kVectorSize = 32;
 
 }  // namespace
 
-constinit const Kernel kAvx2Kernel = {"avx2", indexByAvx2, true, false};
+constinit const Kernel kAvx2Kernel = {"avx2", indexByAvx2, true};
 
 }  // namespace neb::xml::internal
 

@@ -11,7 +11,6 @@ namespace {
 // The best first.
 constexpr const Kernel *kBuiltKernels[] = {
 #if defined(__x86_64__)
-    &kAvx512Kernel,
     &kAvx2Kernel,
     &kSse2Kernel,
 #elif defined(__AARCH64EL__) && defined(__ARM_NEON)
@@ -34,14 +33,12 @@ const Kernel *bestKernel() {
 
 bool canRun(const Kernel &kernel) {
 #if defined(__x86_64__)
-  const bool runsWide = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-                        __builtin_cpu_supports("bmi2");
-  const bool runsWidest =
-      __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi2");
-  return (runsWide || !kernel.isWide) && (runsWidest || !kernel.isWidest);
-#else
-  return !kernel.isWide;
+  if (kernel.isWide) {
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+           __builtin_cpu_supports("bmi2");
+  }
 #endif
+  return !kernel.isWide;
 }
 
 std::span<const Kernel *const> builtKernels() { return kBuiltKernels; }

@@ -26,13 +26,10 @@ struct Kernel {
   IndexKernel index;
   // Needs AVX2, BMI and BMI2. The parser is compiled a second time for machines that have them.
   bool isWide;
-  // Needs AVX-512, and VBMI2: processors without that lower their clock for such wide vectors.
-  bool isWidest;
 };
 
 extern const Kernel kPortableKernel;
 #if defined(__x86_64__)
-extern const Kernel kAvx512Kernel;
 extern const Kernel kAvx2Kernel;
 extern const Kernel kSse2Kernel;
 #elif defined(__AARCH64EL__) && defined(__ARM_NEON)

@@ -69,7 +69,7 @@ void indexByNeon(const char *bytes, size_t words, size_t firstWord, IndexWords &
 
 }  // namespace
 
-constinit const Kernel kNeonKernel = {"neon", indexByNeon, false, false};
+constinit const Kernel kNeonKernel = {"neon", indexByNeon, false};
 
 }  // namespace neb::xml::internal
 

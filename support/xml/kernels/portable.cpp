@@ -57,6 +57,6 @@ void indexByTable(const char *bytes, size_t words, size_t firstWord, IndexWords 
 
 }  // namespace
 
-constinit const Kernel kPortableKernel = {"portable", indexByTable, false, false};
+constinit const Kernel kPortableKernel = {"portable", indexByTable, false};
 
 }  // namespace neb::xml::internal
