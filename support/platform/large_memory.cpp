@@ -52,8 +52,9 @@ void populate(char *begin, size_t size, size_t pageSize) {
 
 }  // namespace
 
-LargeMemory allocateLarge(size_t size) {
-  const bool canBeHuge = size >= kHugePageSize - kHeapHeader && size < PTRDIFF_MAX - kHugePageSize;
+LargeMemory allocateLarge(size_t size, size_t filled) {
+  const bool canBeHuge =
+      filled >= kHugePageSize - kHeapHeader && size < PTRDIFF_MAX - kHugePageSize;
   // What lies before the used part is never touched.
   void *memory = canBeHuge ? std::malloc(size + kHugePageSize) : nullptr;
   if (memory != nullptr) return {memory, roundUp(static_cast<char *>(memory), kHugePageSize)};
@@ -70,7 +71,7 @@ void expectFilling(char *begin, size_t size) {
 
 #else
 
-LargeMemory allocateLarge(size_t size) {
+LargeMemory allocateLarge(size_t size, size_t /*filled*/) {
   void *memory = std::malloc(size);
   return {memory, static_cast<char *>(memory)};
 }

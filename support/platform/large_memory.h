@@ -18,9 +18,9 @@ struct LargeMemory {
   char *begin;
 };
 
-// If the size can hold a huge page, the used part begins at one. Only malloc is called: a program
-// may have replaced it without its relatives for aligned memory.
-LargeMemory allocateLarge(size_t size);
+// Of the size, so much will be filled soon. If that can be a huge page, the used part begins at one.
+// Only malloc is called: a program may have replaced it without its relatives for aligned memory.
+LargeMemory allocateLarge(size_t size, size_t filled);
 
 // Says that so much memory will be written soon, from the first byte to the last. The system then
 // maps its pages in few steps: huge pages where whole ones lie in it, small ones elsewhere. Does

@@ -40,7 +40,7 @@ platform::LargeMemory allocateToFill(size_t size) {
     void *memory = allocateOnHeap(size);
     return {memory, static_cast<char *>(memory)};
   }
-  const platform::LargeMemory memory = platform::allocateLarge(size);
+  const platform::LargeMemory memory = platform::allocateLarge(size, size);
   if (memory.allocation != nullptr) platform::expectFilling(memory.begin, size);
   return memory;
 }

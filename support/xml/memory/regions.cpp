@@ -75,28 +75,28 @@ struct RegionSize {
   size_t filled;
 };
 
-// A huge page is only used if at most a tenth of the session is lost should the rest of the page
-// stay empty.
+// A region of small pages is at least twice as large as all before it. So the heap keeps them all,
+// see kThirdRegion. A huge page is only used if at most a tenth of the session is lost should the
+// rest of the page stay empty.
 RegionSize sizeOfNextRegion(const FirstRegion &first, size_t needed, size_t filled) {
   const size_t left = first.expected > first.held ? first.expected - first.held : 0;
   const size_t coming = std::max(left, filled);
-  const size_t hugePages = (coming + (first.held + coming) / 10) / kHugePageSize;
-  if (hugePages > 0) {
-    const size_t size = std::min(hugePages, kMostHugePages) * kHugePageSize - kHeapHeader;
-    return needed <= size ? RegionSize{size, size} : RegionSize{needed, coming};
-  }
-  const size_t grown = left > 0 ? left + left / 8 : first.held;
+  const size_t hugePages =
+      std::min((coming + (first.held + coming) / 10) / kHugePageSize, kMostHugePages);
   const size_t least = first.last == &first ? kSecondRegion : kThirdRegion;
-  const size_t size = std::clamp(grown, least, kLargestRegion);
-  return {std::max(size, needed), std::max(left - left / 4, filled)};
+  const size_t grown = std::max(left + left / 8, 2 * first.held);
+  const size_t size = std::max(needed, std::clamp(grown, least, kLargestRegion));
+  if (hugePages == 0) return {size, std::max(left - left / 4, filled)};
+  const size_t whole = hugePages * kHugePageSize - kHeapHeader;
+  return needed <= whole ? RegionSize{whole, whole} : RegionSize{needed, coming};
 }
 
 Region *appendRegion(FirstRegion &first, size_t needed, size_t filled) {
   RegionSize wanted = sizeOfNextRegion(first, sizeof(Region) + needed, filled);
-  LargeMemory memory = platform::allocateLarge(wanted.size);
+  LargeMemory memory = platform::allocateLarge(wanted.size, wanted.filled);
   if (memory.allocation == nullptr) {
     wanted = {sizeof(Region) + needed, 0};
-    memory = platform::allocateLarge(wanted.size);
+    memory = platform::allocateLarge(wanted.size, 0);
   }
   if (memory.allocation == nullptr) return nullptr;
   platform::expectFilling(memory.begin, std::min(wanted.filled, wanted.size));
