@@ -467,14 +467,14 @@ typedef struct NEB_XML_NODE_INFO {
 
 /**
  * Reads a node, with its strings and neighbours, by one call. Prefer it where a program needs more
- * than one of the answers, or the length of a string. Children and attributes are walked alike:
- * read the first one, and then nextSibling until that is null.
+ * than one of the answers. Children and attributes are walked alike: read the first one, and then
+ * nextSibling until that is null.
  *
  * node  any node, attributes included.
  * info  receives the answers; unchanged on failure.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument. Cost: constant, and the length
  * of each string whose length the node does not hold. It holds that of most names, and of most
- * values of up to 254 bytes, from a parse or a copy until they are changed.
+ * values of up to 254 bytes.
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeInfo(const XmlNode *node, NEB_XML_NODE_INFO *info);
 
@@ -823,11 +823,13 @@ NEB_XML_API uint32_t XML_MemSessionEnd(uint32_t handle);
  * Memory must be aligned as malloc aligns it. The hooks must not call the library. Memory is freed
  * by the free hook that is registered at that moment.
  *
- * Each block of a session is one call of callocHook. While malloc, calloc and free are registered,
- * blocks are allocated several at a time instead, and memory that will be filled is mapped ahead.
- * Then a tree takes at most 15 % or 64 KiB more than its blocks, whichever is larger; up to 4 MiB
- * more if the end of its document is unlike the beginning. All of it is freed with the session.
- * As of any freed memory, malloc may keep some for the process.
+ * Each block of a session is one call of callocHook. While malloc, calloc and free themselves are
+ * registered, one allocation holds many blocks instead, and on Linux its pages are mapped ahead.
+ * After a parse, resident memory exceeds the blocks by at most 15 % or 64 KiB, whichever is larger;
+ * by up to 4 MiB if the end of the document makes smaller nodes than its beginning, or if most of a
+ * copied document's session was no longer in use. The address space may be three times the blocks,
+ * or half a MiB more. If that or mlockall matters, register functions that call malloc, calloc and
+ * free. Everything is freed with the session; as of any freed memory, malloc may keep some MiB.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null hook, all three then unchanged.
  */

@@ -587,7 +587,7 @@ class Node : public detail::View {
 
 /**
  * A node or an attribute as one call reads it: the answers stay as they are when the tree is edited.
- * The ranges, which are for loops, read each item by one call as well.
+ * The ranges read each item by one call as well. They are meant for range-for loops only.
  *
  *   for (const auto &item : list.info().children()) {
  *     for (const auto &attribute : item.attributes()) print(*attribute.name(), attribute.value());
