@@ -64,6 +64,7 @@ TEST(InputFile, IsReadWholeOrRefused) {
                                               {path + "/a", {}, kFileOpen},
                                               {"", {}, kFileOpen},
                                               {"/", {}, kFileRead},
+                                              {"/proc/self/status", {}, kSyntax},
                                               {fifo, {}, kFileRead}}) {
     g_reading = reading;
     g_readCalls = 0;

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <memory>
 #include <thread>
+#include <tuple>
 
 #include "support/guarded_hooks.h"
 #include "support/layout.h"
@@ -132,7 +133,9 @@ TEST(Regions, NeedNoCallOfTheSystem) {
     XmlNode *node = nullptr;
     EXPECT_EQ(NEB_XML_ParseFileEx(path.c_str(), &node), kOk);
     const trees::Held loaded = {node};
+    errno = 0;
     const trees::Held document = {parsedBuffer(text)};
+    EXPECT_EQ(errno, 0) << refused;
     g_refused = {};
     EXPECT_EQ(g_advices == 0, (refused & 1) != 0) << "whether memory is mapped ahead";
     const std::string printed = trees::printed(document);
@@ -194,6 +197,39 @@ TEST(Regions, OutliveTheirAllocator) {
   const size_t blocksOfOther = blocksOf(other);
   NEB_XML_FreeNode(other);
   EXPECT_EQ(g_freed - before, expected + blocksOfOther);
+}
+
+// One hook of another allocator is enough for blocks to be allocated one by one.
+TEST(Regions, NeedAllHooksOfTheLibrary) {
+  const FreshMemory memory;
+  using Hooks = std::tuple<void *(*)(size_t), void *(*)(size_t, size_t), void (*)(void *)>;
+  for (const auto &[malloc, calloc, free] : {Hooks{kCountedMalloc, std::calloc, std::free},
+                                             {std::malloc, kCountedCalloc, std::free},
+                                             {std::malloc, std::calloc, countedFree}}) {
+    NEB_XML_RegMemFunc(malloc, calloc, free);
+    const trees::Held document = {parsedBuffer(list(100))};
+    EXPECT_FALSE(findSession(document->sessionId)->hasRegions);
+  }
+}
+
+// The allocator of a copy may be another than that of its source.
+TEST(Regions, OfACopyDependOnTheHooksOfTheMoment) {
+  for (const bool beginsHooked : {false, true}) {
+    const FreshMemory memory;
+    if (beginsHooked) guarded::registerHooks();
+    const trees::Held document = {parsedBuffer(list(100))};
+    if (!beginsHooked) guarded::registerHooks();
+    if (beginsHooked) NEB_XML_RegMemFunc(std::malloc, std::calloc, std::free);
+    XmlNode *copy = nullptr;
+    ASSERT_EQ(NEB_XML_CloneNode(document, &copy), kOk);
+    const XmlMemSession &session = *findSession(copy->sessionId);
+    EXPECT_EQ(session.hasRegions, beginsHooked);
+    EXPECT_EQ(beginsHooked ? firstRegionOf(session.firstBlock).expected : 0, 0U);
+    EXPECT_EQ(trees::printed(copy), trees::printed(document));
+    NEB_XML_FreeNode(copy);
+    if (beginsHooked) guarded::registerHooks();
+    if (!beginsHooked) NEB_XML_RegMemFunc(std::malloc, std::calloc, std::free);
+  }
 }
 
 // Documents of several threads, each freed by another thread than the one that made it.
@@ -315,9 +351,48 @@ size_t residentBytes(const char *begin, const char *end) {
                                                       [](auto state) { return (state & 1) != 0; }));
 }
 
+constexpr size_t kMore = 64 * 1024;
+
+void expectLittleMoreThanBlocks(const XmlNode *document, size_t more) {
+  const FirstRegion &first = firstRegionOf(findSession(document->sessionId)->firstBlock);
+  size_t resident = 0;
+  for (const Region *region = &first; region != nullptr; region = region->next) {
+    resident += residentBytes(reinterpret_cast<const char *>(region), region->end);
+  }
+  EXPECT_GE(resident, first.held / 2);
+  EXPECT_LE(resident, std::max(first.held + more, first.held / 100 * 115));
+}
+
+// A long string makes its block and all blocks behind it large.
+TEST(Regions, AreFilledByLargeBlocksToo) {
+  for (const size_t length : {300000U, 600000U, 1100000U, 2200000U}) {
+    SCOPED_TRACE(length);
+    const FreshMemory memory;
+    const std::string text = list(500) + "<long>" + std::string(length, 'x') + "</long>";
+    const trees::Held document = {parsedBuffer("<lists>" + text + list(90000) + "</lists>")};
+    expectLittleMoreThanBlocks(document, kMore);
+  }
+}
+
+// Memory is not taken for what has been removed from the source.
+TEST(Regions, OfACopyAreNotLargerThanItNeeds) {
+  for (const size_t items : {2000U, 20000U, 60000U}) {
+    SCOPED_TRACE(items);
+    const FreshMemory memory;
+    const trees::Held document = {parsedBuffer(list(items))};
+    XmlNode *node = nullptr;
+    ASSERT_EQ(NEB_XML_CloneNode(document, &node), kOk);
+    const trees::Held whole = {node};
+    expectLittleMoreThanBlocks(whole, kMore);
+    for (size_t i = 50; i < items; ++i) NEB_XML_FreeNode(NEB_XML_GetNodeLastChild(document));
+    ASSERT_EQ(NEB_XML_CloneNode(document, &node), kOk);
+    const trees::Held copy = {node};
+    expectLittleMoreThanBlocks(copy, kMore);
+  }
+}
+
 // What the header promises of the memory in use.
 TEST(Regions, TakeLittleMoreThanTheirBlocks) {
-  constexpr size_t kMore = 64 * 1024;
   constexpr size_t kHugePages = 4 * 1024 * 1024;
   struct Case {
     size_t items, comments, more;
@@ -332,13 +407,8 @@ TEST(Regions, TakeLittleMoreThanTheirBlocks) {
                            {60000, 100000, kHugePages}}) {
     const FreshMemory memory;
     const trees::Held document = {parsedBuffer(list(each.items, each.comments))};
-    const FirstRegion &first = firstRegionOf(findSession(document->sessionId)->firstBlock);
-    size_t resident = 0;
-    for (const Region *region = &first; region != nullptr; region = region->next) {
-      resident += residentBytes(reinterpret_cast<const char *>(region), region->end);
-    }
-    EXPECT_GE(resident, first.held / 2);
-    EXPECT_LE(resident, std::max(first.held + each.more, first.held / 100 * 115)) << each.items;
+    SCOPED_TRACE(each.items);
+    expectLittleMoreThanBlocks(document, each.more);
   }
 }
 
