@@ -13,7 +13,11 @@ InputFile::~InputFile() {
   if (isOpen()) close(file_);
 }
 
-int64_t InputFile::length() const { return lseek(file_, 0, SEEK_END); }
+// Where the end cannot be found, the position counts, as for streams: files of /proc are empty.
+int64_t InputFile::length() const {
+  const off_t end = lseek(file_, 0, SEEK_END);
+  return end >= 0 ? end : lseek(file_, 0, SEEK_CUR);
+}
 
 // The system reads large files in parts.
 bool InputFile::read(char *bytes, size_t count) const {

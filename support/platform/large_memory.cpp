@@ -1,5 +1,6 @@
 #include "platform/large_memory.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -62,6 +63,15 @@ LargeMemory allocateLarge(size_t size, size_t filled) {
   return {memory, static_cast<char *>(memory)};
 }
 
+void letHeapKeepMemory() {
+  constexpr size_t kMapped = size_t{384} * 1024;
+  static std::atomic<bool> isDone{false};
+  if (isDone.exchange(true, std::memory_order_relaxed)) return;
+  // Through a pointer, since compilers may omit a pair of calls. No page is touched.
+  void *(*volatile const allocate)(size_t) = std::malloc;
+  std::free(allocate(kMapped));
+}
+
 void expectFilling(char *begin, size_t size) {
   if (size < kLeastPart) return;
   const int before = errno;
@@ -75,6 +85,8 @@ LargeMemory allocateLarge(size_t size, size_t /*filled*/) {
   void *memory = std::malloc(size);
   return {memory, static_cast<char *>(memory)};
 }
+
+void letHeapKeepMemory() {}
 
 void expectFilling(char * /*begin*/, size_t /*size*/) {}
 

@@ -22,14 +22,11 @@ using platform::kHeapHeader;
 using platform::kHugePageSize;
 using platform::LargeMemory;
 
-// The first region behind the first block. Most heaps have so much at hand.
-constexpr size_t kSecondRegion = size_t{64} * 1024 - kHeapHeader;
+// Heaps keep so much free memory at least.
+constexpr size_t kHeldByHeap = size_t{64} * 1024;
 
-// glibc maps allocations of 128 KiB and more from the system. Once one of them has been freed, it
-// takes allocations of that size from its heap and keeps up to twice as much free memory there. So
-// a program that parses again and again finds its memory in place. A region of this size makes the
-// heap keep the regions before it as well.
-constexpr size_t kThirdRegion = size_t{384} * 1024 - kHeapHeader;
+// How far a copy is trusted to be as large as its source, as a multiple of what it holds already.
+constexpr size_t kMostAheadOfCopy = 8;
 
 constexpr size_t kMostHugePages = 2;
 constexpr size_t kLargestRegion = kMostHugePages * kHugePageSize - kHeapHeader;
@@ -75,31 +72,39 @@ struct RegionSize {
   size_t filled;
 };
 
-// A region of small pages is at least twice as large as all before it. So the heap keeps them all,
-// see kThirdRegion. A huge page is only used if at most a tenth of the session is lost should the
-// rest of the page stay empty.
-RegionSize sizeOfNextRegion(const FirstRegion &first, size_t needed, size_t filled) {
-  const size_t left = first.expected > first.held ? first.expected - first.held : 0;
+// A huge page is only used if at most a tenth of the session is lost should the rest of the page
+// stay empty.
+RegionSize sizeOfNextRegion(const FirstRegion &first, size_t filled) {
+  const size_t known = first.expected > first.held ? first.expected - first.held : 0;
+  const size_t left = first.isCopy ? std::min(known, kMostAheadOfCopy * first.held) : known;
   const size_t coming = std::max(left, filled);
   const size_t hugePages =
       std::min((coming + (first.held + coming) / 10) / kHugePageSize, kMostHugePages);
-  const size_t least = first.last == &first ? kSecondRegion : kThirdRegion;
-  const size_t grown = std::max(left + left / 8, 2 * first.held);
-  const size_t size = std::max(needed, std::clamp(grown, least, kLargestRegion));
-  if (hugePages == 0) return {size, std::max(left - left / 4, filled)};
   const size_t whole = hugePages * kHugePageSize - kHeapHeader;
-  return needed <= whole ? RegionSize{whole, whole} : RegionSize{needed, coming};
+  if (hugePages > 0) return {whole, whole};
+  const size_t grown = left > 0 ? left + left / 8 : first.held / 4;
+  return {std::min(grown, kLargestRegion), std::max(left - left / 4, filled)};
 }
 
-Region *appendRegion(FirstRegion &first, size_t needed, size_t filled) {
-  RegionSize wanted = sizeOfNextRegion(first, sizeof(Region) + needed, filled);
+// Later blocks are as large. If they are large, no room is left that would hold none of them.
+RegionSize forBlocksOf(size_t room, const RegionSize &wanted) {
+  constexpr size_t kMany = 16;
+  if (wanted.size >= kMany * room) return wanted;
+  const size_t blocks = std::max(wanted.size / room, size_t{1});
+  const size_t size = sizeof(Region) + blocks * room;
+  return {size, std::min(wanted.filled, size)};
+}
+
+Region *appendRegion(FirstRegion &first, size_t room, size_t filled) {
+  if (first.held > kHeldByHeap) platform::letHeapKeepMemory();
+  RegionSize wanted = forBlocksOf(room, sizeOfNextRegion(first, filled));
   LargeMemory memory = platform::allocateLarge(wanted.size, wanted.filled);
   if (memory.allocation == nullptr) {
-    wanted = {sizeof(Region) + needed, 0};
-    memory = platform::allocateLarge(wanted.size, 0);
+    wanted = {sizeof(Region) + room, 0};
+    memory = platform::allocateLarge(wanted.size, wanted.filled);
   }
   if (memory.allocation == nullptr) return nullptr;
-  platform::expectFilling(memory.begin, std::min(wanted.filled, wanted.size));
+  platform::expectFilling(memory.begin, wanted.filled);
   auto *region = reinterpret_cast<Region *>(memory.begin);
   makeRegion(region, sizeof(Region), memory, wanted.size);
   first.last->next = region;
@@ -124,6 +129,7 @@ void *allocateFirstBlock(size_t size) {
   first->last = first;
   first->held = 0;
   first->expected = 0;
+  first->isCopy = false;
   return takeBlock(*first, *first, size);
 }
 
@@ -144,6 +150,7 @@ void freeBlocks(XmlMemBlock *firstBlock, bool hasRegions) {
     if (region != nullptr && isIn(*region, block)) {
       allocation = region->allocation;
       block = region->lastBlock;
+      permit(region->free, static_cast<size_t>(region->end - region->free));
       region = region->next;
     }
     block = block->nextBlock;

@@ -29,6 +29,7 @@ struct FirstRegion : Region {
   Region *last;
   size_t held;      // bytes of the blocks in all regions
   size_t expected;  // bytes that they will have in the end, as far as known; else 0
+  bool isCopy;      // of a document whose session has the expected size
 };
 
 inline FirstRegion &firstRegionOf(XmlMemBlock *firstBlock) {

@@ -307,12 +307,14 @@ uint32_t copyTo(const Storage &storage, const Copying &copying, XmlNode **copy) 
   return NEB_XML_OK;
 }
 
-// It will be about as large as the document's session.
+// It will be about as large as the document's session, unless much of that is no longer in use.
 void expectCopyOf(const XmlNode *document, const Storage &storage) {
   const XmlMemSession *source = Storage::ofTopmost(document).session();
   XmlMemSession *session = storage.session();
   if (source == nullptr || !source->hasRegions || !session->hasRegions) return;
-  firstRegionOf(session->firstBlock).expected = firstRegionOf(source->firstBlock).held;
+  FirstRegion &region = firstRegionOf(session->firstBlock);
+  region.expected = firstRegionOf(source->firstBlock).held;
+  region.isCopy = true;
 }
 
 // The copy of a document that owns a session owns one too.
