@@ -827,9 +827,10 @@ NEB_XML_API uint32_t XML_MemSessionEnd(uint32_t handle);
  * registered, one allocation holds many blocks instead, and on Linux its pages are mapped ahead.
  * After a parse, resident memory exceeds the blocks by at most 15 % or 64 KiB, whichever is larger;
  * by up to 4 MiB if the end of the document makes smaller nodes than its beginning, or if most of a
- * copied document's session was no longer in use. The address space may be three times the blocks,
- * or half a MiB more. If that or mlockall matters, register functions that call malloc, calloc and
+ * copied document's session was no longer in use. Of the address space, it may take half as much
+ * again and 4 MiB. If that or mlockall matters, register functions that call malloc, calloc and
  * free. Everything is freed with the session; as of any freed memory, malloc may keep some MiB.
+ * A program that replaces malloc, calloc and free for all its libraries must replace realloc too.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null hook, all three then unchanged.
  */

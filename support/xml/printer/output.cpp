@@ -12,6 +12,9 @@ namespace {
 
 constexpr size_t kFirstChunk = 1024;
 constexpr size_t kLargestChunk = size_t{1} << 26;
+// Trimming leaves a gap in the heap that a longer output does not fit in. Up to this length it is
+// cheaper to copy.
+constexpr size_t kLongestCopied = size_t{64} * 1024;
 constexpr size_t kLongestOutput = UINT32_MAX;
 
 char *reallocate(char *memory, size_t size) {
@@ -89,7 +92,8 @@ void Output::end(const char *cursor) {
 }
 
 char *Output::handOut() {
-  char *whole = buffer_ != nullptr ? trimmedBuffer() : gathered();
+  const bool isTrimmed = buffer_ != nullptr && length_ > kLongestCopied;
+  char *whole = isTrimmed ? trimmedBuffer() : gathered();
   if (whole != nullptr) whole[length_] = '\0';
   return whole;
 }
@@ -102,11 +106,11 @@ char *Output::trimmedBuffer() {
   return whole;
 }
 
-// What is not in the buffer on the heap.
+// What is not in a large buffer.
 char *Output::gathered() const {
   auto *whole = static_cast<char *>(XML_Malloc(nullptr, length_ + 1));
   if (whole == nullptr) return nullptr;
-  if (canReallocate_) std::memcpy(whole, small_, length_);
+  if (canReallocate_) std::memcpy(whole, begin_, length_);
   char *to = whole;
   for (Chunk *chunk = firstChunk_; chunk != nullptr; chunk = chunk->next) {
     std::memcpy(to, chunk->bytes(), chunk->used);
