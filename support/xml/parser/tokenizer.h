@@ -59,8 +59,8 @@ class Tokenizer {
     return nullptr;
   }
 
-  // Behind the comments and processing instructions from here on, and the white space behind them or
-  // between them. Null if one is malformed or not closed.
+  // Behind the comments and processing instructions from here on, with the white space behind each.
+  // Null if one is malformed or not closed.
   const char *findMiscsEnd(const char *markup) {
     for (;;) {
       const char *end = findMiscEnd(markup);
@@ -134,7 +134,7 @@ class Tokenizer {
     return text;
   }
 
-  // Steps over comments, processing instructions and white space; false if markup is malformed or not
+  // Steps over comments, processing instructions and white space. False if one is malformed or not
   // closed.
   bool skipMisc() {
     const char *end = findMiscsEnd(cursor_);
