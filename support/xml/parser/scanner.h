@@ -20,8 +20,8 @@ struct XmlParser {
 };
 
 // Recognises a token by one window of the structural index, if the token fits into it. It finds the
-// end of longer texts, values and attribute names by searching the index. It steps over comments
-// and processing instructions, and over CDATA sections in texts, by functions of the tokenizer. The
+// end of longer names, texts and values by searching the index. It steps over comments and
+// processing instructions, and over CDATA sections in texts, by functions of the tokenizer. The
 // tokenizer reads everything else, one step at a time. Both use the same builder.
 //
 // The hot members are inlined into two loops, one for elements with their texts and one for the
@@ -506,7 +506,7 @@ class Scanner {
 
   // A text with comments and processing instructions between it and its end tag.
   [[gnu::noinline]] const char *scanTextBeforeMisc(const ShortRun &text) {
-    const char *tag = tokenizer_.findMiscsEnd(text.end);
+    const char *tag = tokenizer_.findBehindMisc(text.end);
     if (tag == nullptr) return nullptr;
     const size_t length = builder_.leafLength();
     const bool isShown = tag != text.end && index_.hasWindow(tag);
@@ -514,10 +514,12 @@ class Scanner {
     return builder_.addShortText(text) ? behindEndTag(tag, length) : nullptr;
   }
 
-  // The loops need an open element behind the token as well.
+  // Within the loops, which need an open element behind the token as well.
+
   [[gnu::noinline]] const char *scanLongEndTag(const char *tag) {
     return builder_.isRootOpen() ? nullptr : readLongEndTag(tag);
   }
+
   [[gnu::noinline]] const char *scanLongText(const char *text) {
     return builder_.isRootOpen() ? nullptr : readLongText(text);
   }
@@ -534,7 +536,7 @@ class Scanner {
     }
     if (end == nullptr) return nullptr;
     const size_t nameLength = builder_.leafLength();
-    const char *tag = beginsEndTag(end) ? end : tokenizer_.findMiscsEnd(end);
+    const char *tag = beginsEndTag(end) ? end : tokenizer_.findBehindMisc(end);
     if (tag == nullptr || !isEndTag(tag, name, nameLength)) return nullptr;
     const char *run = token;
     while (run[-1] == ' ') --run;

@@ -61,7 +61,7 @@ class Tokenizer {
 
   // Behind the comments and processing instructions from here on, with the white space behind each.
   // Null if one is malformed or not closed.
-  const char *findMiscsEnd(const char *markup) {
+  const char *findBehindMisc(const char *markup) {
     for (;;) {
       const char *end = findMiscEnd(markup);
       if (end == nullptr) return nullptr;
@@ -137,7 +137,7 @@ class Tokenizer {
   // Steps over comments, processing instructions and white space. False if one is malformed or not
   // closed.
   bool skipMisc() {
-    const char *end = findMiscsEnd(cursor_);
+    const char *end = findBehindMisc(cursor_);
     if (end != nullptr) cursor_ = end;
     return end != nullptr;
   }
