@@ -23,8 +23,8 @@ struct AnyMachine {
     return scanner->scanTag(cursor);
   }
   template <typename Scanner, typename... Token>
-  [[gnu::noinline, gnu::flatten]] static const char *scanApart(Scanner *scanner, Token... token) {
-    return scanner->scanApart(token...);
+  [[gnu::noinline, gnu::flatten]] static const char *scanDecoded(Scanner *scanner, Token... token) {
+    return scanner->scanDecoded(token...);
   }
 };
 
@@ -41,9 +41,9 @@ struct WideMachine {
     return scanner->scanTag(cursor);
   }
   template <typename Scanner, typename... Token>
-  [[gnu::noinline, gnu::flatten, gnu::target("avx2,bmi,bmi2")]] static const char *scanApart(
+  [[gnu::noinline, gnu::flatten, gnu::target("avx2,bmi,bmi2")]] static const char *scanDecoded(
       Scanner *scanner, Token... token) {
-    return scanner->scanApart(token...);
+    return scanner->scanDecoded(token...);
   }
 };
 #else

@@ -82,7 +82,7 @@ class Scanner {
       const char *end = scanAttribute(cursor, whitespace, &list);
       if (end == nullptr) {
         builder_.handOver(list);
-        end = Machine::scanApart(this, cursor + whitespace);
+        end = scanLongAttribute(cursor + whitespace);
         list = builder_.takeOver();
         if (end == nullptr) break;
       }
@@ -93,11 +93,10 @@ class Scanner {
     return nullptr;
   }
 
-  // What has references, and long attributes, are read apart from the loops, where they would cost
-  // the rest registers. The result is that of the hot members.
+  // What has references is read outside of the loops, where it would cost the rest registers.
 
   // An attribute whose value has references or is empty.
-  const char *scanApart(const char *name, size_t length, size_t prefixSize, uint64_t valueEnds) {
+  const char *scanDecoded(const char *name, size_t length, size_t prefixSize, uint64_t valueEnds) {
     const char *quote = name + length + 1;
     const ShortRun value = findPastReferences(quote + 1, *quote, name, valueEnds);
     if (value.end == nullptr) return nullptr;
@@ -109,36 +108,9 @@ class Scanner {
   }
 
   // A text with references.
-  const char *scanApart(const char *text, uint64_t textEnds) {
+  const char *scanDecoded(const char *text, uint64_t textEnds) {
     const ShortRun run = findPastReferences(text, '<', text, textEnds);
     return run.end != nullptr ? addText(run) : scanLongText(text);
-  }
-
-  // A long attribute, from the name to the closing quote.
-  const char *scanApart(const char *name) {
-    if (builder_.hasFailed()) return nullptr;
-    const char *colon = nullptr;
-    const char *end = index_.nextNameEnd(name);
-    if (*end == ':') {
-      colon = end;
-      while (*end == ':') end = index_.nextNameEnd(end + 1);
-      if (colon == name || colon + 1 == end) return nullptr;
-    }
-    if (end == name || *end != '=' || (end[1] != '"' && end[1] != '\'')) return nullptr;
-    const char *value = end + 2;
-    const auto [close, isVerbatim] = index_.findValueEnd(value, end[1]);
-    if (*close == '\0') return nullptr;
-    const size_t prefixSize = colon != nullptr ? static_cast<size_t>(colon + 1 - name) : 0;
-    const auto length = static_cast<size_t>(end - name);
-    if (isVerbatim && addLongAttribute(name, length, prefixSize, {value, close, name, 0})) {
-      return close + 1;
-    }
-    const Run prefix = {name, colon != nullptr ? prefixSize - 1 : 0, true};
-    const Run local = {name + prefixSize, length - prefixSize, true};
-    const bool isAdded =
-        !builder_.hasFailed() && builder_.startAttribute(prefix, local) &&
-        builder_.endAttribute(name, {value, static_cast<size_t>(close - value), isVerbatim});
-    return isAdded ? close + 1 : nullptr;
   }
 
  private:
@@ -341,7 +313,7 @@ class Scanner {
     if (textEnds == 0) return nullptr;
     const char *end = text + firstOf(textEnds);
     if (*end == '&') [[unlikely]] {
-      return Machine::scanApart(this, text, textEnds);
+      return Machine::scanDecoded(this, text, textEnds);
     }
     return addText({text, end, text, 0});
   }
@@ -414,7 +386,7 @@ class Scanner {
     const char *end = name + firstOf(valueEnds);
     if (*end != *quote || end == value) [[unlikely]] {
       builder_.handOver(*list);
-      const char *next = Machine::scanApart(this, name, length, prefixSize, valueEnds);
+      const char *next = Machine::scanDecoded(this, name, length, prefixSize, valueEnds);
       *list = builder_.takeOver();
       return next;
     }
@@ -499,7 +471,7 @@ class Scanner {
   // An attribute behind more white space than the loop takes.
   bool scanFarAttribute(const char *cursor) {
     const char *name = index_.nextNonWhitespace(cursor);
-    const char *end = name != cursor ? Machine::scanApart(this, name) : nullptr;
+    const char *end = name != cursor ? scanLongAttribute(name) : nullptr;
     if (end != nullptr) tokenizer_.setCursor(end);
     return end != nullptr;
   }
@@ -551,6 +523,34 @@ class Scanner {
     const char *closed = tag + lengthOf(kEndTagBegin);
     const auto left = static_cast<size_t>(index_.documentEnd() - closed);
     return left > length && closed[length] == '>' && std::memcmp(closed, name, length) == 0;
+  }
+
+  // From the name to the closing quote. Returns the cursor behind it; null if the tokenizer must
+  // read the attribute or if the builder has failed.
+  [[gnu::noinline]] const char *scanLongAttribute(const char *name) {
+    if (builder_.hasFailed()) return nullptr;
+    const char *colon = nullptr;
+    const char *end = index_.nextNameEnd(name);
+    if (*end == ':') {
+      colon = end;
+      while (*end == ':') end = index_.nextNameEnd(end + 1);
+      if (colon == name || colon + 1 == end) return nullptr;
+    }
+    if (end == name || *end != '=' || (end[1] != '"' && end[1] != '\'')) return nullptr;
+    const char *value = end + 2;
+    const auto [close, isVerbatim] = index_.findValueEnd(value, end[1]);
+    if (*close == '\0') return nullptr;
+    const size_t prefixSize = colon != nullptr ? static_cast<size_t>(colon + 1 - name) : 0;
+    const auto length = static_cast<size_t>(end - name);
+    if (isVerbatim && addLongAttribute(name, length, prefixSize, {value, close, name, 0})) {
+      return close + 1;
+    }
+    const Run prefix = {name, colon != nullptr ? prefixSize - 1 : 0, true};
+    const Run local = {name + prefixSize, length - prefixSize, true};
+    const bool isAdded =
+        !builder_.hasFailed() && builder_.startAttribute(prefix, local) &&
+        builder_.endAttribute(name, {value, static_cast<size_t>(close - value), isVerbatim});
+    return isAdded ? close + 1 : nullptr;
   }
 
   // With lengths that can be noted. The key of the name may be read from the bytes behind it.
