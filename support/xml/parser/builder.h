@@ -204,16 +204,11 @@ class TreeBuilder {
     // All copies come first: behind them, no field is written twice.
     char *copy = memory + kAttributeRecordSize;
     copyHalfWide(copy, name);
-    copy[length] = '\0';
-    if (prefixSize != 0) copy[prefixSize - 1] = '\0';
+    endNames(copy, length, prefixSize);
     char *string = copy + nameSize;
     const size_t valueLength = copyShort(string, value);
-    XmlNode *attribute = recordAt(memory);
-    fillAttribute(attribute, allocation_.handle(), static_cast<uint16_t>(length - prefixSize),
-                  open_);
+    XmlNode *attribute = fillNamed(memory, length, prefixSize);
     attribute->marks = kStringsTogether;
-    attribute->name = copy + prefixSize;
-    if (prefixSize != 0) attribute->prefix = copy;
     setShortValue(attribute, string, valueLength);
     list->append(attribute);
     return true;
@@ -228,23 +223,29 @@ class TreeBuilder {
     if (memory == nullptr) return addEmptyAttributeSlowly(name, length, prefixSize);
     char *copy = memory + kAttributeRecordSize;
     copyHalfWide(copy, name);
-    copy[length] = '\0';
-    if (prefixSize != 0) copy[prefixSize - 1] = '\0';
-    XmlNode *attribute = recordAt(memory);
-    fillAttribute(attribute, allocation_.handle(), static_cast<uint16_t>(length - prefixSize),
-                  open_);
-    attribute->name = copy + prefixSize;
+    endNames(copy, length, prefixSize);
+    XmlNode *attribute = fillNamed(memory, length, prefixSize);
     attribute->value = nullptr;
-    if (prefixSize != 0) attribute->prefix = copy;
     attributes_.append(attribute);
     return true;
   }
 
-  // The same with a verbatim value of up to kLongestNotedValue bytes.
-  bool addLongAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value,
-                        AttributeList *list) {
-    if (!addAttribute(name, length, prefixSize, value, list)) return false;
-    std::memcpy(list->last()->value, value.begin, value.length());
+  // The same with a name and a verbatim value whose lengths can be noted.
+  bool addLongAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value) {
+    const size_t nameSize = length + kTerminator;
+    const size_t valueSize = value.length() + kTerminator;
+    size_t smallest = std::min({kAttributeRecordSize, nameSize - prefixSize, valueSize});
+    if (prefixSize != 0) smallest = std::min(smallest, prefixSize);
+    char *memory = allocateTogether(smallest, kAttributeRecordSize + nameSize + valueSize);
+    if (memory == nullptr) return addAttributeSlowly(name, length, prefixSize, value);
+    char *copy = memory + kAttributeRecordSize;
+    char *string = copyLong(copy, name, length) + kTerminator;
+    endNames(copy, length, prefixSize);
+    *copyLong(string, value.begin, value.length()) = '\0';
+    XmlNode *attribute = fillNamed(memory, length, prefixSize);
+    attribute->marks = kStringsTogether;
+    setShortValue(attribute, string, value.length());
+    attributes_.append(attribute);
     return true;
   }
 
@@ -290,16 +291,15 @@ class TreeBuilder {
 
   // "<name", up to the attributes.
   bool startElement(const char * /*tag*/, const Run &name) {
-    char *copy = nullptr;
-    if (!copyRun(name, &copy)) return false;
-    XmlNode *element = std::exchange(next_, nullptr);
-    if (element != document_) fillElement(element, allocation_.handle(), 0);
-    element->name = copy;
-    element->nameOwned = 1;
-    attach(element);
-    openElement(element, name.begin, kUnknownLeaf);
+    if (!startUnknownElement(name)) return false;
     noteName(name);
-    beginAttributes();
+    return true;
+  }
+
+  // The same with a name that the structural index has shown. The prefix has this length.
+  bool startLongElement(const char *name, size_t length, size_t prefixLength) {
+    if (!startUnknownElement({name, length, true})) return false;
+    noteName(length, prefixLength);
     return true;
   }
 
@@ -435,6 +435,20 @@ class TreeBuilder {
     isInTag_ = true;
   }
 
+  // Records a name that is not noted.
+  bool startUnknownElement(const Run &name) {
+    char *copy = nullptr;
+    if (!copyRun(name, &copy)) return false;
+    XmlNode *element = std::exchange(next_, nullptr);
+    if (element != document_) fillElement(element, allocation_.handle(), 0);
+    element->name = copy;
+    element->nameOwned = 1;
+    attach(element);
+    openElement(element, name.begin, kUnknownLeaf);
+    beginAttributes();
+    return true;
+  }
+
   // Notes a name that the scanner can compare, so that it may read the end tag.
   void noteName(const Run &name) {
     size_t prefixLength = 0;
@@ -445,10 +459,31 @@ class TreeBuilder {
     }
     const char last = name.begin[name.length - 1];
     if (name.begin[0] == ':' || last == ':' || mayEndMarkup(last)) return;
-    leafLength_ = name.length;
+    noteName(name.length, prefixLength);
+  }
+
+  void noteName(size_t length, size_t prefixLength) {
+    leafLength_ = length;
     leafPrefix_ = prefixLength;
-    open_->nameLength = notedNameLength(name.length);
+    open_->nameLength = notedNameLength(length);
     if (prefixLength != 0) open_->marks |= kNameIsWhole;
+  }
+
+  // The terminators of the strings that a whole name of an attribute becomes.
+  static void endNames(char *name, size_t length, size_t prefixSize) {
+    name[length] = '\0';
+    if (prefixSize != 0) name[prefixSize - 1] = '\0';
+  }
+
+  // The record of an attribute whose strings lie behind it, without the value.
+  XmlNode *fillNamed(char *memory, size_t length, size_t prefixSize) {
+    char *name = memory + kAttributeRecordSize;
+    XmlNode *attribute = recordAt(memory);
+    fillAttribute(attribute, allocation_.handle(), static_cast<uint16_t>(length - prefixSize),
+                  open_);
+    attribute->name = name + prefixSize;
+    if (prefixSize != 0) attribute->prefix = name;
+    return attribute;
   }
 
   // Allocates back to back in the session's last block, with room for whole vectors behind. If

@@ -37,6 +37,12 @@ inline void copyWide(char *to, const char *from) {
   copyHalfWide(to + kWidestCopy / 2, from + kWidestCopy / 2);
 }
 
+// Reads and writes less than 64 bytes too far. Returns where the copy ends.
+inline char *copyLong(char *to, const char *from, size_t length) {
+  for (size_t i = 0; i < length; i += kWidestCopy) copyWide(to + i, from + i);
+  return to + length;
+}
+
 // By vectors: g++ 12 would take a string instruction for memset, which is slow to begin.
 inline void clearWide(char *to) {
   for (size_t i = 0; i < kWidestCopy; i += kVectorSize) storeVector(to + i, Vector{});

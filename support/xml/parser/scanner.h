@@ -20,8 +20,8 @@ struct XmlParser {
 };
 
 // Recognises a token by one window of the structural index, if the token fits into it. It finds the
-// end of longer texts, values and attribute names by searching the index. It steps over comments
-// and processing instructions, and over CDATA sections in texts, by functions of the tokenizer. The
+// end of longer names, texts and values by searching the index. It steps over comments and
+// processing instructions, and over CDATA sections in texts, by functions of the tokenizer. The
 // tokenizer reads everything else, one step at a time. Both use the same builder.
 //
 // The hot members are inlined into two loops, one for elements with their texts and one for the
@@ -110,8 +110,7 @@ class Scanner {
   // A text with references.
   const char *scanDecoded(const char *text, uint64_t textEnds) {
     const ShortRun run = findPastReferences(text, '<', text, textEnds);
-    if (run.end != nullptr) return addText(run);
-    return builder_.isRootOpen() ? nullptr : scanLongText(text);
+    return run.end != nullptr ? addText(run) : scanLongText(text);
   }
 
  private:
@@ -208,11 +207,8 @@ class Scanner {
     const size_t skipped = whitespace + 1;
     const char *name = cursor + skipped;
     const uint64_t nameEnds = index_.windowBehind(kNameEnds, cursor, skipped);
-    if (nameEnds == 0) return nullptr;
     const size_t length = firstOf(nameEnds);
-    if (!isShort(length) || mayEndMarkup(name[length - 1])) {
-      return length == 0 ? scanUnnamed(name - 1) : nullptr;
-    }
+    if (!isShort(length) || mayEndMarkup(name[length - 1])) return scanUncommon(name - 1);
     const char *end = name + length;
     if (*end == '>') {
       const char *content = end + lengthOf(kTagEnd);
@@ -236,9 +232,9 @@ class Scanner {
   }
 
   const char *scanPrefixedTag(const char *name, size_t prefix, uint64_t nameEnds) {
-    if (nameEnds == 0) return nullptr;
     const size_t length = firstOf(nameEnds);
-    if (!isShort(length) || length == prefix + 1 || mayEndMarkup(name[length - 1])) return nullptr;
+    if (!isShort(length)) return scanLongTag(name);
+    if (length == prefix + 1 || mayEndMarkup(name[length - 1])) return nullptr;
     const char *end = name + length;
     const bool isWhole = endsTag(end) || isWhitespace(*end);
     return isWhole ? startTag(name, length, prefix) : nullptr;
@@ -311,7 +307,8 @@ class Scanner {
   // The text right behind a start tag.
   const char *scanText(const char *text) {
     const size_t length = builder_.leafLength();
-    if (!isShort(length) || text[-1] != '>' || endsTag(text)) return nullptr;
+    if (!isShort(length)) return scanLongText(text);
+    if (text[-1] != '>' || endsTag(text)) return nullptr;
     const uint64_t textEnds = index_.window(kTextEnds, text);
     if (textEnds == 0) return nullptr;
     const char *end = text + firstOf(textEnds);
@@ -324,7 +321,8 @@ class Scanner {
   // With its end tag.
   const char *addText(const ShortRun &text) {
     const size_t length = builder_.leafLength();
-    if (!closesLeaf(text.end, builder_.leafName(), length) || builder_.isRootOpen()) return nullptr;
+    if (builder_.isRootOpen()) return nullptr;
+    if (!closesLeaf(text.end, builder_.leafName(), length)) return scanTextBeforeMisc(text);
     return builder_.addShortText(text) ? behindEndTag(text.end, length) : nullptr;
   }
 
@@ -333,10 +331,10 @@ class Scanner {
     const size_t length = element->nameLength;
     const char *end = tag + lengthOf(kEndTagBegin) + length;
     if (!isShort(length) || *end != '>' || !isStoredName(end, element->name, length)) {
-      return nullptr;
+      return scanLongEndTag(tag);
     }
     // White space may be a value.
-    if (tag[-1] != '>' && builder_.isInContent()) return nullptr;
+    if (tag[-1] != '>' && builder_.isInContent()) return scanLongEndTag(tag);
     if (builder_.isRootOpen()) return nullptr;
     return builder_.endShortElement() ? end + lengthOf(kTagEnd) : nullptr;
   }
@@ -346,7 +344,7 @@ class Scanner {
   const char *endTag(const char *token) {
     if (*token == '>') return endStartTag(token + lengthOf(kTagEnd));
     if (!endsEmptyElement(token) || builder_.isRootOpen()) return nullptr;
-    if (!isShort(builder_.leafLength())) return nullptr;
+    if (!isShort(builder_.leafLength())) return endLongTag(token);
     return builder_.endShortEmptyElement() ? token + lengthOf(kEmptyTagEnd) : nullptr;
   }
 
@@ -409,50 +407,65 @@ class Scanner {
     const char *cursor = tokenizer_.cursor();
     if (builder_.isInTag()) return scanFarAttribute(cursor);
     const char *token = mayBeWhitespace(*cursor) ? index_.nextNonWhitespace(cursor) : cursor;
-    if (!builder_.hasOpen()) return scanTopTag(token);
-    if (beginsEndTag(token)) return scanLongEndTag(token);
-    // White space before other markup has no meaning.
-    const bool isText = *token != '<' || begins(token, kCdataBegin);
-    const char *end = isText ? scanLongText(token) : token;
+    const char *end = builder_.hasOpen() ? readLongContent(token) : startTopTag(token);
     if (end == nullptr || end == cursor) return false;
     tokenizer_.setCursor(end);
     return true;
   }
 
-  // Markup that does not begin with a name: a comment, a processing instruction, or a text that
-  // begins with a CDATA section.
-  [[gnu::noinline]] const char *scanUnnamed(const char *markup) {
-    if (begins(markup, kCdataBegin)) return builder_.isRootOpen() ? nullptr : scanLongText(markup);
+  // Markup that does not begin with a short name: a comment, a processing instruction, a text that
+  // begins with a CDATA section, or the start tag of a long name.
+  [[gnu::noinline]] const char *scanUncommon(const char *markup) {
+    if (begins(markup, kCdataBegin)) return scanLongText(markup);
     const char *end = tokenizer_.findMiscEnd(markup);
-    return end != markup ? end : nullptr;
+    return end != markup ? end : scanLongTag(markup + 1);
+  }
+
+  // The start tag of a long name.
+  [[gnu::noinline]] const char *scanLongTag(const char *name) {
+    const char *end = startLongTag(name);
+    return end != nullptr ? Machine::scanTag(this, end) : nullptr;
   }
 
   // The start tag of an element at the top, up to its attributes.
-  bool scanTopTag(const char *tag) {
-    const char *name = tag + 1;
-    if (*tag != '<') return false;
+  const char *startTopTag(const char *tag) { return *tag == '<' ? startLongTag(tag + 1) : nullptr; }
+
+  // From the name up to the attributes.
+  const char *startLongTag(const char *name) {
     const char *end = index_.nextNameEnd(name);
+    const size_t prefix = *end == ':' ? static_cast<size_t>(end - name) : 0;
     while (*end == ':') end = index_.nextNameEnd(end + 1);
     const bool isWhole = endsTag(end) || isWhitespace(*end);
-    if (!isWhole || end == name || mayEndMarkup(end[-1])) return false;
-    if (!builder_.startElement(tag, {name, static_cast<size_t>(end - name), true})) return false;
-    tokenizer_.setCursor(end);
-    return true;
+    if (!isWhole || end == name || *name == ':') return nullptr;
+    if (end[-1] == ':' || mayEndMarkup(end[-1])) return nullptr;
+    return builder_.startLongElement(name, static_cast<size_t>(end - name), prefix) ? end : nullptr;
+  }
+
+  // "/>" of a start tag.
+  [[gnu::noinline]] const char *endLongTag(const char *token) {
+    return builder_.endEmptyElement() && builder_.makeNext() ? token + lengthOf(kEmptyTagEnd)
+                                                             : nullptr;
+  }
+
+  // A text or an end tag. White space before other markup has no meaning.
+  const char *readLongContent(const char *token) {
+    if (beginsEndTag(token)) return readLongEndTag(token);
+    const bool isText = *token != '<' || begins(token, kCdataBegin);
+    return isText ? readLongText(token) : token;
   }
 
   // The end tag of the root, of a long name, or behind white space that is a value.
-  bool scanLongEndTag(const char *tag) {
+  const char *readLongEndTag(const char *tag) {
     const XmlNode *element = builder_.open();
     const size_t length = element->nameLength;
-    if (length == 0 || !isEndTag(tag, element->name, length)) return false;
-    if (builder_.isNameWhole() && !builder_.splitName()) return false;
+    if (length == 0 || !isEndTag(tag, element->name, length)) return nullptr;
+    if (builder_.isNameWhole() && !builder_.splitName()) return nullptr;
     const char *run = tag;
     while (run[-1] != '>' && builder_.isInContent()) --run;
     const bool isValue = run != tag;
-    if (isValue && !builder_.setText({run, static_cast<size_t>(tag - run), true})) return false;
+    if (isValue && !builder_.setText({run, static_cast<size_t>(tag - run), true})) return nullptr;
     builder_.closeInContent();
-    tokenizer_.setCursor(behindEndTag(tag, length));
-    return true;
+    return behindEndTag(tag, length);
   }
 
   // An attribute behind more white space than the loop takes.
@@ -463,8 +476,29 @@ class Scanner {
     return end != nullptr;
   }
 
+  // A text with comments and processing instructions between it and its end tag.
+  [[gnu::noinline]] const char *scanTextBeforeMisc(const ShortRun &text) {
+    const char *tag = tokenizer_.findBehindMisc(text.end);
+    if (tag == nullptr) return nullptr;
+    const size_t length = builder_.leafLength();
+    const bool isShown = tag != text.end && index_.hasWindow(tag);
+    if (!isShown || !closesLeaf(tag, builder_.leafName(), length)) return scanLongText(text.begin);
+    return builder_.addShortText(text) ? behindEndTag(tag, length) : nullptr;
+  }
+
+  // Within the loops, which need an open element behind the token as well.
+
+  [[gnu::noinline]] const char *scanLongEndTag(const char *tag) {
+    return builder_.isRootOpen() ? nullptr : readLongEndTag(tag);
+  }
+
+  [[gnu::noinline]] const char *scanLongText(const char *text) {
+    return builder_.isRootOpen() ? nullptr : readLongText(text);
+  }
+
   // The text of an element, with spaces before it and CDATA sections in it, and its end tag.
-  [[gnu::noinline]] const char *scanLongText(const char *token) {
+  // Between them may be comments and processing instructions.
+  const char *readLongText(const char *token) {
     const char *name = builder_.leafName();
     if (name == nullptr || *token == '\0' || endsTag(token)) return nullptr;
     auto [end, isVerbatim] = index_.findTextEnd(token);
@@ -472,14 +506,16 @@ class Scanner {
       end = tokenizer_.findTextEnd(end);
       isVerbatim = false;
     }
+    if (end == nullptr) return nullptr;
     const size_t nameLength = builder_.leafLength();
-    if (end == nullptr || !isEndTag(end, name, nameLength)) return nullptr;
+    const char *tag = beginsEndTag(end) ? end : tokenizer_.findBehindMisc(end);
+    if (tag == nullptr || !isEndTag(tag, name, nameLength)) return nullptr;
     const char *run = token;
     while (run[-1] == ' ') --run;
     if (!builder_.setText({run, static_cast<size_t>(end - run), isVerbatim})) return nullptr;
     if (builder_.isNameWhole() && !builder_.splitName()) return nullptr;
     builder_.close();
-    return behindEndTag(end, nameLength);
+    return behindEndTag(tag, nameLength);
   }
 
   bool isEndTag(const char *tag, const char *name, size_t length) const {
@@ -517,13 +553,12 @@ class Scanner {
     return isAdded ? close + 1 : nullptr;
   }
 
-  // With a short name, and a value behind which whole vectors can be read.
+  // With lengths that can be noted. The key of the name may be read from the bytes behind it.
   bool addLongAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value) {
-    const bool isNoted = value.length() - 1 < kLongestNotedValue;
-    if (!isShort(length) || !isNoted || !index_.hasWindow(value.end)) return false;
-    AttributeList *list = builder_.handedOver();
-    return builder_.isNewAttribute(name, length, prefixSize, list) &&
-           builder_.addLongAttribute(name, length, prefixSize, value, list);
+    const bool isNoted = notedNameLength(length) != 0 && value.length() - 1 < kLongestNotedValue;
+    if (!isNoted || !index_.hasWindow(value.end)) return false;
+    return builder_.isNewAttribute(name, length, prefixSize, builder_.handedOver()) &&
+           builder_.addLongAttribute(name, length, prefixSize, value);
   }
 
   TreeBuilder<Allocation> &builder_;

@@ -56,7 +56,7 @@ const char *StructuralIndex::nextCovered(Question question, const char *from) co
   return nullptr;
 }
 
-const char *StructuralIndex::next(Question question, const char *from) {
+const char *StructuralIndex::searchNext(Question question, const char *from) {
   for (;;) {
     if (const char *found = nextCovered(question, from)) return found;
     // From before the covered part as well: another search may have moved it on.
@@ -66,7 +66,7 @@ const char *StructuralIndex::next(Question question, const char *from) {
   }
 }
 
-StructuralIndex::Found StructuralIndex::findEnd(Question question, const char *from, char last) {
+StructuralIndex::Found StructuralIndex::searchEnd(Question question, const char *from, char last) {
   bool isVerbatim = true;
   const auto isFound = [&](const char *found) {
     if (*found == last || *found == '\0') return true;

@@ -84,8 +84,27 @@ class StructuralIndex {
 
   // Null if nothing is covered from here on.
   const char *nextCovered(Question question, const char *from) const;
-  const char *next(Question question, const char *from);
-  Found findEnd(Question question, const char *from, char last);
+  const char *searchNext(Question question, const char *from);
+  Found searchEnd(Question question, const char *from, char last);
+
+  // Most searches end in their first window.
+
+  uint64_t firstWindow(Question question, const char *from) const {
+    return hasWindow(from) ? window(question, from) : 0;
+  }
+
+  const char *next(Question question, const char *from) {
+    const uint64_t bits = firstWindow(question, from);
+    return bits != 0 ? from + std::countr_zero(bits) : searchNext(question, from);
+  }
+
+  Found findEnd(Question question, const char *from, char last) {
+    const uint64_t bits = firstWindow(question, from);
+    const char *found = from + std::countr_zero(bits);
+    if (bits != 0 && *found == last) return {found, true};
+    return searchEnd(question, from, last);
+  }
+
   void cover(const char *from, size_t words);
 
   uintptr_t begin_;        // of the covered part, perhaps before the copy

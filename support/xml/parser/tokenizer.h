@@ -59,6 +59,18 @@ class Tokenizer {
     return nullptr;
   }
 
+  // Behind the comments and processing instructions from here on, with the white space behind each.
+  // Null if one is malformed or not closed.
+  const char *findBehindMisc(const char *markup) {
+    for (;;) {
+      const char *end = findMiscEnd(markup);
+      if (end == nullptr) return nullptr;
+      const bool isSkipped = end != markup;
+      markup = skipWhitespace(end);
+      if (!isSkipped) return markup;
+    }
+  }
+
   // The '<' that ends a text, after any CDATA sections; null if the document ends first.
   static const char *findTextEnd(const char *text) {
     for (;;) {
@@ -122,16 +134,12 @@ class Tokenizer {
     return text;
   }
 
-  // Steps over comments, processing instructions and white space; false, with the cursor at it, for
-  // markup that is malformed or not closed.
+  // Steps over comments, processing instructions and white space. False if one is malformed or not
+  // closed.
   bool skipMisc() {
-    for (;;) {
-      const char *end = findMiscEnd(cursor_);
-      if (end == nullptr) return false;
-      const bool isSkipped = end != cursor_;
-      cursor_ = skipWhitespace(end);
-      if (!isSkipped) return true;
-    }
+    const char *end = findBehindMisc(cursor_);
+    if (end != nullptr) cursor_ = end;
+    return end != nullptr;
   }
 
   const char *findCommentEnd(const char *comment) {
