@@ -14,7 +14,7 @@ constexpr size_t kFirstChunk = 1024;
 constexpr size_t kLargestChunk = size_t{1} << 26;
 // Trimming leaves a gap in the heap that a longer output does not fit in. Up to this length it is
 // cheaper to copy.
-constexpr size_t kLongestCopied = size_t{64} * 1024;
+constexpr size_t kLongestCopied = size_t{16} * 1024;
 constexpr size_t kLongestOutput = UINT32_MAX;
 
 char *reallocate(char *memory, size_t size) {
