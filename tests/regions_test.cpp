@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
@@ -27,7 +28,7 @@ struct Refused {
   bool advice, residency;
 };
 Refused g_refused = {};
-size_t g_advices = 0;  // that were followed
+std::atomic<size_t> g_advices = 0;  // that were followed
 
 int refuse() {
   errno = ENOSYS;
