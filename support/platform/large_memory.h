@@ -8,8 +8,8 @@ namespace neb::platform {
 // Huge pages are mapped and cleared at a seventh of the cost of so many small ones.
 constexpr size_t kHugePageSize = size_t{2} * 1024 * 1024;
 
-// What the C library keeps in front of an allocation, and more. If huge allocations are smaller by
-// so much, they can follow each other without a gap.
+// What the C library keeps in front of an allocation, and more. An allocation that is smaller by so
+// much than its huge pages is mapped as those pages, without another one.
 constexpr size_t kHeapHeader = 4096;
 
 // An allocation of malloc, to be freed by free, and the part of it that is used.

@@ -80,8 +80,7 @@
  *
  * Cost
  *
- *   Constant unless a function says otherwise. No function recurses over the depth or the width of
- *   a tree.
+ *   Constant unless a function says otherwise. No function recurses over a tree's depth or width.
  */
 #ifndef NEB_XML_H
 #define NEB_XML_H
@@ -188,8 +187,7 @@ typedef struct XmlNode XmlNode;
  * instructions and one document type declaration are skipped. References are the five predefined
  * entities and numeric ones. An element holds elements or text, not both. A document may have
  * several top-level elements: the first becomes the document node and the others its next siblings.
- * Without a session those remain the caller's when the document is freed, and are freed like any
- * node.
+ * Without a session those remain the caller's when the document is freed; free them like any node.
  *
  * A failed parse leaves no allocation behind. Cost: linear in the document, constant stack.
  */
@@ -250,8 +248,7 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseEx(const char *text, XmlNode 
  * path    passed unchanged to the open hook.
  * outDoc  receives the document node on success; unchanged on every failure.
  *
- * The document ends at the first NUL byte of the file, or at its end. Results as for NEB_XML_Parse,
- * and
+ * The document ends at the first NUL byte or with the file. Results as for NEB_XML_Parse, and
  *   NEB_XML_ERR_INVALID_PARAM  a null argument;
  *   NEB_XML_ERR_FILE_OPEN      the open hook returned no stream;
  *   NEB_XML_ERR_FILE_READ      the file could not be measured (no tell hook, a tell that fails, a
@@ -337,8 +334,7 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformTail(const XmlNode *start
  *       without a reader it cannot be opened, and if the reader leaves, SIGPIPE is raised.
  * Returns the results of NEB_XML_Transform, the file then being unchanged;
  * NEB_XML_ERR_FILE_OPEN if the file cannot be opened or the path is longer;
- * NEB_XML_ERR_FILE_WRITE if the output was not written whole (a full disk): the file stays as far
- * as it was written.
+ * NEB_XML_ERR_FILE_WRITE if the output was not written whole (a full disk): what was written stays.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *path);
 
@@ -678,8 +674,7 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetNode(XmlNode *node, const char 
  * integer decimal digits, with an optional sign in the signed types, within the type's range.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an unknown type, a node
- * without a value, or a value of another form or out of range. On failure the variable is
- * unchanged.
+ * without a value, or a value of another form or out of range. On failure *variable is unchanged.
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeValueEx(const XmlNode *node, uint32_t type, void *variable);
 
@@ -822,7 +817,6 @@ NEB_XML_API uint32_t XML_MemSessionEnd(uint32_t handle);
  *
  * Memory must be aligned as malloc aligns it. The hooks must not call the library. Memory is freed
  * by the free hook that is registered at that moment.
- *
  * Each block of a session is one call of callocHook. While malloc, calloc and free themselves are
  * registered, one allocation holds many blocks instead, and on Linux its pages are mapped ahead.
  * After a parse, resident memory exceeds the blocks by at most 15 % or 64 KiB, whichever is larger;
@@ -831,7 +825,6 @@ NEB_XML_API uint32_t XML_MemSessionEnd(uint32_t handle);
  * again and 4 MiB. If that or mlockall matters, register functions that call malloc, calloc and
  * free. Everything is freed with the session; as of any freed memory, malloc may keep some MiB.
  * A program that replaces malloc, calloc and free for all its libraries must replace realloc too.
- *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null hook, all three then unchanged.
  */
 NEB_XML_API uint32_t NEB_XML_RegMemFunc(void *(*mallocHook)(size_t),

@@ -21,13 +21,8 @@ inline void fillRecord(XmlNode *record, int8_t type, uint32_t handle, uint16_t n
   record->next = nullptr;
 }
 
-// A record of any kind without strings and links.
-inline void fillEmpty(XmlNode *record, uint32_t type, uint32_t handle) {
-  fillRecord(record, static_cast<int8_t>(type), handle, 0);
-  record->name = nullptr;
-  record->value = nullptr;
-  record->nameOwned = 0;
-  record->valueOwned = 0;
+// The links of a detached node, and what only a document has.
+inline void clearLinks(XmlNode *record, uint32_t type) {
   record->parent = nullptr;
   if (type == NEB_XML_NODE_ATTRIBUTE) return;
   record->prev = nullptr;
@@ -37,6 +32,16 @@ inline void fillEmpty(XmlNode *record, uint32_t type, uint32_t handle) {
   if (type != NEB_XML_NODE_DOCUMENT) return;
   record->isDocument = 1;
   std::memset(record->nameTable, 0, sizeof record->nameTable);
+}
+
+// A record of any kind without strings and links.
+inline void fillEmpty(XmlNode *record, uint32_t type, uint32_t handle) {
+  fillRecord(record, static_cast<int8_t>(type), handle, 0);
+  record->name = nullptr;
+  record->value = nullptr;
+  record->nameOwned = 0;
+  record->valueOwned = 0;
+  clearLinks(record, type);
 }
 
 // An attribute of an element, of which name and value are missing.

@@ -164,15 +164,7 @@ class SessionCopier {
     noteValueLength(copy, strings.value);
     copy->nameOwned = strings.name != 0 ? 1 : 0;
     copy->valueOwned = strings.value != 0 ? 1 : 0;
-    copy->parent = nullptr;
-    if (type == NEB_XML_NODE_ATTRIBUTE) return;
-    copy->prev = nullptr;
-    copy->firstChild = nullptr;
-    copy->lastChild = nullptr;
-    copy->firstAttr = nullptr;
-    if (type != NEB_XML_NODE_DOCUMENT) return;
-    copy->isDocument = 1;
-    std::memset(copy->nameTable, 0, sizeof copy->nameTable);
+    clearLinks(copy, type);
   }
 
   // Copies a string behind what has been copied into one allocation.
