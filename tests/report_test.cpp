@@ -103,7 +103,7 @@ TEST(Report, FailuresWithoutAPlace) {
     EXPECT_STREQ(error.reason, reason);
     EXPECT_EQ(error.line + error.column + error.offset + error.endNameLength, 0U);
     for (const size_t field : error.reserved) EXPECT_EQ(field, 0U);
-    error = {7, "", 7, 7, 7, 7, 7, 7, 7, 7, {7, 7, 7, 7, 7, 7}};
+    error = {7, "", 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, {7, 7, 7}};
   };
   const auto expectOfFile = [&](const char *path, uint32_t code, const char *reason) {
     expect(NEB_XML_ParseFileInfo(path, 0, &document, &error), code, reason);

@@ -156,7 +156,19 @@ enum NEB_XML_RESULT {
   /** Seeking in, measuring or reading the input file failed. */
   NEB_XML_ERR_FILE_READ = 0x1F000709,
   /** The caller's buffer cannot hold the answer. */
-  NEB_XML_ERR_BUFFER_TOO_SMALL = 0x1F00070A
+  NEB_XML_ERR_BUFFER_TOO_SMALL = 0x1F00070A,
+  /** A document that may well be XML uses what a tree of elements and texts cannot hold. */
+  NEB_XML_ERR_UNSUPPORTED = 0x1F00070B,
+  /** A document exceeds a limit that the caller has set. */
+  NEB_XML_ERR_LIMIT = 0x1F00070C,
+  /** No XML document can hold what is to be written. */
+  NEB_XML_ERR_UNWRITABLE = 0x1F00070D,
+  /** The value to be read is empty, or there is none. */
+  NEB_XML_ERR_EMPTY_VALUE = 0x1F00070E,
+  /** The value to be read is not of the type's form. */
+  NEB_XML_ERR_MALFORMED_VALUE = 0x1F00070F,
+  /** The value to be read has the type's form, but the type cannot hold it. */
+  NEB_XML_ERR_OUT_OF_RANGE = 0x1F000710
 };
 
 /** Node types. */
@@ -194,7 +206,12 @@ typedef struct XmlNode XmlNode;
 
 /** Flags of NEB_XML_ParseBuffer and NEB_XML_ParseFileInfo. */
 enum NEB_XML_PARSE_FLAG {
-  NEB_XML_PARSE_SESSION = 1 /**< The document owns a memory session, as from NEB_XML_ParseEx. */
+  /** The document owns a memory session, as from NEB_XML_ParseEx. */
+  NEB_XML_PARSE_SESSION = 1,
+  /** Accepts only what XML 1.0 calls well-formed, as NEB_XML_Read does. */
+  NEB_XML_PARSE_STRICT = 2,
+  /** With NEB_XML_PARSE_STRICT: refuses a document type declaration. */
+  NEB_XML_PARSE_NO_DOCTYPE = 4
 };
 
 /**
@@ -217,7 +234,10 @@ typedef struct NEB_XML_PARSE_ERROR {
   size_t startNameOffset; /**< The name of the start tag that it should close. */
   size_t startNameLength; /**< 0 also if memory ran out while that was searched. */
   size_t startTagOffset;  /**< The '<' of that start tag. */
-  size_t reserved[6];     /**< For later versions. This version sets them to 0. */
+  size_t systemError;     /**< The errno of a file call that failed; 0 if there is none. */
+  size_t nameOffset;      /**< The name that the reason is about, of whatever it is the name. */
+  size_t nameLength;      /**< 0 if the reason is about no name. */
+  size_t reserved[3];     /**< For later versions. This version sets them to 0. */
 } NEB_XML_PARSE_ERROR;
 
 /**
@@ -293,6 +313,26 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseBuffer(const char *bytes, siz
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags,
                                                             XmlNode **outDoc,
                                                             NEB_XML_PARSE_ERROR *error);
+
+/**
+ * How NEB_XML_Read and NEB_XML_Load read. A zeroed record, and a null pointer to one, mean the
+ * defaults. To set a field, set size too: a record of size 0 with other fields that are not 0 is
+ * refused, and so are unknown flags and, in a record of a later version, unknown fields in use.
+ */
+typedef struct NEB_XML_READ_OPTIONS {
+  size_t size;       /**< sizeof(NEB_XML_READ_OPTIONS). */
+  uint32_t flags;    /**< NEB_XML_PARSE_NO_DOCTYPE, or 0. */
+  uint32_t maxDepth; /**< The most elements inside each other, the root included; 0: no limit. */
+  size_t maxNodes;   /**< The most elements and attributes together; 0: no limit. */
+  size_t maxBytes;   /**< The most memory to be allocated at once while reading; 0: no limit. */
+  /** Allocates for this document, aligned as malloc aligns; null: the allocation hooks. */
+  void *(*allocate)(void *context, size_t size);
+  /** Frees what allocate returned, never null. Both are set, or neither. */
+  void (*release)(void *context, void *memory);
+  void *context;      /**< Passed to both. */
+  char *message;      /**< Receives a sentence about the failure, with names; may be null. */
+  size_t messageSize; /**< Of that buffer in bytes. A longer sentence is cut, and terminated. */
+} NEB_XML_READ_OPTIONS;
 
 /* --- Printing and saving ---------------------------------------------------------------------- */
 /*

@@ -4,6 +4,8 @@
 #include <bit>
 #include <cstring>
 
+#include "characters/characters.h"
+#include "characters/utf8.h"
 #include "parser/reasons.h"
 #include "platform/bounded_memory.h"
 #include "simd/vector.h"
@@ -14,7 +16,6 @@ namespace neb::xml::internal {
 namespace {
 
 constexpr size_t kTerminator = 1;
-constexpr uint32_t kLargestCharacter = 0x10FFFF;
 constexpr uint32_t kNotADigit = UINT32_MAX;
 constexpr size_t kStride = 4 * kVectorSize;
 
@@ -24,37 +25,6 @@ uint32_t digitOf(char byte, uint32_t base) {
   if (byte >= 'a' && byte <= 'f') return static_cast<uint32_t>(byte - 'a') + 10;
   if (byte >= 'A' && byte <= 'F') return static_cast<uint32_t>(byte - 'A') + 10;
   return kNotADigit;
-}
-
-// The Char production of XML 1.0.
-bool isCharacter(uint32_t code) {
-  if (code < 0x20) return code == 0x9 || code == 0xA || code == 0xD;
-  if (code < 0xD800) return true;
-  if (code < 0xE000) return false;
-  return code < 0xFFFE || (code >= 0x10000 && code <= kLargestCharacter);
-}
-
-char utf8Tail(uint32_t code, unsigned shift) {
-  return static_cast<char>(0x80 | ((code >> shift) & 0x3F));
-}
-
-char *writeUtf8(char *to, uint32_t code) {
-  if (code < 0x80) {
-    *to++ = static_cast<char>(code);
-  } else if (code < 0x800) {
-    *to++ = static_cast<char>(0xC0 | (code >> 6));
-    *to++ = utf8Tail(code, 0);
-  } else if (code < 0x10000) {
-    *to++ = static_cast<char>(0xE0 | (code >> 12));
-    *to++ = utf8Tail(code, 6);
-    *to++ = utf8Tail(code, 0);
-  } else {
-    *to++ = static_cast<char>(0xF0 | (code >> 18));
-    *to++ = utf8Tail(code, 12);
-    *to++ = utf8Tail(code, 6);
-    *to++ = utf8Tail(code, 0);
-  }
-  return to;
 }
 
 // Decodes one run into a string with room for the undecoded run.

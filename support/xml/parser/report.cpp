@@ -15,7 +15,7 @@ namespace {
 
 // For failures that have no position in a document.
 uint32_t reportWithoutPosition(uint32_t code, const char *reason, NEB_XML_PARSE_ERROR *error) {
-  if (error != nullptr) *error = {code, reason, 0, 0, 0, 0, 0, 0, 0, 0, {}};
+  if (error != nullptr) *error = {code, reason, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, {}};
   return code;
 }
 

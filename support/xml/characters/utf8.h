@@ -1,0 +1,26 @@
+// Characters as UTF-8.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace neb::xml::internal {
+
+struct Character {
+  uint32_t code;
+  size_t length;  // of its UTF-8 in bytes; 0 if no well-formed UTF-8 of an XML character is there
+};
+
+// The character that begins here. Nothing from the end on is read.
+Character characterAt(const char *from, const char *end);
+
+// The first byte that does not belong to well-formed UTF-8 of characters that XML allows; the end
+// if there is none.
+const char *findForbidden(const char *from, const char *end);
+
+inline constexpr size_t kLongestUtf8 = 4;
+
+// Writes a character of at most kLargestCharacter. Returns the end of its UTF-8.
+char *writeUtf8(char *to, uint32_t code);
+
+}  // namespace neb::xml::internal
