@@ -16,6 +16,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "memory/hooks.h"
 #include "parser/limits.h"
@@ -64,9 +65,9 @@ struct ReadRequest {
   size_t messageSize = 0;
 };
 
-// Parses a NUL-terminated document into a tree with a session of its own, or on the heap. Returns
+// Parses a document with a terminator behind it into a tree with a session of its own, or on the heap. Returns
 // NEB_XML_OK, NEB_XML_ERR_SYNTAX, also if memory for the tree runs out or a limit is exceeded, or
 // NEB_XML_ERR_NO_MEMORY if it runs out before the tree is begun. *document is set on success only.
-uint32_t parseDocument(const char *text, const ReadRequest &request, XmlNode **document);
+uint32_t parseDocument(std::string_view text, const ReadRequest &request, XmlNode **document);
 
 }  // namespace neb::xml::internal

@@ -174,10 +174,9 @@ uint32_t parseAndReport(const char *bytes, size_t length, const ReadRequest &req
   const char *text = bytes + mark.length;
   const char *end = bytes + length;
   XmlNode *parsed = nullptr;
-  // The parser takes a NUL for the end, which strict reading does not allow before it.
-  const bool isCut = request.isStrict && std::strlen(text) != static_cast<size_t>(end - text);
-  const uint32_t result =
-      isCut ? uint32_t{NEB_XML_ERR_SYNTAX} : parseDocument(text, request, &parsed);
+  // Lenient documents end at a NUL.
+  const size_t parsedLength = request.isStrict ? length - mark.length : std::strlen(text);
+  const uint32_t result = parseDocument({text, parsedLength}, request, &parsed);
   if (result == NEB_XML_OK) {
     *outDoc = parsed;
     return result;
