@@ -623,7 +623,7 @@ class Scanner {
     const char *value = end + 2;
     const auto found = index_.findValueEnd(value, end[1]);
     const char *close = found.end;
-    const bool isVerbatim = found.isVerbatim && !found.holdsWhitespace;
+    const bool isVerbatim = found.isVerbatim && !(kIsStrict && found.holdsWhitespace);
     if (*close == '\0') return nullptr;
     const size_t prefixSize = colon != nullptr ? static_cast<size_t>(colon + 1 - name) : 0;
     const auto length = static_cast<size_t>(end - name);

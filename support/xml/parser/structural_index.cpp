@@ -71,22 +71,21 @@ const char *StructuralIndex::searchNext(Question question, const char *from) {
 }
 
 StructuralIndex::Found StructuralIndex::searchEnd(Question question, const char *from, char last) {
-  Found result = {nullptr, true};
-  const auto isFound = [&](const char *found) {
-    if (*found == last || *found == '\0') return true;
-    result.isVerbatim = result.isVerbatim && *found != '&' && *found != '<';
+  bool isVerbatim = true;
+  bool holdsBracket = false;
+  bool holdsWhitespace = false;
+  const char *found = nextCovered(question, from);
+  while (found != nullptr && *found != last && *found != '\0') {
+    isVerbatim = isVerbatim && *found != '&' && *found != '<';
     if (isStrict_) {
-      result.holdsBracket = result.holdsBracket || *found == ']';
-      result.holdsWhitespace = result.holdsWhitespace || isWhitespace(*found);
+      holdsBracket = holdsBracket || *found == ']';
+      holdsWhitespace = holdsWhitespace || isWhitespace(*found);
     }
-    return false;
-  };
-  result.end = nextCovered(question, from);
-  while (result.end != nullptr && !isFound(result.end)) {
-    from = result.end + 1;
-    result.end = nextCovered(question, from);
+    from = found + 1;
+    found = nextCovered(question, from);
   }
-  return result.end != nullptr ? result : searchFarEnd(result, from, last);
+  const Found result = {found, isVerbatim, holdsBracket, holdsWhitespace};
+  return found != nullptr ? result : searchFarEnd(result, from, last);
 }
 
 // The run is longer than the covered part.
