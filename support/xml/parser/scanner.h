@@ -516,7 +516,7 @@ class Scanner {
     const char *run = tag;
     while (run[-1] != '>' && builder_.isInContent()) --run;
     const bool isValue = run != tag;
-    if (isValue && !setLongText(tag, {tag, true})) return nullptr;
+    if (isValue && !setRun(run, {tag, true})) return nullptr;
     builder_.closeInContent();
     return behindEndTag(tag, length);
   }
@@ -590,14 +590,24 @@ class Scanner {
   bool setLongText(const char *token, const StructuralIndex::Found &text) {
     const char *run = token;
     while (kIsStrict ? isWhitespace(run[-1]) : run[-1] == ' ') --run;
+    const bool isRefused =
+        kIsStrict && text.holdsBracket && findSectionEnd(token, text.end) != nullptr;
+    return !isRefused && setRun(run, text);
+  }
+
+  // The white space at the beginning of the run has not been searched.
+  bool setRun(const char *run, const StructuralIndex::Found &text) {
     const auto length = static_cast<size_t>(text.end - run);
     if constexpr (kIsStrict) {
-      if (text.holdsBracket && findSectionEnd(token, text.end) != nullptr) return false;
-      if (text.holdsWhitespace || holds(run, token, '\r')) {
-        return builder_.setText({run, length, false, Decoding::strictText});
-      }
+      const bool holdsReturn = text.holdsWhitespace || beginsWithReturn(run);
+      if (holdsReturn) return builder_.setText({run, length, false, Decoding::strictText});
     }
     return builder_.setText({run, length, text.isVerbatim});
+  }
+
+  static bool beginsWithReturn(const char *run) {
+    while (isWhitespace(*run) && *run != '\r') ++run;
+    return *run == '\r';
   }
 
   bool isEndTag(const char *tag, const char *name, size_t length) const {
