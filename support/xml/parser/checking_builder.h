@@ -1,6 +1,7 @@
 // The builder that makes no tree: it finds why and where a document is malformed.
 #pragma once
 
+#include "memory/allocator.h"
 #include "parser/markup.h"
 #include "record/node.h"
 #include "tree/duplicates.h"
@@ -12,7 +13,9 @@ namespace neb::xml::internal {
 // attribute names of one tag. Functions that return bool return false once the parse has failed.
 class CheckingBuilder {
  public:
-  CheckingBuilder() = default;
+  // What is copied comes from an allocator, which outlives the builder.
+  explicit CheckingBuilder(const Allocator &allocator = kHooks)
+      : allocator_(allocator), duplicates_(DuplicateDetector::Compared::asStored, allocator) {}
   ~CheckingBuilder();
   CheckingBuilder(const CheckingBuilder &) = delete;
   CheckingBuilder &operator=(const CheckingBuilder &) = delete;
@@ -60,11 +63,14 @@ class CheckingBuilder {
   const OpenTag &innermost() const { return tags_[openTags_ - 1]; }
   bool failForMemory(const char *at);
   bool checkRun(const Run &run);
+  XmlNode *makeAttribute() const;
   char *copyRun(const Run &run);
+  void releaseCopy(char *copy, const Run &run) const;
   bool checkPrefix(const char *name, size_t length);
   bool growTags();
   void freeAttributes();
 
+  const Allocator &allocator_;
   Failure failure_;
   OpenTag *tags_ = nullptr;
   size_t openTags_ = 0;
@@ -72,7 +78,7 @@ class CheckingBuilder {
   bool isInTag_ = false;
   bool isInContent_ = false;
   bool isLastStartedOpen_ = false;
-  XmlNode *firstAttribute_ = nullptr;  // of the tag; heap nodes without values
+  XmlNode *firstAttribute_ = nullptr;  // of the tag; see makeAttribute
   XmlNode *lastAttribute_ = nullptr;
   DuplicateDetector duplicates_;
   DuplicateDetector::Seen seen_;

@@ -71,7 +71,8 @@ bool LoadedDocument::copy(const char *bytes, size_t length) {
 
 // With the terminator.
 char *LoadedDocument::allocate(size_t length) {
-  memory_ = allocateToFill(length + kTerminator);
+  size_ = length + kTerminator;
+  memory_ = allocateToFill(allocator_, size_);
   if (memory_.allocation == nullptr) return nullptr;
   memory_.begin[length] = '\0';
   return memory_.begin;

@@ -53,18 +53,21 @@ using WideMachine = AnyMachine;
 // Memory for the record of one parse, in an arena or on the heap.
 class RecordMemory {
  public:
-  RecordMemory() : memory_(XML_Malloc(nullptr, kSize)) {}
-  ~RecordMemory() { XML_Free(nullptr, memory_); }
+  explicit RecordMemory(const Allocator &allocator)
+      : allocator_(allocator), memory_(allocator.allocate(kSize)) {}
+  ~RecordMemory() { allocator_.release(memory_, kSize); }
   RecordMemory(const RecordMemory &) = delete;
   RecordMemory &operator=(const RecordMemory &) = delete;
 
   explicit operator bool() const { return memory_ != nullptr; }
   void *get() const { return memory_; }
+  const Allocator &allocator() const { return allocator_; }
 
  private:
   static constexpr size_t kSize =
       std::max(sizeof(XmlParser<HeapAllocation>), sizeof(XmlParser<ArenaAllocation>));
 
+  const Allocator &allocator_;
   void *memory_;
 };
 
@@ -89,7 +92,7 @@ uint32_t parseInto(const RecordMemory &record, const char *text, bool withSessio
         isWide ? parseWith<HeapAllocation, WideMachine> : parseWith<HeapAllocation, AnyMachine>;
     return parse(record, text, 0, document);
   }
-  NewSession session;
+  NewSession session(record.allocator());
   if (session.handle() == 0) return NEB_XML_ERR_NO_MEMORY;
   const auto parse =
       isWide ? parseWith<ArenaAllocation, WideMachine> : parseWith<ArenaAllocation, AnyMachine>;
@@ -105,7 +108,7 @@ uint32_t parseText(const char *text, bool withSession, XmlNode **outDoc) {
 }
 
 uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
-  const RecordMemory record;
+  const RecordMemory record(kHooks);
   if (!record) return NEB_XML_ERR_NO_MEMORY;
   LoadedDocument loaded;
   const uint32_t result = loaded.load(path);
@@ -115,8 +118,9 @@ uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
 
 }  // namespace
 
-uint32_t parseDocument(const char *text, bool withSession, XmlNode **document) {
-  const RecordMemory record;
+uint32_t parseDocument(const char *text, bool withSession, XmlNode **document,
+                       const Allocator &allocator) {
+  const RecordMemory record(allocator);
   if (!record) return NEB_XML_ERR_NO_MEMORY;
   return parseInto(record, text, withSession, document);
 }

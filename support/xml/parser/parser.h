@@ -17,7 +17,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "memory/hooks.h"
+#include "memory/allocator.h"
 #include "record/node.h"
 
 namespace neb::xml::internal {
@@ -25,8 +25,9 @@ namespace neb::xml::internal {
 // A document that was loaded or copied; freed with the object.
 class LoadedDocument {
  public:
-  LoadedDocument() = default;
-  ~LoadedDocument() { freeOnHeap(memory_.allocation); }
+  // The allocator outlives the object.
+  explicit LoadedDocument(const Allocator &allocator = kHooks) : allocator_(allocator) {}
+  ~LoadedDocument() { allocator_.release(memory_.allocation, size_); }
   LoadedDocument(const LoadedDocument &) = delete;
   LoadedDocument &operator=(const LoadedDocument &) = delete;
 
@@ -46,13 +47,18 @@ class LoadedDocument {
   uint32_t read(const File &file);
   char *allocate(size_t length);
 
+  const Allocator &allocator_;
   platform::LargeMemory memory_ = {};
+  size_t size_ = 0;  // of the memory
   const char *text_ = nullptr;
 };
 
 // Parses a NUL-terminated document into a tree with a session of its own, or on the heap. Returns
 // NEB_XML_OK, NEB_XML_ERR_SYNTAX, also if memory for the tree runs out, or NEB_XML_ERR_NO_MEMORY if
-// it runs out before the tree is begun. *document is set on success only.
-uint32_t parseDocument(const char *text, bool withSession, XmlNode **document);
+// it runs out before the tree is begun. *document is set on success only. A session takes its
+// memory from the allocator, and so does whatever else the parse needs; a tree on the heap has the
+// hooks. A limit that refused something knows it: see MemoryLimit::wasExceeded.
+uint32_t parseDocument(const char *text, bool withSession, XmlNode **document,
+                       const Allocator &allocator = kHooks);
 
 }  // namespace neb::xml::internal
