@@ -51,25 +51,32 @@ TEST(InputFile, IsReadWholeOrRefused) {
     std::string path;
     Reading reading;
     uint32_t result;
+    size_t systemError = 0;
   };
-  for (const auto &[name, reading, result] : {Case{path, {}, kOk},
-                                              {path, {1, 0, 0}, kOk},
-                                              {path, {3, 2, EINTR}, kOk},
-                                              {path, {SIZE_MAX, 1, EIO}, kFileRead},
-                                              {path, {4, 3, EIO}, kFileRead},
-                                              {path, {SIZE_MAX, 1, 0}, kFileRead},
-                                              {path, {5, 2, 0}, kFileRead},
-                                              {empty, {}, kSyntax},
-                                              {path + ".none", {}, kFileOpen},
-                                              {path + "/a", {}, kFileOpen},
-                                              {"", {}, kFileOpen},
-                                              {"/", {}, kFileRead},
-                                              {"/proc/self/status", {}, kSyntax},
-                                              {fifo, {}, kFileRead}}) {
+  for (const auto &[name, reading, result, systemError] :
+       {Case{path, {}, kOk},
+        {path, {1, 0, 0}, kOk},
+        {path, {3, 2, EINTR}, kOk},
+        {path, {SIZE_MAX, 1, EIO}, kFileRead, EIO},
+        {path, {4, 3, EIO}, kFileRead, EIO},
+        {path, {SIZE_MAX, 1, 0}, kFileRead},
+        {path, {5, 2, 0}, kFileRead},
+        {empty, {}, kSyntax},
+        {path + ".none", {}, kFileOpen, ENOENT},
+        {path + "/a", {}, kFileOpen, ENOTDIR},
+        {"", {}, kFileOpen, ENOENT},
+        {"/", {}, kFileRead, EISDIR},
+        {"/proc/self/status", {}, kSyntax},
+        {fifo, {}, kFileRead, ESPIPE}}) {
     g_reading = reading;
     g_readCalls = 0;
     XmlNode *document = nullptr;
-    EXPECT_EQ(NEB_XML_ParseFileEx(name.c_str(), &document), result) << name;
+    NEB_XML_PARSE_ERROR error = {};
+    errno = EDOM;
+    EXPECT_EQ(NEB_XML_ParseFileInfo(name.c_str(), NEB_XML_PARSE_SESSION, &document, &error), result)
+        << name;
+    EXPECT_EQ(error.systemError, systemError) << name;
+    EXPECT_NE(errno, 0);
     EXPECT_EQ(document == nullptr ? "" : trees::printed(document),
               result == kOk ? "<a>text</a>\n" : "");
     NEB_XML_FreeNode(document);

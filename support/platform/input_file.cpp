@@ -7,6 +7,25 @@
 
 namespace neb::platform {
 
+namespace {
+
+// The system reads large files and pipes in parts. Fewer bytes than count: the file has ended.
+// Negative if a part cannot be read.
+template <typename ReadPart>
+int64_t fill(size_t count, ReadPart readPart) {
+  size_t done = 0;
+  while (done < count) {
+    errno = 0;
+    const ssize_t part = readPart(done);
+    if (part == 0) break;
+    if (part < 0 && errno != EINTR) return part;
+    if (part > 0) done += static_cast<size_t>(part);
+  }
+  return static_cast<int64_t>(done);
+}
+
+}  // namespace
+
 InputFile::InputFile(const char *path) : file_(open(path, O_RDONLY | O_CLOEXEC)) {}
 
 InputFile::~InputFile() {
@@ -19,15 +38,16 @@ int64_t InputFile::length() const {
   return end >= 0 ? end : lseek(file_, 0, SEEK_CUR);
 }
 
-// The system reads large files in parts.
+int InputFile::lengthError() const {
+  char first = '\0';
+  return read(&first, 1) ? 0 : errno;
+}
+
 bool InputFile::read(char *bytes, size_t count) const {
-  size_t done = 0;
-  while (done < count) {
-    const ssize_t part = pread(file_, bytes + done, count - done, static_cast<off_t>(done));
-    if (part == 0 || (part < 0 && errno != EINTR)) return false;
-    if (part > 0) done += static_cast<size_t>(part);
-  }
-  return true;
+  const auto readPart = [&](size_t done) {
+    return pread(file_, bytes + done, count - done, static_cast<off_t>(done));
+  };
+  return fill(count, readPart) == static_cast<int64_t>(count);
 }
 
 }  // namespace neb::platform

@@ -1,5 +1,7 @@
 // Loading documents from files and buffers.
+#include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "parser/copying.h"
 #include "parser/parser.h"
@@ -32,6 +34,8 @@ class HookedFile {
     return XML_Ftell(stream_);
   }
 
+  static int lengthError() { return errno; }
+
   bool read(char *bytes, size_t count) const {
     return XML_Fseek(stream_, 0, kSeekFromStart) == 0 &&
            XML_Fread(bytes, 1, count, stream_) == count;
@@ -41,41 +45,76 @@ class HookedFile {
   FILE *stream_;
 };
 
+// No library may clear errno. It is cleared in here, so that it tells what a hook has set.
+template <typename Call>
+uint32_t keepingErrno(Call call) {
+  const int before = std::exchange(errno, 0);
+  const uint32_t result = call();
+  if (errno == 0) errno = before;
+  return result;
+}
+
 }  // namespace
 
 uint32_t LoadedDocument::load(const char *path) {
-  return usesDefaultFiles() ? read(platform::InputFile(path)) : read(HookedFile(path));
+  return keepingErrno([&] {
+    return usesDefaultFiles() ? read(platform::InputFile(path)) : read(HookedFile(path));
+  });
 }
 
 template <typename File>
 uint32_t LoadedDocument::read(const File &file) {
-  if (!file.isOpen()) return NEB_XML_ERR_FILE_OPEN;
+  if (!file.isOpen()) return failWithError(NEB_XML_ERR_FILE_OPEN, errno);
+  errno = 0;
   const int64_t length = file.length();
-  if (!isLoadableLength(length)) return NEB_XML_ERR_FILE_READ;
+  if (!isLoadableLength(length)) return failWithError(NEB_XML_ERR_FILE_READ, file.lengthError());
   if (length == 0) return NEB_XML_ERR_SYNTAX;
-  char *text = allocate(static_cast<size_t>(length));
-  if (text == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  if (!file.read(text, static_cast<size_t>(length))) return NEB_XML_ERR_FILE_READ;
-  text_ = text;
+  return readKnown(file, static_cast<size_t>(length));
+}
+
+template <typename File>
+uint32_t LoadedDocument::readKnown(const File &file, size_t length) {
+  if (!grow(0, length + kTerminator)) return NEB_XML_ERR_NO_MEMORY;
+  errno = 0;
+  if (!file.read(memory_.begin, length)) return failWithError(NEB_XML_ERR_FILE_READ, errno);
+  setLength(length);
   return NEB_XML_OK;
 }
 
 bool LoadedDocument::copy(const char *bytes, size_t length) {
   const size_t size = strnlen(bytes, length);
-  char *text = allocate(size);
-  if (text == nullptr) return false;
-  std::memcpy(text, bytes, size);
-  text_ = text;
+  if (!grow(0, size + kTerminator)) return false;
+  std::memcpy(memory_.begin, bytes, size);
+  setLength(size);
   return true;
 }
 
-// With the terminator.
-char *LoadedDocument::allocate(size_t length) {
-  size_ = length + kTerminator;
-  memory_ = allocateToFill(allocator_, size_);
-  if (memory_.allocation == nullptr) return nullptr;
+uint32_t LoadedDocument::failWithError(uint32_t code, int systemError) {
+  systemError_ = systemError;
+  return code;
+}
+
+// Keeps the bytes that are used. Only of the first memory it is known that all will be filled.
+bool LoadedDocument::grow(size_t used, size_t size) {
+  platform::LargeMemory larger = {};
+  if (used == 0) {
+    larger = allocateToFill(allocator_, size);
+  } else {
+    void *memory = allocator_.allocate(size);
+    larger = {memory, static_cast<char *>(memory)};
+  }
+  if (larger.allocation == nullptr) return false;
+  if (used != 0) std::memcpy(larger.begin, memory_.begin, used);
+  release();
+  memory_ = larger;
+  size_ = size;
+  return true;
+}
+
+void LoadedDocument::setLength(size_t length) {
   memory_.begin[length] = '\0';
-  return memory_.begin;
+  text_ = memory_.begin;
+  length_ = length;
 }
 
 }  // namespace neb::xml::internal

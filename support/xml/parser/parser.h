@@ -27,16 +27,25 @@ class LoadedDocument {
  public:
   // The allocator outlives the object.
   explicit LoadedDocument(const Allocator &allocator = kHooks) : allocator_(allocator) {}
-  ~LoadedDocument() { allocator_.release(memory_.allocation, size_); }
+  ~LoadedDocument() { release(); }
   LoadedDocument(const LoadedDocument &) = delete;
   LoadedDocument &operator=(const LoadedDocument &) = delete;
 
   // NUL-terminated; null until one of the following functions has succeeded.
   const char *text() const { return text_; }
 
+  // Without the terminator.
+  size_t length() const { return length_; }
+
+  // Behind NEB_XML_ERR_FILE_OPEN and NEB_XML_ERR_FILE_READ, the errno of the file call that failed;
+  // else, and if it set none, 0.
+  int systemError() const { return systemError_; }
+
+  // One of the following is called, once.
+
   // Reads the whole file, through the file hooks if the caller has registered any. Returns
   // NEB_XML_OK, NEB_XML_ERR_FILE_OPEN, NEB_XML_ERR_FILE_READ, NEB_XML_ERR_NO_MEMORY, or
-  // NEB_XML_ERR_SYNTAX for an empty file.
+  // NEB_XML_ERR_SYNTAX for an empty file. The length must be known and fit into 32 bits.
   uint32_t load(const char *path);
 
   // Copies the bytes up to the first NUL, if there is one. False if memory runs out.
@@ -45,12 +54,19 @@ class LoadedDocument {
  private:
   template <typename File>
   uint32_t read(const File &file);
-  char *allocate(size_t length);
+  template <typename File>
+  uint32_t readKnown(const File &file, size_t length);
+  uint32_t failWithError(uint32_t code, int systemError);
+  bool grow(size_t used, size_t size);
+  void setLength(size_t length);
+  void release() { allocator_.release(memory_.allocation, size_); }
 
   const Allocator &allocator_;
   platform::LargeMemory memory_ = {};
   size_t size_ = 0;  // of the memory
   const char *text_ = nullptr;
+  size_t length_ = 0;
+  int systemError_ = 0;
 };
 
 // Parses a NUL-terminated document into a tree with a session of its own, or on the heap. Returns

@@ -32,6 +32,12 @@ const char *reasonOfLoading(uint32_t code) {
   }
 }
 
+uint32_t reportLoading(uint32_t code, const LoadedDocument &loaded, NEB_XML_PARSE_ERROR *error) {
+  reportWithoutPosition(code, reasonOfLoading(code), error);
+  if (error != nullptr) error->systemError = static_cast<size_t>(loaded.systemError());
+  return code;
+}
+
 size_t offsetIn(const char *text, const char *position) {
   return position == nullptr ? 0 : static_cast<size_t>(position - text);
 }
@@ -116,6 +122,6 @@ uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, XmlNode **outDo
   }
   LoadedDocument loaded;
   const uint32_t result = loaded.load(path);
-  if (result != NEB_XML_OK) return reportWithoutPosition(result, reasonOfLoading(result), error);
+  if (result != NEB_XML_OK) return reportLoading(result, loaded, error);
   return parseAndReport(loaded.text(), flags, outDoc, error);
 }
