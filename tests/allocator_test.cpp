@@ -225,6 +225,28 @@ TEST(MemoryLimit, IsExactWhileADocumentIsRead) {
   }
 }
 
+// Without its length, a file is read in steps. Each copies what is there.
+TEST(MemoryLimit, CountsTheStepsOfLoading) {
+  const std::string path = trees::temporaryFile(kWhole + kWhole + kWhole);
+  NEB_XML_RegFileFunc(std::fopen, std::fseek, std::fclose, std::fread, nullptr);
+  const auto load = [&](size_t most, size_t failing, uint32_t expected) {
+    OwnMemory memory(failing);
+    MemoryLimit limit(most);
+    {
+      const Allocator allocator = memory.allocator(&limit);
+      LoadedDocument loaded(allocator);
+      EXPECT_EQ(loaded.loadToEnd(path.c_str()), expected) << most << ' ' << failing;
+      EXPECT_EQ(limit.wasExceeded(), expected == kNoMemory && failing == 0);
+    }
+    EXPECT_EQ(memory.held(), 0U);
+    return memory.mostHeld();
+  };
+  const size_t most = load(SIZE_MAX, 0, kOk);
+  EXPECT_EQ(load(most, 0, kOk), most);
+  EXPECT_LT(load(most - 1, 0, kNoMemory), most);
+  for (const size_t failing : {1U, 2U}) load(most, failing, kNoMemory);
+}
+
 // It would be a limit of regions if the session had them.
 TEST(MemoryLimit, KeepsSessionsFromRegions) {
   const guarded::UnclearedMemory memory;

@@ -1,6 +1,7 @@
 #include "platform/input_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -48,6 +49,16 @@ bool InputFile::read(char *bytes, size_t count) const {
     return pread(file_, bytes + done, count - done, static_cast<off_t>(done));
   };
   return fill(count, readPart) == static_cast<int64_t>(count);
+}
+
+size_t InputFile::expectedLength() const {
+  struct stat status = {};
+  const bool isRegular = fstat(file_, &status) == 0 && S_ISREG(status.st_mode);
+  return isRegular ? static_cast<size_t>(status.st_size) : 0;
+}
+
+int64_t InputFile::readNext(char *bytes, size_t count) const {
+  return fill(count, [&](size_t done) { return ::read(file_, bytes + done, count - done); });
 }
 
 }  // namespace neb::platform

@@ -14,6 +14,8 @@ namespace {
 constexpr int kSeekFromStart = 0;
 constexpr int kSeekFromEnd = 2;
 
+constexpr size_t kFirstStep = size_t{64} * 1024;  // as much as a pipe holds
+
 // Lengths are counted in 32 bits, terminator included. Files whose length is unknown give -1.
 bool isLoadableLength(int64_t length) { return length >= 0 && length < int64_t{UINT32_MAX}; }
 
@@ -41,6 +43,17 @@ class HookedFile {
            XML_Fread(bytes, 1, count, stream_) == count;
   }
 
+  // A stream whose length is not known. It stays where it is if it cannot be sought in.
+  void seekStart() const { XML_Fseek(stream_, 0, kSeekFromStart); }
+  static size_t expectedLength() { return 0; }
+
+  // The hooks do not say what ended a stream, so errno must.
+  int64_t readNext(char *bytes, size_t count) const {
+    errno = 0;
+    const size_t done = XML_Fread(bytes, 1, count, stream_);
+    return done < count && errno != 0 ? -1 : static_cast<int64_t>(done);
+  }
+
  private:
   FILE *stream_;
 };
@@ -62,6 +75,20 @@ uint32_t LoadedDocument::load(const char *path) {
   });
 }
 
+uint32_t LoadedDocument::loadToEnd(const char *path) {
+  return keepingErrno([&] {
+    if (usesDefaultFiles()) return readInSteps(platform::InputFile(path));
+    const HookedFile file(path);
+    if (!file.isOpen()) return failWithError(NEB_XML_ERR_FILE_OPEN, errno);
+    const int64_t length = file.length();
+    if (isLoadableLength(length) && length != 0) {
+      return readKnown(file, static_cast<size_t>(length));
+    }
+    file.seekStart();
+    return readInSteps(file);
+  });
+}
+
 template <typename File>
 uint32_t LoadedDocument::read(const File &file) {
   if (!file.isOpen()) return failWithError(NEB_XML_ERR_FILE_OPEN, errno);
@@ -77,6 +104,26 @@ uint32_t LoadedDocument::readKnown(const File &file, size_t length) {
   if (!grow(0, length + kTerminator)) return NEB_XML_ERR_NO_MEMORY;
   errno = 0;
   if (!file.read(memory_.begin, length)) return failWithError(NEB_XML_ERR_FILE_READ, errno);
+  setLength(length);
+  return NEB_XML_OK;
+}
+
+// The file ends where it fills less than the memory, which leaves room for the terminator. So a file
+// of the expected length takes one step.
+template <typename File>
+uint32_t LoadedDocument::readInSteps(const File &file) {
+  if (!file.isOpen()) return failWithError(NEB_XML_ERR_FILE_OPEN, errno);
+  const size_t expected = file.expectedLength();
+  size_t size = expected != 0 ? expected + kTerminator : kFirstStep;
+  size_t length = 0;
+  for (;; size *= 2) {
+    if (!grow(length, size)) return NEB_XML_ERR_NO_MEMORY;
+    const int64_t count = file.readNext(memory_.begin + length, size - length);
+    if (count < 0) return failWithError(NEB_XML_ERR_FILE_READ, errno);
+    length += static_cast<size_t>(count);
+    if (length < size) break;
+  }
+  if (length == 0) return NEB_XML_ERR_SYNTAX;
   setLength(length);
   return NEB_XML_OK;
 }

@@ -48,6 +48,10 @@ class LoadedDocument {
   // NEB_XML_ERR_SYNTAX for an empty file. The length must be known and fit into 32 bits.
   uint32_t load(const char *path);
 
+  // The same for whatever can be opened, of any length: it is read to its end, in growing steps
+  // where the length cannot be known.
+  uint32_t loadToEnd(const char *path);
+
   // Copies the bytes up to the first NUL, if there is one. False if memory runs out.
   bool copy(const char *bytes, size_t length);
 
@@ -56,6 +60,8 @@ class LoadedDocument {
   uint32_t read(const File &file);
   template <typename File>
   uint32_t readKnown(const File &file, size_t length);
+  template <typename File>
+  uint32_t readInSteps(const File &file);
   uint32_t failWithError(uint32_t code, int systemError);
   bool grow(size_t used, size_t size);
   void setLength(size_t length);
