@@ -93,8 +93,8 @@ std::string largeText(const char *end) {
   const std::string content = "<p:b x='&lt;'><c>t&amp;</c></p:b>";
   std::string text = "<&#65;&#x3A;a>" + tables::repeated(content, 400);
   text += "<long>" + std::string(20000, 'v') + "</long>" + tables::repeated("<d>", 80) + "<e";
-  for (int i = 0; i < 80; ++i) text += " &#110;" + std::to_string(i) + "='&#49;'";
-  return text + "/>" + tables::repeated("</d>", 80) + end;
+  for (int i = 0; i < 80; ++i) text += " q:&#110;" + std::to_string(i) + "='&#49;'";
+  return text + "/><&amp;#65;:f/>" + tables::repeated("</d>", 80) + end;
 }
 
 const std::string kWhole = largeText("</A:a>");
@@ -166,6 +166,7 @@ TEST(Allocator, MayFailAnyTime) {
       EXPECT_TRUE(result == whole || (hasFailed && result == kNoMemory)) << n << ' ' << result;
       EXPECT_EQ(document != nullptr, result == kOk);
       EXPECT_FALSE(limit.wasExceeded());
+      EXPECT_EQ(limit.held(), memory.held()) << n;
       NEB_XML_FreeNode(document);
       ASSERT_EQ(memory.held(), 0U) << n;
     }
@@ -237,6 +238,7 @@ TEST(MemoryLimit, CountsTheStepsOfLoading) {
       LoadedDocument loaded(allocator);
       EXPECT_EQ(loaded.loadToEnd(path.c_str()), expected) << most << ' ' << failing;
       EXPECT_EQ(limit.wasExceeded(), expected == kNoMemory && failing == 0);
+      EXPECT_EQ(limit.held(), memory.held());
     }
     EXPECT_EQ(memory.held(), 0U);
     return memory.mostHeld();

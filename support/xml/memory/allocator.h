@@ -17,6 +17,7 @@ class MemoryLimit {
   bool hold(size_t size);
   void release(size_t size) { held_ -= size; }
 
+  size_t held() const { return held_; }
   bool wasExceeded() const { return wasExceeded_; }
 
  private:
