@@ -54,7 +54,10 @@ class TreeBuilder {
  public:
   // The document is a new node. The first start tag fills its record.
   TreeBuilder(const Storage &storage, XmlNode *document)
-      : allocation_(storage), next_(document), document_(document) {}
+      : allocation_(storage),
+        next_(document),
+        duplicates_(DuplicateDetector::Compared::asStored, allocation_.source()),
+        document_(document) {}
   TreeBuilder(const TreeBuilder &) = delete;
   TreeBuilder &operator=(const TreeBuilder &) = delete;
 

@@ -54,13 +54,15 @@ using WideMachine = AnyMachine;
 // Memory for the record of one parse, in an arena or on the heap.
 class RecordMemory {
  public:
-  RecordMemory() : memory_(XML_Malloc(nullptr, kSize)) {}
-  ~RecordMemory() { XML_Free(nullptr, memory_); }
+  explicit RecordMemory(const Allocator &allocator)
+      : allocator_(allocator), memory_(allocator.allocate(kSize)) {}
+  ~RecordMemory() { allocator_.release(memory_, kSize); }
   RecordMemory(const RecordMemory &) = delete;
   RecordMemory &operator=(const RecordMemory &) = delete;
 
   explicit operator bool() const { return memory_ != nullptr; }
   void *get() const { return memory_; }
+  const Allocator &allocator() const { return allocator_; }
 
  private:
   static constexpr size_t kSize = std::max({sizeof(XmlParser<HeapAllocation, LenientLanguage>),
@@ -68,6 +70,7 @@ class RecordMemory {
                                             sizeof(XmlParser<HeapAllocation, StrictLanguage>),
                                             sizeof(XmlParser<ArenaAllocation, StrictLanguage>)});
 
+  const Allocator &allocator_;
   void *memory_;
 };
 
@@ -104,7 +107,7 @@ uint32_t parseInto(const RecordMemory &record, std::string_view text, uint32_t s
 uint32_t parse(const RecordMemory &record, std::string_view text, const ReadRequest &request,
                XmlNode **document) {
   if (!request.withSession) return parseInto<HeapAllocation>(record, text, 0, request, document);
-  NewSession session;
+  NewSession session(record.allocator());
   if (session.handle() == 0) return NEB_XML_ERR_NO_MEMORY;
   const uint32_t result =
       parseInto<ArenaAllocation>(record, text, session.handle(), request, document);
@@ -125,7 +128,7 @@ uint32_t parseText(const char *text, bool withSession, XmlNode **outDoc) {
 }
 
 uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
-  const RecordMemory record;
+  const RecordMemory record(kHooks);
   if (!record) return NEB_XML_ERR_NO_MEMORY;
   LoadedDocument loaded;
   const uint32_t result = loaded.load(path);
@@ -136,7 +139,7 @@ uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
 }  // namespace
 
 uint32_t parseDocument(std::string_view text, const ReadRequest &request, XmlNode **document) {
-  const RecordMemory record;
+  const RecordMemory record(request.allocator);
   if (!record) return NEB_XML_ERR_NO_MEMORY;
   return parse(record, text, request, document);
 }
