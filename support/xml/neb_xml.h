@@ -320,6 +320,14 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileInfo(const char *path, ui
  * How NEB_XML_Read and NEB_XML_Load read. A zeroed record, and a null pointer to one, mean the
  * defaults. To set a field, set size too: a record of size 0 with other fields that are not 0 is
  * refused, and so are unknown flags and, in a record of a later version, unknown fields in use.
+ *
+ * With allocate, all memory of the document comes from it, while it is read and later: its nodes
+ * and strings, what edits allocate from its session, and its copies by NEB_XML_CloneNode. So
+ * context must outlive them. Nodes on the heap that are inserted stay with the allocation hooks. So
+ * do printed documents and the table of sessions, which may allocate if more than 64 are open.
+ *
+ * maxBytes counts the copy of the document, the tree, and what is allocated for a time. It no
+ * longer applies when the call has returned.
  */
 typedef struct NEB_XML_READ_OPTIONS {
   size_t size;       /**< sizeof(NEB_XML_READ_OPTIONS). */
@@ -373,9 +381,13 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Read(const char *bytes, size_t len
 /**
  * Reads a file through the file hooks, strictly, as NEB_XML_Read does.
  *
- * path  passed unchanged to the open hook.
+ * path  passed unchanged to the open hook. Whatever can be opened is read to its end, also pipes
+ *       and files of any length. If hooks are registered and cannot tell the length, the file ends
+ *       where the read hook returns less than requested; if that sets errno, reading has failed.
  * Returns the results of NEB_XML_Read; NEB_XML_ERR_SYNTAX also for an empty file;
- * NEB_XML_ERR_FILE_OPEN and NEB_XML_ERR_FILE_READ as NEB_XML_ParseFile.
+ *   NEB_XML_ERR_FILE_OPEN  the open hook returned no stream;
+ *   NEB_XML_ERR_FILE_READ  seeking or reading failed, as in a directory.
+ * In both cases error->systemError is the errno of the call, or 0 if it set none.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Load(const char *path,
                                                    const NEB_XML_READ_OPTIONS *options,
