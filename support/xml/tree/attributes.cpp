@@ -54,6 +54,12 @@ uint32_t appendAttribute(XmlNode *attribute, const AttributeName &name, XmlNode 
     if (name.isOf(other)) return NEB_XML_ERR_ALREADY_EXISTS;
     last = other;
   }
+  return linkAttribute(attribute, last, element);
+}
+
+}  // namespace
+
+uint32_t linkAttribute(XmlNode *attribute, XmlNode *last, XmlNode *element) {
   if (!noteLink(attribute, element)) return NEB_XML_ERR_NO_MEMORY;
   bindToSession(element,
                 isOnHeap(attribute) ? uint32_t{attribute->boundSession} : attribute->sessionId);
@@ -65,8 +71,6 @@ uint32_t appendAttribute(XmlNode *attribute, const AttributeName &name, XmlNode 
   }
   return NEB_XML_OK;
 }
-
-}  // namespace
 
 XmlNode *xmlGetAttr(const XmlNode *element, const char *prefix, const char *name) {
   const AttributeName sought{prefix, NameToFind(name)};

@@ -15,6 +15,10 @@ inline bool canHaveAttributes(const XmlNode *node) { return node != nullptr && !
 // strings were set: null does not change one, empty clears it.
 bool wouldDuplicateAttribute(const XmlNode *node, const char *prefix, const char *name);
 
+// Links a detached attribute behind the last one of an element, which is null if there is none.
+// Returns NEB_XML_OK, or NEB_XML_ERR_NO_MEMORY with nothing changed.
+uint32_t linkAttribute(XmlNode *attribute, XmlNode *last, XmlNode *element);
+
 // Adds an attribute that has a name behind the others of its element, and interns the name.
 uint32_t addAttribute(XmlNode *element, const NodeStrings &given);
 
