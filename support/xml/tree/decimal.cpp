@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cfloat>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <iterator>
@@ -11,6 +10,7 @@
 
 #include "neb_xml.h"
 #include "tree/natural.h"
+#include "tree/whole_numbers.h"
 
 namespace neb::xml::internal {
 
@@ -150,7 +150,8 @@ char *writeWithExponent(char *to, std::string_view digits, int64_t exponent) {
     to = writeText(to, {digits.data() + 1, digits.size() - 1});
   }
   *to++ = 'e';
-  return std::to_chars(to, to + kLongestDouble, exponent).ptr;
+  if (exponent < 0) *to++ = '-';
+  return writeWhole(to, static_cast<uint64_t>(exponent < 0 ? -exponent : exponent));
 }
 
 char *writeDigits(char *to, std::string_view digits, int64_t exponent) {
@@ -175,8 +176,6 @@ char *writeDigits(char *to, std::string_view digits, int64_t exponent) {
 constexpr size_t kMostDigits = 768;
 using GivenDigits = Digits<kMostDigits + 1>;
 
-constexpr bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
-
 // Reads the parts of a number, one after the other.
 class NumberReader {
  public:
@@ -199,17 +198,17 @@ class NumberReader {
     return text_.size() != before;
   }
 
-  // Larger exponents than any document has digits are as good as this one.
+  // Larger exponents than a document can have digits are as good as this one.
   bool takeExponent(int64_t *exponent) {
-    constexpr int64_t kLarge = std::numeric_limits<int64_t>::max() / 4;
+    constexpr int64_t kLarge = std::numeric_limits<int64_t>::max() / 16;
     const bool isNegative = take('-');
     if (!isNegative) take('+');
-    if (text_.empty() || !isDigit(text_[0])) return false;
-    const auto [end, error] = std::from_chars(text_.data(), text_.data() + text_.size(), *exponent);
-    text_.remove_prefix(static_cast<size_t>(end - text_.data()));
-    if (error != std::errc() || *exponent > kLarge) *exponent = kLarge;
+    const size_t before = text_.size();
+    for (; !text_.empty() && isDigit(text_[0]); text_.remove_prefix(1)) {
+      *exponent = std::min(*exponent * kDecimalBase + text_[0] - '0', kLarge);
+    }
     if (isNegative) *exponent = -*exponent;
-    return true;
+    return text_.size() != before;
   }
 
  private:
@@ -290,7 +289,7 @@ bool combineExactly(const GivenDigits &digits, int64_t power, double *value) {
   if (FLT_EVAL_METHOD != 0 || digits.count > kMostExactDigits) return false;
   if (power < -kMostExactPower || power > kMostExactPower) return false;
   uint64_t whole = 0;
-  std::from_chars(digits.text, digits.text + digits.count, whole);
+  if (readWhole({digits.text, digits.count}, &whole) != NEB_XML_OK) return false;
   const auto number = static_cast<double>(whole);
   *value = power < 0 ? number / kPowers[-power] : number * kPowers[power];
   return true;

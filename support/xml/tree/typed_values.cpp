@@ -1,6 +1,5 @@
 // Typed values whose failures are told apart, with integers of 64 bits and doubles.
 #include <algorithm>
-#include <charconv>
 #include <concepts>
 #include <iterator>
 #include <limits>
@@ -11,6 +10,7 @@
 #include "tree/decimal.h"
 #include "tree/string_setting.h"
 #include "tree/variable.h"
+#include "tree/whole_numbers.h"
 
 namespace neb::xml::internal {
 
@@ -19,8 +19,8 @@ namespace {
 constexpr std::string_view kTrue = "true";
 constexpr std::string_view kFalse = "false";
 
-constexpr size_t kLongestInteger = std::numeric_limits<uint64_t>::digits10 + 1;
-constexpr size_t kLongestText = std::max({kLongestDouble, kLongestInteger, kFalse.size()});
+constexpr size_t kSignSize = 1;
+constexpr size_t kLongestText = std::max(kLongestDouble, kSignSize + kMostWholeDigits);
 
 // ---- Reading
 
@@ -49,13 +49,12 @@ template <std::integral Integer>
 uint32_t readNumber(std::string_view text, void *variable) {
   const bool isNegative = text.starts_with('-');
   if (isNegative || text.starts_with('+')) text.remove_prefix(1);
-  const char *textEnd = text.data() + text.size();
   uint64_t magnitude = 0;
-  const auto [end, error] = std::from_chars(text.data(), textEnd, magnitude);
-  if (error == std::errc::invalid_argument || end != textEnd) return NEB_XML_ERR_MALFORMED_VALUE;
+  const uint32_t result = readWhole(text, &magnitude);
+  if (result != NEB_XML_OK) return result;
   constexpr uint64_t kLargest = std::numeric_limits<Integer>::max();
   const uint64_t limit = !isNegative ? kLargest : std::signed_integral<Integer> ? kLargest + 1 : 0;
-  if (error != std::errc() || magnitude > limit) return NEB_XML_ERR_OUT_OF_RANGE;
+  if (magnitude > limit) return NEB_XML_ERR_OUT_OF_RANGE;
   writeVariable(variable, static_cast<Integer>(isNegative ? 0 - magnitude : magnitude));
   return NEB_XML_OK;
 }
@@ -77,7 +76,11 @@ char *writeBool(char *to, const void *variable) {
 
 template <std::integral Integer>
 char *writeNumber(char *to, const void *variable) {
-  return std::to_chars(to, to + kLongestText, readVariable<Integer>(variable)).ptr;
+  const auto value = readVariable<Integer>(variable);
+  const bool isNegative = value < 0;
+  if (isNegative) *to++ = '-';
+  const auto bits = static_cast<uint64_t>(+value);
+  return writeWhole(to, isNegative ? 0 - bits : bits);
 }
 
 template <std::same_as<double> Double>
