@@ -40,7 +40,7 @@ WholeName wholeNameOf(const XmlNode *node) { return {prefixOf(node), nameOf(node
 
 WholeName split(std::string_view name) {
   const size_t colon = name.find(kColon);
-  if (colon == name.npos) return {{}, name};
+  if (colon == name.npos || colon == 0) return {{}, name};
   return {{name.data(), colon}, {name.data() + colon + 1, name.size() - colon - 1}};
 }
 

@@ -19,7 +19,7 @@ struct WholeName {
 // The strings of a node as a name.
 WholeName wholeNameOf(const XmlNode *node);
 
-// Splits a name at its first colon.
+// Splits a name at its first colon, unless it begins with it.
 WholeName split(std::string_view name);
 
 // NEB_XML_OK for what may be a name, prefix and colon included, and otherwise the result for it:
