@@ -621,7 +621,9 @@ class Machine {
     const uint32_t result =
         NEB_XML_NewElement(reference->node, where, name.data(), name.size() - 1, &node);
     const bool asSibling = where >= NEB_XML_POSITION_AFTER;
-    const bool isAllowed = asSibling ? reference->parent != nullptr : reference->type != kOther;
+    const bool isSessionDocument = reference->type == kDocument && reference->session != 0;
+    const bool isAllowed =
+        asSibling ? reference->parent != nullptr && !isSessionDocument : reference->type != kOther;
     const bool isWrong = where > NEB_XML_POSITION_BEFORE || reference->isAttribute();
     if (isWrong || !isAllowed || !topmostOf(reference)) return require(result == kInvalid);
     const uint32_t ofName = resultOfName(name.substr(0, name.size() - 1));
@@ -852,18 +854,25 @@ class Machine {
     for (const Model *expected : model.attributes) {
       require(stepOn(node, texts, &cursor) == kOk && cursor == expected->node);
       require(texts[kName] == cursor->name && texts[kValue] == cursor->value);
-      checkFound(model, *expected);
     }
     require(stepOn(node, texts, &cursor) == kNotFound);
+    checkFound(model);
   }
 
   // An attribute is found by its whole name, and of duplicates the first.
-  void checkFound(const Model &element, const Model &attribute) const {
-    const auto &[prefix, name, value] = attribute.texts;
-    if (isMissing(name.text) || isLost(name) || isLost(prefix)) return;
-    const std::string whole = (prefix.text ? *prefix.text + ":" : "") + *name.text;
-    const Model *first = attributeOf(element, prefix.text, name.text);
-    require(NEB_XML_FindAttr(element.node, whole.c_str(), whole.size()) == first->node);
+  void checkFound(const Model &element) const {
+    const auto hasLost = [this](const Model *attribute) {
+      return isLost(attribute->texts[kName]) || isLost(attribute->texts[kPrefix]);
+    };
+    const auto &attributes = element.attributes;
+    if (std::any_of(attributes.begin(), attributes.end(), hasLost)) return;
+    for (const Model *attribute : attributes) {
+      const auto &[prefix, name, value] = attribute->texts;
+      if (isMissing(name.text)) continue;
+      const std::string whole = (prefix.text ? *prefix.text + ":" : "") + *name.text;
+      const Model *first = attributeOf(element, prefix.text, name.text);
+      require(NEB_XML_FindAttr(element.node, whole.c_str(), whole.size()) == first->node);
+    }
   }
 
   // In the order that the first byte selects.
