@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "ownership/bound_session.h"
-#include "ownership/cross_references.h"
 #include "ownership/kept.h"
 #include "ownership/release.h"
 #include "ownership/strings.h"
@@ -58,19 +57,6 @@ uint32_t appendAttribute(XmlNode *attribute, const AttributeName &name, XmlNode 
 }
 
 }  // namespace
-
-uint32_t linkAttribute(XmlNode *attribute, XmlNode *last, XmlNode *element) {
-  if (!noteLink(attribute, element)) return NEB_XML_ERR_NO_MEMORY;
-  bindToSession(element,
-                isOnHeap(attribute) ? uint32_t{attribute->boundSession} : attribute->sessionId);
-  attribute->parent = element;
-  if (last == nullptr) {
-    element->firstAttr = attribute;
-  } else {
-    last->next = attribute;
-  }
-  return NEB_XML_OK;
-}
 
 XmlNode *xmlGetAttr(const XmlNode *element, const char *prefix, const char *name) {
   const AttributeName sought{prefix, NameToFind(name)};

@@ -1,9 +1,6 @@
 // Inserting a detached node into a tree.
 #include "tree/insertion.h"
 
-#include "ownership/cross_references.h"
-#include "tree/names.h"
-
 namespace neb::xml::internal {
 
 namespace {
@@ -38,35 +35,11 @@ XmlNode *siblingDestination(XmlNode *sibling, const XmlNode *node) {
   return destinationFor(sibling, node);
 }
 
-void link(const Position &position, XmlNode *node) {
-  const auto &[parent, before, after] = position;
-  node->parent = parent;
-  node->prev = before;
-  node->next = after;
-  if (before != nullptr) {
-    before->next = node;
-  } else {
-    parent->firstChild = node;
-  }
-  if (after != nullptr) {
-    after->prev = node;
-  } else {
-    parent->lastChild = node;
-  }
-}
-
 uint32_t insertOrRefuse(XmlNode *topmost, const Position &position, XmlNode *node) {
   return insert(topmost, position, node) ? NEB_XML_OK : NEB_XML_ERR_INVALID_PARAM;
 }
 
 }  // namespace
-
-bool insert(XmlNode *topmost, const Position &position, XmlNode *node) {
-  if (!noteLink(node, position.parent)) return false;
-  link(position, node);
-  internName(node, topmost);
-  return true;
-}
 
 }  // namespace neb::xml::internal
 

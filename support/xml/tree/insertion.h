@@ -1,7 +1,8 @@
 // Positions in a tree, and linking a detached node there.
 #pragma once
 
-#include "record/node.h"
+#include "ownership/cross_references.h"
+#include "tree/names.h"
 
 namespace neb::xml::internal {
 
@@ -27,7 +28,29 @@ inline bool canHaveSiblings(const XmlNode *node) {
   return !isAttribute(node) && !isSessionDocument && node->parent != nullptr;
 }
 
+inline void linkAt(const Position &position, XmlNode *node) {
+  const auto &[parent, before, after] = position;
+  node->parent = parent;
+  node->prev = before;
+  node->next = after;
+  if (before != nullptr) {
+    before->next = node;
+  } else {
+    parent->firstChild = node;
+  }
+  if (after != nullptr) {
+    after->prev = node;
+  } else {
+    parent->lastChild = node;
+  }
+}
+
 // Links a node that may be there, and interns its name. False when memory runs out.
-[[nodiscard]] bool insert(XmlNode *topmost, const Position &position, XmlNode *node);
+[[nodiscard]] inline bool insert(XmlNode *topmost, const Position &position, XmlNode *node) {
+  if (!noteLink(node, position.parent)) return false;
+  linkAt(position, node);
+  internName(node, topmost);
+  return true;
+}
 
 }  // namespace neb::xml::internal
