@@ -8,8 +8,8 @@
  *
  *   Every operation that can fail returns a result code and checks its arguments first. For a null
  *   node, a null required string or a null required out-pointer it returns
- *   NEB_XML_ERR_INVALID_PARAM before it changes anything; NEB_XML_ReadValue differs for a null node. Out-pointers are written on success only,
- *   unless the function says otherwise. Optional out-pointers may be null.
+ *   NEB_XML_ERR_INVALID_PARAM before it changes anything. Out-pointers are written on success only,
+ *   and optional out-pointers may be null. Where a function differs, it says so.
  *
  *   NEB_XML_MUST_USE marks functions whose result must not be dropped: it is what the caller has
  *   to free, or the only sign that a document, an edit or a file was not made. Reads, removals and
@@ -610,12 +610,12 @@ NEB_XML_API uint32_t NEB_XML_RemoveNode(XmlNode *node);
  * NEB_XML_CreateNode and an insertion: it needs one call, leaves nothing to free after a failure,
  * takes a name that is not terminated, and refuses what is no name.
  *
- * reference  an element or a document; for a sibling, an element that has a parent.
- * where      a code of enum NEB_XML_POSITION.
- * name       UTF-8, a Name of XML 1.0; a colon neither begins nor ends it. What precedes the first
- *            colon becomes the prefix. It may lie in strings of the tree.
+ * reference   an element or a document; for a sibling, an element that has a parent.
+ * where       a code of enum NEB_XML_POSITION.
+ * name        UTF-8, a Name of XML 1.0; a colon neither begins nor ends it. What precedes the first
+ *             colon becomes the prefix. It may lie in strings of the tree.
  * nameLength  in bytes; at least 1.
- * element    receives the element, which belongs to the tree.
+ * element     receives the element, which belongs to the tree.
  *
  * The name is interned as in NEB_XML_AddAttr.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty name or one with a
@@ -734,8 +734,8 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttr(XmlNode *element, const ch
 NEB_XML_API uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, const char *name);
 
 /**
- * Finds an attribute by its whole name. Prefer it to NEB_XML_GetAttr for a name of known length, and
- * where NEB_XML_ReadValue reads the value.
+ * Finds an attribute by its whole name. Prefer it to NEB_XML_GetAttr for a name of known length,
+ * and where NEB_XML_ReadValue reads the value.
  *
  * element     an element or a document.
  * name        "name" or "prefix:name"; the first colon ends the prefix. Need not be terminated.
@@ -747,8 +747,8 @@ NEB_XML_API XmlNode *NEB_XML_FindAttr(const XmlNode *element, const char *name, 
 
 /**
  * Sets the value of an attribute, which is added behind the others if it is missing. Prefer it to
- * NEB_XML_SetAttr and NEB_XML_AddAttr: it needs one call, takes strings that are not terminated, and
- * refuses what no XML document can hold.
+ * NEB_XML_SetAttr and NEB_XML_AddAttr: it needs one call, takes strings that are not terminated,
+ * and refuses what no XML document can hold.
  *
  * element      an element or a document.
  * name         the whole name; as in NEB_XML_NewElement.
@@ -898,11 +898,11 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_WriteValue(XmlNode *node, uint32_t
  *         and a prefix are a Name of XML 1.0 without a colon, a value is UTF-8 of characters that
  *         XML 1.0 allows.
  * length  in bytes; 0 clears a prefix or a value.
- * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an unknown field, an empty name
- * or a NUL in the string; NEB_XML_ERR_UNWRITABLE for what is no such name, or a value of other
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an unknown field, an empty
+ * name or a NUL in the string; NEB_XML_ERR_UNWRITABLE for what is no such name, or a value of other
  * characters; NEB_XML_ERR_ALREADY_EXISTS for an attribute that would get prefix and name of another
- * one of its element; NEB_XML_ERR_NO_MEMORY. After a failure the node is unchanged. Cost: the node's
- * depth and the string; for the name or prefix of an attribute also its fellow attributes.
+ * one of its element; NEB_XML_ERR_NO_MEMORY. After a failure the node is unchanged. Cost: the
+ * node's depth and the string; for the name or prefix of an attribute also its fellow attributes.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetString(XmlNode *node, uint32_t field,
                                                         const char *bytes, size_t length);

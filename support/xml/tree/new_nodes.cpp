@@ -33,8 +33,9 @@ Position positionAt(XmlNode *reference, uint32_t where) {
 
 }  // namespace
 
-XmlNode *makeNamedNode(const Storage &storage, uint32_t type, const WholeName &name,
-                       std::string_view value) {
+// Flattened like the setting of strings, see nodes.cpp.
+[[gnu::flatten]] XmlNode *makeNamedNode(const Storage &storage, uint32_t type,
+                                        const WholeName &name, std::string_view value) {
   XmlNode *node = makeNode(storage, type);
   if (node == nullptr) return nullptr;
   const bool areSet = setString<StringField::name>(storage, node, name.local) == NEB_XML_OK &&
