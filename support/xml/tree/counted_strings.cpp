@@ -50,17 +50,19 @@ uint32_t setField(XmlNode *node, uint32_t field, std::string_view string) {
   }
 }
 
-// Adds an attribute behind the last one. Null if memory runs out.
-XmlNode *addBehind(XmlNode *last, XmlNode *element, XmlNode *topmost, const WholeName &name,
-                   std::string_view value) {
+// Adds the attribute that was not found.
+uint32_t add(AttributeSearch *search, XmlNode *element, XmlNode *topmost, const WholeName &name,
+             std::string_view value) {
   XmlNode *made = makeNamedNode(Storage::ofTopmost(topmost), NEB_XML_NODE_ATTRIBUTE, name, value);
-  if (made == nullptr) return nullptr;
-  if (linkAttribute(made, last, element) != NEB_XML_OK) {
+  if (made == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  const uint32_t result = linkAttribute(made, search->last, element);
+  if (result != NEB_XML_OK) {
     discard(made);
-    return nullptr;
+    return result;
   }
   internName(made, name.local, topmost);
-  return made;
+  search->found = made;
+  return NEB_XML_OK;
 }
 
 }  // namespace
@@ -89,22 +91,19 @@ uint32_t NEB_XML_PutAttr(XmlNode *element, const char *name, size_t nameLength, 
   if (!canHaveAttributes(element) || name == nullptr || !isGiven(value, valueLength)) {
     return NEB_XML_ERR_INVALID_PARAM;
   }
-  const uint32_t nameResult = checkWholeName({name, nameLength});
-  if (nameResult != NEB_XML_OK) return nameResult;
-  const uint32_t valueResult = checkValue({value, valueLength});
-  if (valueResult != NEB_XML_OK) return valueResult;
+  const std::string_view givenValue(value, valueLength);
+  uint32_t result = checkWholeName({name, nameLength});
+  if (result == NEB_XML_OK) result = checkValue(givenValue);
+  if (result != NEB_XML_OK) return result;
   XmlNode *topmost = topmostNode(element);
   if (topmost == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   const WholeName wholeName = split({name, nameLength});
-  auto [found, last] = AttributeSearch(element, wholeName);
-  if (found == nullptr) {
-    found = addBehind(last, element, topmost, wholeName, {value, valueLength});
-    if (found == nullptr) return NEB_XML_ERR_NO_MEMORY;
+  AttributeSearch search(element, wholeName);
+  if (search.found == nullptr) {
+    result = add(&search, element, topmost, wholeName, givenValue);
   } else {
-    const uint32_t result =
-        setString<StringField::value>(Storage::ofTopmost(topmost), found, {value, valueLength});
-    if (result != NEB_XML_OK) return result;
+    result = setString<StringField::value>(Storage::ofTopmost(topmost), search.found, givenValue);
   }
-  if (attribute != nullptr) *attribute = found;
-  return NEB_XML_OK;
+  if (result == NEB_XML_OK && attribute != nullptr) *attribute = search.found;
+  return result;
 }
