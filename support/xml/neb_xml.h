@@ -779,6 +779,60 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, c
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path, XmlNode **node);
 
+/**
+ * Where a search by NEB_XML_Select is. Zero it to begin a search: NEB_XML_CURSOR cursor = {0};
+ * It holds no memory: a search may be left at any time.
+ */
+typedef struct NEB_XML_CURSOR {
+  XmlNode *node;   /**< The match, an element, document or attribute; null if there is none. */
+  size_t offset;   /**< The first byte that is wrong in a pattern that is refused. */
+  size_t walk[96]; /**< Of the library; not to be read or written. */
+} NEB_XML_CURSOR;
+
+/**
+ * Finds the next node that matches a pattern such as "config.**.server[@name=web].port", in
+ * document order. Prefer it to NEB_XML_GetNodeByUrl to find every match, at any depth, or
+ * attributes.
+ *
+ * A pattern is a path of NEB_XML_GetNodeByUrl. If that finds a node and the path holds none of
+ * * [ ] @, the node is the first match. But a segment finds every child that matches, not the first
+ * one alone. Besides, a pattern may hold
+ *   *               as a whole segment: an element of any name, or of none;
+ *   **              as a whole segment: any number of levels, also none. "r.**" matches r and all
+ *                   that is below it. "**.a" matches start, too, if its name is a;
+ *   name[2], *[2]   the second of the siblings of that name; the same as name.2 and *.2. It stands
+ *                   right behind the name. The first segment has no position; where start matches a
+ *                   later one, its position is 1;
+ *   [@name=value]   an attribute has that value;  [@name]  there is such an attribute;
+ *   [name=value]    a child has that value;       [name]   there is such a child;
+ *   [.=value]       the element itself has that value; any of these may follow a name repeatedly;
+ *   @name           as the last segment: an attribute of what the segments before match.
+ * Names of attributes and children match like those of segments, so * is any name, and a name
+ * without ':' matches any prefix. In a name, "\*", "\[", "\]" and "\@" are characters of the name,
+ * like "\.". No value and an empty value are the same. A value stands in ' or " if it is empty,
+ * begins with a quote, begins or ends with white space, or contains ]. In a value, a backslash
+ * stands for the character behind it.
+ *
+ * start    an element or a document, of any tree. Its siblings are not searched.
+ * pattern  1 to 511 bytes, with at most 16 segments ** and at most 32 others behind one of them.
+ * cursor   zeroed before the first call, then passed with the same start and pattern to each call.
+ *          cursor->node receives the match; it is null after NEB_XML_ERR_NOT_FOUND and
+ *          NEB_XML_ERR_BAD_PATH.
+ * Returns NEB_XML_OK; NEB_XML_ERR_NOT_FOUND if there is no further match, also when called again;
+ * NEB_XML_ERR_BAD_PATH for a malformed pattern, with cursor->offset set: so are a position that is
+ * 0 or behind something other than a name, and a pattern of dots; a position of more than 9 digits
+ * finds nothing. NEB_XML_ERR_INVALID_PARAM for a null argument, an empty or longer pattern, an
+ * attribute as start, or another start or pattern than in the call before; the cursor is unchanged.
+ *
+ * The tree is only read. Between two calls, nodes other than cursor->node and its ancestors may be
+ * removed, and anything may be changed or added; which of the changes later calls see is not
+ * defined.
+ * Cost: a whole search visits each node of the subtree once. For each it compares the segments
+ * between two ** at most squared, and takes no memory and constant stack.
+ */
+NEB_XML_API uint32_t NEB_XML_Select(const XmlNode *start, const char *pattern,
+                                    NEB_XML_CURSOR *cursor);
+
 /* --- Copies ----------------------------------------------------------------------------------- */
 
 /**
