@@ -276,8 +276,8 @@ bool matches(const Segments &segments, size_t segment, const Nodes &path, size_t
     return matches(segments, segment + 1, path, level) ||
            (level < path.size() && matches(segments, segment, path, level + 1));
   }
-  return level < path.size() && first.accepts(path[level], level == 0) &&
-         matches(segments, segment + 1, path, level + 1);
+  return level < path.size() && matches(segments, segment + 1, path, level + 1) &&
+         first.accepts(path[level], level == 0);
 }
 
 void selectNaively(Segments segments, Nodes &path, Nodes &found) {
@@ -355,7 +355,7 @@ TEST(Select, EqualsAModelOnAllSmallTrees) {
     }
   }
   patterns.erase(patterns.begin());
-  for (size_t count = 1; count <= 4; ++count) {
+  for (size_t count = 1; count <= 5; ++count) {
     forTrees(count, [&](const XmlNode *tree) {
       for (const Segments &each : patterns) compare(tree, each);
     });
@@ -379,48 +379,61 @@ class Chance {
 constexpr const char *kNames[] = {"a", "a", "a", "b", "p:a", "c"};
 constexpr const char *kTests[] = {"a", "a", "b", "*", "*", "p:a"};
 constexpr const char *kValues[] = {"", "1", "2"};
+constexpr const char *kRareValue = "9";  // for which all children must be looked at
 
-// A tree that is deep where long chains follow, and wide where many nodes have the same parent.
+XmlNode *randomNode(Chance &chance) {
+  const std::string name = chance.of(kNames);
+  const bool hasPrefix = name.size() > 1;
+  XmlNode *node = nullptr;
+  uint32_t result = NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, hasPrefix ? "p" : nullptr,
+                                       hasPrefix ? "a" : name.c_str(),
+                                       chance.oneIn(30) ? kRareValue : chance.of(kValues), &node);
+  if (chance.oneIn(4)) result |= NEB_XML_AddAttr(node, nullptr, "a", chance.of(kValues));
+  if (chance.oneIn(8)) result |= NEB_XML_AddAttr(node, "p", "a", chance.of(kValues));
+  EXPECT_EQ(result, kOk);
+  return node;
+}
+
+// A node becomes the child of one of the last ones, or of the same one as others.
 XmlNode *randomTree(Chance &chance) {
-  const size_t count = 1 + chance.below(chance.oneIn(4) ? 400 : 40), reach = 1 + chance.below(6);
-  std::vector<XmlNode *> nodes;
-  size_t hub = 0;
-  for (size_t i = 0; i < count; ++i) {
-    const std::string name = chance.of(kNames);
-    const bool hasPrefix = name.size() > 1;
-    XmlNode *node = nullptr;
-    uint32_t result = NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, hasPrefix ? "p" : nullptr,
-                                         hasPrefix ? "a" : name.c_str(), chance.of(kValues), &node);
-    if (chance.oneIn(4)) result |= NEB_XML_AddAttr(node, nullptr, "a", chance.of(kValues));
-    if (chance.oneIn(8)) result |= NEB_XML_AddAttr(node, "p", "a", chance.of(kValues));
-    if (chance.oneIn(50)) hub = i;
-    const size_t near = i - 1 - chance.below(i == 0 ? 1 : std::min(i, reach));
-    if (i != 0)
-      result |= NEB_XML_AppendChildNode(nodes[chance.oneIn(3) && hub < i ? hub : near], node);
-    EXPECT_EQ(result, kOk);
-    nodes.push_back(node);
+  const size_t count = 1 + chance.below(chance.oneIn(3) ? 300 : 30);
+  const size_t reach = 1 + chance.below(6), width = 1 + chance.below(4);
+  std::vector<XmlNode *> nodes = {randomNode(chance)};
+  XmlNode *wide = nodes[0];
+  while (nodes.size() < count) {
+    XmlNode *const near = nodes[nodes.size() - 1 - chance.below(std::min(nodes.size(), reach))];
+    if (chance.oneIn(20)) wide = chance.of(nodes);
+    nodes.push_back(randomNode(chance));
+    XmlNode *const parent = chance.oneIn(1 + width) ? near : wide;
+    EXPECT_EQ(NEB_XML_AppendChildNode(parent, nodes.back()), kOk);
   }
   return nodes[0];
 }
 
+Condition randomCondition(Chance &chance) {
+  const char subject = "@/."[chance.below(3)];
+  Condition condition = {subject, {chance.of(kTests)}, {}};
+  if (subject == '.' || chance.oneIn(2)) {
+    condition.value = chance.oneIn(2) ? kRareValue : chance.of(kValues);
+  }
+  return condition;
+}
+
+// Every other pattern looks for chains of steps that take a look at siblings and children.
 Segments randomPattern(Chance &chance) {
+  const bool isSteep = chance.oneIn(2);
   Segments segments;
-  for (size_t left = 1 + chance.below(6); left > 0; --left) {
-    if (chance.oneIn(3)) {
+  if (isSteep) segments.push_back({Segment::anyDepth});
+  for (size_t left = 1 + chance.below(isSteep ? 3 : 6); left > 0; --left) {
+    if (chance.oneIn(isSteep ? 8 : 3)) {
       segments.push_back({Segment::anyDepth});
       continue;
     }
-    Segment segment = {Segment::name, {chance.of(kTests)}};
-    if (!segments.empty() && chance.oneIn(4)) {
-      segment.position = 1 + chance.below(chance.oneIn(2) ? 30 : 3);
+    Segment segment = {Segment::name, {isSteep ? "*" : chance.of(kTests)}};
+    if (!segments.empty() && chance.oneIn(isSteep ? 2 : 4)) {
+      segment.position = 1 + chance.below(chance.oneIn(3) ? 30 : 4);
     }
-    while (chance.oneIn(4)) {
-      const bool hasValue = chance.oneIn(2);
-      const char subject = chance.of("@/.@/@/");
-      if (subject == '\0' || (subject == '.' && !hasValue)) continue;
-      segment.conditions.push_back({subject, {chance.of(kTests)}, {}});
-      if (hasValue) segment.conditions.back().value = chance.of(kValues);
-    }
+    while (chance.oneIn(3)) segment.conditions.push_back(randomCondition(chance));
     segments.push_back(segment);
   }
   if (chance.oneIn(5)) segments.push_back({Segment::attribute, {chance.of(kTests)}});
@@ -431,7 +444,32 @@ TEST(Select, EqualsAModelOnRandomTrees) {
   for (unsigned seed = 0; seed < 400; ++seed) {
     Chance chance(seed);
     const Held tree{randomTree(chance)};
-    for (int i = 0; i < 100 && !HasFatalFailure(); ++i) compare(tree, randomPattern(chance));
+    for (int i = 0; i < 60 && !HasFatalFailure(); ++i) compare(tree, randomPattern(chance));
+  }
+}
+
+// Wide nodes inside each other: some of their many children have many children too.
+std::string wideText(size_t levels) {
+  const std::string narrow = "<a><b><c/></b><b><c/></b></a>";
+  if (levels == 0) return narrow;
+  const std::string child = "<a>" + wideText(levels - 1) + "</a>";
+  return repeated(narrow, 19) + child + repeated(narrow, 4) + child + narrow;
+}
+
+TEST(Select, EqualsAModelOnWideNodes) {
+  const Held tree{trees::parsed("<a>" + wideText(3) + "</a>")};
+  Segments steps;
+  for (const size_t position : {0U, 3U, 20U, 25U})
+    steps.push_back({Segment::name, {"*"}, position});
+  steps.push_back({Segment::name, {"*"}, 0, {{'/', {"b"}, {}}}});
+  const Segment anyDepth = {Segment::anyDepth};
+  for (const Segment &first : steps) {
+    for (const Segment &second : steps) {
+      for (const Segment &third : steps) {
+        compare(tree, {anyDepth, first, second, third});
+        compare(tree, {anyDepth, first, anyDepth, second, third});
+      }
+    }
   }
 }
 
