@@ -273,7 +273,7 @@ void addSearches(std::vector<Case> &cases) {
       {"depth", depth, "**.a.a.a.*.a.a.b"},
       {"depth", depth, "**.a[1].*[1].a[2]"},
       {"deep pairs", deepPairs, "**.p[c=v].p[c=w].c"},
-      {"deep pairs", deepPairs, "**.p[2].p[2].c[1]"},
+      {"deep pairs", deepPairs, "**.*[2].*[2].c[1]"},
       {"families", families, "**.r[c].a.b"},
       {"families", families, "**.*[999999999].b"},
       {"families", families, "**.a[2].b.**.a[3].b"},

@@ -1,15 +1,14 @@
 // The walk of NEB_XML_Select through a subtree, in document order.
 //
-// The steps of the first group bind the levels below the start one by one, so the walk enters only
-// nodes that match. For a later group the first match on the way down is as good as any other.
-// So the walk remembers the depth where each group ended, and looks for the next group below that.
-// Which steps of that group have matched on the path from there to a node is one set of bits, made
-// from the set of its parent.
+// Each step of the first group is for one level below the start, so the walk enters only nodes that
+// match. For a later group, the first match on the way down is as good as any other: the walk notes
+// the depth where the group ended, and below that looks for the next one. Which steps of that group
+// match the path from there to a node is a set of bits, and it follows from the set of the parent.
 //
-// A cursor cannot hold a set for each level. When the walk comes back to a level, the sets of the
-// last few levels are made again. Where that takes a look at many children or attributes, the
-// results are kept: of each power of four of such nodes, those of the deepest level. To lose a
-// result, the walk must thus pass as many nodes as making it again takes.
+// A cursor cannot hold a set for each level. When the walk comes back to a level, it makes the sets
+// of the last few levels again. That can take a look at many children or attributes. So what took
+// much scanning is kept: for each power of four, that of the deepest level. Before it is lost, the
+// walk scans about as many nodes as it takes to make it again.
 #pragma once
 
 #include <cstddef>
