@@ -129,24 +129,19 @@ TEST(Select, FindsNamesThatNoDocumentHolds) {
 // The mistake is where the mark '^' stands in the pattern, which is removed.
 TEST(Select, SaysWhereAPatternIsWrong) {
   const Held document{trees::parsed("<r><a/></r>")};
-  const std::string longGroup = repeated(".a", 32), manyGroups = repeated("**.a.", 16);
-  for (std::string pattern :
-       {std::string("...^"),        std::string("^@a"),          std::string("r.^1"),
-        std::string("r.a.^0"),      std::string("r.a[^0]"),      std::string("r.a.1.^2"),
-        std::string("r.a[1].^2"),   std::string("r.a[1][^2]"),   std::string("r[^1]"),
-        std::string("r.a[@x][^1]"), std::string("r.a[@x].^1"),   std::string("r.**.^1"),
-        std::string("r.a.1^[@x]"),  std::string("r.**^[a]"),     std::string("r.**^*"),
-        std::string("r.a^*"),       std::string("r.*^a"),        std::string("r.a^]"),
-        std::string("r.a^@b"),      std::string("r.@^"),         std::string("r.@a.^b"),
-        std::string("r.@a^[b]"),    std::string("r.@^@"),        std::string("r.a[^"),
-        std::string("r.a[^]"),      std::string("r.a[b^"),       std::string("r.a[b^.c]"),
-        std::string("r.a[@^=v]"),   std::string("r.a[^=v]"),     std::string("r.a[b=^]"),
-        std::string("r.a[b=^ v]"),  std::string("r.a[b=v^ ]"),   std::string("r.a[b=v^"),
-        std::string("r.a[b='v^"),   std::string("r.a[b='v'^ ]"), std::string("r.a[b='v'^"),
-        std::string("r.a[b='v\\^"), std::string("r.a[.^]"),      std::string("r.a[1^ ]"),
-        std::string("r.a[1^x]"),    std::string("r.a[@b^ =v]"),  std::string("r.a[^'b']"),
-        std::string("r.a[b]^c"),    std::string("r.a[*^b]"),     std::string("r.^[b]"),
-        "r.**" + longGroup + ".^a", "r." + manyGroups + "^**"}) {
+  constexpr const char *kMalformed[] = {
+      "...^",        "^@a",        "r.^1",      "r.a.^0",      "r.a[^0]",      "r.a.1.^2",
+      "r.a[1].^2",   "r.a[1][^2]", "r[^1]",     "r.a[@x][^1]", "r.a[@x].^1",   "r.**.^1",
+      "r.a.1^[@x]",  "r.**^[a]",   "r.**^*",    "r.a^*",       "r.*^a",        "r.a^]",
+      "r.a^@b",      "r.@^",       "r.@a.^b",   "r.@a^[b]",    "r.@^@",        "r.a[^",
+      "r.a[^]",      "r.a[b^",     "r.a[b^.c]", "r.a[@^=v]",   "r.a[^=v]",     "r.a[b=^]",
+      "r.a[b=^ v]",  "r.a[b=v^ ]", "r.a[b=v^",  "r.a[b='v^",   "r.a[b='v'^ ]", "r.a[b='v'^",
+      "r.a[b='v\\^", "r.a[.^]",    "r.a[1^ ]",  "r.a[1^x]",    "r.a[@b^ =v]",  "r.a[^'b']",
+      "r.a[b]^c",    "r.a[*^b]",   "r.^[b]"};
+  std::vector<std::string> patterns(std::begin(kMalformed), std::end(kMalformed));
+  patterns.push_back("r.**" + repeated(".a", 32) + ".^a");
+  patterns.push_back("r." + repeated("**.a.", 16) + "^**");
+  for (std::string &pattern : patterns) {
     const size_t mistake = pattern.find('^');
     pattern.erase(mistake, 1);
     NEB_XML_CURSOR cursor = {};
