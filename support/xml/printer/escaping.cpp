@@ -182,8 +182,8 @@ char *writeNumericReference(char *to, const char **value, const char *end) {
 }  // namespace
 
 template <typename Value>
-[[gnu::noinline]] char *copyStrictly(SinkOutput &output, char *to, const char *value,
-                                     size_t length, bool isAscii) {
+[[gnu::noinline]] char *copyStrictly(SinkOutput &output, char *to, const char *value, size_t length,
+                                     bool isAscii) {
   const char *end = value + length;
   while (value != end) {
     const size_t ahead = std::min(static_cast<size_t>(end - value), kSlice);
