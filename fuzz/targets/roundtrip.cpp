@@ -177,9 +177,9 @@ void checkStrict(const XmlNode *document, const NEB_XML_PRINT_OPTIONS &options) 
     if (!parser->knowsFifthEdition && !hasAsciiNames(document)) continue;
     require(outlineBy(*parser, whole) == expected);
   }
-  for (const auto parse : {NEB_XML_Parse, NEB_XML_ParseEx}) {
+  for (const uint32_t flags : kParseFlags) {
     XmlNode *again = nullptr;
-    require(parse(whole.c_str(), &again) == kOk);
+    require(NEB_XML_ParseBuffer(whole.data(), whole.size(), flags, &again, nullptr) == kOk);
     require(outlineOf(again) == expected);
     XML_FreeNode(again);
   }

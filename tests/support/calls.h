@@ -16,6 +16,9 @@ inline constexpr uint32_t kFileOpen = NEB_XML_ERR_FILE_OPEN;
 inline constexpr uint32_t kFileRead = NEB_XML_ERR_FILE_READ;
 inline constexpr uint32_t kFileWrite = NEB_XML_ERR_FILE_WRITE;
 
+// The ways to read what has been printed exactly.
+inline constexpr uint32_t kParseFlags[] = {0, NEB_XML_PARSE_SESSION};
+
 // Appends what NEB_XML_Print writes to a std::string.
 inline uint32_t appendTo(void *string, const char *bytes, size_t length) {
   static_cast<std::string *>(string)->append(bytes, length);
