@@ -340,7 +340,8 @@ typedef struct NEB_XML_READ_OPTIONS {
  * every start tag of an element with children, every childless element and every end tag ends in a
  * line feed. In values the characters " ' < > are written as references, and & as well unless it
  * begins one; names are written as they are. What they print of an edited tree may not parse, or to
- * other values. NEB_XML_TransformIndented and NEB_XML_SaveFile are exact instead.
+ * other values. NEB_XML_TransformIndented and NEB_XML_SaveFile are exact instead: this library
+ * reads the same tree. NEB_XML_Print and NEB_XML_Save are strict: every XML parser does.
  *
  * start  an element or document; printed with its subtree, without its siblings. Not written to.
  * text   receives a NUL-terminated string from the allocation hook, exactly as large as needed;
@@ -469,10 +470,11 @@ typedef struct NEB_XML_PRINT_OPTIONS {
 typedef uint32_t (*NEB_XML_SINK)(void *context, const char *bytes, size_t length);
 
 /**
- * Writes a subtree as a document, part by part: any XML parser reads the same names, values,
- * attributes and structure, and so does this library, strictly or not. Prefer it to
- * NEB_XML_TransformIndented where the output leaves the program, is too large to be held in memory,
- * or needs a layout of its own: it also checks every character, and names failures apart.
+ * Writes a subtree as a document, part by part. Every XML parser reads the same names, values,
+ * attributes and structure in it; so does this library, strictly or not. Prefer it to
+ * NEB_XML_TransformIndented if the output leaves the program, is large, or needs a layout of its
+ * own. It also checks every character, and its results distinguish what cannot be written from
+ * wrong arguments.
  *
  * References, empty values and white space are written as NEB_XML_TransformIndented writes them.
  *

@@ -75,8 +75,8 @@ class ShortName {
 // Only exact printing compares the names of attributes.
 struct NoNames {};
 
-// The kind says what is written, and into what. Sources define theirs in a namespace without a name,
-// so that the compiler knows all that is done with each.
+// The kind says what is written, and into what. Sources define theirs in a namespace without a
+// name, so that the compiler knows all that is done with each.
 template <typename PrintingKind>
 class Printer {
  public:
