@@ -241,6 +241,11 @@ TEST(Print, AllocatesForLongNamesOnly) {
       EXPECT_EQ(result == kNoMemory, failing.happened());
       EXPECT_TRUE(result != kOk || received.whole == expected);
     }
+    for (const size_t n : {1U, 2U, 3U}) {
+      Received some{n};
+      EXPECT_EQ(NEB_XML_Print(node, nullptr, Received::take, &some), 77U);
+      EXPECT_EQ(some.parts, n);
+    }
     EXPECT_EQ(NEB_XML_SetNode(node, nullptr, (name + "\xC3").c_str(), nullptr), kOk);
     EXPECT_EQ(written(node), kUnwritten);
   }

@@ -477,6 +477,7 @@ typedef uint32_t (*NEB_XML_SINK)(void *context, const char *bytes, size_t length
  * wrong arguments.
  *
  * References, empty values and white space are written as NEB_XML_TransformIndented writes them.
+ * Parsers that know no edition of XML 1.0 beyond the fourth refuse some names beyond ASCII.
  *
  * node     an element or document; written with its subtree, without its siblings.
  * options  may be null.

@@ -1,4 +1,4 @@
-// What a parser reads in a document: names, attributes and values in document order, to be compared.
+// What a parser reads in a document, to be compared: names, attributes and values in their order.
 #pragma once
 
 #include <string>
