@@ -133,7 +133,8 @@ class SaveBy : public Save, public testing::WithParamInterface<Way> {
   const trees::Held document_{trees::parsed(text_)};
 };
 
-INSTANTIATE_TEST_SUITE_P(Ways, SaveBy, testing::Values(Way::whole, Way::inParts));
+INSTANTIATE_TEST_SUITE_P(Ways, SaveBy, testing::Values(Way::whole, Way::inParts),
+                         [](auto &way) { return way.param == Way::whole ? "whole" : "inParts"; });
 
 TEST_P(SaveBy, ReplacesFilesKeepsPermissionsAndFollowsLinks) {
   const std::string file = path("file.xml");
