@@ -174,7 +174,7 @@ static_assert(isWhole(kStrictTextEndTable, kMostStrictTextEndBytes));
 
 }  // namespace
 
-constinit const Kernel kAvx2Kernel = {"avx2", indexByAvx2, indexStrictlyByAvx2, findForbiddenByAvx2,
+constinit const Kernel kAvx2Kernel = {"avx2", indexByAvx2, indexStrictlyByAvx2, areAllowedByAvx2,
                                       true};
 
 }  // namespace neb::xml::internal

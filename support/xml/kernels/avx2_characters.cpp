@@ -174,16 +174,16 @@ class Check {
 
 }  // namespace
 
-[[gnu::target("avx2")]] const char *findForbiddenByAvx2(const char *from, const char *end) {
+[[gnu::target("avx2")]] bool areAllowedByAvx2(const char *from, const char *end) {
   Check check;
   for (; static_cast<size_t>(end - from) >= kStride; from += kStride) {
-    if (!check.accepts(from)) return from;
+    if (!check.accepts(from)) return false;
   }
   // Spaces behind the rest end a character that is not complete.
   alignas(kVectorSize) char rest[kStride];
   std::memset(rest, ' ', kStride);
   std::memcpy(rest, from, static_cast<size_t>(end - from));
-  return check.accepts(rest) ? end : from;
+  return check.accepts(rest);
 }
 
 }  // namespace neb::xml::internal
