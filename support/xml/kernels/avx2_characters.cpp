@@ -1,7 +1,7 @@
-// UTF-8 is checked by three table lookups for each byte: by the high and low half of the byte before
-// it, and by its own high half. Each table holds a bit for each mistake that its half is part of. A
-// mistake is there if all three have its bit. See "Validating UTF-8 In Less Than One Instruction Per
-// Byte" by Keiser and Lemire.
+// UTF-8 is checked by three table lookups for each byte: by the high and low half of the byte
+// before it, and by its own high half. Each table holds a bit for each mistake that its half is
+// part of. A mistake is there if all three have its bit. See "Validating UTF-8 In Less Than One
+// Instruction Per Byte" by Keiser and Lemire.
 #include "kernels/avx2_characters.h"
 
 #if defined(__x86_64__)
