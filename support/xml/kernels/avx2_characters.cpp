@@ -95,7 +95,7 @@ template <int count>
 }
 
 [[gnu::target("avx2")]] inline __m256i atLeast(__m256i bytes, uint8_t least) {
-  return _mm256_cmpeq_epi8(_mm256_max_epu8(bytes, filledWith(least)), bytes);
+  return _mm256_cmpeq_epi8(_mm256_subs_epu8(filledWith(least), bytes), _mm256_setzero_si256());
 }
 
 // For each low half of a byte the white space that ends so; else a byte that ends otherwise.
