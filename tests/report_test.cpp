@@ -111,8 +111,10 @@ TEST(Report, FailuresWithoutAPlace) {
   using reasons::kArgument;
   expect(NEB_XML_ParseBuffer(nullptr, 1, 0, &document, &error), kInvalid, kArgument);
   expect(NEB_XML_ParseBuffer("<a/>", 0, 0, &document, &error), kInvalid, kArgument);
-  expect(NEB_XML_ParseBuffer("\0<a/>", 5, 0, &document, &error), kInvalid, kArgument);
-  expect(NEB_XML_ParseBuffer("<a/>", 4, 2, &document, &error), kInvalid, kArgument);
+  expect(NEB_XML_ParseBuffer("\0 <a/>", 6, 0, &document, &error), kInvalid, kArgument);
+  for (const uint32_t unknown : {uint32_t{NEB_XML_PARSE_NO_DOCTYPE}, 8U}) {
+    expect(NEB_XML_ParseBuffer("<a/>", 4, unknown, &document, &error), kInvalid, kArgument);
+  }
   expect(NEB_XML_ParseBuffer("<a/>", 4, 0, nullptr, &error), kInvalid, kArgument);
   const std::string empty = trees::temporaryFile("");
   const std::string path = trees::temporaryFile("<a/>");
@@ -122,7 +124,7 @@ TEST(Report, FailuresWithoutAPlace) {
   const auto readNothing = [](void *, size_t, size_t, FILE *) { return size_t{0}; };
   NEB_XML_RegFileFunc(std::fopen, std::fseek, std::fclose, readNothing, std::ftell);
   expectOfFile(path.c_str(), kFileRead, reasons::kFileRead);
-  expect(NEB_XML_ParseFileInfo(path.c_str(), 2, &document, &error), kInvalid, kArgument);
+  expect(NEB_XML_ParseFileInfo(path.c_str(), 8, &document, &error), kInvalid, kArgument);
   expect(NEB_XML_ParseFileInfo(path.c_str(), 0, nullptr, &error), kInvalid, kArgument);
   EXPECT_EQ(NEB_XML_ParseFileInfo("", 0, &document, nullptr), kFileOpen);
   const guarded::FailingAllocation noText(1);

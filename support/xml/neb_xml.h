@@ -208,7 +208,7 @@ typedef struct XmlNode XmlNode;
 enum NEB_XML_PARSE_FLAG {
   /** The document owns a memory session, as from NEB_XML_ParseEx. */
   NEB_XML_PARSE_SESSION = 1,
-  /** Accepts only what XML 1.0 calls well-formed, as NEB_XML_Read does. */
+  /** Reads strictly, as NEB_XML_Read does, with its results. */
   NEB_XML_PARSE_STRICT = 2,
   /** With NEB_XML_PARSE_STRICT: refuses a document type declaration. */
   NEB_XML_PARSE_NO_DOCTYPE = 4
@@ -289,11 +289,13 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileEx(const char *path, XmlN
 
 /**
  * Parses exactly what NEB_XML_Parse parses, of known length, and reports why and where it failed.
+ * A byte order mark of UTF-8 is skipped, and counted in offsets. UTF-16 and UTF-32 are recognised,
+ * and named in the reason.
  *
  * bytes   need not be terminated and are never read beyond length; the document ends early at a
- *         NUL. A copy of them is held during the call.
+ *         NUL, unless it is read strictly. A copy of them is held during the call.
  * length  in bytes.
- * flags   NEB_XML_PARSE_SESSION or 0; unknown bits are refused.
+ * flags   of enum NEB_XML_PARSE_FLAG, or 0; unknown bits are refused.
  * outDoc  receives the document node on success; unchanged on failure.
  * error   may be null; written on failure only. A document that fails is parsed a second time.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty document or an
@@ -333,6 +335,51 @@ typedef struct NEB_XML_READ_OPTIONS {
   char *message;      /**< Receives a sentence about the failure, with names; may be null. */
   size_t messageSize; /**< Of that buffer in bytes. A longer sentence is cut, and terminated. */
 } NEB_XML_READ_OPTIONS;
+
+/**
+ * Reads a document strictly: accepts what XML 1.0 (fifth edition) calls well-formed, as far as a
+ * tree of elements and texts can hold it, and nothing else. The document owns a memory session.
+ * Prefer it to the other parse functions unless the lenient language is wanted.
+ *
+ * bytes    need not be terminated. A byte order mark of UTF-8 is skipped.
+ * length   in bytes.
+ * options  may be null.
+ * outDoc   receives the document node on success; unchanged on failure. Freeing it with
+ *          NEB_XML_FreeNode ends its session.
+ * error    may be null; written on failure only. A document that fails is parsed a second time.
+ *
+ * Texts are kept exactly, white space included; comments and processing instructions do not end a
+ * text. As XML says, line ends become line feeds, and tabs and line ends in the values of attributes
+ * become spaces, unless they are written as references. White space beside child elements is
+ * layout. The document type declaration is skipped: what stands in it is checked as far as needed
+ * to find its end, entities and default values that it declares are not used.
+ *
+ * Returns NEB_XML_OK;
+ *   NEB_XML_ERR_INVALID_PARAM  a null argument, a length of 0, or options that are not allowed;
+ *   NEB_XML_ERR_SYNTAX         the document is not well-formed;
+ *   NEB_XML_ERR_UNSUPPORTED    the document may be well-formed, but holds what the tree cannot:
+ *                              text beside child elements, entities that it declares itself, names
+ *                              that begin or end with ':', a text of 2 GiB or more; or it is in
+ *                              another encoding than UTF-8 or US-ASCII; or it has a document type
+ *                              declaration, and the options refuse that;
+ *   NEB_XML_ERR_LIMIT          a limit of the options is exceeded;
+ *   NEB_XML_ERR_NO_MEMORY.
+ * A failed read leaves no allocation behind. Cost: linear in the document, constant stack.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Read(const char *bytes, size_t length,
+                                                   const NEB_XML_READ_OPTIONS *options,
+                                                   XmlNode **outDoc, NEB_XML_PARSE_ERROR *error);
+
+/**
+ * Reads a file through the file hooks, strictly, as NEB_XML_Read does.
+ *
+ * path  passed unchanged to the open hook.
+ * Returns the results of NEB_XML_Read; NEB_XML_ERR_SYNTAX also for an empty file;
+ * NEB_XML_ERR_FILE_OPEN and NEB_XML_ERR_FILE_READ as NEB_XML_ParseFile.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Load(const char *path,
+                                                   const NEB_XML_READ_OPTIONS *options,
+                                                   XmlNode **outDoc, NEB_XML_PARSE_ERROR *error);
 
 /* --- Printing and saving ---------------------------------------------------------------------- */
 /*

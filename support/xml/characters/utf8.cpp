@@ -1,5 +1,7 @@
 #include "characters/utf8.h"
 
+#include <algorithm>
+
 #include "characters/characters.h"
 
 namespace neb::xml::internal {
@@ -25,14 +27,13 @@ char utf8Tail(uint32_t code, unsigned shift) {
   return static_cast<char>(0x80 | ((code >> shift) & kTailMask));
 }
 
-}  // namespace
-
-Character characterAt(const char *from, const char *end) {
+// Reads no byte behind one that does not belong to the character.
+Character characterAt(const char *from, size_t available) {
   constexpr Character kNone = {0, 0};
-  if (from == end) return kNone;
+  if (available == 0) return kNone;
   const auto first = static_cast<uint8_t>(*from);
   const size_t length = lengthByFirst(first);
-  if (length == 0 || length > static_cast<size_t>(end - from)) return kNone;
+  if (length == 0 || length > available) return kNone;
   uint32_t code = length == 1 ? first : first & (0x7FU >> length);
   for (size_t i = 1; i < length; ++i) {
     const auto tail = static_cast<uint8_t>(from[i]);
@@ -43,6 +44,14 @@ Character characterAt(const char *from, const char *end) {
   return isAllowed ? Character{code, length} : kNone;
 }
 
+}  // namespace
+
+Character characterAt(const char *from, const char *end) {
+  return characterAt(from, static_cast<size_t>(end - from));
+}
+
+Character characterAt(const char *from) { return characterAt(from, kLongestUtf8); }
+
 const char *findForbidden(const char *from, const char *end) {
   while (from < end) {
     const size_t length = characterAt(from, end).length;
@@ -50,6 +59,10 @@ const char *findForbidden(const char *from, const char *end) {
     from += length;
   }
   return end;
+}
+
+const char *findOtherThanAscii(const char *from, const char *end) {
+  return std::find_if(from, end, [](char byte) { return static_cast<uint8_t>(byte) >= 0x80; });
 }
 
 char *writeUtf8(char *to, uint32_t code) {

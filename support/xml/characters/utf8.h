@@ -14,9 +14,15 @@ struct Character {
 // The character that begins here. Nothing from the end on is read.
 Character characterAt(const char *from, const char *end);
 
+// The same in a terminated string. Nothing behind its terminator is read.
+Character characterAt(const char *from);
+
 // The first byte that does not belong to well-formed UTF-8 of characters that XML allows; the end
 // if there is none.
 const char *findForbidden(const char *from, const char *end);
+
+// The first byte of a character beyond ASCII; the end if there is none.
+const char *findOtherThanAscii(const char *from, const char *end);
 
 inline constexpr size_t kLongestUtf8 = 4;
 

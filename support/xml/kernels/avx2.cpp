@@ -1,4 +1,5 @@
 // The kernel of machines with AVX2: a shuffle and a comparison find each byte of a set.
+#include "kernels/avx2_characters.h"
 #include "kernels/kernel.h"
 
 #if defined(__x86_64__)
@@ -66,6 +67,89 @@ static_assert(isWhole(kMoreNameEndTable, kMoreNameEndBytes), "names need a third
   return low | uint64_t{high} << kVectorSize;
 }
 
+// Of any set with few different rows: a row is the set of bytes with one high half, and has a bit of
+// its own.
+struct alignas(kLowHalves) NibbleTables {
+  uint8_t low[kLowHalves] = {};
+  uint8_t high[kLowHalves] = {};
+  size_t rows = 0;
+
+  explicit constexpr NibbleTables(const ByteSet &set) {
+    for (size_t row = 0; row < kLowHalves; ++row) addRow(set, row);
+  }
+
+ private:
+  static constexpr uint16_t bytesOf(const ByteSet &set, size_t row) {
+    uint16_t bytes = 0;
+    for (size_t i = 0; i < kLowHalves; ++i) {
+      if (set.holds(row * kLowHalves + i)) bytes = static_cast<uint16_t>(bytes | 1U << i);
+    }
+    return bytes;
+  }
+
+  constexpr void addRow(const ByteSet &set, size_t row) {
+    const uint16_t bytes = bytesOf(set, row);
+    for (size_t earlier = 0; earlier < row; ++earlier) {
+      if (bytesOf(set, earlier) == bytes) {
+        high[row] = high[earlier];
+        return;
+      }
+    }
+    const auto bit = static_cast<uint8_t>(1U << rows++);
+    high[row] = bit;
+    for (size_t i = 0; i < kLowHalves; ++i) {
+      if ((bytes >> i & 1) != 0) low[i] = static_cast<uint8_t>(low[i] | bit);
+    }
+  }
+};
+
+constexpr NibbleTables kStrictNameEndTables(kStrictNameEndBytes);
+static_assert(kStrictNameEndTables.rows <= 8);
+constexpr ShuffleTable kStrictValueEndTable(kStrictValueEndBytes);
+static_assert(isWhole(kStrictValueEndTable, kStrictValueEndBytes));
+constexpr ByteSet kMostStrictTextEndBytes = kStrictTextEndBytes.without(ByteSet("]"));
+constexpr ShuffleTable kStrictTextEndTable(kMostStrictTextEndBytes);
+static_assert(isWhole(kStrictTextEndTable, kMostStrictTextEndBytes));
+
+[[gnu::target("avx2")]] inline __m256i loadHalves(const uint8_t (&table)[kLowHalves]) {
+  return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i *>(table)));
+}
+
+// All ones for the bytes that are in no row of theirs.
+[[gnu::target("avx2")]] inline __m256i findOutside(__m256i low, __m256i high, __m256i bytes) {
+  const __m256i halves = _mm256_set1_epi8(0x0F);
+  const __m256i lowHalf = _mm256_and_si256(bytes, halves);
+  const __m256i highHalf = _mm256_and_si256(_mm256_srli_epi16(bytes, 4), halves);
+  const __m256i rows =
+      _mm256_and_si256(_mm256_shuffle_epi8(low, lowHalf), _mm256_shuffle_epi8(high, highHalf));
+  return _mm256_cmpeq_epi8(rows, _mm256_setzero_si256());
+}
+
+[[gnu::target("avx2")]] inline __m256i findStrictTextEnds(__m256i table, __m256i bytes) {
+  return _mm256_or_si256(findIn(table, bytes), _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8(']')));
+}
+
+[[gnu::target("avx2")]] void indexStrictlyByAvx2(const char *bytes, size_t words, size_t firstWord,
+                                                 IndexWords &index) {
+  const __m256i whitespaces = load(kWhitespaceTable);
+  const __m256i textEnds = load(kStrictTextEndTable);
+  const __m256i valueEnds = load(kStrictValueEndTable);
+  const __m256i nameLows = loadHalves(kStrictNameEndTables.low);
+  const __m256i nameHighs = loadHalves(kStrictNameEndTables.high);
+  for (size_t word = firstWord; word < firstWord + words; ++word) {
+    const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes));
+    const __m256i second =
+        _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes + kVectorSize));
+    bytes += kBytesPerWord;
+    index[kNameEnds][word] =
+        ~bitsOf(findOutside(nameLows, nameHighs, first), findOutside(nameLows, nameHighs, second));
+    index[kValueEnds][word] = bitsOf(findIn(valueEnds, first), findIn(valueEnds, second));
+    index[kTextEnds][word] =
+        bitsOf(findStrictTextEnds(textEnds, first), findStrictTextEnds(textEnds, second));
+    index[kNonWhitespace][word] = ~bitsOf(findIn(whitespaces, first), findIn(whitespaces, second));
+  }
+}
+
 [[gnu::target("avx2")]] void indexByAvx2(const char *bytes, size_t words, size_t firstWord,
                                          IndexWords &index) {
   const __m256i whitespaces = load(kWhitespaceTable);
@@ -90,7 +174,8 @@ static_assert(isWhole(kMoreNameEndTable, kMoreNameEndBytes), "names need a third
 
 }  // namespace
 
-constinit const Kernel kAvx2Kernel = {"avx2", indexByAvx2, true};
+constinit const Kernel kAvx2Kernel = {"avx2", indexByAvx2, indexStrictlyByAvx2, findForbiddenByAvx2,
+                                      true};
 
 }  // namespace neb::xml::internal
 

@@ -61,6 +61,24 @@ inline constexpr ByteSet kValueEndBytes = kTextEndBytes.with(ByteSet("\"'"));
 inline constexpr ByteSet kNameEndBytes =
     kValueEndBytes.with(kWhitespaceBytes).with(ByteSet("!/:=>?]"));
 
+// For strict reading names end at every byte that cannot be in an ASCII name, and at ':'. So what
+// lies before an end has only to begin as a name does. White space that is not kept ends values and
+// texts too, and so does the ']' of "]]>", which no text may hold.
+inline constexpr ByteSet kStrictTextEndBytes = kTextEndBytes.with(ByteSet("\r]"));
+inline constexpr ByteSet kStrictValueEndBytes = kValueEndBytes.with(ByteSet("\t\n\r"));
+
+constexpr ByteSet makeStrictNameEndBytes() {
+  ByteSet bytes;
+  for (size_t byte = 0; byte < kByteValues; ++byte) {
+    const bool isLetter = (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
+    const bool isInName =
+        isLetter || (byte >= '0' && byte <= '9') || byte == '_' || byte == '-' || byte == '.';
+    if (!isInName) bytes.add(byte);
+  }
+  return bytes;
+}
+inline constexpr ByteSet kStrictNameEndBytes = makeStrictNameEndBytes();
+
 constexpr bool isWhitespace(char byte) {
   return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
 }

@@ -69,7 +69,8 @@ void indexByNeon(const char *bytes, size_t words, size_t firstWord, IndexWords &
 
 }  // namespace
 
-constinit const Kernel kNeonKernel = {"neon", indexByNeon, false};
+constinit const Kernel kNeonKernel = {"neon", indexByNeon, indexStrictlyByTable,
+                                      findForbiddenByVector, false};
 
 }  // namespace neb::xml::internal
 

@@ -1,6 +1,8 @@
 // The kernel of all other machines: a table answers all questions of a byte at once.
+#include "characters/utf8.h"
 #include "kernels/byte_sets.h"
 #include "kernels/kernel.h"
+#include "simd/vector.h"
 
 namespace neb::xml::internal {
 
@@ -13,11 +15,13 @@ static_assert(kLaneBits * kQuestions == 64);
 struct AnswersOfBytes {
   uint64_t answers[kByteValues];
 
-  constexpr AnswersOfBytes() : answers() {
+  constexpr AnswersOfBytes(const ByteSet &nameEnds, const ByteSet &valueEnds,
+                           const ByteSet &textEnds)
+      : answers() {
     for (size_t byte = 0; byte < kByteValues; ++byte) {
-      answers[byte] = lane(kNameEndBytes.holds(byte), kNameEnds) |
-                      lane(kValueEndBytes.holds(byte), kValueEnds) |
-                      lane(kTextEndBytes.holds(byte), kTextEnds) |
+      answers[byte] = lane(nameEnds.holds(byte), kNameEnds) |
+                      lane(valueEnds.holds(byte), kValueEnds) |
+                      lane(textEnds.holds(byte), kTextEnds) |
                       lane(!kWhitespaceBytes.holds(byte), kNonWhitespace);
     }
   }
@@ -28,21 +32,24 @@ struct AnswersOfBytes {
   }
 };
 
-constexpr AnswersOfBytes kAnswersOfBytes;
+constexpr AnswersOfBytes kLenientAnswers(kNameEndBytes, kValueEndBytes, kTextEndBytes);
+constexpr AnswersOfBytes kStrictAnswers(kStrictNameEndBytes, kStrictValueEndBytes,
+                                        kStrictTextEndBytes);
 
-inline uint64_t answersOf(const char *bytes) {
+inline uint64_t answersOf(const AnswersOfBytes &answersOfBytes, const char *bytes) {
   uint64_t answers = 0;
   for (size_t i = 0; i < kLaneBits; ++i) {
-    answers |= kAnswersOfBytes.answers[static_cast<uint8_t>(bytes[i])] << i;
+    answers |= answersOfBytes.answers[static_cast<uint8_t>(bytes[i])] << i;
   }
   return answers;
 }
 
+template <const AnswersOfBytes &answersOfBytes>
 void indexByTable(const char *bytes, size_t words, size_t firstWord, IndexWords &index) {
   for (size_t word = firstWord; word < firstWord + words; ++word) {
     uint64_t bits[kQuestions] = {};
     for (size_t i = 0; i < kBytesPerWord; i += kLaneBits) {
-      const uint64_t answers = answersOf(bytes + i);
+      const uint64_t answers = answersOf(answersOfBytes, bytes + i);
       for (size_t question = 0; question < kQuestions; ++question) {
         const uint64_t lane = answers >> question * kLaneBits & UINT16_MAX;
         bits[question] |= lane << i;
@@ -57,6 +64,31 @@ void indexByTable(const char *bytes, size_t words, size_t firstWord, IndexWords 
 
 }  // namespace
 
-constinit const Kernel kPortableKernel = {"portable", indexByTable, false};
+void indexStrictlyByTable(const char *bytes, size_t words, size_t firstWord, IndexWords &index) {
+  indexByTable<kStrictAnswers>(bytes, words, firstWord, index);
+}
+
+const char *findForbiddenByVector(const char *from, const char *end) {
+  // Most texts are ASCII.
+  while (static_cast<size_t>(end - from) >= kVectorSize) {
+    const Vector bytes = loadVector(from);
+    const Vector isWhitespace = (bytes == '\t') | (bytes == '\n') | (bytes == '\r');
+    const Vector isOrdinary = (bytes >= ' ') & (bytes < kAsciiBytes);
+    if (bitsOf(~(isOrdinary | isWhitespace)) == 0) {
+      from += kVectorSize;
+      continue;
+    }
+    const char *vectorEnd = from + kVectorSize;
+    while (from < vectorEnd) {
+      const size_t length = characterAt(from, end).length;
+      if (length == 0) return from;
+      from += length;
+    }
+  }
+  return findForbidden(from, end);
+}
+
+constinit const Kernel kPortableKernel = {"portable", indexByTable<kLenientAnswers>,
+                                          indexStrictlyByTable, findForbiddenByVector, false};
 
 }  // namespace neb::xml::internal

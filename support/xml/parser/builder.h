@@ -8,6 +8,7 @@
 #include "parser/allocation.h"
 #include "parser/copying.h"
 #include "parser/decoder.h"
+#include "parser/limits.h"
 #include "parser/markup.h"
 #include "parser/reasons.h"
 #include "record/node_records.h"
@@ -47,7 +48,7 @@ class AttributeList {
 //
 // Functions that return bool return false once the parse has failed. What has been built is then
 // freed with the builder.
-template <typename Allocation>
+template <typename Allocation, bool kIsStrict>
 class TreeBuilder {
  public:
   // The document is a new node. The first start tag fills its record.
@@ -83,6 +84,12 @@ class TreeBuilder {
   bool isInTag() const { return isInTag_; }
   bool hasAttributes() const { return attributes_.seen.count != 0; }
   bool hasFailed() const { return hasFailed_; }
+  // Whether the root has been started.
+  bool hasRoot() const { return next_ != document_; }
+
+  // Counted in strict reading only. A few nodes may be made beyond a limit before it is noticed.
+  void setLimits(const ReadLimits &limits) { limits_ = limits; }
+  bool isWithinLimits() const { return nodes_ <= limits_.nodes && deepest_ <= limits_.depth; }
 
   // Whether the element started last is still open.
   bool isLastStartedOpen() const { return open_ != nullptr && last_ == nullptr; }
@@ -103,10 +110,14 @@ class TreeBuilder {
     hasFailed_ = true;
     return false;
   }
+  bool failAbout(const char *reason, const char *at, const Run & /*name*/) {
+    return fail(reason, at);
+  }
   bool failEndTag(const char *endTag, const Run & /*name*/) {
     return fail(reasons::kEndTagOther, endTag);
   }
   static const char *openTag() { return nullptr; }
+  static Run openName() { return {}; }
 
   // ---- Short tokens: names of kLongestShortName bytes at most, with kWidestCopy bytes behind
   // them.
@@ -310,6 +321,7 @@ class TreeBuilder {
     fillAttribute(attribute, allocation_.handle(), 0, open_);
     attribute->name = nullptr;
     attribute->value = nullptr;
+    countAttribute();
     attributes_.append(attribute);
     if (!copyRun(prefix, &attribute->prefix) || !copyRun(name, &attribute->name)) return false;
     if (name.isVerbatim) attribute->nameLength = notedNameLength(name.length);
@@ -380,20 +392,43 @@ class TreeBuilder {
   void close() {
     XmlNode *element = open_;
     open_ = element->parent;
+    leaveElement();
     closeElement(element);
   }
 
-  // An end tag behind anything else. What follows is in content if the tag was.
+  // An end tag behind anything else. In the lenient language, what follows is in content if the tag
+  // was.
   void closeInContent() {
     XmlNode *element = open_;
     element->valueOwned = 1;
     open_ = element->parent;
     last_ = element;
+    leaveElement();
+    if constexpr (kIsStrict) leafLength_ = 0;
     forgetLeafName();
   }
 
  private:
   static constexpr size_t kUnknownLeaf = SIZE_MAX;
+
+  void countElement() {
+    if constexpr (kIsStrict) {
+      ++nodes_;
+      if (depth_ >= deepest_) deepest_ = depth_ + 1;
+    }
+  }
+
+  void countAttribute() {
+    if constexpr (kIsStrict) ++nodes_;
+  }
+
+  void enterElement() {
+    if constexpr (kIsStrict) ++depth_;
+  }
+
+  void leaveElement() {
+    if constexpr (kIsStrict) --depth_;
+  }
 
   static XmlNode *recordAt(char *memory) { return reinterpret_cast<XmlNode *>(memory); }
 
@@ -403,6 +438,7 @@ class TreeBuilder {
   XmlNode *startNext(char *name, size_t length) {
     XmlNode *element = next_;
     if constexpr (!Allocation::kIsArena) next_ = nullptr;  // freed with the tree from now on
+    countElement();
     fillElement(element, allocation_.handle(), static_cast<uint16_t>(length));
     name[length] = '\0';
     element->name = name;
@@ -419,6 +455,7 @@ class TreeBuilder {
 
   void openElement(XmlNode *element, const char *name, size_t length) {
     open_ = element;
+    enterElement();
     last_ = nullptr;
     leafName_ = name;
     leafLength_ = length;
@@ -440,6 +477,7 @@ class TreeBuilder {
     char *copy = nullptr;
     if (!copyRun(name, &copy)) return false;
     XmlNode *element = std::exchange(next_, nullptr);
+    countElement();
     if (element != document_) fillElement(element, allocation_.handle(), 0);
     element->name = copy;
     element->nameOwned = 1;
@@ -479,6 +517,7 @@ class TreeBuilder {
   XmlNode *fillNamed(char *memory, size_t length, size_t prefixSize) {
     char *name = memory + kAttributeRecordSize;
     XmlNode *attribute = recordAt(memory);
+    countAttribute();
     fillAttribute(attribute, allocation_.handle(), static_cast<uint16_t>(length - prefixSize),
                   open_);
     attribute->name = name + prefixSize;
@@ -657,6 +696,11 @@ class TreeBuilder {
   AttributeList attributes_;
   DuplicateDetector duplicates_;
   XmlNode *document_;
+  // In strict reading.
+  size_t nodes_ = 0;
+  size_t depth_ = 0;
+  size_t deepest_ = 0;
+  ReadLimits limits_;
 };
 
 }  // namespace neb::xml::internal

@@ -4,9 +4,9 @@
 #include <cstring>
 #include <utility>
 
+#include "characters/characters.h"
 #include "memory/hooks.h"
 #include "parser/copying.h"
-#include "parser/decoder.h"
 #include "parser/reasons.h"
 #include "tree/nodes.h"
 
@@ -23,20 +23,29 @@ CheckingBuilder::~CheckingBuilder() {
   XML_Free(nullptr, tags_);
 }
 
-bool CheckingBuilder::fail(const char *reason, const char *at) {
-  if (!hasFailed()) failure_ = {reason, at, {}, {}};
+bool CheckingBuilder::fail(const char *reason, const char *at) { return failAbout(reason, at, {}); }
+
+bool CheckingBuilder::failAbout(const char *reason, const char *at, const Run &name) {
+  if (hasFailed()) return false;
+  const bool isMixed = reason == reasons::kMixedChild || reason == reasons::kMixedText;
+  failure_ = {reason, at, isMixed ? innermost() : OpenTag{}, {}, name};
   return false;
 }
 
 bool CheckingBuilder::failEndTag(const char *endTag, const Run &name) {
-  if (!hasFailed()) failure_ = {reasons::kEndTagOther, endTag, innermost(), name};
+  if (!hasFailed()) failure_ = {reasons::kEndTagOther, endTag, innermost(), name, name};
   return false;
 }
 
 bool CheckingBuilder::failForMemory(const char *at) { return fail(reasons::kNoMemory, at); }
 
+bool CheckingBuilder::countNode(const char *at) {
+  return ++nodes_ <= limits_.nodes || fail(reasons::kTooManyNodes, at);
+}
+
 bool CheckingBuilder::startElement(const char *tag, const Run &name) {
-  if (!checkRun(name)) return false;
+  if (!checkRun(name) || !countNode(tag)) return false;
+  if (openTags_ >= limits_.depth) return fail(reasons::kTooDeep, tag);
   if (openTags_ == capacity_ && !growTags()) return failForMemory(tag);
   tags_[openTags_++] = {tag, name};
   freeAttributes();
@@ -46,6 +55,9 @@ bool CheckingBuilder::startElement(const char *tag, const Run &name) {
 }
 
 bool CheckingBuilder::startAttribute(const Run &prefix, const Run &name) {
+  const char *begin = prefix.length != 0 ? prefix.begin : name.begin;
+  attributeName_ = {begin, static_cast<size_t>(name.begin + name.length - begin), true};
+  if (!countNode(begin)) return false;
   XmlNode *attribute = makeNode(Storage(), NEB_XML_NODE_ATTRIBUTE);
   if (attribute == nullptr) return failForMemory(name.begin);
   (lastAttribute_ != nullptr ? lastAttribute_->next : firstAttribute_) = attribute;
@@ -64,7 +76,8 @@ bool CheckingBuilder::endAttribute(const char *nameInDocument, const Run &value)
   const uint64_t key = NameKey::of(lastAttribute_);
   const uint32_t result = duplicates_.add(key, firstAttribute_, lastAttribute_, &seen_);
   if (result == NEB_XML_ERR_NO_MEMORY) return failForMemory(nameInDocument);
-  return result == NEB_XML_OK || fail(reasons::kAttributeTwice, nameInDocument);
+  return result == NEB_XML_OK ||
+         failAbout(reasons::kAttributeTwice, nameInDocument, attributeName_);
 }
 
 bool CheckingBuilder::endStartTag() {
@@ -157,8 +170,17 @@ char *CheckingBuilder::copyRun(const Run &run) {
   DecodingFailure failure = {};
   if (decode(run, copy, &failure)) return copy;
   XML_Free(nullptr, copy);
-  fail(failure.reason, failure.at);
+  failDecoding(failure);
   return nullptr;
+}
+
+void CheckingBuilder::failDecoding(const DecodingFailure &failure) {
+  Run about = {};
+  if (failure.reason == reasons::kEntity) {
+    const char *name = failure.at + 1;
+    about = {name, static_cast<size_t>(findNameEnd(name) - name), true};
+  }
+  failAbout(failure.reason, failure.at, about);
 }
 
 bool CheckingBuilder::growTags() {

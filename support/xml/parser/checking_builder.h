@@ -1,6 +1,8 @@
 // The builder that makes no tree: it finds why and where a document is malformed.
 #pragma once
 
+#include "parser/decoder.h"
+#include "parser/limits.h"
 #include "parser/markup.h"
 #include "record/node.h"
 #include "tree/duplicates.h"
@@ -13,6 +15,7 @@ namespace neb::xml::internal {
 class CheckingBuilder {
  public:
   CheckingBuilder() = default;
+  explicit CheckingBuilder(const ReadLimits &limits) : limits_(limits) {}
   ~CheckingBuilder();
   CheckingBuilder(const CheckingBuilder &) = delete;
   CheckingBuilder &operator=(const CheckingBuilder &) = delete;
@@ -26,8 +29,9 @@ class CheckingBuilder {
   struct Failure {
     const char *reason = nullptr;  // null: none
     const char *at = nullptr;
-    OpenTag startTag = {};  // of an end tag with another name; else empty
+    OpenTag startTag = {};  // of an end tag with another name, or around mixed content; else empty
     Run endTagName = {};
+    Run about = {};  // the name that the reason is about
   };
   const Failure &failure() const { return failure_; }
 
@@ -37,11 +41,17 @@ class CheckingBuilder {
   bool isInContent() const { return isInContent_; }
   bool isLastStartedOpen() const { return isLastStartedOpen_; }
   bool hasAttributes() const { return seen_.count != 0; }
+  // Whether an element has been started.
+  bool hasRoot() const { return nodes_ != 0; }
 
   // The '<' of the innermost open start tag; null if there is none.
   const char *openTag() const { return hasOpen() ? innermost().tag : nullptr; }
 
+  // Its name; empty if there is none.
+  Run openName() const { return hasOpen() ? innermost().name : Run{}; }
+
   bool fail(const char *reason, const char *at);
+  bool failAbout(const char *reason, const char *at, const Run &name);
   bool failEndTag(const char *endTag, const Run &name);
 
   bool startElement(const char *tag, const Run &name);
@@ -63,8 +73,13 @@ class CheckingBuilder {
   char *copyRun(const Run &run);
   bool checkPrefix(const char *name, size_t length);
   bool growTags();
+  bool countNode(const char *at);
+  void failDecoding(const DecodingFailure &failure);
   void freeAttributes();
 
+  ReadLimits limits_;
+  size_t nodes_ = 0;
+  Run attributeName_ = {};  // with its prefix
   Failure failure_;
   OpenTag *tags_ = nullptr;
   size_t openTags_ = 0;

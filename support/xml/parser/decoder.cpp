@@ -27,7 +27,18 @@ uint32_t digitOf(char byte, uint32_t base) {
   return kNotADigit;
 }
 
+// What stands for something else, in a byte or a vector of them.
+template <Decoding decoding, typename Bytes>
+auto isMarkup(Bytes bytes) {
+  const auto isReferenceOrTag = (bytes == '&') | (bytes == '<');
+  if constexpr (decoding == Decoding::lenient) return isReferenceOrTag;
+  const auto isReturn = isReferenceOrTag | (bytes == '\r');
+  if constexpr (decoding == Decoding::strictText) return isReturn;
+  return isReturn | (bytes == '\t') | (bytes == '\n');
+}
+
 // Decodes one run into a string with room for the undecoded run.
+template <Decoding decoding>
 class Decoder {
  public:
   Decoder(const Run &run, char *string)
@@ -42,8 +53,8 @@ class Decoder {
     while (from_ < end_) {
       copyVerbatim();
       if (from_ == end_) return true;
-      const bool decoded = *from_ == '&' ? decodeReference() : copyMarkup();
-      if (!decoded) return false;
+      const bool isDecoded = *from_ == '&' ? decodeReference() : decodeMarkup();
+      if (!isDecoded) return false;
     }
     return true;
   }
@@ -72,7 +83,7 @@ class Decoder {
       // Does not wait for the count.
       moveOn(kVectorSize);
     }
-    while (from_ < end_ && *from_ != '&' && *from_ != '<') *to_++ = *from_++;
+    while (from_ < end_ && !isMarkup<decoding>(*from_)) *to_++ = *from_++;
   }
 
   void moveOn(size_t count) {
@@ -96,23 +107,60 @@ class Decoder {
   static Vector copyVector(const char *from, char *to) {
     const Vector bytes = loadVector(from);
     storeVector(to, bytes);
-    return findMarkup(bytes);
+    return reinterpret_cast<Vector>(isMarkup<decoding>(bytes));
   }
 
-  static Vector findMarkup(Vector bytes) { return (bytes == '&') | (bytes == '<'); }
-
-  bool copyMarkup() {
-    if (!begins(from_, kCdataBegin)) {
+  bool decodeMarkup() {
+    if constexpr (decoding == Decoding::lenient) {
+      if (begins(from_, kCdataBegin)) return copySection();
       *to_++ = *from_++;
       return true;
     }
+    if (isWhitespace(*from_)) return copyWhitespace();
+    if constexpr (decoding == Decoding::strictValue) return fail(reasons::kAttributeLess);
+    return begins(from_, kCdataBegin) ? copySection() : skipMarkup();
+  }
+
+  // A carriage return counts as the line feed that it stands before, or as one.
+  bool copyWhitespace() {
+    const bool isLineEnd = *from_ == '\r' && from_ + 1 < end_ && from_[1] == '\n';
+    from_ += isLineEnd ? 2 : 1;
+    *to_++ = decoding == Decoding::strictValue ? ' ' : '\n';
+    return true;
+  }
+
+  // A comment or a processing instruction, which the tokenizer has checked.
+  bool skipMarkup() {
+    const bool isComment = begins(from_, kCommentBegin);
+    const char *end = isComment ? find(from_ + lengthOf(kCommentBegin), kCommentEnd)
+                                : find(from_, kInstructionEnd);
+    from_ = end + (isComment ? lengthOf(kCommentEnd) : lengthOf(kInstructionEnd));
+    return true;
+  }
+
+  bool copySection() {
     const char *content = from_ + lengthOf(kCdataBegin);
     const char *close = find(content, kCdataEnd);
     if (close == nullptr) return fail(reasons::kSectionOpen);
     if (close + lengthOf(kCdataEnd) > end_) return fail(reasons::kSectionCut);
+    if constexpr (decoding != Decoding::lenient) return copyLines(content, close);
     const auto count = static_cast<size_t>(close - content);
     platform::memcpy_s(to_, static_cast<size_t>(end_ - from_), content, count);
     to_ += count;
+    from_ = close + lengthOf(kCdataEnd);
+    return true;
+  }
+
+  // The content of a section.
+  bool copyLines(const char *content, const char *close) {
+    for (from_ = content; from_ < close;) {
+      const void *found = std::memchr(from_, '\r', static_cast<size_t>(close - from_));
+      const char *lineEnd = found != nullptr ? static_cast<const char *>(found) : close;
+      const auto count = static_cast<size_t>(lineEnd - from_);
+      std::memcpy(to_, from_, count);
+      moveOn(count);
+      if (from_ < close) copyWhitespace();
+    }
     from_ = close + lengthOf(kCdataEnd);
     return true;
   }
@@ -124,7 +172,14 @@ class Decoder {
       from_ += reference->length;
       return true;
     }
-    return from_[1] == '#' ? decodeNumber() : fail(reasons::kReferenceUnknown);
+    return from_[1] == '#' ? decodeNumber() : failReference();
+  }
+
+  bool failReference() {
+    if constexpr (decoding == Decoding::lenient) return fail(reasons::kReferenceUnknown);
+    const char *name = from_ + 1;
+    const char *end = findNameEnd(name);
+    return fail(end != name && *end == ';' ? reasons::kEntity : reasons::kTextAmpersand);
   }
 
   bool decodeNumber() {
@@ -152,16 +207,29 @@ class Decoder {
   const char *reason_ = nullptr;
 };
 
-}  // namespace
-
-bool decode(const Run &run, char *string, DecodingFailure *failure) {
-  Decoder decoder(run, string);
+template <Decoding decoding>
+bool decodeAs(const Run &run, char *string, DecodingFailure *failure) {
+  Decoder<decoding> decoder(run, string);
   if (!decoder.decode()) {
     *failure = decoder.failure();
     return false;
   }
   decoder.clearRest();
   return true;
+}
+
+}  // namespace
+
+bool decode(const Run &run, char *string, DecodingFailure *failure) {
+  switch (run.decoding) {
+    case Decoding::strictText:
+      return decodeAs<Decoding::strictText>(run, string, failure);
+    case Decoding::strictValue:
+      return decodeAs<Decoding::strictValue>(run, string, failure);
+    case Decoding::lenient:
+      break;
+  }
+  return decodeAs<Decoding::lenient>(run, string, failure);
 }
 
 }  // namespace neb::xml::internal

@@ -57,15 +57,16 @@ uint32_t LoadedDocument::read(const File &file) {
   if (text == nullptr) return NEB_XML_ERR_NO_MEMORY;
   if (!file.read(text, static_cast<size_t>(length))) return NEB_XML_ERR_FILE_READ;
   text_ = text;
+  length_ = static_cast<size_t>(length);
   return NEB_XML_OK;
 }
 
 bool LoadedDocument::copy(const char *bytes, size_t length) {
-  const size_t size = strnlen(bytes, length);
-  char *text = allocate(size);
+  char *text = allocate(length);
   if (text == nullptr) return false;
-  std::memcpy(text, bytes, size);
+  std::memcpy(text, bytes, length);
   text_ = text;
+  length_ = length;
   return true;
 }
 

@@ -13,6 +13,7 @@ inline constexpr char kDeclarationBegin[] = "<?xml ";
 inline constexpr char kDoctypeBegin[] = "<!DOCTYPE";
 inline constexpr char kCommentBegin[] = "<!--";
 inline constexpr char kCommentEnd[] = "-->";
+inline constexpr char kHyphens[] = "--";
 inline constexpr char kInstructionBegin[] = "<?";
 inline constexpr char kInstructionEnd[] = "?>";
 inline constexpr char kCdataBegin[] = "<![CDATA[";
@@ -62,11 +63,16 @@ inline bool endsTag(const char *text) { return *text == '>' || (*text == '/' && 
 // A name that ends in "--" would be the end of a comment before '>', and so no name.
 inline bool mayEndMarkup(char lastOfName) { return lastOfName == '-'; }
 
+// How what is not verbatim is decoded. In strict reading, line ends become line feeds, as XML says,
+// and in values all white space becomes spaces.
+enum class Decoding : uint8_t { lenient, strictText, strictValue };
+
 // A part of the document that becomes a string. Verbatim: each byte stands for itself.
 struct Run {
   const char *begin;
   size_t length;
   bool isVerbatim;
+  Decoding decoding = Decoding::lenient;
 };
 
 inline Run runOf(const char *begin, size_t length) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <type_traits>
 
 #include "kernels/chosen.h"
 #include "ownership/new_session.h"
@@ -62,46 +63,66 @@ class RecordMemory {
   void *get() const { return memory_; }
 
  private:
-  static constexpr size_t kSize =
-      std::max(sizeof(XmlParser<HeapAllocation>), sizeof(XmlParser<ArenaAllocation>));
+  static constexpr size_t kSize = std::max({sizeof(XmlParser<HeapAllocation, LenientLanguage>),
+                                            sizeof(XmlParser<ArenaAllocation, LenientLanguage>),
+                                            sizeof(XmlParser<HeapAllocation, StrictLanguage>),
+                                            sizeof(XmlParser<ArenaAllocation, StrictLanguage>)});
 
   void *memory_;
 };
 
-template <typename Allocation, typename Machine>
+template <typename Allocation, typename Machine, typename Language>
 uint32_t parseWith(const RecordMemory &record, const char *text, uint32_t session,
-                   XmlNode **outDocument) {
+                   const ReadRequest &request, XmlNode **outDocument) {
   XmlNode *document = XML_NewNode(session, NEB_XML_NODE_DOCUMENT);
   if (document == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  using Parser = XmlParser<Allocation>;
+  using Parser = XmlParser<Allocation, Language>;
   auto *parser = new (record.get()) Parser(text, Storage(session), document);
-  const bool isParsed = Scanner<Allocation, Machine>(parser).run();
+  if constexpr (Language::kIsStrict) {
+    parser->builder.setLimits(request.limits);
+    if (request.refusesDoctype) parser->tokenizer.refuseDoctype();
+  }
+  Scanner<Allocation, Machine, Language> scanner(parser);
+  const bool isParsed = scanner.run();
   if (isParsed) *outDocument = parser->builder.release();
   parser->~Parser();
   return isParsed ? uint32_t{NEB_XML_OK} : uint32_t{NEB_XML_ERR_SYNTAX};
 }
 
-uint32_t parseInto(const RecordMemory &record, const char *text, bool withSession,
-                   XmlNode **document) {
+template <typename Allocation>
+uint32_t parseInto(const RecordMemory &record, const char *text, uint32_t session,
+                   const ReadRequest &request, XmlNode **document) {
   const bool isWide = chosenKernel().isWide;
-  if (!withSession) {
-    const auto parse =
-        isWide ? parseWith<HeapAllocation, WideMachine> : parseWith<HeapAllocation, AnyMachine>;
-    return parse(record, text, 0, document);
-  }
+  const auto lenient = isWide ? parseWith<Allocation, WideMachine, LenientLanguage>
+                              : parseWith<Allocation, AnyMachine, LenientLanguage>;
+  // On the heap, allocations take most of the time.
+  using StrictMachine = std::conditional_t<Allocation::kIsArena, WideMachine, AnyMachine>;
+  const auto strict = isWide ? parseWith<Allocation, StrictMachine, StrictLanguage>
+                             : parseWith<Allocation, AnyMachine, StrictLanguage>;
+  return (request.isStrict ? strict : lenient)(record, text, session, request, document);
+}
+
+uint32_t parse(const RecordMemory &record, const char *text, const ReadRequest &request,
+               XmlNode **document) {
+  if (!request.withSession) return parseInto<HeapAllocation>(record, text, 0, request, document);
   NewSession session;
   if (session.handle() == 0) return NEB_XML_ERR_NO_MEMORY;
-  const auto parse =
-      isWide ? parseWith<ArenaAllocation, WideMachine> : parseWith<ArenaAllocation, AnyMachine>;
-  const uint32_t result = parse(record, text, session.handle(), document);
+  const uint32_t result =
+      parseInto<ArenaAllocation>(record, text, session.handle(), request, document);
   if (result == NEB_XML_OK) session.release();
   return result;
+}
+
+ReadRequest lenientRequest(bool withSession) {
+  ReadRequest request;
+  request.withSession = withSession;
+  return request;
 }
 
 uint32_t parseText(const char *text, bool withSession, XmlNode **outDoc) {
   if (isMissing(text) || outDoc == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   *outDoc = nullptr;
-  return parseDocument(text, withSession, outDoc);
+  return parseDocument(text, lenientRequest(withSession), outDoc);
 }
 
 uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
@@ -110,15 +131,15 @@ uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
   LoadedDocument loaded;
   const uint32_t result = loaded.load(path);
   if (result != NEB_XML_OK) return result;
-  return parseInto(record, loaded.text(), withSession, outDoc);
+  return parse(record, loaded.text(), lenientRequest(withSession), outDoc);
 }
 
 }  // namespace
 
-uint32_t parseDocument(const char *text, bool withSession, XmlNode **document) {
+uint32_t parseDocument(const char *text, const ReadRequest &request, XmlNode **document) {
   const RecordMemory record;
   if (!record) return NEB_XML_ERR_NO_MEMORY;
-  return parseInto(record, text, withSession, document);
+  return parse(record, text, request, document);
 }
 
 }  // namespace neb::xml::internal

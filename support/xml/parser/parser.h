@@ -18,6 +18,7 @@
 #include <cstdint>
 
 #include "memory/hooks.h"
+#include "parser/limits.h"
 #include "record/node.h"
 
 namespace neb::xml::internal {
@@ -32,13 +33,15 @@ class LoadedDocument {
 
   // NUL-terminated; null until one of the following functions has succeeded.
   const char *text() const { return text_; }
+  // In bytes, those behind a NUL included.
+  size_t length() const { return length_; }
 
   // Reads the whole file, through the file hooks if the caller has registered any. Returns
   // NEB_XML_OK, NEB_XML_ERR_FILE_OPEN, NEB_XML_ERR_FILE_READ, NEB_XML_ERR_NO_MEMORY, or
   // NEB_XML_ERR_SYNTAX for an empty file.
   uint32_t load(const char *path);
 
-  // Copies the bytes up to the first NUL, if there is one. False if memory runs out.
+  // Copies the bytes. False if memory runs out.
   bool copy(const char *bytes, size_t length);
 
  private:
@@ -48,11 +51,22 @@ class LoadedDocument {
 
   platform::LargeMemory memory_ = {};
   const char *text_ = nullptr;
+  size_t length_ = 0;
+};
+
+// What a caller asks for.
+struct ReadRequest {
+  bool withSession = false;
+  bool isStrict = false;
+  bool refusesDoctype = false;
+  ReadLimits limits;
+  char *message = nullptr;  // of messageSize bytes; may be null
+  size_t messageSize = 0;
 };
 
 // Parses a NUL-terminated document into a tree with a session of its own, or on the heap. Returns
-// NEB_XML_OK, NEB_XML_ERR_SYNTAX, also if memory for the tree runs out, or NEB_XML_ERR_NO_MEMORY if
-// it runs out before the tree is begun. *document is set on success only.
-uint32_t parseDocument(const char *text, bool withSession, XmlNode **document);
+// NEB_XML_OK, NEB_XML_ERR_SYNTAX, also if memory for the tree runs out or a limit is exceeded, or
+// NEB_XML_ERR_NO_MEMORY if it runs out before the tree is begun. *document is set on success only.
+uint32_t parseDocument(const char *text, const ReadRequest &request, XmlNode **document);
 
 }  // namespace neb::xml::internal

@@ -34,7 +34,7 @@ inline constexpr char kAttributeNameColon[] = "attribute name begins or ends wit
 inline constexpr char kAttributeEquals[] = "'=' is missing after an attribute name";
 inline constexpr char kAttributeQuote[] = "attribute value is not quoted";
 inline constexpr char kAttributeOpen[] = "attribute value is not closed";
-inline constexpr char kAttributeTwice[] = "attribute is there already";
+inline constexpr char kAttributeTwice[] = "duplicate attribute";
 
 inline constexpr char kEndTagName[] = "end tag name is missing";
 inline constexpr char kEndTagAlone[] = "end tag without a start tag";
@@ -52,6 +52,43 @@ inline constexpr char kReferenceNumber[] = "character reference is not a number"
 inline constexpr char kReferenceCharacter[] = "character reference names no allowed character";
 inline constexpr char kSectionCut[] = "CDATA section goes on beyond its text";
 inline constexpr char kTextTooLong[] = "text of 2 GiB or more";
+
+// Of strict reading.
+
+inline constexpr char kUtf16[] = "the document is in UTF-16, not in UTF-8";
+inline constexpr char kUtf32[] = "the document is in UTF-32, not in UTF-8";
+inline constexpr char kEncoding[] = "the declared encoding is not supported, but UTF-8 is";
+inline constexpr char kUtf8[] = "bytes that are not UTF-8";
+inline constexpr char kCharacter[] = "a character that XML does not allow";
+inline constexpr char kNotAscii[] = "bytes that are not in the declared encoding US-ASCII";
+
+inline constexpr char kDeclarationWrong[] = "the XML declaration is malformed";
+inline constexpr char kDeclarationVersion[] = "the XML declaration names no version 1.x";
+inline constexpr char kDeclarationLate[] =
+    "an XML declaration, or its reserved name, is not at the beginning of the document";
+inline constexpr char kDoctypeName[] = "the document type declaration has no name";
+inline constexpr char kDoctypeMarkup[] = "the document type declaration is malformed";
+inline constexpr char kDoctypeLate[] = "a document type declaration is not before the root element";
+inline constexpr char kDoctypeRefused[] = "a document type declaration is not allowed here";
+inline constexpr char kCommentHyphens[] = "comment holds \"--\"";
+inline constexpr char kInstructionTarget[] = "processing instruction has no well-formed target";
+inline constexpr char kMarkupUnknown[] = "markup that begins with \"<!\" is unknown";
+
+inline constexpr char kSecondRoot[] = "there is more than one root element";
+inline constexpr char kNameCharacter[] = "a character that is not allowed in a name";
+inline constexpr char kAttributeLess[] = "'<' in an attribute value has to be written as &lt;";
+inline constexpr char kTextLess[] = "'<' in text has to be written as &lt;";
+inline constexpr char kTextAmpersand[] = "'&' that begins no reference has to be written as &amp;";
+inline constexpr char kSectionEnd[] = "']]>' in text has to be written as ]]&gt;";
+
+inline constexpr char kEntity[] =
+    "an entity is declared or used, but only the five predefined ones are supported";
+inline constexpr char kMixedChild[] = "mixed content is not supported: element after text";
+inline constexpr char kMixedText[] = "mixed content is not supported: text beside elements";
+
+inline constexpr char kTooDeep[] = "elements are deeper inside each other than allowed";
+inline constexpr char kTooManyNodes[] = "there are more elements and attributes than allowed";
+inline constexpr char kTooManyBytes[] = "reading needs more memory than allowed";
 
 }  // namespace reasons
 

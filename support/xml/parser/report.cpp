@@ -1,121 +1,191 @@
 // Parsing with a report of why and where a document is malformed.
 //
-// An ordinary parse keeps no positions. When it fails, the tokenizer reads the document once more,
-// for a builder that only checks.
+// An ordinary parse keeps no positions. When it fails, the tokenizer of its language reads the
+// document once more, for a builder that only checks.
+#include "parser/report.h"
+
 #include <cstring>
 
+#include "characters/utf8.h"
 #include "parser/checking_builder.h"
-#include "parser/parser.h"
+#include "parser/encoding.h"
+#include "parser/message.h"
 #include "parser/reasons.h"
+#include "parser/strict_tokenizer.h"
 #include "parser/tokenizer.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
-// For failures that have no position in a document.
-uint32_t reportWithoutPosition(uint32_t code, const char *reason, NEB_XML_PARSE_ERROR *error) {
-  if (error != nullptr) *error = {code, reason, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, {}};
+using Failure = CheckingBuilder::Failure;
+
+// What XML may allow, but a tree of elements and texts cannot hold.
+constexpr const char *kUnsupported[] = {
+    reasons::kUtf16,
+    reasons::kUtf32,
+    reasons::kEncoding,
+    reasons::kMixedChild,
+    reasons::kMixedText,
+    reasons::kDoctypeRefused,
+    reasons::kAttributeNameColon,
+    reasons::kElementNameColon,
+    reasons::kTextTooLong,
+};
+constexpr const char *kLimits[] = {reasons::kTooDeep, reasons::kTooManyNodes,
+                                   reasons::kTooManyBytes};
+
+template <size_t size>
+bool isOneOf(const char *const (&reasons)[size], const char *reason) {
+  for (const char *candidate : reasons) {
+    if (candidate == reason) return true;
+  }
+  return false;
+}
+
+// In strict reading. Without a document type declaration no entity can have been declared.
+uint32_t codeOf(const char *reason, bool hasDoctype) {
+  if (isOneOf(kLimits, reason)) return NEB_XML_ERR_LIMIT;
+  const bool isDeclared = reason == reasons::kEntity && hasDoctype;
+  return isDeclared || isOneOf(kUnsupported, reason) ? NEB_XML_ERR_UNSUPPORTED : NEB_XML_ERR_SYNTAX;
+}
+
+// A document of which a position is reported.
+struct Reported {
+  const char *bytes;  // from the byte order mark on
+  const ReadRequest &request;
+  NEB_XML_PARSE_ERROR *error;
+
+  size_t offsetOf(const char *position) const {
+    return position == nullptr ? 0 : static_cast<size_t>(position - bytes);
+  }
+};
+
+void setPosition(const Reported &document, const char *position) {
+  NEB_XML_PARSE_ERROR &error = *document.error;
+  error.offset = document.offsetOf(position);
+  error.line = 1;
+  const char *line = document.bytes;
+  const char *end = document.bytes + error.offset;
+  for (const char *next = line; next < end; ++next) {
+    if (*next != '\n') continue;
+    ++error.line;
+    line = next + 1;
+  }
+  error.column = static_cast<size_t>(end - line) + 1;
+}
+
+uint32_t reportFailure(const Reported &document, uint32_t code, const Failure &failure) {
+  NEB_XML_PARSE_ERROR &error = *document.error;
+  reportWithoutPosition(code, failure.reason, document.request, &error);
+  writeMessage(failure, document.request.message, document.request.messageSize);
+  setPosition(document, failure.at);
+  if (failure.about.length != 0) {
+    error.nameOffset = document.offsetOf(failure.about.begin);
+    error.nameLength = failure.about.length;
+  }
+  if (failure.startTag.tag != nullptr) {
+    error.startNameOffset = document.offsetOf(failure.startTag.name.begin);
+    error.startNameLength = failure.startTag.name.length;
+    error.startTagOffset = document.offsetOf(failure.startTag.tag);
+  }
+  if (failure.endTagName.length != 0) {
+    error.endNameOffset = document.offsetOf(failure.endTagName.begin);
+    error.endNameLength = failure.endTagName.length;
+  }
   return code;
 }
 
-const char *reasonOfLoading(uint32_t code) {
-  switch (code) {
-    case NEB_XML_ERR_FILE_OPEN:
-      return reasons::kFileOpen;
-    case NEB_XML_ERR_FILE_READ:
-      return reasons::kFileRead;
-    case NEB_XML_ERR_SYNTAX:
-      return reasons::kFileEmpty;
-    default:
-      return reasons::kNoMemory;
-  }
+// The document is well-formed, or memory has run out again: so memory was the reason.
+uint32_t reportMemory(const Reported &document) {
+  return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, document.request,
+                               document.error);
 }
 
-size_t offsetIn(const char *text, const char *position) {
-  return position == nullptr ? 0 : static_cast<size_t>(position - text);
-}
-
-void setPosition(const char *text, const char *position, NEB_XML_PARSE_ERROR *error) {
-  error->offset = offsetIn(text, position);
-  error->line = 1;
-  const char *line = text;
-  const char *end = text + error->offset;
-  for (const char *next = text; next < end; ++next) {
-    if (*next != '\n') continue;
-    ++error->line;
-    line = next + 1;
-  }
-  error->column = static_cast<size_t>(end - line) + 1;
-}
-
-void reportFailure(const char *text, const CheckingBuilder::Failure &failure,
-                   NEB_XML_PARSE_ERROR *error) {
-  reportWithoutPosition(NEB_XML_ERR_SYNTAX, failure.reason, error);
-  setPosition(text, failure.at, error);
-  if (failure.endTagName.length == 0) return;
-  error->endNameOffset = offsetIn(text, failure.endTagName.begin);
-  error->endNameLength = failure.endTagName.length;
-  error->startNameOffset = offsetIn(text, failure.startTag.name.begin);
-  error->startNameLength = failure.startTag.name.length;
-  error->startTagOffset = offsetIn(text, failure.startTag.tag);
-}
-
-uint32_t findFailure(const char *text, NEB_XML_PARSE_ERROR *error) {
+uint32_t findFailure(const Reported &document, const char *text) {
   CheckingBuilder builder;
   Tokenizer<CheckingBuilder> tokenizer(&builder, text);
   const bool isWellFormed = tokenizer.skipProlog() && tokenizer.readAll();
-  if (!isWellFormed && builder.failure().reason != reasons::kNoMemory) {
-    reportFailure(text, builder.failure(), error);
-    return NEB_XML_ERR_SYNTAX;
+  if (isWellFormed || builder.failure().reason == reasons::kNoMemory) {
+    return reportMemory(document);
   }
-  // The document is well-formed, or memory has run out again: so memory was the reason.
-  return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, error);
+  return reportFailure(document, NEB_XML_ERR_SYNTAX, builder.failure());
 }
 
-uint32_t parseAndReport(const char *text, uint32_t flags, XmlNode **outDoc,
-                        NEB_XML_PARSE_ERROR *error) {
-  XmlNode *document = nullptr;
-  const bool withSession = (flags & NEB_XML_PARSE_SESSION) != 0;
-  const uint32_t result = parseDocument(text, withSession, &document);
-  if (result == NEB_XML_OK) {
-    *outDoc = document;
-    return result;
-  }
-  if (result != NEB_XML_ERR_SYNTAX) return reportWithoutPosition(result, reasons::kNoMemory, error);
-  // The code does not depend on whether the caller wants the record.
-  NEB_XML_PARSE_ERROR unwanted;
-  return findFailure(text, error == nullptr ? &unwanted : error);
+const char *reasonOfForbidden(const char *at, const char *end) {
+  constexpr uint8_t kFirstNotAscii = 0x80;
+  const bool isNoncharacter =
+      end - at >= 3 && at[0] == '\xEF' && at[1] == '\xBF' && static_cast<uint8_t>(at[2]) >= 0xBE;
+  const bool isAscii = static_cast<uint8_t>(*at) < kFirstNotAscii;
+  return isAscii || isNoncharacter ? reasons::kCharacter : reasons::kUtf8;
 }
 
-bool areFlagsKnown(uint32_t flags) { return (flags & ~uint32_t{NEB_XML_PARSE_SESSION}) == 0; }
+// The first byte that is not allowed, if it counts more than another failure. What comes behind a
+// NUL has not been read by the tokenizer.
+const char *findForbiddenBefore(const char *text, const char *end, const Failure &failure) {
+  const char *forbidden = findForbidden(text, end);
+  if (forbidden == end) return nullptr;
+  const bool isFirst = failure.reason == nullptr || *forbidden == '\0' || forbidden <= failure.at;
+  return isFirst ? forbidden : nullptr;
+}
+
+uint32_t findStrictFailure(const Reported &document, const char *text, const char *end) {
+  CheckingBuilder builder(document.request.limits);
+  StrictTokenizer<CheckingBuilder> tokenizer(&builder, text);
+  if (document.request.refusesDoctype) tokenizer.refuseDoctype();
+  const bool isWellFormed = tokenizer.skipProlog() && tokenizer.readAll();
+  const Failure &failure = builder.failure();
+  if (const char *forbidden = findForbiddenBefore(text, end, failure)) {
+    return reportFailure(document, NEB_XML_ERR_SYNTAX,
+                         {reasonOfForbidden(forbidden, end), forbidden, {}, {}, {}});
+  }
+  if (isWellFormed && tokenizer.declaresAscii()) {
+    const char *other = findOtherThanAscii(text, end);
+    if (other != end) {
+      return reportFailure(document, NEB_XML_ERR_SYNTAX, {reasons::kNotAscii, other, {}, {}, {}});
+    }
+  }
+  if (isWellFormed || failure.reason == reasons::kNoMemory) return reportMemory(document);
+  return reportFailure(document, codeOf(failure.reason, tokenizer.hasDoctype()), failure);
+}
 
 }  // namespace
 
-}  // namespace neb::xml::internal
-
-using namespace neb::xml::internal;
-
-uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint32_t flags, XmlNode **outDoc,
-                             NEB_XML_PARSE_ERROR *error) {
-  const bool isText = bytes != nullptr && length != 0 && bytes[0] != '\0';
-  if (!isText || outDoc == nullptr || !areFlagsKnown(flags)) {
-    return reportWithoutPosition(NEB_XML_ERR_INVALID_PARAM, reasons::kArgument, error);
-  }
-  LoadedDocument copy;
-  if (!copy.copy(bytes, length)) {
-    return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, error);
-  }
-  return parseAndReport(copy.text(), flags, outDoc, error);
-}
-
-uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, XmlNode **outDoc,
+uint32_t reportWithoutPosition(uint32_t code, const char *reason, const ReadRequest &request,
                                NEB_XML_PARSE_ERROR *error) {
-  if (path == nullptr || outDoc == nullptr || !areFlagsKnown(flags)) {
-    return reportWithoutPosition(NEB_XML_ERR_INVALID_PARAM, reasons::kArgument, error);
+  if (error != nullptr) {
+    *error = {code, reason, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, {}};
   }
-  LoadedDocument loaded;
-  const uint32_t result = loaded.load(path);
-  if (result != NEB_XML_OK) return reportWithoutPosition(result, reasonOfLoading(result), error);
-  return parseAndReport(loaded.text(), flags, outDoc, error);
+  const Failure failure = {reason, nullptr, {}, {}, {}};
+  writeMessage(failure, request.message, request.messageSize);
+  return code;
 }
+
+uint32_t parseAndReport(const char *bytes, size_t length, const ReadRequest &request,
+                        XmlNode **outDoc, NEB_XML_PARSE_ERROR *error) {
+  // The code does not depend on whether the caller wants the record.
+  NEB_XML_PARSE_ERROR unwanted;
+  const Reported document = {bytes, request, error == nullptr ? &unwanted : error};
+  const EncodingMark mark = findEncodingMark(bytes, length);
+  if (mark.reason != nullptr) {
+    const uint32_t code = request.isStrict ? NEB_XML_ERR_UNSUPPORTED : NEB_XML_ERR_SYNTAX;
+    return reportFailure(document, code, {mark.reason, bytes, {}, {}, {}});
+  }
+  const char *text = bytes + mark.length;
+  const char *end = bytes + length;
+  XmlNode *parsed = nullptr;
+  // The parser takes a NUL for the end, which strict reading does not allow before it.
+  const bool isCut = request.isStrict && std::strlen(text) != static_cast<size_t>(end - text);
+  const uint32_t result =
+      isCut ? uint32_t{NEB_XML_ERR_SYNTAX} : parseDocument(text, request, &parsed);
+  if (result == NEB_XML_OK) {
+    *outDoc = parsed;
+    return result;
+  }
+  if (result != NEB_XML_ERR_SYNTAX) {
+    return reportWithoutPosition(result, reasons::kNoMemory, request, error);
+  }
+  return request.isStrict ? findStrictFailure(document, text, end) : findFailure(document, text);
+}
+
+}  // namespace neb::xml::internal

@@ -4,19 +4,23 @@
 #include <cstring>
 
 #include "parser/builder.h"
+#include "parser/character_check.h"
+#include "parser/language.h"
 #include "parser/structural_index.h"
-#include "parser/tokenizer.h"
 
 namespace neb::xml::internal {
 
 // The record of a parse: what is built, and how far the document has been read.
-template <typename Allocation>
+template <typename Allocation, typename Language>
 struct XmlParser {
+  using Builder = TreeBuilder<Allocation, Language::kIsStrict>;
+  using Tokenizer = typename Language::template TokenizerOf<Builder>;
+
   XmlParser(const char *text, const Storage &storage, XmlNode *document)
       : builder(storage, document), tokenizer(&builder, text) {}
 
-  TreeBuilder<Allocation> builder;
-  Tokenizer<TreeBuilder<Allocation>> tokenizer;
+  Builder builder;
+  Tokenizer tokenizer;
 };
 
 // Recognises a token by one window of the structural index, if the token fits into it. It finds the
@@ -28,23 +32,27 @@ struct XmlParser {
 // inside of a start tag, once for each machine. Members of the builder stay in memory, so that all
 // registers are free for the current token. A hot member returns the cursor behind its token, or
 // null if the tokenizer must read the token or if the builder has failed.
-template <typename Allocation, typename Machine>
+template <typename Allocation, typename Machine, typename Language>
 class Scanner {
  public:
   // The parser is at the beginning of the document, which ends with its terminator.
-  explicit Scanner(XmlParser<Allocation> *parser)
+  explicit Scanner(XmlParser<Allocation, Language> *parser)
       : builder_(parser->builder),
         tokenizer_(parser->tokenizer),
         firstScanned_(tokenizer_.cursor() + kVectorSize),
-        index_(tokenizer_.cursor(), std::strlen(tokenizer_.cursor())) {}
+        index_(tokenizer_.cursor(), std::strlen(tokenizer_.cursor()), kIsStrict),
+        characters_(tokenizer_.cursor()) {}
 
   // Builds the tree; false if the document is malformed or memory runs out.
   bool run() {
+    [[maybe_unused]] const char *end = index_.documentEnd();
     if (!tokenizer_.skipProlog()) return false;
     while (*tokenizer_.cursor() != '\0') {
       if (!readSome()) return false;
     }
-    return tokenizer_.finish();
+    if (!tokenizer_.finish()) return false;
+    if constexpr (kIsStrict) return finishStrictly(end);
+    return true;
   }
 
   // The loops, for the machine to inline into functions of its own.
@@ -78,6 +86,7 @@ class Scanner {
           break;
         }
         if (whitespace == 0 || whitespace > kMostWhitespace) break;
+        if (!mayBeName(token)) break;
       }
       const char *end = scanAttribute(cursor, whitespace, &list);
       if (end == nullptr) {
@@ -123,12 +132,23 @@ class Scanner {
   static constexpr size_t kTailSize = StructuralIndex::kLongestCopied;
   static_assert(kTailSize >= StructuralIndex::kReach);
 
+  static constexpr bool kIsStrict = Language::kIsStrict;
+  using Builder = typename XmlParser<Allocation, Language>::Builder;
+
+  // The characters that have not been checked yet, and the limits.
+  bool finishStrictly(const char *end) {
+    const bool isAllowed = characters_.areAllowedUpTo(end, end) && builder_.isWithinLimits();
+    if (!isAllowed || builder_.hasFailed()) return false;
+    return !tokenizer_.declaresAscii() || findOtherThanAscii(documentBegin(), end) == end;
+  }
+
   // With more white space than this, too little of a window would remain.
   static constexpr size_t kMostWhitespace = 32;
 
   // Scans short tokens as long as possible, then reads the token that has stopped them.
   bool readSome() {
     prepareWindow();
+    if (kIsStrict && builder_.hasFailed()) return false;
     if (mayScan()) {
       const char *before = tokenizer_.cursor();
       Machine::scan(this);
@@ -161,8 +181,17 @@ class Scanner {
       enterTail(cursor);
     } else {
       index_.moveTo(cursor);
+      if constexpr (kIsStrict) checkCovered(cursor);
       builder_.reportProgress(static_cast<size_t>(cursor - documentBegin()),
                               static_cast<size_t>(index_.documentEnd() - documentBegin()));
+    }
+  }
+
+  // What is indexed is in the cache, so its characters are checked by the way.
+  void checkCovered(const char *cursor) {
+    const char *covered = index_.coveredEnd(cursor);
+    if (!characters_.areAllowedUpTo(covered, index_.documentEnd()) || !builder_.isWithinLimits()) {
+      builder_.fail(reasons::kCharacter, cursor);
     }
   }
 
@@ -209,6 +238,7 @@ class Scanner {
     const uint64_t nameEnds = index_.windowBehind(kNameEnds, cursor, skipped);
     const size_t length = firstOf(nameEnds);
     if (!isShort(length) || mayEndMarkup(name[length - 1])) return scanUncommon(name - 1);
+    if (!mayBeName(name)) return nullptr;
     const char *end = name + length;
     if (*end == '>') {
       const char *content = end + lengthOf(kTagEnd);
@@ -221,6 +251,11 @@ class Scanner {
     if (*end == '/') return endsEmptyElement(end) ? scanEmptyElement(name, length) : nullptr;
     if (isWhitespace(*end)) return startTag(name, length, 0);
     return *end == ':' ? scanPrefixedTag(name, length, withoutFirst(nameEnds)) : nullptr;
+  }
+
+  // The index ends names at all other bytes that strict reading does not allow in them.
+  static bool mayBeName(const char *name) {
+    return !kIsStrict || static_cast<uint8_t>(*name - '-') > '9' - '-';
   }
 
   // Behind the last tag of a document no record is made.
@@ -253,11 +288,17 @@ class Scanner {
       const char *found = windowBegin + firstOf(window);
       if (*found == last) return {begin, found, windowBegin, ampersands};
       if (*found == '<') break;
+      if (kIsStrict && isDecodedOrRefused(found)) break;
       if (*found != '&') continue;
       if (namedReferenceAt(found) == nullptr) break;
       ampersands |= window & -window;
     }
     return {begin, nullptr, windowBegin, 0};
+  }
+
+  // White space that strict reading changes, or "]]>".
+  static bool isDecodedOrRefused(const char *found) {
+    return isWhitespace(*found) || (*found == ']' && begins(found, kCdataEnd));
   }
 
   // An element that contains only text without references, or else only its start tag.
@@ -291,7 +332,7 @@ class Scanner {
   // The end of a short name in the document against the name in the tree. No vector may go behind
   // the last byte of the latter.
   static bool isStoredName(const char *end, const char *stored, size_t length) {
-    if constexpr (!TreeBuilder<Allocation>::kHasBytesBefore) {
+    if constexpr (!Builder::kHasBytesBefore) {
       return std::memcmp(end - length, stored, length) == 0;
     }
     static_assert(kReadableBefore >= kVectorSize);
@@ -312,7 +353,7 @@ class Scanner {
     const uint64_t textEnds = index_.window(kTextEnds, text);
     if (textEnds == 0) return nullptr;
     const char *end = text + firstOf(textEnds);
-    if (*end == '&') [[unlikely]] {
+    if (kIsStrict ? *end != '<' : *end == '&') [[unlikely]] {
       return Machine::scanDecoded(this, text, textEnds);
     }
     return addText({text, end, text, 0});
@@ -417,6 +458,8 @@ class Scanner {
   // begins with a CDATA section, or the start tag of a long name.
   [[gnu::noinline]] const char *scanUncommon(const char *markup) {
     if (begins(markup, kCdataBegin)) return scanLongText(markup);
+    // In strict reading it may be inside of a text.
+    if (kIsStrict && builder_.isInContent() && beginsMisc(markup)) return nullptr;
     const char *end = tokenizer_.findMiscEnd(markup);
     return end != markup ? end : scanLongTag(markup + 1);
   }
@@ -428,13 +471,16 @@ class Scanner {
   }
 
   // The start tag of an element at the top, up to its attributes.
-  const char *startTopTag(const char *tag) { return *tag == '<' ? startLongTag(tag + 1) : nullptr; }
+  const char *startTopTag(const char *tag) {
+    return *tag == '<' && !kIsStrict ? startLongTag(tag + 1) : nullptr;
+  }
 
   // From the name up to the attributes.
   const char *startLongTag(const char *name) {
     const char *end = index_.nextNameEnd(name);
     const size_t prefix = *end == ':' ? static_cast<size_t>(end - name) : 0;
     while (*end == ':') end = index_.nextNameEnd(end + 1);
+    if (!mayBeName(name)) return nullptr;
     const bool isWhole = endsTag(end) || isWhitespace(*end);
     if (!isWhole || end == name || *name == ':') return nullptr;
     if (end[-1] == ':' || mayEndMarkup(end[-1])) return nullptr;
@@ -447,11 +493,17 @@ class Scanner {
                                                              : nullptr;
   }
 
-  // A text or an end tag. White space before other markup has no meaning.
+  // A text or an end tag. White space before other markup has no meaning, unless that may be inside
+  // of a text.
   const char *readLongContent(const char *token) {
     if (beginsEndTag(token)) return readLongEndTag(token);
+    if (kIsStrict && builder_.isInContent() && beginsMisc(token)) return nullptr;
     const bool isText = *token != '<' || begins(token, kCdataBegin);
     return isText ? readLongText(token) : token;
+  }
+
+  static bool beginsMisc(const char *markup) {
+    return *markup == '<' && (markup[1] == '!' || markup[1] == '?');
   }
 
   // The end tag of the root, of a long name, or behind white space that is a value.
@@ -463,7 +515,7 @@ class Scanner {
     const char *run = tag;
     while (run[-1] != '>' && builder_.isInContent()) --run;
     const bool isValue = run != tag;
-    if (isValue && !builder_.setText({run, static_cast<size_t>(tag - run), true})) return nullptr;
+    if (isValue && !builder_.setText(textOf(run, tag, true))) return nullptr;
     builder_.closeInContent();
     return behindEndTag(tag, length);
   }
@@ -478,7 +530,8 @@ class Scanner {
 
   // A text with comments and processing instructions between it and its end tag.
   [[gnu::noinline]] const char *scanTextBeforeMisc(const ShortRun &text) {
-    const char *tag = tokenizer_.findBehindMisc(text.end);
+    if constexpr (kIsStrict) return nullptr;  // it may go on
+    const char *tag = findBehindMisc(text.end);
     if (tag == nullptr) return nullptr;
     const size_t length = builder_.leafLength();
     const bool isShown = tag != text.end && index_.hasWindow(tag);
@@ -503,19 +556,43 @@ class Scanner {
     if (name == nullptr || *token == '\0' || endsTag(token)) return nullptr;
     auto [end, isVerbatim] = index_.findTextEnd(token);
     if (begins(end, kCdataBegin)) {
-      end = tokenizer_.findTextEnd(end);
+      end = findBehindSections(end);
       isVerbatim = false;
     }
     if (end == nullptr) return nullptr;
     const size_t nameLength = builder_.leafLength();
-    const char *tag = beginsEndTag(end) ? end : tokenizer_.findBehindMisc(end);
+    const char *tag = beginsEndTag(end) ? end : findBehindMisc(end);
     if (tag == nullptr || !isEndTag(tag, name, nameLength)) return nullptr;
     const char *run = token;
-    while (run[-1] == ' ') --run;
-    if (!builder_.setText({run, static_cast<size_t>(end - run), isVerbatim})) return nullptr;
+    while (kIsStrict ? isWhitespace(run[-1]) : run[-1] == ' ') --run;
+    if (kIsStrict && findSectionEnd(run, end) != nullptr) return nullptr;
+    if (!builder_.setText(textOf(run, end, isVerbatim))) return nullptr;
     if (builder_.isNameWhole() && !builder_.splitName()) return nullptr;
     builder_.close();
     return behindEndTag(tag, nameLength);
+  }
+
+  // Strict reading leaves texts with other markup in them to the tokenizer.
+
+  const char *findBehindSections(const char *section) {
+    if constexpr (kIsStrict)
+      return nullptr;
+    else
+      return tokenizer_.findTextEnd(section);
+  }
+
+  const char *findBehindMisc(const char *markup) {
+    if constexpr (kIsStrict)
+      return nullptr;
+    else
+      return tokenizer_.findBehindMisc(markup);
+  }
+
+  // What the index calls verbatim. White space before it has not been looked at.
+  static Run textOf(const char *begin, const char *end, bool isVerbatim) {
+    const auto length = static_cast<size_t>(end - begin);
+    if constexpr (!kIsStrict) return {begin, length, isVerbatim};
+    return {begin, length, isVerbatim && !holds(begin, end, '\r'), Decoding::strictText};
   }
 
   bool isEndTag(const char *tag, const char *name, size_t length) const {
@@ -537,6 +614,7 @@ class Scanner {
       if (colon == name || colon + 1 == end) return nullptr;
     }
     if (end == name || *end != '=' || (end[1] != '"' && end[1] != '\'')) return nullptr;
+    if (!mayBeName(name)) return nullptr;
     const char *value = end + 2;
     const auto [close, isVerbatim] = index_.findValueEnd(value, end[1]);
     if (*close == '\0') return nullptr;
@@ -549,7 +627,8 @@ class Scanner {
     const Run local = {name + prefixSize, length - prefixSize, true};
     const bool isAdded =
         !builder_.hasFailed() && builder_.startAttribute(prefix, local) &&
-        builder_.endAttribute(name, {value, static_cast<size_t>(close - value), isVerbatim});
+        builder_.endAttribute(name, {value, static_cast<size_t>(close - value), isVerbatim,
+                                     kIsStrict ? Decoding::strictValue : Decoding::lenient});
     return isAdded ? close + 1 : nullptr;
   }
 
@@ -561,11 +640,12 @@ class Scanner {
            builder_.addLongAttribute(name, length, prefixSize, value);
   }
 
-  TreeBuilder<Allocation> &builder_;
-  Tokenizer<TreeBuilder<Allocation>> &tokenizer_;
+  Builder &builder_;
+  typename XmlParser<Allocation, Language>::Tokenizer &tokenizer_;
   const char *firstScanned_;
   bool isInTail_ = false;
   StructuralIndex index_;
+  [[no_unique_address]] std::conditional_t<kIsStrict, CharacterCheck, NoCharacterCheck> characters_;
   char tail_[kVectorSize + kTailSize + StructuralIndex::kReach];
 };
 

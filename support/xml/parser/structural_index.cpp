@@ -6,6 +6,9 @@
 
 namespace neb::xml::internal {
 
+StructuralIndex::StructuralIndex(const char *document, size_t length, bool isStrict)
+    : begin_(addressOf(document)), documentEnd_(document + length), isStrict_(isStrict) {}
+
 void StructuralIndex::moveTo(const char *from) {
   // Far behind the covered part, a long run has ended. The next one may be near.
   constexpr size_t kFar = kCoveredBytes / 2;
@@ -20,7 +23,7 @@ void StructuralIndex::cover(const char *from, size_t words) {
   // No search goes on behind the word with the terminator.
   const size_t wanted = std::min(words, left / kBytesPerWord + 1);
   const size_t wholeWords = std::min(words, left / kBytesPerWord);
-  const IndexKernel index = chosenKernel().index;
+  const IndexKernel index = isStrict_ ? chosenKernel().strictIndex : chosenKernel().index;
   index(from, wholeWords, 0, words_);
   if (wholeWords < wanted) {
     // The last bytes and the terminator, in a copy that ends in more of them.
@@ -70,7 +73,8 @@ StructuralIndex::Found StructuralIndex::searchEnd(Question question, const char 
   bool isVerbatim = true;
   const auto isFound = [&](const char *found) {
     if (*found == last || *found == '\0') return true;
-    isVerbatim = isVerbatim && *found != '&' && *found != '<';
+    // A bracket is looked at for the sake of "]]>" only.
+    isVerbatim = isVerbatim && (*found == '"' || *found == '\'' || *found == ']');
     return false;
   };
   const char *found = nextCovered(question, from);
@@ -85,8 +89,11 @@ StructuralIndex::Found StructuralIndex::searchEnd(Question question, const char 
     return match != nullptr ? static_cast<const char *>(match) : end;
   };
   const char *end = findOrEnd(from, documentEnd_, last);
+  const char *decoded = "&<";
+  if (isStrict_) decoded = last == '<' ? "&\r" : "&<\t\n\r";
   const auto holds = [=](char byte) { return byte != last && findOrEnd(from, end, byte) != end; };
-  return {end, isVerbatim && !holds('&') && !holds('<')};
+  for (; isVerbatim && *decoded != '\0'; ++decoded) isVerbatim = !holds(*decoded);
+  return {end, isVerbatim};
 }
 
 }  // namespace neb::xml::internal

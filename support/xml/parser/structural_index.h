@@ -1,6 +1,7 @@
 // The structural index: the bytes that may end a token, found ahead of the scanner.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -16,9 +17,8 @@ namespace neb::xml::internal {
 // it is read.
 class StructuralIndex {
  public:
-  // For a document of this length. It covers nothing before moveTo().
-  StructuralIndex(const char *document, size_t length)
-      : begin_(addressOf(document)), documentEnd_(document + length) {}
+  // For a document of this length, read strictly or not. It covers nothing before moveTo().
+  StructuralIndex(const char *document, size_t length, bool isStrict);
 
   // Covers the part of the document that begins here.
   void moveTo(const char *from);
@@ -27,6 +27,12 @@ class StructuralIndex {
   // kReach zeros from its terminator on.
   void continueIn(const char *copy, const char *from);
   static constexpr size_t kLongestCopied = 384;
+
+  // The end of the covered part, or of the document; the cursor is in the covered part.
+  const char *coveredEnd(const char *from) const {
+    const auto left = static_cast<size_t>(documentEnd_ - from);
+    return from + std::min(left, coveredBytes_ - offsetOf(from));
+  }
 
   // The terminator of the document.
   const char *documentEnd() const { return documentEnd_; }
@@ -57,7 +63,8 @@ class StructuralIndex {
   const char *nextNameEnd(const char *from) { return next(kNameEnds, from); }
   const char *nextNonWhitespace(const char *from) { return next(kNonWhitespace, from); }
 
-  // A text or a value. It is verbatim if it holds no '&' and no '<'.
+  // A text or a value. It is verbatim if it holds no '&' and no '<' and, for strict reading, no
+  // white space that is not kept.
   struct Found {
     const char *end;  // the first '<' or the quote; the terminator if there is none
     bool isVerbatim;
@@ -111,6 +118,7 @@ class StructuralIndex {
   size_t windowsEnd_ = 0;  // windows begin before it
   size_t coveredBytes_ = 0;
   const char *documentEnd_;
+  bool isStrict_;
   IndexWords words_;
 };
 

@@ -1,0 +1,8 @@
+// The check of characters on machines with AVX2.
+#pragma once
+
+namespace neb::xml::internal {
+
+const char *findForbiddenByAvx2(const char *from, const char *end);
+
+}  // namespace neb::xml::internal

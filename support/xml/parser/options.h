@@ -1,0 +1,12 @@
+// The options of a caller, as a request.
+#pragma once
+
+#include "parser/parser.h"
+
+namespace neb::xml::internal {
+
+// A strict request with a session. Null options mean the defaults. False if a field has a value that
+// is not known or does not go with another; the message is set even then.
+bool readOptions(const NEB_XML_READ_OPTIONS *options, ReadRequest *request);
+
+}  // namespace neb::xml::internal

@@ -1,0 +1,111 @@
+// The entry points that report why and where a document is malformed.
+#include <cstring>
+
+#include "parser/encoding.h"
+#include "parser/options.h"
+#include "parser/reasons.h"
+#include "parser/report.h"
+
+namespace neb::xml::internal {
+
+namespace {
+
+constexpr uint32_t kStrictOnly = NEB_XML_PARSE_NO_DOCTYPE;
+constexpr uint32_t kKnownFlags = NEB_XML_PARSE_SESSION | NEB_XML_PARSE_STRICT | kStrictOnly;
+
+bool areFlagsKnown(uint32_t flags) {
+  const bool isStrict = (flags & NEB_XML_PARSE_STRICT) != 0;
+  return (flags & ~kKnownFlags) == 0 && (isStrict || (flags & kStrictOnly) == 0);
+}
+
+ReadRequest requestOf(uint32_t flags) {
+  ReadRequest request;
+  request.withSession = (flags & NEB_XML_PARSE_SESSION) != 0;
+  request.isStrict = (flags & NEB_XML_PARSE_STRICT) != 0;
+  request.refusesDoctype = (flags & NEB_XML_PARSE_NO_DOCTYPE) != 0;
+  return request;
+}
+
+const char *reasonOfLoading(uint32_t code) {
+  switch (code) {
+    case NEB_XML_ERR_FILE_OPEN:
+      return reasons::kFileOpen;
+    case NEB_XML_ERR_FILE_READ:
+      return reasons::kFileRead;
+    case NEB_XML_ERR_SYNTAX:
+      return reasons::kFileEmpty;
+    default:
+      return reasons::kNoMemory;
+  }
+}
+
+uint32_t refuseArgument(const ReadRequest &request, NEB_XML_PARSE_ERROR *error) {
+  return reportWithoutPosition(NEB_XML_ERR_INVALID_PARAM, reasons::kArgument, request, error);
+}
+
+uint32_t readBuffer(const char *bytes, size_t length, const ReadRequest &request, XmlNode **outDoc,
+                    NEB_XML_PARSE_ERROR *error) {
+  LoadedDocument copy;
+  if (!copy.copy(bytes, length)) {
+    return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, request, error);
+  }
+  return parseAndReport(copy.text(), length, request, outDoc, error);
+}
+
+uint32_t readFile(const char *path, const ReadRequest &request, XmlNode **outDoc,
+                  NEB_XML_PARSE_ERROR *error) {
+  LoadedDocument loaded;
+  const uint32_t result = loaded.load(path);
+  if (result != NEB_XML_OK) {
+    return reportWithoutPosition(result, reasonOfLoading(result), request, error);
+  }
+  return parseAndReport(loaded.text(), loaded.length(), request, outDoc, error);
+}
+
+// A document in UTF-16 may begin with a NUL, and is refused as what it is.
+bool beginsWithNul(const char *bytes, size_t length) {
+  return bytes[0] == '\0' && findEncodingMark(bytes, length).reason == nullptr;
+}
+
+}  // namespace
+
+}  // namespace neb::xml::internal
+
+using namespace neb::xml::internal;
+
+uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint32_t flags, XmlNode **outDoc,
+                             NEB_XML_PARSE_ERROR *error) {
+  const ReadRequest request = requestOf(flags);
+  const bool isMissing = bytes == nullptr || length == 0 || outDoc == nullptr;
+  if (isMissing || !areFlagsKnown(flags) || beginsWithNul(bytes, length)) {
+    return refuseArgument(request, error);
+  }
+  return readBuffer(bytes, length, request, outDoc, error);
+}
+
+uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, XmlNode **outDoc,
+                               NEB_XML_PARSE_ERROR *error) {
+  const ReadRequest request = requestOf(flags);
+  if (path == nullptr || outDoc == nullptr || !areFlagsKnown(flags)) {
+    return refuseArgument(request, error);
+  }
+  return readFile(path, request, outDoc, error);
+}
+
+uint32_t NEB_XML_Read(const char *bytes, size_t length, const NEB_XML_READ_OPTIONS *options,
+                      XmlNode **outDoc, NEB_XML_PARSE_ERROR *error) {
+  ReadRequest request;
+  const bool areKnown = readOptions(options, &request);
+  if (bytes == nullptr || length == 0 || outDoc == nullptr || !areKnown) {
+    return refuseArgument(request, error);
+  }
+  return readBuffer(bytes, length, request, outDoc, error);
+}
+
+uint32_t NEB_XML_Load(const char *path, const NEB_XML_READ_OPTIONS *options, XmlNode **outDoc,
+                      NEB_XML_PARSE_ERROR *error) {
+  ReadRequest request;
+  const bool areKnown = readOptions(options, &request);
+  if (path == nullptr || outDoc == nullptr || !areKnown) return refuseArgument(request, error);
+  return readFile(path, request, outDoc, error);
+}
