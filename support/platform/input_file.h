@@ -19,8 +19,8 @@ class InputFile {
   // In bytes; negative if the file cannot be sought in, such as a pipe.
   int64_t length() const;
 
-  // Why the length is of no use: the errno of reading from the start, as of directories and pipes; 0
-  // if that succeeds.
+  // Why the length is of no use: the errno of reading from the start, as of directories and pipes;
+  // 0 if that succeeds.
   int lengthError() const;
 
   // The first bytes of the file. False if they cannot be read or, with errno 0, are not there.

@@ -108,8 +108,8 @@ uint32_t LoadedDocument::readKnown(const File &file, size_t length) {
   return NEB_XML_OK;
 }
 
-// The file ends where it fills less than the memory, which leaves room for the terminator. So a file
-// of the expected length takes one step.
+// The file ends where it fills less than the memory, which leaves room for the terminator. So a
+// file of the expected length takes one step.
 template <typename File>
 uint32_t LoadedDocument::readInSteps(const File &file) {
   if (!file.isOpen()) return failWithError(NEB_XML_ERR_FILE_OPEN, errno);

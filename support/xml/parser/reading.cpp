@@ -64,8 +64,8 @@ uint32_t readFile(const char *path, Load load, const ReadRequest &request, XmlNo
   return result;
 }
 
-// A document in UTF-16 may begin with a NUL, and is refused as what it is.
-bool beginsWithNul(const char *bytes, size_t length) {
+// Lenient documents end at a NUL. One in UTF-16 may begin with it, and is refused as what it is.
+bool isEmpty(const char *bytes, size_t length) {
   return bytes[0] == '\0' && findEncodingMark(bytes, length).reason == nullptr;
 }
 
@@ -79,9 +79,8 @@ uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint32_t flags, X
                              NEB_XML_PARSE_ERROR *error) {
   const ReadRequest request = requestOf(flags);
   const bool isMissing = bytes == nullptr || length == 0 || outDoc == nullptr;
-  if (isMissing || !areFlagsKnown(flags) || beginsWithNul(bytes, length)) {
-    return refuseArgument(request, error);
-  }
+  if (isMissing || !areFlagsKnown(flags)) return refuseArgument(request, error);
+  if (!request.isStrict && isEmpty(bytes, length)) return refuseArgument(request, error);
   return readBuffer(bytes, length, request, outDoc, error);
 }
 
