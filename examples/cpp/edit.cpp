@@ -28,12 +28,12 @@ int main(int argc, char **argv) {
   }
   auto device = neb::xml::Document::parse_file(argv[1]);
   if (!device) {
-    std::fprintf(stderr, "%s: %s\n", argv[1], device.error().reason);
+    std::fprintf(stderr, "%s: %s\n", argv[1], device.error().what());
     return EXIT_FAILURE;
   }
   Status status = edit(device->root());
   // Replaces the file atomically.
   if (status) status = device->save(argv[2], 2);
-  if (!status) std::fprintf(stderr, "%s: error %x\n", argv[1], status.code());
+  if (!status) std::fprintf(stderr, "%s: %s\n", argv[1], status.reason());
   return status ? EXIT_SUCCESS : EXIT_FAILURE;
 }

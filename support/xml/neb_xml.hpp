@@ -9,8 +9,7 @@
  * Failures are values: a Status, or a Result that holds a value or an Error. What may throw:
  *
  *   - std::bad_alloc, from a call that makes or fills a std::string, if memory runs out;
- *   - BadResult, from Result::value and Result::value_or only;
- *   - what a sink or stream throws that a document is printed to.
+ *   - BadResult, from Result::value and Result::value_or only.
  *
  * Nothing leaks then, and no document is changed. Without exceptions, value and value_or are not
  * declared, and the program ends where a std::string cannot be made.
@@ -41,6 +40,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -87,10 +87,13 @@ class Status {
   explicit operator bool() const noexcept { return code_ == NEB_XML_OK; }
   std::uint32_t code() const noexcept { return code_; }
 
+  /** The code in words: a constant string. */
+  const char *reason() const noexcept { return NEB_XML_GetErrorText(code_); }
+
 #ifdef __cpp_exceptions
   /** Throws BadResult if the call failed. */
   void value() const {
-    if (code_ != NEB_XML_OK) throw BadResult({code_, "the call failed"}, "the call failed");
+    if (code_ != NEB_XML_OK) throw BadResult({code_, reason()}, reason());
   }
 #endif
 
@@ -160,20 +163,12 @@ class [[nodiscard]] Result {
 
   /** The result of a call with the value, or of a call that returns a value; else the error. */
   template <typename Call>
-  auto and_then(Call call) & {
-    return chain(*this, call);
-  }
-  template <typename Call>
   auto and_then(Call call) const & {
     return chain(*this, call);
   }
   template <typename Call>
   auto and_then(Call call) && {
     return chain(std::move(*this), call);
-  }
-  template <typename Call>
-  auto transform(Call call) & {
-    return map(*this, call);
   }
   template <typename Call>
   auto transform(Call call) const & {
@@ -258,16 +253,22 @@ class WholeName {
   WholeName() = default;
   explicit WholeName(std::string_view whole) noexcept : whole_(whole), colon_(whole.find(':')) {}
 
-  /** Whether a view is of an element with this name. A name without a colon fits any prefix. */
-  template <typename View>
-  bool fits(View node) const noexcept {
-    if (colon_ == whole_.npos) return node.name() == whole_;
-    const Text prefix = node.prefix();
-    if (!prefix) return node.name() == whole_;
-    return *prefix == whole_.substr(0, colon_) && node.name() == whole_.substr(colon_ + 1);
+  /** Whether an element has this name. A name without a colon fits any prefix. */
+  bool fits(const XmlNode *element) const noexcept {
+    if (colon_ != whole_.npos) return fits_with_prefix(element);
+    const char *name = nullptr;
+    NEB_XML_GetNodeValue(element, nullptr, nullptr, &name, nullptr);
+    return name != nullptr && whole_ == name;
   }
 
  private:
+  bool fits_with_prefix(const XmlNode *element) const noexcept {
+    const char *prefix = nullptr, *name = nullptr;
+    NEB_XML_GetNodeValue(element, nullptr, &prefix, &name, nullptr);
+    if (prefix == nullptr || name == nullptr) return name != nullptr && whole_ == name;
+    return whole_.substr(0, colon_) == prefix && whole_.substr(colon_ + 1) == name;
+  }
+
   std::string_view whole_;
   std::size_t colon_ = std::string_view::npos;
 };
@@ -279,99 +280,30 @@ inline constexpr bool is_one_of = (std::is_same_v<Value, Types> || ...);
 /** Names a type only for those that the typed calls take: no character, and no float. */
 template <typename Value>
 using IfTyped = std::enable_if_t<
-    is_one_of<Value, bool, signed char, unsigned char, short, unsigned short, int, unsigned>>;
+    is_one_of<Value, bool, signed char, unsigned char, short, unsigned short, int, unsigned, long,
+              unsigned long, long long, unsigned long long, double>>;
 
 /** The code of a type. */
 template <typename Value, typename = IfTyped<Value>>
 constexpr std::uint32_t type_of() noexcept {
   if (std::is_same_v<Value, bool>) return NEB_XML_VALUE_BOOL;
+  if (std::is_same_v<Value, double>) return NEB_XML_VALUE_DOUBLE;
   constexpr bool is_signed = std::is_signed_v<Value>;
   switch (sizeof(Value)) {
     case sizeof(std::int8_t):
       return is_signed ? NEB_XML_VALUE_INT8 : NEB_XML_VALUE_UINT8;
     case sizeof(std::int16_t):
       return is_signed ? NEB_XML_VALUE_INT16 : NEB_XML_VALUE_UINT16;
-    default:
+    case sizeof(std::int32_t):
       return is_signed ? NEB_XML_VALUE_INT32 : NEB_XML_VALUE_UINT32;
+    default:
+      return is_signed ? NEB_XML_VALUE_INT64 : NEB_XML_VALUE_UINT64;
   }
 }
 
 /** The variable that the C interface fills for a type. */
 template <typename Value>
 using Variable = std::conditional_t<std::is_same_v<Value, bool>, std::uint32_t, Value>;
-
-/** A string with its terminator; short ones need no allocation. */
-class Terminated {
- public:
-  explicit Terminated(std::string_view text) : is_whole_(!holds_nul(text)) {
-    if (text.size() < sizeof small_) {
-      text.copy(small_, text.size());
-      small_[text.size()] = '\0';
-    } else {
-      large_ = text;
-    }
-  }
-
-  /** Whether the terminator is the only NUL. */
-  explicit operator bool() const noexcept { return is_whole_; }
-
-  const char *get() const noexcept { return large_.empty() ? small_ : large_.c_str(); }
-
- private:
-  bool is_whole_;
-  std::string large_;
-  char small_[256];
-};
-
-/** The result of a C call that takes a string. */
-template <typename Call>
-std::uint32_t with_terminated(std::string_view text, Call call) {
-  const Terminated terminated(text);
-  return terminated ? call(terminated.get()) : std::uint32_t{NEB_XML_ERR_INVALID_PARAM};
-}
-
-/** The result of a C call that takes a prefix, or null, and a local name. */
-template <typename Call>
-std::uint32_t with_name(std::string_view whole, Call call) {
-  const std::size_t colon = whole.find(':');
-  if (colon == whole.npos) {
-    return with_terminated(whole, [&](const char *name) { return call(nullptr, name); });
-  }
-  return with_terminated(whole.substr(0, colon), [&](const char *prefix) {
-    return with_terminated(whole.substr(colon + 1),
-                           [&](const char *name) { return call(prefix, name); });
-  });
-}
-
-/** An attribute by its whole name; null if there is none. */
-inline XmlNode *find_attribute(const XmlNode *element, std::string_view name) noexcept {
-  const char *ignored = nullptr;
-  XmlNode *attribute = nullptr;
-  NEB_XML_GetFirstAttrEx(element, &ignored, &ignored, &ignored, &attribute);
-  for (; attribute != nullptr; attribute = NEB_XML_GetNodeNextSibling(attribute)) {
-    NEB_XML_NODE_INFO info;
-    NEB_XML_GetNodeInfo(attribute, &info);
-    const Strings strings = strings_of(info);
-    const std::size_t colon = name.find(':');
-    const bool is_bare = colon == name.npos;
-    if (strings.name == (is_bare ? name : name.substr(colon + 1)) &&
-        strings.prefix == (is_bare ? Text() : Text(name.substr(0, colon)))) {
-      break;
-    }
-  }
-  return attribute;
-}
-
-/** Sets an attribute by its whole name, or adds it. */
-inline std::uint32_t put_attribute(XmlNode *element, std::string_view name,
-                                   std::string_view value) {
-  return with_terminated(value, [&](const char *text) {
-    return with_name(name, [&](const char *prefix, const char *local) {
-      const std::uint32_t code = NEB_XML_SetAttr(element, prefix, local, text);
-      return code == NEB_XML_ERR_NOT_FOUND ? NEB_XML_AddAttr(element, prefix, local, text) : code;
-    });
-  });
-}
 
 /** A path with its terminator, as long as the C interface takes one. */
 class Path {
@@ -399,8 +331,15 @@ class Path {
   char bytes_[longest + 1] = {};
 };
 
+/** Whether a node of the C interface is an attribute. */
+inline bool is_attribute(const XmlNode *node) noexcept {
+  std::int32_t type = NEB_XML_NODE_ELEMENT;
+  NEB_XML_GetNodeValue(node, &type, nullptr, nullptr, nullptr);
+  return type == NEB_XML_NODE_ATTRIBUTE;
+}
+
 /** The error of a code. */
-inline Error error_of(std::uint32_t code) noexcept { return {code, "the call failed"}; }
+inline Error error_of(std::uint32_t code) noexcept { return {code, NEB_XML_GetErrorText(code)}; }
 
 /** Whatever frees a node of the C interface. */
 class Owner {
@@ -429,8 +368,7 @@ class Owner {
 template <typename Value>
 Result<Value> read_typed(const XmlNode *node) noexcept {
   Variable<Value> variable{};
-  const std::uint32_t code = NEB_XML_GetNodeValueEx(node, type_of<Value>(), &variable);
-  if (node == nullptr) return error_of(NEB_XML_ERR_NOT_FOUND);
+  const std::uint32_t code = NEB_XML_ReadValue(node, type_of<Value>(), &variable);
   if (code != NEB_XML_OK) return error_of(code);
   return static_cast<Value>(variable);
 }
@@ -510,37 +448,35 @@ class Editable : public Base {
   using Base::Base;
 
   /** Sets the value; an empty string clears it. A null pointer is an error. */
-  [[nodiscard]] Status set(std::string_view value) const {
-    return with_terminated(value, [this](const char *text) {
-      return NEB_XML_SetNode(this->node_, nullptr, nullptr, text);
-    });
+  [[nodiscard]] Status set(std::string_view value) const noexcept {
+    return set_string(NEB_XML_STRING_VALUE, value);
   }
-  [[nodiscard]] Status set(const char *value) const {
+  [[nodiscard]] Status set(const char *value) const noexcept {
     return value == nullptr ? Status(NEB_XML_ERR_INVALID_PARAM) : set(std::string_view(value));
   }
   template <typename Value, typename = IfTyped<Value>>
   [[nodiscard]] Status set(Value value) const noexcept {
     const Variable<Value> variable = value;
-    return NEB_XML_SetNodeValueEx(this->node_, type_of<Value>(), &variable);
+    return NEB_XML_WriteValue(this->node_, type_of<Value>(), &variable);
   }
 
-  /** Changes the local name, or the prefix, which an empty string clears. */
-  [[nodiscard]] Status set_name(std::string_view name) const {
-    if (name.empty()) return NEB_XML_ERR_INVALID_PARAM;
-    return with_terminated(name, [this](const char *text) {
-      return NEB_XML_SetNode(this->node_, nullptr, text, nullptr);
-    });
+  /** Changes the local name, or the prefix, which an empty string clears. Neither has a colon. */
+  [[nodiscard]] Status set_name(std::string_view name) const noexcept {
+    return set_string(NEB_XML_STRING_NAME, name);
   }
-  [[nodiscard]] Status set_prefix(std::string_view prefix) const {
-    return with_terminated(prefix, [this](const char *text) {
-      return NEB_XML_SetNode(this->node_, text, nullptr, nullptr);
-    });
+  [[nodiscard]] Status set_prefix(std::string_view prefix) const noexcept {
+    return set_string(NEB_XML_STRING_PREFIX, prefix);
+  }
+
+ private:
+  Status set_string(std::uint32_t field, std::string_view string) const noexcept {
+    return NEB_XML_SetString(this->node_, field, string.data(), string.size());
   }
 };
 
 /**
- * A forward iterator over views; Step returns what follows one. It knows the next view before it
- * hands out one, so that one may be removed.
+ * A forward iterator over views; Step returns what follows one. If it looks ahead, it knows the next
+ * view before it hands out one, so that one may be removed.
  */
 template <typename Item, typename Step>
 class Iterator {
@@ -557,16 +493,16 @@ class Iterator {
   };
 
   Iterator() = default;
-  Iterator(Item item, Step step) : item_(item), next_(step(item)), step_(step) {}
+  Iterator(Item item, Step step) noexcept : item_(item), step_(step) { look_ahead(); }
 
   Item operator*() const noexcept { return item_; }
   pointer operator->() const noexcept { return {item_}; }
-  Iterator &operator++() {
-    item_ = next_;
-    next_ = step_(item_);
+  Iterator &operator++() noexcept {
+    item_ = Step::looks_ahead ? next_ : step_(item_);
+    look_ahead();
     return *this;
   }
-  Iterator operator++(int) {
+  Iterator operator++(int) noexcept {
     Iterator before = *this;
     ++*this;
     return before;
@@ -577,8 +513,12 @@ class Iterator {
   friend bool operator!=(const Iterator &a, const Iterator &b) noexcept { return !(a == b); }
 
  private:
+  void look_ahead() noexcept {
+    if (Step::looks_ahead) next_ = step_(item_);
+  }
+
   Item item_;
-  Item next_;
+  Item next_;  // empty if it does not look ahead
   Step step_;
 };
 
@@ -588,9 +528,9 @@ class Range {
  public:
   using iterator = Iterator<Item, Step>;
   Range() = default;
-  Range(Item first, Step step) : first_(first), step_(step) {}
-  iterator begin() const { return {first_, step_}; }
-  iterator end() const { return {}; }
+  Range(Item first, Step step) noexcept : first_(first), step_(step) {}
+  iterator begin() const noexcept { return {first_, step_}; }
+  iterator end() const noexcept { return {}; }
   bool empty() const noexcept { return !first_; }
 
  private:
@@ -600,12 +540,15 @@ class Range {
 
 /** The steps of the ranges. */
 struct NextSibling {
+  static constexpr bool looks_ahead = true;
+
   template <typename Item>
   Item operator()(Item item) const noexcept {
     return Item(NEB_XML_GetNodeNextSibling(item.get()));
   }
 };
 struct NextNamed {
+  static constexpr bool looks_ahead = true;
   WholeName name;
 
   template <typename Item>
@@ -614,12 +557,13 @@ struct NextNamed {
   }
   template <typename Item>
   Item first_from(Item item) const noexcept {
-    while (item && !name.fits(item)) item = NextSibling()(item);
+    while (item && !name.fits(item.get())) item = NextSibling()(item);
     return item;
   }
 };
 struct NextBefore {
-  const XmlNode *end = nullptr;  // the first node in document order that is not inside
+  static constexpr bool looks_ahead = false;  // to a child, which may be removed
+  const XmlNode *end = nullptr;               // the first node behind the subtree
 
   template <typename Item>
   Item operator()(Item item) const noexcept {
@@ -684,6 +628,7 @@ class InfoRange {
 template <typename Self, typename Kind>
 class AttributeBase : public View<Self, Kind> {
  public:
+  static constexpr bool is_attribute = true;
   using View<Self, Kind>::View;
 
   /** The element; the next attribute, which is empty after the last. */
@@ -699,6 +644,7 @@ class NodeBase : public View<Self, Kind> {
   using AttributeOf = typename Kind::AttributeView;
 
  public:
+  static constexpr bool is_attribute = false;
   using View<Self, Kind>::View;
   using View<Self, Kind>::get;
 
@@ -715,8 +661,9 @@ class NodeBase : public View<Self, Kind> {
   }
 
   /**
-   * The children; those with a name, which must outlive the range; all nodes below. The node that
-   * a range of children has just handed out may be removed or moved, its next sibling may not.
+   * The children; those with a name, which must outlive the range; all nodes below. A loop over
+   * children or attributes may remove or move the one that it has, but not the next one. A loop over
+   * all nodes below may remove and add nodes below the one that it has.
    */
   auto children() const noexcept { return Range<Self, NextSibling>(first_child(), {}); }
   auto children(std::string_view name) const noexcept {
@@ -740,11 +687,15 @@ class NodeBase : public View<Self, Kind> {
     return AttributeOf(cursor);
   }
   AttributeOf find_attribute(std::string_view name) const noexcept {
-    return AttributeOf(detail::find_attribute(this->node_, name));
+    return AttributeOf(NEB_XML_FindAttr(this->node_, name.data(), name.size()));
   }
 
   /** An attribute's value, which may be empty; nullopt if there is no such attribute. */
   Text attribute(std::string_view name) const noexcept { return find_attribute(name).value(); }
+  Text attribute(const char *name) const noexcept {  // decided at compile time for a literal
+    return std::strchr(name, ':') == nullptr ? bare_attribute(name)
+                                             : attribute(std::string_view(name));
+  }
 
   /** An attribute's value as a bool, an integer or a double. */
   template <typename Value>
@@ -776,9 +727,21 @@ class NodeBase : public View<Self, Kind> {
     return std::string(printed.text);
   }
 
+  /** Replaces a file atomically by what to_string returns. See NEB_XML_SaveFile. */
+  [[nodiscard]] Status save(const std::string &path, std::uint32_t indent = 0) const noexcept {
+    if (holds_nul(path)) return NEB_XML_ERR_INVALID_PARAM;
+    return NEB_XML_SaveFile(this->node_, path.c_str(), indent);
+  }
+
  private:
   template <typename>
   friend class xml::Info;
+
+  Text bare_attribute(const char *name) const noexcept {
+    const char *value = nullptr;
+    if (NEB_XML_GetAttr(this->node_, nullptr, name, &value) != NEB_XML_OK) return {};
+    return std::string_view(value == nullptr ? "" : value);
+  }
 
   Self find(const Path &path) const noexcept {
     XmlNode *found = nullptr;
@@ -861,15 +824,17 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
   operator ConstNode() const noexcept { return ConstNode(node_); }
 
   /** Makes a new element in this tree's own storage, as last child, first child, or sibling. */
-  Result<Node> append(std::string_view name) const { return make(name, NEB_XML_AppendChildNode); }
-  Result<Node> prepend(std::string_view name) const {
-    return make(name, NEB_XML_AddFirstChildNode);
+  Result<Node> append(std::string_view name) const noexcept {
+    return make(name, NEB_XML_POSITION_LAST_CHILD);
   }
-  Result<Node> insert_after(std::string_view name) const {
-    return make(name, NEB_XML_AddNextSiblingNode);
+  Result<Node> prepend(std::string_view name) const noexcept {
+    return make(name, NEB_XML_POSITION_FIRST_CHILD);
   }
-  Result<Node> insert_before(std::string_view name) const {
-    return make(name, NEB_XML_AddPrevSiblingNode);
+  Result<Node> insert_after(std::string_view name) const noexcept {
+    return make(name, NEB_XML_POSITION_AFTER);
+  }
+  Result<Node> insert_before(std::string_view name) const noexcept {
+    return make(name, NEB_XML_POSITION_BEFORE);
   }
 
   /**
@@ -928,20 +893,20 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
   }
 
   /** Sets an attribute, which is added if it is missing. A null pointer is an error. */
-  [[nodiscard]] Status set_attribute(std::string_view name, std::string_view value) const {
-    return detail::put_attribute(node_, name, value);
+  [[nodiscard]] Status set_attribute(std::string_view name, std::string_view value) const noexcept {
+    return put_attribute(name, value, nullptr);
   }
-  [[nodiscard]] Status set_attribute(std::string_view name, const char *value) const {
+  [[nodiscard]] Status set_attribute(std::string_view name, const char *value) const noexcept {
     if (value == nullptr) return NEB_XML_ERR_INVALID_PARAM;
     return set_attribute(name, std::string_view(value));
   }
   template <typename Value, typename = detail::IfTyped<Value>>
-  [[nodiscard]] Status set_attribute(std::string_view name, Value value) const {
+  [[nodiscard]] Status set_attribute(std::string_view name, Value value) const noexcept {
     if (const Attribute attribute = find_attribute(name)) return attribute.set(value);
-    if (const Status status = set_attribute(name, std::string_view("")); !status) return status;
-    Attribute added = find_attribute(name);
-    const Status status = added.set(value);
-    if (!status) added.remove();
+    XmlNode *added = nullptr;
+    Status status = put_attribute(name, "", &added);
+    if (status) status = Attribute(added).set(value);
+    if (!status) Attribute(added).remove();
     return status;
   }
 
@@ -953,6 +918,8 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
   }
 
  private:
+  friend class Document;
+
   using Insertion = std::uint32_t (*)(XmlNode *, XmlNode *);
 
   // With siblings too, as the first of several top-level elements.
@@ -982,17 +949,24 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
     return status;
   }
 
-  Result<Node> make(std::string_view name, Insertion insert) const {
-    XmlNode *pattern = nullptr;
-    const std::uint32_t code =
-        detail::with_name(name, [&](const char *prefix, const char *local) -> std::uint32_t {
-          if (*local == '\0') return NEB_XML_ERR_INVALID_PARAM;
-          return NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, prefix, local, nullptr, &pattern);
-        });
+  Status set_whole_name(std::string_view name) const noexcept {
+    const std::size_t colon = name.find(':');
+    if (colon == name.npos) return set_name(name);
+    if (colon == 0) return NEB_XML_ERR_INVALID_PARAM;
+    const Status status = set_prefix(name.substr(0, colon));
+    return status ? set_name(name.substr(colon + 1)) : status;
+  }
+
+  Status put_attribute(std::string_view name, std::string_view value,
+                       XmlNode **attribute) const noexcept {
+    return NEB_XML_PutAttr(node_, name.data(), name.size(), value.data(), value.size(), attribute);
+  }
+
+  Result<Node> make(std::string_view name, std::uint32_t where) const noexcept {
+    XmlNode *element = nullptr;
+    const std::uint32_t code = NEB_XML_NewElement(node_, where, name.data(), name.size(), &element);
     if (code != NEB_XML_OK) return detail::error_of(code);
-    Result<Node> inserted = insert_copy(pattern, insert);
-    NEB_XML_FreeNode(pattern);
-    return inserted;
+    return Node(element);
   }
 
   Result<Node> insert_copy(const XmlNode *source, Insertion insert) const noexcept {
@@ -1094,6 +1068,38 @@ class Info {
   NEB_XML_NODE_INFO info_;  // not read if there is no node: a loop ends there
 };
 
+/** How a document is read. See NEB_XML_READ_OPTIONS. */
+struct ReadOptions {
+  bool no_doctype = false;     /**< Refuses a document type declaration. */
+  std::uint32_t max_depth = 0; /**< The most elements inside each other; 0: no limit. */
+  std::size_t max_nodes = 0;   /**< The most elements and attributes; 0: no limit. */
+  std::size_t max_bytes = 0;   /**< The most memory while reading; 0: no limit. */
+  void *(*allocate)(void *context, std::size_t size) = nullptr; /**< Null: the hooks. */
+  void (*release)(void *context, void *memory) = nullptr;       /**< Set with allocate. */
+  void *context = nullptr;                                      /**< Passed to both. */
+};
+
+namespace detail {
+
+/** The options of the C interface, with a buffer for the message of an error. */
+template <std::size_t size>
+NEB_XML_READ_OPTIONS in_c_of(const ReadOptions &options, char (&message)[size]) noexcept {
+  NEB_XML_READ_OPTIONS in_c = {};
+  in_c.size = sizeof in_c;
+  in_c.flags = options.no_doctype ? NEB_XML_PARSE_NO_DOCTYPE : 0;
+  in_c.maxDepth = options.max_depth;
+  in_c.maxNodes = options.max_nodes;
+  in_c.maxBytes = options.max_bytes;
+  in_c.allocate = options.allocate;
+  in_c.release = options.release;
+  in_c.context = options.context;
+  in_c.message = message;
+  in_c.messageSize = size;
+  return in_c;
+}
+
+}  // namespace detail
+
 /** Why and where a document could not be read. */
 struct ParseError : Error {
   std::string message; /**< A sentence with the names that it is about. */
@@ -1117,47 +1123,38 @@ class Document : public detail::Owner {
   /** Hands the document to the caller, who frees it with NEB_XML_FreeNode. */
   XmlNode *release() noexcept { return release_node(); }
 
-  /** Parses a document, which need not be terminated, into one with a memory session. */
-  static Result<Document, ParseError> parse(std::string_view text) {
-    XmlNode *node = nullptr;
-    NEB_XML_PARSE_ERROR error;
-    const std::uint32_t code =
-        NEB_XML_ParseBuffer(text.data(), text.size(), NEB_XML_PARSE_SESSION, &node, &error);
-    return made(code, node, error);
+  /** Parses a document strictly. It need not be terminated. See NEB_XML_Read. */
+  static Result<Document, ParseError> parse(std::string_view text,
+                                            const ReadOptions &options = {}) {
+    return made(options, [text](const auto *in_c, XmlNode **node, NEB_XML_PARSE_ERROR *error) {
+      return NEB_XML_Read(text.data(), text.size(), in_c, node, error);
+    });
   }
 
-  /** Parses a file, read through the file hooks, into a document with a memory session. */
-  static Result<Document, ParseError> parse_file(const std::string &path) {
-    XmlNode *node = nullptr;
+  /** Parses a file strictly, read through the file hooks. See NEB_XML_Load. */
+  static Result<Document, ParseError> parse_file(const std::string &path,
+                                                 const ReadOptions &options = {}) {
     if (detail::holds_nul(path)) return ParseError{detail::error_of(NEB_XML_ERR_INVALID_PARAM), {}};
-    NEB_XML_PARSE_ERROR error;
-    const std::uint32_t code =
-        NEB_XML_ParseFileInfo(path.c_str(), NEB_XML_PARSE_SESSION, &node, &error);
-    return made(code, node, error);
+    return made(options, [&path](const auto *in_c, XmlNode **node, NEB_XML_PARSE_ERROR *error) {
+      return NEB_XML_Load(path.c_str(), in_c, node, error);
+    });
   }
 
   /** A new document, with a memory session, whose root element has a name. */
-  static Result<Document> create(std::string_view name) {
+  static Result<Document> create(std::string_view name) noexcept {
     XmlNode *node = nullptr;
-    const std::uint32_t code =
-        detail::with_name(name, [&](const char *prefix, const char *local) -> std::uint32_t {
-          if (*local == '\0') return NEB_XML_ERR_INVALID_PARAM;
-          return NEB_XML_CreateNodeEx(0, NEB_XML_NODE_DOCUMENT, prefix, local, nullptr, &node);
-        });
+    std::uint32_t code =
+        NEB_XML_CreateNodeEx(0, NEB_XML_NODE_DOCUMENT, nullptr, nullptr, nullptr, &node);
+    Document document(node);
+    if (code == NEB_XML_OK) code = document.root().set_whole_name(name).code();
     if (code != NEB_XML_OK) return detail::error_of(code);
-    return Document(node);
+    return Result<Document>(std::move(document));
   }
 
-  /** The document as a string, as Node::to_string returns it. */
+  /** What the functions of its root do. */
   Result<std::string> to_string(std::uint32_t indent = 0) const { return root().to_string(indent); }
-
-  /**
-   * Replaces a file atomically by what to_string returns; what no document can hold is
-   * NEB_XML_ERR_INVALID_PARAM before anything is written. See NEB_XML_SaveFile.
-   */
   [[nodiscard]] Status save(const std::string &path, std::uint32_t indent = 0) const noexcept {
-    if (detail::holds_nul(path)) return NEB_XML_ERR_INVALID_PARAM;
-    return NEB_XML_SaveFile(node_, path.c_str(), indent);
+    return root().save(path, indent);
   }
 
   /** The document node, which is the root element; not of a temporary, which frees it. */
@@ -1174,12 +1171,19 @@ class Document : public detail::Owner {
   }
 
  private:
-  static Result<Document, ParseError> made(std::uint32_t code, XmlNode *node,
-                                           const NEB_XML_PARSE_ERROR &error) {
+  static constexpr std::size_t longest_message = 512;
+
+  template <typename Call>
+  static Result<Document, ParseError> made(const ReadOptions &options, Call call) {
+    char message[longest_message] = {};
+    const NEB_XML_READ_OPTIONS in_c = detail::in_c_of(options, message);
+    XmlNode *node = nullptr;
+    NEB_XML_PARSE_ERROR error = {};
+    const std::uint32_t code = call(&in_c, &node, &error);
     if (code == NEB_XML_OK) return Document(node);
     return ParseError{{code, error.reason, error.offset, error.line, error.column,
                        static_cast<int>(error.systemError)},
-                      {}};
+                      message};
   }
 };
 
