@@ -228,6 +228,7 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   Text *text = &with.text;
   uint32_t *number = &with.number;
   NEB_XML_NODE_INFO info = {};
+  NEB_XML_CURSOR cursor = {};
   with.check(NEB_XML_Parse, "<a/>", out);
   with.check(NEB_XML_ParseEx, "<a/>", out);
   with.check(NEB_XML_ParseFile, "no", out);
@@ -255,6 +256,7 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   with.check(NEB_XML_CloneNode, n, out);
   with.check(NEB_XML_CloneNodeSelf, n, out);
   with.check(NEB_XML_GetNodeByUrl, n, "e", out);
+  with.check(NEB_XML_Select, n, "e", &cursor);
   with.check(NEB_XML_Transform, n, &with.printedText);
   with.check(NEB_XML_TransformHead, n, &with.printedText);
   with.check(NEB_XML_TransformTail, n, &with.printedText);

@@ -155,7 +155,7 @@ class Machine {
         &Machine::setNumber,     &Machine::setAttribute, &Machine::attach,
         &Machine::copy,          &Machine::setStringsOf, &Machine::setNumber,
         &Machine::takeAttribute, &Machine::copy,         &Machine::print,
-        &Machine::allocate,      &Machine::print,        &Machine::stepFromElsewhere,
+        &Machine::allocate,      &Machine::select,       &Machine::stepFromElsewhere,
         &Machine::setPart,       &Machine::putAttribute, &Machine::newElement};
     constexpr uint8_t kFailing = 200;  // from this byte on, an allocation fails
     const uint8_t code = bytes_.take();
@@ -737,6 +737,26 @@ class Machine {
   }
 
   // Calls that only read.
+
+  // Finds the nodes or attributes of a name from a node on.
+  void select(Model *model) {
+    const std::optional<std::string> name = copyOf(text());
+    const bool findsAttributes = bytes_.pick(2) == 0, isAny = isMissing(name);
+    const std::string pattern = (findsAttributes ? "**.@" : "**.") + (isAny ? "*" : *name);
+    NEB_XML_CURSOR cursor = {};
+    const auto selectNext = [&] { return NEB_XML_Select(model->node, pattern.c_str(), &cursor); };
+    std::vector<Model *> open = {model};
+    while (!open.empty() && !model->isAttribute()) {
+      Model *each = open.back();
+      open.pop_back();
+      open.insert(open.end(), each->children.rbegin(), each->children.rend());
+      for (Model *found : findsAttributes ? each->attributes : std::vector<Model *>{each}) {
+        if (!isAny && found->texts[kName].text != name) continue;
+        require(selectNext() == kOk && cursor.node == found->node);
+      }
+    }
+    require(selectNext() == (model->isAttribute() ? kInvalid : kNotFound));
+  }
 
   void print(Model *model) {
     const size_t how = bytes_.pick(std::size(kPrints));

@@ -988,6 +988,63 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetString(XmlNode *node, uint32_t 
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path, XmlNode **node);
 
+/**
+ * The state of a search by NEB_XML_Select. A zeroed cursor begins one: NEB_XML_CURSOR cursor = {0};
+ * It owns nothing: a search may be abandoned at any time.
+ */
+typedef struct NEB_XML_CURSOR {
+  XmlNode *node;   /**< The match: an element, document or attribute. Null if there is none. */
+  size_t offset;   /**< In a malformed pattern, the first byte that is wrong. */
+  size_t walk[96]; /**< Belongs to the library, with room for later versions. */
+} NEB_XML_CURSOR;
+
+/**
+ * Finds the next node that matches a pattern such as "config.**.server[@name=web].port", in
+ * document order. Prefer it to NEB_XML_GetNodeByUrl to find every match, to search at any depth, or
+ * to find attributes.
+ *
+ * A pattern is a path of NEB_XML_GetNodeByUrl, but a segment finds every child that matches, not
+ * only the first one. If NEB_XML_GetNodeByUrl finds a node by a path without * [ ] @, that node is
+ * the first match. Besides, a pattern may contain
+ *   *               as a whole segment: an element of any name, or of none;
+ *   **              as a whole segment: any number of levels, also none. "r.**" finds r and all
+ *                   elements below it; "**.a" finds the start too, if its name is a;
+ *   name[2], *[2]   the second of the siblings that match the name; the same as name.2 and *.2. The
+ *                   position follows the name directly. The first segment takes none. Where the
+ *                   start matches a later segment, its position is 1;
+ *   [@name=value]   an attribute has this value;  [@name]  there is such an attribute;
+ *   [name=value]    a child has this value;       [name]   there is such a child;
+ *   [.=value]       the element itself has this value;
+ *   @name           as the last segment: an attribute of what the segments before it find.
+ * A segment may have several conditions in brackets, and all must hold. Names of attributes and
+ * children match as segments do: * is any name, and a name without ':' matches any prefix. In a
+ * name, "\*", "\[", "\]" and "\@" are characters, as "\." is.
+ *
+ * Values are compared byte by byte; a missing value equals an empty one. A value needs quotes, ' or
+ * ", if it is empty, contains ], begins with a quote, or begins or ends with white space. In a
+ * value, with or without quotes, a backslash stands for the byte behind it.
+ *
+ * start    an element or a document, of any tree. Only its subtree is searched.
+ * pattern  1 to 511 bytes, with at most 16 segments ** and at most 32 others behind each of them.
+ * cursor   zeroed before the first call. Each further call takes the same start and an equal
+ *          pattern. One thread uses it at a time.
+ * Returns NEB_XML_OK with the match in cursor->node;
+ *   NEB_XML_ERR_NOT_FOUND      no further match, in later calls too; cursor->node is null;
+ *   NEB_XML_ERR_BAD_PATH       the pattern is malformed; cursor->node is null and cursor->offset
+ *                              set. So are a pattern of dots, the position 0, and a position that
+ *                              does not follow a name. One of more than 9 digits finds nothing;
+ *   NEB_XML_ERR_INVALID_PARAM  a null argument, an empty or longer pattern, an attribute as start,
+ *                              or another start or pattern than before; the cursor is unchanged.
+ *
+ * The tree is only read. Between two calls a program may change it, but must not remove
+ * cursor->node or a node above it. It is not defined which changes the later matches reflect.
+ * Cost: a whole search is linear in the nodes of the subtree, attributes included. What it takes
+ * for each of them grows with the length of the pattern, at most with its square. Each call also
+ * parses the pattern.
+ */
+NEB_XML_API uint32_t NEB_XML_Select(const XmlNode *start, const char *pattern,
+                                    NEB_XML_CURSOR *cursor);
+
 /* --- Copies ----------------------------------------------------------------------------------- */
 
 /**
