@@ -98,6 +98,9 @@ static_assert(IsView<Children> && std::ranges::forward_range<Children> &&
               IsView<decltype(Node().attributes())> && IsView<decltype(ConstNode().descendants())>);
 static_assert(IsView<decltype(Node().info().children())> &&
               IsView<decltype(Node().info().descendants())>);
+static_assert(std::ranges::view<decltype(Node().select("a"))> &&
+              std::ranges::input_range<decltype(ConstNode().select<ConstAttribute>("a"))>);
+
 Document parsed(std::string_view text = kText) {
   auto document = Document::parse(text);
   EXPECT_TRUE(document) << document.error().reason;
@@ -204,6 +207,37 @@ TEST(Wrapper, FindsByNamesAndPaths) {
   EXPECT_EQ(odd.root().at("d").value(), "1") << "the dots are part of the name";
   EXPECT_FALSE(odd.root().at(dotted) || odd.root().at(std::string("d\0", 2)));
   EXPECT_FALSE(root.child(std::string("b\0", 2)) || root.find_attribute(std::string("a\0", 2)));
+}
+
+TEST(Wrapper, SelectsByPatterns) {
+  Document document = parsed("<r><s n='1'><p>80</p></s><t><s n='2'><p a=''>81</p></s></t></r>");
+  const Node root = document.root();
+  const auto textsOf = [](auto &&range) {
+    std::string texts;
+    for (const auto &item : range) texts += std::string(item.value().value_or("-")) + " ";
+    return texts;
+  };
+  const std::string pattern = "r.**.p";
+  EXPECT_EQ(textsOf(root.select(pattern)), "80 81 ");
+  EXPECT_EQ(textsOf(root.select("**.s[@n=2].p")), "81 ");
+  EXPECT_EQ(textsOf(root.select<Attribute>("**.@n")), "1 2 ");
+  EXPECT_EQ(textsOf(root.select("none")) + textsOf(Node().select("a")), "");
+  for (const Node node : root.select("**.p")) EXPECT_TRUE(node.set("82"));
+  const ConstNode same = root;
+  EXPECT_EQ(textsOf(same.select("**.p")), "82 82 ");
+  EXPECT_EQ(std::ranges::distance(root.select(pattern)), 2);
+  auto matches = root.select("**.s");
+  auto at = matches.begin();
+  EXPECT_TRUE((at++)->attribute("n") == "1" && at->attribute("n") == "2" && ++at == matches.end());
+  EXPECT_EQ(root.select("r").error().code, kOk);
+  EXPECT_EQ(root.select("none").error().code, kNotFound);
+  const neb::xml::Error error = root.select("r.[").error();
+  EXPECT_TRUE(error.code == NEB_XML_ERR_BAD_PATH && error.offset == 2) << error.offset;
+  for (const auto &code :
+       {root.select("**.@n").error().code, root.select<Attribute>("**.s").error().code,
+        root.select(std::string(600, 'a')).error().code}) {
+    EXPECT_EQ(code, kInvalid);
+  }
 }
 
 TEST(Wrapper, TellsNoTextFromAnEmptyOne) {

@@ -624,6 +624,75 @@ class InfoRange {
   Step step_;
 };
 
+/** What a pattern finds, in document order. The pattern is copied. */
+template <typename Item>
+class Selection {
+ public:
+  class iterator {
+   public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = Item;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const Item *;
+    using reference = const Item &;
+
+    iterator() = default;
+    explicit iterator(const Selection &selection) noexcept : selection_(&selection) { ++*this; }
+
+    reference operator*() const noexcept { return item_; }
+    pointer operator->() const noexcept { return &item_; }
+    iterator &operator++() noexcept {
+      selection_->find_next(cursor_);
+      item_ = Item(cursor_.node);
+      return *this;
+    }
+    iterator operator++(int) noexcept {
+      iterator before = *this;
+      ++*this;
+      return before;
+    }
+    friend bool operator==(const iterator &a, End) noexcept { return !a.item_; }
+    friend bool operator!=(const iterator &a, End) noexcept { return bool(a.item_); }
+    friend bool operator==(End, const iterator &a) noexcept { return !a.item_; }
+    friend bool operator!=(End, const iterator &a) noexcept { return bool(a.item_); }
+
+   private:
+    const Selection *selection_ = nullptr;
+    NEB_XML_CURSOR cursor_ = {};
+    Item item_;
+  };
+
+  Selection() = default;
+  Selection(typename Item::Pointer start, std::string_view pattern) noexcept : start_(start) {
+    pattern_.add(pattern);
+  }
+  iterator begin() const noexcept { return iterator(*this); }
+  End end() const noexcept { return {}; }
+  bool empty() const noexcept { return begin() == end(); }
+
+  /**
+   * Why nothing is found, with the offset in the pattern if that is malformed; NEB_XML_OK if
+   * something is. Searches up to the first match.
+   */
+  Error error() const noexcept {
+    NEB_XML_CURSOR cursor = {};
+    Error error = error_of(find_next(cursor));
+    error.offset = cursor.offset;
+    return error;
+  }
+
+ private:
+  std::uint32_t find_next(NEB_XML_CURSOR &cursor) const noexcept {
+    const std::uint32_t code = NEB_XML_Select(start_, pattern_.get(), &cursor);
+    if (code != NEB_XML_OK || is_attribute(cursor.node) == Item::is_attribute) return code;
+    cursor.node = nullptr;
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
+
+  typename Item::Pointer start_ = nullptr;
+  Path pattern_;
+};
+
 /** What attributes answer. */
 template <typename Self, typename Kind>
 class AttributeBase : public View<Self, Kind> {
@@ -710,6 +779,18 @@ class NodeBase : public View<Self, Kind> {
   Self find(std::string_view path) const noexcept { return find(Path().add(path)); }
   Self at(std::string_view path) const noexcept {
     return find(Path().add_escaped(this->name().value_or("")).add(".").add(path));
+  }
+
+  /**
+   * What a pattern finds, such as "config.**.server[@name=web].port", this node's name being its
+   * first segment. Attributes are found by select<Attribute>("**.@port"). What has been handed out
+   * last must stay in the tree while the loop goes on. See NEB_XML_Select.
+   */
+  template <
+      typename Item = Self,
+      typename = std::enable_if_t<std::is_same_v<typename Item::Pointer, typename Kind::Pointer>>>
+  auto select(std::string_view pattern) const noexcept {
+    return Selection<Item>(this->node_, pattern);
   }
 
   /**
@@ -1215,6 +1296,8 @@ inline constexpr bool std::ranges::enable_view<neb::xml::detail::Range<Item, Ste
 template <typename Item, typename Step>
 inline constexpr bool std::ranges::enable_borrowed_range<neb::xml::detail::Range<Item, Step>> =
     true;
+template <typename Item>
+inline constexpr bool std::ranges::enable_view<neb::xml::detail::Selection<Item>> = true;
 template <typename View, typename Step>
 inline constexpr bool std::ranges::enable_view<neb::xml::detail::InfoRange<View, Step>> = true;
 template <typename View, typename Step>
