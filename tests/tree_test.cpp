@@ -264,6 +264,8 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   with.check(NEB_XML_ImportNode, n, other, out);
   with.check(NEB_XML_TransformIndented, n, 2, &with.printedText);
   with.check(NEB_XML_SaveFile, n, "no", 2);
+  with.check(NEB_XML_Print, n, nullptr, appendTo, nullptr);
+  with.check(NEB_XML_Save, n, "no", nullptr);
   with.areForAttributes = true;
   with.check(NEB_XML_SetNode, n, nullptr, nullptr, nullptr);
   with.check(NEB_XML_GetNodeValue, n, nullptr, nullptr, nullptr, nullptr);
