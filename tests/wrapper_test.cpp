@@ -533,10 +533,59 @@ TEST(Wrapper, ReadsStrictlyWithOptions) {
   EXPECT_EQ(Document::parse_file("none/none.xml").error().system_error, ENOENT);
 }
 
+TEST(Wrapper, PrintsIntoAnySink) {
+  const Document document = parsed("<a><b>\xC3\xA9</b><c/></a>");
+  const neb::xml::PrintOptions kOptions[] = {
+      {},
+      {.indent = 1, .declaration = true},
+      {.indent = 2, .tabs = true, .crlf = true},
+      {.ascii = true, .one_line = true, .end_tags = true, .final_line_end = false},
+  };
+  const char *const kPrinted[] = {
+      "<a>\n<b>\xC3\xA9</b>\n<c/>\n</a>\n",
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a>\n <b>\xC3\xA9</b>\n <c/>\n</a>\n",
+      "<a>\r\n\t\t<b>\xC3\xA9</b>\r\n\t\t<c/>\r\n</a>\r\n",
+      "<a><b>&#233;</b><c></c></a>",
+  };
+  for (const auto &options : kOptions) {
+    const std::string expected = kPrinted[&options - kOptions];
+    std::string string, fromCall, fromAnswer;
+    std::ostringstream stream;
+    EXPECT_TRUE(document.print(string, options) && document.print(stream, options));
+    EXPECT_TRUE(document.print([&](std::string_view part) { fromCall += part; }, options));
+    EXPECT_TRUE(document.print(
+        [&](std::string_view part) { return fromAnswer += part, Status(NEB_XML_OK); }, options));
+    for (const std::string &printed : {string, fromCall, fromAnswer, stream.str()}) {
+      EXPECT_EQ(printed, expected);
+    }
+    const std::string path = trees::temporaryFile("old");
+    EXPECT_TRUE(document.save(path, options));
+    EXPECT_EQ(trees::readFile(path), expected);
+  }
+  EXPECT_EQ(*document.to_string(1), *document.to_string({.indent = 1}));
+  std::ostringstream broken;
+  broken.setstate(std::ios::badbit);
+  EXPECT_EQ(document.print(broken).code(), kFileWrite);
+  EXPECT_EQ(document.print([](std::string_view) { return false; }).code(), kFileWrite);
+  EXPECT_EQ(document.print([](std::string_view) { return Status(kNoMemory); }).code(), kNoMemory);
+  EXPECT_EQ(document.to_string(17).error().code, kInvalid);
+}
+
+// More than a part that a sink receives, and more than a test's own strings.
 TEST(Wrapper, PassesExceptionsOnAndLeaksNothing) {
   Document document = *Document::create("a");
-  EXPECT_TRUE(document.root().set(std::string(kLongText, 'x')));
+  EXPECT_TRUE(document.root().set(std::string(100'000, 'x')));
+  EXPECT_TRUE(document.root().set_attribute("b", std::string(100'000, 'x')));
   const std::size_t before = guarded::outstanding();
+  int parts = 0;
+  const auto throwsLate = [&](std::string_view) {
+    if (++parts == 3) throw parts;
+  };
+  EXPECT_THROW((void)document.print(throwsLate), int);
+  EXPECT_EQ(parts, 3) << "and is not called again";
+  std::ofstream closed;
+  closed.exceptions(std::ios::badbit | std::ios::failbit);
+  EXPECT_THROW((void)document.print(closed), std::ios::failure);
   g_newFails = true;
   EXPECT_THROW((void)document.to_string(), std::bad_alloc);
   g_newFails = false;

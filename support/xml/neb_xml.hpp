@@ -9,7 +9,8 @@
  * Failures are values: a Status, or a Result that holds a value or an Error. What may throw:
  *
  *   - std::bad_alloc, from a call that makes or fills a std::string, if memory runs out;
- *   - BadResult, from Result::value and Result::value_or only.
+ *   - BadResult, from Result::value and Result::value_or only;
+ *   - what a sink or stream throws that a document is printed to.
  *
  * Nothing leaks then, and no document is changed. Without exceptions, value and value_or are not
  * declared, and the program ends where a std::string cannot be made.
@@ -41,6 +42,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -212,6 +214,18 @@ struct Strings {
   Text value;  /**< The value of the element or attribute. */
 };
 
+/** How a document is printed. See NEB_XML_PRINT_OPTIONS. */
+struct PrintOptions {
+  std::uint32_t indent = 0;   /**< Spaces for each level, or tabs; 0 to 16. */
+  bool tabs = false;          /**< Indents by tabs. */
+  bool declaration = false;   /**< Begins with an XML declaration, with the encoding. */
+  bool ascii = false;         /**< Writes characters beyond ASCII as references. */
+  bool crlf = false;          /**< Ends lines with a carriage return and a line feed. */
+  bool one_line = false;      /**< Ends no line but the last. */
+  bool end_tags = false;      /**< Writes an empty element as <x></x>. */
+  bool final_line_end = true; /**< Ends the last line. */
+};
+
 template <typename View>
 class Info;
 
@@ -372,6 +386,86 @@ Result<Value> read_typed(const XmlNode *node) noexcept {
   if (code != NEB_XML_OK) return error_of(code);
   return static_cast<Value>(variable);
 }
+
+/** The options of the C interface. */
+inline NEB_XML_PRINT_OPTIONS in_c_of(const PrintOptions &options) noexcept {
+  NEB_XML_PRINT_OPTIONS in_c = {};
+  in_c.size = sizeof in_c;
+  in_c.indent = options.indent;
+  const auto add = [&in_c](bool is_set, std::uint32_t flag) { in_c.flags |= is_set ? flag : 0; };
+  add(options.tabs, NEB_XML_PRINT_TABS);
+  add(options.declaration, NEB_XML_PRINT_DECLARATION);
+  add(options.ascii, NEB_XML_PRINT_ASCII);
+  add(options.crlf, NEB_XML_PRINT_CRLF);
+  add(options.one_line, NEB_XML_PRINT_ONE_LINE);
+  add(options.end_tags, NEB_XML_PRINT_END_TAGS);
+  add(!options.final_line_end, NEB_XML_PRINT_NO_FINAL_LINE_END);
+  return in_c;
+}
+
+/** Whether a call with a part of a document returns exactly this type. */
+template <typename Answer, typename Sink, typename = void>
+inline constexpr bool answers_with = false;
+template <typename Answer, typename Sink>
+inline constexpr bool
+    answers_with<Answer, Sink, std::enable_if_t<std::is_invocable_v<Sink &, std::string_view>>> =
+        std::is_same_v<Answer, std::invoke_result_t<Sink &, std::string_view>>;
+
+/** Hands a part of a document to a string, a call or a stream. */
+template <typename Sink>
+std::uint32_t put(Sink &sink, std::string_view part) {
+  if constexpr (std::is_same_v<Sink, std::string>) {
+    sink.append(part);
+    return NEB_XML_OK;
+  } else if constexpr (answers_with<bool, Sink>) {
+    return sink(part) ? NEB_XML_OK : NEB_XML_ERR_FILE_WRITE;
+  } else if constexpr (std::is_invocable_r_v<Status, Sink &, std::string_view>) {
+    return Status(sink(part)).code();
+  } else if constexpr (std::is_invocable_v<Sink &, std::string_view>) {
+    sink(part);
+    return NEB_XML_OK;
+  } else {
+    sink.write(part.data(), static_cast<std::ptrdiff_t>(part.size()));
+    return sink ? NEB_XML_OK : NEB_XML_ERR_FILE_WRITE;
+  }
+}
+
+/** A document on its way to a sink. No exception passes through the C interface. */
+template <typename Sink>
+class Writing {
+ public:
+  explicit Writing(Sink &sink) noexcept : sink_(sink) {}
+
+  /** The result of a call that writes, with a sink of the C interface and its context. */
+  template <typename Call>
+  Status run(Call call) {
+    const std::uint32_t code = call(take, this);
+#ifdef __cpp_exceptions
+    if (thrown_) std::rethrow_exception(thrown_);
+#endif
+    return code;
+  }
+
+ private:
+  static std::uint32_t take(void *context, const char *bytes, std::size_t length) noexcept {
+    auto &self = *static_cast<Writing *>(context);
+#ifdef __cpp_exceptions
+    try {
+      return put(self.sink_, {bytes, length});
+    } catch (...) {
+      self.thrown_ = std::current_exception();
+      return NEB_XML_ERR_FILE_WRITE;
+    }
+#else
+    return put(self.sink_, {bytes, length});
+#endif
+  }
+
+  Sink &sink_;
+#ifdef __cpp_exceptions
+  std::exception_ptr thrown_;
+#endif
+};
 
 /** Whose views a view hands out: those that edit, or those that only read. */
 struct Editing {
@@ -794,24 +888,39 @@ class NodeBase : public View<Self, Kind> {
   }
 
   /**
-   * This node and what is below it as a document, with indent spaces for each level: 0 to 16. It
-   * parses to the same tree; what no document can hold is NEB_XML_ERR_INVALID_PARAM. See
-   * NEB_XML_TransformIndented.
+   * Writes this node and what is below it as a document, part by part. The document parses to the
+   * same tree; what no document can hold is NEB_XML_ERR_UNWRITABLE. See NEB_XML_Print.
+   *
+   * sink  a std::string, which grows; a stream, such as a std::ostream; or what can be called with
+   *       each part, as std::string_view, and returns nothing, a Status or whether to go on. What
+   *       it throws, this function throws.
    */
-  Result<std::string> to_string(std::uint32_t indent = 0) const {
-    struct Printed {
-      char *text = nullptr;
-      ~Printed() { NEB_XML_FreeMem(text); }
-    } printed;
-    const std::uint32_t code = NEB_XML_TransformIndented(this->node_, indent, &printed.text);
-    if (code != NEB_XML_OK) return error_of(code);
-    return std::string(printed.text);
+  template <typename Sink>
+  [[nodiscard]] Status print(Sink &&sink, const PrintOptions &options = {}) const {
+    const NEB_XML_PRINT_OPTIONS in_c = in_c_of(options);
+    return Writing<std::remove_reference_t<Sink>>(sink).run([&](NEB_XML_SINK take, void *context) {
+      return NEB_XML_Print(this->node_, &in_c, take, context);
+    });
   }
 
-  /** Replaces a file atomically by what to_string returns. See NEB_XML_SaveFile. */
-  [[nodiscard]] Status save(const std::string &path, std::uint32_t indent = 0) const noexcept {
+  /** The same as a string; with an indentation only, which is 0 to 16 spaces for each level. */
+  Result<std::string> to_string(const PrintOptions &options) const {
+    std::string text;
+    if (const Status status = print(text, options); !status) return error_of(status.code());
+    return Result<std::string>(std::move(text));
+  }
+  Result<std::string> to_string(std::uint32_t indent = 0) const {
+    return to_string(PrintOptions{indent});
+  }
+
+  /** Replaces a file atomically by what to_string returns. See NEB_XML_Save. */
+  [[nodiscard]] Status save(const std::string &path, const PrintOptions &options) const noexcept {
     if (holds_nul(path)) return NEB_XML_ERR_INVALID_PARAM;
-    return NEB_XML_SaveFile(this->node_, path.c_str(), indent);
+    const NEB_XML_PRINT_OPTIONS in_c = in_c_of(options);
+    return NEB_XML_Save(this->node_, path.c_str(), &in_c);
+  }
+  [[nodiscard]] Status save(const std::string &path, std::uint32_t indent = 0) const noexcept {
+    return save(path, PrintOptions{indent});
   }
 
  private:
@@ -1233,7 +1342,17 @@ class Document : public detail::Owner {
   }
 
   /** What the functions of its root do. */
+  template <typename Sink>
+  [[nodiscard]] Status print(Sink &&sink, const PrintOptions &options = {}) const {
+    return root().print(std::forward<Sink>(sink), options);
+  }
+  Result<std::string> to_string(const PrintOptions &options) const {
+    return root().to_string(options);
+  }
   Result<std::string> to_string(std::uint32_t indent = 0) const { return root().to_string(indent); }
+  [[nodiscard]] Status save(const std::string &path, const PrintOptions &options) const noexcept {
+    return root().save(path, options);
+  }
   [[nodiscard]] Status save(const std::string &path, std::uint32_t indent = 0) const noexcept {
     return root().save(path, indent);
   }
