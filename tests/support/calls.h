@@ -9,6 +9,7 @@ inline constexpr uint32_t kExists = NEB_XML_ERR_ALREADY_EXISTS;
 inline constexpr uint32_t kNotFound = NEB_XML_ERR_NOT_FOUND;
 inline constexpr uint32_t kNoMemory = NEB_XML_ERR_NO_MEMORY;
 inline constexpr uint32_t kSyntax = NEB_XML_ERR_SYNTAX;
+inline constexpr uint32_t kUnwritable = NEB_XML_ERR_UNWRITABLE;
 inline constexpr uint32_t kFileOpen = NEB_XML_ERR_FILE_OPEN;
 inline constexpr uint32_t kFileRead = NEB_XML_ERR_FILE_READ;
 inline constexpr uint32_t kFileWrite = NEB_XML_ERR_FILE_WRITE;
