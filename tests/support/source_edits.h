@@ -292,6 +292,7 @@ class Check {
     const NEB_XML_EDIT *given;
     XmlNode *node;
     XmlNode *attribute;
+    std::string name;
   };
 
   void compareTrees() {
@@ -309,10 +310,11 @@ class Check {
       const bool isNamed =
           each.kind == NEB_XML_EDIT_SET_ATTR || each.kind == NEB_XML_EDIT_REMOVE_ATTR;
       XmlNode *attribute = isOfAttribute ? node : isNamed ? attributeOf(node, each) : nullptr;
-      edits.push_back({&each, node, attribute});
+      edits.push_back({&each, node, attribute, each.name != nullptr ? each.name : node->name});
     }
     // All refer to the tree as it was: names that go must not be in the way of new ones.
     for (const Edit &each : edits) removeAttribute(each);
+    for (Edit &each : edits) renameAttribute(&each);
     for (const Edit &each : edits) apply(each);
     expect(describedAlone(expected.root) == describedAlone(actual.root), "another tree");
   }
@@ -323,6 +325,13 @@ class Check {
     if (!isRemoval || edit.attribute == nullptr) return;
     const XmlNode *gone = edit.attribute;
     expect(NEB_XML_RemoveAttr(gone->parent, gone->prefix, gone->name) == kOk, "remove");
+  }
+
+  // To a name that no other attribute has, until all of them are renamed.
+  void renameAttribute(Edit *edit) {
+    if (edit->given->kind != NEB_XML_EDIT_RENAME || edit->attribute == nullptr) return;
+    const std::string name = "renamed" + std::to_string(++renamed_);
+    expect(NEB_XML_SetNode(edit->node, nullptr, name.c_str(), nullptr) == kOk, "rename");
   }
 
   void apply(const Edit &edit) {
@@ -339,7 +348,7 @@ class Check {
                    : NEB_XML_AddAttr(node, given.prefix, given.name, given.value);
         break;
       case NEB_XML_EDIT_RENAME:
-        code = NEB_XML_SetNode(node, given.prefix, given.name, nullptr);
+        code = NEB_XML_SetNode(node, given.prefix, edit.name.c_str(), nullptr);
         break;
       case NEB_XML_EDIT_REMOVE:
         if (edit.attribute == nullptr) code = NEB_XML_RemoveNode(node);
@@ -374,6 +383,7 @@ class Check {
   std::string out_;
   std::string failure_;
   size_t applied_ = 0;
+  size_t renamed_ = 0;
 };
 
 }  // namespace source_edits

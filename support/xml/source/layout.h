@@ -38,8 +38,9 @@ std::string_view lineEndAt(const char *position);
 
 // What a line has more than one that it is below; empty if it does not begin like that one.
 inline std::string_view stepBetween(std::string_view above, std::string_view below) {
-  const bool isBelow = below.substr(0, above.size()) == above;
-  return isBelow ? below.substr(above.size()) : std::string_view();
+  if (!below.starts_with(above)) return {};
+  below.remove_prefix(above.size());
+  return below;
 }
 
 }  // namespace neb::xml::internal

@@ -65,11 +65,11 @@ bool NewText::addAttributeValue(const char *value) {
 }
 
 bool NewText::addElementValue(const char *value) {
-  const std::string_view text = measured(value);
+  std::string_view text = measured(value);
   if (text.empty()) return true;
   if (!makeRoom(0)) return false;
-  const size_t written = writeFirstWhitespace(&to_, value);
-  return addEscaped<ExactElementValue>(text.substr(written));
+  text.remove_prefix(writeFirstWhitespace(&to_, value));
+  return addEscaped<ExactElementValue>(text);
 }
 
 template <typename Value>

@@ -28,7 +28,7 @@ struct WholeName {
 
   bool endsInHyphens() const {
     constexpr std::string_view kHyphens = "--";
-    return local.size() >= kHyphens.size() && local.substr(local.size() - 2) == kHyphens;
+    return local.ends_with(kHyphens);
   }
 
   char operator[](size_t at) const {
