@@ -23,8 +23,9 @@ XmlNode *nodeAt(XmlNode *root, const std::string &path) {
   EXPECT_EQ(NEB_XML_GetNodeByUrl(root, path.substr(0, at).c_str(), &node), kOk) << path;
   if (at == path.npos || node == nullptr) return node;
   XmlNode *attribute = node->firstAttr;
-  while (attribute != nullptr && path.substr(at + 1) != attribute->name)
+  while (attribute != nullptr && path.substr(at + 1) != attribute->name) {
     attribute = attribute->next;
+  }
   return attribute;
 }
 
@@ -304,8 +305,9 @@ TEST(Edits, RefuseContentThatCannotBeWritten) {
     };
     EXPECT_EQ(call(&edit, 1), kUnwritable);
     NEB_XML_EDIT edits[2] = {edit, edit};
-    for (NEB_XML_EDIT &each : edits)
+    for (NEB_XML_EDIT &each : edits) {
       each = {kValue, 0, tree.root, nullptr, nullptr, "", nullptr, {}};
+    }
     edits[1].node = other.root;
     EXPECT_EQ(call(edits, 2), kNotFound);
     edits[1] = edits[0];

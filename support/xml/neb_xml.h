@@ -1001,7 +1001,7 @@ typedef struct NEB_XML_EDIT {
  *                               for an element with children, a child for one with text.
  * After any of these but the sink's, nothing has been written. Cost: linear in the document, the
  * edits and what they insert, the attributes of the elements whose attributes they name, and sorting
- * of both. Memory: as NEB_XML_Locate, what is inserted, and about 500 bytes for each edit.
+ * of both. Memory: as NEB_XML_Locate, what is inserted, and about 600 bytes for each edit.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_EditBytes(const char *bytes, size_t length,
                                                         const NEB_XML_EDIT *edits, size_t count,

@@ -12,6 +12,9 @@ class EditWriter {
  public:
   EditWriter(EditSet *edits, const SourceDocument &document)
       : edits_(*edits), document_(document) {}
+  ~EditWriter() { XML_Free(nullptr, written_); }
+  EditWriter(const EditWriter &) = delete;
+  EditWriter &operator=(const EditWriter &) = delete;
 
   // Everything that can fail but the sink. The edits are in the order of the document.
   uint32_t prepare();
@@ -72,11 +75,6 @@ class EditWriter {
   Behind behind_;
   char *written_ = nullptr;
   uint32_t result_ = NEB_XML_OK;
-
- public:
-  ~EditWriter() { XML_Free(nullptr, written_); }
-  EditWriter(const EditWriter &) = delete;
-  EditWriter &operator=(const EditWriter &) = delete;
 };
 
 }  // namespace neb::xml::internal

@@ -20,8 +20,6 @@ class SourceDocument {
   const char *end() const { return copy_.text() + length_; }
 
   size_t offsetOf(const char *position) const { return static_cast<size_t>(position - begin()); }
-  // The same position in the bytes that were given.
-  const char *given(const char *position) const { return bytes_ + offsetOf(position); }
 
   // Whether the document says that it holds ASCII only.
   bool isAscii() const { return isAscii_; }

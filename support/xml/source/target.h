@@ -51,38 +51,43 @@ class Targets {
     if (most > SIZE_MAX / 4 || !targets_.make(most)) return false;
     const size_t slots = std::bit_ceil(most * kSlotsForEach + 1);
     if (!slots_.make(slots)) return false;
-    for (size_t i = 0; i < slots; ++i) slots_.add(nullptr);
+    for (size_t i = 0; i < slots; ++i) slots_.add({nullptr});
     shift_ = 64 - std::countr_zero(slots);
     return true;
   }
 
   // Added if it is new.
   Target *add(const XmlNode *node) {
-    Target *&slot = slotOf(node);
-    if (slot == nullptr) {
+    Slot &slot = slotOf(node);
+    if (slot.target == nullptr) {
       Target target;
       target.node = node;
-      slot = targets_.add(target);
+      slot.target = targets_.add(target);
     }
-    return slot;
+    return slot.target;
   }
 
   // Null if it is none.
-  Target *find(const XmlNode *node) { return slotOf(node); }
+  Target *find(const XmlNode *node) { return slotOf(node).target; }
 
   Target *begin() { return targets_.begin(); }
   Target *end() { return targets_.end(); }
 
  private:
-  Target *&slotOf(const XmlNode *node) {
+  struct Slot {
+    Target *target;  // null: free
+  };
+
+  Slot &slotOf(const XmlNode *node) {
     constexpr uint64_t kSpread = 0x9E3779B97F4A7C15;
     size_t at = static_cast<size_t>(reinterpret_cast<uintptr_t>(node) * kSpread >> shift_);
-    while (slots_[at] != nullptr && slots_[at]->node != node) at = (at + 1) & (slots_.size() - 1);
+    while (slots_[at].target != nullptr && slots_[at].target->node != node)
+      at = (at + 1) & (slots_.size() - 1);
     return slots_[at];
   }
 
   HeapArray<Target> targets_;
-  HeapArray<Target *> slots_;
+  HeapArray<Slot> slots_;
   int shift_ = 0;
 };
 
