@@ -175,7 +175,7 @@ bool EditWriter::addLast(const PlannedEdit &edit) {
   const size_t since = text_.length();
   return text_.addLine(inside_.layout, 0) &&
          text_.addSubtree(edit.given->content, inside_.layout) &&
-         splice(inside_.last, inside_.last, since, SpliceRank::last, edit.index);
+         splice(inside_.last, inside_.last, since, SpliceRank::before, edit.index);
 }
 
 bool EditWriter::addBefore(const PlannedEdit &edit) {
@@ -230,7 +230,7 @@ bool EditWriter::openEmptyTag(const Target &element) {
   outside.level = 0;
   const size_t sinceEnd = text_.length();
   return text_.addLine(outside, 0) && text_.addEndTag(finalName(element)) &&
-         splice(inside_.first, inside_.first, sinceEnd, SpliceRank::closing);
+         splice(inside_.first, inside_.first, sinceEnd);
 }
 
 // The end tag gets a line of its own too, unless it has one.
@@ -240,7 +240,7 @@ bool EditWriter::closeInside(const Target &element, const Layout &layout) {
   Layout outside = layout;
   outside.level = 0;
   const size_t since = text_.length();
-  return text_.addLine(outside, 0) && splice(at.content, at.contentEnd, since, SpliceRank::closing);
+  return text_.addLine(outside, 0) && splice(at.content, at.contentEnd, since);
 }
 
 // ---- Layout

@@ -13,9 +13,7 @@ namespace neb::xml::internal {
 enum class SpliceRank : uint8_t {
   behind,  // what is inserted behind a node, the last one first
   before,
-  last,
   other,
-  closing,
 };
 
 // Replaces the bytes between two positions, or inserts there. One may lie in the bytes that another
