@@ -39,17 +39,20 @@ uint32_t EditWriter::prepare() {
     return NEB_XML_ERR_NO_MEMORY;
   }
   if (document_.isAscii()) text_.limitToAscii();
-  const bool areAdded =
-      std::all_of(edits_.begin(), edits_.end(), [this](const auto &edit) { return addEdit(edit); });
-  if (result_ != NEB_XML_OK) return result_;
-  const bool isRestAdded = areAdded && std::all_of(edits_.targets().begin(), edits_.targets().end(),
-                                                   [this](const auto &target) {
-                                                     return !target.isEmptied || addRemains(target);
-                                                   });
-  if (!isRestAdded) return text_.result();
+  if (!addAll()) return text_.result();
   written_ = text_.handOut();
   const bool isWritten = written_ != nullptr || text_.length() == 0;
   return isWritten ? NEB_XML_OK : NEB_XML_ERR_NO_MEMORY;
+}
+
+bool EditWriter::addAll() {
+  for (const PlannedEdit &edit : edits_) {
+    if (!addEdit(edit)) return false;
+  }
+  for (const Target &target : edits_.targets()) {
+    if (target.isEmptied && !addRemains(target)) return false;
+  }
+  return true;
 }
 
 uint32_t EditWriter::write(NEB_XML_SINK sink, void *context) {
@@ -204,7 +207,7 @@ bool EditWriter::beginInside(const Target &element) {
   const Location &at = element.at;
   const bool hasNoText =
       element.node->firstChild != nullptr || findText(at.content, at.contentEnd).isLayout;
-  if (!hasNoText) return refuse();
+  if (!hasNoText) return text_.refuse(NEB_XML_ERR_UNWRITABLE);
   const char *first = skipWhitespace(at.content);
   inside_ = {&element, {}, at.content, skipWhitespaceBack(at.contentEnd, at.content)};
   if (first < at.contentEnd) {

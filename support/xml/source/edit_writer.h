@@ -36,6 +36,7 @@ class EditWriter {
     const char *position = nullptr;
   };
 
+  bool addAll();
   bool addEdit(const PlannedEdit &edit);
   bool addValue(const Target &target);
   bool addElementValue(const Target &element);
@@ -55,10 +56,6 @@ class EditWriter {
   Layout layoutOfOnlyChild(const Target &element) const;
   Layout layoutBeside(const Target &element) const;
   std::string_view indentationOf(const XmlNode *node) const;
-  bool refuse() {
-    result_ = NEB_XML_ERR_UNWRITABLE;
-    return false;
-  }
 
   // What has been written since then replaces the bytes.
   bool splice(const char *begin, const char *end, size_t since, SpliceRank rank = SpliceRank::other,
@@ -74,7 +71,6 @@ class EditWriter {
   Inside inside_;
   Behind behind_;
   char *written_ = nullptr;
-  uint32_t result_ = NEB_XML_OK;
 };
 
 }  // namespace neb::xml::internal

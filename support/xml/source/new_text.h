@@ -27,6 +27,12 @@ class NewText {
   // The whole, on the heap; null if memory runs out or nothing was written.
   char *handOut();
 
+  // Something that no document can hold, or a lack of memory. Returns false.
+  bool refuse(uint32_t result) {
+    to_ = output_.refuse(result);
+    return false;
+  }
+
   bool add(std::string_view bytes);
   bool addName(const WholeName &name) { return addedName(name) != nullptr; }
   bool addAttribute(const WholeName &name, const char *value);
@@ -40,10 +46,6 @@ class NewText {
   bool addSubtree(const XmlNode *start, const Layout &layout);
 
  private:
-  bool refuse(uint32_t result) {
-    to_ = output_.refuse(result);
-    return false;
-  }
   bool makeRoom(size_t count);
   const char *addedName(const WholeName &name);
   bool addStartTag(const XmlNode *element);
