@@ -188,6 +188,42 @@ void create(Work &work) {
   });
 }
 
+// Strings of known length, and a double.
+void changeByLength(Work &work) {
+  XmlNode *document = work.document;
+  XmlNode *node = NEB_XML_GetNodeFirstChild(document);
+  const size_t length = kLongText.size();
+  const double number = 0.1;
+  for (const uint32_t field : {NEB_XML_STRING_PREFIX, NEB_XML_STRING_NAME, NEB_XML_STRING_VALUE}) {
+    work.change([&] { return NEB_XML_SetString(node, field, kLong, length); });
+  }
+  work.change([&] { return NEB_XML_WriteValue(document, NEB_XML_VALUE_DOUBLE, &number); });
+  work.change([&] { return NEB_XML_PutAttr(document, "x", 1, kLong, length, nullptr); });
+  const std::string name = "p:" + kLongText;
+  XmlNode *const untouched = document;
+  XmlNode *made = untouched;
+  const auto change = [&](auto call) {
+    made = untouched;
+    const bool isMade = work.change(call);
+    EXPECT_EQ(made != untouched, isMade);
+    return isMade;
+  };
+  change([&] { return NEB_XML_PutAttr(node, name.data(), name.size(), kLong, length, &made); });
+  const auto add = [&](XmlNode *reference, uint32_t where) {
+    return change(
+        [&] { return NEB_XML_NewElement(reference, where, name.data(), name.size(), &made); });
+  };
+  add(document, NEB_XML_POSITION_FIRST_CHILD);
+  add(node, NEB_XML_POSITION_AFTER);
+  // In a session's tree, below an element on the heap.
+  XmlNode *heapNode =
+      work.make([](auto out) { return NEB_XML_CreateNode(kElement, nullptr, "h", "v", out); });
+  if (!work.insert(NEB_XML_AppendChildNode, document, heapNode)) return;
+  add(heapNode, NEB_XML_POSITION_LAST_CHILD);
+  change([&] { return NEB_XML_PutAttr(heapNode, "a", 1, kLong, length, &made); });
+  work.change([&] { return NEB_XML_WriteValue(heapNode, NEB_XML_VALUE_DOUBLE, &number); });
+}
+
 void change(Work &work) {
   XmlNode *document = work.document;
   XmlNode *node = NEB_XML_GetNodeFirstChild(document);
@@ -271,7 +307,7 @@ void printAll(Work &work) {
 }
 
 TEST(Faults, CallsOnADocument) {
-  for (const auto scenario : {create, change, mix, copy, printAll}) {
+  for (const auto scenario : {create, changeByLength, change, mix, copy, printAll}) {
     for (const bool withSession : {false, true}) {
       const bool keepsTexts = withSession && scenario == mix;
       everyAllocationFails(kText, withSession, scenario, keepsTexts ? 1 : 0);

@@ -8,8 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <string>
+#include <thread>
 
 #include "platform/bounded_memory.h"
+#include "support/guarded_hooks.h"
 #include "support/trees.h"
 
 namespace platform = neb::platform;
@@ -51,25 +53,32 @@ TEST(InputFile, IsReadWholeOrRefused) {
     std::string path;
     Reading reading;
     uint32_t result;
+    size_t systemError = 0;
   };
-  for (const auto &[name, reading, result] : {Case{path, {}, kOk},
-                                              {path, {1, 0, 0}, kOk},
-                                              {path, {3, 2, EINTR}, kOk},
-                                              {path, {SIZE_MAX, 1, EIO}, kFileRead},
-                                              {path, {4, 3, EIO}, kFileRead},
-                                              {path, {SIZE_MAX, 1, 0}, kFileRead},
-                                              {path, {5, 2, 0}, kFileRead},
-                                              {empty, {}, kSyntax},
-                                              {path + ".none", {}, kFileOpen},
-                                              {path + "/a", {}, kFileOpen},
-                                              {"", {}, kFileOpen},
-                                              {"/", {}, kFileRead},
-                                              {"/proc/self/status", {}, kSyntax},
-                                              {fifo, {}, kFileRead}}) {
+  for (const auto &[name, reading, result, systemError] :
+       {Case{path, {}, kOk},
+        {path, {1, 0, 0}, kOk},
+        {path, {3, 2, EINTR}, kOk},
+        {path, {SIZE_MAX, 1, EIO}, kFileRead, EIO},
+        {path, {4, 3, EIO}, kFileRead, EIO},
+        {path, {SIZE_MAX, 1, 0}, kFileRead},
+        {path, {5, 2, 0}, kFileRead},
+        {empty, {}, kSyntax},
+        {path + ".none", {}, kFileOpen, ENOENT},
+        {path + "/a", {}, kFileOpen, ENOTDIR},
+        {"", {}, kFileOpen, ENOENT},
+        {"/", {}, kFileRead, EISDIR},
+        {"/proc/self/status", {}, kSyntax},
+        {fifo, {}, kFileRead, ESPIPE}}) {
     g_reading = reading;
     g_readCalls = 0;
     XmlNode *document = nullptr;
-    EXPECT_EQ(NEB_XML_ParseFileEx(name.c_str(), &document), result) << name;
+    NEB_XML_PARSE_ERROR error = {};
+    errno = EDOM;
+    EXPECT_EQ(NEB_XML_ParseFileInfo(name.c_str(), NEB_XML_PARSE_SESSION, &document, &error), result)
+        << name;
+    EXPECT_EQ(error.systemError, systemError) << name;
+    EXPECT_NE(errno, 0);
     EXPECT_EQ(document == nullptr ? "" : trees::printed(document),
               result == kOk ? "<a>text</a>\n" : "");
     NEB_XML_FreeNode(document);
@@ -80,6 +89,82 @@ TEST(InputFile, IsReadWholeOrRefused) {
   close(writer);
   EXPECT_LT(lowest - writer, 3) << "a file has been left open";
 }
+
+// A pipe into which another thread writes.
+class WrittenPipe {
+ public:
+  explicit WrittenPipe(const std::string &bytes) {
+    EXPECT_EQ(pipe(ends_), 0);
+    writer_ = std::thread([this, bytes] {
+      for (size_t done = 0; done < bytes.size();) {
+        done += static_cast<size_t>(write(ends_[1], bytes.data() + done, bytes.size() - done));
+      }
+      close(ends_[1]);
+    });
+  }
+  ~WrittenPipe() {
+    close(ends_[0]);
+    writer_.join();
+  }
+  WrittenPipe(const WrittenPipe &) = delete;
+  WrittenPipe &operator=(const WrittenPipe &) = delete;
+  std::string path() const { return "/dev/fd/" + std::to_string(ends_[0]); }
+
+ private:
+  int ends_[2] = {-1, -1};
+  std::thread writer_;
+};
+
+// With the file hooks and without them.
+class Loading : public testing::TestWithParam<bool> {
+ protected:
+  Loading() {
+    if (GetParam()) return;
+    NEB_XML_RegFileFunc(std::fopen, std::fseek, std::fclose, std::fread, std::ftell);
+  }
+};
+
+TEST_P(Loading, ReadsToTheEnd) {
+  constexpr size_t kStep = 65536;
+  for (const size_t length : {size_t{8}, kStep - 1, kStep, kStep + 1, 5 * kStep}) {
+    const std::string bytes = "<a>" + std::string(length - 8, 'x') + "y</a>";
+    const std::string file = trees::temporaryFile(bytes);
+    const WrittenPipe pipe(bytes);
+    for (const std::string &path : {file, pipe.path()}) {
+      XmlNode *document = nullptr;
+      ASSERT_EQ(NEB_XML_Load(path.c_str(), nullptr, &document, nullptr), kOk) << path;
+      EXPECT_TRUE(trees::printed(document) == bytes + "\n") << path;
+      NEB_XML_FreeNode(document);
+    }
+  }
+}
+
+TEST_P(Loading, ReportsTheErrno) {
+  struct Case {
+    std::string path;
+    uint32_t result;
+    size_t systemError;
+    size_t line;
+  };
+  const std::string path = trees::temporaryFile("");
+  for (const auto &[name, result, systemError, line] : {Case{path, kSyntax, 0, 0},
+                                                        {"/dev/null", kSyntax, 0, 0},
+                                                        {"/proc/self/status", kSyntax, 0, 1},
+                                                        {path + ".none", kFileOpen, ENOENT, 0},
+                                                        {path + "/a", kFileOpen, ENOTDIR, 0},
+                                                        {"/", kFileRead, EISDIR, 0},
+                                                        {"/proc/self/mem", kFileRead, EIO, 0}}) {
+    XmlNode *document = nullptr;
+    NEB_XML_PARSE_ERROR error = {};
+    errno = EDOM;
+    EXPECT_EQ(NEB_XML_Load(name.c_str(), nullptr, &document, &error), result) << name;
+    EXPECT_EQ(error.systemError, systemError) << name;
+    EXPECT_EQ(error.line, line) << name;
+    EXPECT_NE(errno, 0);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Hooks, Loading, testing::Bool());
 
 // Copies into memory of known capacity fail rather than overrun it, and then change nothing.
 TEST(BoundedMemory, EachCallStaysWithinItsCapacity) {

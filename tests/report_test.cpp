@@ -1,6 +1,7 @@
 // Where and why a parse fails, for every way it can.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -97,16 +98,20 @@ TEST(Report, MismatchesNameBothTags) {
 TEST(Report, FailuresWithoutAPlace) {
   XmlNode *document = nullptr;
   NEB_XML_PARSE_ERROR error = {};
-  const auto expect = [&](uint32_t result, uint32_t code, const char *reason) {
+  const auto expect = [&](uint32_t result, uint32_t code, const char *reason,
+                          size_t systemError = 0) {
     EXPECT_EQ(result, code);
     EXPECT_EQ(error.code, code);
     EXPECT_STREQ(error.reason, reason);
+    EXPECT_EQ(error.systemError, systemError);
     EXPECT_EQ(error.line + error.column + error.offset + error.endNameLength, 0U);
     for (const size_t field : error.reserved) EXPECT_EQ(field, 0U);
     error = {7, "", 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, {7, 7, 7}};
   };
-  const auto expectOfFile = [&](const char *path, uint32_t code, const char *reason) {
-    expect(NEB_XML_ParseFileInfo(path, 0, &document, &error), code, reason);
+  const auto expectOfFile = [&](const char *path, uint32_t code, const char *reason,
+                                size_t systemError = 0) {
+    errno = EDOM;  // of an earlier call
+    expect(NEB_XML_ParseFileInfo(path, 0, &document, &error), code, reason, systemError);
   };
   using reasons::kArgument;
   expect(NEB_XML_ParseBuffer(nullptr, 1, 0, &document, &error), kInvalid, kArgument);
@@ -120,7 +125,7 @@ TEST(Report, FailuresWithoutAPlace) {
   const std::string path = trees::temporaryFile("<a/>");
   expectOfFile(nullptr, kInvalid, kArgument);
   expectOfFile(empty.c_str(), kSyntax, reasons::kFileEmpty);
-  expectOfFile((empty + ".none").c_str(), kFileOpen, reasons::kFileOpen);
+  expectOfFile((empty + ".none").c_str(), kFileOpen, reasons::kFileOpen, ENOENT);
   const auto readNothing = [](void *, size_t, size_t, FILE *) { return size_t{0}; };
   NEB_XML_RegFileFunc(std::fopen, std::fseek, std::fclose, readNothing, std::ftell);
   expectOfFile(path.c_str(), kFileRead, reasons::kFileRead);

@@ -87,6 +87,41 @@ TEST(Scale, ManyLevelsAndSiblingsOnASmallStack) {
   }
 }
 
+// Each search could look at the same nodes again and again.
+TEST(Scale, SearchesOnASmallStack) {
+  const std::string depth = repeated("<a>", kDepth) + repeated("</a>", kDepth);
+  const std::string pairs = repeated("<p><c>v</c>", kDepth / 2) + repeated("</p>", kDepth / 2);
+  const std::string families = "<r>" + repeated("<a><b>v</b></a>", kDepth / 2) + "</r>";
+  const std::string chain = repeated("<x>", 50) + repeated("</x>", 50);
+  const std::string chains = "<r>" + repeated(chain, kDepth / 50) + "</r>";
+  const struct {
+    const std::string &text;
+    const char *pattern;
+    size_t found;
+  } cases[] = {{depth, "**.a.**.a.**.b", 0},
+               {depth, "**.a.a.*[1].a[2]", 0},
+               {depth, "**.a[a].a[1].a", kDepth - 2},
+               {pairs, "**.p[c=v].p[c=w].c", 0},
+               {pairs, "**.*[2].*[2].c[1]", kDepth / 2 - 2},
+               {families, "r.a[3].**", 2},
+               {families, "r[c].a", 0},
+               {families, "**.r[c].a.b", 0},
+               {families, "**.r[a].a.b", kDepth / 2},
+               {families, "**.*[500000].b", 1},
+               {chains, "**.r[c].x.x", 0},
+               {chains, "**.x[9].x[1].*", 1}};
+  for (const auto &row : cases) {
+    SCOPED_TRACE(row.pattern);
+    onSmallStack([&] {
+      const trees::Held document{trees::parsed(row.text)};
+      NEB_XML_CURSOR cursor = {};
+      size_t found = 0;
+      while (NEB_XML_Select(document, row.pattern, &cursor) == kOk) ++found;
+      EXPECT_EQ(found, row.found);
+    });
+  }
+}
+
 // The samples, and what other packages of the system install.
 TEST(Scale, RealFiles) {
   size_t count = 0;

@@ -229,6 +229,7 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   uint32_t *number = &with.number;
   NEB_XML_NODE_INFO info = {};
   NEB_XML_LOCATION location = {};
+  NEB_XML_CURSOR cursor = {};
   with.check(NEB_XML_Parse, "<a/>", out);
   with.check(NEB_XML_ParseEx, "<a/>", out);
   with.check(NEB_XML_ParseFile, "no", out);
@@ -245,6 +246,8 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   with.check(NEB_XML_AddAttr, n, nullptr, "z", nullptr);
   with.check(NEB_XML_SetAttr, n, nullptr, "a", nullptr);
   with.check(NEB_XML_RemoveAttr, n, nullptr, "a");
+  with.check(NEB_XML_PutAttr, n, "z", 1, nullptr, 0, nullptr);
+  with.check(NEB_XML_NewElement, n, NEB_XML_POSITION_LAST_CHILD, "z", 1, out);
   for (const auto insert : {NEB_XML_AddFirstChildNode, NEB_XML_AppendChildNode,
                             NEB_XML_AddNextSiblingNode, NEB_XML_AddPrevSiblingNode}) {
     with.check(insert, child, other);
@@ -254,6 +257,7 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   with.check(NEB_XML_CloneNode, n, out);
   with.check(NEB_XML_CloneNodeSelf, n, out);
   with.check(NEB_XML_GetNodeByUrl, n, "e", out);
+  with.check(NEB_XML_Select, n, "e", &cursor);
   with.check(NEB_XML_Transform, n, &with.printedText);
   with.check(NEB_XML_TransformHead, n, &with.printedText);
   with.check(NEB_XML_TransformTail, n, &with.printedText);
@@ -273,12 +277,25 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   EXPECT_EQ(NEB_XML_EditBytes("<e/>", 0, nullptr, 0, sink, nullptr), kInvalid);
   with.check(NEB_XML_SetNodeValueEx, n, NEB_XML_VALUE_BOOL, number);
   with.check(NEB_XML_GetNodeValueEx, with.detached, NEB_XML_VALUE_BOOL, number);
+  with.check(NEB_XML_WriteValue, n, NEB_XML_VALUE_BOOL, number);
+  with.check(NEB_XML_SetString, n, NEB_XML_STRING_NAME, "z", 1);
   with.check(XML_AddAttrNode, with.detached, n);
   for (XmlNode *attribute : {n, n->firstAttr}) EXPECT_EQ(XML_AddAttrNode(attribute, n), kInvalid);
   EXPECT_EQ(XML_AddAttrNode(with.detached, with.detached), kInvalid);
-  EXPECT_EQ(NEB_XML_SetNodeValueEx(n, 7, number), kInvalid);
-  EXPECT_EQ(NEB_XML_SetAttrValueEx(n, nullptr, "z", 7, number), kInvalid);
-  EXPECT_EQ(NEB_XML_GetAttrValueEx(n, nullptr, "a", 7, number), kInvalid);
+  for (const uint32_t type : {7U, 9U, 10U, UINT32_MAX}) {
+    EXPECT_EQ(NEB_XML_SetNodeValueEx(n, type, number), kInvalid);
+    EXPECT_EQ(NEB_XML_SetAttrValueEx(n, nullptr, "z", type, number), kInvalid);
+    EXPECT_EQ(NEB_XML_GetAttrValueEx(n, nullptr, "a", type, number), kInvalid);
+    if (type < 10) continue;
+    EXPECT_EQ(NEB_XML_WriteValue(n, type, number), kInvalid);
+    EXPECT_EQ(NEB_XML_ReadValue(n->firstAttr, type, number), kInvalid);
+  }
+  EXPECT_EQ(NEB_XML_ReadValue(nullptr, NEB_XML_VALUE_BOOL, number), kNotFound);
+  EXPECT_EQ(NEB_XML_ReadValue(nullptr, NEB_XML_VALUE_BOOL, nullptr), kInvalid);
+  for (XmlNode *node : {static_cast<XmlNode *>(nullptr), n->firstAttr}) {
+    EXPECT_TRUE(NEB_XML_FindAttr(node, "a", 1) == nullptr);
+  }
+  EXPECT_TRUE(NEB_XML_FindAttr(n, nullptr, 0) == nullptr);
   EXPECT_EQ(NEB_XML_GetAttrValueEx(n, "", "a", 0, number), kNotFound);
   EXPECT_EQ(NEB_XML_TransformIndented(n, 17, &with.printedText), kInvalid);
   for (const uint32_t type : {1U, 5U, 11U, 13U, 256U, 0xFFFFFFFFU}) {

@@ -26,6 +26,7 @@ using namespace neb::xml::internal;
 
 namespace {
 
+constexpr uint32_t kUnwritable = NEB_XML_ERR_UNWRITABLE;
 constexpr uint32_t kElement = NEB_XML_NODE_ELEMENT, kAttribute = NEB_XML_NODE_ATTRIBUTE;
 constexpr uint32_t kDocument = NEB_XML_NODE_DOCUMENT;
 constexpr uint32_t kOther = 5;     // has no children and is not printed
@@ -113,9 +114,9 @@ void forTree(Model *top, Action action) {
   }
 }
 
-Model *attributeOf(Model *element, const std::optional<std::string> &prefix,
+Model *attributeOf(const Model &element, const std::optional<std::string> &prefix,
                    const std::optional<std::string> &name, const Model *except = nullptr) {
-  for (Model *attribute : element->attributes) {
+  for (Model *attribute : element.attributes) {
     const auto &texts = attribute->texts;
     const bool isSame = texts[kPrefix].text == prefix && texts[kName].text == name;
     if (isSame && attribute != except) return attribute;
@@ -154,7 +155,8 @@ class Machine {
         &Machine::setNumber,     &Machine::setAttribute, &Machine::attach,
         &Machine::copy,          &Machine::setStringsOf, &Machine::setNumber,
         &Machine::takeAttribute, &Machine::copy,         &Machine::print,
-        &Machine::allocate,      &Machine::print,        &Machine::stepFromElsewhere};
+        &Machine::allocate,      &Machine::select,       &Machine::stepFromElsewhere,
+        &Machine::setPart,       &Machine::putAttribute, &Machine::newElement};
     constexpr uint8_t kFailing = 200;  // from this byte on, an allocation fails
     const uint8_t code = bytes_.take();
     if (code >= kFailing) guarded::failNth(1 + code % 4, code % 3 == 0);
@@ -490,7 +492,7 @@ class Machine {
       if (!text) return model->texts[field].text;
       return text->empty() ? std::nullopt : text;
     };
-    return attributeOf(model->parent, textAfter(kPrefix), textAfter(kName), model) != nullptr;
+    return attributeOf(*model->parent, textAfter(kPrefix), textAfter(kName), model) != nullptr;
   }
 
   // With the storage of the node's own tree, of any other tree, or of the heap.
@@ -510,7 +512,7 @@ class Machine {
     if (element->isAttribute() || isMissing(texts.copies[kName]) || !topmostOf(element)) {
       return require(result == kInvalid);
     }
-    if (attributeOf(element, knownPrefix(texts), texts.copies[kName]) != nullptr) {
+    if (attributeOf(*element, knownPrefix(texts), texts.copies[kName]) != nullptr) {
       return require(result == kExists || (result == kNoMemory && guarded::hasFailed()));
     }
     if (!succeeded(result)) return;
@@ -534,19 +536,108 @@ class Machine {
   void setNumber(Model *model) {
     changesIn(model);
     constexpr uint32_t kNumber = 42;
-    const bool isOfAttribute = bytes_.pick(2) == 0;
+    constexpr uint32_t kType = NEB_XML_VALUE_UINT32;
+    enum How { kOfAttribute, kAtomic };
+    const size_t how = bytes_.pick(3);
+    const bool isOfAttribute = how == kOfAttribute;
     const Given texts = {text(), text(), "42"};
-    const uint32_t result =
-        isOfAttribute ? NEB_XML_SetAttrValueEx(model->node, texts.prefix, texts.name,
-                                               NEB_XML_VALUE_UINT32, &kNumber)
-                      : NEB_XML_SetNodeValueEx(model->node, NEB_XML_VALUE_UINT32, &kNumber);
+    const uint32_t result = isOfAttribute    ? NEB_XML_SetAttrValueEx(model->node, texts.prefix,
+                                                                      texts.name, kType, &kNumber)
+                            : how == kAtomic ? NEB_XML_WriteValue(model->node, kType, &kNumber)
+                                             : NEB_XML_SetNodeValueEx(model->node, kType, &kNumber);
+    if (how == kAtomic && result == kNoMemory) return require(guarded::hasFailed());
     const auto &[prefix, name, value] = texts.copies;
     Model *changed = !isOfAttribute    ? model
                      : isMissing(name) ? nullptr
-                                       : attributeOf(model, prefix, name);
+                                       : attributeOf(*model, prefix, name);
     if (changed == nullptr) return addOrRefuse(model, texts, result);
     changed->texts[kValue] = {};
     if (succeeded(result)) put(changed, {nullptr, nullptr, "42"}, storageOf(changed));
+  }
+
+  // What the calls that take lengths make of a name: letters begin all the names of this program.
+  static uint32_t resultOfName(const std::string &name) {
+    if (name.empty()) return kInvalid;
+    const bool isName = name[0] >= 'a' && name[0] <= 'z' && name.back() != ':';
+    return isName ? kOk : kUnwritable;
+  }
+
+  // Sets one string to a part of a string, which may be the node's own.
+  void setPart(Model *model) {
+    changesIn(model);
+    const Field field = bytes_.pickFrom(kFields);
+    const char *own[] = {text(), model->node->prefix, model->node->name, model->node->value};
+    const char *whole = bytes_.pickFrom(own);
+    const size_t length = whole == nullptr ? 0 : std::strlen(whole);
+    const size_t from = bytes_.pick(8) < length ? bytes_.pick(2) : 0;
+    const std::string part(whole == nullptr ? "" : whole + from, bytes_.pick(length - from + 1));
+    const char *bytes = whole == nullptr ? nullptr : whole + from;
+    const uint32_t result = NEB_XML_SetString(model->node, field, bytes, part.size());
+    const bool mayBeEmpty = field == kPrefix && part.empty();
+    const uint32_t ofName = field == kValue || mayBeEmpty ? kOk : resultOfName(part);
+    if (ofName != kOk) return require(result == ofName);
+    const char *given[3] = {};
+    given[field] = part.c_str();
+    const Given texts = {given[kPrefix], given[kName], given[kValue]};
+    if (isDuplicate(model, texts)) return require(result == kExists);
+    if (!succeeded(result)) return;
+    model->texts[field] = {};
+    if (!part.empty()) put(model, texts, storageOf(model));
+  }
+
+  // The whole name of a call, with a byte behind it that does not belong to it.
+  static std::string wholeName(const Given &texts) {
+    const std::string prefix = isMissing(texts.copies[kPrefix]) ? "" : *texts.copies[kPrefix] + ":";
+    return prefix + texts.copies[kName].value_or("") + "!";
+  }
+
+  void putAttribute(Model *element) {
+    changesIn(element);
+    const Given texts = named(element);
+    const std::string name = wholeName(texts), value = texts.copies[kValue].value_or("");
+    XmlNode *put = nullptr;
+    const uint32_t result = NEB_XML_PutAttr(element->node, name.data(), name.size() - 1,
+                                            (value + "!").data(), value.size(), &put);
+    require((put != nullptr) == (result == kOk));
+    if (element->isAttribute()) return require(result == kInvalid);
+    const uint32_t ofName = resultOfName(name.substr(0, name.size() - 1));
+    if (ofName != kOk) return require(result == ofName);
+    Model *attribute = attributeOf(*element, knownPrefix(texts), texts.copies[kName]);
+    if (attribute == nullptr) return addOrRefuse(element, texts, result);
+    if (topmostOf(element) == nullptr) return require(result == kInvalid);
+    if (!succeeded(result)) return;
+    require(put == attribute->node);
+    attribute->texts[kValue] = {};
+    if (value.empty()) return;
+    Machine::put(attribute, {nullptr, nullptr, value.c_str()}, storageOf(element));
+  }
+
+  void newElement(Model *reference) {
+    if (models_.size() >= kMostModels) return;
+    const auto where = static_cast<uint32_t>(bytes_.pick(5));
+    const Given texts = {text(), text(), nullptr};
+    const std::string name = wholeName(texts);
+    XmlNode *node = nullptr;
+    const uint32_t result =
+        NEB_XML_NewElement(reference->node, where, name.data(), name.size() - 1, &node);
+    const bool asSibling = where >= NEB_XML_POSITION_AFTER;
+    const bool isSessionDocument = reference->type == kDocument && reference->session != 0;
+    const bool isAllowed =
+        asSibling ? reference->parent != nullptr && !isSessionDocument : reference->type != kOther;
+    const bool isWrong = where > NEB_XML_POSITION_BEFORE || reference->isAttribute();
+    if (isWrong || !isAllowed || !topmostOf(reference)) return require(result == kInvalid);
+    const uint32_t ofName = resultOfName(name.substr(0, name.size() - 1));
+    if (ofName != kOk) return require(result == ofName);
+    if (!succeeded(result)) return;
+    Model *made = add(node, storageOf(reference), kElement);
+    put(made, texts, made->session);
+    made->parent = asSibling ? reference->parent : reference;
+    auto &children = made->parent->children;
+    auto at = where == NEB_XML_POSITION_FIRST_CHILD ? children.begin() : children.end();
+    if (asSibling) at = std::find(children.begin(), children.end(), reference);
+    if (where == NEB_XML_POSITION_AFTER) ++at;
+    children.insert(at, made);
+    intern(made);
   }
 
   // An empty prefix is none.
@@ -565,7 +656,7 @@ class Machine {
   static Model *found(Model *element, const Given &texts, uint32_t result) {
     const bool isLookup = !element->isAttribute() && texts.copies[kName].has_value();
     Model *attribute =
-        isLookup ? attributeOf(element, knownPrefix(texts), texts.copies[kName]) : nullptr;
+        isLookup ? attributeOf(*element, knownPrefix(texts), texts.copies[kName]) : nullptr;
     if (attribute == nullptr) require(result == (isLookup ? kNotFound : kInvalid));
     return attribute;
   }
@@ -608,7 +699,7 @@ class Machine {
     if (element->isAttribute() || !attribute->isAttribute() || attribute->parent != nullptr) {
       return require(result == kInvalid);
     }
-    if (attributeOf(element, attribute->texts[kPrefix].text, attribute->texts[kName].text)) {
+    if (attributeOf(*element, attribute->texts[kPrefix].text, attribute->texts[kName].text)) {
       return require(result == kExists);
     }
     if (!succeeded(result)) return;
@@ -646,6 +737,26 @@ class Machine {
   }
 
   // Calls that only read.
+
+  // Finds the nodes or attributes of a name from a node on.
+  void select(Model *model) {
+    const std::optional<std::string> name = copyOf(text());
+    const bool findsAttributes = bytes_.pick(2) == 0, isAny = isMissing(name);
+    const std::string pattern = (findsAttributes ? "**.@" : "**.") + (isAny ? "*" : *name);
+    NEB_XML_CURSOR cursor = {};
+    const auto selectNext = [&] { return NEB_XML_Select(model->node, pattern.c_str(), &cursor); };
+    std::vector<Model *> open = {model};
+    while (!open.empty() && !model->isAttribute()) {
+      Model *each = open.back();
+      open.pop_back();
+      open.insert(open.end(), each->children.rbegin(), each->children.rend());
+      for (Model *found : findsAttributes ? each->attributes : std::vector<Model *>{each}) {
+        if (!isAny && found->texts[kName].text != name) continue;
+        require(selectNext() == kOk && cursor.node == found->node);
+      }
+    }
+    require(selectNext() == (model->isAttribute() ? kInvalid : kNotFound));
+  }
 
   void print(Model *model) {
     const size_t how = bytes_.pick(std::size(kPrints));
@@ -789,6 +900,23 @@ class Machine {
       require(texts[kName] == cursor->name && texts[kValue] == cursor->value);
     }
     require(stepOn(node, texts, &cursor) == kNotFound);
+    checkFound(model);
+  }
+
+  // An attribute is found by its whole name, and of duplicates the first.
+  void checkFound(const Model &element) const {
+    const auto hasLost = [this](const Model *attribute) {
+      return isLost(attribute->texts[kName]) || isLost(attribute->texts[kPrefix]);
+    };
+    const auto &attributes = element.attributes;
+    if (std::any_of(attributes.begin(), attributes.end(), hasLost)) return;
+    for (const Model *attribute : attributes) {
+      const auto &[prefix, name, value] = attribute->texts;
+      if (isMissing(name.text)) continue;
+      const std::string whole = (prefix.text ? *prefix.text + ":" : "") + *name.text;
+      const Model *first = attributeOf(element, prefix.text, name.text);
+      require(NEB_XML_FindAttr(element.node, whole.c_str(), whole.size()) == first->node);
+    }
   }
 
   // In the order that the first byte selects.

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "support/bytes.h"
@@ -57,6 +58,29 @@ uint32_t find(const XmlNode *start, std::string path, const XmlNode **node) {
   return kOk;
 }
 
+// The first match of a path is what the path finds. With signs of patterns in it, a search ends, or
+// the first byte that is wrong is named.
+void select(const XmlNode *start, std::string path, size_t nodes, const XmlNode *expected) {
+  constexpr std::string_view kReplaced = "b12:0", kSigns = "*[]@=";
+  NEB_XML_CURSOR cursor = {};
+  if (expected != nullptr) {
+    require(NEB_XML_Select(start, path.c_str(), &cursor) == kOk && cursor.node == expected);
+  }
+  for (char &each : path) {
+    const size_t sign = kReplaced.find(each);
+    if (sign != kReplaced.npos) each = kSigns[sign];
+  }
+  cursor = {};
+  uint32_t result = kOk;
+  for (size_t found = 0; result == kOk; ++found) {
+    require(found <= nodes);
+    result = NEB_XML_Select(start, path.c_str(), &cursor);
+  }
+  const bool isRefused = path.empty() || path.size() > kLongestPath;
+  require((result == kInvalid) == isRefused && cursor.offset <= path.size());
+  require(isRefused || result == kNotFound || result == NEB_XML_ERR_BAD_PATH);
+}
+
 void lookUp(Bytes &bytes) {
   constexpr const char *kNames[] = {"a", "b", "a.b", "1", "p:a", "", "\\", "a", "b"};
   constexpr const char *kParts[] = {"a",  "b",   "a\\.b", "1",  "2",           "3",  ".",  ".",
@@ -81,6 +105,7 @@ void lookUp(Bytes &bytes) {
     const uint32_t result = NEB_XML_GetNodeByUrl(start, path.c_str(), &node);
     require(result == find(start, path, &expected));
     require(node == (result == kOk ? expected : untouched));
+    select(start, path, nodes.size(), expected);
   }
   NEB_XML_FreeNode(nodes[0]);
 }

@@ -1,11 +1,31 @@
 #include "platform/input_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 namespace neb::platform {
+
+namespace {
+
+// The system reads large files and pipes in parts. Fewer bytes than count: the file has ended.
+// Negative if a part cannot be read.
+template <typename ReadPart>
+int64_t fill(size_t count, ReadPart readPart) {
+  size_t done = 0;
+  while (done < count) {
+    errno = 0;
+    const ssize_t part = readPart(done);
+    if (part == 0) break;
+    if (part < 0 && errno != EINTR) return part;
+    if (part > 0) done += static_cast<size_t>(part);
+  }
+  return static_cast<int64_t>(done);
+}
+
+}  // namespace
 
 InputFile::InputFile(const char *path) : file_(open(path, O_RDONLY | O_CLOEXEC)) {}
 
@@ -19,15 +39,26 @@ int64_t InputFile::length() const {
   return end >= 0 ? end : lseek(file_, 0, SEEK_CUR);
 }
 
-// The system reads large files in parts.
+int InputFile::lengthError() const {
+  char first = '\0';
+  return read(&first, 1) ? 0 : errno;
+}
+
 bool InputFile::read(char *bytes, size_t count) const {
-  size_t done = 0;
-  while (done < count) {
-    const ssize_t part = pread(file_, bytes + done, count - done, static_cast<off_t>(done));
-    if (part == 0 || (part < 0 && errno != EINTR)) return false;
-    if (part > 0) done += static_cast<size_t>(part);
-  }
-  return true;
+  const auto readPart = [&](size_t done) {
+    return pread(file_, bytes + done, count - done, static_cast<off_t>(done));
+  };
+  return fill(count, readPart) == static_cast<int64_t>(count);
+}
+
+size_t InputFile::expectedLength() const {
+  struct stat status = {};
+  const bool isRegular = fstat(file_, &status) == 0 && S_ISREG(status.st_mode);
+  return isRegular ? static_cast<size_t>(status.st_size) : 0;
+}
+
+int64_t InputFile::readNext(char *bytes, size_t count) const {
+  return fill(count, [&](size_t done) { return ::read(file_, bytes + done, count - done); });
 }
 
 }  // namespace neb::platform

@@ -1,4 +1,4 @@
-// Reading a whole file without a buffer in between.
+// Reading a whole file without a buffer in between. What fails says why in errno.
 #pragma once
 
 #include <cstddef>
@@ -19,8 +19,18 @@ class InputFile {
   // In bytes; negative if the file cannot be sought in, such as a pipe.
   int64_t length() const;
 
-  // The first bytes of the file. False if they are not there or cannot be read.
+  // Why the length is of no use: the errno of reading from the start, as of directories and pipes;
+  // 0 if that succeeds.
+  int lengthError() const;
+
+  // The first bytes of the file. False if they cannot be read or, with errno 0, are not there.
   bool read(char *bytes, size_t count) const;
+
+  // What is to be expected of a file that can be measured without seeking; else 0.
+  size_t expectedLength() const;
+
+  // The next bytes, from a file of any kind: fewer at its end only. Negative if reading fails.
+  int64_t readNext(char *bytes, size_t count) const;
 
  private:
   int file_;

@@ -9,7 +9,7 @@
  *   Every operation that can fail returns a result code and checks its arguments first. For a null
  *   node, a null required string or a null required out-pointer it returns
  *   NEB_XML_ERR_INVALID_PARAM before it changes anything. Out-pointers are written on success only,
- *   unless the function says otherwise. Optional out-pointers may be null.
+ *   and optional out-pointers may be null. Where a function differs, it says so.
  *
  *   NEB_XML_MUST_USE marks functions whose result must not be dropped: it is what the caller has
  *   to free, or the only sign that a document, an edit or a file was not made. Reads, removals and
@@ -171,6 +171,14 @@ enum NEB_XML_RESULT {
   NEB_XML_ERR_OUT_OF_RANGE = 0x1F000710
 };
 
+/**
+ * A result code in words: a short phrase in lower case, without a full stop.
+ *
+ * code  any number.
+ * Returns a constant string, never null; for an unknown code one that says so.
+ */
+NEB_XML_API const char *NEB_XML_GetErrorText(uint32_t code);
+
 /** Node types. */
 enum NEB_XML_NODE_TYPE {
   NEB_XML_NODE_ELEMENT = 0,   /**< An element, below the root or detached. */
@@ -178,7 +186,10 @@ enum NEB_XML_NODE_TYPE {
   NEB_XML_NODE_DOCUMENT = 12  /**< A document, which is the root element itself. */
 };
 
-/** Value types: the variable of a typed read or write, and how the value is written. */
+/**
+ * Value types: the variable of a typed read or write, and how the value is written. The last three
+ * are for NEB_XML_ReadValue and NEB_XML_WriteValue; the functions that end in ValueEx refuse them.
+ */
 enum XmlValueType {
   /** uint32_t; written as "true" or "false"; read from "1", "true", "0" or "false". */
   NEB_XML_VALUE_BOOL = 0,
@@ -187,7 +198,26 @@ enum XmlValueType {
   NEB_XML_VALUE_INT16 = 3,  /**< int16_t; decimal. */
   NEB_XML_VALUE_UINT16 = 4, /**< uint16_t; decimal. */
   NEB_XML_VALUE_INT8 = 5,   /**< int8_t; decimal. */
-  NEB_XML_VALUE_UINT8 = 6   /**< uint8_t; decimal. */
+  NEB_XML_VALUE_UINT8 = 6,  /**< uint8_t; decimal. */
+  NEB_XML_VALUE_INT64 = 7,  /**< int64_t; decimal. */
+  NEB_XML_VALUE_UINT64 = 8, /**< uint64_t; decimal. */
+  /** double; decimal, with an exponent below 0.000001 and from 1e21 on, or INF, -INF or NaN. */
+  NEB_XML_VALUE_DOUBLE = 9
+};
+
+/** The strings of a node, for NEB_XML_SetString. */
+enum NEB_XML_STRING {
+  NEB_XML_STRING_PREFIX = 0, /**< What precedes the colon of a name. */
+  NEB_XML_STRING_NAME = 1,   /**< The local name. */
+  NEB_XML_STRING_VALUE = 2   /**< The value. */
+};
+
+/** Where NEB_XML_NewElement inserts an element. */
+enum NEB_XML_POSITION {
+  NEB_XML_POSITION_LAST_CHILD = 0,  /**< As the last child of the reference. */
+  NEB_XML_POSITION_FIRST_CHILD = 1, /**< As its first child. */
+  NEB_XML_POSITION_AFTER = 2,       /**< As its next sibling. */
+  NEB_XML_POSITION_BEFORE = 3       /**< As its previous sibling. */
 };
 
 /** A node of a tree: document, element or attribute. Opaque to callers. */
@@ -320,6 +350,14 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileInfo(const char *path, ui
  * How NEB_XML_Read and NEB_XML_Load read. A zeroed record, and a null pointer to one, mean the
  * defaults. To set a field, set size too: a record of size 0 with other fields that are not 0 is
  * refused, and so are unknown flags and, in a record of a later version, unknown fields in use.
+ *
+ * With allocate, all memory of the document comes from it, while it is read and later: its nodes
+ * and strings, what edits allocate from its session, and its copies by NEB_XML_CloneNode. So
+ * context must outlive them. Nodes on the heap that are inserted stay with the allocation hooks. So
+ * do printed documents and the table of sessions, which may allocate if more than 64 are open.
+ *
+ * maxBytes counts the copy of the document, the tree, and what is allocated for a time. It no
+ * longer applies when the call has returned.
  */
 typedef struct NEB_XML_READ_OPTIONS {
   size_t size;       /**< sizeof(NEB_XML_READ_OPTIONS). */
@@ -373,9 +411,13 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Read(const char *bytes, size_t len
 /**
  * Reads a file through the file hooks, strictly, as NEB_XML_Read does.
  *
- * path  passed unchanged to the open hook.
+ * path  passed unchanged to the open hook. Whatever can be opened is read to its end, also pipes
+ *       and files of any length. If hooks are registered and cannot tell the length, the file ends
+ *       where the read hook returns less than requested; if that sets errno, reading has failed.
  * Returns the results of NEB_XML_Read; NEB_XML_ERR_SYNTAX also for an empty file;
- * NEB_XML_ERR_FILE_OPEN and NEB_XML_ERR_FILE_READ as NEB_XML_ParseFile.
+ *   NEB_XML_ERR_FILE_OPEN  the open hook returned no stream;
+ *   NEB_XML_ERR_FILE_READ  seeking or reading failed, as in a directory.
+ * In both cases error->systemError is the errno of the call, or 0 if it set none.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Load(const char *path,
                                                    const NEB_XML_READ_OPTIONS *options,
@@ -633,6 +675,29 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_AddPrevSiblingNode(XmlNode *siblin
  */
 NEB_XML_API uint32_t NEB_XML_RemoveNode(XmlNode *node);
 
+/**
+ * Makes an element and inserts it, in the storage of the tree that it is for. Prefer it to
+ * NEB_XML_CreateNode and an insertion: it needs one call, leaves nothing to free after a failure,
+ * takes a name that is not terminated, and refuses what is no name.
+ *
+ * reference   an element or a document; for a sibling, an element that has a parent.
+ * where       a code of enum NEB_XML_POSITION.
+ * name        UTF-8, a Name of XML 1.0; a colon neither begins nor ends it. What precedes the first
+ *             colon becomes the prefix. It may lie in strings of the tree.
+ * nameLength  in bytes; at least 1.
+ * element     receives the element, which belongs to the tree.
+ *
+ * The name is interned as in NEB_XML_AddAttr.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an empty name or one with a
+ * NUL, an unknown code, and a reference that is an attribute, is in a chain of parentless siblings,
+ * or cannot have that sibling or child; NEB_XML_ERR_UNWRITABLE for what is no name in XML;
+ * NEB_XML_ERR_NO_MEMORY. After a failure the tree is unchanged. Cost: the depth of the reference,
+ * and the name.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_NewElement(XmlNode *reference, uint32_t where,
+                                                         const char *name, size_t nameLength,
+                                                         XmlNode **element);
+
 /* --- Attributes ------------------------------------------------------------------------------- */
 /*
  * An attribute is identified by its prefix and its name together. Attributes are in the order of
@@ -738,6 +803,42 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttr(XmlNode *element, const ch
  */
 NEB_XML_API uint32_t NEB_XML_RemoveAttr(XmlNode *element, const char *prefix, const char *name);
 
+/**
+ * Finds an attribute by its whole name. Prefer it to NEB_XML_GetAttr for a name of known length,
+ * and where NEB_XML_ReadValue reads the value.
+ *
+ * element     an element or a document.
+ * name        "name" or "prefix:name"; the first colon ends the prefix. Need not be terminated.
+ * nameLength  in bytes.
+ * Returns the attribute, which belongs to the element; null if there is none, and for a null
+ * element or name or an attribute as element.
+ */
+NEB_XML_API XmlNode *NEB_XML_FindAttr(const XmlNode *element, const char *name, size_t nameLength);
+
+/**
+ * Sets the value of an attribute, which is added behind the others if it is missing. Prefer it to
+ * NEB_XML_SetAttr and NEB_XML_AddAttr: it needs one call, takes strings that are not terminated,
+ * and refuses what no XML document can hold.
+ *
+ * element      an element or a document.
+ * name         the whole name; as in NEB_XML_NewElement.
+ * nameLength   in bytes; at least 1.
+ * value        UTF-8 of characters that XML 1.0 allows; may be null if valueLength is 0. Both
+ *              strings may be the element's own, or lie in them.
+ * valueLength  in bytes; with 0 the attribute is left without a value.
+ * attribute    receives the attribute, which belongs to the element; may be null.
+ *
+ * The name of an attribute that is added is interned as in NEB_XML_AddAttr.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute as element, an
+ * empty name, a NUL in a string, or an element in a chain of parentless siblings;
+ * NEB_XML_ERR_UNWRITABLE for what is no name in XML, or a value of other characters;
+ * NEB_XML_ERR_NO_MEMORY. After a failure nothing is changed. Cost: the element's attributes and its
+ * depth, and the strings.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_PutAttr(XmlNode *element, const char *name,
+                                                      size_t nameLength, const char *value,
+                                                      size_t valueLength, XmlNode **attribute);
+
 /* --- Values, as strings and typed ------------------------------------------------------------- */
 
 /**
@@ -815,6 +916,67 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, c
                                                              const char *name, uint32_t type,
                                                              const void *variable);
 
+/**
+ * Reads the value of a node into a variable, and tells failures apart. Prefer it to
+ * NEB_XML_GetNodeValueEx and NEB_XML_GetAttrValueEx, which have one result for all failures, know
+ * neither integers of 64 bits nor doubles, and refuse white space.
+ *
+ * node      any node, attributes included. Null stands for a node that was not found, so that the
+ *           result of NEB_XML_FindAttr can be passed on.
+ * type      a code of enum XmlValueType.
+ * variable  points to a variable of that type's width; need not be aligned.
+ *
+ * Spaces, tabs, carriage returns and line feeds around the value are ignored. The rest must match
+ * its form whole:
+ *   - a boolean: "1", "true", "0" or "false";
+ *   - an integer: decimal digits, after an optional sign in every type;
+ *   - a double: as in XML Schema, such as "12", "-0.5", ".5e-3", "1E6", "INF", "-INF" or "NaN".
+ *     The nearest double is read, which is 0 for what is closest to 0.
+ * The locale does not matter.
+ *
+ * Returns NEB_XML_OK;
+ *   NEB_XML_ERR_INVALID_PARAM    an unknown type or a null variable;
+ *   NEB_XML_ERR_NOT_FOUND        a null node;
+ *   NEB_XML_ERR_EMPTY_VALUE      no value, or nothing but white space;
+ *   NEB_XML_ERR_MALFORMED_VALUE  a value of another form;
+ *   NEB_XML_ERR_OUT_OF_RANGE     a number that the type cannot hold: for unsigned types every
+ *                                negative one, for a double what is nearest to no finite one.
+ * On failure *variable is unchanged. Cost: the value.
+ */
+NEB_XML_API uint32_t NEB_XML_ReadValue(const XmlNode *node, uint32_t type, void *variable);
+
+/**
+ * Writes a variable as the value of a node. Prefer it to NEB_XML_SetNodeValueEx: it also writes
+ * integers of 64 bits and doubles, and a failure leaves the old value.
+ *
+ * node            any node, attributes included.
+ * type, variable  as for NEB_XML_ReadValue. A double is written in the fewest digits that read back
+ *                 as the same one.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or an unknown type;
+ * NEB_XML_ERR_NO_MEMORY. After a failure the node is unchanged. Cost: the node's depth.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_WriteValue(XmlNode *node, uint32_t type,
+                                                         const void *variable);
+
+/**
+ * Sets one string of a node. Prefer it to NEB_XML_SetNode for a string that is not terminated, and
+ * to refuse what no XML document can hold.
+ *
+ * node    any node, attributes included.
+ * field   a code of enum NEB_XML_STRING.
+ * bytes   copied; may be null if length is 0, and may be a string of the node or lie in one. A name
+ *         and a prefix are a Name of XML 1.0 without a colon, a value is UTF-8 of characters that
+ *         XML 1.0 allows.
+ * length  in bytes; 0 clears a prefix or a value.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an unknown field, an empty
+ * name or a NUL in the string; NEB_XML_ERR_UNWRITABLE for what is no such name, or a value of other
+ * characters; NEB_XML_ERR_ALREADY_EXISTS for an attribute that would get prefix and name of another
+ * one of its element; NEB_XML_ERR_NO_MEMORY. After a failure the node is unchanged. Cost: the
+ * node's depth and the string; for the name or prefix of an attribute also its fellow attributes.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetString(XmlNode *node, uint32_t field,
+                                                        const char *bytes, size_t length);
+
 /* --- Paths ------------------------------------------------------------------------------------ */
 
 /**
@@ -836,6 +998,63 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SetAttrValueEx(XmlNode *element, c
  * Cost: the children scanned, times the segments.
  */
 NEB_XML_API uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path, XmlNode **node);
+
+/**
+ * The state of a search by NEB_XML_Select. A zeroed cursor begins one: NEB_XML_CURSOR cursor = {0};
+ * It owns nothing: a search may be abandoned at any time.
+ */
+typedef struct NEB_XML_CURSOR {
+  XmlNode *node;   /**< The match: an element, document or attribute. Null if there is none. */
+  size_t offset;   /**< In a malformed pattern, the first byte that is wrong. */
+  size_t walk[96]; /**< Belongs to the library, with room for later versions. */
+} NEB_XML_CURSOR;
+
+/**
+ * Finds the next node that matches a pattern such as "config.**.server[@name=web].port", in
+ * document order. Prefer it to NEB_XML_GetNodeByUrl to find every match, to search at any depth, or
+ * to find attributes.
+ *
+ * A pattern is a path of NEB_XML_GetNodeByUrl, but a segment finds every child that matches, not
+ * only the first one. If NEB_XML_GetNodeByUrl finds a node by a path without * [ ] @, that node is
+ * the first match. Besides, a pattern may contain
+ *   *               as a whole segment: an element of any name, or of none;
+ *   **              as a whole segment: any number of levels, also none. "r.**" finds r and all
+ *                   elements below it; "**.a" finds the start too, if its name is a;
+ *   name[2], *[2]   the second of the siblings that match the name; the same as name.2 and *.2. The
+ *                   position follows the name directly. The first segment takes none. Where the
+ *                   start matches a later segment, its position is 1;
+ *   [@name=value]   an attribute has this value;  [@name]  there is such an attribute;
+ *   [name=value]    a child has this value;       [name]   there is such a child;
+ *   [.=value]       the element itself has this value;
+ *   @name           as the last segment: an attribute of what the segments before it find.
+ * A segment may have several conditions in brackets, and all must hold. Names of attributes and
+ * children match as segments do: * is any name, and a name without ':' matches any prefix. In a
+ * name, "\*", "\[", "\]" and "\@" are characters, as "\." is.
+ *
+ * Values are compared byte by byte; a missing value equals an empty one. A value needs quotes, ' or
+ * ", if it is empty, contains ], begins with a quote, or begins or ends with white space. In a
+ * value, with or without quotes, a backslash stands for the byte behind it.
+ *
+ * start    an element or a document, of any tree. Only its subtree is searched.
+ * pattern  1 to 511 bytes, with at most 16 segments ** and at most 32 others behind each of them.
+ * cursor   zeroed before the first call. Each further call takes the same start and an equal
+ *          pattern. One thread uses it at a time.
+ * Returns NEB_XML_OK with the match in cursor->node;
+ *   NEB_XML_ERR_NOT_FOUND      no further match, in later calls too; cursor->node is null;
+ *   NEB_XML_ERR_BAD_PATH       the pattern is malformed; cursor->node is null and cursor->offset
+ *                              set. So are a pattern of dots, the position 0, and a position that
+ *                              does not follow a name. One of more than 9 digits finds nothing;
+ *   NEB_XML_ERR_INVALID_PARAM  a null argument, an empty or longer pattern, an attribute as start,
+ *                              or another start or pattern than before; the cursor is unchanged.
+ *
+ * The tree is only read. Between two calls a program may change it, but must not remove
+ * cursor->node or a node above it. It is not defined which changes the later matches reflect.
+ * Cost: a whole search is linear in the nodes of the subtree, attributes included. What it takes
+ * for each of them grows with the length of the pattern, at most with its square. Each call also
+ * parses the pattern.
+ */
+NEB_XML_API uint32_t NEB_XML_Select(const XmlNode *start, const char *pattern,
+                                    NEB_XML_CURSOR *cursor);
 
 /* --- Copies ----------------------------------------------------------------------------------- */
 

@@ -2,6 +2,7 @@
 //
 //   neb_xml_scaling [PART OF A NAME]
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -219,6 +220,83 @@ void addLookups(std::vector<Case> &cases) {
       [](size_t size) { return "r.a." + std::to_string(size - 1); });
 }
 
+void selectAll(const XmlNode *start, const char *pattern) {
+  NEB_XML_CURSOR cursor = {};
+  uint32_t result = NEB_XML_OK;
+  while (result == NEB_XML_OK) result = NEB_XML_Select(start, pattern, &cursor);
+  expect(result == NEB_XML_ERR_NOT_FOUND, "selecting");
+}
+
+// As many <p> inside each other, with leaves before the next one.
+std::string nested(size_t levels, const std::string &leaves, const std::string &inside) {
+  return repeated("<p>" + leaves, levels) + inside + repeated("</p>", levels);
+}
+
+// Trees of about n nodes, in which a search could look at the same nodes again and again.
+void addSearches(std::vector<Case> &cases) {
+  const auto siblings = [](size_t n) { return "<r>" + repeated("<a>v</a>", n) + "</r>"; };
+  const auto depth = [](size_t n) { return repeated("<a>", n) + repeated("</a>", n); };
+  const auto deepPairs = [](size_t n) { return nested(n / 2, "<c>w</c>", ""); };
+  const auto families = [](size_t n) { return "<r>" + repeated("<a><b/></a>", n / 2) + "</r>"; };
+  const auto chains = [](size_t n) {
+    const std::string chain = repeated("<x>", 50) + repeated("</x>", 50);
+    return "<r><p>" + repeated(chain, n / 50) + "</p></r>";
+  };
+  const auto wideInside = [](size_t n) {
+    return nested(30, repeated("<a/>", n / 60), repeated("<a><b/></a>", n / 120));
+  };
+  const auto wideInWide = [](size_t n) {
+    const auto side = static_cast<size_t>(std::sqrt(n));
+    return "<r><p>" + repeated("<p>" + repeated("<a/>", side) + "</p>", side) + "</p></r>";
+  };
+  const auto smallInWide = [](size_t n) {
+    const std::string inner = "<p>" + repeated("<a/>", 20) + "</p>";
+    return "<r><p>" + repeated("<a/>", n / 3) + "<p>" + repeated("<p>" + inner + "</p>", n / 66) +
+           "</p></p></r>";
+  };
+  const auto attributed = [](size_t n) {
+    std::string tag = attributes("n", n / 2);
+    tag.erase(tag.size() - 2, 1);
+    return tag + repeated("<b><c/></b>", n / 4) + "</a>";
+  };
+  const struct {
+    const char *name;
+    std::string (*text)(size_t);
+    const char *pattern;
+  } searches[] = {
+      {"siblings", siblings, "r.a"},
+      {"siblings", siblings, "**.a[3]"},
+      {"siblings", siblings, "**.*[999999999]"},
+      {"siblings", siblings, "r[c=v].*"},
+      {"siblings", siblings, "**.r[a=w].*"},
+      {"depth", depth, "**.a.**.a.**.b"},
+      {"depth", depth, "**.a.a.a.*.a.a.b"},
+      {"depth", depth, "**.a[1].*[1].a[2]"},
+      {"deep pairs", deepPairs, "**.p[c=v].p[c=w].c"},
+      {"deep pairs", deepPairs, "**.*[2].*[2].c[1]"},
+      {"families", families, "**.r[c].a.b"},
+      {"families", families, "**.*[999999999].b"},
+      {"families", families, "**.a[2].b.**.a[3].b"},
+      {"chains in a wide node", chains, "**.p[c=v].x.x"},
+      {"chains in a wide node", chains, "**.x[9].x[1].*"},
+      {"wide nodes inside each other", wideInside, "**.p[c].p[c].p[c].a.b"},
+      {"wide nodes inside each other", wideInside, "**.*[99999999].*[99999999].*[1]"},
+      {"wide nodes in a wide node", wideInWide, "**.p[c].p[c].a"},
+      {"wide nodes in a wide node", wideInWide, "**.*[99999999].*[99999999].a"},
+      {"narrow nodes in a wide node", smallInWide, "**.p[c].p[c].p[c].p.a"},
+      {"narrow nodes in a wide node", smallInWide, "**.*[99999999].*.*.*.a[30]"},
+      {"many attributes", attributed, "**.a[@x].b.c"},
+      {"many attributes", attributed, "**.@*"},
+  };
+  for (const auto &[name, text, pattern] : searches) {
+    const auto search = [text = text, pattern = pattern](size_t size) -> Work {
+      const Held document = held(parsed(text(size), true));
+      return {[=] { selectAll(document.get(), pattern); }};
+    };
+    cases.push_back({std::string("select ") + pattern + ", " + name, search, kMany});
+  }
+}
+
 void endSession(uint32_t session) { expect(XML_MemSessionEnd(session) == 1, "ending a session"); }
 
 // Opens as many sessions, and ends them in another order.
@@ -283,6 +361,7 @@ std::vector<Case> allCases() {
   for (const Tree &tree : trees()) addTreeCases(tree, cases);
   addRefusals(cases);
   addLookups(cases);
+  addSearches(cases);
   addSessions(cases);
   addBlocks(cases);
   return cases;

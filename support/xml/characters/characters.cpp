@@ -39,10 +39,9 @@ constexpr bool isNameCharacter(uint32_t code) {
   return holds(kNameBeginnings, code) || holds(kOtherNameCharacters, code);
 }
 
-// False for the bytes of other characters.
 struct AsciiNames {
-  bool continues[UINT8_MAX + 1] = {};
-  bool begins[UINT8_MAX + 1] = {};
+  bool continues[kAsciiCharacters] = {};
+  bool begins[kAsciiCharacters] = {};
 
   constexpr AsciiNames() {
     for (size_t code = 0; code < kAsciiCharacters; ++code) {
@@ -53,6 +52,18 @@ struct AsciiNames {
 };
 constexpr AsciiNames kAsciiNames;
 
+// Of the character that is here in a name, in bytes; 0 if it may not be here. Characters beyond ASCII
+// are read by a function.
+template <typename Read>
+size_t lengthInName(const char *at, bool isFirst, Read read) {
+  const auto byte = static_cast<uint8_t>(*at);
+  if (byte < kAsciiCharacters) {
+    return (isFirst ? kAsciiNames.begins : kAsciiNames.continues)[byte] ? 1 : 0;
+  }
+  const Character character = read(at);
+  return (isFirst ? mayBeginName : mayContinueName)(character.code) ? character.length : 0;
+}
+
 }  // namespace
 
 bool mayBeginName(uint32_t code) { return holds(kNameBeginnings, code); }
@@ -60,29 +71,23 @@ bool mayBeginName(uint32_t code) { return holds(kNameBeginnings, code); }
 bool mayContinueName(uint32_t code) { return isNameCharacter(code); }
 
 const char *findNameEnd(const char *name) {
+  const auto read = [](const char *from) { return characterAt(from); };
   const char *next = name;
-  const auto belongs = [&](const bool(&bytes)[UINT8_MAX + 1], bool (*isAllowed)(uint32_t)) {
-    if (bytes[static_cast<uint8_t>(*next)]) return size_t{1};
-    if (static_cast<uint8_t>(*next) < kAsciiCharacters) return size_t{0};
-    const Character character = characterAt(next);
-    return isAllowed(character.code) ? character.length : 0;
-  };
-  size_t length = belongs(kAsciiNames.begins, mayBeginName);
+  size_t length = lengthInName(next, true, read);
   while (length != 0) {
     next += length;
-    length = belongs(kAsciiNames.continues, mayContinueName);
+    length = lengthInName(next, false, read);
   }
   return next;
 }
 
 bool isXmlName(const char *name, size_t length) {
   const char *end = name + length;
+  const auto read = [end](const char *from) { return characterAt(from, end); };
   for (const char *next = name; next < end;) {
-    const Character character = characterAt(next, end);
-    const bool belongs = character.length != 0 && (next == name ? mayBeginName(character.code)
-                                                                : mayContinueName(character.code));
-    if (!belongs) return false;
-    next += character.length;
+    const size_t count = lengthInName(next, next == name, read);
+    if (count == 0) return false;
+    next += count;
   }
   return length != 0;
 }

@@ -21,6 +21,7 @@ namespace {
 constexpr size_t kVectorSize = 32;
 constexpr size_t kStride = 2 * kVectorSize;
 constexpr size_t kHalves = 16;
+constexpr uint8_t kFirstNotAscii = 0x80;
 
 // Two bytes in a row, of which the first begins a character or not.
 constexpr uint8_t kTooShort = 1U << 0;             // a character ends too early
@@ -97,13 +98,24 @@ template <int count>
   return _mm256_cmpeq_epi8(_mm256_max_epu8(bytes, filledWith(least)), bytes);
 }
 
-// Control characters that are no white space.
-[[gnu::target("avx2")]] inline __m256i findControls(__m256i bytes) {
-  const __m256i isControl = _mm256_cmpeq_epi8(_mm256_min_epu8(bytes, filledWith(' ' - 1)), bytes);
-  const __m256i isLineEnd = _mm256_or_si256(_mm256_cmpeq_epi8(bytes, filledWith('\n')),
-                                            _mm256_cmpeq_epi8(bytes, filledWith('\r')));
-  const __m256i isKept = _mm256_or_si256(isLineEnd, _mm256_cmpeq_epi8(bytes, filledWith('\t')));
-  return _mm256_andnot_si256(isKept, isControl);
+// For each low half of a byte the white space that ends so; else a byte that ends otherwise.
+constexpr Mistakes makeWhitespaces() {
+  Mistakes whitespaces = {};
+  for (size_t half = 0; half < kHalves; ++half) whitespaces.of[half] = static_cast<uint8_t>(~half);
+  whitespaces.of[0x9] = '\t';
+  whitespaces.of[0xA] = '\n';
+  whitespaces.of[0xD] = '\r';
+  return whitespaces;
+}
+constexpr Mistakes kWhitespaces = makeWhitespaces();
+
+// All ones for ASCII that is allowed.
+[[gnu::target("avx2")]] inline __m256i findOrdinary(__m256i bytes) {
+  // Other bytes than ASCII are negative.
+  const __m256i isPrintable = _mm256_cmpgt_epi8(bytes, filledWith(' ' - 1));
+  const __m256i isWhitespace =
+      _mm256_cmpeq_epi8(_mm256_shuffle_epi8(load(kWhitespaces), bytes), bytes);
+  return _mm256_or_si256(isPrintable, isWhitespace);
 }
 
 // Not zero where the bytes are no UTF-8, or are U+FFFE or U+FFFF.
@@ -135,18 +147,27 @@ class Check {
   [[gnu::target("avx2")]] bool accepts(const char *from) {
     const __m256i low = loadBytes(from);
     const __m256i high = loadBytes(from + kVectorSize);
-    __m256i found = _mm256_or_si256(findControls(low), findControls(high));
-    const bool isAscii = _mm256_movemask_epi8(_mm256_or_si256(low, high)) == 0;
-    if (!isAscii || !endsAscii_) {
-      found = _mm256_or_si256(found, findMistakes(low, previous_));
-      found = _mm256_or_si256(found, findMistakes(high, low));
-    }
-    previous_ = high;
-    endsAscii_ = isAscii;
-    return _mm256_testz_si256(found, found) != 0;
+    const __m256i ordinary = _mm256_and_si256(findOrdinary(low), findOrdinary(high));
+    const bool isOrdinary = _mm256_movemask_epi8(ordinary) == -1;
+    return (isOrdinary && endsAscii_) || acceptsOther(low, high);
   }
 
  private:
+  // Out of the loop over ASCII, which needs few registers.
+  [[gnu::target("avx2"), gnu::noinline]] bool acceptsOther(__m256i low, __m256i high) {
+    const __m256i found = _mm256_or_si256(findMistakes(low, previous_), findMistakes(high, low));
+    const __m256i ordinary = _mm256_and_si256(isAllowed(low), isAllowed(high));
+    previous_ = high;
+    endsAscii_ = _mm256_movemask_epi8(high) >= 0;
+    return _mm256_testz_si256(found, found) != 0 && _mm256_movemask_epi8(ordinary) == -1;
+  }
+
+  [[gnu::target("avx2")]] static __m256i isAllowed(__m256i bytes) {
+    return _mm256_or_si256(findOrdinary(bytes), atLeast(bytes, kFirstNotAscii));
+  }
+
+  // As long as only ASCII has been seen since, the vector before the last may be older: it ends in
+  // ASCII too, so nothing in it goes on.
   __m256i previous_ = {};
   bool endsAscii_ = true;
 };

@@ -26,6 +26,7 @@ static_assert(sizeof(XmlMemBlock) == 24);
 // before it, or of the block's header.
 constexpr size_t kReadableBefore = sizeof(XmlMemBlock);
 
+struct Allocator;
 struct BlockIndex;
 struct CrossReference;
 struct KeptString;
@@ -45,6 +46,7 @@ struct XmlMemSession {
   uint8_t tableLevel;         // see session_table.h
   bool hasDocument;           // a document has been made that will end the session
   bool hasRegions;            // see regions.h
+  bool hasAllocator;          // of its own, in front of its first block
   // What ownership/ keeps for the session. The arena only clears it.
   CrossReference *crossReferences;
   KeptString *keptStrings;
@@ -71,6 +73,17 @@ inline void *allocateInSession(XmlMemSession &session, int32_t size) {
   }
   return allocateBeyondLastBlock(session, size);
 }
+
+// A session whose first block has so many bytes of data. If its allocator is not the default one,
+// all blocks come from it. Returns 0 if memory runs out, also that of the table of sessions, which
+// belongs to no document and is always on the heap.
+uint32_t beginSession(int32_t size, const Allocator &allocator);
+
+// Of the session, as long as that is open; the hooks unless it has one of its own.
+const Allocator &allocatorOf(const XmlMemSession &session);
+
+// From now on the session's allocator has no limit.
+void endLimit(const XmlMemSession &session);
 
 // Closes a session and frees its blocks.
 void freeSession(XmlMemSession &session);

@@ -35,16 +35,6 @@ bool usesDefaultFiles() {
          g_fnXMLFread == std::fread && g_fnXMLFtell == std::ftell;
 }
 
-platform::LargeMemory allocateToFill(size_t size) {
-  if (!usesDefaultAllocator()) {
-    void *memory = allocateOnHeap(size);
-    return {memory, static_cast<char *>(memory)};
-  }
-  const platform::LargeMemory memory = platform::allocateLarge(size, size);
-  if (memory.allocation != nullptr) platform::expectFilling(memory.begin, size);
-  return memory;
-}
-
 }  // namespace neb::xml::internal
 
 using namespace neb::xml::internal;

@@ -4,7 +4,6 @@
 #include <cstdlib>
 
 #include "neb_xml.h"
-#include "platform/large_memory.h"
 
 namespace neb::xml::internal {
 
@@ -25,9 +24,6 @@ bool usesDefaultFiles();
 
 // "The heap" is whatever the allocation hooks hand out.
 inline void *allocateOnHeap(size_t size) { return g_fnXMLMalloc(size); }
-
-// The same, for bytes that will all be written soon, in their order.
-platform::LargeMemory allocateToFill(size_t size);
 
 inline void freeOnHeap(void *memory) {
   if (memory != nullptr) g_fnXMLFree(memory);

@@ -215,6 +215,7 @@ void closeSession(XmlMemSession &session) {
   session.tableLevel = 0;
   session.hasDocument = false;
   session.hasRegions = false;
+  session.hasAllocator = false;
   session.crossReferences = nullptr;
   session.keptStrings = nullptr;
   session.keptAttributes = nullptr;

@@ -94,6 +94,15 @@ class Storage {
     return copy;
   }
 
+  // The same of a string that need not be terminated.
+  char *duplicateBytes(std::string_view string) const {
+    auto *copy = static_cast<char *>(allocate(string.size() + 1));
+    if (copy == nullptr) return nullptr;
+    std::memcpy(copy, string.data(), string.size());
+    copy[string.size()] = '\0';
+    return copy;
+  }
+
   // For an allocation that nothing refers to yet. A session keeps it.
   void freeUnused(void *allocation) const {
     if (isHeap()) g_fnXMLFree(allocation);

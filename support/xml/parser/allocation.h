@@ -1,6 +1,7 @@
 // The allocator for the records and strings of a parse, resolved once for the whole parse.
 #pragma once
 
+#include "memory/allocator.h"
 #include "memory/session_allocator.h"
 #include "ownership/storage.h"
 
@@ -13,6 +14,8 @@ class ArenaAllocation {
       : allocator_(*storage.session()), handle_(storage.handle()) {}
 
   static constexpr bool kIsArena = true;
+  // Where the session's blocks come from.
+  const Allocator &source() const { return allocatorOf(*findSession(handle_)); }
   uint32_t handle() const { return handle_; }
   SessionAllocator &allocator() { return allocator_; }
 
@@ -27,6 +30,7 @@ class HeapAllocation {
   explicit HeapAllocation(const Storage & /*storage*/) {}
 
   static constexpr bool kIsArena = false;
+  static const Allocator &source() { return kHooks; }
   static uint32_t handle() { return 0; }
 };
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 #include "parser/allocation.h"
@@ -53,7 +54,10 @@ class TreeBuilder {
  public:
   // The document is a new node. The first start tag fills its record.
   TreeBuilder(const Storage &storage, XmlNode *document)
-      : allocation_(storage), next_(document), document_(document) {}
+      : allocation_(storage),
+        next_(document),
+        duplicates_(DuplicateDetector::Compared::asStored, allocation_.source()),
+        document_(document) {}
   TreeBuilder(const TreeBuilder &) = delete;
   TreeBuilder &operator=(const TreeBuilder &) = delete;
 
@@ -88,8 +92,8 @@ class TreeBuilder {
   bool hasRoot() const { return next_ != document_; }
 
   // Counted in strict reading only. A few nodes may be made beyond a limit before it is noticed.
-  void setLimits(const ReadLimits &limits) { limits_ = limits; }
-  bool isWithinLimits() const { return nodes_ <= limits_.nodes && deepest_ <= limits_.depth; }
+  void setLimits(const ReadLimits &limits) { counts_.limits = limits; }
+  bool isWithinLimits() const { return counts_.areWithinLimits(); }
 
   // Whether the element started last is still open.
   bool isLastStartedOpen() const { return open_ != nullptr && last_ == nullptr; }
@@ -413,21 +417,21 @@ class TreeBuilder {
 
   void countElement() {
     if constexpr (kIsStrict) {
-      ++nodes_;
-      if (depth_ >= deepest_) deepest_ = depth_ + 1;
+      ++counts_.nodes;
+      if (counts_.depth >= counts_.deepest) counts_.deepest = counts_.depth + 1;
     }
   }
 
   void countAttribute() {
-    if constexpr (kIsStrict) ++nodes_;
+    if constexpr (kIsStrict) ++counts_.nodes;
   }
 
   void enterElement() {
-    if constexpr (kIsStrict) ++depth_;
+    if constexpr (kIsStrict) ++counts_.depth;
   }
 
   void leaveElement() {
-    if constexpr (kIsStrict) --depth_;
+    if constexpr (kIsStrict) --counts_.depth;
   }
 
   static XmlNode *recordAt(char *memory) { return reinterpret_cast<XmlNode *>(memory); }
@@ -696,11 +700,7 @@ class TreeBuilder {
   AttributeList attributes_;
   DuplicateDetector duplicates_;
   XmlNode *document_;
-  // In strict reading.
-  size_t nodes_ = 0;
-  size_t depth_ = 0;
-  size_t deepest_ = 0;
-  ReadLimits limits_;
+  [[no_unique_address]] std::conditional_t<kIsStrict, NodeCounts, NoNodeCounts> counts_;
 };
 
 }  // namespace neb::xml::internal

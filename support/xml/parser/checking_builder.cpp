@@ -5,10 +5,9 @@
 #include <utility>
 
 #include "characters/characters.h"
-#include "memory/hooks.h"
 #include "parser/copying.h"
 #include "parser/reasons.h"
-#include "tree/nodes.h"
+#include "record/node_records.h"
 
 namespace neb::xml::internal {
 
@@ -16,11 +15,23 @@ namespace {
 
 constexpr size_t kFirstCapacity = 64;
 
+// In front of an attribute's record, since decoded strings can be shorter than their memory.
+struct StringSizes {
+  size_t prefix;
+  size_t name;
+};
+
+constexpr size_t kAttributeSize = sizeof(StringSizes) + kAttributeRecordSize;
+
+StringSizes *sizesOf(XmlNode *attribute) { return reinterpret_cast<StringSizes *>(attribute) - 1; }
+
+size_t sizeOfCopy(const Run &run) { return run.length + kTerminator; }
+
 }  // namespace
 
 CheckingBuilder::~CheckingBuilder() {
   freeAttributes();
-  XML_Free(nullptr, tags_);
+  allocator_.release(tags_, capacity_ * sizeof(OpenTag));
 }
 
 bool CheckingBuilder::fail(const char *reason, const char *at) { return failAbout(reason, at, {}); }
@@ -58,11 +69,11 @@ bool CheckingBuilder::startAttribute(const Run &prefix, const Run &name) {
   const char *begin = prefix.length != 0 ? prefix.begin : name.begin;
   attributeName_ = {begin, static_cast<size_t>(name.begin + name.length - begin), true};
   if (!countNode(begin)) return false;
-  XmlNode *attribute = makeNode(Storage(), NEB_XML_NODE_ATTRIBUTE);
+  XmlNode *attribute = makeAttribute();
   if (attribute == nullptr) return failForMemory(name.begin);
   (lastAttribute_ != nullptr ? lastAttribute_->next : firstAttribute_) = attribute;
   lastAttribute_ = attribute;
-  attribute->nameOwned = 1;
+  *sizesOf(attribute) = {sizeOfCopy(prefix), sizeOfCopy(name)};
   if (prefix.length != 0) {
     attribute->prefix = copyRun(prefix);
     if (attribute->prefix == nullptr) return false;
@@ -101,7 +112,7 @@ bool CheckingBuilder::isNameOfOpen(const char *name, size_t length) {
   char *decoded = copyRun(open);
   const bool isSame = decoded != nullptr && std::strlen(decoded) == length &&
                       std::memcmp(decoded, name, length) == 0;
-  XML_Free(nullptr, decoded);
+  releaseCopy(decoded, open);
   return isSame;
 }
 
@@ -111,7 +122,7 @@ bool CheckingBuilder::splitName() {
   char *decoded = copyRun(name);
   if (decoded == nullptr) return false;
   const bool isSplit = checkPrefix(decoded, std::strlen(decoded));
-  XML_Free(nullptr, decoded);
+  releaseCopy(decoded, name);
   return isSplit;
 }
 
@@ -126,10 +137,10 @@ bool CheckingBuilder::checkPrefix(const char *name, size_t length) {
   const Run prefix = runOf(name, prefixLength);
   DecodingFailure failure = {};
   if (prefix.isVerbatim) return true;
-  auto *decoded = static_cast<char *>(XML_Malloc(nullptr, prefixLength + kTerminator));
+  auto *decoded = static_cast<char *>(allocator_.allocate(sizeOfCopy(prefix)));
   if (decoded == nullptr) return failForMemory(openTag());
   const bool isDecoded = decode(prefix, decoded, &failure);
-  XML_Free(nullptr, decoded);
+  releaseCopy(decoded, prefix);
   return isDecoded || fail(reasons::kElementPrefix, openTag());
 }
 
@@ -147,17 +158,26 @@ void CheckingBuilder::closeInContent() {
 bool CheckingBuilder::checkRun(const Run &run) {
   if (run.isVerbatim && run.length <= INT32_MAX) return true;
   char *copy = copyRun(run);
-  XML_Free(nullptr, copy);
+  releaseCopy(copy, run);
   return copy != nullptr;
 }
 
-// A new heap string, decoded; null if that fails.
+// Without strings; null if memory runs out.
+XmlNode *CheckingBuilder::makeAttribute() const {
+  auto *sizes = static_cast<StringSizes *>(allocator_.allocate(kAttributeSize));
+  if (sizes == nullptr) return nullptr;
+  auto *attribute = reinterpret_cast<XmlNode *>(sizes + 1);
+  fillEmpty(attribute, NEB_XML_NODE_ATTRIBUTE, 0);
+  return attribute;
+}
+
+// A new string, decoded; null if that fails.
 char *CheckingBuilder::copyRun(const Run &run) {
   if (run.length > INT32_MAX) {
     fail(reasons::kTextTooLong, run.begin);
     return nullptr;
   }
-  auto *copy = static_cast<char *>(XML_Malloc(nullptr, run.length + kTerminator));
+  auto *copy = static_cast<char *>(allocator_.allocate(sizeOfCopy(run)));
   if (copy == nullptr) {
     failForMemory(run.begin);
     return nullptr;
@@ -169,7 +189,7 @@ char *CheckingBuilder::copyRun(const Run &run) {
   }
   DecodingFailure failure = {};
   if (decode(run, copy, &failure)) return copy;
-  XML_Free(nullptr, copy);
+  releaseCopy(copy, run);
   failDecoding(failure);
   return nullptr;
 }
@@ -183,12 +203,16 @@ void CheckingBuilder::failDecoding(const DecodingFailure &failure) {
   failAbout(failure.reason, failure.at, about);
 }
 
+void CheckingBuilder::releaseCopy(char *copy, const Run &run) const {
+  allocator_.release(copy, sizeOfCopy(run));
+}
+
 bool CheckingBuilder::growTags() {
   const size_t capacity = capacity_ == 0 ? kFirstCapacity : 2 * capacity_;
-  auto *tags = static_cast<OpenTag *>(XML_Malloc(nullptr, capacity * sizeof(OpenTag)));
+  auto *tags = static_cast<OpenTag *>(allocator_.allocate(capacity * sizeof(OpenTag)));
   if (tags == nullptr) return false;
   std::copy_n(tags_, openTags_, tags);
-  XML_Free(nullptr, tags_);
+  allocator_.release(tags_, capacity_ * sizeof(OpenTag));
   tags_ = tags;
   capacity_ = capacity;
   return true;
@@ -196,7 +220,11 @@ bool CheckingBuilder::growTags() {
 
 void CheckingBuilder::freeAttributes() {
   while (firstAttribute_ != nullptr) {
-    XML_FreeSingleAttrNode(std::exchange(firstAttribute_, firstAttribute_->next));
+    XmlNode *attribute = std::exchange(firstAttribute_, firstAttribute_->next);
+    StringSizes *sizes = sizesOf(attribute);
+    allocator_.release(attribute->prefix, sizes->prefix);
+    allocator_.release(attribute->name, sizes->name);
+    allocator_.release(sizes, kAttributeSize);
   }
   lastAttribute_ = nullptr;
   duplicates_.beginTag();

@@ -1,6 +1,7 @@
 // The builder that makes no tree: it finds why and where a document is malformed.
 #pragma once
 
+#include "memory/allocator.h"
 #include "parser/decoder.h"
 #include "parser/limits.h"
 #include "parser/markup.h"
@@ -14,8 +15,11 @@ namespace neb::xml::internal {
 // attribute names of one tag. Functions that return bool return false once the parse has failed.
 class CheckingBuilder {
  public:
-  CheckingBuilder() = default;
-  explicit CheckingBuilder(const ReadLimits &limits) : limits_(limits) {}
+  // What is copied comes from an allocator, which outlives the builder.
+  explicit CheckingBuilder(const Allocator &allocator = kHooks, const ReadLimits &limits = {})
+      : allocator_(allocator),
+        limits_(limits),
+        duplicates_(DuplicateDetector::Compared::asStored, allocator) {}
   ~CheckingBuilder();
   CheckingBuilder(const CheckingBuilder &) = delete;
   CheckingBuilder &operator=(const CheckingBuilder &) = delete;
@@ -70,13 +74,16 @@ class CheckingBuilder {
   const OpenTag &innermost() const { return tags_[openTags_ - 1]; }
   bool failForMemory(const char *at);
   bool checkRun(const Run &run);
+  XmlNode *makeAttribute() const;
   char *copyRun(const Run &run);
+  void releaseCopy(char *copy, const Run &run) const;
   bool checkPrefix(const char *name, size_t length);
   bool growTags();
   bool countNode(const char *at);
   void failDecoding(const DecodingFailure &failure);
   void freeAttributes();
 
+  const Allocator &allocator_;
   ReadLimits limits_;
   size_t nodes_ = 0;
   Run attributeName_ = {};  // with its prefix
@@ -87,7 +94,7 @@ class CheckingBuilder {
   bool isInTag_ = false;
   bool isInContent_ = false;
   bool isLastStartedOpen_ = false;
-  XmlNode *firstAttribute_ = nullptr;  // of the tag; heap nodes without values
+  XmlNode *firstAttribute_ = nullptr;  // of the tag; see makeAttribute
   XmlNode *lastAttribute_ = nullptr;
   DuplicateDetector duplicates_;
   DuplicateDetector::Seen seen_;

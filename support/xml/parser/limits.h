@@ -11,4 +11,17 @@ struct ReadLimits {
   size_t nodes = SIZE_MAX;  // elements and attributes
 };
 
+// What is compared with the limits.
+struct NodeCounts {
+  size_t nodes = 0;
+  size_t depth = 0;
+  size_t deepest = 0;
+  ReadLimits limits;
+
+  bool areWithinLimits() const { return nodes <= limits.nodes && deepest <= limits.depth; }
+};
+
+// In the lenient language nothing is counted.
+struct NoNodeCounts {};
+
 }  // namespace neb::xml::internal

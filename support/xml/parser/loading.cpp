@@ -1,5 +1,7 @@
 // Loading documents from files and buffers.
+#include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "parser/copying.h"
 #include "parser/parser.h"
@@ -11,6 +13,8 @@ namespace {
 
 constexpr int kSeekFromStart = 0;
 constexpr int kSeekFromEnd = 2;
+
+constexpr size_t kFirstStep = size_t{64} * 1024;  // as much as a pipe holds
 
 // Lengths are counted in 32 bits, terminator included. Files whose length is unknown give -1.
 bool isLoadableLength(int64_t length) { return length >= 0 && length < int64_t{UINT32_MAX}; }
@@ -32,50 +36,131 @@ class HookedFile {
     return XML_Ftell(stream_);
   }
 
+  static int lengthError() { return errno; }
+
   bool read(char *bytes, size_t count) const {
     return XML_Fseek(stream_, 0, kSeekFromStart) == 0 &&
            XML_Fread(bytes, 1, count, stream_) == count;
+  }
+
+  // A stream whose length is not known. It stays where it is if it cannot be sought in.
+  void seekStart() const { XML_Fseek(stream_, 0, kSeekFromStart); }
+  static size_t expectedLength() { return 0; }
+
+  // The hooks do not say what ended a stream, so errno must.
+  int64_t readNext(char *bytes, size_t count) const {
+    errno = 0;
+    const size_t done = XML_Fread(bytes, 1, count, stream_);
+    return done < count && errno != 0 ? -1 : static_cast<int64_t>(done);
   }
 
  private:
   FILE *stream_;
 };
 
+// No library may clear errno. It is cleared in here, so that it tells what a hook has set.
+template <typename Call>
+uint32_t keepingErrno(Call call) {
+  const int before = std::exchange(errno, 0);
+  const uint32_t result = call();
+  if (errno == 0) errno = before;
+  return result;
+}
+
 }  // namespace
 
 uint32_t LoadedDocument::load(const char *path) {
-  return usesDefaultFiles() ? read(platform::InputFile(path)) : read(HookedFile(path));
+  return keepingErrno([&] {
+    return usesDefaultFiles() ? read(platform::InputFile(path)) : read(HookedFile(path));
+  });
+}
+
+uint32_t LoadedDocument::loadToEnd(const char *path) {
+  return keepingErrno([&] {
+    if (usesDefaultFiles()) return readInSteps(platform::InputFile(path));
+    const HookedFile file(path);
+    if (!file.isOpen()) return failWithError(NEB_XML_ERR_FILE_OPEN, errno);
+    const int64_t length = file.length();
+    if (isLoadableLength(length) && length != 0) {
+      return readKnown(file, static_cast<size_t>(length));
+    }
+    file.seekStart();
+    return readInSteps(file);
+  });
 }
 
 template <typename File>
 uint32_t LoadedDocument::read(const File &file) {
-  if (!file.isOpen()) return NEB_XML_ERR_FILE_OPEN;
+  if (!file.isOpen()) return failWithError(NEB_XML_ERR_FILE_OPEN, errno);
+  errno = 0;
   const int64_t length = file.length();
-  if (!isLoadableLength(length)) return NEB_XML_ERR_FILE_READ;
+  if (!isLoadableLength(length)) return failWithError(NEB_XML_ERR_FILE_READ, file.lengthError());
   if (length == 0) return NEB_XML_ERR_SYNTAX;
-  char *text = allocate(static_cast<size_t>(length));
-  if (text == nullptr) return NEB_XML_ERR_NO_MEMORY;
-  if (!file.read(text, static_cast<size_t>(length))) return NEB_XML_ERR_FILE_READ;
-  text_ = text;
-  length_ = static_cast<size_t>(length);
+  return readKnown(file, static_cast<size_t>(length));
+}
+
+template <typename File>
+uint32_t LoadedDocument::readKnown(const File &file, size_t length) {
+  if (!grow(0, length + kTerminator)) return NEB_XML_ERR_NO_MEMORY;
+  errno = 0;
+  if (!file.read(memory_.begin, length)) return failWithError(NEB_XML_ERR_FILE_READ, errno);
+  setLength(length);
+  return NEB_XML_OK;
+}
+
+// The file ends where it fills less than the memory, which leaves room for the terminator. So a
+// file of the expected length takes one step.
+template <typename File>
+uint32_t LoadedDocument::readInSteps(const File &file) {
+  if (!file.isOpen()) return failWithError(NEB_XML_ERR_FILE_OPEN, errno);
+  const size_t expected = file.expectedLength();
+  size_t size = expected != 0 ? expected + kTerminator : kFirstStep;
+  size_t length = 0;
+  for (;; size *= 2) {
+    if (!grow(length, size)) return NEB_XML_ERR_NO_MEMORY;
+    const int64_t count = file.readNext(memory_.begin + length, size - length);
+    if (count < 0) return failWithError(NEB_XML_ERR_FILE_READ, errno);
+    length += static_cast<size_t>(count);
+    if (length < size) break;
+  }
+  if (length == 0) return NEB_XML_ERR_SYNTAX;
+  setLength(length);
   return NEB_XML_OK;
 }
 
 bool LoadedDocument::copy(const char *bytes, size_t length) {
-  char *text = allocate(length);
-  if (text == nullptr) return false;
-  std::memcpy(text, bytes, length);
-  text_ = text;
-  length_ = length;
+  if (!grow(0, length + kTerminator)) return false;
+  std::memcpy(memory_.begin, bytes, length);
+  setLength(length);
   return true;
 }
 
-// With the terminator.
-char *LoadedDocument::allocate(size_t length) {
-  memory_ = allocateToFill(length + kTerminator);
-  if (memory_.allocation == nullptr) return nullptr;
+uint32_t LoadedDocument::failWithError(uint32_t code, int systemError) {
+  systemError_ = systemError;
+  return code;
+}
+
+// Keeps the bytes that are used. Only of the first memory it is known that all will be filled.
+bool LoadedDocument::grow(size_t used, size_t size) {
+  platform::LargeMemory larger = {};
+  if (used == 0) {
+    larger = allocateToFill(allocator_, size);
+  } else {
+    void *memory = allocator_.allocate(size);
+    larger = {memory, static_cast<char *>(memory)};
+  }
+  if (larger.allocation == nullptr) return false;
+  if (used != 0) std::memcpy(larger.begin, memory_.begin, used);
+  release();
+  memory_ = larger;
+  size_ = size;
+  return true;
+}
+
+void LoadedDocument::setLength(size_t length) {
   memory_.begin[length] = '\0';
-  return memory_.begin;
+  text_ = memory_.begin;
+  length_ = length;
 }
 
 }  // namespace neb::xml::internal

@@ -26,7 +26,7 @@ bool copyKnown(const NEB_XML_READ_OPTIONS *options, NEB_XML_READ_OPTIONS *known)
 
 }  // namespace
 
-bool readOptions(const NEB_XML_READ_OPTIONS *options, ReadRequest *request) {
+bool readOptions(const NEB_XML_READ_OPTIONS *options, ReadRequest *request, MemoryLimit *limit) {
   request->isStrict = true;
   request->withSession = true;
   if (options == nullptr) return true;
@@ -36,6 +36,11 @@ bool readOptions(const NEB_XML_READ_OPTIONS *options, ReadRequest *request) {
   request->messageSize = known.messageSize;
   request->refusesDoctype = (known.flags & NEB_XML_PARSE_NO_DOCTYPE) != 0;
   request->limits = {limitOf(known.maxDepth), limitOf(known.maxNodes)};
+  request->allocator = {known.allocate, known.release, known.context, nullptr};
+  if (known.maxBytes != 0) {
+    *limit = MemoryLimit(known.maxBytes);
+    request->allocator.limit = limit;
+  }
   const bool isAllocatorWhole = (known.allocate == nullptr) == (known.release == nullptr);
   return (known.flags & ~uint32_t{NEB_XML_PARSE_NO_DOCTYPE}) == 0 && isAllocatorWhole;
 }

@@ -2,8 +2,8 @@
 #include "parser/parser.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
+#include <string_view>
 #include <type_traits>
 
 #include "kernels/chosen.h"
@@ -54,13 +54,15 @@ using WideMachine = AnyMachine;
 // Memory for the record of one parse, in an arena or on the heap.
 class RecordMemory {
  public:
-  RecordMemory() : memory_(XML_Malloc(nullptr, kSize)) {}
-  ~RecordMemory() { XML_Free(nullptr, memory_); }
+  explicit RecordMemory(const Allocator &allocator)
+      : allocator_(allocator), memory_(allocator.allocate(kSize)) {}
+  ~RecordMemory() { allocator_.release(memory_, kSize); }
   RecordMemory(const RecordMemory &) = delete;
   RecordMemory &operator=(const RecordMemory &) = delete;
 
   explicit operator bool() const { return memory_ != nullptr; }
   void *get() const { return memory_; }
+  const Allocator &allocator() const { return allocator_; }
 
  private:
   static constexpr size_t kSize = std::max({sizeof(XmlParser<HeapAllocation, LenientLanguage>),
@@ -68,29 +70,29 @@ class RecordMemory {
                                             sizeof(XmlParser<HeapAllocation, StrictLanguage>),
                                             sizeof(XmlParser<ArenaAllocation, StrictLanguage>)});
 
+  const Allocator &allocator_;
   void *memory_;
 };
 
 template <typename Allocation, typename Machine, typename Language>
-uint32_t parseWith(const RecordMemory &record, const char *text, uint32_t session,
+uint32_t parseWith(const RecordMemory &record, std::string_view text, uint32_t session,
                    const ReadRequest &request, XmlNode **outDocument) {
   XmlNode *document = XML_NewNode(session, NEB_XML_NODE_DOCUMENT);
   if (document == nullptr) return NEB_XML_ERR_NO_MEMORY;
   using Parser = XmlParser<Allocation, Language>;
-  auto *parser = new (record.get()) Parser(text, Storage(session), document);
+  auto *parser = new (record.get()) Parser(text.data(), Storage(session), document);
   if constexpr (Language::kIsStrict) {
     parser->builder.setLimits(request.limits);
     if (request.refusesDoctype) parser->tokenizer.refuseDoctype();
   }
-  Scanner<Allocation, Machine, Language> scanner(parser);
-  const bool isParsed = scanner.run();
+  const bool isParsed = Scanner<Allocation, Machine, Language>(parser, text.size()).run();
   if (isParsed) *outDocument = parser->builder.release();
   parser->~Parser();
   return isParsed ? uint32_t{NEB_XML_OK} : uint32_t{NEB_XML_ERR_SYNTAX};
 }
 
 template <typename Allocation>
-uint32_t parseInto(const RecordMemory &record, const char *text, uint32_t session,
+uint32_t parseInto(const RecordMemory &record, std::string_view text, uint32_t session,
                    const ReadRequest &request, XmlNode **document) {
   const bool isWide = chosenKernel().isWide;
   const auto lenient = isWide ? parseWith<Allocation, WideMachine, LenientLanguage>
@@ -102,10 +104,10 @@ uint32_t parseInto(const RecordMemory &record, const char *text, uint32_t sessio
   return (request.isStrict ? strict : lenient)(record, text, session, request, document);
 }
 
-uint32_t parse(const RecordMemory &record, const char *text, const ReadRequest &request,
+uint32_t parse(const RecordMemory &record, std::string_view text, const ReadRequest &request,
                XmlNode **document) {
   if (!request.withSession) return parseInto<HeapAllocation>(record, text, 0, request, document);
-  NewSession session;
+  NewSession session(record.allocator());
   if (session.handle() == 0) return NEB_XML_ERR_NO_MEMORY;
   const uint32_t result =
       parseInto<ArenaAllocation>(record, text, session.handle(), request, document);
@@ -126,18 +128,18 @@ uint32_t parseText(const char *text, bool withSession, XmlNode **outDoc) {
 }
 
 uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
-  const RecordMemory record;
+  const RecordMemory record(kHooks);
   if (!record) return NEB_XML_ERR_NO_MEMORY;
   LoadedDocument loaded;
   const uint32_t result = loaded.load(path);
   if (result != NEB_XML_OK) return result;
-  return parse(record, loaded.text(), lenientRequest(withSession), outDoc);
+  return parse(record, std::string_view(loaded.text()), lenientRequest(withSession), outDoc);
 }
 
 }  // namespace
 
-uint32_t parseDocument(const char *text, const ReadRequest &request, XmlNode **document) {
-  const RecordMemory record;
+uint32_t parseDocument(std::string_view text, const ReadRequest &request, XmlNode **document) {
+  const RecordMemory record(request.allocator);
   if (!record) return NEB_XML_ERR_NO_MEMORY;
   return parse(record, text, request, document);
 }

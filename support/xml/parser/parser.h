@@ -16,8 +16,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
-#include "memory/hooks.h"
+#include "memory/allocator.h"
 #include "parser/limits.h"
 #include "record/node.h"
 
@@ -26,20 +27,31 @@ namespace neb::xml::internal {
 // A document that was loaded or copied; freed with the object.
 class LoadedDocument {
  public:
-  LoadedDocument() = default;
-  ~LoadedDocument() { freeOnHeap(memory_.allocation); }
+  // The allocator outlives the object.
+  explicit LoadedDocument(const Allocator &allocator = kHooks) : allocator_(allocator) {}
+  ~LoadedDocument() { release(); }
   LoadedDocument(const LoadedDocument &) = delete;
   LoadedDocument &operator=(const LoadedDocument &) = delete;
 
   // NUL-terminated; null until one of the following functions has succeeded.
   const char *text() const { return text_; }
-  // In bytes, those behind a NUL included.
+  // Without the terminator; bytes behind a NUL are counted.
   size_t length() const { return length_; }
+
+  // Behind NEB_XML_ERR_FILE_OPEN and NEB_XML_ERR_FILE_READ, the errno of the file call that failed;
+  // else, and if it set none, 0.
+  int systemError() const { return systemError_; }
+
+  // One of the following is called, once.
 
   // Reads the whole file, through the file hooks if the caller has registered any. Returns
   // NEB_XML_OK, NEB_XML_ERR_FILE_OPEN, NEB_XML_ERR_FILE_READ, NEB_XML_ERR_NO_MEMORY, or
-  // NEB_XML_ERR_SYNTAX for an empty file.
+  // NEB_XML_ERR_SYNTAX for an empty file. The length must be known and fit into 32 bits.
   uint32_t load(const char *path);
+
+  // The same for whatever can be opened, of any length: it is read to its end, in growing steps
+  // where the length cannot be known.
+  uint32_t loadToEnd(const char *path);
 
   // Copies the bytes. False if memory runs out.
   bool copy(const char *bytes, size_t length);
@@ -47,11 +59,21 @@ class LoadedDocument {
  private:
   template <typename File>
   uint32_t read(const File &file);
-  char *allocate(size_t length);
+  template <typename File>
+  uint32_t readKnown(const File &file, size_t length);
+  template <typename File>
+  uint32_t readInSteps(const File &file);
+  uint32_t failWithError(uint32_t code, int systemError);
+  bool grow(size_t used, size_t size);
+  void setLength(size_t length);
+  void release() { allocator_.release(memory_.allocation, size_); }
 
+  const Allocator &allocator_;
   platform::LargeMemory memory_ = {};
+  size_t size_ = 0;  // of the memory
   const char *text_ = nullptr;
   size_t length_ = 0;
+  int systemError_ = 0;
 };
 
 // What a caller asks for.
@@ -60,13 +82,15 @@ struct ReadRequest {
   bool isStrict = false;
   bool refusesDoctype = false;
   ReadLimits limits;
+  Allocator allocator;      // of a document with a session, and for whatever its reading needs
   char *message = nullptr;  // of messageSize bytes; may be null
   size_t messageSize = 0;
 };
 
-// Parses a NUL-terminated document into a tree with a session of its own, or on the heap. Returns
-// NEB_XML_OK, NEB_XML_ERR_SYNTAX, also if memory for the tree runs out or a limit is exceeded, or
-// NEB_XML_ERR_NO_MEMORY if it runs out before the tree is begun. *document is set on success only.
-uint32_t parseDocument(const char *text, const ReadRequest &request, XmlNode **document);
+// Parses a document with a terminator behind it into a tree with a session of its own, or on the
+// heap. Returns NEB_XML_OK, NEB_XML_ERR_SYNTAX, also if memory for the tree runs out or a limit is
+// exceeded, or NEB_XML_ERR_NO_MEMORY if it runs out before the tree is begun. *document is set on
+// success only. A limit of memory that refused something knows it: see MemoryLimit::wasExceeded.
+uint32_t parseDocument(std::string_view text, const ReadRequest &request, XmlNode **document);
 
 }  // namespace neb::xml::internal

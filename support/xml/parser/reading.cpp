@@ -32,10 +32,8 @@ const char *reasonOfLoading(uint32_t code) {
       return reasons::kFileOpen;
     case NEB_XML_ERR_FILE_READ:
       return reasons::kFileRead;
-    case NEB_XML_ERR_SYNTAX:
-      return reasons::kFileEmpty;
     default:
-      return reasons::kNoMemory;
+      return reasons::kFileEmpty;
   }
 }
 
@@ -45,25 +43,29 @@ uint32_t refuseArgument(const ReadRequest &request, NEB_XML_PARSE_ERROR *error) 
 
 uint32_t readBuffer(const char *bytes, size_t length, const ReadRequest &request, XmlNode **outDoc,
                     NEB_XML_PARSE_ERROR *error) {
-  LoadedDocument copy;
-  if (!copy.copy(bytes, length)) {
-    return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, request, error);
-  }
+  LoadedDocument copy(request.allocator);
+  if (!copy.copy(bytes, length)) return reportMemory(request, error);
   return parseAndReport(copy.text(), length, request, outDoc, error);
 }
 
-uint32_t readFile(const char *path, const ReadRequest &request, XmlNode **outDoc,
+// A described load, or one that reads whatever can be opened.
+using Load = uint32_t (LoadedDocument::*)(const char *path);
+
+uint32_t readFile(const char *path, Load load, const ReadRequest &request, XmlNode **outDoc,
                   NEB_XML_PARSE_ERROR *error) {
-  LoadedDocument loaded;
-  const uint32_t result = loaded.load(path);
-  if (result != NEB_XML_OK) {
-    return reportWithoutPosition(result, reasonOfLoading(result), request, error);
+  LoadedDocument loaded(request.allocator);
+  const uint32_t result = (loaded.*load)(path);
+  if (result == NEB_XML_OK) {
+    return parseAndReport(loaded.text(), loaded.length(), request, outDoc, error);
   }
-  return parseAndReport(loaded.text(), loaded.length(), request, outDoc, error);
+  if (result == NEB_XML_ERR_NO_MEMORY) return reportMemory(request, error);
+  reportWithoutPosition(result, reasonOfLoading(result), request, error);
+  if (error != nullptr) error->systemError = static_cast<size_t>(loaded.systemError());
+  return result;
 }
 
-// A document in UTF-16 may begin with a NUL, and is refused as what it is.
-bool beginsWithNul(const char *bytes, size_t length) {
+// Lenient documents end at a NUL. One in UTF-16 may begin with it, and is refused as what it is.
+bool isEmpty(const char *bytes, size_t length) {
   return bytes[0] == '\0' && findEncodingMark(bytes, length).reason == nullptr;
 }
 
@@ -77,9 +79,8 @@ uint32_t NEB_XML_ParseBuffer(const char *bytes, size_t length, uint32_t flags, X
                              NEB_XML_PARSE_ERROR *error) {
   const ReadRequest request = requestOf(flags);
   const bool isMissing = bytes == nullptr || length == 0 || outDoc == nullptr;
-  if (isMissing || !areFlagsKnown(flags) || beginsWithNul(bytes, length)) {
-    return refuseArgument(request, error);
-  }
+  if (isMissing || !areFlagsKnown(flags)) return refuseArgument(request, error);
+  if (!request.isStrict && isEmpty(bytes, length)) return refuseArgument(request, error);
   return readBuffer(bytes, length, request, outDoc, error);
 }
 
@@ -89,13 +90,14 @@ uint32_t NEB_XML_ParseFileInfo(const char *path, uint32_t flags, XmlNode **outDo
   if (path == nullptr || outDoc == nullptr || !areFlagsKnown(flags)) {
     return refuseArgument(request, error);
   }
-  return readFile(path, request, outDoc, error);
+  return readFile(path, &LoadedDocument::load, request, outDoc, error);
 }
 
 uint32_t NEB_XML_Read(const char *bytes, size_t length, const NEB_XML_READ_OPTIONS *options,
                       XmlNode **outDoc, NEB_XML_PARSE_ERROR *error) {
   ReadRequest request;
-  const bool areKnown = readOptions(options, &request);
+  MemoryLimit limit(SIZE_MAX);
+  const bool areKnown = readOptions(options, &request, &limit);
   if (bytes == nullptr || length == 0 || outDoc == nullptr || !areKnown) {
     return refuseArgument(request, error);
   }
@@ -105,7 +107,8 @@ uint32_t NEB_XML_Read(const char *bytes, size_t length, const NEB_XML_READ_OPTIO
 uint32_t NEB_XML_Load(const char *path, const NEB_XML_READ_OPTIONS *options, XmlNode **outDoc,
                       NEB_XML_PARSE_ERROR *error) {
   ReadRequest request;
-  const bool areKnown = readOptions(options, &request);
+  MemoryLimit limit(SIZE_MAX);
+  const bool areKnown = readOptions(options, &request, &limit);
   if (path == nullptr || outDoc == nullptr || !areKnown) return refuseArgument(request, error);
-  return readFile(path, request, outDoc, error);
+  return readFile(path, &LoadedDocument::loadToEnd, request, outDoc, error);
 }

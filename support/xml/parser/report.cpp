@@ -98,12 +98,11 @@ uint32_t reportFailure(const Reported &document, uint32_t code, const Failure &f
 
 // The document is well-formed, or memory has run out again: so memory was the reason.
 uint32_t reportMemory(const Reported &document) {
-  return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, document.request,
-                               document.error);
+  return reportMemory(document.request, document.error);
 }
 
 uint32_t findFailure(const Reported &document, const char *text) {
-  CheckingBuilder builder;
+  CheckingBuilder builder(document.request.allocator);
   Tokenizer<CheckingBuilder> tokenizer(&builder, text);
   const bool isWellFormed = tokenizer.skipProlog() && tokenizer.readAll();
   if (isWellFormed || builder.failure().reason == reasons::kNoMemory) {
@@ -130,7 +129,7 @@ const char *findForbiddenBefore(const char *text, const char *end, const Failure
 }
 
 uint32_t findStrictFailure(const Reported &document, const char *text, const char *end) {
-  CheckingBuilder builder(document.request.limits);
+  CheckingBuilder builder(document.request.allocator, document.request.limits);
   StrictTokenizer<CheckingBuilder> tokenizer(&builder, text);
   if (document.request.refusesDoctype) tokenizer.refuseDoctype();
   const bool isWellFormed = tokenizer.skipProlog() && tokenizer.readAll();
@@ -161,6 +160,14 @@ uint32_t reportWithoutPosition(uint32_t code, const char *reason, const ReadRequ
   return code;
 }
 
+uint32_t reportMemory(const ReadRequest &request, NEB_XML_PARSE_ERROR *error) {
+  const MemoryLimit *limit = request.allocator.limit;
+  if (limit != nullptr && limit->wasExceeded()) {
+    return reportWithoutPosition(NEB_XML_ERR_LIMIT, reasons::kTooManyBytes, request, error);
+  }
+  return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, request, error);
+}
+
 uint32_t parseAndReport(const char *bytes, size_t length, const ReadRequest &request,
                         XmlNode **outDoc, NEB_XML_PARSE_ERROR *error) {
   // The code does not depend on whether the caller wants the record.
@@ -174,17 +181,16 @@ uint32_t parseAndReport(const char *bytes, size_t length, const ReadRequest &req
   const char *text = bytes + mark.length;
   const char *end = bytes + length;
   XmlNode *parsed = nullptr;
-  // The parser takes a NUL for the end, which strict reading does not allow before it.
-  const bool isCut = request.isStrict && std::strlen(text) != static_cast<size_t>(end - text);
-  const uint32_t result =
-      isCut ? uint32_t{NEB_XML_ERR_SYNTAX} : parseDocument(text, request, &parsed);
+  // Lenient documents end at a NUL.
+  const size_t parsedLength = request.isStrict ? length - mark.length : std::strlen(text);
+  const uint32_t result = parseDocument({text, parsedLength}, request, &parsed);
   if (result == NEB_XML_OK) {
     *outDoc = parsed;
     return result;
   }
-  if (result != NEB_XML_ERR_SYNTAX) {
-    return reportWithoutPosition(result, reasons::kNoMemory, request, error);
-  }
+  const MemoryLimit *limit = request.allocator.limit;
+  const bool isLimited = limit != nullptr && limit->wasExceeded();
+  if (result == NEB_XML_ERR_NO_MEMORY || isLimited) return reportMemory(request, error);
   return request.isStrict ? findStrictFailure(document, text, end) : findFailure(document, text);
 }
 

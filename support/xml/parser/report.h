@@ -14,4 +14,7 @@ uint32_t parseAndReport(const char *bytes, size_t length, const ReadRequest &req
 uint32_t reportWithoutPosition(uint32_t code, const char *reason, const ReadRequest &request,
                                NEB_XML_PARSE_ERROR *error);
 
+// The same if memory has run out, be it that of the process or what the caller allows.
+uint32_t reportMemory(const ReadRequest &request, NEB_XML_PARSE_ERROR *error);
+
 }  // namespace neb::xml::internal

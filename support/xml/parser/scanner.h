@@ -35,12 +35,13 @@ struct XmlParser {
 template <typename Allocation, typename Machine, typename Language>
 class Scanner {
  public:
-  // The parser is at the beginning of the document, which ends with its terminator.
-  explicit Scanner(XmlParser<Allocation, Language> *parser)
+  // The parser is at the beginning of the document, which has this length and a terminator. In
+  // strict reading there may be others in it, which end in a failure.
+  Scanner(XmlParser<Allocation, Language> *parser, size_t length)
       : builder_(parser->builder),
         tokenizer_(parser->tokenizer),
         firstScanned_(tokenizer_.cursor() + kVectorSize),
-        index_(tokenizer_.cursor(), std::strlen(tokenizer_.cursor()), kIsStrict),
+        index_(tokenizer_.cursor(), length, kIsStrict),
         characters_(tokenizer_.cursor()) {}
 
   // Builds the tree; false if the document is malformed or memory runs out.
@@ -515,7 +516,7 @@ class Scanner {
     const char *run = tag;
     while (run[-1] != '>' && builder_.isInContent()) --run;
     const bool isValue = run != tag;
-    if (isValue && !builder_.setText(textOf(run, tag, true))) return nullptr;
+    if (isValue && !setRun(run, {tag, true})) return nullptr;
     builder_.closeInContent();
     return behindEndTag(tag, length);
   }
@@ -554,19 +555,16 @@ class Scanner {
   const char *readLongText(const char *token) {
     const char *name = builder_.leafName();
     if (name == nullptr || *token == '\0' || endsTag(token)) return nullptr;
-    auto [end, isVerbatim] = index_.findTextEnd(token);
-    if (begins(end, kCdataBegin)) {
-      end = findBehindSections(end);
-      isVerbatim = false;
+    auto found = index_.findTextEnd(token);
+    if (begins(found.end, kCdataBegin)) {
+      found.end = findBehindSections(found.end);
+      found.isVerbatim = false;
     }
-    if (end == nullptr) return nullptr;
+    if (found.end == nullptr) return nullptr;
     const size_t nameLength = builder_.leafLength();
-    const char *tag = beginsEndTag(end) ? end : findBehindMisc(end);
+    const char *tag = beginsEndTag(found.end) ? found.end : findBehindMisc(found.end);
     if (tag == nullptr || !isEndTag(tag, name, nameLength)) return nullptr;
-    const char *run = token;
-    while (kIsStrict ? isWhitespace(run[-1]) : run[-1] == ' ') --run;
-    if (kIsStrict && findSectionEnd(run, end) != nullptr) return nullptr;
-    if (!builder_.setText(textOf(run, end, isVerbatim))) return nullptr;
+    if (!setLongText(token, found)) return nullptr;
     if (builder_.isNameWhole() && !builder_.splitName()) return nullptr;
     builder_.close();
     return behindEndTag(tag, nameLength);
@@ -588,11 +586,28 @@ class Scanner {
       return tokenizer_.findBehindMisc(markup);
   }
 
-  // What the index calls verbatim. White space before it has not been looked at.
-  static Run textOf(const char *begin, const char *end, bool isVerbatim) {
-    const auto length = static_cast<size_t>(end - begin);
-    if constexpr (!kIsStrict) return {begin, length, isVerbatim};
-    return {begin, length, isVerbatim && !holds(begin, end, '\r'), Decoding::strictText};
+  // With what is kept of the white space before it.
+  bool setLongText(const char *token, const StructuralIndex::Found &text) {
+    const char *run = token;
+    while (kIsStrict ? isWhitespace(run[-1]) : run[-1] == ' ') --run;
+    const bool isRefused =
+        kIsStrict && text.holdsBracket && findSectionEnd(token, text.end) != nullptr;
+    return !isRefused && setRun(run, text);
+  }
+
+  // The white space at the beginning of the run has not been searched.
+  bool setRun(const char *run, const StructuralIndex::Found &text) {
+    const auto length = static_cast<size_t>(text.end - run);
+    if constexpr (kIsStrict) {
+      const bool holdsReturn = text.holdsWhitespace || beginsWithReturn(run);
+      if (holdsReturn) return builder_.setText({run, length, false, Decoding::strictText});
+    }
+    return builder_.setText({run, length, text.isVerbatim});
+  }
+
+  static bool beginsWithReturn(const char *run) {
+    while (isWhitespace(*run) && *run != '\r') ++run;
+    return *run == '\r';
   }
 
   bool isEndTag(const char *tag, const char *name, size_t length) const {
@@ -616,7 +631,9 @@ class Scanner {
     if (end == name || *end != '=' || (end[1] != '"' && end[1] != '\'')) return nullptr;
     if (!mayBeName(name)) return nullptr;
     const char *value = end + 2;
-    const auto [close, isVerbatim] = index_.findValueEnd(value, end[1]);
+    const auto found = index_.findValueEnd(value, end[1]);
+    const char *close = found.end;
+    const bool isVerbatim = found.isVerbatim && !(kIsStrict && found.holdsWhitespace);
     if (*close == '\0') return nullptr;
     const size_t prefixSize = colon != nullptr ? static_cast<size_t>(colon + 1 - name) : 0;
     const auto length = static_cast<size_t>(end - name);

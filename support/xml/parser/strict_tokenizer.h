@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "characters/characters.h"
+#include "characters/utf8.h"
 #include "parser/declaration.h"
 #include "parser/doctype.h"
 #include "parser/markup.h"
@@ -146,8 +147,10 @@ class StrictTokenizer {
     if (*cursor_ == '\0') return true;
     if (beginsEndTag(cursor_)) return builder_.fail(reasons::kEndTagAlone, cursor_);
     if (begins(cursor_, kDoctypeBegin)) return builder_.fail(reasons::kDoctypeLate, cursor_);
-    if (*cursor_ != '<') return builder_.fail(reasons::kTextOutside, cursor_);
-    return builder_.hasRoot() ? builder_.fail(reasons::kSecondRoot, cursor_) : readStartTag();
+    const bool isText = *cursor_ != '<' || begins(cursor_, kCdataBegin);
+    if (isText) return builder_.fail(reasons::kTextOutside, cursor_);
+    const bool isSecond = builder_.hasRoot() && isTagName(cursor_ + 1);
+    return isSecond ? builder_.fail(reasons::kSecondRoot, cursor_) : readStartTag();
   }
 
   // From the '<' to the end of the name.
@@ -155,7 +158,7 @@ class StrictTokenizer {
     token_ = cursor_;
     const char *name = cursor_ + 1;
     const char *end = findNameEnd(name);
-    if (end == name) return builder_.fail(reasonOfNoName(name), token_);
+    if (end == name) return failNoName(name);
     if (!endsTag(end) && !isWhitespace(*end)) return failName(name, end);
     const Run run = {name, static_cast<size_t>(end - name), true};
     if (*name == ':' || end[-1] == ':') {
@@ -171,9 +174,11 @@ class StrictTokenizer {
   }
 
   // What begins no tag is probably meant as a text.
-  const char *reasonOfNoName(const char *name) const {
-    if (*name == '!') return reasons::kMarkupUnknown;
-    return builder_.hasOpen() ? reasons::kTextLess : reasons::kElementName;
+  bool failNoName(const char *name) {
+    if (*name == '!') return builder_.fail(reasons::kMarkupUnknown, token_);
+    const bool isOther = findOtherThanAscii(name, name + 1) == name;
+    if (isOther) return builder_.fail(reasons::kNameCharacter, name);
+    return builder_.fail(builder_.hasOpen() ? reasons::kTextLess : reasons::kElementName, token_);
   }
 
   bool readInTag() {

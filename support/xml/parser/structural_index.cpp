@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "kernels/byte_sets.h"
 #include "kernels/chosen.h"
 
 namespace neb::xml::internal {
@@ -71,29 +72,40 @@ const char *StructuralIndex::searchNext(Question question, const char *from) {
 
 StructuralIndex::Found StructuralIndex::searchEnd(Question question, const char *from, char last) {
   bool isVerbatim = true;
-  const auto isFound = [&](const char *found) {
-    if (*found == last || *found == '\0') return true;
-    // A bracket is looked at for the sake of "]]>" only.
-    isVerbatim = isVerbatim && (*found == '"' || *found == '\'' || *found == ']');
-    return false;
-  };
+  bool holdsBracket = false;
+  bool holdsWhitespace = false;
   const char *found = nextCovered(question, from);
-  while (found != nullptr && !isFound(found)) {
+  while (found != nullptr && *found != last && *found != '\0') {
+    isVerbatim = isVerbatim && *found != '&' && *found != '<';
+    if (isStrict_) {
+      holdsBracket = holdsBracket || *found == ']';
+      holdsWhitespace = holdsWhitespace || isWhitespace(*found);
+    }
     from = found + 1;
     found = nextCovered(question, from);
   }
-  if (found != nullptr) return {found, isVerbatim};
-  // The run is longer than the covered part.
+  const Found result = {found, isVerbatim, holdsBracket, holdsWhitespace};
+  return found != nullptr ? result : searchFarEnd(result, from, last);
+}
+
+// The run is longer than the covered part.
+StructuralIndex::Found StructuralIndex::searchFarEnd(Found result, const char *from,
+                                                     char last) const {
   const auto findOrEnd = [](const char *begin, const char *end, char byte) {
     const void *match = std::memchr(begin, byte, static_cast<size_t>(end - begin));
     return match != nullptr ? static_cast<const char *>(match) : end;
   };
-  const char *end = findOrEnd(from, documentEnd_, last);
-  const char *decoded = "&<";
-  if (isStrict_) decoded = last == '<' ? "&\r" : "&<\t\n\r";
-  const auto holds = [=](char byte) { return byte != last && findOrEnd(from, end, byte) != end; };
-  for (; isVerbatim && *decoded != '\0'; ++decoded) isVerbatim = !holds(*decoded);
-  return {end, isVerbatim};
+  result.end = findOrEnd(from, documentEnd_, last);
+  const auto holds = [&](char byte) {
+    return byte != last && findOrEnd(from, result.end, byte) != result.end;
+  };
+  result.isVerbatim = result.isVerbatim && !holds('&') && !holds('<');
+  if (!isStrict_) return result;
+  const bool isText = last == '<';
+  result.holdsBracket = result.holdsBracket || (isText && holds(']'));
+  result.holdsWhitespace =
+      result.holdsWhitespace || holds('\r') || (!isText && (holds('\n') || holds('\t')));
+  return result;
 }
 
 }  // namespace neb::xml::internal

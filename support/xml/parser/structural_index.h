@@ -63,11 +63,13 @@ class StructuralIndex {
   const char *nextNameEnd(const char *from) { return next(kNameEnds, from); }
   const char *nextNonWhitespace(const char *from) { return next(kNonWhitespace, from); }
 
-  // A text or a value. It is verbatim if it holds no '&' and no '<' and, for strict reading, no
-  // white space that is not kept.
+  // A text or a value.
   struct Found {
     const char *end;  // the first '<' or the quote; the terminator if there is none
-    bool isVerbatim;
+    bool isVerbatim;  // it holds no '&' and no '<'
+    // For strict reading only.
+    bool holdsBracket = false;     // ']' in a text
+    bool holdsWhitespace = false;  // that is not kept: a carriage return, in a value any but ' '
   };
   Found findTextEnd(const char *from) { return findEnd(kTextEnds, from, '<'); }
   Found findValueEnd(const char *from, char quote) { return findEnd(kValueEnds, from, quote); }
@@ -93,6 +95,7 @@ class StructuralIndex {
   const char *nextCovered(Question question, const char *from) const;
   const char *searchNext(Question question, const char *from);
   Found searchEnd(Question question, const char *from, char last);
+  Found searchFarEnd(Found result, const char *from, char last) const;
 
   // Most searches end in their first window.
 

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "ownership/bound_session.h"
-#include "ownership/cross_references.h"
 #include "ownership/kept.h"
 #include "ownership/release.h"
 #include "ownership/strings.h"
@@ -54,16 +53,7 @@ uint32_t appendAttribute(XmlNode *attribute, const AttributeName &name, XmlNode 
     if (name.isOf(other)) return NEB_XML_ERR_ALREADY_EXISTS;
     last = other;
   }
-  if (!noteLink(attribute, element)) return NEB_XML_ERR_NO_MEMORY;
-  bindToSession(element,
-                isOnHeap(attribute) ? uint32_t{attribute->boundSession} : attribute->sessionId);
-  attribute->parent = element;
-  if (last == nullptr) {
-    element->firstAttr = attribute;
-  } else {
-    last->next = attribute;
-  }
-  return NEB_XML_OK;
+  return linkAttribute(attribute, last, element);
 }
 
 }  // namespace

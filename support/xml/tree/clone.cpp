@@ -309,9 +309,10 @@ void expectCopyOf(const XmlNode *document, const Storage &storage) {
   region.isCopy = true;
 }
 
-// The copy of a document that owns a session owns one too.
+// The copy of a document that owns a session owns one too, with the same allocator.
 uint32_t copyToNewSession(const Copying &copying, XmlNode **copy) {
-  NewSession session;
+  const XmlMemSession *source = Storage::ofTopmost(copying.source).session();
+  NewSession session(source != nullptr ? allocatorOf(*source) : kHooks);
   if (session.handle() == 0) return NEB_XML_ERR_NO_MEMORY;
   const Storage storage(session.handle());
   if (copying.withChildren) expectCopyOf(copying.source, storage);

@@ -145,7 +145,7 @@ uint64_t NameKey::of(const XmlNode *attribute) {
 }
 
 void DuplicateDetector::freeTable() {
-  XML_Free(nullptr, table_);
+  allocator_.release(table_, slots_ * sizeof(uint64_t));
   table_ = nullptr;
   slots_ = 0;
 }
@@ -189,7 +189,7 @@ uint32_t DuplicateDetector::addToTable(const XmlNode *firstAttribute, const XmlN
 bool DuplicateDetector::grow() {
   const size_t slots = table_ == nullptr ? kFirstSlots : 2 * slots_;
   const size_t bytes = slots * sizeof(uint64_t);
-  auto *table = static_cast<uint64_t *>(XML_Malloc(nullptr, bytes));
+  auto *table = static_cast<uint64_t *>(allocator_.allocate(bytes));
   if (table == nullptr) return false;
   platform::memset_s(table, bytes, 0, bytes);
   uint64_t *old = std::exchange(table_, table);
@@ -197,7 +197,7 @@ bool DuplicateDetector::grow() {
   for (size_t i = 0; i < oldSlots; ++i) {
     if (old[i] != kFree) fill(old[i]);
   }
-  XML_Free(nullptr, old);
+  allocator_.release(old, oldSlots * sizeof(uint64_t));
   return true;
 }
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "memory/allocator.h"
 #include "record/node.h"
 
 namespace neb::xml::internal {
@@ -56,7 +57,10 @@ class DuplicateDetector {
   // prefix "a" is the same as "a:b" without one.
   enum class Compared { asStored, asPrinted };
 
-  explicit DuplicateDetector(Compared compared = Compared::asStored) : compared_(compared) {}
+  // The table comes from an allocator, which outlives the detector.
+  explicit DuplicateDetector(Compared compared = Compared::asStored,
+                             const Allocator &allocator = kHooks)
+      : compared_(compared), allocator_(allocator) {}
   ~DuplicateDetector() { freeTable(); }
   DuplicateDetector(const DuplicateDetector &) = delete;
   DuplicateDetector &operator=(const DuplicateDetector &) = delete;
@@ -105,6 +109,7 @@ class DuplicateDetector {
   uint64_t *table_ = nullptr;  // null until there are many; a power of two of slots
   size_t slots_ = 0;
   Compared compared_;
+  const Allocator &allocator_;
 };
 
 }  // namespace neb::xml::internal

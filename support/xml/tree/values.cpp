@@ -8,6 +8,7 @@
 #include "ownership/strings.h"
 #include "tree/attributes.h"
 #include "tree/nodes.h"
+#include "tree/variable.h"
 
 namespace neb::xml::internal {
 
@@ -19,19 +20,6 @@ constexpr const char *kTrue = "true";
 constexpr const char *kFalse = "false";
 
 using ValueText = char[kTextCapacity];
-
-// The caller's variable may be at any address.
-template <typename Integer>
-Integer readVariable(const void *variable) {
-  Integer value;
-  std::memcpy(&value, variable, sizeof value);
-  return value;
-}
-
-template <typename Integer>
-void writeVariable(void *variable, Integer value) {
-  std::memcpy(variable, &value, sizeof value);
-}
 
 // Digits are written from the last one on, so the text ends where the buffer does.
 std::string_view formatInteger(int64_t value, ValueText &buffer) {
