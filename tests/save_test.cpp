@@ -94,9 +94,6 @@ class Save : public testing::Test {
   ~Save() override { fs::remove_all(folder_); }
 
   std::string path(const std::string &name) const { return folder_ / name; }
-  uint32_t save(const std::string &path) const {
-    return NEB_XML_SaveFile(document_, path.c_str(), 2);
-  }
   size_t filesInFolder() const { return filesIn(folder_); }
   std::string temporaryFile() const {
     for (const auto &file : fs::directory_iterator(folder_)) {
@@ -117,11 +114,29 @@ class Save : public testing::Test {
 
   fs::path folder_;
   bool holdsLists_ = false;
-  const trees::Held document_{trees::parsed("<new>text</new>")};
-  const std::string text_ = "<new>text</new>\n";
 };
 
-TEST_F(Save, ReplacesFilesKeepsPermissionsAndFollowsLinks) {
+// By one write of the whole, and by a write for each part, here two.
+enum class Way { whole, inParts };
+
+class SaveBy : public Save, public testing::WithParamInterface<Way> {
+ protected:
+  uint32_t save(const std::string &path) const { return save(document_, path); }
+  static uint32_t save(const XmlNode *node, const std::string &path) {
+    return GetParam() == Way::whole ? NEB_XML_SaveFile(node, path.c_str(), 2)
+                                    : NEB_XML_Save(node, path.c_str(), nullptr);
+  }
+
+  const uint32_t refusal_ = GetParam() == Way::whole ? kInvalid : kUnwritable;
+  const std::string text_ =
+      "<new>" + std::string(GetParam() == Way::whole ? 4 : 20'000, 't') + "</new>\n";
+  const trees::Held document_{trees::parsed(text_)};
+};
+
+INSTANTIATE_TEST_SUITE_P(Ways, SaveBy, testing::Values(Way::whole, Way::inParts),
+                         [](auto &way) { return way.param == Way::whole ? "whole" : "inParts"; });
+
+TEST_P(SaveBy, ReplacesFilesKeepsPermissionsAndFollowsLinks) {
   const std::string file = path("file.xml");
   EXPECT_EQ(save(file), kOk);
   EXPECT_EQ(trees::readFile(file), text_);
@@ -143,7 +158,7 @@ TEST_F(Save, ReplacesFilesKeepsPermissionsAndFollowsLinks) {
   EXPECT_EQ(filesInFolder(), 4U);
 }
 
-TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
+TEST_P(SaveBy, LeavesTheOldFileAndNothingElseAfterAFailure) {
   const std::string file = oldFile(0644);
   const std::string old = trees::readFile(file);
   fs::create_directory(path("folder"));
@@ -166,17 +181,20 @@ TEST_F(Save, LeavesTheOldFileAndNothingElseAfterAFailure) {
   EXPECT_EQ(trees::readFile(deep / "f"), old);
   EXPECT_EQ(NEB_XML_SaveFile(document_, nullptr, 0), kInvalid);
   EXPECT_EQ(NEB_XML_SaveFile(document_, file.c_str(), 17), kInvalid);
+  const NEB_XML_PRINT_OPTIONS unknown = {sizeof unknown, 1U << 31, 0};
+  EXPECT_EQ(NEB_XML_Save(document_, file.c_str(), &unknown), kInvalid);
   const trees::Held nothing{XML_NewNode(0, 5)};
   EXPECT_EQ(XML_SetNode(nothing, nothing, nullptr, "prints-nothing", nullptr), kOk);
-  EXPECT_EQ(NEB_XML_SaveFile(nothing, file.c_str(), 0), kInvalid) << "no element";
-  EXPECT_EQ(NEB_XML_SetNode(document_, nullptr, "", nullptr), kOk);
-  EXPECT_EQ(save(file), kInvalid) << "a node without a name";
+  EXPECT_EQ(save(nothing, file), refusal_) << "no element";
+  const trees::Held late{trees::parsed("<a><b>" + std::string(40'000, 'b') + "</b><c/></a>")};
+  EXPECT_EQ(NEB_XML_SetNode(NEB_XML_GetNodeLastChild(late), nullptr, "", nullptr), kOk);
+  EXPECT_EQ(save(late, file), refusal_) << "a node without a name";
   EXPECT_EQ(trees::readFile(file), old);
   EXPECT_EQ(filesInFolder(), 6U);
 }
 
 // Nobody can take the names beforehand, neither by guessing nor by what killed processes left.
-TEST_F(Save, TakesATemporaryNameThatIsFree) {
+TEST_P(SaveBy, TakesATemporaryNameThatIsFree) {
   std::set<std::string> names;
   for (size_t round = 1; round <= 20; ++round) {
     const Following following({.observe = [&](auto &) { names.insert(temporaryFile()); }});
@@ -186,7 +204,7 @@ TEST_F(Save, TakesATemporaryNameThatIsFree) {
 }
 
 // The new file is private until it has all that the old one had.
-TEST_F(Save, KeepsAccessListsAndAttributes) {
+TEST_P(SaveBy, KeepsAccessListsAndAttributes) {
   if (!holdsLists_) GTEST_SKIP() << "no folder at hand holds access lists and attributes";
   const std::string kCapability("\0\0\0\2\x20\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 20);
   const std::pair<mode_t, Attributes> cases[] = {
@@ -217,7 +235,7 @@ TEST_F(Save, KeepsAccessListsAndAttributes) {
 }
 
 // Whoever may not give a file to its old owner does not give others what the owner's group had.
-TEST_F(Save, GivesNoRightsAwayWithTheOwner) {
+TEST_P(SaveBy, GivesNoRightsAwayWithTheOwner) {
   if (geteuid() != 0) GTEST_SKIP() << "only the superuser has files of two owners";
   fs::permissions(folder_, fs::perms(0777));
   const auto listed = [](auto... rights) { return Attributes{{kAccess, listOf(rights...)}}; };
@@ -258,7 +276,7 @@ TEST_F(Save, GivesNoRightsAwayWithTheOwner) {
 }
 
 // What others do to the old file while the new one is written is not undone.
-TEST_F(Save, FollowsRightsThatChangeMeanwhile) {
+TEST_P(SaveBy, FollowsRightsThatChangeMeanwhile) {
   for (const std::string when : {"getentropy", "llistxattr", "lgetxattr", "fgetxattr", "fsync"}) {
     for (const std::string change : {"less", "other", "long"}) {
       const std::string file =
@@ -276,6 +294,7 @@ TEST_F(Save, FollowsRightsThatChangeMeanwhile) {
       const Following following({.observe = changeIt});
       EXPECT_EQ(save(file), kOk);
       EXPECT_TRUE(rightsOf(file) == changed) << when << change;
+      EXPECT_EQ(trees::readFile(file), text_);
     }
   }
 }
@@ -291,7 +310,7 @@ bool goesOnAfter(const std::string &calls, int error) {
   return error == 0 || !hasFailure(calls) || std::regex_match(calls, std::regex(harmless));
 }
 
-TEST_F(Save, KeepsItsPromiseWhicheverCallFails) {
+TEST_P(SaveBy, KeepsItsPromiseWhicheverCallFails) {
   const std::regex order(".* write (.* )?fsync (.* )?close rename open fsync close ");
   const Attributes listed = {{kAccess, listOf(6, 6, 0, 4, 4, 0)}, {"user.a", "1"}};
   for (const int error : {EIO, EEXIST, EINTR, 0}) {

@@ -236,6 +236,7 @@ TEST(Threads, ReadingSearchingAndPrintingOneDocument) {
         if (round % 10 != 0) continue;
         EXPECT_EQ(NEB_XML_TransformFile(document, path.c_str()), kOk);
         EXPECT_EQ(NEB_XML_SaveFile(document, path.c_str(), 0), kOk);
+        EXPECT_EQ(NEB_XML_Save(document, path.c_str(), nullptr), kOk);
         EXPECT_EQ(trees::readFile(path), whole);
       }
     });

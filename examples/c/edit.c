@@ -31,6 +31,7 @@ static uint32_t edit(XmlNode *device) {
 }
 
 int main(int argc, char **argv) {
+  const NEB_XML_PRINT_OPTIONS options = {sizeof options, 0, 2};
   XmlNode *device;
   uint32_t result;
 
@@ -41,8 +42,8 @@ int main(int argc, char **argv) {
   result = NEB_XML_ParseFileEx(argv[1], &device);
   if (result == NEB_XML_OK) {
     result = edit(device);
-    /* Replaces the file atomically. */
-    if (result == NEB_XML_OK) result = NEB_XML_SaveFile(device, argv[2], 2);
+    /* Replaces the file atomically, with two spaces for each level. */
+    if (result == NEB_XML_OK) result = NEB_XML_Save(device, argv[2], &options);
     /* Frees the document and all nodes in it, including the one from CreateNode. */
     NEB_XML_FreeNode(device);
   }

@@ -1,12 +1,15 @@
 // A parsed document is printed as the model prints it, whole and by halves. Exact printing, also
-// after edits, parses back to the same tree, or refuses a tree that XML cannot represent.
+// after edits, parses back to the same tree, or refuses a tree that XML cannot represent. What
+// strict printing writes, other parsers read alike; what it refuses, they cannot read.
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <functional>
 #include <set>
 #include <string>
 #include <utility>
 
+#include "other_parsers/outline.h"
 #include "support/bytes.h"
 #include "support/guarded_hooks.h"
 #include "support/require.h"
@@ -17,6 +20,9 @@ using namespace neb::xml::internal;
 
 namespace {
 
+using other_parsers::Outline;
+using other_parsers::outlineBy;
+using other_parsers::outlineOf;
 using trees::qualifiedName;
 
 constexpr size_t kLongestInput = 1 << 13;
@@ -46,38 +52,56 @@ bool isValue(const std::string &value) {
   });
 }
 
+bool isAscii(const std::string &text) {
+  return std::all_of(text.begin(), text.end(), [](char byte) { return (byte & 0x80) == 0; });
+}
+
+// Whether a parser reads an element of that name or with that value. Expat decodes strictly.
+
+bool isStrictValue(const std::string &value) {
+  std::string text;
+  for (const char byte : value) text += std::strchr("<&>", byte) == nullptr ? byte : '.';
+  return outlineBy(other_parsers::kExpat, "<a>" + text + "</a>") != "refused";
+}
+
+bool isStrictName(const std::string &name) {
+  Outline expected;
+  expected.start(name);
+  expected.end();
+  return !name.empty() && name.front() != ':' && name.back() != ':' && isStrictValue(name) &&
+         outlineBy(other_parsers::kLibxml2, "<" + name + "/>") == expected.whole();
+}
+
+bool isAsciiName(const std::string &name) { return isAscii(name) && isStrictName(name); }
+
+// What a kind of printing accepts.
+struct Rules {
+  bool (*isName)(const std::string &);
+  bool (*isValue)(const std::string &);
+};
+constexpr Rules kExact = {isName, isValue};
+constexpr Rules kStrict = {isStrictName, isStrictValue};
+constexpr Rules kStrictAscii = {isAsciiName, isStrictValue};
+
 const char *valueOf(const XmlNode *node) { return node->value == nullptr ? "" : node->value; }
 
-bool isRepresentable(const XmlNode *node) {
-  if (node->name == nullptr || !isName(qualifiedName(node)) || !isValue(valueOf(node))) {
-    return false;
-  }
+bool isRepresentable(const XmlNode *node, const Rules &rules) {
+  if (node->name == nullptr) return false;
+  if (!rules.isName(qualifiedName(node)) || !rules.isValue(valueOf(node))) return false;
   if (node->type == NEB_XML_NODE_ATTRIBUTE) return true;
   if (node->type != NEB_XML_NODE_ELEMENT && node->type != NEB_XML_NODE_DOCUMENT) return false;
   std::set<std::string> names;
   for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
-    if (!isRepresentable(attr) || !names.insert(qualifiedName(attr)).second) return false;
+    if (!isRepresentable(attr, rules) || !names.insert(qualifiedName(attr)).second) return false;
   }
   return node->firstChild == nullptr ||
          valueOf(node)[std::strspn(valueOf(node), " \t\n\r")] == '\0';
 }
 
-// All that exact printing keeps. No string holds a NUL.
-std::string kept(const XmlNode *first) {
-  std::string all;
-  const auto add = [&all](const std::string &text) { all.append(text).append(1, '\0'); };
-  for (const XmlNode *node = first; node != nullptr; node = NEB_XML_Iterator(node)) {
-    add(qualifiedName(node));
-    for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
-      add(qualifiedName(attr));
-      add(valueOf(attr));
-    }
-    uint32_t children = 0;
-    NEB_XML_GetNodeChildNum(node, &children);
-    add(std::to_string(children));
-    if (children == 0) add(valueOf(node));
-  }
-  return all;
+bool isRepresentableTree(const XmlNode *top, const Rules &rules) {
+  const XmlNode *node = top;
+  while (node != nullptr && isRepresentable(node, rules)) node = NEB_XML_Iterator(node);
+  return node == nullptr;
 }
 
 // Replaces strings and adds nodes as the bytes of the input choose, again from its beginning.
@@ -104,10 +128,7 @@ void edit(XmlNode *node, Bytes bytes) {
 }
 
 void checkExact(const XmlNode *document) {
-  bool fits = true;
-  for (const XmlNode *node = document; node != nullptr; node = NEB_XML_Iterator(node)) {
-    fits = fits && isRepresentable(node);
-  }
+  const bool fits = isRepresentableTree(document, kExact);
   for (const uint32_t width : {0U, 1U, 3U, 16U}) {
     char *text = nullptr;
     const uint32_t result = NEB_XML_TransformIndented(document, width, &text);
@@ -115,9 +136,52 @@ void checkExact(const XmlNode *document) {
     if (!fits) continue;
     XmlNode *again = nullptr;
     require(NEB_XML_Parse(text, &again) == kOk);
-    require(kept(again) == kept(document));
+    require(outlineOf(again) == outlineOf(document));
     XML_FreeNode(again);
     NEB_XML_FreeMem(text);
+  }
+}
+
+// Most inputs begin and end alike, so all of their bytes choose.
+NEB_XML_PRINT_OPTIONS chosenOptions(const std::string &input) {
+  constexpr uint32_t kAllFlags = 127;
+  constexpr uint32_t kWidest = 16;
+  const size_t hash = std::hash<std::string>()(input);
+  auto flags = static_cast<uint32_t>(hash) & kAllFlags;
+  const bool isOneLine = (flags & NEB_XML_PRINT_ONE_LINE) != 0;
+  if (isOneLine) flags &= ~uint32_t{NEB_XML_PRINT_TABS};
+  const auto width = static_cast<uint32_t>(hash / (kAllFlags + 1) % kWidest);
+  return {sizeof(NEB_XML_PRINT_OPTIONS), flags, isOneLine ? 0 : 1 + width};
+}
+
+bool hasAsciiNames(const XmlNode *top) {
+  for (const XmlNode *node = top; node != nullptr; node = NEB_XML_Iterator(node)) {
+    if (!isAscii(qualifiedName(node))) return false;
+    for (const XmlNode *attr = node->firstAttr; attr != nullptr; attr = attr->next) {
+      if (!isAscii(qualifiedName(attr))) return false;
+    }
+  }
+  return true;
+}
+
+void checkStrict(const XmlNode *document, const NEB_XML_PRINT_OPTIONS &options) {
+  std::string whole;
+  const uint32_t result = NEB_XML_Print(document, &options, appendTo, &whole);
+  const bool isAsciiOnly = (options.flags & NEB_XML_PRINT_ASCII) != 0;
+  const bool fits = isRepresentableTree(document, isAsciiOnly ? kStrictAscii : kStrict);
+  require(result == (fits ? kOk : kUnwritable));
+  if (!fits) return;
+  require(!isAsciiOnly || isAscii(whole));
+  const std::string expected = outlineOf(document);
+  for (const other_parsers::OtherParser *parser : other_parsers::kOtherParsers) {
+    if (!parser->knowsFifthEdition && !hasAsciiNames(document)) continue;
+    require(outlineBy(*parser, whole) == expected);
+  }
+  for (const uint32_t flags : kParseFlags) {
+    XmlNode *again = nullptr;
+    require(NEB_XML_ParseBuffer(whole.data(), whole.size(), flags, &again, nullptr) == kOk);
+    require(outlineOf(again) == expected);
+    XML_FreeNode(again);
   }
 }
 
@@ -133,9 +197,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     for (XmlNode *node = first; node != nullptr; node = node->next) checkAgainstModel(node);
     if (first->firstChild != nullptr) checkAgainstModel(first->firstChild);
     if (first->next == nullptr) {
+      const NEB_XML_PRINT_OPTIONS options = chosenOptions(input);
       checkExact(first);
+      checkStrict(first, options);
       edit(first, Bytes(data, size));
       checkExact(first);
+      checkStrict(first, options);
     }
     XML_FreeNode(first);
   }

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <string_view>
 #include <tuple>
 
 #include "platform/bounded_memory.h"
@@ -31,6 +32,11 @@ enum class Presence { absent, regular, unusable };
 struct Target {
   Path path;
   Presence presence;
+};
+
+struct Content {
+  ContentWriter writeInto;
+  void *context;
 };
 
 // A file is only absent if the system says so: other errors hide what is there.
@@ -77,17 +83,6 @@ int openTemporary(const Target &target, Path &path) {
   return -1;
 }
 
-bool writeAll(int file, const char *text, size_t length) {
-  while (length > 0) {
-    const ssize_t written = write(file, text, std::min(length, kLargestWrite));
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    text += written;
-    length -= static_cast<size_t>(written);
-  }
-  return true;
-}
-
 bool flush(int file) {
   while (fsync(file) != 0) {
     if (errno != EINTR) return false;
@@ -127,10 +122,10 @@ std::optional<WriteOutcome> flushWithRights(int file, const Target &target) {
 }
 
 // Some file systems report a failed write no earlier than when the file is closed.
-std::optional<WriteOutcome> fillAndClose(int file, const Target &target, const char *text,
-                                         size_t length) {
+std::optional<WriteOutcome> fillAndClose(int file, const Target &target, const Content &content) {
+  const bool isFilled = content.writeInto(NewFile(file), content.context);
   const std::optional<WriteOutcome> outcome =
-      writeAll(file, text, length) ? flushWithRights(file, target) : WriteOutcome::notWritten;
+      isFilled ? flushWithRights(file, target) : WriteOutcome::notWritten;
   const int cause = errno;
   const bool isClosed = close(file) == 0;
   if (outcome == WriteOutcome::written) return isClosed ? outcome : WriteOutcome::notWritten;
@@ -155,11 +150,11 @@ void flushFolderOf(char *path) {
   close(folder);
 }
 
-std::optional<WriteOutcome> tryToReplace(const Target &target, const char *text, size_t length) {
+std::optional<WriteOutcome> tryToReplace(const Target &target, const Content &content) {
   Path temporary;
   const int file = openTemporary(target, temporary);
   if (file < 0) return WriteOutcome::notOpened;
-  std::optional<WriteOutcome> outcome = fillAndClose(file, target, text, length);
+  std::optional<WriteOutcome> outcome = fillAndClose(file, target, content);
   if (outcome == WriteOutcome::written && std::rename(temporary, target.path) != 0) {
     outcome = WriteOutcome::notWritten;
   }
@@ -167,21 +162,43 @@ std::optional<WriteOutcome> tryToReplace(const Target &target, const char *text,
   return outcome;
 }
 
+bool writeWhole(NewFile file, void *text) {
+  const auto &whole = *static_cast<const std::string_view *>(text);
+  return file.write(whole.data(), whole.size());
+}
+
 }  // namespace
 
-WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length) {
+bool NewFile::write(const char *bytes, size_t length) const {
+  while (length > 0) {
+    const ssize_t written = ::write(file_, bytes, std::min(length, kLargestWrite));
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    bytes += written;
+    length -= static_cast<size_t>(written);
+  }
+  return true;
+}
+
+WriteOutcome replaceFile(const char *path, ContentWriter writeInto, void *context) {
   if (strnlen(path, kLongestOutputPath + 1) > kLongestOutputPath) return WriteOutcome::notOpened;
-  if (length == 0) return WriteOutcome::notWritten;  // nothing is no document to replace one by
+  const Content content = {writeInto, context};
   Target target;
   if (!resolveTarget(path, &target)) return WriteOutcome::notOpened;
   for (unsigned tries = 0; tries < kTries; ++tries) {
-    const std::optional<WriteOutcome> outcome = tryToReplace(target, text, length);
+    const std::optional<WriteOutcome> outcome = tryToReplace(target, content);
     if (outcome == WriteOutcome::written) flushFolderOf(target.path);
     if (outcome.has_value()) return *outcome;
     target.presence = Presence::regular;
   }
   errno = EBUSY;
   return WriteOutcome::notWritten;
+}
+
+WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length) {
+  if (length == 0) return WriteOutcome::notWritten;  // nothing is no document to replace one by
+  std::string_view whole(text, length);
+  return replaceFile(path, writeWhole, &whole);
 }
 
 }  // namespace neb::platform

@@ -7,10 +7,29 @@
 
 namespace neb::platform {
 
+// The temporary file, while its content is written.
+class NewFile {
+ public:
+  explicit NewFile(int file) : file_(file) {}
+
+  // Appends. False if not all of it was written.
+  bool write(const char *bytes, size_t length) const;
+
+ private:
+  int file_;
+};
+
+// Writes the whole content; false if that fails.
+using ContentWriter = bool (*)(NewFile file, void *context);
+
 // Writes a temporary file beside the target, gives it the target's rights (see file_rights.h),
 // flushes it to the disk and renames it over the target. Its name cannot be predicted. A symbolic
 // link is followed. The target must be a regular file or not exist. After a failure the old file
-// is unchanged and no temporary one is left.
+// is unchanged and no temporary one is left. If others change the target meanwhile, the content is
+// written again.
+WriteOutcome replaceFile(const char *path, ContentWriter writeInto, void *context);
+
+// The same with a content that is in memory. An empty one is not written.
 WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length);
 
 }  // namespace neb::platform

@@ -429,7 +429,8 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Load(const char *path,
  * every start tag of an element with children, every childless element and every end tag ends in a
  * line feed. In values the characters " ' < > are written as references, and & as well unless it
  * begins one; names are written as they are. What they print of an edited tree may not parse, or to
- * other values. NEB_XML_TransformIndented and NEB_XML_SaveFile are exact instead.
+ * other values. NEB_XML_TransformIndented and NEB_XML_SaveFile are exact instead: this library
+ * reads the same tree. NEB_XML_Print and NEB_XML_Save are strict: every XML parser does.
  *
  * start  an element or document; printed with its subtree, without its siblings. Not written to.
  * text   receives a NUL-terminated string from the allocation hook, exactly as large as needed;
@@ -515,6 +516,37 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformIndented(const XmlNode *s
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path,
                                                        uint32_t width);
 
+/** Flags of NEB_XML_PRINT_OPTIONS. */
+enum NEB_XML_PRINT_FLAG {
+  /** Begins with <?xml version="1.0" encoding="UTF-8"?>, or "US-ASCII". */
+  NEB_XML_PRINT_DECLARATION = 1,
+  /** Writes characters beyond ASCII as numeric references. Names cannot have any. */
+  NEB_XML_PRINT_ASCII = 2,
+  /** Indents by tabs instead of spaces. */
+  NEB_XML_PRINT_TABS = 4,
+  /** Ends lines with a carriage return and a line feed. Line feeds of values do not change. */
+  NEB_XML_PRINT_CRLF = 8,
+  /** Ends no line but the last. */
+  NEB_XML_PRINT_ONE_LINE = 16,
+  /** Writes an empty element as <x></x> instead of <x/>. */
+  NEB_XML_PRINT_END_TAGS = 32,
+  /** Does not end the last line. */
+  NEB_XML_PRINT_NO_FINAL_LINE_END = 64
+};
+
+/**
+ * How NEB_XML_Print and NEB_XML_Save write. A zeroed record, and a null pointer to one, mean the
+ * defaults: UTF-8 without a declaration, lines as in NEB_XML_Transform, without indentation. To set
+ * a field, set size too. NEB_XML_ERR_INVALID_PARAM is returned for a record of size 0 with other
+ * fields that are not 0, for unknown flags, and for unknown fields in use in a record of a later
+ * version; also for tabs with an indentation of 0, and for one line with another indentation.
+ */
+typedef struct NEB_XML_PRINT_OPTIONS {
+  size_t size;     /**< sizeof(NEB_XML_PRINT_OPTIONS). */
+  uint32_t flags;  /**< Of enum NEB_XML_PRINT_FLAG. */
+  uint32_t indent; /**< Spaces or tabs for each level, 0 to 16; no line has more than 128. */
+} NEB_XML_PRINT_OPTIONS;
+
 /**
  * Receives a part of a document.
  *
@@ -525,6 +557,54 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SaveFile(const XmlNode *start, con
  * function must return, neither throw nor jump, and must not change the tree.
  */
 typedef uint32_t (*NEB_XML_SINK)(void *context, const char *bytes, size_t length);
+
+/**
+ * Writes a subtree as a document, part by part. Every XML parser reads the same names, values,
+ * attributes and structure in it; so does this library, strictly or not. Prefer it to
+ * NEB_XML_TransformIndented if the output leaves the program, is large, or needs a layout of its
+ * own. It also checks every character, and its results distinguish what cannot be written from
+ * wrong arguments.
+ *
+ * References, empty values and white space are written as NEB_XML_TransformIndented writes them.
+ * Parsers that know no edition of XML 1.0 beyond the fourth refuse some names beyond ASCII.
+ *
+ * node     an element or document; written with its subtree, without its siblings.
+ * options  may be null.
+ * sink     receives the document. Parts that were written before a failure are not taken back.
+ * context  passed to sink; may be null.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null node or sink, an attribute, or wrong
+ * options; NEB_XML_ERR_NO_MEMORY; what sink returned; NEB_XML_ERR_UNWRITABLE for what no document
+ * can hold:
+ *   - a node of another type than element and document;
+ *   - a name, its prefix included, that is missing, no Name of XML 1.0 (fifth edition), begins or
+ *     ends with ':', or is not ASCII where that is chosen;
+ *   - two attributes of one element whose whole names are the same;
+ *   - a value that is not UTF-8, or has a character that XML does not allow: a control character
+ *     below 0x20 other than tab, line feed and carriage return, a surrogate, U+FFFE or U+FFFF;
+ *   - a value beside children that is more than white space.
+ * The first failure that printing meets decides. Memory is allocated only for names of more than
+ * 16000 bytes and for elements of more than 24 attributes, while each is written. Cost: linear in
+ * the nodes, strings and indentation; 18 KiB of stack.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Print(const XmlNode *node,
+                                                    const NEB_XML_PRINT_OPTIONS *options,
+                                                    NEB_XML_SINK sink, void *context);
+
+/**
+ * Writes a subtree to a file as NEB_XML_Print does, and replaces the file atomically as
+ * NEB_XML_SaveFile does. Prefer it to NEB_XML_SaveFile for the same reasons; the document is never
+ * held in memory.
+ *
+ * node, options  as for NEB_XML_Print.
+ * path           as for NEB_XML_SaveFile.
+ * Returns the results of NEB_XML_Print, NEB_XML_ERR_INVALID_PARAM also for a null path, and those
+ * of NEB_XML_SaveFile for the file. The temporary file is made first: if that fails, what cannot be
+ * written is not reported. After any failure the old file is unchanged, and nothing is left behind
+ * unless the folder forbids removing it. If others replace the old file meanwhile, the document is
+ * written again, up to 16 times.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Save(const XmlNode *node, const char *path,
+                                                   const NEB_XML_PRINT_OPTIONS *options);
 
 /* --- Tree: making and freeing nodes ----------------------------------------------------------- */
 
@@ -1191,7 +1271,7 @@ typedef struct NEB_XML_EDIT {
  * context  passed to sink; may be null.
  *
  * Read strictly, the result is the tree after the same edits. In detail:
- *   - Values are escaped as NEB_XML_TransformIndented does. In a document that declares US-ASCII,
+ *   - Values are escaped as NEB_XML_Print does. In a document that declares US-ASCII,
  *     other characters are written as references.
  *   - The value of an attribute keeps its quotes. That of an element replaces its text, CDATA
  *     sections, comments and processing instructions from the first to the last byte of text; those
@@ -1214,10 +1294,9 @@ typedef struct NEB_XML_EDIT {
  *                               for one element, and any other edit of or in a removed node;
  *   NEB_XML_ERR_NOT_FOUND       tree and bytes differ, nodes of several trees, or no such attribute;
  *   NEB_XML_ERR_ALREADY_EXISTS  an element would have two attributes of one name;
- *   NEB_XML_ERR_UNWRITABLE      names, values and content that NEB_XML_TransformIndented refuses,
- *                               or whose characters XML does not allow; a name with other
- *                               characters than ASCII in a document that declares US-ASCII; a value
- *                               for an element with children, a child for one with text.
+ *   NEB_XML_ERR_UNWRITABLE      names, values and content that NEB_XML_Print refuses; a name with
+ *                               other characters than ASCII in a document that declares US-ASCII; a
+ *                               value for an element with children, a child for one with text.
  * After any of these but the sink's, nothing has been written. Cost: linear in the document, the
  * edits and what they insert, the attributes of the elements whose attributes they name, and sorting
  * of both. Memory: as NEB_XML_Locate, what is inserted, and about 600 bytes for each edit.

@@ -2,13 +2,14 @@
 
 #include <algorithm>
 
+#include "characters/characters.h"
+#include "characters/utf8.h"
 #include "tree/references.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
-constexpr uint32_t kLargestCharacter = 0x10FFFF;
 constexpr size_t kSlice = 4096;
 
 // The value of a digit in base 10 or 16; the base itself for any other character.
@@ -140,5 +141,70 @@ template <typename Value>
 template char *xmlCopyWithEscape<LenientValue>(Output &, char *, const char *, size_t);
 template char *xmlCopyWithEscape<ExactAttributeValue>(Output &, char *, const char *, size_t);
 template char *xmlCopyWithEscape<ExactElementValue>(Output &, char *, const char *, size_t);
+
+namespace {
+
+bool isAsciiByte(char byte) { return (byte & 0x80) == 0; }
+bool isUtf8Tail(char byte) { return (byte & 0xC0) == 0x80; }
+
+// Where characters beyond ASCII end, within so many bytes or, in the middle of a character, a few
+// more.
+const char *endOfOthers(const char *from, const char *end, size_t most) {
+  const char *enough = from + std::min(static_cast<size_t>(end - from), most);
+  while (from != enough && !isAsciiByte(*from)) ++from;
+  for (size_t more = 1; more < kLongestUtf8 && from != end && isUtf8Tail(*from); ++more) ++from;
+  return from;
+}
+
+// Writes characters beyond ASCII, at most about as many bytes as are said. Returns null if XML does
+// not allow one of them.
+char *copyOthers(char *to, const char **value, const char *end, size_t most) {
+  const char *from = *value;
+  *value = endOfOthers(from, end, most);
+  if (findForbidden(from, *value) != *value) return nullptr;
+  return copyString(to, from, static_cast<size_t>(*value - from));
+}
+
+char *writeNumericReference(char *to, const char **value, const char *end) {
+  const Character character = characterAt(*value, end);
+  if (character.length == 0) return nullptr;
+  *value += character.length;
+  char digits[7];  // of the largest character
+  size_t count = 0;
+  for (uint32_t code = character.code; code != 0; code /= 10) {
+    digits[count++] = static_cast<char>('0' + code % 10);
+  }
+  to = writeLiteral(to, "&#");
+  while (count > 0) *to++ = digits[--count];
+  return writeLiteral(to, ";");
+}
+
+}  // namespace
+
+template <typename Value>
+[[gnu::noinline]] char *copyStrictly(SinkOutput &output, char *to, const char *value, size_t length,
+                                     bool isAscii) {
+  const char *end = value + length;
+  while (value != end) {
+    const size_t ahead = std::min(static_cast<size_t>(end - value), kSlice);
+    to = output.withRoom(to, ahead);
+    if (to == nullptr) return nullptr;
+    const size_t written = writeRun<Value>(to, value, ahead);
+    value += written;
+    to += written;
+    if (written == ahead) continue;
+    if (isAsciiByte(*value)) {
+      to = ExactAttributeValue::writeEscaped(to, value++);
+    } else {
+      to = isAscii ? writeNumericReference(to, &value, end)
+                   : copyOthers(to, &value, end, ahead - written);
+    }
+    if (to == nullptr) return output.refuse(NEB_XML_ERR_UNWRITABLE);
+  }
+  return output.withRoom(to, 0);
+}
+
+template char *copyStrictly<StrictAttributeValue>(SinkOutput &, char *, const char *, size_t, bool);
+template char *copyStrictly<StrictElementValue>(SinkOutput &, char *, const char *, size_t, bool);
 
 }  // namespace neb::xml::internal

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "printer/output.h"
+#include "printer/sink_output.h"
 #include "simd/vector.h"
 
 namespace neb::xml::internal {
@@ -48,10 +49,28 @@ struct ExactElementValue {
   static constexpr auto writeEscaped = ExactAttributeValue::writeEscaped;
 };
 
+// The same for values in which every character is looked at. What is not ASCII is found as well.
+struct StrictAttributeValue {
+  static Vector findEscaped(Vector bytes) {
+    return ExactAttributeValue::findEscaped(bytes) | (bytes > 0x7F);
+  }
+};
+
+struct StrictElementValue {
+  static Vector findEscaped(Vector bytes) {
+    return ExactElementValue::findEscaped(bytes) | (bytes > 0x7F);
+  }
+};
+
 // Copies a value. Behind the returned cursor there is room for Output::kSlack bytes of markup. Null
 // after a failure.
 template <typename Value>
 char *xmlCopyWithEscape(Output &output, char *to, const char *value, size_t length);
+
+// Copies a value of characters that XML allows, in UTF-8; those beyond ASCII unchanged, or as
+// references. Otherwise as above.
+template <typename Value>
+char *copyStrictly(SinkOutput &output, char *to, const char *value, size_t length, bool isAscii);
 
 // Parsing drops white space other than spaces before an element's text, and may take nothing but
 // white space for a value. What begins with a reference is text. So the first character is written

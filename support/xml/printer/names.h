@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "characters/characters.h"
 #include "kernels/byte_sets.h"
 #include "record/node.h"
 #include "simd/vector.h"
@@ -10,29 +11,37 @@
 
 namespace neb::xml::internal {
 
-// ASCII that no name holds; bytes of other characters pass.
-inline Vector findOutsideNames(Vector bytes) {
+inline Vector findAsciiOfNames(Vector bytes) {
   const Vector isLetter = (bytes | ('a' ^ 'A')) - 'a' < 26;
   const Vector isDigitOrColon = bytes - '0' < 11;
   const Vector isHyphenOrDot = bytes - '-' < 2;
-  return ~(isLetter | isDigitOrColon | isHyphenOrDot | (bytes == '_') | (bytes > 0x7F));
+  return isLetter | isDigitOrColon | isHyphenOrDot | (bytes == '_');
 }
 
-inline bool mayBeginName(char byte) {
+// Which bytes a name may have. Of all other characters, every byte passes, or none.
+struct AnyCharacters {
+  static Vector find(Vector bytes) { return findAsciiOfNames(bytes) | (bytes > 0x7F); }
+};
+struct AsciiCharacters {
+  static Vector find(Vector bytes) { return findAsciiOfNames(bytes); }
+};
+
+inline bool isFirstOfName(char byte) {
   return (byte < '0' || byte > ':') && byte != '-' && byte != '.';
 }
 
 // Parsing can split a name with its prefix only if there is no colon at its beginning or end.
 inline bool beginsAndEndsAsName(const char *name, const char *end) {
-  return name != end && mayBeginName(*name) && end[-1] != ':';
+  return name != end && isFirstOfName(*name) && end[-1] != ':';
 }
 
 // Whether a name with its prefix is one in XML that parsing can split. There are some bytes behind
 // it, so that whole vectors can be read.
-inline bool isName(const char *name, const char *end) {
+template <typename Bytes>
+bool isName(const char *name, const char *end) {
   if (!beginsAndEndsAsName(name, end)) return false;
   for (; name < end; name += kVectorSize) {
-    const uint64_t outside = bitsOf(findOutsideNames(loadVector(name)));
+    const uint64_t outside = bitsOf(~Bytes::find(loadVector(name)));
     const size_t left = std::min(static_cast<size_t>(end - name), kVectorSize);
     if ((outside & ((uint64_t{1} << left) - 1)) != 0) return false;
   }
@@ -41,8 +50,14 @@ inline bool isName(const char *name, const char *end) {
 
 // The same for a short name whose bytes are in a register as well, with zeros behind them. The
 // vector need not wait until the name has been written.
-inline bool isShortName(Vector bytes, const char *name, const char *end) {
-  return beginsAndEndsAsName(name, end) && bitsOf(findOutsideNames(bytes) & (bytes != 0)) == 0;
+template <typename Bytes>
+bool isShortName(Vector bytes, const char *name, const char *end) {
+  return beginsAndEndsAsName(name, end) && bitsOf(~Bytes::find(bytes) & (bytes != 0)) == 0;
+}
+
+// The same with all characters looked at, not only those of ASCII.
+inline bool isUnicodeName(const char *name, const char *end) {
+  return beginsAndEndsAsName(name, end) && isXmlName(name, static_cast<size_t>(end - name));
 }
 
 // Finds duplicate attribute names in a tag.
@@ -55,13 +70,12 @@ class AttributeNames {
   }
 
   // Adds the tag's next attribute, whose whole name is given as it is printed. Returns NEB_XML_OK,
-  // NEB_XML_ERR_INVALID_PARAM for a duplicate, or NEB_XML_ERR_NO_MEMORY.
+  // NEB_XML_ERR_ALREADY_EXISTS for a duplicate, or NEB_XML_ERR_NO_MEMORY.
   uint32_t add(const XmlNode *attribute, const char *name, const char *end) {
     if (element_->firstAttr->next == nullptr) return NEB_XML_OK;  // most elements have one at most
     const uint64_t key = NameKey::of(name, static_cast<size_t>(end - name), 0);
     if (duplicates_.addIfNew(key, &seen_)) return NEB_XML_OK;
-    const uint32_t result = duplicates_.add(key, element_->firstAttr, attribute, &seen_);
-    return result == NEB_XML_ERR_ALREADY_EXISTS ? uint32_t{NEB_XML_ERR_INVALID_PARAM} : result;
+    return duplicates_.add(key, element_->firstAttr, attribute, &seen_);
   }
 
  private:

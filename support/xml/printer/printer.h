@@ -1,25 +1,20 @@
-// Printing trees as documents.
+// The walk over a tree that writes it as a document, whatever the kind of printing.
+#pragma once
+
 #include <algorithm>
 #include <cstring>
 #include <type_traits>
 
-#include "neb_xml.h"
-#include "platform/bounded_memory.h"
-#include "platform/output_file.h"
-#include "platform/replaced_file.h"
 #include "printer/escaping.h"
 #include "printer/names.h"
-#include "printer/output.h"
 #include "record/node_strings.h"
 
 namespace neb::xml::internal {
 
-namespace {
-
 enum PrintMode { XML_PRINT_FULL = 0, XML_PRINT_HEAD = 1, XML_PRINT_TAIL = 2 };
 
-constexpr uint32_t kWidestIndent = 16;      // for one level
-constexpr size_t kWidestIndentation = 128;  // in all
+inline constexpr uint32_t kWidestIndent = 16;      // for one level
+inline constexpr size_t kWidestIndentation = 128;  // in all
 
 // How to write any name, with its prefix.
 class AnyName {
@@ -41,7 +36,10 @@ class AnyName {
   }
 
   // To be asked once it has been written.
-  bool isXmlName(const char *begin, const char *end) const { return isName(begin, end); }
+  template <typename Bytes>
+  bool isXmlName(const char *begin, const char *end) const {
+    return isName<Bytes>(begin, end);
+  }
 
  private:
   const XmlNode &node_;
@@ -64,8 +62,9 @@ class ShortName {
 
   size_t length() const { return length_; }
   char *writeTo(char *to) const { return string_.copyTo(to, length_); }
+  template <typename Bytes>
   bool isXmlName(const char *begin, const char *end) const {
-    return isShortName(string_.bytes(), begin, end);
+    return isShortName<Bytes>(string_.bytes(), begin, end);
   }
 
  private:
@@ -73,53 +72,32 @@ class ShortName {
   ShortString string_;
 };
 
-// A tree or one of its halves, in the lenient way.
-struct HalfPrinting {
-  const XmlNode *start;
-  PrintMode mode;
-  static constexpr size_t width = 0;
-  static constexpr bool isExact = false;
-};
-
-// A whole tree in the lenient way. A type of its own, so that no node has to look at the mode.
-struct LenientPrinting {
-  const XmlNode *start;
-  static constexpr PrintMode mode = XML_PRINT_FULL;
-  static constexpr size_t width = 0;
-  static constexpr bool isExact = false;
-};
-
-// So that parsing builds the same tree. What no document can hold is refused.
-struct ExactPrinting {
-  const XmlNode *start;
-  size_t width;  // spaces for each level
-  static constexpr PrintMode mode = XML_PRINT_FULL;
-  static constexpr bool isExact = true;
-};
-
 // Only exact printing compares the names of attributes.
 struct NoNames {};
 
+// The kind says what is written, and into what. Sources define theirs in a namespace without a
+// name, so that the compiler knows all that is done with each.
 template <typename PrintingKind>
 class Printer {
  public:
-  Printer(const PrintingKind &printing, Output &output) : printing_(printing), output_(output) {}
+  using Target = typename PrintingKind::Target;
+
+  Printer(const PrintingKind &printing, Target &output) : printing_(printing), output_(output) {}
 
   [[gnu::flatten]] void print() {
-    char *to = output_.begin();
+    char *to = printing_.writeBeginning(output_.begin());
     for (const XmlNode *node = printing_.start; node != nullptr;) {
       to = xmlPrintDomTreeRecursive(node, to);
       if (to == nullptr) return;
       node = node->firstChild != nullptr ? descend(node) : ascend(node, &to);
     }
-    output_.end(to);
+    output_.end(printing_.endLastLine(to));
   }
 
  private:
   using Names = std::conditional_t<PrintingKind::isExact, AttributeNames, NoNames>;
-  using ElementValue = std::conditional_t<PrintingKind::isExact, ExactElementValue, LenientValue>;
-  using AttributeValue =
-      std::conditional_t<PrintingKind::isExact, ExactAttributeValue, LenientValue>;
+  using ElementValue = typename PrintingKind::ElementValue;
+  using AttributeValue = typename PrintingKind::AttributeValue;
 
   const XmlNode *descend(const XmlNode *node) {
     ++depth_;
@@ -155,17 +133,20 @@ class Printer {
   char *xmlPrintDomTreeRecursive(const XmlNode *node, char *to) {
     if (isTag(node) && printing_.mode != XML_PRINT_TAIL) return writeOpening(node, to);
     const bool isRefused = node->name == nullptr || PrintingKind::isExact;
-    if (isRefused) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+    if (isRefused) return refuse();
     // The opening half may have left the node open.
     const bool isOpen = isTag(node) && node->firstChild == nullptr && isLast(node);
     return isOpen && node != printing_.start ? writeClosing(node, to) : to;
   }
 
+  // What no document can hold.
+  char *refuse() { return output_.refuse(PrintingKind::kRefusal); }
+
   // Calls a function with the name of a node that has one.
   template <typename Function>
   char *withName(const XmlNode *node, const Function &function) {
     if (ShortName::isOneOf(node)) return function(ShortName(node));
-    if (node->name == nullptr) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+    if (node->name == nullptr) return refuse();
     return function(AnyName(node));
   }
 
@@ -184,9 +165,10 @@ class Printer {
   char *writeRestOfOpening(char *to, const XmlNode *node, const Name &name) {
     if (node->firstChild != nullptr) {
       const bool isMixed = PrintingKind::isExact && !isWhitespaceOnly(node->value);
-      return isMixed ? output_.refuse(NEB_XML_ERR_INVALID_PARAM) : writeTagEnd(to);
+      return isMixed ? refuse() : writeTagEnd(to);
     }
-    return hasText(node) ? writeValueAndEndTag(to, node, name) : writeEmptyElementEnd(to, node);
+    const bool hasEndTag = hasText(node) || printing_.hasEndTagsOfEmptyElements;
+    return hasEndTag ? writeValueAndEndTag(to, node, name) : writeEmptyElementEnd(to, node);
   }
 
   // Parsing takes an empty value for none.
@@ -206,7 +188,7 @@ class Printer {
     char *begin = writeLiteral(writeIndent(to, depth_), "<");
     char *end = name.writeTo(begin);
     if constexpr (PrintingKind::isExact) {
-      if (!name.isXmlName(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+      if (!printing_.allowsName(name, begin, end)) return refuse();
       names_.beginTag(node);
     }
     return end;
@@ -227,8 +209,9 @@ class Printer {
     char *begin = writeLiteral(to, " ");
     char *end = name.writeTo(begin);
     if constexpr (PrintingKind::isExact) {
-      if (!name.isXmlName(begin, end)) return output_.refuse(NEB_XML_ERR_INVALID_PARAM);
+      if (!printing_.allowsName(name, begin, end)) return refuse();
       const uint32_t result = names_.add(attribute, begin, end);
+      if (result == NEB_XML_ERR_ALREADY_EXISTS) return refuse();
       if (result != NEB_XML_OK) return output_.refuse(result);
     }
     return end;
@@ -250,7 +233,7 @@ class Printer {
         return to + length;
       }
     }
-    return xmlCopyWithEscape<Value>(output_, to, node->value, length);
+    return printing_.template copyValue<Value>(output_, to, node->value, length);
   }
 
   template <typename Value>
@@ -264,7 +247,7 @@ class Printer {
     return writeLiteral(wouldMislead ? writeLiteral(to, " ") : to, ">");
   }
 
-  static char *writeTagEnd(char *to) { return writeLiteral(writeTagClose(to), "\n"); }
+  char *writeTagEnd(char *to) const { return printing_.writeLineEnd(writeTagClose(to)); }
 
   template <typename Name>
   char *writeValueAndEndTag(char *to, const XmlNode *node, const Name &name) {
@@ -274,10 +257,11 @@ class Printer {
   }
 
   char *writeText(char *to, const XmlNode *node) {
-    if (PrintingKind::isExact && mayBeWhitespace(*node->value)) {
+    const bool isEmpty = printing_.hasEndTagsOfEmptyElements && node->value == nullptr;
+    if (PrintingKind::isExact && !isEmpty && mayBeWhitespace(*node->value)) {
       const size_t written = writeFirstWhitespace(&to, node->value);
-      return xmlCopyWithEscape<ElementValue>(output_, to, node->value + written,
-                                             valueLengthOf(node) - written);
+      return printing_.template copyValue<ElementValue>(output_, to, node->value + written,
+                                                        valueLengthOf(node) - written);
     }
     return writeValue<ElementValue>(to, node);
   }
@@ -286,7 +270,7 @@ class Printer {
   char *writeEmptyElementEnd(char *to, const XmlNode *node) {
     const bool staysOpen = printing_.mode == XML_PRINT_HEAD && isLast(node);
     if (!staysOpen) to = writeLiteral(to, "/");
-    return writeLiteral(to, ">\n");
+    return printing_.writeLineEnd(writeLiteral(to, ">"));
   }
 
   // An end tag on a line of its own.
@@ -312,103 +296,20 @@ class Printer {
 
   char *writeIndent(char *to, size_t depth) const {
     const size_t count = indentationOf(depth);
-    const Vector spaces = Vector{} + ' ';
+    const Vector spaces = Vector{} + static_cast<uint8_t>(printing_.indentation);
     for (size_t at = 0; at < count; at += kVectorSize) storeVector(to + at, spaces);
     return to + count;
   }
 
   template <typename Name>
-  static char *writeEndTag(char *to, const Name &name) {
-    return writeLiteral(writeTagClose(name.writeTo(writeLiteral(to, "</"))), "\n");
+  char *writeEndTag(char *to, const Name &name) const {
+    return printing_.writeLineEnd(writeTagClose(name.writeTo(writeLiteral(to, "</"))));
   }
 
   PrintingKind printing_;
   size_t depth_ = 0;  // of the node at hand, below start
-  Output &output_;
+  Target &output_;
   [[no_unique_address]] Names names_;
 };
 
-// *text is null when nothing is printed.
-template <typename PrintingKind>
-uint32_t printTree(const PrintingKind &printing, char **text, size_t *length) {
-  Output printed;
-  Printer(printing, printed).print();
-  if (printed.result() != NEB_XML_OK) return printed.result();
-  *text = nullptr;
-  *length = printed.length();
-  if (*length == 0) return NEB_XML_OK;
-  *text = printed.handOut();
-  return *text != nullptr ? NEB_XML_OK : NEB_XML_ERR_NO_MEMORY;
-}
-
-bool isPrintable(const XmlNode *start) { return start != nullptr && !isAttribute(start); }
-
-template <typename PrintingKind>
-uint32_t transform(const PrintingKind &printing, char **text) {
-  if (!isPrintable(printing.start) || text == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  char *printed = nullptr;
-  size_t length = 0;
-  const uint32_t result = printTree(printing, &printed, &length);
-  if (result == NEB_XML_OK) *text = printed;
-  return result;
-}
-
-uint32_t resultOf(platform::WriteOutcome outcome) {
-  switch (outcome) {
-    case platform::WriteOutcome::notOpened:
-      return NEB_XML_ERR_FILE_OPEN;
-    case platform::WriteOutcome::notWritten:
-      return NEB_XML_ERR_FILE_WRITE;
-    case platform::WriteOutcome::noMemory:
-      return NEB_XML_ERR_NO_MEMORY;
-    case platform::WriteOutcome::written:
-      break;
-  }
-  return NEB_XML_OK;
-}
-
-using FileWriter = platform::WriteOutcome (*)(const char *path, const char *text, size_t length);
-
-template <typename PrintingKind>
-uint32_t printToFile(const PrintingKind &printing, const char *path, FileWriter writeFile) {
-  if (!isPrintable(printing.start) || path == nullptr) return NEB_XML_ERR_INVALID_PARAM;
-  char *text = nullptr;
-  size_t length = 0;
-  const uint32_t result = printTree(printing, &text, &length);
-  if (result != NEB_XML_OK) return result;
-  const platform::WriteOutcome outcome = writeFile(path, text != nullptr ? text : "", length);
-  XML_Free(nullptr, text);
-  return resultOf(outcome);
-}
-
-}  // namespace
-
 }  // namespace neb::xml::internal
-
-using namespace neb::xml::internal;
-
-uint32_t NEB_XML_Transform(const XmlNode *start, char **text) {
-  return transform(LenientPrinting{start}, text);
-}
-
-uint32_t NEB_XML_TransformHead(const XmlNode *start, char **text) {
-  return transform(HalfPrinting{start, XML_PRINT_HEAD}, text);
-}
-
-uint32_t NEB_XML_TransformTail(const XmlNode *start, char **text) {
-  return transform(HalfPrinting{start, XML_PRINT_TAIL}, text);
-}
-
-uint32_t NEB_XML_TransformIndented(const XmlNode *start, uint32_t width, char **text) {
-  if (width > kWidestIndent) return NEB_XML_ERR_INVALID_PARAM;
-  return transform(ExactPrinting{start, width}, text);
-}
-
-uint32_t NEB_XML_TransformFile(const XmlNode *start, const char *path) {
-  return printToFile(LenientPrinting{start}, path, neb::platform::writeWholeFile);
-}
-
-uint32_t NEB_XML_SaveFile(const XmlNode *start, const char *path, uint32_t width) {
-  if (width > kWidestIndent) return NEB_XML_ERR_INVALID_PARAM;
-  return printToFile(ExactPrinting{start, width}, path, neb::platform::replaceWholeFile);
-}

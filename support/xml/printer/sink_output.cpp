@@ -1,0 +1,33 @@
+#include "printer/sink_output.h"
+
+#include <algorithm>
+
+namespace neb::xml::internal {
+
+SinkOutput::~SinkOutput() { XML_Free(nullptr, enlarged_); }
+
+char *SinkOutput::addRoom(char *cursor, size_t count) {
+  end(cursor);
+  if (result_ != NEB_XML_OK) return nullptr;
+  return count <= static_cast<size_t>(wideEnd_ - begin_) || enlarge(count) ? begin_ : nullptr;
+}
+
+bool SinkOutput::enlarge(size_t room) {
+  XML_Free(nullptr, enlarged_);
+  enlarged_ = static_cast<char *>(XML_Malloc(nullptr, room + kSlack));
+  if (enlarged_ == nullptr) return refuse(NEB_XML_ERR_NO_MEMORY) != nullptr;
+  begin_ = enlarged_;
+  wideEnd_ = enlarged_ + room;
+  return true;
+}
+
+void SinkOutput::end(const char *cursor) {
+  if (result_ != NEB_XML_OK) return;
+  for (const char *from = begin_; from != cursor && result_ == NEB_XML_OK;) {
+    const size_t length = std::min(static_cast<size_t>(cursor - from), kLongestChunk);
+    result_ = sink_(context_, from, length);
+    from += length;
+  }
+}
+
+}  // namespace neb::xml::internal
