@@ -9,6 +9,7 @@
 
 #include "support/kernels.h"
 #include "support/page_edge.h"
+#include "xml/characters/utf8.h"
 
 namespace {
 
@@ -22,28 +23,40 @@ constexpr std::string_view kRelated =
     "\0\"'&<\t\n\r !/:=>?]\x01\v\f#%()*+-.;@MPZ[_`ajmz|}\x7F\x80\x89\xA0\xA6\xBC\xFF"sv;
 constexpr uint64_t kUnwritten = 0xA5A5'A5A5'A5A5'A5A5;
 
-bool isAnswer(size_t question, char byte) {
+// Of strict reading; names end where no ASCII of a name is.
+constexpr std::string_view kInNames =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-.";
+constexpr std::string_view kStrictEnds[] = {kInNames, "\0\"'&<\t\n\r"sv, "\0&<\r]"sv};
+
+bool isAnswer(size_t question, char byte, bool isStrict) {
   const bool isEnd = question < std::size(kEnds);
-  return isEnd == ((isEnd ? kEnds[question] : kWhitespace).find(byte) != std::string_view::npos);
+  const auto &ends = isStrict ? kStrictEnds : kEnds;
+  const bool isInverted = !isEnd || (isStrict && question == kNameEnds);
+  const bool isFound = (isEnd ? ends[question] : kWhitespace).find(byte) != std::string_view::npos;
+  return isFound != isInverted;
 }
 
-uint64_t wordOf(size_t question, std::string_view bytes) {
+uint64_t wordOf(size_t question, std::string_view bytes, bool isStrict) {
   uint64_t word = 0;
-  for (size_t i = 0; i < bytes.size(); ++i) word |= uint64_t{isAnswer(question, bytes[i])} << i;
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    word |= uint64_t{isAnswer(question, bytes[i], isStrict)} << i;
+  }
   return word;
 }
 
-void expectIndex(std::string_view bytes, size_t firstWord) {
+void expectIndex(std::string_view bytes, size_t firstWord, bool isStrict) {
   IndexWords index;
   for (auto &words : index) std::fill(std::begin(words), std::end(words), kUnwritten);
   const size_t words = bytes.size() / kBytesPerWord;
-  chosenKernel().index(bytes.data(), words, firstWord, index);
+  const IndexKernel kernel = isStrict ? chosenKernel().strictIndex : chosenKernel().index;
+  kernel(bytes.data(), words, firstWord, index);
   for (size_t question = 0; question < kQuestions; ++question) {
     for (size_t word = 0; word < std::size(index[question]); ++word) {
       const bool isWritten = word >= firstWord && word < firstWord + words;
       const size_t offset = isWritten ? (word - firstWord) * kBytesPerWord : 0;
-      ASSERT_EQ(index[question][word],
-                isWritten ? wordOf(question, bytes.substr(offset, kBytesPerWord)) : kUnwritten)
+      ASSERT_EQ(
+          index[question][word],
+          isWritten ? wordOf(question, bytes.substr(offset, kBytesPerWord), isStrict) : kUnwritten)
           << "question " << question << ", word " << word << ", first " << firstWord;
     }
   }
@@ -62,8 +75,42 @@ TEST_P(Kernels, AnswerForEachByte) {
     for (char &byte : bytes) {
       byte = round % 2 == 0 ? static_cast<char>(random()) : kRelated[random() % kRelated.size()];
     }
-    expectIndex({edge.before(bytes), bytes.size()}, firstWord);
-    expectIndex({edge.behind(bytes), bytes.size()}, firstWord);
+    for (const bool isStrict : {false, true}) {
+      expectIndex({edge.before(bytes), bytes.size()}, firstWord, isStrict);
+      expectIndex({edge.behind(bytes), bytes.size()}, firstWord, isStrict);
+    }
+  }
+}
+
+// Text of any mixture, with a mistake or without.
+TEST_P(Kernels, FindForbiddenCharacters) {
+  constexpr std::string_view kRight[] = {"a",  "\xC3\xA9", "\xE2\x82\xAC",     "\xF0\x9F\x98\x80",
+                                         "\n", " ",        "sixteen letters.", "\x7F"};
+  constexpr std::string_view kWrong[] = {
+      "\xEF\xBF\xBE", "\xEF\xBF\xBF",     "\xC3",     "\xE2\x82",     "\xF0\x9F\x98",
+      "\x80",         "\xED\xA0\x80",     "\xC0\x80", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF",
+      "\x1F",         "\xF4\x90\x80\x80", "\xFF",     "\0"sv};
+  const guarded::PageEdge edge(4096);
+  std::mt19937 random(17);
+  std::string text;
+  size_t mostly = 0;
+  const auto append = [&](size_t count) {
+    for (; count > 0; --count) {
+      text += kRight[random() % 3 != 0 ? mostly : random() % std::size(kRight)];
+    }
+  };
+  for (int round = 0; round < 20000; ++round) {
+    text.clear();
+    mostly = random() % std::size(kRight);
+    append(random() % 140);
+    const bool isWrong = round % 2 != 0;
+    const size_t wrongAt = text.size();
+    if (isWrong) text += kWrong[random() % std::size(kWrong)];
+    if (isWrong && random() % 2 == 0) append(random() % 70);
+    const char *begin = edge.before(text);
+    const char *end = begin + text.size();
+    ASSERT_EQ(findForbidden(begin, end), isWrong ? begin + wrongAt : end);
+    ASSERT_EQ(chosenKernel().areAllowed(begin, end), !isWrong) << text;
   }
 }
 

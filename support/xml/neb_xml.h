@@ -261,7 +261,8 @@ typedef struct NEB_XML_PARSE_ERROR {
   size_t column;          /**< Its column. */
   size_t endNameOffset;   /**< The name in an end tag that does not match. */
   size_t endNameLength;   /**< 0 for every other failure. */
-  size_t startNameOffset; /**< The name of the start tag that it should close. */
+  size_t startNameOffset; /**< The name of the start tag that it should close; or, if mixed content
+                               is not supported, of the element that has it. */
   size_t startNameLength; /**< 0 also if memory ran out while that was searched. */
   size_t startTagOffset;  /**< The '<' of that start tag. */
   size_t systemError;     /**< The errno of a file call that failed; 0 if there is none. */
@@ -387,10 +388,10 @@ typedef struct NEB_XML_READ_OPTIONS {
  * error    may be null; written on failure only. A document that fails is parsed a second time.
  *
  * Texts are kept exactly, white space included; comments and processing instructions do not end a
- * text. As XML says, line ends become line feeds, and tabs and line ends in the values of attributes
- * become spaces, unless they are written as references. White space beside child elements is
- * layout. The document type declaration is skipped: what stands in it is checked as far as needed
- * to find its end, entities and default values that it declares are not used.
+ * text. As XML says, line ends become line feeds, and tabs and line ends in the values of
+ * attributes become spaces, unless they are written as references. White space beside child
+ * elements is layout. The document type declaration is skipped: what stands in it is checked as far
+ * as needed to find its end, entities and default values that it declares are not used.
  *
  * Returns NEB_XML_OK;
  *   NEB_XML_ERR_INVALID_PARAM  a null argument, a length of 0, or options that are not allowed;

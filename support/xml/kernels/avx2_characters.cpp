@@ -1,7 +1,7 @@
-// UTF-8 is checked by three table lookups for each byte: by the high and low half of the byte before
-// it, and by its own high half. Each table holds a bit for each mistake that its half is part of. A
-// mistake is there if all three have its bit. See "Validating UTF-8 In Less Than One Instruction Per
-// Byte" by Keiser and Lemire.
+// UTF-8 is checked by three table lookups for each byte: by the high and low half of the byte
+// before it, and by its own high half. Each table holds a bit for each mistake that its half is
+// part of. A mistake is there if all three have its bit. See "Validating UTF-8 In Less Than One
+// Instruction Per Byte" by Keiser and Lemire.
 #include "kernels/avx2_characters.h"
 
 #if defined(__x86_64__)
@@ -174,16 +174,16 @@ class Check {
 
 }  // namespace
 
-[[gnu::target("avx2")]] const char *findForbiddenByAvx2(const char *from, const char *end) {
+[[gnu::target("avx2")]] bool areAllowedByAvx2(const char *from, const char *end) {
   Check check;
   for (; static_cast<size_t>(end - from) >= kStride; from += kStride) {
-    if (!check.accepts(from)) return from;
+    if (!check.accepts(from)) return false;
   }
   // Spaces behind the rest end a character that is not complete.
   alignas(kVectorSize) char rest[kStride];
   std::memset(rest, ' ', kStride);
   std::memcpy(rest, from, static_cast<size_t>(end - from));
-  return check.accepts(rest) ? end : from;
+  return check.accepts(rest);
 }
 
 }  // namespace neb::xml::internal

@@ -3,6 +3,6 @@
 
 namespace neb::xml::internal {
 
-const char *findForbiddenByAvx2(const char *from, const char *end);
+bool areAllowedByAvx2(const char *from, const char *end);
 
 }  // namespace neb::xml::internal

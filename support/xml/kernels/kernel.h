@@ -21,15 +21,14 @@ using IndexWords = uint64_t[kQuestions][kIndexWords + 1];
 // nothing else. The number of words may be 0.
 using IndexKernel = void (*)(const char *bytes, size_t words, size_t firstWord, IndexWords &index);
 
-// Where bytes are found that are no UTF-8 of characters that XML allows, or some earlier place. The
-// end if there are none. Reads nothing from the end on.
-using CharacterKernel = const char *(*)(const char *from, const char *end);
+// Whether bytes are UTF-8 of characters that XML allows. Reads nothing from the end on.
+using CharacterKernel = bool (*)(const char *from, const char *end);
 
 struct Kernel {
   const char *name;
   IndexKernel index;
   IndexKernel strictIndex;  // by the sets of strict reading
-  CharacterKernel findForbidden;
+  CharacterKernel areAllowed;
   // Needs AVX2, BMI and BMI2. The parser is compiled a second time for machines that have them.
   bool isWide;
 };
@@ -37,7 +36,7 @@ struct Kernel {
 extern const Kernel kPortableKernel;
 // Of it. Other kernels use them that have none of their own.
 void indexStrictlyByTable(const char *bytes, size_t words, size_t firstWord, IndexWords &index);
-const char *findForbiddenByVector(const char *from, const char *end);
+bool areAllowedByVector(const char *from, const char *end);
 #if defined(__x86_64__)
 extern const Kernel kAvx2Kernel;
 extern const Kernel kSse2Kernel;

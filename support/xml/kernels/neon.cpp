@@ -69,8 +69,8 @@ void indexByNeon(const char *bytes, size_t words, size_t firstWord, IndexWords &
 
 }  // namespace
 
-constinit const Kernel kNeonKernel = {"neon", indexByNeon, indexStrictlyByTable,
-                                      findForbiddenByVector, false};
+constinit const Kernel kNeonKernel = {"neon", indexByNeon, indexStrictlyByTable, areAllowedByVector,
+                                      false};
 
 }  // namespace neb::xml::internal
 

@@ -68,7 +68,7 @@ void indexStrictlyByTable(const char *bytes, size_t words, size_t firstWord, Ind
   indexByTable<kStrictAnswers>(bytes, words, firstWord, index);
 }
 
-const char *findForbiddenByVector(const char *from, const char *end) {
+bool areAllowedByVector(const char *from, const char *end) {
   // Most texts are ASCII.
   while (static_cast<size_t>(end - from) >= kVectorSize) {
     const Vector bytes = loadVector(from);
@@ -81,14 +81,14 @@ const char *findForbiddenByVector(const char *from, const char *end) {
     const char *vectorEnd = from + kVectorSize;
     while (from < vectorEnd) {
       const size_t length = characterAt(from, end).length;
-      if (length == 0) return from;
+      if (length == 0) return false;
       from += length;
     }
   }
-  return findForbidden(from, end);
+  return findForbidden(from, end) == end;
 }
 
 constinit const Kernel kPortableKernel = {"portable", indexByTable<kLenientAnswers>,
-                                          indexStrictlyByTable, findForbiddenByVector, false};
+                                          indexStrictlyByTable, areAllowedByVector, false};
 
 }  // namespace neb::xml::internal

@@ -132,8 +132,8 @@ void indexBySse2(const char *bytes, size_t words, size_t firstWord, IndexWords &
 
 }  // namespace
 
-constinit const Kernel kSse2Kernel = {"sse2", indexBySse2, indexStrictlyByTable,
-                                      findForbiddenByVector, false};
+constinit const Kernel kSse2Kernel = {"sse2", indexBySse2, indexStrictlyByTable, areAllowedByVector,
+                                      false};
 
 }  // namespace neb::xml::internal
 

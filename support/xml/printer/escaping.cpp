@@ -4,6 +4,7 @@
 
 #include "characters/characters.h"
 #include "characters/utf8.h"
+#include "kernels/chosen.h"
 #include "tree/references.h"
 
 namespace neb::xml::internal {
@@ -145,26 +146,6 @@ template char *xmlCopyWithEscape<ExactElementValue>(Output &, char *, const char
 namespace {
 
 bool isAsciiByte(char byte) { return (byte & 0x80) == 0; }
-bool isUtf8Tail(char byte) { return (byte & 0xC0) == 0x80; }
-
-// Where characters beyond ASCII end, within so many bytes or, in the middle of a character, a few
-// more.
-const char *endOfOthers(const char *from, const char *end, size_t most) {
-  const char *enough = from + std::min(static_cast<size_t>(end - from), most);
-  while (from != enough && !isAsciiByte(*from)) ++from;
-  for (size_t more = 1; more < kLongestUtf8 && from != end && isUtf8Tail(*from); ++more) ++from;
-  return from;
-}
-
-// Writes characters beyond ASCII, at most about as many bytes as are said. Returns null if XML does
-// not allow one of them.
-char *copyOthers(char *to, const char **value, const char *end, size_t most) {
-  const char *from = *value;
-  *value = endOfOthers(from, end, most);
-  if (findForbidden(from, *value) != *value) return nullptr;
-  return copyString(to, from, static_cast<size_t>(*value - from));
-}
-
 char *writeNumericReference(char *to, const char **value, const char *end) {
   const Character character = characterAt(*value, end);
   if (character.length == 0) return nullptr;
@@ -185,19 +166,23 @@ template <typename Value>
 [[gnu::noinline]] char *copyStrictly(SinkOutput &output, char *to, const char *value, size_t length,
                                      bool isAscii) {
   const char *end = value + length;
+  bool isChecked = false;  // the rest holds characters that are allowed only
   while (value != end) {
     const size_t ahead = std::min(static_cast<size_t>(end - value), kSlice);
     to = output.withRoom(to, ahead);
     if (to == nullptr) return nullptr;
-    const size_t written = writeRun<Value>(to, value, ahead);
+    const size_t written = isChecked ? writeRun<typename Value::Checked>(to, value, ahead)
+                                     : writeRun<Value>(to, value, ahead);
     value += written;
     to += written;
     if (written == ahead) continue;
     if (isAsciiByte(*value)) {
       to = ExactAttributeValue::writeEscaped(to, value++);
+    } else if (isAscii) {
+      to = writeNumericReference(to, &value, end);
     } else {
-      to = isAscii ? writeNumericReference(to, &value, end)
-                   : copyOthers(to, &value, end, ahead - written);
+      isChecked = chosenKernel().areAllowed(value, end);
+      if (!isChecked) to = nullptr;
     }
     if (to == nullptr) return output.refuse(NEB_XML_ERR_UNWRITABLE);
   }

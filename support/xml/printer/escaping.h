@@ -49,14 +49,17 @@ struct ExactElementValue {
   static constexpr auto writeEscaped = ExactAttributeValue::writeEscaped;
 };
 
-// The same for values in which every character is looked at. What is not ASCII is found as well.
+// The same for values in which every character is looked at. What is not ASCII is found as well,
+// until it has been checked.
 struct StrictAttributeValue {
+  using Checked = ExactAttributeValue;
   static Vector findEscaped(Vector bytes) {
     return ExactAttributeValue::findEscaped(bytes) | (bytes > 0x7F);
   }
 };
 
 struct StrictElementValue {
+  using Checked = ExactElementValue;
   static Vector findEscaped(Vector bytes) {
     return ExactElementValue::findEscaped(bytes) | (bytes > 0x7F);
   }
