@@ -28,10 +28,15 @@ constexpr Range kOtherNameCharacters[] = {
 constexpr size_t kAsciiCharacters = 0x80;
 
 template <size_t size>
-constexpr bool holds(const Range (&ranges)[size], uint32_t code) {
-  const Range *range = std::lower_bound(
+constexpr const Range *findRange(const Range (&ranges)[size], uint32_t code) {
+  return std::lower_bound(
       std::begin(ranges), std::end(ranges), code,
       [](const Range &candidate, uint32_t wanted) { return candidate.last < wanted; });
+}
+
+template <size_t size>
+constexpr bool holds(const Range (&ranges)[size], uint32_t code) {
+  const Range *range = findRange(ranges, code);
   return range != std::end(ranges) && range->first <= code;
 }
 
@@ -39,19 +44,42 @@ constexpr bool isNameCharacter(uint32_t code) {
   return holds(kNameBeginnings, code) || holds(kOtherNameCharacters, code);
 }
 
-// False for the bytes of other characters.
-struct AsciiNames {
-  bool continues[UINT8_MAX + 1] = {};
-  bool begins[UINT8_MAX + 1] = {};
+// By the first byte of a character, how many bytes the character has if it may begin or continue a
+// name; 0 if it may not, or if that depends on the other bytes.
+struct NameBytes {
+  uint8_t begins[UINT8_MAX + 1] = {};
+  uint8_t continues[UINT8_MAX + 1] = {};
 
-  constexpr AsciiNames() {
-    for (size_t code = 0; code < kAsciiCharacters; ++code) {
-      continues[code] = isNameCharacter(static_cast<uint32_t>(code));
-      begins[code] = holds(kNameBeginnings, static_cast<uint32_t>(code));
+  constexpr NameBytes() {
+    for (uint32_t code = 0; code < kAsciiCharacters; ++code) {
+      begins[code] = holds(kNameBeginnings, code) ? 1 : 0;
+      continues[code] = isNameCharacter(code) ? 1 : 0;
+    }
+    addBlocks(0xC2, 0xE0, 6, 2);
+    addBlocks(0xE1, 0xED, 12, 3);  // behind the bytes around them not every byte may follow
+    addBlocks(0xEE, 0xF0, 12, 3);
+  }
+
+ private:
+  // All characters of one first byte are in one range, or the byte tells too little.
+  constexpr void addBlocks(uint32_t first, uint32_t end, unsigned bits, uint8_t length) {
+    for (uint32_t byte = first; byte < end; ++byte) {
+      const uint32_t code = (byte & (0x7FU >> length)) << bits;
+      const Range *range = findRange(kNameBeginnings, code);
+      const bool isInOne = range != std::end(kNameBeginnings) && range->first <= code &&
+                           range->last - code >= (1U << bits) - 1;
+      if (isInOne) begins[byte] = continues[byte] = length;
     }
   }
 };
-constexpr AsciiNames kAsciiNames;
+constexpr NameBytes kNameBytes;
+
+constexpr bool isTail(char byte) { return (static_cast<uint8_t>(byte) & 0xC0) == 0x80; }
+
+// Whether the rest of a character of two or three bytes follows its first byte.
+bool isWhole(const char *character, size_t length) {
+  return isTail(character[1]) && (length == 2 || isTail(character[2]));
+}
 
 }  // namespace
 
@@ -61,16 +89,17 @@ bool mayContinueName(uint32_t code) { return isNameCharacter(code); }
 
 const char *findNameEnd(const char *name) {
   const char *next = name;
-  const auto belongs = [&](const bool(&bytes)[UINT8_MAX + 1], bool (*isAllowed)(uint32_t)) {
-    if (bytes[static_cast<uint8_t>(*next)]) return size_t{1};
+  const auto belongs = [&](const uint8_t(&lengths)[UINT8_MAX + 1], bool (*isAllowed)(uint32_t)) {
+    const size_t known = lengths[static_cast<uint8_t>(*next)];
+    if (known == 1 || (known != 0 && isWhole(next, known))) return known;
     if (static_cast<uint8_t>(*next) < kAsciiCharacters) return size_t{0};
     const Character character = characterAt(next);
     return isAllowed(character.code) ? character.length : 0;
   };
-  size_t length = belongs(kAsciiNames.begins, mayBeginName);
+  size_t length = belongs(kNameBytes.begins, mayBeginName);
   while (length != 0) {
     next += length;
-    length = belongs(kAsciiNames.continues, mayContinueName);
+    length = belongs(kNameBytes.continues, mayContinueName);
   }
   return next;
 }
