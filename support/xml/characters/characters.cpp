@@ -81,6 +81,19 @@ bool isWhole(const char *character, size_t length) {
   return isTail(character[1]) && (length == 2 || isTail(character[2]));
 }
 
+uint8_t byteAt(const char *at) { return static_cast<uint8_t>(*at); }
+
+// Of the character that is here in a name, in bytes; 0 if it may not be here. Characters beyond ASCII
+// are read by a function.
+template <typename Read>
+size_t lengthInName(const char *at, bool isFirst, Read read) {
+  if (byteAt(at) < kAsciiCharacters) {
+    return (isFirst ? kNameBytes.begins : kNameBytes.continues)[byteAt(at)];
+  }
+  const Character character = read(at);
+  return (isFirst ? mayBeginName : mayContinueName)(character.code) ? character.length : 0;
+}
+
 }  // namespace
 
 bool mayBeginName(uint32_t code) { return holds(kNameBeginnings, code); }
@@ -88,30 +101,27 @@ bool mayBeginName(uint32_t code) { return holds(kNameBeginnings, code); }
 bool mayContinueName(uint32_t code) { return isNameCharacter(code); }
 
 const char *findNameEnd(const char *name) {
-  const char *next = name;
-  const auto belongs = [&](const uint8_t(&lengths)[UINT8_MAX + 1], bool (*isAllowed)(uint32_t)) {
-    const size_t known = lengths[static_cast<uint8_t>(*next)];
-    if (known == 1 || (known != 0 && isWhole(next, known))) return known;
-    if (static_cast<uint8_t>(*next) < kAsciiCharacters) return size_t{0};
-    const Character character = characterAt(next);
-    return isAllowed(character.code) ? character.length : 0;
+  const auto read = [](const char *from) { return characterAt(from); };
+  const auto count = [&](const char *at, bool isFirst) {
+    const size_t known = (isFirst ? kNameBytes.begins : kNameBytes.continues)[byteAt(at)];
+    return known > 1 && isWhole(at, known) ? known : lengthInName(at, isFirst, read);
   };
-  size_t length = belongs(kNameBytes.begins, mayBeginName);
+  const char *next = name;
+  size_t length = count(next, true);
   while (length != 0) {
     next += length;
-    length = belongs(kNameBytes.continues, mayContinueName);
+    length = count(next, false);
   }
   return next;
 }
 
 bool isXmlName(const char *name, size_t length) {
   const char *end = name + length;
+  const auto read = [end](const char *from) { return characterAt(from, end); };
   for (const char *next = name; next < end;) {
-    const Character character = characterAt(next, end);
-    const bool belongs = character.length != 0 && (next == name ? mayBeginName(character.code)
-                                                                : mayContinueName(character.code));
-    if (!belongs) return false;
-    next += character.length;
+    const size_t count = lengthInName(next, next == name, read);
+    if (count == 0) return false;
+    next += count;
   }
   return length != 0;
 }
