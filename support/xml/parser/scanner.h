@@ -258,10 +258,11 @@ class Scanner {
 
   // In strict reading the index ends names at every character beyond ASCII.
   const char *scanOtherTag(const char *name) {
-    if constexpr (kIsStrict)
+    if constexpr (kIsStrict) {
       return scanLongTag(name);
-    else
+    } else {
       return nullptr;
+    }
   }
 
   // The index ends names at all other bytes that strict reading does not allow in them.
@@ -618,10 +619,11 @@ class Scanner {
   }
 
   const char *findBehindMisc(const char *markup) {
-    if constexpr (kIsStrict)
+    if constexpr (kIsStrict) {
       return nullptr;
-    else
+    } else {
       return tokenizer_.findBehindMisc(markup);
+    }
   }
 
   // With what is kept of the white space before it.
