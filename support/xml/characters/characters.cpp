@@ -83,8 +83,8 @@ bool isWhole(const char *character, size_t length) {
 
 uint8_t byteAt(const char *at) { return static_cast<uint8_t>(*at); }
 
-// Of the character that is here in a name, in bytes; 0 if it may not be here. Characters beyond ASCII
-// are read by a function.
+// Of the character that is here in a name, in bytes; 0 if it may not be here. Characters beyond
+// ASCII are read by a function.
 template <typename Read>
 size_t lengthInName(const char *at, bool isFirst, Read read) {
   if (byteAt(at) < kAsciiCharacters) {

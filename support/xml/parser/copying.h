@@ -52,9 +52,9 @@ inline void clearWide(char *to) {
 constexpr size_t firstOf(uint64_t window) { return static_cast<size_t>(std::countr_zero(window)); }
 constexpr uint64_t withoutFirst(uint64_t window) { return window & (window - 1); }
 
-// A text or a value that ends in one window of the index. Its references are named ones. The bits of
-// their ampersands, and of white space that strict reading changes, count from the beginning of the
-// window.
+// A text or a value that ends in one window of the index. Its references are named ones. The bits
+// of their ampersands, and of white space that strict reading changes, count from the beginning of
+// the window.
 struct ShortRun {
   const char *begin;
   const char *end;  // null if there is no such run

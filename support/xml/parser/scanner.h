@@ -606,8 +606,8 @@ class Scanner {
     return behindEndTag(tag, nameLength);
   }
 
-  // Strict reading leaves texts with other markup in them to the tokenizer, except for one section at
-  // the end.
+  // Strict reading leaves texts with other markup in them to the tokenizer, except for one section
+  // at the end.
 
   const char *findBehindSections(const char *section) {
     if constexpr (kIsStrict) {
