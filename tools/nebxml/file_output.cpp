@@ -89,9 +89,9 @@ void replaceFile(const std::string &fileName, const XmlNode *root, uint32_t inde
   const int cause = errno;
   sigprocmask(SIG_SETMASK, &previousSignals, nullptr);
   if (result == NEB_XML_ERR_NO_MEMORY) throw noMemory(fileName);
-  if (result == NEB_XML_ERR_FILE_OPEN && cause == 0) {
+  if (result == NEB_XML_ERR_FILE_OPEN && cause == EINVAL) {
     throw CommandError(ExitStatus::fileTrouble, fileName,
-                       "cannot be replaced: not a regular file, or its path is too long");
+                       "cannot be replaced: not a regular file");
   }
   if (result != NEB_XML_OK) failWriting(fileName, cause);
 }
