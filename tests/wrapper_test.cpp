@@ -424,6 +424,20 @@ TEST(Wrapper, DetachedNodesAreFreedOrInserted) {
     XmlNode *released = (*root.child("b").detach()).release();
     NEB_XML_FreeNode(released);
   }
+  XmlNode *onHeap = nullptr;
+  ASSERT_EQ(NEB_XML_CreateNode(0, nullptr, "e", nullptr, &onHeap), kOk);
+  const DetachedNode owner(onHeap);
+  EXPECT_EQ(owner.node().remove().code(), kInvalid) << "the owner frees it";
+}
+
+TEST(Wrapper, MovesNothingThatItCouldNotPutBack) {
+  XmlNode *first = nullptr;
+  ASSERT_EQ(NEB_XML_Parse("<r><e/></r><s/>", &first), kOk);
+  Document document(first);
+  EXPECT_EQ(document.root().append(document.root().child("e")).code(), kInvalid);
+  EXPECT_EQ(namesOf(document.root().children()), "e ");
+  EXPECT_EQ(document.root().remove().code(), kInvalid);
+  EXPECT_TRUE(document.root().next().remove());
 }
 
 TEST(Wrapper, RemovesWhileItIterates) {
