@@ -4,6 +4,8 @@
 #include <tuple>
 #include <utility>
 
+#include "source/content.h"
+
 namespace neb::xml::internal {
 
 namespace {
@@ -63,10 +65,6 @@ bool isAllowed(const NEB_XML_EDIT &edit) {
 
 bool namesAttribute(const PlannedEdit &edit) {
   return edit.kind == NEB_XML_EDIT_SET_ATTR || edit.kind == NEB_XML_EDIT_REMOVE_ATTR;
-}
-
-bool isText(const char *value) {
-  return measured(value).find_first_not_of(" \t\r\n") != std::string_view::npos;
 }
 
 // What the edits of one node do to each other, and to what it has.
@@ -145,7 +143,7 @@ bool EditSet::fillIndex(const XmlNode *element) {
   for (const XmlNode *each = element->firstAttr; each != nullptr; each = each->next) ++count;
   if (!names_.make(count)) return false;
   for (const XmlNode *each = element->firstAttr; each != nullptr; each = each->next) {
-    names_.add(WholeName::of(each), each);
+    names_.add(wholeNameOf(each), each);
   }
   names_.sort();
   return true;
@@ -215,7 +213,7 @@ uint32_t EditSet::checkNewNames(const Target &element) {
   for (const XmlNode *each = first; each != nullptr; each = each->next) {
     const Target *target = targets_.find(each);
     if (target == nullptr) {
-      names_.add(WholeName::of(each), each);
+      names_.add(wholeNameOf(each), each);
     } else if (!target->isRemoved) {
       names_.add(finalName(*target), each);
     }

@@ -1,8 +1,9 @@
 // The edits of one call.
 #pragma once
 
+#include "source/name_index.h"
 #include "source/target.h"
-#include "source/whole_name.h"
+#include "tree/nodes.h"
 
 namespace neb::xml::internal {
 
@@ -24,9 +25,12 @@ inline WholeName nameOfNew(const PlannedEdit &edit) {
 
 // What a node will be called.
 inline WholeName finalName(const Target &target) {
+  WholeName name = wholeNameOf(target.node);
   const NEB_XML_EDIT *rename = target.rename;
-  return rename == nullptr ? WholeName::of(target.node)
-                           : WholeName::of(target.node, rename->prefix, rename->name);
+  if (rename == nullptr) return name;
+  if (rename->prefix != nullptr) name.prefix = rename->prefix;
+  if (rename->name != nullptr) name.local = rename->name;
+  return name;
 }
 
 class EditSet {
