@@ -423,9 +423,11 @@ std::uint32_t put(Sink &sink, std::string_view part) {
     return NEB_XML_OK;
   } else if constexpr (answers_with<bool, Sink>) {
     return sink(part) ? NEB_XML_OK : NEB_XML_ERR_FILE_WRITE;
-  } else if constexpr (std::is_invocable_r_v<Status, Sink &, std::string_view>) {
-    return Status(sink(part)).code();
+  } else if constexpr (answers_with<Status, Sink>) {
+    return sink(part).code();
   } else if constexpr (std::is_invocable_v<Sink &, std::string_view>) {
+    using Answer = std::invoke_result_t<Sink &, std::string_view>;
+    static_assert(!std::is_arithmetic_v<Answer>, "a sink returns nothing, a Status or a bool");
     sink(part);
     return NEB_XML_OK;
   } else {
