@@ -86,6 +86,7 @@ class Status {
  public:
   /** A code of the C interface, and whether it is NEB_XML_OK. */
   Status(std::uint32_t code) noexcept : code_(code) {}
+  explicit Status(const Error &error) noexcept : code_(error.code) {}
   explicit operator bool() const noexcept { return code_ == NEB_XML_OK; }
   std::uint32_t code() const noexcept { return code_; }
 
@@ -1045,8 +1046,8 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
   /**
    * Moves a node here, with all that is below it, from this tree or from another of the same
    * storage. A node of another Document is refused, and nothing is changed: use append_copy. The
-   * same holds for a document, for a node that this one is or lies below, and for one that is below
-   * several top-level elements, as NEB_XML_Parse reads them.
+   * same holds for a node that this one is or lies below, for a document or a detached node, which
+   * its owner would free, and for one below several top-level elements, as NEB_XML_Parse reads them.
    */
   [[nodiscard]] Status append(Node node) const noexcept {
     return move(node, NEB_XML_AppendChildNode);
@@ -1141,10 +1142,10 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
 
   Status move(Node node, Insertion insert) const noexcept {
     const Node parent = node.parent(), next = node.next();
-    if (parent && node.is_below_several_roots()) return NEB_XML_ERR_INVALID_PARAM;
-    if (parent) NEB_XML_RemoveNode(node.get());
+    if (!parent || node.is_below_several_roots()) return NEB_XML_ERR_INVALID_PARAM;
+    NEB_XML_RemoveNode(node.get());
     const std::uint32_t code = insert(node_, node.get());
-    if (code != NEB_XML_OK && parent) node.put_back(parent, next);
+    if (code != NEB_XML_OK) node.put_back(parent, next);
     return code;
   }
 
@@ -1155,7 +1156,7 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
   }
 
   Status take(DetachedNode &node, Insertion insert) const noexcept {
-    const Status status = move(node.node(), insert);
+    const Status status = insert(node_, node.node().get());
     if (status) node.release();
     return status;
   }
