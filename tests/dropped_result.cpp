@@ -5,4 +5,5 @@ int main() {
   node.append("a");
   node.set(1);
   node.remove();
+  (void)node.print([](std::string_view part) { return part.size(); });
 }

@@ -306,6 +306,9 @@ TEST(Wrapper, ResultsHideNothing) {
   const auto divided = [&](int n) { return root.get<int>(n == 3 ? "n" : "none"); };
   EXPECT_EQ(*root.get<int>("n").transform(doubled), 6);
   EXPECT_EQ(*root.get<int>("n").and_then(divided).transform(doubled), 6);
+  const auto toStatus = [](int value) { return Status(value == 0 ? kInvalid : kOk); };
+  EXPECT_TRUE(root.get<int>("n").and_then(toStatus));
+  EXPECT_EQ(root.get<int>("none").and_then(toStatus).code(), kNotFound);
   EXPECT_TRUE(root.get<int>("none").transform(doubled).and_then(divided).is_missing());
   EXPECT_EQ(*Document::parse("<b/>").and_then([](const Document &b) { return b.to_string(); }),
             "<b/>\n");
@@ -424,6 +427,30 @@ TEST(Wrapper, DetachedNodesAreFreedOrInserted) {
     XmlNode *released = (*root.child("b").detach()).release();
     NEB_XML_FreeNode(released);
   }
+}
+
+TEST(Wrapper, OwnersFreeTheirNodes) {
+  XmlNode *nodes[3] = {};
+  ASSERT_EQ(NEB_XML_CreateNode(0, nullptr, "e", nullptr, &nodes[0]), kOk);
+  ASSERT_EQ(NEB_XML_Parse("<d/>", &nodes[1]), kOk);
+  ASSERT_EQ(NEB_XML_Parse("<r/>", &nodes[2]), kOk);
+  const DetachedNode detached(nodes[0]);
+  Document document(nodes[1]);
+  Document freedFirst(nodes[2]);
+  for (Node owned : {detached.node(), document.root()}) {
+    EXPECT_EQ(freedFirst.root().append(owned).code(), kInvalid);
+    EXPECT_EQ(owned.remove().code(), kInvalid);
+  }
+}
+
+TEST(Wrapper, MovesNothingThatItCouldNotPutBack) {
+  XmlNode *first = nullptr;
+  ASSERT_EQ(NEB_XML_Parse("<r><e/></r><s/>", &first), kOk);
+  Document document(first);
+  EXPECT_EQ(document.root().append(document.root().child("e")).code(), kInvalid);
+  EXPECT_EQ(namesOf(document.root().children()), "e ");
+  EXPECT_EQ(document.root().remove().code(), kInvalid);
+  EXPECT_TRUE(document.root().next().remove());
 }
 
 TEST(Wrapper, RemovesWhileItIterates) {

@@ -86,6 +86,7 @@ class Status {
  public:
   /** A code of the C interface, and whether it is NEB_XML_OK. */
   Status(std::uint32_t code) noexcept : code_(code) {}
+  explicit Status(const Error &error) noexcept : code_(error.code) {}
   explicit operator bool() const noexcept { return code_ == NEB_XML_OK; }
   std::uint32_t code() const noexcept { return code_; }
 
@@ -423,9 +424,11 @@ std::uint32_t put(Sink &sink, std::string_view part) {
     return NEB_XML_OK;
   } else if constexpr (answers_with<bool, Sink>) {
     return sink(part) ? NEB_XML_OK : NEB_XML_ERR_FILE_WRITE;
-  } else if constexpr (std::is_invocable_r_v<Status, Sink &, std::string_view>) {
-    return Status(sink(part)).code();
+  } else if constexpr (answers_with<Status, Sink>) {
+    return sink(part).code();
   } else if constexpr (std::is_invocable_v<Sink &, std::string_view>) {
+    using Answer = std::invoke_result_t<Sink &, std::string_view>;
+    static_assert(!std::is_arithmetic_v<Answer>, "a sink returns nothing, a Status or a bool");
     sink(part);
     return NEB_XML_OK;
   } else {
@@ -880,7 +883,8 @@ class NodeBase : public View<Self, Kind> {
 
   /**
    * The node that a path finds; empty if there is none. The first segment of the path is the name
-   * of this node for find, and of a child for at. See NEB_XML_GetNodeByUrl.
+   * of this node for find, and of a child for at. See NEB_XML_GetNodeByUrl. For at, the name of
+   * this node counts as a part of the path, which has at most 511 bytes.
    */
   Self find(std::string_view path) const noexcept { return find(Path().add(path)); }
   Self at(std::string_view path) const noexcept {
@@ -1042,7 +1046,8 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
   /**
    * Moves a node here, with all that is below it, from this tree or from another of the same
    * storage. A node of another Document is refused, and nothing is changed: use append_copy. The
-   * same holds for a document, and for a node that this one is or lies below.
+   * same holds for a node that this one is or lies below, for a document or a detached node, which
+   * its owner would free, and for one below several top-level elements, as NEB_XML_Parse reads them.
    */
   [[nodiscard]] Status append(Node node) const noexcept {
     return move(node, NEB_XML_AppendChildNode);
@@ -1085,11 +1090,12 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
   }
 
   /**
-   * Removes this node from its tree and frees it; the view is empty afterwards. A document without
-   * a parent is freed by its Document: NEB_XML_ERR_INVALID_PARAM, and nothing is changed.
+   * Removes this node from its tree and frees it; the view is empty afterwards. A document, or an
+   * element that is in no tree, is freed by its owner: NEB_XML_ERR_INVALID_PARAM, and nothing is
+   * changed.
    */
   Status remove() noexcept {
-    if (node_ == nullptr || is_lone_document()) return NEB_XML_ERR_INVALID_PARAM;
+    if (node_ == nullptr || has_owner()) return NEB_XML_ERR_INVALID_PARAM;
     NEB_XML_FreeNode(std::exchange(node_, nullptr));
     return NEB_XML_OK;
   }
@@ -1124,18 +1130,22 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
 
   using Insertion = std::uint32_t (*)(XmlNode *, XmlNode *);
 
-  // With siblings too, as the first of several top-level elements.
-  bool is_lone_document() const noexcept {
-    std::int32_t type = NEB_XML_NODE_ELEMENT;
-    NEB_XML_GetNodeValue(node_, &type, nullptr, nullptr, nullptr);
-    return type == NEB_XML_NODE_DOCUMENT && !parent();
+  // Also the first of several top-level elements; the others have none.
+  bool has_owner() const noexcept { return !parent() && !previous(); }
+
+  // There, nothing that was taken out can be inserted again.
+  bool is_below_several_roots() const noexcept {
+    Node root = *this;
+    while (root.parent()) root = root.parent();
+    return root.previous() || root.next();
   }
 
   Status move(Node node, Insertion insert) const noexcept {
     const Node parent = node.parent(), next = node.next();
-    if (parent) NEB_XML_RemoveNode(node.get());
+    if (!parent || node.is_below_several_roots()) return NEB_XML_ERR_INVALID_PARAM;
+    NEB_XML_RemoveNode(node.get());
     const std::uint32_t code = insert(node_, node.get());
-    if (code != NEB_XML_OK && parent) node.put_back(parent, next);
+    if (code != NEB_XML_OK) node.put_back(parent, next);
     return code;
   }
 
@@ -1146,7 +1156,7 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
   }
 
   Status take(DetachedNode &node, Insertion insert) const noexcept {
-    const Status status = move(node.node(), insert);
+    const Status status = insert(node_, node.node().get());
     if (status) node.release();
     return status;
   }
@@ -1193,7 +1203,8 @@ inline Status Attribute::remove() noexcept {
 
 /**
  * A node or an attribute as one call reads it: the answers stay as they are when the tree is edited.
- * The ranges read each item by one call as well, before they hand it out: it may be removed.
+ * The ranges read each item by one call as well, before they hand it out: of children() and
+ * attributes(), it may be removed. A loop over descendants() must not change the tree.
  *
  *   for (const auto &item : list.info().children()) {
  *     for (const auto &attribute : item.attributes()) print(*attribute.name(), *attribute.value());

@@ -19,6 +19,9 @@ inline const char *skipWhitespaceBack(const char *position, const char *begin) {
   return position;
 }
 
+// Whether a value, which may be null, is more than white space.
+inline bool isText(const char *value) { return value != nullptr && *skipWhitespace(value) != '\0'; }
+
 // The text of an element without children.
 struct TextRange {
   const char *begin;  // behind the comments that are before it

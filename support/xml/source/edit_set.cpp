@@ -4,6 +4,8 @@
 #include <tuple>
 #include <utility>
 
+#include "source/content.h"
+
 namespace neb::xml::internal {
 
 namespace {
@@ -63,10 +65,6 @@ bool isAllowed(const NEB_XML_EDIT &edit) {
 
 bool namesAttribute(const PlannedEdit &edit) {
   return edit.kind == NEB_XML_EDIT_SET_ATTR || edit.kind == NEB_XML_EDIT_REMOVE_ATTR;
-}
-
-bool isText(const char *value) {
-  return measured(value).find_first_not_of(" \t\r\n") != std::string_view::npos;
 }
 
 // What the edits of one node do to each other, and to what it has.

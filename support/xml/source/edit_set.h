@@ -1,8 +1,9 @@
 // The edits of one call.
 #pragma once
 
+#include "source/name_index.h"
 #include "source/target.h"
-#include "source/whole_name.h"
+#include "tree/nodes.h"
 
 namespace neb::xml::internal {
 
@@ -26,8 +27,9 @@ inline WholeName nameOfNew(const PlannedEdit &edit) {
 inline WholeName finalName(const Target &target) {
   WholeName name = wholeNameOf(target.node);
   const NEB_XML_EDIT *rename = target.rename;
-  if (rename != nullptr && rename->prefix != nullptr) name.prefix = measured(rename->prefix);
-  if (rename != nullptr && rename->name != nullptr) name.local = measured(rename->name);
+  if (rename == nullptr) return name;
+  if (rename->prefix != nullptr) name.prefix = rename->prefix;
+  if (rename->name != nullptr) name.local = rename->name;
   return name;
 }
 

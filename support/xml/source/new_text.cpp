@@ -4,6 +4,8 @@
 
 #include "characters/utf8.h"
 #include "printer/escaping.h"
+#include "source/content.h"
+#include "tree/nodes.h"
 
 namespace neb::xml::internal {
 
@@ -14,8 +16,8 @@ bool isTag(const XmlNode *node) {
 }
 
 // Of a start tag.
-bool startTagEndsInHyphens(const XmlNode *element) {
-  return element->firstAttr == nullptr && endsInHyphens(wholeNameOf(element));
+bool endsInHyphens(const XmlNode *element) {
+  return element->firstAttr == nullptr && wholeNameOf(element).endsInHyphens();
 }
 
 char *copied(char *to, std::string_view bytes) {
@@ -145,9 +147,8 @@ bool NewText::addStartTag(const XmlNode *element) {
     if (!addSubtreeAttribute(each)) return false;
   }
   if (element->firstChild == nullptr) return true;
-  const std::string_view value = measured(element->value);
-  const bool isMixed = value.find_first_not_of(" \t\r\n") != value.npos;
-  return isMixed ? refuse(NEB_XML_ERR_UNWRITABLE) : addTagEnd(startTagEndsInHyphens(element));
+  return isText(element->value) ? refuse(NEB_XML_ERR_UNWRITABLE)
+                                : addTagEnd(endsInHyphens(element));
 }
 
 bool NewText::addSubtreeAttribute(const XmlNode *attribute) {
@@ -162,12 +163,12 @@ bool NewText::addSubtreeAttribute(const XmlNode *attribute) {
 
 bool NewText::addLeaf(const XmlNode *element) {
   if (isMissing(element->value)) return add("/>");
-  return addTagEnd(startTagEndsInHyphens(element)) && addElementValue(element->value) &&
+  return addTagEnd(endsInHyphens(element)) && addElementValue(element->value) &&
          addEndTag(wholeNameOf(element));
 }
 
 bool NewText::addEndTag(const WholeName &name) {
-  return add("</") && addName(name) && addTagEnd(endsInHyphens(name));
+  return add("</") && addName(name) && addTagEnd(name.endsInHyphens());
 }
 
 }  // namespace neb::xml::internal

@@ -6,7 +6,7 @@
 #include "printer/names.h"
 #include "printer/output.h"
 #include "source/layout.h"
-#include "source/whole_name.h"
+#include "tree/whole_names.h"
 
 namespace neb::xml::internal {
 

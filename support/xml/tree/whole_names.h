@@ -15,12 +15,17 @@ struct WholeName {
 
   bool isOf(const XmlNode *node) const;
 
-  // As it is written, with the colon.
+  // The bytes of the name as it is written.
   size_t length() const { return prefix.empty() ? local.size() : prefix.size() + 1 + local.size(); }
   char operator[](size_t at) const {
     if (prefix.empty()) return local[at];
     if (at < prefix.size()) return prefix[at];
     return at == prefix.size() ? ':' : local[at - prefix.size() - 1];
+  }
+
+  bool endsInHyphens() const {
+    constexpr std::string_view kHyphens = "--";
+    return local.ends_with(kHyphens);
   }
 };
 

@@ -1,20 +1,12 @@
-// Names as they are written: compared, and found among those of an element.
+// The order of names as they are written, with their prefixes.
 #pragma once
 
 #include <algorithm>
-#include <string_view>
 
-#include "record/node.h"
 #include "source/heap_array.h"
-#include "tree/nodes.h"
 #include "tree/whole_names.h"
 
 namespace neb::xml::internal {
-
-inline bool endsInHyphens(const WholeName &name) {
-  constexpr std::string_view kHyphens = "--";
-  return name.local.ends_with(kHyphens);
-}
 
 inline int compare(const WholeName &a, const WholeName &b) {
   const size_t length = std::min(a.length(), b.length());
