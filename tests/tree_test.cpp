@@ -228,6 +228,7 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   Text *text = &with.text;
   uint32_t *number = &with.number;
   NEB_XML_NODE_INFO info = {};
+  NEB_XML_LOCATION location = {};
   NEB_XML_CURSOR cursor = {};
   with.check(NEB_XML_Parse, "<a/>", out);
   with.check(NEB_XML_ParseEx, "<a/>", out);
@@ -266,10 +267,16 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   with.check(NEB_XML_SaveFile, n, "no", 2);
   with.check(NEB_XML_Print, n, nullptr, appendTo, nullptr);
   with.check(NEB_XML_Save, n, "no", nullptr);
+  NEB_XML_EDIT edit = {};
+  const NEB_XML_SINK sink = [](void *, const char *, size_t) { return kOk; };
+  with.check(NEB_XML_EditBytes, "<e/>", 4, &edit, 1, sink, nullptr);
   with.areForAttributes = true;
   with.check(NEB_XML_SetNode, n, nullptr, nullptr, nullptr);
   with.check(NEB_XML_GetNodeValue, n, nullptr, nullptr, nullptr, nullptr);
   with.check(NEB_XML_GetNodeInfo, n, &info);
+  with.check(NEB_XML_Locate, n, "<e/>", 4, &location);
+  EXPECT_EQ(NEB_XML_Locate(n, "<e/>", 0, &location), kInvalid);
+  EXPECT_EQ(NEB_XML_EditBytes("<e/>", 0, nullptr, 0, sink, nullptr), kInvalid);
   with.check(NEB_XML_SetNodeValueEx, n, NEB_XML_VALUE_BOOL, number);
   with.check(NEB_XML_GetNodeValueEx, with.detached, NEB_XML_VALUE_BOOL, number);
   with.check(NEB_XML_WriteValue, n, NEB_XML_VALUE_BOOL, number);

@@ -151,7 +151,7 @@ class Machine {
                                      &Machine::releaseSingle, &Machine::endAny};
     constexpr Operation kUsing[] = {
         &Machine::insert,        &Machine::insert,       &Machine::insert,
-        &Machine::insert,        &Machine::addAttribute, &Machine::setStrings,
+        &Machine::locate,        &Machine::addAttribute, &Machine::setStrings,
         &Machine::setNumber,     &Machine::setAttribute, &Machine::attach,
         &Machine::copy,          &Machine::setStringsOf, &Machine::setNumber,
         &Machine::takeAttribute, &Machine::copy,         &Machine::print,
@@ -786,6 +786,30 @@ class Machine {
     const uint32_t refusal = model.isAttribute() ? kInvalid : kUnwritable;
     require(result == (exact == kOk ? kOk : refusal));
     require(exact != kOk || whole == text);
+  }
+
+  // Finds a node in its printed tree, and renames it there to its own name.
+  void locate(Model *model) {
+    const Model *topmost = topmostOf(model);
+    char *text = nullptr;
+    if (topmost == nullptr || NEB_XML_TransformIndented(topmost->node, 1, &text) != kOk) return;
+    const XmlNode *node = model->node;
+    const size_t length = std::strlen(text);
+    NEB_XML_LOCATION at = {};
+    if (succeeded(NEB_XML_Locate(node, text, length, &at))) {
+      require(std::string(text + at.name.begin, text + at.name.end) == trees::qualifiedName(node));
+    }
+    const NEB_XML_EDIT edit = {NEB_XML_EDIT_RENAME, 0,       node,    nullptr,
+                               node->name,          nullptr, nullptr, {}};
+    std::string edited;
+    const auto append = [](void *string, const char *bytes, size_t count) {
+      static_cast<std::string *>(string)->append(bytes, count);
+      return kOk;
+    };
+    if (succeeded(NEB_XML_EditBytes(text, length, &edit, 1, append, &edited))) {
+      require(edited == text);
+    }
+    NEB_XML_FreeMem(text);
   }
 
   static uint32_t stepOn(const XmlNode *element, const char *(&texts)[3], XmlNode **cursor) {

@@ -1174,6 +1174,138 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CloneNodeSelf(const XmlNode *sourc
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ImportNode(XmlNode *target, const XmlNode *source,
                                                          XmlNode **copy);
 
+/* --- Locations, and edits of the document ----------------------------------------------------- */
+/*
+ * For a tree that was read strictly (NEB_XML_Read, NEB_XML_Load, NEB_XML_PARSE_STRICT) and has not
+ * been changed since, and for the bytes that it was read from. Nodes hold no positions: each call
+ * reads the bytes again, in step with the tree, and compares all names and values.
+ *
+ * bytes   the whole document; need not be terminated. A copy of them is held during the call.
+ * length  in bytes.
+ */
+
+/** A part of a document: from begin up to, but without, end. Both count from the first byte. */
+typedef struct NEB_XML_RANGE {
+  size_t begin; /**< The offset of the first byte. */
+  size_t end;   /**< The offset behind the last byte; the same as begin for an empty range. */
+} NEB_XML_RANGE;
+
+/**
+ * Where a node is in its document. A byte order mark counts. Lines and columns count from 1,
+ * columns in bytes; a line ends with a line feed. Reserved fields leave room to grow, as in
+ * NEB_XML_PARSE_ERROR.
+ */
+typedef struct NEB_XML_LOCATION {
+  size_t line;            /**< Of the first byte of the node. */
+  size_t column;          /**< Of the first byte of the node. */
+  NEB_XML_RANGE whole;    /**< An element with its tags; an attribute from its name to its quote. */
+  NEB_XML_RANGE name;     /**< The name with its prefix; of an element, in its start tag. */
+  NEB_XML_RANGE content;  /**< Between the tags, or between the quotes; as it is written. */
+  NEB_XML_RANGE startTag; /**< The start tag, <a/> too. Empty, at the end, for an attribute. */
+  NEB_XML_RANGE endTag;   /**< The end tag. Empty, at the end, for <a/> and for an attribute. */
+  size_t reserved[4];     /**< For later versions. This version sets them to 0. */
+} NEB_XML_LOCATION;
+
+/**
+ * Finds where a node is in the document, for messages such as "config.xml:12:9: port out of range".
+ *
+ * node      an element, a document or an attribute.
+ * location  receives the answer; unchanged on failure. The content of <a/> is empty, behind the tag.
+ * Returns NEB_XML_OK;
+ *   NEB_XML_ERR_INVALID_PARAM  a null argument or a length of 0;
+ *   NEB_XML_ERR_SYNTAX         the bytes cannot be read strictly;
+ *   NEB_XML_ERR_NOT_FOUND      the bytes are not the document of the node's tree: a name, a value
+ *                              or the structure differs. The first failure that reading meets
+ *                              decides;
+ *   NEB_XML_ERR_NO_MEMORY.
+ * Cost: linear in the document and in the node's depth. Memory: a copy of the document, and one of
+ * its longest value with references.
+ */
+NEB_XML_API uint32_t NEB_XML_Locate(const XmlNode *node, const char *bytes, size_t length,
+                                    NEB_XML_LOCATION *location);
+
+/** What NEB_XML_EDIT does. The fields that are not named must be null. */
+enum NEB_XML_EDIT_KIND {
+  /** Sets the value of node, an element or attribute, to value. An empty value clears it. */
+  NEB_XML_EDIT_SET_VALUE = 1,
+  /** Sets the attribute of node that has this prefix and name to value; adds it if it is missing. */
+  NEB_XML_EDIT_SET_ATTR = 2,
+  /** Removes the attribute of node that has this prefix and name. */
+  NEB_XML_EDIT_REMOVE_ATTR = 3,
+  /** Gives node, an element or attribute, another prefix, another name, or both. A null field stays
+   *  as it is, and an empty prefix is removed. */
+  NEB_XML_EDIT_RENAME = 4,
+  /** Removes node, an element below the root or an attribute. */
+  NEB_XML_EDIT_REMOVE = 5,
+  /** Inserts content as the first child of node. */
+  NEB_XML_EDIT_INSERT_FIRST = 6,
+  /** Inserts content as the last child of node. */
+  NEB_XML_EDIT_INSERT_LAST = 7,
+  /** Inserts content directly before node, an element below the root. */
+  NEB_XML_EDIT_INSERT_BEFORE = 8,
+  /** Inserts content directly after node, an element below the root. */
+  NEB_XML_EDIT_INSERT_AFTER = 9
+};
+
+/** One edit. Set the whole record to zero before you fill it in. */
+typedef struct NEB_XML_EDIT {
+  uint32_t kind;          /**< Of enum NEB_XML_EDIT_KIND. */
+  uint32_t flags;         /**< 0. */
+  const XmlNode *node;    /**< Of the tree that was read from the document. */
+  const char *prefix;     /**< Of the attribute, or the new one; null: none, or unchanged. */
+  const char *name;       /**< Of the attribute, or the new one, without its prefix. */
+  const char *value;      /**< The new value. */
+  const XmlNode *content; /**< An element or document, of any tree; inserted with its subtree. */
+  size_t reserved[2];     /**< For later versions; 0. */
+} NEB_XML_EDIT;
+
+/**
+ * Edits a document and keeps the rest of it byte for byte: comments, declaration, document type
+ * declaration, quotes, white space, byte order mark. Prefer it to printing the tree where people
+ * also edit the file. The tree is not changed: read the result again, or make the same edits there.
+ *
+ * edits    all refer to the nodes of the tree as it is. May be null if count is 0.
+ * count    of edits; with none, the bytes are passed on as they are.
+ * sink     receives the new document in parts, as from NEB_XML_Print. Nothing is written before all
+ *          edits have been checked.
+ * context  passed to sink; may be null.
+ *
+ * Read strictly, the result is the tree after the same edits. In detail:
+ *   - Values are escaped as NEB_XML_TransformIndented does. In a document that declares US-ASCII,
+ *     other characters are written as references.
+ *   - The value of an attribute keeps its quotes. That of an element replaces its text, CDATA
+ *     sections, comments and processing instructions from the first to the last byte of text; those
+ *     before and behind are kept. <a/> becomes <a>value</a>. An empty value leaves <a></a>.
+ *   - A new attribute comes last, behind the white space that is before the last one, in '"'.
+ *   - A removed attribute takes the white space before it with it. A removed element that is alone
+ *     on its lines takes the line end and the indentation before it and the spaces behind it with
+ *     it. If no child is left, all white space between the tags goes, and comments stay.
+ *   - A new element gets a line of its own if its neighbour has one: with the neighbour's line end
+ *     and indentation, and its own subtree indented by the step between neighbour and parent. As
+ *     the only child it takes the step between its parent and the parent's parent. Otherwise it is
+ *     on one line. INSERT_AFTER writes behind comments that end the line of node, INSERT_LAST behind
+ *     all comments of node. No line is indented by more than 128 bytes.
+ *   - Several insertions at one point follow each other as if they had been made one by one.
+ *
+ * Returns NEB_XML_OK; what sink returned, if that is not NEB_XML_OK; NEB_XML_ERR_SYNTAX and
+ * NEB_XML_ERR_NO_MEMORY as NEB_XML_Locate, the latter also if what is inserted takes 4 GiB or more;
+ *   NEB_XML_ERR_INVALID_PARAM   a wrong argument or field; the root removed, or anything beside it;
+ *                               edits that conflict: two of one value or name, a value and a child
+ *                               for one element, and any other edit of or in a removed node;
+ *   NEB_XML_ERR_NOT_FOUND       tree and bytes differ, nodes of several trees, or no such attribute;
+ *   NEB_XML_ERR_ALREADY_EXISTS  an element would have two attributes of one name;
+ *   NEB_XML_ERR_UNWRITABLE      names, values and content that NEB_XML_TransformIndented refuses,
+ *                               or whose characters XML does not allow; a name with other
+ *                               characters than ASCII in a document that declares US-ASCII; a value
+ *                               for an element with children, a child for one with text.
+ * After any of these but the sink's, nothing has been written. Cost: linear in the document, the
+ * edits and what they insert, the attributes of the elements whose attributes they name, and sorting
+ * of both. Memory: as NEB_XML_Locate, what is inserted, and about 600 bytes for each edit.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_EditBytes(const char *bytes, size_t length,
+                                                        const NEB_XML_EDIT *edits, size_t count,
+                                                        NEB_XML_SINK sink, void *context);
+
 /* --- Sessions --------------------------------------------------------------------------------- */
 /*
  * For callers who allocate from sessions of their own. Documents open and end theirs themselves.
