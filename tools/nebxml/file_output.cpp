@@ -7,9 +7,14 @@
 #include <unistd.h>
 
 #include "command_error.h"
+#include "platform/replaced_file.h"
 #include "printable.h"
 
 namespace nebxml {
+
+using neb::platform::replaceWholeFile;
+using neb::platform::WriteOutcome;
+
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;
@@ -78,22 +83,22 @@ void writeFile(const std::string &fileName, std::string_view text) {
   }
 }
 
-void replaceFile(const std::string &fileName, const XmlNode *root, uint32_t indent) {
+void replaceFile(const std::string &fileName, std::string_view text) {
   // A signal during the call would end the program and leave a temporary file.
   sigset_t allSignals;
   sigset_t previousSignals;
   sigfillset(&allSignals);
   sigprocmask(SIG_BLOCK, &allSignals, &previousSignals);
   errno = 0;
-  const uint32_t result = NEB_XML_SaveFile(root, fileName.c_str(), indent);
+  const WriteOutcome outcome = replaceWholeFile(fileName.c_str(), text.data(), text.size());
   const int cause = errno;
   sigprocmask(SIG_SETMASK, &previousSignals, nullptr);
-  if (result == NEB_XML_ERR_NO_MEMORY) throw noMemory(fileName);
-  if (result == NEB_XML_ERR_FILE_OPEN && cause == 0) {
+  if (outcome == WriteOutcome::noMemory) throw noMemory(fileName);
+  if (outcome == WriteOutcome::notOpened && cause == 0) {
     throw CommandError(ExitStatus::fileTrouble, fileName,
                        "cannot be replaced: not a regular file, or its path is too long");
   }
-  if (result != NEB_XML_OK) failWriting(fileName, cause);
+  if (outcome != WriteOutcome::written) failWriting(fileName, cause);
 }
 
 }  // namespace nebxml
