@@ -25,8 +25,7 @@ void requireChange(uint32_t result, const Target &target) {
     case NEB_XML_ERR_UNWRITABLE:
       throw refusal(target, "XML or the document's encoding does not allow the change at path");
     default:
-      throw CommandError(ExitStatus::fileTrouble, target.fileName,
-                         "change does not fit into memory");
+      throw noMemory(target.fileName);
   }
 }
 

@@ -59,6 +59,9 @@ void readFile(const std::string &fileName, std::string &bytes) {
 XmlNode *loadDocument(const std::string &fileName, Reading reading, std::string &bytes) try {
   const ProgressNote note(fileName);
   readFile(fileName, bytes);
+  const bool isStrict = reading == Reading::strict;
+  const std::string_view whole(bytes);
+  const std::string_view text = isStrict ? whole : whole.substr(0, whole.find('\0'));
   std::array<char, kLongestMessage> message{};
   NEB_XML_READ_OPTIONS options{};
   options.size = sizeof options;
@@ -66,14 +69,13 @@ XmlNode *loadDocument(const std::string &fileName, Reading reading, std::string 
   options.messageSize = message.size();
   NEB_XML_PARSE_ERROR error{};
   XmlNode *root = nullptr;
-  const uint32_t result =
-      reading == Reading::strict
-          ? NEB_XML_Read(bytes.data(), bytes.size(), &options, &root, &error)
-          : NEB_XML_ParseBuffer(bytes.data(), bytes.size(), NEB_XML_PARSE_SESSION, &root, &error);
+  const uint32_t result = isStrict ? NEB_XML_Read(text.data(), text.size(), &options, &root, &error)
+                                   : NEB_XML_ParseBuffer(text.data(), text.size(),
+                                                         NEB_XML_PARSE_SESSION, &root, &error);
   if (result == NEB_XML_OK) return root;
   if (result == NEB_XML_ERR_NO_MEMORY) throw noMemory(fileName);
-  if (bytes.empty()) throw syntaxReport(fileName, error, "the file is empty", bytes);
-  throw syntaxReport(fileName, error, message[0] != '\0' ? message.data() : error.reason, bytes);
+  if (text.empty()) throw syntaxReport(fileName, error, "the file is empty", text);
+  throw syntaxReport(fileName, error, isStrict ? message.data() : error.reason, text);
 } catch (const std::bad_alloc &) {
   throw noMemory(fileName);
 }
