@@ -9,8 +9,8 @@
 
 namespace {
 
+using neb::xml::ConstNode;
 using neb::xml::Document;
-using neb::xml::Node;
 
 std::string orders() {
   std::string xml = "<orders>";
@@ -29,7 +29,8 @@ const Document &document() {
 void walkInC(benchmark::State &state) {
   for (auto _ : state) {
     size_t bytes = 0;
-    for (XmlNode *node = document().root().get(); node != nullptr; node = NEB_XML_Iterator(node)) {
+    for (const XmlNode *node = document().root().get(); node != nullptr;
+         node = NEB_XML_Iterator(node)) {
       const char *value = nullptr;
       NEB_XML_GetNodeValue(node, nullptr, nullptr, nullptr, &value);
       if (value != nullptr) bytes += std::strlen(value);
@@ -48,9 +49,9 @@ BENCHMARK(walkInC)->Name("walk/C");
 void walkInCpp(benchmark::State &state) {
   for (auto _ : state) {
     size_t bytes = 0;
-    const Node root = document().root();
+    const ConstNode root = document().root();
     bytes += root.value().value_or("").size();
-    for (const Node node : root.descendants()) {
+    for (const ConstNode node : root.descendants()) {
       bytes += node.value().value_or("").size();
       for (const auto attribute : node.attributes()) bytes += attribute.value().value_or("").size();
     }
@@ -65,12 +66,11 @@ void typedInC(benchmark::State &state) {
     for (XmlNode *order = NEB_XML_GetNodeFirstChild(document().root().get()); order != nullptr;
          order = NEB_XML_GetNodeNextSibling(order)) {
       uint32_t id = 0;
-      if (NEB_XML_GetAttrValueEx(order, nullptr, "id", NEB_XML_VALUE_UINT32, &id) == NEB_XML_OK) {
-        sum += id;
-      }
+      const XmlNode *attribute = NEB_XML_FindAttr(order, "id", 2);
+      if (NEB_XML_ReadValue(attribute, NEB_XML_VALUE_UINT32, &id) == NEB_XML_OK) sum += id;
       uint8_t count = 0;
       XmlNode *last = NEB_XML_GetNodeLastChild(order);
-      if (NEB_XML_GetNodeValueEx(last, NEB_XML_VALUE_UINT8, &count) == NEB_XML_OK) sum += count;
+      if (NEB_XML_ReadValue(last, NEB_XML_VALUE_UINT8, &count) == NEB_XML_OK) sum += count;
     }
     benchmark::DoNotOptimize(sum);
   }
@@ -80,7 +80,7 @@ BENCHMARK(typedInC)->Name("typed/C");
 void typedInCpp(benchmark::State &state) {
   for (auto _ : state) {
     uint32_t sum = 0;
-    for (const Node order : document().root().children()) {
+    for (const ConstNode order : document().root().children()) {
       sum += order.get<uint32_t>("id").value_or(0);
       sum += order.last_child().get<uint8_t>().value_or(0);
     }
@@ -100,7 +100,7 @@ BENCHMARK(findInC)->Name("find/C");
 
 void findInCpp(benchmark::State &state) {
   for (auto _ : state) {
-    Node found = document().root().find("orders.order.500.count");
+    ConstNode found = document().root().find("orders.order.500.count");
     benchmark::DoNotOptimize(found);
   }
 }

@@ -22,7 +22,7 @@ static bool add_port(neb::xml::Node device, const Port &port) {
 }
 
 int main() {
-  const auto device = neb::xml::Document::create("device");
+  auto device = neb::xml::Document::create("device");
   if (!device) return EXIT_FAILURE;
   for (const Port &port : kPorts) {
     if (!add_port(device->root(), port)) return EXIT_FAILURE;

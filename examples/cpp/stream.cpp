@@ -11,7 +11,7 @@ static constexpr std::uint32_t kRecords = 3;
 static constexpr char kFrame[] = "<feed><source>sensor 7</source><records/></feed>";
 
 // The C interface prints the halves. It takes the node of any view.
-static bool put(neb::xml::Node node, std::uint32_t (*print)(const XmlNode *, char **)) {
+static bool put(neb::xml::ConstNode node, std::uint32_t (*print)(const XmlNode *, char **)) {
   char *text = nullptr;
   if (print(node.get(), &text) != NEB_XML_OK) return false;
   if (text != nullptr) std::fputs(text, stdout);
@@ -21,9 +21,9 @@ static bool put(neb::xml::Node node, std::uint32_t (*print)(const XmlNode *, cha
 
 // Each record is freed once it is written, so memory does not grow with the feed.
 static bool put_record(const Document &pattern, std::uint32_t number) {
-  const auto record = pattern.clone();
+  auto record = pattern.clone();
   if (!record) return false;
-  neb::xml::Node node = record->root();
+  const neb::xml::Node node = record->root();
   return node.set_attribute("number", number) &&
          node.set(std::int32_t{20} + static_cast<std::int32_t>(number % 3)) &&
          put(node, NEB_XML_Transform);

@@ -5,8 +5,8 @@
 
 #include "neb_xml.hpp"
 
+using neb::xml::ConstNode;
 using neb::xml::Info;
-using neb::xml::Node;
 
 template <typename View>
 static std::string qualified(const Info<View> &info) {
@@ -14,7 +14,7 @@ static std::string qualified(const Info<View> &info) {
   return info.prefix() ? std::string(*info.prefix()) + ":" + name : name;
 }
 
-static std::string described(const Info<Node> &node) {
+static std::string described(const Info<ConstNode> &node) {
   std::string line = qualified(node);
   for (const auto &attribute : node.attributes()) {
     line += "  " + qualified(attribute) + "=" + std::string(attribute.value().value_or(""));
@@ -24,9 +24,9 @@ static std::string described(const Info<Node> &node) {
 }
 
 // Indents a node: each level above it has a line if more siblings follow, else none.
-static std::string branches(const Info<Node> &node, Node root) {
+static std::string branches(const Info<ConstNode> &node, ConstNode root) {
   std::string text = node.next() ? "├─ " : "└─ ";
-  for (Node above = node.parent(); above.get() != root.get(); above = above.parent()) {
+  for (ConstNode above = node.parent(); above != root; above = above.parent()) {
     text.insert(0, above.next() ? "│  " : "   ");
   }
   return text;
@@ -36,13 +36,13 @@ int main(int argc, char **argv) {
   const char *path = argc > 1 ? argv[1] : "examples/samples/device.xml";
   const auto document = neb::xml::Document::parse_file(path);
   if (!document) {
-    const neb::xml::Error &error = document.error();
-    std::fprintf(stderr, "%s:%zu:%zu: %s\n", path, error.line, error.column, error.reason);
+    const neb::xml::ParseError &error = document.error();
+    std::fprintf(stderr, "%s:%zu:%zu: %s\n", path, error.line, error.column, error.what());
     return EXIT_FAILURE;
   }
-  const Node root = document->root();
+  const ConstNode root = document->root();
   std::printf("%s\n", described(root.info()).c_str());
-  for (const Info<Node> &node : root.info().descendants()) {
+  for (const Info<ConstNode> &node : root.info().descendants()) {
     std::printf("%s%s\n", branches(node, root).c_str(), described(node).c_str());
   }
   return EXIT_SUCCESS;

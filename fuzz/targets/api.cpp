@@ -777,17 +777,6 @@ class Machine {
     if (succeeded(result)) NEB_XML_FreeMem(text);
   }
 
-  // All strings are ASCII, so that it writes and refuses what exact printing does.
-  static void printStrictly(const Model &model, uint32_t exact, const char *text) {
-    const NEB_XML_PRINT_OPTIONS options = {sizeof options, 0, 2};
-    std::string whole;
-    const uint32_t result = NEB_XML_Print(model.node, &options, appendTo, &whole);
-    if (exact == kNoMemory || result == kNoMemory) return require(guarded::hasFailed());
-    const uint32_t refusal = model.isAttribute() ? kInvalid : kUnwritable;
-    require(result == (exact == kOk ? kOk : refusal));
-    require(exact != kOk || whole == text);
-  }
-
   // Finds a node in its printed tree, and renames it there to its own name.
   void locate(Model *model) {
     const Model *topmost = topmostOf(model);
@@ -802,14 +791,21 @@ class Machine {
     const NEB_XML_EDIT edit = {NEB_XML_EDIT_RENAME, 0,       node,    nullptr,
                                node->name,          nullptr, nullptr, {}};
     std::string edited;
-    const auto append = [](void *string, const char *bytes, size_t count) {
-      static_cast<std::string *>(string)->append(bytes, count);
-      return kOk;
-    };
-    if (succeeded(NEB_XML_EditBytes(text, length, &edit, 1, append, &edited))) {
+    if (succeeded(NEB_XML_EditBytes(text, length, &edit, 1, appendTo, &edited))) {
       require(edited == text);
     }
     NEB_XML_FreeMem(text);
+  }
+
+  // All strings are ASCII, so that it writes and refuses what exact printing does.
+  static void printStrictly(const Model &model, uint32_t exact, const char *text) {
+    const NEB_XML_PRINT_OPTIONS options = {sizeof options, 0, 2};
+    std::string whole;
+    const uint32_t result = NEB_XML_Print(model.node, &options, appendTo, &whole);
+    if (exact == kNoMemory || result == kNoMemory) return require(guarded::hasFailed());
+    const uint32_t refusal = model.isAttribute() ? kInvalid : kUnwritable;
+    require(result == (exact == kOk ? kOk : refusal));
+    require(exact != kOk || whole == text);
   }
 
   static uint32_t stepOn(const XmlNode *element, const char *(&texts)[3], XmlNode **cursor) {

@@ -11,7 +11,8 @@ constexpr mode_t kPrivateFileMode = 0600;
 // changed: the old file is not the one it was; look at it again.
 enum class Transfer { done, changed, refused, noMemory };
 
-// Gives a new file, opened with kPrivateFileMode, the rights of the file at oldPath, whose status is
+// Gives a new file, opened with kPrivateFileMode, the rights of the file at oldPath, whose status
+// is
 // old. It stays private until all else is in place. Nobody ends with more rights than before:
 // - Where the process may not give owner or group away, set-user-ID and set-group-ID are dropped.
 //   Without the group, its new group and all others keep what every group and all others had.

@@ -18,14 +18,15 @@ struct LargeMemory {
   char *begin;
 };
 
-// Of the size, so much will be filled soon. If that can be a huge page, the used part begins at one.
-// Only malloc is called: a program may have replaced it without its relatives for aligned memory.
+// Of the size, so much will be filled soon. If that can be a huge page, the used part begins at
+// one. Only malloc is called: a program may have replaced it without its relatives for aligned
+// memory.
 LargeMemory allocateLarge(size_t size, size_t filled);
 
-// glibc maps allocations of 128 KiB and more from the system, until one of them has been freed. From
-// then on it takes allocations of that size from its heap, and keeps up to twice as much free memory
-// there. This has it keep 768 KiB at least, so that a program that parses again and again finds its
-// memory in place. Only the first call does something.
+// glibc maps allocations of 128 KiB and more from the system, until one of them has been freed.
+// From then on it takes allocations of that size from its heap, and keeps up to twice as much free
+// memory there. This has it keep 768 KiB at least, so that a program that parses again and again
+// finds its memory in place. Only the first call does something.
 void letHeapKeepMemory();
 
 // Says that so much memory will be written soon, from the first byte to the last. The system then

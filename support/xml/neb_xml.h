@@ -261,7 +261,8 @@ typedef struct NEB_XML_PARSE_ERROR {
   size_t column;          /**< Its column. */
   size_t endNameOffset;   /**< The name in an end tag that does not match. */
   size_t endNameLength;   /**< 0 for every other failure. */
-  size_t startNameOffset; /**< The name of the start tag that it should close. */
+  size_t startNameOffset; /**< The name of the start tag that it should close; or, if mixed content
+                               is not supported, of the element that has it. */
   size_t startNameLength; /**< 0 also if memory ran out while that was searched. */
   size_t startTagOffset;  /**< The '<' of that start tag. */
   size_t systemError;     /**< The errno of a file call that failed; 0 if there is none. */
@@ -387,10 +388,10 @@ typedef struct NEB_XML_READ_OPTIONS {
  * error    may be null; written on failure only. A document that fails is parsed a second time.
  *
  * Texts are kept exactly, white space included; comments and processing instructions do not end a
- * text. As XML says, line ends become line feeds, and tabs and line ends in the values of attributes
- * become spaces, unless they are written as references. White space beside child elements is
- * layout. The document type declaration is skipped: what stands in it is checked as far as needed
- * to find its end, entities and default values that it declares are not used.
+ * text. As XML says, line ends become line feeds, and tabs and line ends in the values of
+ * attributes become spaces, unless they are written as references. White space beside child
+ * elements is layout. The document type declaration is skipped: what stands in it is checked as far
+ * as needed to find its end, entities and default values that it declares are not used.
  *
  * Returns NEB_XML_OK;
  *   NEB_XML_ERR_INVALID_PARAM  a null argument, a length of 0, or options that are not allowed;
@@ -1210,7 +1211,8 @@ typedef struct NEB_XML_LOCATION {
  * Finds where a node is in the document, for messages such as "config.xml:12:9: port out of range".
  *
  * node      an element, a document or an attribute.
- * location  receives the answer; unchanged on failure. The content of <a/> is empty, behind the tag.
+ * location  receives the answer; unchanged on failure. The content of <a/> is empty, behind the
+ *           tag.
  * Returns NEB_XML_OK;
  *   NEB_XML_ERR_INVALID_PARAM  a null argument or a length of 0;
  *   NEB_XML_ERR_SYNTAX         the bytes cannot be read strictly;
@@ -1228,7 +1230,8 @@ NEB_XML_API uint32_t NEB_XML_Locate(const XmlNode *node, const char *bytes, size
 enum NEB_XML_EDIT_KIND {
   /** Sets the value of node, an element or attribute, to value. An empty value clears it. */
   NEB_XML_EDIT_SET_VALUE = 1,
-  /** Sets the attribute of node that has this prefix and name to value; adds it if it is missing. */
+  /** Sets the attribute of node that has this prefix and name to value; adds it if it is
+   *  missing. */
   NEB_XML_EDIT_SET_ATTR = 2,
   /** Removes the attribute of node that has this prefix and name. */
   NEB_XML_EDIT_REMOVE_ATTR = 3,
@@ -1271,7 +1274,7 @@ typedef struct NEB_XML_EDIT {
  * context  passed to sink; may be null.
  *
  * Read strictly, the result is the tree after the same edits. In detail:
- *   - Values are escaped as NEB_XML_TransformIndented does. In a document that declares US-ASCII,
+ *   - Values are escaped as NEB_XML_Print does. In a document that declares US-ASCII,
  *     other characters are written as references.
  *   - The value of an attribute keeps its quotes. That of an element replaces its text, CDATA
  *     sections, comments and processing instructions from the first to the last byte of text; those
@@ -1283,8 +1286,8 @@ typedef struct NEB_XML_EDIT {
  *   - A new element gets a line of its own if its neighbour has one: with the neighbour's line end
  *     and indentation, and its own subtree indented by the step between neighbour and parent. As
  *     the only child it takes the step between its parent and the parent's parent. Otherwise it is
- *     on one line. INSERT_AFTER writes behind comments that end the line of node, INSERT_LAST behind
- *     all comments of node. No line is indented by more than 128 bytes.
+ *     on one line. INSERT_AFTER writes behind comments that end the line of node, INSERT_LAST
+ *     behind all comments of node. No line is indented by more than 128 bytes.
  *   - Several insertions at one point follow each other as if they had been made one by one.
  *
  * Returns NEB_XML_OK; what sink returned, if that is not NEB_XML_OK; NEB_XML_ERR_SYNTAX and
@@ -1292,15 +1295,15 @@ typedef struct NEB_XML_EDIT {
  *   NEB_XML_ERR_INVALID_PARAM   a wrong argument or field; the root removed, or anything beside it;
  *                               edits that conflict: two of one value or name, a value and a child
  *                               for one element, and any other edit of or in a removed node;
- *   NEB_XML_ERR_NOT_FOUND       tree and bytes differ, nodes of several trees, or no such attribute;
+ *   NEB_XML_ERR_NOT_FOUND       tree and bytes differ, nodes of several trees, or an attribute
+ *                               to be removed that is missing;
  *   NEB_XML_ERR_ALREADY_EXISTS  an element would have two attributes of one name;
- *   NEB_XML_ERR_UNWRITABLE      names, values and content that NEB_XML_TransformIndented refuses,
- *                               or whose characters XML does not allow; a name with other
- *                               characters than ASCII in a document that declares US-ASCII; a value
- *                               for an element with children, a child for one with text.
+ *   NEB_XML_ERR_UNWRITABLE      names, values and content that NEB_XML_Print refuses; a name with
+ *                               other characters than ASCII in a document that declares US-ASCII; a
+ *                               value for an element with children, a child for one with text.
  * After any of these but the sink's, nothing has been written. Cost: linear in the document, the
- * edits and what they insert, the attributes of the elements whose attributes they name, and sorting
- * of both. Memory: as NEB_XML_Locate, what is inserted, and about 600 bytes for each edit.
+ * edits and what they insert, the attributes of the elements whose attributes they name, and
+ * sorting of both. Memory: as NEB_XML_Locate, what is inserted, and about 600 bytes for each edit.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_EditBytes(const char *bytes, size_t length,
                                                         const NEB_XML_EDIT *edits, size_t count,

@@ -52,8 +52,8 @@ struct AsciiNames {
 };
 constexpr AsciiNames kAsciiNames;
 
-// Of the character that is here in a name, in bytes; 0 if it may not be here. Characters beyond ASCII
-// are read by a function.
+// Of the character that is here in a name, in bytes; 0 if it may not be here. Characters beyond
+// ASCII are read by a function.
 template <typename Read>
 size_t lengthInName(const char *at, bool isFirst, Read read) {
   const auto byte = static_cast<uint8_t>(*at);

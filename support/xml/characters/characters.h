@@ -25,8 +25,8 @@ bool mayContinueName(uint32_t code);
 // A run of bytes that is a Name: UTF-8 of such characters. An empty run is none.
 bool isXmlName(const char *name, size_t length);
 
-// The end of the longest Name that begins here in a terminated string; the beginning itself if there
-// is none.
+// The end of the longest Name that begins here in a terminated string; the beginning itself if
+// there is none.
 const char *findNameEnd(const char *name);
 
 }  // namespace neb::xml::internal

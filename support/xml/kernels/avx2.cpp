@@ -67,8 +67,8 @@ static_assert(isWhole(kMoreNameEndTable, kMoreNameEndBytes), "names need a third
   return low | uint64_t{high} << kVectorSize;
 }
 
-// Of any set with few different rows: a row is the set of bytes with one high half, and has a bit of
-// its own.
+// Of any set with few different rows: a row is the set of bytes with one high half, and has a bit
+// of its own.
 struct alignas(kLowHalves) NibbleTables {
   uint8_t low[kLowHalves] = {};
   uint8_t high[kLowHalves] = {};

@@ -31,7 +31,8 @@ constexpr size_t kMostAheadOfCopy = 8;
 constexpr size_t kMostHugePages = 2;
 constexpr size_t kLargestRegion = kMostHugePages * kHugePageSize - kHeapHeader;
 
-// The address sanitizer finds what is written behind a block, as if it had an allocation of its own.
+// The address sanitizer finds what is written behind a block, as if it had an allocation of its
+// own.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr size_t kBehindBlock = 16;
 void forbid(char *begin, char *end) {

@@ -17,6 +17,8 @@ class SessionAllocator {
  public:
   explicit SessionAllocator(XmlMemSession &session) : session_(session) { load(); }
 
+  const XmlMemSession &session() const { return session_; }
+
   // Bytes behind what was allocated together that may be written as well, so that whole vectors can
   // be copied. The next allocation overwrites them, or clears them when it is handed out unfilled.
   static constexpr size_t kSlack = 64;

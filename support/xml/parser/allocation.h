@@ -15,7 +15,7 @@ class ArenaAllocation {
 
   static constexpr bool kIsArena = true;
   // Where the session's blocks come from.
-  const Allocator &source() const { return allocatorOf(*findSession(handle_)); }
+  const Allocator &source() const { return allocatorOf(allocator_.session()); }
   uint32_t handle() const { return handle_; }
   SessionAllocator &allocator() { return allocator_; }
 

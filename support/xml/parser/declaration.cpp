@@ -59,7 +59,8 @@ bool DeclarationReader::read() {
   return true;
 }
 
-// White space, the name, '=' and a quoted value. False if they are not there: the cursor then stays.
+// White space, the name, '=' and a quoted value. False if they are not there: the cursor then
+// stays.
 bool DeclarationReader::readParameter(const char *name, Run *value) {
   const char *next = skipWhitespace(cursor_);
   if (next == cursor_) return false;

@@ -573,17 +573,19 @@ class Scanner {
   // Strict reading leaves texts with other markup in them to the tokenizer.
 
   const char *findBehindSections(const char *section) {
-    if constexpr (kIsStrict)
+    if constexpr (kIsStrict) {
       return nullptr;
-    else
+    } else {
       return tokenizer_.findTextEnd(section);
+    }
   }
 
   const char *findBehindMisc(const char *markup) {
-    if constexpr (kIsStrict)
+    if constexpr (kIsStrict) {
       return nullptr;
-    else
+    } else {
       return tokenizer_.findBehindMisc(markup);
+    }
   }
 
   // With what is kept of the white space before it.

@@ -36,7 +36,8 @@ class StrictText {
   const char *begin() const { return begin_; }
   const char *end() const { return end_; }
 
-  // Up to the next markup or the end of the document. False if there is a "]]>"; it is then the end.
+  // Up to the next markup or the end of the document. False if there is a "]]>"; it is then the
+  // end.
   bool readCharacters() {
     const char *from = end_;
     const char *next = std::strchr(from, '<');

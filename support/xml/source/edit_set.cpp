@@ -10,40 +10,40 @@ namespace {
 
 // What the fields of one kind of edit must be.
 enum class Field : uint8_t { absent, optional, required };
-enum class Place : uint8_t { element, elementBelowRoot, node, nodeBelowRoot };
+enum class NodeKind : uint8_t { element, elementBelowRoot, node, nodeBelowRoot };
 
 struct Rule {
-  Place node;
+  NodeKind node;
   Field prefix = Field::absent;
   Field name = Field::absent;
   Field value = Field::absent;
   Field content = Field::absent;
 };
 
-constexpr Rule kInside = {Place::element, {}, {}, {}, Field::required};
-constexpr Rule kBeside = {Place::elementBelowRoot, {}, {}, {}, Field::required};
+constexpr Rule kInside = {NodeKind::element, {}, {}, {}, Field::required};
+constexpr Rule kBeside = {NodeKind::elementBelowRoot, {}, {}, {}, Field::required};
 
 // From the first kind on.
 constexpr Rule kRules[] = {
-    {Place::node, {}, {}, Field::required},                               // SET_VALUE
-    {Place::element, Field::optional, Field::required, Field::required},  // SET_ATTR
-    {Place::element, Field::optional, Field::required},                   // REMOVE_ATTR
-    {Place::node, Field::optional, Field::optional},                      // RENAME
-    {Place::nodeBelowRoot},                                               // REMOVE
-    kInside,                                                              // INSERT_FIRST
-    kInside,                                                              // INSERT_LAST
-    kBeside,                                                              // INSERT_BEFORE
-    kBeside,                                                              // INSERT_AFTER
+    {NodeKind::node, {}, {}, Field::required},                               // SET_VALUE
+    {NodeKind::element, Field::optional, Field::required, Field::required},  // SET_ATTR
+    {NodeKind::element, Field::optional, Field::required},                   // REMOVE_ATTR
+    {NodeKind::node, Field::optional, Field::optional},                      // RENAME
+    {NodeKind::nodeBelowRoot},                                               // REMOVE
+    kInside,                                                                 // INSERT_FIRST
+    kInside,                                                                 // INSERT_LAST
+    kBeside,                                                                 // INSERT_BEFORE
+    kBeside,                                                                 // INSERT_AFTER
 };
 
 bool allows(Field field, const void *given) {
   return field == Field::optional || (field == Field::required) == (given != nullptr);
 }
 
-bool allows(Place place, const XmlNode *node) {
+bool allows(NodeKind kind, const XmlNode *node) {
   if (node == nullptr) return false;
-  const bool mayBeAttribute = place == Place::node || place == Place::nodeBelowRoot;
-  const bool mayBeRoot = place == Place::node || place == Place::element;
+  const bool mayBeAttribute = kind == NodeKind::node || kind == NodeKind::nodeBelowRoot;
+  const bool mayBeRoot = kind == NodeKind::node || kind == NodeKind::element;
   return isAttribute(node) ? mayBeAttribute : mayBeRoot || node->parent != nullptr;
 }
 

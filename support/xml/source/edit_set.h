@@ -7,8 +7,8 @@
 namespace neb::xml::internal {
 
 // An edit whose node has been found in the tree. Attributes that are named are nodes now: to set or
-// remove one has become to set the value of its node, or to remove it. NEB_XML_EDIT_SET_ATTR is left
-// for the new ones.
+// remove one has become to set the value of its node, or to remove it. NEB_XML_EDIT_SET_ATTR
+// remains for the new ones.
 struct PlannedEdit {
   const NEB_XML_EDIT *given;
   const XmlNode *node;

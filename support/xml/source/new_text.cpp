@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "characters/characters.h"
 #include "characters/utf8.h"
 #include "printer/escaping.h"
 
@@ -50,8 +49,8 @@ const char *NewText::addedName(const WholeName &name) {
   const char *begin = to_;
   if (!name.prefix.empty()) to_ = writeLiteral(copied(to_, name.prefix), ":");
   to_ = copied(to_, name.local);
-  const bool isAllowed = isXmlName(begin, name.length()) && *begin != ':' && to_[-1] != ':' &&
-                         (!isAscii_ || findOtherThanAscii(begin, to_) == to_);
+  const bool isAllowed =
+      isUnicodeName(begin, to_) && (!isAscii_ || findOtherThanAscii(begin, to_) == to_);
   if (!isAllowed) refuse(NEB_XML_ERR_UNWRITABLE);
   return isAllowed ? begin : nullptr;
 }

@@ -81,8 +81,9 @@ class Targets {
   Slot &slotOf(const XmlNode *node) {
     constexpr uint64_t kSpread = 0x9E3779B97F4A7C15;
     size_t at = static_cast<size_t>(reinterpret_cast<uintptr_t>(node) * kSpread >> shift_);
-    while (slots_[at].target != nullptr && slots_[at].target->node != node)
+    while (slots_[at].target != nullptr && slots_[at].target->node != node) {
       at = (at + 1) & (slots_.size() - 1);
+    }
     return slots_[at];
   }
 
