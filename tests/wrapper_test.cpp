@@ -571,6 +571,23 @@ TEST(Wrapper, PrintsIntoAnySink) {
   EXPECT_EQ(document.to_string(17).error().code, kInvalid);
 }
 
+TEST(Wrapper, LocatesNodesAndEditsBytes) {
+  constexpr std::string_view kBytes = "<!-- c -->\n<a>\n  <b c='1'>x</b>\n</a>";
+  const Document document = parsed(kBytes);
+  const ConstNode b = document.root().child("b");
+  EXPECT_TRUE(b.locate(kBytes)->line == 3 && b.locate(kBytes)->column == 3);
+  EXPECT_EQ(b.first_attribute().locate(kBytes)->column, 6U);
+  EXPECT_EQ(b.locate("<a/>").error().code, kNotFound);
+  EXPECT_EQ(Node().locate(kBytes).error().code, kInvalid);
+  const std::vector<neb::xml::Edit> edits = {
+      {.kind = NEB_XML_EDIT_SET_VALUE, .node = b.get(), .value = "y"}};
+  std::string edited;
+  EXPECT_TRUE(neb::xml::edit_bytes(kBytes, edits, edited));
+  EXPECT_EQ(edited, "<!-- c -->\n<a>\n  <b c='1'>y</b>\n</a>");
+  const auto throws = [](std::string_view) { throw 1; };
+  EXPECT_THROW((void)neb::xml::edit_bytes(kBytes, edits, throws), int);
+}
+
 // More than a part that a sink receives, and more than a test's own strings.
 TEST(Wrapper, PassesExceptionsOnAndLeaksNothing) {
   Document document = *Document::create("a");

@@ -226,6 +226,10 @@ struct PrintOptions {
   bool final_line_end = true; /**< Ends the last line. */
 };
 
+/** Where a node is in a document, and one edit of a document: records of the C interface. */
+using Location = NEB_XML_LOCATION;
+using Edit = NEB_XML_EDIT;
+
 template <typename View>
 class Info;
 
@@ -529,6 +533,14 @@ class View {
   template <typename Value>
   Result<Value> get() const noexcept {
     return read_typed<Value>(node_);
+  }
+
+  /** Where this is in the document that it was read from. See NEB_XML_Locate. */
+  Result<Location> locate(std::string_view document) const noexcept {
+    Location location;
+    const std::uint32_t code = NEB_XML_Locate(node_, document.data(), document.size(), &location);
+    if (code != NEB_XML_OK) return error_of(code);
+    return location;
   }
 
  protected:
@@ -1386,6 +1398,22 @@ class Document : public detail::Owner {
                       message};
   }
 };
+
+/**
+ * Edits a document and keeps the rest of it byte for byte. See NEB_XML_EditBytes.
+ *
+ * document  from which the nodes of the edits were read; the tree is not changed.
+ * edits     an array or container of Edit.
+ * sink      receives the new document, as in Node::print.
+ */
+template <typename Edits, typename Sink>
+[[nodiscard]] Status edit_bytes(std::string_view document, const Edits &edits, Sink &&sink) {
+  using Writing = detail::Writing<std::remove_reference_t<Sink>>;
+  return Writing(sink).run([&](NEB_XML_SINK take, void *context) {
+    return NEB_XML_EditBytes(document.data(), document.size(), std::data(edits), std::size(edits),
+                             take, context);
+  });
+}
 
 namespace detail {
 
