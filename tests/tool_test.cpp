@@ -103,9 +103,8 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
 
 TEST_F(Tool, EditsChangeNoOtherByte) {
   const std::string before =
-      "\xEF\xBB\xBF<?xml version='1.0'?>\r\n<!DOCTYPE a [ <!-- > --> ]>\r\n<a>\r\n\t<!-- é --><b  "
-      "k='1'\tl = "
-      "\"2\" /> <!-- b -->\r\n\t<c>\t<![CDATA[x]]></c  >\r\n</a>\r\n\r\n<?end?>";
+      "\xEF\xBB\xBF<?xml version='1.0'?>\r\n<!DOCTYPE a [ <!-- > --> ]>\r\n<a>\r\n\t<!-- é -->"
+      "<b  k='1'\tl = \"2\" /> <!-- b -->\r\n\t<c>\t<![CDATA[x]]></c  >\r\n</a>\r\n\r\n<?end?>";
   const std::string edits[][3] = {
       {"set F a.c v", "\t<![CDATA[x]]>", "v"},
       {"set F a.b '<'", " />", ">&lt;</b>"},

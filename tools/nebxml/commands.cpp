@@ -22,11 +22,19 @@ void requireChange(uint32_t result, const Target &target) {
       return;
     case NEB_XML_ERR_NOT_FOUND:
       throw refusal(target, "no attribute '" + target.attribute.value_or("") + "' at path");
-    case NEB_XML_ERR_UNWRITABLE:
-      throw refusal(target, "XML or the document's encoding does not allow the change at path");
-    default:
+    case NEB_XML_ERR_NO_MEMORY:
       throw noMemory(target.fileName);
+    default:
+      throw refusal(target, "XML or the document's encoding does not allow the change at path");
   }
+}
+
+// Throws CommandError if there is no such attribute.
+std::string attributeValue(const XmlNode *element, const Target &target) {
+  const AttributeName name(*target.attribute);
+  const char *value = nullptr;
+  requireChange(NEB_XML_GetAttr(element, name.prefix(), name.name(), &value), target);
+  return value == nullptr ? "" : value;
 }
 
 NEB_XML_EDIT editOf(NEB_XML_EDIT_KIND kind, const char *value = nullptr) {
@@ -95,10 +103,7 @@ void printValue(const Target &target) {
   const XmlNode *node = document.find(target.path);
   std::string line(nodeStrings(node).value);
   if (target.attribute) {
-    const AttributeName name(*target.attribute);
-    const char *value = nullptr;
-    requireChange(NEB_XML_GetAttr(node, name.prefix(), name.name(), &value), target);
-    line = value == nullptr ? "" : value;
+    line = attributeValue(node, target);
   }
   writeStandardOutput(inRequiredForm(target, line) += '\n');
 }
@@ -130,11 +135,13 @@ void removeTarget(const Target &target, const Destination &destination) {
   const Document document(target.fileName, target.reading);
   XmlNode *node = document.find(target.path);
   const AttributeName name(target.attribute.value_or(""));
-  if (!target.attribute && node == document.root()) {
+  NEB_XML_EDIT edit = editOf(NEB_XML_EDIT_REMOVE);
+  if (target.attribute) {
+    attributeValue(node, target);
+    edit = editOfAttribute(NEB_XML_EDIT_REMOVE_ATTR, name);
+  } else if (node == document.root()) {
     throw refusal(target, "the document element cannot be deleted:");
   }
-  const NEB_XML_EDIT edit = target.attribute ? editOfAttribute(NEB_XML_EDIT_REMOVE_ATTR, name)
-                                             : editOf(NEB_XML_EDIT_REMOVE);
   requireChange(saveEdited(document, node, edit, destination), target);
 }
 
