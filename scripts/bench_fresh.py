@@ -21,7 +21,7 @@ PROGRAMS = {"NEB-XML": "neb_xml", "pugixml": "pugixml", "RapidXML": "rapidxml",
 MEASUREMENTS = {"parse": 9, "load": 9, "repeat": 3}
 LARGEST = 16 << 20
 # This library is measured with a session; the floor is no library.
-LEFT_OUT = ("NEB-XML/hooks", "floor/allocate")
+LEFT_OUT = ("NEB-XML/hooks", "NEB-XML/strict", "floor/allocate")
 
 
 def accepted(bench):

@@ -274,7 +274,7 @@ def ratio_rows(data, rows, operation, documents):
 def legend(data):
     body, x = [], 10
     for library in dict.fromkeys(s.split("/")[0] for s in data.subjects):
-        name = "without a session" if library == "NEB-XML" else library
+        name = "without a session, or strictly" if library == "NEB-XML" else library
         body += [dot(x + 5, 67, library, library != "NEB-XML"), text_at(x + 14, 71, name)]
         x += 30 + 7 * len(name)
     return body + [text_at(x, 71, f"Beyond {TICKS[-1]}: drawn at {TICKS[-1]}.")]

@@ -9,8 +9,8 @@ import sys
 
 from bench_report import REFERENCE, Measurements, duration, means
 
-SUBJECTS = ["pugixml/default", "pugixml/fastest", "RapidXML/checked", "TinyXML-2/default",
-            "libxml2/fastest", "Mini-XML/opaque"]
+SUBJECTS = ["NEB-XML/strict", "pugixml/default", "pugixml/fastest", "RapidXML/checked",
+            "TinyXML-2/default", "libxml2/fastest", "Mini-XML/opaque"]
 DOCUMENTS = ["freedesktop.org.xml", "Gtk-3.0.gir", "psx.xml", "de.xml", "bamboo_01.svg",
              "content.xml", "vim-types.xsd", "iso_639-3.xml", "activemq-parent-5.17.2.pom",
              "tiny-275B"]

@@ -219,6 +219,23 @@ TEST(ReadOptions, DoNotChangeWhatLoadingReads) {
   EXPECT_STREQ(error.reason, "the file is empty");
 }
 
+// What is missing at the end of a document is missed, wherever it ends. Whole documents may be
+// followed by white space and comments only.
+TEST_P(Strict, RefusesEveryBeginning) {
+  for (const char *name : {"device.xml", "inventory.xml", "measurements.xml"}) {
+    const std::string sample = trees::readFile(std::string(NEB_XML_SAMPLES_DIR "/") + name);
+    const size_t end = sample.rfind('>') + 1;
+    const std::string whole = strictOutcome(sample).tree;
+    EXPECT_NE(whole, "rejected");
+    for (size_t length = 0; length <= sample.size(); ++length) {
+      const std::string beginning =
+          sample.substr(0, length) + (length % 2 == 0 ? "" : " <!---->\n");
+      const std::string tree = beginning.empty() ? "rejected" : strictOutcome(beginning).tree;
+      EXPECT_EQ(tree, length < end ? "rejected" : whole) << name << ' ' << length;
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Kernels, Strict, allKernels(), nameOfKernel);
 
 }  // namespace

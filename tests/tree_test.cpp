@@ -234,6 +234,8 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   with.check(NEB_XML_ParseEx, "<a/>", out);
   with.check(NEB_XML_ParseFile, "no", out);
   with.check(NEB_XML_ParseFileEx, "no", out);
+  with.check(NEB_XML_Read, "<a/>", 4, nullptr, out, nullptr);
+  with.check(NEB_XML_Load, "no", nullptr, out, nullptr);
   with.check(NEB_XML_CreateNode, 0, nullptr, nullptr, nullptr, out);
   with.check(NEB_XML_CreateNodeEx, 0, 12, nullptr, nullptr, nullptr, out);
   with.check(NEB_XML_RemoveNode, child);

@@ -579,8 +579,10 @@ TEST(Wrapper, LocatesNodesAndEditsBytes) {
   EXPECT_EQ(b.first_attribute().locate(kBytes)->column, 6U);
   EXPECT_EQ(b.locate("<a/>").error().code, kNotFound);
   EXPECT_EQ(Node().locate(kBytes).error().code, kInvalid);
-  const std::vector<neb::xml::Edit> edits = {
-      {.kind = NEB_XML_EDIT_SET_VALUE, .node = b.get(), .value = "y"}};
+  std::vector<neb::xml::Edit> edits(1);
+  edits[0].kind = NEB_XML_EDIT_SET_VALUE;
+  edits[0].node = b.get();
+  edits[0].value = "y";
   std::string edited;
   EXPECT_TRUE(neb::xml::edit_bytes(kBytes, edits, edited));
   EXPECT_EQ(edited, "<!-- c -->\n<a>\n  <b c='1'>y</b>\n</a>");

@@ -26,6 +26,18 @@ Document load(const char *path) {
   return ParseFile(path, &document) == NEB_XML_OK ? document : nullptr;
 }
 
+// The language of strict reading; only the parse differs.
+Document readStrictly(const std::string &input) {
+  XmlNode *document = nullptr;
+  const uint32_t result = NEB_XML_Read(input.data(), input.size(), nullptr, &document, nullptr);
+  return result == NEB_XML_OK ? document : nullptr;
+}
+
+Document loadStrictly(const char *path) {
+  XmlNode *document = nullptr;
+  return NEB_XML_Load(path, nullptr, &document, nullptr) == NEB_XML_OK ? document : nullptr;
+}
+
 void release(Document document) { NEB_XML_FreeNode(node(document)); }
 
 // The one call that reads a node, and what a caller would do with its answer.
@@ -163,8 +175,20 @@ Subject subject(const char *mode, Document (*parse)(const std::string &),
           .edit = edit};
 }
 
-const Registration registration(0, {nebXmlSession(), subject("hooks", parse<NEB_XML_Parse>,
-                                                             load<NEB_XML_ParseFile>, editHooks)});
+Subject strict() {
+  return {.library = "NEB-XML",
+          .mode = "strict",
+          .version = version(),
+          .maxDepth = 0,
+          .parse = readStrictly,
+          .load = loadStrictly,
+          .release = release,
+          .inspect = inspect};
+}
+
+const Registration registration(
+    0, {nebXmlSession(), subject("hooks", parse<NEB_XML_Parse>, load<NEB_XML_ParseFile>, editHooks),
+        strict()});
 
 }  // namespace
 

@@ -39,9 +39,13 @@ constexpr size_t kInternedNames = 10, kLongestInterned = 11;
 constexpr const char *kGiven[] = {nullptr,        "",   "a",  "b",  "id", "p",  "longest-one",
                                   "too-long-one", "n0", "n1", "n2", "n3", "n4", "n5",
                                   "n6",           "n7"};
+constexpr const char *kSeveralRoots = "<a k='1'/><p:b>t</p:b><c><d/></c>";
 constexpr const char *kDocuments[] = {"<r/>", "<r a='1' p:b='2'><x y='z'>t</x><x/></r>",
-                                      "<a k='1'/><p:b>t</p:b><c><d/></c>",
-                                      "<n4><n5 n6='1'/><n7/></n4>"};
+                                      kSeveralRoots, "<n4><n5 n6='1'/><n7/></n4>"};
+
+uint32_t readStrictly(const char *text, XmlNode **document) {
+  return NEB_XML_Read(text, std::strlen(text), nullptr, document, nullptr);
+}
 
 enum Field { kPrefix, kName, kValue };
 constexpr Field kFields[] = {kPrefix, kName, kValue};
@@ -343,11 +347,16 @@ class Machine {
   }
 
   void parse(Model * /*unused*/) {
-    const bool withSession = bytes_.pick(2) == 0;
+    constexpr decltype(&NEB_XML_Parse) kParses[] = {NEB_XML_ParseEx, NEB_XML_Parse, readStrictly,
+                                                    NEB_XML_Parse};
+    const size_t way = bytes_.pick(std::size(kParses));
+    const bool withSession = way % 2 == 0;
     const char *text = bytes_.pickFrom(kDocuments);
     XmlNode *node = nullptr;
-    const uint32_t result = withSession ? NEB_XML_ParseEx(text, &node) : NEB_XML_Parse(text, &node);
-    require(result == kOk || (guarded::hasFailed() && node == nullptr));
+    const uint32_t result = kParses[way](text, &node);
+    const bool isRefused = kParses[way] == readStrictly && text == kSeveralRoots;
+    require(result == kOk ? !isRefused : isRefused || guarded::hasFailed());
+    require(result == kOk || node == nullptr);
     if (result != kOk) return;
     Model *chain = node->next == nullptr ? nullptr : add(nullptr, 0, kElement);
     if (withSession) sessions_[node->sessionId] = true;

@@ -1,12 +1,18 @@
 // Any bytes through every entry point, and by the tokenizer alone: all agree on code, tree and
 // layout, read nothing behind the document and report where it is wrong, as the tests demand it of
-// their documents. Besides, one allocation fails.
+// their documents. What strict reading accepts, other parsers read alike; what it calls not
+// well-formed, they refuse. Besides, one allocation fails.
+#include <algorithm>
 #include <string>
 #include <string_view>
 
 #include "../../tests/support/parses.h"
+#include "other_parsers/outline.h"
 #include "support/guarded_hooks.h"
 #include "support/require.h"
+#include "xml/parser/reasons.h"
+
+using namespace neb::xml::internal;
 
 namespace {
 
@@ -54,6 +60,41 @@ void parseWithoutMemory(const std::string &text) {
   guarded::failNth(0);
 }
 
+bool holds(const std::string &text, const char *part) { return text.find(part) != text.npos; }
+
+// Expat knows names by the fourth edition of XML, and not every name of an encoding.
+bool isLessKnown(const std::string &text) {
+  return std::any_of(text.begin(), text.end(), [](char byte) { return (byte & 0x80) != 0; }) ||
+         holds(text, "encoding");
+}
+
+// A document type declaration is not checked in all of its parts, and may change what is read.
+void requireAccepted(const std::string &text, const std::string &outline) {
+  using namespace other_parsers;
+  if (holds(text, "<!DOCTYPE")) return;
+  const std::string byExpat = outlineBy(kExpat, text);
+  const bool isUnknown = byExpat == "refused" && isLessKnown(text);
+  require((isUnknown ? outlineBy(kLibxml2, text) : byExpat) == outline);
+}
+
+// Expat accepts any version.
+void requireRefused(const std::string &text, const NEB_XML_PARSE_ERROR &error) {
+  if (error.code == NEB_XML_ERR_UNSUPPORTED || error.reason == reasons::kDeclarationVersion) return;
+  require(error.code == kSyntax);
+  require(other_parsers::outlineBy(other_parsers::kExpat, text) == "refused");
+}
+
+void compareWithOthers(const std::string &text) {
+  XmlNode *document = nullptr;
+  NEB_XML_PARSE_ERROR error = {};
+  if (NEB_XML_Read(text.data(), text.size(), nullptr, &document, &error) != kOk) {
+    return requireRefused(text, error);
+  }
+  const std::string outline = other_parsers::outlineOf(document);
+  NEB_XML_FreeNode(document);
+  requireAccepted(text, outline);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -64,6 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const std::string tree = parses::outcome(text);
   constexpr size_t kBlanks = 4096;  // which the structural index does not cover at once
   require(parses::outcome(std::string(kBlanks, ' ') + text) == tree);
+  compareWithOthers(text);
   parseWithoutMemory(text);
   require(guarded::outstanding() == 0);
   return 0;

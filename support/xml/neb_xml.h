@@ -390,8 +390,9 @@ typedef struct NEB_XML_READ_OPTIONS {
  * Texts are kept exactly, white space included; comments and processing instructions do not end a
  * text. As XML says, line ends become line feeds, and tabs and line ends in the values of
  * attributes become spaces, unless they are written as references. White space beside child
- * elements is layout. The document type declaration is skipped: what stands in it is checked as far
- * as needed to find its end, entities and default values that it declares are not used.
+ * elements is layout. Of the document type declaration, the name, the external identifier and what
+ * separates its declarations are checked. Single declarations are skipped: entities and default
+ * values that they declare are not used.
  *
  * Returns NEB_XML_OK;
  *   NEB_XML_ERR_INVALID_PARAM  a null argument, a length of 0, or options that are not allowed;

@@ -1,84 +1,88 @@
 #!/usr/bin/env python3
 """Compares the library with the W3C XML test suite and with docs/departures.md.
 
-  conformance.py NEBXML SUITE DOCUMENT
+  conformance.py LIBRARY SUITE DOCUMENT
 
-Prints how many tests of each class are accepted, and which departures explain the results that
-differ from the suite. Fails if no departure or several explain a result, if a count in the document
-is wrong, or if one of its examples does not show its departure.
+Prints, for each language, how many tests of each class are accepted, and which departures explain
+the results that differ from the suite. Fails if no departure or several explain a result, if strict
+reading makes another tree than a second parser, if a count in the document is wrong, or if one of
+its examples does not show its departure.
 """
 import ast
 import os
 import pathlib
 import re
-import subprocess
 import sys
 import tempfile
-from collections import Counter, defaultdict, namedtuple
+from collections import Counter, defaultdict
 
 import departures
 import suite
+from library import STRICT, Library, Refusal
 
 _KINDS = ["valid", "invalid", "not-wf", "error"]
-_FILES_AT_ONCE = 500
-
-
-# Why a document was refused, and the reported position.
-Refusal = namedtuple("Refusal", "reason offset")
-
-
-def find_refusals(tool, paths):
-    """The refusals of some files, by path."""
-    refusals = {}
-    for begin in range(0, len(paths), _FILES_AT_ONCE):
-        some = paths[begin:begin + _FILES_AT_ONCE]
-        run = subprocess.run([tool, "check", *some], stdout=subprocess.PIPE,
-                             stderr=subprocess.PIPE, check=False)
-        if run.returncode not in (0, 1):
-            sys.exit(f"{tool} check: exit code {run.returncode}")
-        report = run.stderr.decode("utf-8", "replace")
-        for path, line, column, reason in re.findall(r"(?m)^(/[^:\n]+):(\d+):(\d+): (.*)$", report):
-            if path not in refusals and not reason.startswith("the start tag is here"):
-                refusals[path] = Refusal(reason, offset_of(path, int(line), int(column)))
-        if (run.returncode == 1) != any(path in refusals for path in some):
-            sys.exit(f"{tool} check: its exit code and its report differ")
-    return refusals
 
 
 def read(path):
     return pathlib.Path(path).read_bytes()
 
 
-def offset_of(path, line, column):
-    lines = read(path).split(b"\n")
-    return len(b"\n".join([*lines[:line - 1], b""])) + column - 1
+def is_refused(result):
+    return isinstance(result, Refusal)
 
 
 def has_doctype(xml):
     return b"<!DOCTYPE" in xml.replace(b"\0", b"")
 
 
-def sort_cases(cases, refusals):
+def sort_cases(language, cases, results):
     """The departures with the tests that each explains, and the errors."""
     sorted_cases, errors = defaultdict(list), []
     for case in cases:
-        refusal = refusals.get(case.path)
-        if case.kind == "error" or case.is_well_formed == (refusal is None):
+        result = results[case.path]
+        if case.kind == "error" or case.is_well_formed != is_refused(result):
             continue
-        found = departures.explain(case, read(case.path), refusal)
+        document = read(case.path)
+        found = (language.explain_refused(case, document, result) if is_refused(result)
+                 else language.explain_accepted(case, document))
         if len(found) == 1:
             sorted_cases[found[0]].append(case)
         else:
-            verdict = "accepted" if refusal is None else f"refused: {refusal.reason}"
+            verdict = f"refused: {result.reason}" if is_refused(result) else "accepted"
             errors.append(f"{case.name} ({case.path}), {verdict}, explained by {found or None}")
     return sorted_cases, errors
 
 
-def class_rows(cases, refusals):
+def without_types(element):
+    """An element as if no type were declared for its attributes: that changes spaces in values."""
+    values = {name: b" ".join(value.split(b" ")).strip() if value else value
+              for name, value in element.attributes.items()}
+    values = {name: re.sub(rb" +", b" ", value) for name, value in values.items()}
+    return element._replace(attributes=values, children=[*map(without_types, element.children)])
+
+
+def compare_trees(cases, results):
+    """How many tests both parsers accept and read alike, and the errors."""
+    same, errors = 0, []
+    for case in cases:
+        document, tree = read(case.path), results[case.path]
+        if is_refused(tree) or suite.find_error(document) is not None:
+            continue
+        other = suite.read_tree(document)
+        if b"<!ATTLIST" in document:
+            tree, other = without_types(tree), without_types(other)
+        if tree == other:
+            same += 1
+        else:
+            errors.append(f"{case.name} ({case.path}) is read as {tree}, not as {other}")
+    return same, errors
+
+
+def class_rows(cases, results):
     """The rows of the document's table of classes."""
     counts = Counter()
     for case in cases:
-        counts[case.kind, has_doctype(read(case.path)), case.path in refusals] += 1
+        counts[case.kind, has_doctype(read(case.path)), is_refused(results[case.path])] += 1
     return [f"| {kind} | {'with' if doctype else 'without'} | {counts[kind, doctype, False]} "
             f"| {counts[kind, doctype, True]} |" for kind in _KINDS for doctype in (False, True)]
 
@@ -93,22 +97,21 @@ def read_rows(document):
     return rows
 
 
-def check_example(tool, name, xml, folder):
+def check_example(library, language, name, xml, folder):
     """The error of an example, if it has one."""
     path = pathlib.Path(folder, f"{name}.xml")
     path.write_bytes(xml)
-    is_accepted = not find_refusals(tool, [str(path)])
+    is_accepted = not is_refused(library.read(path, language.flags))
     is_right = name not in departures.OTHER_RULES and suite.is_well_formed(xml)
-    shows_it = is_accepted != is_right and is_accepted == (name not in departures.REFUSED)
+    shows_it = is_accepted != is_right and is_accepted == (name not in language.refused)
     return [] if shows_it else [f"the example of {name} does not show it"]
 
 
-def check_document(tool, document, rows_of_classes, sorted_cases):
-    """The errors of the document."""
-    errors = [f"not in the document: {row}" for row in rows_of_classes
-              if row not in document.splitlines()]
+def check_document(library, language, document, lines, sorted_cases):
+    """The errors of the part of the document about a language."""
+    errors = [f"not in the document: {line}" for line in lines if line not in document]
     rows = read_rows(document)
-    names = departures.ACCEPTED + departures.REFUSED + departures.OTHER_RULES
+    names = language.accepted + language.refused + departures.OTHER_RULES
     errors += [f"the document has {name}, which is no departure" for name in rows
                if name not in names]
     with tempfile.TemporaryDirectory() as folder:
@@ -120,25 +123,52 @@ def check_document(tool, document, rows_of_classes, sorted_cases):
             xml, listed = rows[name]
             if listed != count:
                 errors.append(f"{name}: {count} tests, the document says {listed}")
-            errors += check_example(tool, name, xml, folder)
+            errors += check_example(library, language, name, xml, folder)
     return errors
 
 
-def main(tool, suite_folder, document_path):
-    cases = suite.read_cases(os.path.abspath(suite_folder))
-    refusals = find_refusals(tool, sorted({case.path for case in cases}))
-    sorted_cases, errors = sort_cases(cases, refusals)
-    rows = class_rows(cases, refusals)
-    print(f"{len(cases)} tests\n")
+def why_inside_doctype(cases):
+    """The rows of the document about what is wrong in a declaration, by the second parser."""
+    reasons = defaultdict(list)
+    for case in cases:
+        reasons[suite.find_error(read(case.path), case.path)].append(case.name)
+    return reasons
+
+
+def run(library, language, cases, document):
+    """Prints how a language departs; returns the errors."""
+    results = {case.path: library.read(case.path, language.flags) for case in cases}
+    sorted_cases, errors = sort_cases(language, cases, results)
+    lines = class_rows(cases, results)
+    print(f"{language.heading.strip('# ')}: {len(cases)} tests\n")
     print("| Class | Document type declaration | Accepted | Refused |\n|---|---|--:|--:|")
-    print("\n".join(rows) + "\n")
-    for title, names in [("accepted, though not well-formed", departures.ACCEPTED),
-                         ("refused, though well-formed", departures.REFUSED),
+    print("\n".join(lines) + "\n")
+    for title, names in [("accepted, though not well-formed", language.accepted),
+                         ("refused, though well-formed", language.refused),
                          ("judged by other rules in the suite", departures.OTHER_RULES)]:
         print(f"{title}: {sum(len(sorted_cases[name]) for name in names)}")
         for name in names:
             print(f"  {len(sorted_cases[name]):4} {name}")
-    errors += check_document(tool, read(document_path).decode(), rows, sorted_cases)
+    if language.flags == STRICT:
+        same, different = compare_trees(cases, results)
+        errors += different
+        lines.append(f"{same} of the accepted tests")
+        print(f"read as by a second parser: {same}\n\nwrong in the document type declaration:")
+        for reason, names in sorted(why_inside_doctype(sorted_cases["doctype"]).items()):
+            lines.append(f"| {reason} | {len(names)} |")
+            print(f"  {len(names)} {reason}: {' '.join(names)}")
+    print()
+    return errors + check_document(library, language, document, lines, sorted_cases)
+
+
+def main(library_path, suite_folder, document_path):
+    cases = suite.read_cases(os.path.abspath(suite_folder))
+    library = Library(library_path)
+    parts = re.split(r"(?m)^(?=# )", read(document_path).decode())
+    errors = []
+    for language in departures.LANGUAGES:
+        document = "".join(part for part in parts if part.startswith(language.heading))
+        errors += run(library, language, cases, document)
     for error in errors:
         print(error, file=sys.stderr)
     sys.exit(1 if errors else 0)

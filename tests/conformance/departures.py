@@ -1,14 +1,16 @@
-"""The ways in which the accepted language departs from XML 1.0, each as a rule that sorts files.
+"""The ways in which each language departs from XML 1.0, each as a rule that sorts files.
 
 A file that is accepted although it is not well-formed belongs to the one departure whose undoing
 makes it well-formed. A file that is refused although it is well-formed is sorted by the reason and
 the position that the library reports.
 """
 import re
+from collections import namedtuple
 
+from library import LENIENT, STRICT, UNSUPPORTED
 from suite import is_well_formed
 
-_DECLARATION = re.compile(rb"\s*<\?xml\s.*?\?>", re.S)
+_DECLARATION = re.compile(rb"(?:\xef\xbb\xbf)?\s*<\?xml\s.*?\?>", re.S)
 _MISC = re.compile(rb"\s*(?:<\?.*?\?>\s*|<!--.*?-->\s*)*", re.S)
 # Markup in a document; the group is a tag.
 _MARKUP = re.compile(rb"<!--.*?-->|<\?.*?\?>|<!\[CDATA\[.*?\]\]>"
@@ -112,13 +114,21 @@ _UNDO = {
 }
 
 
-def _explain_accepted(case, document):
+def _explain_by_other_rules(case, document):
+    """Rules of the suite that are not those of XML 1.0, fifth edition; None if it is not them."""
     if case.editions and "5" not in case.editions.split():
         return ["earlier-editions"]
-    if is_well_formed(document, case.path):
-        if case.version == "1.1":
-            return ["xml-1.1"]
-        return [] if is_well_formed(document, case.path, with_namespaces=True) else ["namespaces"]
+    if not is_well_formed(document, case.path):
+        return None
+    if case.version == "1.1":
+        return ["xml-1.1"]
+    return [] if is_well_formed(document, case.path, with_namespaces=True) else ["namespaces"]
+
+
+def _explain_accepted(case, document):
+    found = _explain_by_other_rules(case, document)
+    if found is not None:
+        return found
     before, _, behind = split_doctype(document)
     rest = before + behind
     if is_well_formed(rest):
@@ -134,18 +144,13 @@ _REFUSALS = [
     ("text is followed by something other", rb"<!--|<\?", "markup-in-text"),
     ("'>' or \"/>\" without a tag", rb"/?>", "tag-end-in-text"),
     ("name begins or ends with ':'", rb"<?[^\s=/>]*:", "colon"),
-    ("text outside of the elements", rb"\xff\xfe|\xfe\xff", "utf-16"),
-    ("text outside of the elements", rb"\xef\xbb\xbf", "byte-order-mark"),
+    ("the document is in UTF-16", rb"\xff\xfe|\xfe\xff", "utf-16"),
     ("text outside of the elements", rb"[ -~].*\]\s*>", "doctype-end"),
     ("document type declaration is not closed", rb"<!DOCTYPE|\"", "doctype-end"),
 ]
 
 
-def explain(case, document, refusal):
-    """The departures that may explain the result of a document; without a refusal, it is accepted.
-    """
-    if refusal is None:
-        return _explain_accepted(case, document)
+def _explain_refused(case, document, refusal):
     position = document[refusal.offset:]
     found = [departure for reason, pattern, departure in _REFUSALS
              if reason in refusal.reason and re.match(pattern, position, re.S)]
@@ -154,7 +159,50 @@ def explain(case, document, refusal):
     return found
 
 
-ACCEPTED = ["doctype", *_UNDO]
-REFUSED = [*dict.fromkeys(departure for _, _, departure in _REFUSALS)]
+_DOCTYPE = re.compile(
+    rb"<!DOCTYPE(?:[^\[<>\"']|\"[^\"]*\"|'[^']*')*(?:\[(?:[^\]<]|<!--.*?-->|<\?.*?\?>"
+    rb"|<![A-Z](?:[^<>\"']|\"[^\"]*\"|'[^']*')*>)*\]\s*)?>", re.S)
+
+
+def _explain_accepted_strictly(case, document):
+    found = _explain_by_other_rules(case, document)
+    if found is not None:
+        return found
+    is_declaration = is_well_formed(_DOCTYPE.sub(b"", document, count=1))
+    return ["doctype"] if _DOCTYPE.search(document) and is_declaration else []
+
+
+# The reason of a refusal that is no verdict on the document, and the departure.
+_UNSUPPORTED = [
+    ("an entity is declared or used", "entity-reference"),
+    ("mixed content", "mixed-content"),
+    ("name begins or ends with ':'", "colon"),
+    ("the declared encoding", "other-encoding"),
+    ("the document is in UTF-16", "utf-16"),
+]
+
+
+def _explain_refused_strictly(case, document, refusal):
+    if refusal.code == UNSUPPORTED:
+        return [departure for reason, departure in _UNSUPPORTED if reason in refusal.reason]
+    is_other = case.version == "1.1" and not is_well_formed(document, case.path)
+    return ["xml-1.1"] if is_other else []
+
+
+def _names(rows):
+    return [*dict.fromkeys(row[-1] for row in rows)]
+
+
 # No departures from XML 1.0, although the suite has another verdict.
 OTHER_RULES = ["namespaces", "xml-1.1", "earlier-editions"]
+
+# How a language reads, the part of the document about it, and the departures: what explains that a
+# test is accepted or refused, and their names.
+Language = namedtuple(
+    "Language", "flags heading explain_accepted explain_refused accepted refused")
+LANGUAGES = [
+    Language(LENIENT, "# Departures from XML 1.0", _explain_accepted, _explain_refused,
+             ["doctype", *_UNDO], _names(_REFUSALS)),
+    Language(STRICT, "# Strict reading", _explain_accepted_strictly, _explain_refused_strictly,
+             ["doctype"], _names(_UNSUPPORTED)),
+]

@@ -159,7 +159,7 @@ class TreeBuilder {
         allocateTogether(std::min(size, valueSize), size + kElementRecordSize + valueSize);
     if (memory == nullptr) return false;
     char *value = memory + size + kElementRecordSize;
-    const size_t valueLength = copyShort(value, text);
+    const size_t valueLength = copyShort<kIsStrict>(value, text);
     copyHalfWide(memory, name);
     XmlNode *element = startNext(memory, length);
     setShortValue(element, value, valueLength);
@@ -221,7 +221,7 @@ class TreeBuilder {
     copyHalfWide(copy, name);
     endNames(copy, length, prefixSize);
     char *string = copy + nameSize;
-    const size_t valueLength = copyShort(string, value);
+    const size_t valueLength = copyShort<kIsStrict>(string, value);
     XmlNode *attribute = fillNamed(memory, length, prefixSize);
     attribute->marks = kStringsTogether;
     setShortValue(attribute, string, valueLength);
@@ -272,7 +272,7 @@ class TreeBuilder {
     if (memory == nullptr) return false;
     char *value = memory + kElementRecordSize;
     XmlNode *element = open_;
-    setShortValue(element, value, copyShort(value, text));
+    setShortValue(element, value, copyShort<kIsStrict>(value, text));
     next_ = recordAt(memory);
     close();
     return true;
@@ -592,7 +592,7 @@ class TreeBuilder {
     const size_t size = run.length() + kTerminator;
     char *value = allocateTogether(size, size);
     if (value == nullptr) return setValueSlowly(node, run);
-    setShortValue(node, value, copyShort(value, run));
+    setShortValue(node, value, copyShort<kIsStrict>(value, run));
     return true;
   }
 
@@ -603,7 +603,7 @@ class TreeBuilder {
     if (value == nullptr) {
       return setValueSlowly(element, run) && splitShortName(element, leafPrefix_);
     }
-    setShortValue(element, value, copyShort(value, run));
+    setShortValue(element, value, copyShort<kIsStrict>(value, run));
     moveName(element, value + size, leafPrefix_);
     return true;
   }
@@ -641,11 +641,16 @@ class TreeBuilder {
     return static_cast<size_t>(static_cast<const char *>(colon) - name);
   }
 
+  static Decoding decodingOf(const XmlNode *node) {
+    if (!kIsStrict) return Decoding::lenient;
+    return node->type == NEB_XML_NODE_ATTRIBUTE ? Decoding::strictValue : Decoding::strictText;
+  }
+
   [[gnu::noinline, gnu::cold]] bool setValueSlowly(XmlNode *node, ShortRun run) {
     const size_t length = run.length();
-    const bool isVerbatim = run.ampersands == 0;
+    const bool isVerbatim = run.decoded == 0;
     node->valueOwned = 1;
-    if (!copyRun({run.begin, length, isVerbatim}, &node->value)) return false;
+    if (!copyRun({run.begin, length, isVerbatim, decodingOf(node)}, &node->value)) return false;
     if (isVerbatim) noteValueLength(node, length);
     return true;
   }

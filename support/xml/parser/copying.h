@@ -52,29 +52,51 @@ inline void clearWide(char *to) {
 constexpr size_t firstOf(uint64_t window) { return static_cast<size_t>(std::countr_zero(window)); }
 constexpr uint64_t withoutFirst(uint64_t window) { return window & (window - 1); }
 
-// A text or a value that ends in one window of the index. Its references are named ones; the bits
-// of their ampersands count from the beginning of the window.
+// A text or a value that ends in one window of the index. Its references are named ones. The bits
+// of their ampersands, and of white space that strict reading changes, count from the beginning of
+// the window.
 struct ShortRun {
   const char *begin;
   const char *end;  // null if there is no such run
   const char *windowBegin;
-  uint64_t ampersands;
+  uint64_t decoded;
 
   size_t length() const { return static_cast<size_t>(end - begin); }
 };
 
-// Writes up to 64 bytes past the end of the string. Returns its length. References are longer than
-// their characters; the bytes that remain are zero.
-inline size_t copyDecoded(char *string, const ShortRun &run) {
+// What stands for one other character in a document: a named reference, or white space that strict
+// reading changes.
+struct Replaced {
+  char character;
+  size_t length;
+};
+
+inline Replaced referenceAt(const char *found) {
+  const NamedReference *reference = namedReferenceAt(found);
+  return {reference->character, reference->length};
+}
+
+// Only texts end in '<'.
+inline Replaced whitespaceAt(const char *found, const char *runEnd) {
+  const bool isLineEnd = *found == '\r' && found[1] == '\n';
+  return {*runEnd == '<' ? '\n' : ' ', size_t{isLineEnd ? 2U : 1U}};
+}
+
+// Writes up to 64 bytes past the end of the string. Returns its length. What is replaced is not
+// shorter than its character; the bytes that remain are zero.
+template <bool isStrict>
+size_t copyDecoded(char *string, const ShortRun &run) {
   const char *from = run.begin;
   char *to = string;
-  for (uint64_t left = run.ampersands; left != 0; left = withoutFirst(left)) {
-    const char *ampersand = run.windowBegin + firstOf(left);
-    const NamedReference *reference = namedReferenceAt(ampersand);
+  for (uint64_t left = run.decoded; left != 0; left = withoutFirst(left)) {
+    const char *found = run.windowBegin + firstOf(left);
+    if (isStrict && found < from) continue;  // the second byte of a line end
+    const bool isReference = !isStrict || *found == '&';
+    const Replaced replaced = isReference ? referenceAt(found) : whitespaceAt(found, run.end);
     copyWide(to, from);
-    to += ampersand - from;
-    *to++ = reference->character;
-    from = ampersand + reference->length;
+    to += found - from;
+    *to++ = replaced.character;
+    from = found + replaced.length;
   }
   copyWide(to, from);
   to += run.end - from;
@@ -84,9 +106,10 @@ inline size_t copyDecoded(char *string, const ShortRun &run) {
 
 // Into a string that was allocated together with others, with its terminator. Writes up to 64 bytes
 // past the end of the string.
-inline size_t copyShort(char *string, const ShortRun &run) {
-  if (run.ampersands != 0) [[unlikely]] {
-    return copyDecoded(string, run);
+template <bool isStrict>
+size_t copyShort(char *string, const ShortRun &run) {
+  if (run.decoded != 0) [[unlikely]] {
+    return copyDecoded<isStrict>(string, run);
   }
   copyWide(string, run.begin);
   string[run.length()] = '\0';

@@ -1,6 +1,9 @@
 #include "parser/doctype.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <string_view>
 
 #include "characters/characters.h"
 #include "parser/markup.h"
@@ -10,16 +13,20 @@ namespace neb::xml::internal {
 
 namespace {
 
-constexpr char kDeclarationEnds[] = "\"'<>[]";
+constexpr char kSystem[] = "SYSTEM";
+constexpr char kPublic[] = "PUBLIC";
+static_assert(lengthOf(kSystem) == lengthOf(kPublic));
+constexpr std::string_view kDeclarations[] = {"<!ELEMENT", "<!ATTLIST", "<!ENTITY", "<!NOTATION"};
 
-// Reads on in a terminated document. Functions that return false have set what is wrong.
+// Reads on in a terminated document. Functions that return false have set what is wrong. Each
+// declaration in the internal subset is only read up to its end.
 class DoctypeReader {
  public:
   explicit DoctypeReader(const char *doctype)
       : doctype_(doctype), cursor_(doctype + lengthOf(kDoctypeBegin)) {}
 
   DoctypeEnd read() {
-    if (!readName() || !readRest()) return {at_, reason_};
+    if (!readName() || !readExternalId() || !readSubset() || !readEnd()) return {at_, reason_};
     return {cursor_, nullptr};
   }
 
@@ -28,6 +35,11 @@ class DoctypeReader {
     reason_ = reason;
     at_ = at;
     return false;
+  }
+
+  // What stands here belongs to no declaration.
+  bool failMarkup(const char *at) {
+    return *at == '\0' ? fail(reasons::kDoctypeOpen, doctype_) : fail(reasons::kDoctypeMarkup, at);
   }
 
   bool readName() {
@@ -39,59 +51,58 @@ class DoctypeReader {
     return isName || fail(reasons::kDoctypeName, doctype_);
   }
 
-  // An external identifier and the internal subset, up to the end.
-  bool readRest() {
-    bool hasSubset = false;
-    for (;;) {
-      cursor_ += std::strcspn(cursor_, kDeclarationEnds);
-      switch (*cursor_) {
-        case '>':
-          ++cursor_;
-          return true;
-        case '"':
-        case '\'':
-          if (!skipQuoted()) return false;
-          break;
-        case '[':
-          if (hasSubset) return fail(reasons::kDoctypeMarkup, cursor_);
-          hasSubset = true;
-          ++cursor_;
-          if (!skipSubset()) return false;
-          break;
-        case '\0':
-          return fail(reasons::kDoctypeOpen, doctype_);
-        default:
-          return fail(reasons::kDoctypeMarkup, cursor_);
-      }
-    }
+  // A system identifier, perhaps behind a public one.
+  bool readExternalId() {
+    const char *keyword = skipWhitespace(cursor_);
+    const bool isPublic = begins(keyword, kPublic);
+    if (!isPublic && !begins(keyword, kSystem)) return true;
+    cursor_ = keyword + lengthOf(kSystem);
+    return (!isPublic || readLiteral()) && readLiteral();
+  }
+
+  bool readLiteral() {
+    const char *quote = skipWhitespace(cursor_);
+    const bool isQuote = *quote == '"' || *quote == '\'';
+    if (quote == cursor_ || !isQuote) return failMarkup(quote);
+    cursor_ = quote;
+    return skipQuoted();
   }
 
   bool skipQuoted() {
     const char *close = std::strchr(cursor_ + 1, *cursor_);
-    if (close == nullptr) return fail(reasons::kDoctypeQuoteOpen, cursor_);
+    if (close == nullptr) return fail(reasons::kDoctypeLiteralOpen, cursor_);
     cursor_ = close + 1;
     return true;
   }
 
-  // Up to behind the ']'.
-  bool skipSubset() {
+  bool readSubset() {
+    const char *bracket = skipWhitespace(cursor_);
+    if (*bracket != '[') return true;
+    cursor_ = bracket + 1;
     for (;;) {
-      cursor_ += std::strcspn(cursor_, "<]");
-      if (*cursor_ == '\0') return fail(reasons::kDoctypeOpen, doctype_);
-      if (*cursor_ == ']') {
-        ++cursor_;
-        return true;
-      }
-      if (!skipMarkup()) return false;
+      cursor_ = skipWhitespace(cursor_);
+      if (*cursor_ == ']') break;
+      if (!(*cursor_ == '%' ? readReference() : readMarkup())) return false;
     }
+    ++cursor_;
+    return true;
   }
 
-  bool skipMarkup() {
+  // Of a parameter entity.
+  bool readReference() {
+    const char *name = cursor_ + 1;
+    const char *end = findNameEnd(name);
+    if (end == name || *end != ';') return failMarkup(cursor_);
+    cursor_ = end + 1;
+    return true;
+  }
+
+  bool readMarkup() {
     if (begins(cursor_, kCommentBegin)) return skipTo(kCommentEnd, lengthOf(kCommentBegin));
     if (begins(cursor_, kInstructionBegin)) {
       return skipTo(kInstructionEnd, lengthOf(kInstructionBegin));
     }
-    return skipDeclaration();
+    return beginsDeclaration() ? skipDeclaration() : failMarkup(cursor_);
   }
 
   template <size_t size>
@@ -102,7 +113,14 @@ class DoctypeReader {
     return true;
   }
 
-  // Of an entity, an element, an attribute list or a notation.
+  bool beginsDeclaration() const {
+    return std::any_of(std::begin(kDeclarations), std::end(kDeclarations),
+                       [this](std::string_view begin) {
+                         return std::strncmp(cursor_, begin.data(), begin.size()) == 0 &&
+                                isWhitespace(cursor_[begin.size()]);
+                       });
+  }
+
   bool skipDeclaration() {
     const char *declaration = cursor_++;
     for (;;) {
@@ -114,6 +132,13 @@ class DoctypeReader {
       }
       if (!skipQuoted()) return false;
     }
+  }
+
+  bool readEnd() {
+    const char *end = skipWhitespace(cursor_);
+    if (*end != '>') return failMarkup(end);
+    cursor_ = end + lengthOf(kTagEnd);
+    return true;
   }
 
   const char *doctype_;

@@ -8,8 +8,9 @@ struct DoctypeEnd {
   const char *reason;  // null if it is not wrong
 };
 
-// Of the declaration that begins here. Quotes, comments, processing instructions and the internal
-// subset are recognised, so that what is in them ends nothing. Nothing else in them is checked.
+// Of the declaration that begins here. Its name, external identifier and brackets are checked, and
+// that only declarations, references, comments and processing instructions are in the internal
+// subset. What is inside of these is not checked.
 DoctypeEnd findDoctypeEnd(const char *doctype);
 
 }  // namespace neb::xml::internal

@@ -68,6 +68,8 @@ inline constexpr char kDeclarationLate[] =
     "an XML declaration, or its reserved name, is not at the beginning of the document";
 inline constexpr char kDoctypeName[] = "the document type declaration has no name";
 inline constexpr char kDoctypeMarkup[] = "the document type declaration is malformed";
+inline constexpr char kDoctypeLiteralOpen[] =
+    "a quote in the document type declaration is not closed";
 inline constexpr char kDoctypeLate[] = "a document type declaration is not before the root element";
 inline constexpr char kDoctypeRefused[] = "a document type declaration is not allowed here";
 inline constexpr char kCommentHyphens[] = "comment holds \"--\"";

@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include "characters/characters.h"
+#include "characters/utf8.h"
 #include "parser/builder.h"
 #include "parser/character_check.h"
 #include "parser/language.h"
@@ -251,7 +253,16 @@ class Scanner {
     }
     if (*end == '/') return endsEmptyElement(end) ? scanEmptyElement(name, length) : nullptr;
     if (isWhitespace(*end)) return startTag(name, length, 0);
-    return *end == ':' ? scanPrefixedTag(name, length, withoutFirst(nameEnds)) : nullptr;
+    return *end == ':' ? scanPrefixedTag(name, length, withoutFirst(nameEnds)) : scanOtherTag(name);
+  }
+
+  // In strict reading the index ends names at every character beyond ASCII.
+  const char *scanOtherTag(const char *name) {
+    if constexpr (kIsStrict) {
+      return scanLongTag(name);
+    } else {
+      return nullptr;
+    }
   }
 
   // The index ends names at all other bytes that strict reading does not allow in them.
@@ -270,10 +281,10 @@ class Scanner {
   const char *scanPrefixedTag(const char *name, size_t prefix, uint64_t nameEnds) {
     const size_t length = firstOf(nameEnds);
     if (!isShort(length)) return scanLongTag(name);
-    if (length == prefix + 1 || mayEndMarkup(name[length - 1])) return nullptr;
+    if (length == prefix + 1 || mayEndMarkup(name[length - 1])) return scanOtherTag(name);
     const char *end = name + length;
     const bool isWhole = endsTag(end) || isWhitespace(*end);
-    return isWhole ? startTag(name, length, prefix) : nullptr;
+    return isWhole ? startTag(name, length, prefix) : scanOtherTag(name);
   }
 
   const char *startTag(const char *name, size_t length, size_t prefix) {
@@ -281,25 +292,22 @@ class Scanner {
     return Machine::scanTag(this, name + length);
   }
 
-  // A run with markup, or with a reference that is none of the five named ones, is not found.
+  // A run with markup, with "]]>" in strict reading, or with a reference that is none of the five
+  // named ones, is not found.
   static ShortRun findPastReferences(const char *begin, char last, const char *windowBegin,
                                      uint64_t window) {
-    uint64_t ampersands = 0;
+    uint64_t decoded = 0;
     for (; window != 0; window = withoutFirst(window)) {
       const char *found = windowBegin + firstOf(window);
-      if (*found == last) return {begin, found, windowBegin, ampersands};
+      if (*found == last) return {begin, found, windowBegin, decoded};
       if (*found == '<') break;
-      if (kIsStrict && isDecodedOrRefused(found)) break;
-      if (*found != '&') continue;
-      if (namedReferenceAt(found) == nullptr) break;
-      ampersands |= window & -window;
+      if (kIsStrict && begins(found, kCdataEnd)) break;
+      const bool isChanged = kIsStrict && isWhitespace(*found);
+      if (*found != '&' && !isChanged) continue;
+      if (!isChanged && namedReferenceAt(found) == nullptr) break;
+      decoded |= window & -window;
     }
     return {begin, nullptr, windowBegin, 0};
-  }
-
-  // White space that strict reading changes, or "]]>".
-  static bool isDecodedOrRefused(const char *found) {
-    return isWhitespace(*found) || (*found == ']' && begins(found, kCdataEnd));
   }
 
   // An element that contains only text without references, or else only its start tag.
@@ -459,10 +467,21 @@ class Scanner {
   // begins with a CDATA section, or the start tag of a long name.
   [[gnu::noinline]] const char *scanUncommon(const char *markup) {
     if (begins(markup, kCdataBegin)) return scanLongText(markup);
-    // In strict reading it may be inside of a text.
-    if (kIsStrict && builder_.isInContent() && beginsMisc(markup)) return nullptr;
+    if (kIsStrict && builder_.isInContent() && beginsMisc(markup)) return skipBeforeChild(markup);
     const char *end = tokenizer_.findMiscEnd(markup);
     return end != markup ? end : scanLongTag(markup + 1);
+  }
+
+  // Comments and processing instructions behind a start tag may be inside of a text, unless a child
+  // follows.
+  const char *skipBeforeChild(const char *markup) {
+    const char *end = markup;
+    while (beginsMisc(end)) {
+      const char *behind = tokenizer_.findMiscEnd(end);
+      if (behind == nullptr || behind == end) return nullptr;
+      end = skipWhitespace(behind);
+    }
+    return *end == '<' && end[1] != '/' ? end : nullptr;
   }
 
   // The start tag of a long name.
@@ -481,11 +500,25 @@ class Scanner {
     const char *end = index_.nextNameEnd(name);
     const size_t prefix = *end == ':' ? static_cast<size_t>(end - name) : 0;
     while (*end == ':') end = index_.nextNameEnd(end + 1);
+    if (kIsStrict && !isAscii(*end)) return startTagBeyondAscii(name);
     if (!mayBeName(name)) return nullptr;
     const bool isWhole = endsTag(end) || isWhitespace(*end);
     if (!isWhole || end == name || *name == ':') return nullptr;
     if (end[-1] == ':' || mayEndMarkup(end[-1])) return nullptr;
     return builder_.startLongElement(name, static_cast<size_t>(end - name), prefix) ? end : nullptr;
+  }
+
+  // From a name with characters beyond ASCII up to the attributes.
+  const char *startTagBeyondAscii(const char *name) {
+    const char *end = findNameEnd(name);
+    const bool isWhole = endsTag(end) || isWhitespace(*end);
+    if (!isWhole || end == name || *name == ':' || end[-1] == ':') return nullptr;
+    const auto length = static_cast<size_t>(end - name);
+    const auto *colon = static_cast<const char *>(std::memchr(name, ':', length));
+    const size_t prefix = colon != nullptr ? static_cast<size_t>(colon - name) : 0;
+    const bool isStarted = isShort(length) ? builder_.startElement(name, length, prefix)
+                                           : builder_.startLongElement(name, length, prefix);
+    return isStarted ? end : nullptr;
   }
 
   // "/>" of a start tag.
@@ -557,6 +590,9 @@ class Scanner {
     if (name == nullptr || *token == '\0' || endsTag(token)) return nullptr;
     auto found = index_.findTextEnd(token);
     if (begins(found.end, kCdataBegin)) {
+      // An empty section alone is no value.
+      const bool isEmpty = begins(found.end + lengthOf(kCdataBegin), kCdataEnd);
+      if (kIsStrict && (found.holdsBracket || isEmpty)) return nullptr;
       found.end = findBehindSections(found.end);
       found.isVerbatim = false;
     }
@@ -570,11 +606,13 @@ class Scanner {
     return behindEndTag(tag, nameLength);
   }
 
-  // Strict reading leaves texts with other markup in them to the tokenizer.
+  // Strict reading leaves texts with other markup in them to the tokenizer, except for one section
+  // at the end.
 
   const char *findBehindSections(const char *section) {
     if constexpr (kIsStrict) {
-      return nullptr;
+      const char *close = find(section + lengthOf(kCdataBegin), kCdataEnd);
+      return close != nullptr ? skipWhitespace(close + lengthOf(kCdataEnd)) : nullptr;
     } else {
       return tokenizer_.findTextEnd(section);
     }
@@ -629,6 +667,12 @@ class Scanner {
       colon = end;
       while (*end == ':') end = index_.nextNameEnd(end + 1);
       if (colon == name || colon + 1 == end) return nullptr;
+    }
+    if (kIsStrict && !isAscii(*end)) {
+      end = findNameEnd(name);
+      if (end == name || end[-1] == ':') return nullptr;
+      colon = static_cast<const char *>(std::memchr(name, ':', static_cast<size_t>(end - name)));
+      if (colon == name) return nullptr;
     }
     if (end == name || *end != '=' || (end[1] != '"' && end[1] != '\'')) return nullptr;
     if (!mayBeName(name)) return nullptr;

@@ -105,7 +105,9 @@ class StrictTokenizer {
   }
 
   const char *findCommentEnd(const char *comment) {
-    const char *hyphens = std::strstr(comment + lengthOf(kCommentBegin), kHyphens);
+    // Most comments hold few hyphens.
+    const char *hyphens = std::strchr(comment + lengthOf(kCommentBegin), '-');
+    while (hyphens != nullptr && hyphens[1] != '-') hyphens = std::strchr(hyphens + 1, '-');
     if (hyphens == nullptr) {
       builder_.fail(reasons::kCommentOpen, comment);
       return nullptr;
