@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "command_error.h"
@@ -40,9 +41,17 @@ CommandError cannot(const std::string &action, const std::string &fileName) {
   return {ExitStatus::fileTrouble, fileName, withSystemCause("cannot " + action, errno)};
 }
 
+// 0 if it is not known, as that of a pipe.
+size_t sizeOf(const Input &input) {
+  struct stat status {};
+  const bool isKnown = ::fstat(input.descriptor(), &status) == 0 && S_ISREG(status.st_mode);
+  return isKnown ? static_cast<size_t>(status.st_size) : 0;
+}
+
 void readFile(const std::string &fileName, std::string &bytes) {
   const Input input(fileName);
   if (input.descriptor() < 0) throw cannot("open", fileName);
+  bytes.reserve(sizeOf(input));
   std::array<char, kReadSize> chunk{};
   for (bool isAtEnd = false; !isAtEnd;) {
     const ssize_t count = ::read(input.descriptor(), chunk.data(), chunk.size());
