@@ -277,6 +277,9 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   with.check(NEB_XML_GetNodeInfo, n, &info);
   with.check(NEB_XML_Locate, n, "<e/>", 4, &location);
   EXPECT_EQ(NEB_XML_Locate(n, "<e/>", 0, &location), kInvalid);
+  EXPECT_EQ(NEB_XML_SaveBytes(nullptr, "x", 1), kInvalid);
+  EXPECT_EQ(NEB_XML_SaveBytes("x", nullptr, 1), kInvalid);
+  EXPECT_EQ(NEB_XML_SaveBytes("x", "", 0), kInvalid);
   EXPECT_EQ(NEB_XML_EditBytes("<e/>", 0, nullptr, 0, appendTo, nullptr), kInvalid);
   with.check(NEB_XML_SetNodeValueEx, n, NEB_XML_VALUE_BOOL, number);
   with.check(NEB_XML_GetNodeValueEx, with.detached, NEB_XML_VALUE_BOOL, number);

@@ -586,6 +586,10 @@ TEST(Wrapper, LocatesNodesAndEditsBytes) {
   std::string edited;
   EXPECT_TRUE(neb::xml::edit_bytes(kBytes, edits, edited));
   EXPECT_EQ(edited, "<!-- c -->\n<a>\n  <b c='1'>y</b>\n</a>");
+  const std::string path = trees::temporaryFile("");
+  EXPECT_TRUE(neb::xml::save_bytes(path, edited));
+  EXPECT_EQ(trees::readFile(path), edited);
+  EXPECT_EQ(neb::xml::save_bytes(std::string("a\0b", 3), edited).code(), kInvalid);
   const auto throws = [](std::string_view) { throw 1; };
   EXPECT_THROW((void)neb::xml::edit_bytes(kBytes, edits, throws), int);
 }

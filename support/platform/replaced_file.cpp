@@ -45,12 +45,18 @@ Presence lookAt(const char *path, struct stat *status) {
   return S_ISREG(status->st_mode) ? Presence::regular : Presence::unusable;
 }
 
+bool failWith(int cause) {
+  errno = cause;
+  return false;
+}
+
 bool resolveTarget(const char *path, Target *target) {
   struct stat status = {};
-  if (path[0] == '\0') return false;
+  if (path[0] == '\0') return failWith(ENOENT);
   if (stat(path, &status) == 0) {
     target->presence = Presence::regular;
-    return S_ISREG(status.st_mode) && canonicalise(path, target->path);
+    if (!S_ISREG(status.st_mode)) return failWith(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    return canonicalise(path, target->path);
   }
   if (errno != ENOENT) return false;
   // A link that leads nowhere would be replaced itself.
@@ -181,7 +187,10 @@ bool NewFile::write(const char *bytes, size_t length) const {
 }
 
 WriteOutcome replaceFile(const char *path, ContentWriter writeInto, void *context) {
-  if (strnlen(path, kLongestOutputPath + 1) > kLongestOutputPath) return WriteOutcome::notOpened;
+  if (strnlen(path, kLongestOutputPath + 1) > kLongestOutputPath) {
+    errno = ENAMETOOLONG;
+    return WriteOutcome::notOpened;
+  }
   const Content content = {writeInto, context};
   Target target;
   if (!resolveTarget(path, &target)) return WriteOutcome::notOpened;

@@ -603,10 +603,25 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Print(const XmlNode *node,
  * of NEB_XML_SaveFile for the file. The temporary file is made first: if that fails, what cannot be
  * written is not reported. After any failure the old file is unchanged, and nothing is left behind
  * unless the folder forbids removing it. If others replace the old file meanwhile, the document is
- * written again, up to 16 times.
+ * written again, up to 16 times. For NEB_XML_ERR_FILE_OPEN and NEB_XML_ERR_FILE_WRITE errno is that
+ * of the call that failed.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Save(const XmlNode *node, const char *path,
                                                    const NEB_XML_PRINT_OPTIONS *options);
+
+/**
+ * Replaces a file atomically by these bytes, as NEB_XML_Save replaces it by a tree. What
+ * NEB_XML_EditBytes has made goes back to its file in this way.
+ *
+ * path    as for NEB_XML_Save.
+ * bytes   written as they are: not looked at, and no encoding is assumed.
+ * length  in bytes, at least 1.
+ * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument or a length of 0;
+ * NEB_XML_ERR_FILE_OPEN, NEB_XML_ERR_FILE_WRITE and NEB_XML_ERR_NO_MEMORY as NEB_XML_Save, and with
+ * the same errno.
+ */
+NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_SaveBytes(const char *path, const char *bytes,
+                                                        size_t length);
 
 /* --- Tree: making and freeing nodes ----------------------------------------------------------- */
 

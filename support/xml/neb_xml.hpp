@@ -1415,6 +1415,12 @@ template <typename Edits, typename Sink>
   });
 }
 
+/** Replaces a file atomically by bytes, such as those of edit_bytes. See NEB_XML_SaveBytes. */
+[[nodiscard]] inline Status save_bytes(const std::string &path, std::string_view bytes) noexcept {
+  if (detail::holds_nul(path)) return NEB_XML_ERR_INVALID_PARAM;
+  return NEB_XML_SaveBytes(path.c_str(), bytes.data(), bytes.size());
+}
+
 namespace detail {
 
 /** Hashes views by their node. */

@@ -7,14 +7,10 @@
 #include <unistd.h>
 
 #include "command_error.h"
-#include "platform/replaced_file.h"
+#include "neb_xml.h"
 #include "printable.h"
 
 namespace nebxml {
-
-using neb::platform::replaceWholeFile;
-using neb::platform::WriteOutcome;
-
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;
@@ -89,16 +85,15 @@ void replaceFile(const std::string &fileName, std::string_view text) {
   sigset_t previousSignals;
   sigfillset(&allSignals);
   sigprocmask(SIG_BLOCK, &allSignals, &previousSignals);
-  errno = 0;
-  const WriteOutcome outcome = replaceWholeFile(fileName.c_str(), text.data(), text.size());
+  const uint32_t result = NEB_XML_SaveBytes(fileName.c_str(), text.data(), text.size());
   const int cause = errno;
   sigprocmask(SIG_SETMASK, &previousSignals, nullptr);
-  if (outcome == WriteOutcome::noMemory) throw noMemory(fileName);
-  if (outcome == WriteOutcome::notOpened && cause == 0) {
+  if (result == NEB_XML_ERR_NO_MEMORY) throw noMemory(fileName);
+  if (result == NEB_XML_ERR_FILE_OPEN && cause == EINVAL) {
     throw CommandError(ExitStatus::fileTrouble, fileName,
-                       "cannot be replaced: not a regular file, or its path is too long");
+                       "cannot be replaced: not a regular file");
   }
-  if (outcome != WriteOutcome::written) failWriting(fileName, cause);
+  if (result != NEB_XML_OK) failWriting(fileName, cause);
 }
 
 }  // namespace nebxml
