@@ -90,8 +90,7 @@ void replaceFile(const std::string &fileName, std::string_view text) {
   sigprocmask(SIG_SETMASK, &previousSignals, nullptr);
   if (result == NEB_XML_ERR_NO_MEMORY) throw noMemory(fileName);
   if (result == NEB_XML_ERR_FILE_OPEN && cause == EINVAL) {
-    throw CommandError(ExitStatus::fileTrouble, fileName,
-                       "cannot be replaced: not a regular file");
+    throw CommandError(ExitStatus::fileTrouble, fileName, "cannot be replaced: not a regular file");
   }
   if (result != NEB_XML_OK) failWriting(fileName, cause);
 }
