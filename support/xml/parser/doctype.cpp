@@ -16,6 +16,8 @@ namespace {
 constexpr char kSystem[] = "SYSTEM";
 constexpr char kPublic[] = "PUBLIC";
 static_assert(lengthOf(kSystem) == lengthOf(kPublic));
+constexpr char kPublicIdCharacters[] =
+    " \r\nABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-'()+,./:=?;!*#@$_%";
 constexpr std::string_view kDeclarations[] = {"<!ELEMENT", "<!ATTLIST", "<!ENTITY", "<!NOTATION"};
 
 // Reads on in a terminated document. Functions that return false have set what is wrong. Each
@@ -57,7 +59,14 @@ class DoctypeReader {
     const bool isPublic = begins(keyword, kPublic);
     if (!isPublic && !begins(keyword, kSystem)) return true;
     cursor_ = keyword + lengthOf(kSystem);
-    return (!isPublic || readLiteral()) && readLiteral();
+    return (!isPublic || readPublicId()) && readLiteral();
+  }
+
+  bool readPublicId() {
+    const char *id = skipWhitespace(cursor_) + 1;
+    if (!readLiteral()) return false;
+    const char *wrong = id + std::strspn(id, kPublicIdCharacters);
+    return wrong >= cursor_ - 1 || failMarkup(wrong);
   }
 
   bool readLiteral() {

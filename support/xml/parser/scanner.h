@@ -639,8 +639,8 @@ class Scanner {
   bool setRun(const char *run, const StructuralIndex::Found &text) {
     const auto length = static_cast<size_t>(text.end - run);
     if constexpr (kIsStrict) {
-      const bool holdsReturn = text.holdsWhitespace || beginsWithReturn(run);
-      if (holdsReturn) return builder_.setText({run, length, false, Decoding::strictText});
+      const bool isVerbatim = text.isVerbatim && !text.holdsWhitespace && !beginsWithReturn(run);
+      return builder_.setText({run, length, isVerbatim, Decoding::strictText});
     }
     return builder_.setText({run, length, text.isVerbatim});
   }

@@ -145,7 +145,7 @@ bool EditSet::fillIndex(const XmlNode *element) {
   for (const XmlNode *each = element->firstAttr; each != nullptr; each = each->next) ++count;
   if (!names_.make(count)) return false;
   for (const XmlNode *each = element->firstAttr; each != nullptr; each = each->next) {
-    names_.add(WholeName::of(each), each);
+    names_.add(wholeNameOf(each), each);
   }
   names_.sort();
   return true;
@@ -215,7 +215,7 @@ uint32_t EditSet::checkNewNames(const Target &element) {
   for (const XmlNode *each = first; each != nullptr; each = each->next) {
     const Target *target = targets_.find(each);
     if (target == nullptr) {
-      names_.add(WholeName::of(each), each);
+      names_.add(wholeNameOf(each), each);
     } else if (!target->isRemoved) {
       names_.add(finalName(*target), each);
     }

@@ -24,9 +24,11 @@ inline WholeName nameOfNew(const PlannedEdit &edit) {
 
 // What a node will be called.
 inline WholeName finalName(const Target &target) {
+  WholeName name = wholeNameOf(target.node);
   const NEB_XML_EDIT *rename = target.rename;
-  return rename == nullptr ? WholeName::of(target.node)
-                           : WholeName::of(target.node, rename->prefix, rename->name);
+  if (rename != nullptr && rename->prefix != nullptr) name.prefix = measured(rename->prefix);
+  if (rename != nullptr && rename->name != nullptr) name.local = measured(rename->name);
+  return name;
 }
 
 class EditSet {

@@ -14,8 +14,8 @@ bool isTag(const XmlNode *node) {
 }
 
 // Of a start tag.
-bool endsInHyphens(const XmlNode *element) {
-  return element->firstAttr == nullptr && WholeName::of(element).endsInHyphens();
+bool startTagEndsInHyphens(const XmlNode *element) {
+  return element->firstAttr == nullptr && endsInHyphens(wholeNameOf(element));
 }
 
 char *copied(char *to, std::string_view bytes) {
@@ -129,7 +129,7 @@ bool NewText::addSubtree(const XmlNode *start, const Layout &layout) {
     }
     if (!addLeaf(node)) return false;
     for (; node != start && node->next == nullptr; node = node->parent) {
-      if (!addLine(layout, --depth) || !addEndTag(WholeName::of(node->parent))) return false;
+      if (!addLine(layout, --depth) || !addEndTag(wholeNameOf(node->parent))) return false;
     }
     if (node == start) return true;
     node = node->next;
@@ -139,7 +139,7 @@ bool NewText::addSubtree(const XmlNode *start, const Layout &layout) {
 // Up to the attributes; with children, the whole.
 bool NewText::addStartTag(const XmlNode *element) {
   if (!isTag(element)) return refuse(NEB_XML_ERR_UNWRITABLE);
-  if (!add("<") || !addName(WholeName::of(element))) return false;
+  if (!add("<") || !addName(wholeNameOf(element))) return false;
   names_.beginTag(element);
   for (const XmlNode *each = element->firstAttr; each != nullptr; each = each->next) {
     if (!addSubtreeAttribute(each)) return false;
@@ -147,12 +147,12 @@ bool NewText::addStartTag(const XmlNode *element) {
   if (element->firstChild == nullptr) return true;
   const std::string_view value = measured(element->value);
   const bool isMixed = value.find_first_not_of(" \t\r\n") != value.npos;
-  return isMixed ? refuse(NEB_XML_ERR_UNWRITABLE) : addTagEnd(endsInHyphens(element));
+  return isMixed ? refuse(NEB_XML_ERR_UNWRITABLE) : addTagEnd(startTagEndsInHyphens(element));
 }
 
 bool NewText::addSubtreeAttribute(const XmlNode *attribute) {
   if (!add(" ")) return false;
-  const char *name = addedName(WholeName::of(attribute));
+  const char *name = addedName(wholeNameOf(attribute));
   if (name == nullptr) return false;
   const uint32_t result = names_.add(attribute, name, to_);
   if (result == NEB_XML_ERR_NO_MEMORY) return refuse(result);
@@ -162,12 +162,12 @@ bool NewText::addSubtreeAttribute(const XmlNode *attribute) {
 
 bool NewText::addLeaf(const XmlNode *element) {
   if (isMissing(element->value)) return add("/>");
-  return addTagEnd(endsInHyphens(element)) && addElementValue(element->value) &&
-         addEndTag(WholeName::of(element));
+  return addTagEnd(startTagEndsInHyphens(element)) && addElementValue(element->value) &&
+         addEndTag(wholeNameOf(element));
 }
 
 bool NewText::addEndTag(const WholeName &name) {
-  return add("</") && addName(name) && addTagEnd(name.endsInHyphens());
+  return add("</") && addName(name) && addTagEnd(endsInHyphens(name));
 }
 
 }  // namespace neb::xml::internal

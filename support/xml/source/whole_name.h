@@ -1,4 +1,4 @@
-// Names as they are written: with their prefixes.
+// Names as they are written: compared, and found among those of an element.
 #pragma once
 
 #include <algorithm>
@@ -7,36 +7,14 @@
 #include "record/node.h"
 #include "source/heap_array.h"
 #include "tree/nodes.h"
+#include "tree/whole_names.h"
 
 namespace neb::xml::internal {
 
-struct WholeName {
-  std::string_view prefix;
-  std::string_view local;
-
-  static WholeName of(const XmlNode *node) {
-    return {measured(node->prefix), measured(node->name)};
-  }
-
-  // What is null stays as it is in the node.
-  static WholeName of(const XmlNode *node, const char *prefix, const char *name) {
-    return {measured(prefix != nullptr ? prefix : node->prefix),
-            measured(name != nullptr ? name : node->name)};
-  }
-
-  size_t length() const { return prefix.empty() ? local.size() : prefix.size() + 1 + local.size(); }
-
-  bool endsInHyphens() const {
-    constexpr std::string_view kHyphens = "--";
-    return local.ends_with(kHyphens);
-  }
-
-  char operator[](size_t at) const {
-    if (prefix.empty()) return local[at];
-    if (at < prefix.size()) return prefix[at];
-    return at == prefix.size() ? ':' : local[at - prefix.size() - 1];
-  }
-};
+inline bool endsInHyphens(const WholeName &name) {
+  constexpr std::string_view kHyphens = "--";
+  return name.local.ends_with(kHyphens);
+}
 
 inline int compare(const WholeName &a, const WholeName &b) {
   const size_t length = std::min(a.length(), b.length());

@@ -14,6 +14,14 @@ struct WholeName {
   std::string_view local;
 
   bool isOf(const XmlNode *node) const;
+
+  // As it is written, with the colon.
+  size_t length() const { return prefix.empty() ? local.size() : prefix.size() + 1 + local.size(); }
+  char operator[](size_t at) const {
+    if (prefix.empty()) return local[at];
+    if (at < prefix.size()) return prefix[at];
+    return at == prefix.size() ? ':' : local[at - prefix.size() - 1];
+  }
 };
 
 // The strings of a node as a name.
