@@ -1,23 +1,14 @@
 #include "attribute_name.h"
 
-#include <algorithm>
+#include <memory>
+#include <new>
+
+#include "neb_xml.h"
 
 namespace nebxml {
 namespace {
 
-constexpr unsigned char kFirstBeyondAscii = 0x80;
 constexpr char kPrefixMark = ':';
-
-bool isIn(char character, char first, char last) { return character >= first && character <= last; }
-
-bool beginsName(char character) {
-  return isIn(character, 'a', 'z') || isIn(character, 'A', 'Z') || character == '_' ||
-         static_cast<unsigned char>(character) >= kFirstBeyondAscii;
-}
-
-bool continuesName(char character) {
-  return beginsName(character) || isIn(character, '0', '9') || character == '-' || character == '.';
-}
 
 }  // namespace
 
@@ -28,11 +19,17 @@ AttributeName::AttributeName(const std::string &qualifiedName) {
   name_ = hasPrefix ? qualifiedName.substr(mark + 1) : qualifiedName;
 }
 
-bool AttributeName::isWellFormed() const {
-  const bool isSplit = name_.find(kPrefixMark) == std::string::npos && !name_.empty();
-  return isSplit && beginsName(prefix_.value_or(name_).front()) &&
-         std::all_of(name_.begin(), name_.end(), continuesName) &&
-         (!prefix_ || std::all_of(prefix_->begin(), prefix_->end(), continuesName));
+bool isAttributeName(const std::string &qualifiedName) {
+  XmlNode *carrier = nullptr;
+  if (NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "carrier", nullptr, &carrier) !=
+      NEB_XML_OK) {
+    throw std::bad_alloc();
+  }
+  const std::unique_ptr<XmlNode, decltype(&NEB_XML_FreeNode)> owner(carrier, &NEB_XML_FreeNode);
+  const uint32_t result =
+      NEB_XML_PutAttr(carrier, qualifiedName.data(), qualifiedName.size(), nullptr, 0, nullptr);
+  if (result == NEB_XML_ERR_NO_MEMORY) throw std::bad_alloc();
+  return result == NEB_XML_OK;
 }
 
 }  // namespace nebxml

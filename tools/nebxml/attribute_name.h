@@ -14,12 +14,12 @@ class AttributeName {
   const char *prefix() const { return prefix_ ? prefix_->c_str() : nullptr; }
   const char *name() const { return name_.c_str(); }
 
-  // Whether XML allows the name. Bytes beyond ASCII are not checked.
-  bool isWellFormed() const;
-
  private:
   std::optional<std::string> prefix_;
   std::string name_;
 };
+
+// Whether XML allows the name of an attribute.
+bool isAttributeName(const std::string &qualifiedName);
 
 }  // namespace nebxml

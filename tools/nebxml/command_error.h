@@ -9,13 +9,21 @@
 
 namespace nebxml {
 
-// Exit statuses, in order of severity.
 enum class ExitStatus : int {
   done = 0,
   notFound = 1,  // or not well-formed, different, or not allowed by the document
   wrongUsage = 2,
-  fileTrouble = 3
+  fileTrouble = 3,
+  unsupported = 4  // what the library does not read, but XML may allow
 };
+
+// In the order of the codes, but that a document which is no XML is worse than an unsupported one.
+inline bool isLessSevere(ExitStatus status, ExitStatus other) {
+  const auto severity = [](ExitStatus each) {
+    return each == ExitStatus::unsupported ? 1 : 2 * static_cast<int>(each);
+  };
+  return severity(status) < severity(other);
+}
 
 // what() is the whole report: printable, one or more lines, without the last line break.
 class CommandError : public std::runtime_error {

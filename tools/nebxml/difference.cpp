@@ -38,9 +38,9 @@ void printDifference(const Difference &difference, const std::string &firstLocat
 
 }  // namespace
 
-ExitStatus compareFiles(const std::string &firstName, const std::string &secondName) {
-  const Document first(firstName);
-  const Document second(secondName);
+ExitStatus compareFiles(const Target &target, const Source &source) {
+  const Document first(target.fileName, target.reading);
+  const Document second(source.fileName, target.reading);
   const auto found = firstDifference(first.topLevelNodes(), second.topLevelNodes());
   if (!found) return ExitStatus::done;
   printDifference(found->difference, locationOf(first, found->first),

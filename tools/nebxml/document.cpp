@@ -3,14 +3,14 @@
 #include <utility>
 
 #include "command_error.h"
-#include "loading.h"
 
 namespace nebxml {
 
-Document::Document(const std::string &fileName) : Document(fileName, loadDocument(fileName)) {}
-
-Document::Document(std::string fileName, XmlNode *top)
-    : fileName_(std::move(fileName)), root_(top), topLevelNodes_{top} {
+Document::Document(std::string fileName, Reading reading)
+    : fileName_(std::move(fileName)),
+      reading_(reading),
+      root_(loadDocument(fileName_, reading, bytes_)),
+      topLevelNodes_{root()} {
   // In a document with siblings, the library adds no attribute. So the further top-level
   // elements are detached and kept here.
   while (XmlNode *further = NEB_XML_GetNodeNextSibling(root())) {

@@ -1,4 +1,4 @@
-// A parsed document with its file name, as the commands use it.
+// A document with its file name and its bytes, as the commands use it.
 #pragma once
 
 #include <memory>
@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "loading.h"
 #include "neb_xml.h"
 
 namespace nebxml {
@@ -15,15 +16,14 @@ inline constexpr std::string_view kStandardStream = "-";
 
 class Document {
  public:
-  explicit Document(const std::string &fileName);
-
-  // Takes ownership of a document node that was parsed in a session.
-  Document(std::string fileName, XmlNode *top);
+  Document(std::string fileName, Reading reading);
 
   XmlNode *root() const { return root_.get(); }
   const std::string &fileName() const { return fileName_; }
+  Reading reading() const { return reading_; }
+  const std::string &bytes() const { return bytes_; }
 
-  // The document node and the further top-level elements, in order.
+  // The document node and, of lenient reading, the further top-level elements, in order.
   const std::vector<XmlNode *> &topLevelNodes() const { return topLevelNodes_; }
 
   // The node at a path. Throws CommandError if there is none.
@@ -35,6 +35,8 @@ class Document {
   };
 
   std::string fileName_;
+  Reading reading_;
+  std::string bytes_;
   std::unique_ptr<XmlNode, Release> root_;
   std::vector<XmlNode *> topLevelNodes_;
 };

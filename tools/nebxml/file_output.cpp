@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "command_error.h"
+#include "neb_xml.h"
 #include "printable.h"
 
 namespace nebxml {
@@ -78,20 +79,18 @@ void writeFile(const std::string &fileName, std::string_view text) {
   }
 }
 
-void replaceFile(const std::string &fileName, const XmlNode *root, uint32_t indent) {
+void replaceFile(const std::string &fileName, std::string_view text) {
   // A signal during the call would end the program and leave a temporary file.
   sigset_t allSignals;
   sigset_t previousSignals;
   sigfillset(&allSignals);
   sigprocmask(SIG_BLOCK, &allSignals, &previousSignals);
-  errno = 0;
-  const uint32_t result = NEB_XML_SaveFile(root, fileName.c_str(), indent);
+  const uint32_t result = NEB_XML_SaveBytes(fileName.c_str(), text.data(), text.size());
   const int cause = errno;
   sigprocmask(SIG_SETMASK, &previousSignals, nullptr);
   if (result == NEB_XML_ERR_NO_MEMORY) throw noMemory(fileName);
   if (result == NEB_XML_ERR_FILE_OPEN && cause == EINVAL) {
-    throw CommandError(ExitStatus::fileTrouble, fileName,
-                       "cannot be replaced: not a regular file");
+    throw CommandError(ExitStatus::fileTrouble, fileName, "cannot be replaced: not a regular file");
   }
   if (result != NEB_XML_OK) failWriting(fileName, cause);
 }

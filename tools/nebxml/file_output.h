@@ -1,11 +1,8 @@
 // Writing files and standard output, with every failure reported.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
-
-#include "neb_xml.h"
 
 namespace nebxml {
 
@@ -21,7 +18,7 @@ void closeStandardOutput();
 // Creates or truncates a file.
 void writeFile(const std::string &fileName, std::string_view text);
 
-// Replaces a file by the printed tree, atomically.
-void replaceFile(const std::string &fileName, const XmlNode *root, uint32_t indent);
+// Replaces a file atomically. The new file has the rights of the old one.
+void replaceFile(const std::string &fileName, std::string_view text);
 
 }  // namespace nebxml

@@ -1,9 +1,7 @@
 #include "loading.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <fstream>
 #include <new>
 #include <string_view>
 
@@ -20,31 +18,14 @@ namespace nebxml {
 namespace {
 
 constexpr size_t kReadSize = 65536;
-// The library reads no file of this size or more.
-constexpr off_t kFirstUnreadableSize = off_t{1} << 32;
+constexpr size_t kLongestMessage = 512;
 
-// Reads up to the first NUL byte, which ends a document. On failure returns false and sets errno.
-bool readDocument(int descriptor, std::string &text) {
-  std::array<char, kReadSize> chunk{};
-  for (;;) {
-    const ssize_t count = ::read(descriptor, chunk.data(), chunk.size());
-    const std::string_view read(chunk.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
-    const size_t end = std::min(read.find('\0'), read.size());
-    text += read.substr(0, end);
-    if (end < read.size() || count == 0) return true;
-    if (count < 0 && errno != EINTR) return false;
-  }
-}
-
-CommandError cannotRead(const std::string &fileName, int errorNumber) {
-  return {ExitStatus::fileTrouble, fileName, withSystemCause("cannot read", errorNumber)};
-}
-
-// A file open for reading.
+// A file open for reading, or standard input.
 class Input {
  public:
   explicit Input(const std::string &fileName)
-      : descriptor_(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC)) {}
+      : descriptor_(fileName == kStandardStream ? STDIN_FILENO
+                                                : ::open(fileName.c_str(), O_RDONLY | O_CLOEXEC)) {}
   ~Input() { ::close(descriptor_); }
   Input(const Input &) = delete;
   Input &operator=(const Input &) = delete;
@@ -56,85 +37,56 @@ class Input {
   int descriptor_;
 };
 
-// The content of a file for a report, as far as it can be read.
-std::string readAgain(const std::string &fileName) {
-  std::string text;
-  const Input input(fileName);
-  readDocument(input.descriptor(), text);
-  return text;
+CommandError cannot(const std::string &action, const std::string &fileName) {
+  return {ExitStatus::fileTrouble, fileName, withSystemCause("cannot " + action, errno)};
 }
 
-XmlNode *parseDescriptor(const std::string &fileName, int descriptor) {
-  std::string text;
-  if (!readDocument(descriptor, text)) throw cannotRead(fileName, errno);
-  XmlNode *root = nullptr;
-  NEB_XML_PARSE_ERROR error{};
-  error.code = NEB_XML_ERR_SYNTAX;
-  error.reason = "the file is empty";
-  if (!text.empty() && NEB_XML_ParseBuffer(text.data(), text.size(), NEB_XML_PARSE_SESSION, &root,
-                                           &error) == NEB_XML_OK) {
-    return root;
-  }
-  throw error.code == NEB_XML_ERR_SYNTAX ? syntaxReport(fileName, error, text) : noMemory(fileName);
-}
-
-CommandError cannotOpen(const std::string &fileName, int errorNumber) {
-  return {ExitStatus::fileTrouble, fileName, withSystemCause("cannot open", errorNumber)};
-}
-
-// For a pipe, a device, or a file that the system generates while it is read.
-XmlNode *parseStream(const std::string &fileName) {
-  const Input input(fileName);
-  if (input.descriptor() < 0) throw cannotOpen(fileName, errno);
-  return parseDescriptor(fileName, input.descriptor());
-}
-
-XmlNode *parseRegularFile(const std::string &fileName, off_t size) {
-  XmlNode *root = nullptr;
-  NEB_XML_PARSE_ERROR error{};
-  errno = 0;
-  switch (NEB_XML_ParseFileInfo(fileName.c_str(), NEB_XML_PARSE_SESSION, &root, &error)) {
-    case NEB_XML_OK:
-      return root;
-    case NEB_XML_ERR_SYNTAX:
-      throw syntaxReport(fileName, error, readAgain(fileName));
-    case NEB_XML_ERR_NO_MEMORY:
-      throw noMemory(fileName);
-    case NEB_XML_ERR_FILE_OPEN:
-      throw cannotOpen(fileName, errno);
-    default:
-      throw cannotRead(fileName, size >= kFirstUnreadableSize ? EFBIG : errno);
-  }
-}
-
-XmlNode *parseFile(const std::string &fileName) {
+// 0 if it is not known, as that of a pipe.
+size_t sizeOf(const Input &input) {
   struct stat status {};
-  if (::stat(fileName.c_str(), &status) != 0) throw cannotOpen(fileName, errno);
-  if (S_ISDIR(status.st_mode)) throw cannotRead(fileName, EISDIR);
-  // Files in /proc have no size, but do have content.
-  return S_ISREG(status.st_mode) && status.st_size > 0 ? parseRegularFile(fileName, status.st_size)
-                                                       : parseStream(fileName);
+  const bool isKnown = ::fstat(input.descriptor(), &status) == 0 && S_ISREG(status.st_mode);
+  return isKnown ? static_cast<size_t>(status.st_size) : 0;
+}
+
+void readFile(const std::string &fileName, std::string &bytes) {
+  const Input input(fileName);
+  if (input.descriptor() < 0) throw cannot("open", fileName);
+  bytes.reserve(sizeOf(input));
+  std::array<char, kReadSize> chunk{};
+  for (bool isAtEnd = false; !isAtEnd;) {
+    const ssize_t count = ::read(input.descriptor(), chunk.data(), chunk.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) throw cannot("read", fileName);
+    const std::string_view part(chunk.data(), static_cast<size_t>(count));
+    bytes += part;
+    isAtEnd = part.empty() || part.find('\0') != std::string_view::npos;
+  }
 }
 
 }  // namespace
 
-XmlNode *loadDocument(const std::string &fileName) try {
+XmlNode *loadDocument(const std::string &fileName, Reading reading, std::string &bytes) try {
   const ProgressNote note(fileName);
-  return fileName == kStandardStream ? parseDescriptor(fileName, STDIN_FILENO)
-                                     : parseFile(fileName);
+  readFile(fileName, bytes);
+  const bool isStrict = reading == Reading::strict;
+  const std::string_view whole(bytes);
+  const std::string_view text = isStrict ? whole : whole.substr(0, whole.find('\0'));
+  std::array<char, kLongestMessage> message{};
+  NEB_XML_READ_OPTIONS options{};
+  options.size = sizeof options;
+  options.message = message.data();
+  options.messageSize = message.size();
+  NEB_XML_PARSE_ERROR error{};
+  XmlNode *root = nullptr;
+  const uint32_t result = isStrict ? NEB_XML_Read(text.data(), text.size(), &options, &root, &error)
+                                   : NEB_XML_ParseBuffer(text.data(), text.size(),
+                                                         NEB_XML_PARSE_SESSION, &root, &error);
+  if (result == NEB_XML_OK) return root;
+  if (result == NEB_XML_ERR_NO_MEMORY) throw noMemory(fileName);
+  if (text.empty()) throw syntaxReport(fileName, error, "the file is empty", text);
+  throw syntaxReport(fileName, error, isStrict ? message.data() : error.reason, text);
 } catch (const std::bad_alloc &) {
   throw noMemory(fileName);
-}
-
-bool continuesAfterNul(const std::string &fileName) {
-  struct stat status {};
-  if (::stat(fileName.c_str(), &status) != 0) throw cannotOpen(fileName, errno);
-  if (!S_ISREG(status.st_mode)) return false;
-  std::ifstream file(fileName, std::ios::binary);
-  std::string text;
-  std::getline(file, text, '\0');
-  if (!file.is_open() || file.bad()) throw cannotRead(fileName, errno);
-  return !file.eof();
 }
 
 }  // namespace nebxml

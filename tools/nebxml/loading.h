@@ -1,4 +1,4 @@
-// Parsing a file, a pipe or standard input.
+// Reading a document from a file, a pipe or standard input.
 #pragma once
 
 #include <string>
@@ -7,10 +7,13 @@
 
 namespace nebxml {
 
-// Throws CommandError. The caller frees the document.
-XmlNode *loadDocument(const std::string &fileName);
+// How documents are read: as XML 1.0 requires, or with all that the older parse functions accept.
+enum class Reading { strict, lenient };
 
-// Whether a regular file has bytes after its first NUL, which ends the document.
-bool continuesAfterNul(const std::string &fileName);
+// Throws CommandError. The caller frees the document.
+//
+// bytes  receives the content of the file. It ends soon after the first NUL byte, which no document
+//        may contain.
+XmlNode *loadDocument(const std::string &fileName, Reading reading, std::string &bytes);
 
 }  // namespace nebxml

@@ -52,12 +52,19 @@ void requireFiles(const Arguments &arguments) {
   requireSingleInput(arguments.source.fileName != kStandardStream || !readsInput);
 }
 
+void addLenient(CLI::App *command, Arguments &arguments) {
+  command->add_flag_callback(
+      "--lenient", [&arguments] { arguments.target.reading = Reading::lenient; },
+      "accept some documents that are not well-formed");
+}
+
 CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &purpose,
                      Arguments &arguments, const std::function<void()> &action,
                      const std::string &fileLabel = "FILE") {
   CLI::App *command = app.add_subcommand(name, purpose);
   command->add_option(fileLabel, arguments.target.fileName, "the file, or - for standard input")
       ->required();
+  addLenient(command, arguments);
   command->callback([&arguments, action] {
     requireFiles(arguments);
     action();
@@ -88,7 +95,6 @@ void addDestination(CLI::App *command, Arguments &arguments) {
       command->add_option("-o", arguments.destination.fileName, "write the result to this file");
   command->add_flag("--in-place", arguments.destination.inPlace, "replace FILE by the result")
       ->excludes(output);
-  command->footer("The XML declaration, the document type, comments and layout are dropped.");
 }
 
 void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status) {
@@ -97,20 +103,21 @@ void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status)
   check->callback([&] {
     const std::vector<std::string> &names = arguments.fileNames;
     requireSingleInput(std::count(names.begin(), names.end(), kStandardStream) <= 1);
-    status = checkFiles(names);
+    status = checkFiles(names, arguments.target.reading);
   });
+  addLenient(check, arguments);
 
   addCommand(app, "tree", "print each node with the path that finds it", arguments,
-             [&] { printTree(arguments.target.fileName); });
+             [&] { printTree(arguments.target); });
   addCommand(app, "stat", "count what the document holds", arguments,
-             [&] { printStatistics(arguments.target.fileName); });
+             [&] { printStatistics(arguments.target); });
   CLI::App *get = addCommand(app, "get", "print the value of a node or attribute", arguments,
                              [&] { printValue(arguments.target); });
   addTarget(get, arguments);
   addType(get, arguments);
   CLI::App *compare = addCommand(
       app, "diff", "print the first difference of two documents", arguments,
-      [&] { status = compareFiles(arguments.target.fileName, arguments.source.fileName); }, "A");
+      [&] { status = compareFiles(arguments.target, arguments.source); }, "A");
   addSource(compare, arguments, "B");
 }
 
@@ -118,13 +125,14 @@ void addFormat(CLI::App &app, Arguments &arguments) {
   constexpr int kWidestIndent = 16;
   Destination &destination = arguments.destination;
   CLI::App *format = addCommand(app, "fmt", "print the document", arguments,
-                                [&] { formatDocument(arguments.target.fileName, destination); });
+                                [&] { formatDocument(arguments.target, destination); });
   format->add_option("--indent", destination.indent, "spaces for each level")
       ->check(CLI::Range(0, kWidestIndent));
   CLI::Option *declaration = format->add_flag("--declaration", destination.hasDeclaration,
                                               "begin with an XML declaration");
   addDestination(format, arguments);
   declaration->excludes("--in-place");
+  format->footer("The XML declaration, the document type, comments and layout are dropped.");
 }
 
 void addSet(CLI::App &app, Arguments &arguments) {

@@ -10,15 +10,15 @@ _nebxml() {
   COMPREPLY=()
   case $COMP_CWORD:${COMP_WORDS[1]} in
     1:*) words='check tree stat get diff fmt set del import --help --version' ;;
-    *:get) words='--attr --type --help' ;;
-    *:fmt) words='--indent --declaration -o --in-place --help' ;;
-    *:set) words='--attr --type -o --in-place --help' ;;
-    *:del) words='--attr -o --in-place --help' ;;
-    *:import) words='-o --in-place --help' ;;
-    *) words='--help' ;;
+    *:get) words='--attr --type --lenient --help' ;;
+    *:fmt) words='--indent --declaration -o --in-place --lenient --help' ;;
+    *:set) words='--attr --type -o --in-place --lenient --help' ;;
+    *:del) words='--attr -o --in-place --lenient --help' ;;
+    *:import) words='-o --in-place --lenient --help' ;;
+    *) words='--lenient --help' ;;
   esac
   case $previous in
-    --type) words='bool int8 uint8 int16 uint16 int32 uint32' ;;
+    --type) words='bool int8 uint8 int16 uint16 int32 uint32 int64 uint64 double' ;;
     --attr | --indent) return ;;
     -o) words= ;;
   esac

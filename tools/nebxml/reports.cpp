@@ -60,8 +60,8 @@ struct Statistics {
 
 }  // namespace
 
-void printTree(const std::string &fileName) {
-  const Document document(fileName);
+void printTree(const Target &target) {
+  const Document document(target.fileName, target.reading);
   NodePaths paths(document.root());
   std::string lines;
   for (const XmlNode *root : document.topLevelNodes()) {
@@ -77,8 +77,8 @@ void printTree(const std::string &fileName) {
   writeStandardOutput(lines);
 }
 
-void printStatistics(const std::string &fileName) {
-  const Document document(fileName);
+void printStatistics(const Target &target) {
+  const Document document(target.fileName, target.reading);
   Statistics statistics;
   for (XmlNode *root : document.topLevelNodes()) {
     size_t depth = 0;

@@ -1,21 +1,26 @@
 #include "saving.h"
 
 #include <memory>
+#include <new>
 
 #include "command_error.h"
 #include "file_output.h"
-#include "loading.h"
-#include "node_path.h"
-#include "tree_difference.h"
-#include "unwritable.h"
 
 namespace nebxml {
 namespace {
 
 constexpr std::string_view kDeclaration = "<?xml version=\"1.0\"?>\n";
 
-CommandError refusal(const Document &document, const std::string &cause) {
-  return {ExitStatus::notFound, document.fileName(), "cannot be written as XML: " + cause};
+// What lenient reading leaves out of the tree would be lost with its file.
+void requireWholeTree(const Document &document) {
+  if (document.topLevelNodes().size() > 1) {
+    throw CommandError(ExitStatus::notFound, document.fileName(),
+                       "several top-level elements cannot be written in place; use -o");
+  }
+  if (document.bytes().find('\0') != std::string::npos) {
+    throw CommandError(ExitStatus::notFound, document.fileName(),
+                       "what stands behind a NUL byte cannot be written in place; use -o");
+  }
 }
 
 std::string print(const Document &document, const Destination &destination) {
@@ -24,63 +29,84 @@ std::string print(const Document &document, const Destination &destination) {
     char *part = nullptr;
     const uint32_t result = NEB_XML_TransformIndented(top, destination.indent, &part);
     const std::unique_ptr<char, decltype(&NEB_XML_FreeMem)> owner(part, &NEB_XML_FreeMem);
-    if (result == NEB_XML_ERR_INVALID_PARAM) throw refusal(document, firstUnwritable(document));
+    if (result == NEB_XML_ERR_INVALID_PARAM) {
+      throw CommandError(
+          ExitStatus::notFound, document.fileName(),
+          "cannot be written as XML, which does not allow one of its names or values");
+    }
     if (result != NEB_XML_OK) throw noMemory(document.fileName());
     whole += part;
   }
   return whole;
 }
 
-XmlNode *parseAgain(const Document &document, std::string_view text) {
-  XmlNode *root = nullptr;
-  NEB_XML_PARSE_ERROR error{};
-  switch (NEB_XML_ParseBuffer(text.data(), text.size(), NEB_XML_PARSE_SESSION, &root, &error)) {
-    case NEB_XML_OK:
-      return root;
-    case NEB_XML_ERR_NO_MEMORY:
-      throw noMemory(document.fileName());
-    default:
-      throw refusal(document, error.reason);
-  }
-}
-
-void requireSameTree(const Document &document, std::string_view text) {
-  const Document again(document.fileName(), parseAgain(document, text));
-  const auto found = firstDifference(document.topLevelNodes(), again.topLevelNodes());
-  if (found && found->first == nullptr) {
-    throw refusal(document, found->difference.kind + " differs when read back");
-  }
-  if (found) {
-    throw refusal(document, found->difference.kind + " differs when read back at path '" +
-                                pathOf(document.topLevelNodes(), found->first) + "'");
-  }
-}
-
-// Refuses a document that would lose more than layout if it replaced its file.
-void requireReplaceable(const Document &document) {
-  if (document.topLevelNodes().size() > 1) {
-    throw CommandError(ExitStatus::notFound, document.fileName(),
-                       "several top-level elements cannot be written in place; use -o");
-  }
-  if (continuesAfterNul(document.fileName())) {
-    throw CommandError(ExitStatus::notFound, document.fileName(),
-                       "what stands behind a NUL byte cannot be written in place; use -o");
-  }
-}
-
-}  // namespace
-
-void save(const Document &document, const Destination &destination) {
-  if (destination.inPlace) requireReplaceable(document);
-  const std::string text = print(document, destination);
-  requireSameTree(document, text);
+void write(const Document &document, std::string_view text, const Destination &destination) {
   if (destination.inPlace) {
-    replaceFile(document.fileName(), document.root(), destination.indent);
+    replaceFile(document.fileName(), text);
   } else if (destination.fileName == kStandardStream) {
     writeStandardOutput(text);
   } else {
     writeFile(destination.fileName, text);
   }
+}
+
+uint32_t setAttribute(XmlNode *element, const NEB_XML_EDIT &edit) {
+  const uint32_t result = NEB_XML_SetAttr(element, edit.prefix, edit.name, edit.value);
+  return result == NEB_XML_ERR_NOT_FOUND
+             ? NEB_XML_AddAttr(element, edit.prefix, edit.name, edit.value)
+             : result;
+}
+
+uint32_t appendCopy(XmlNode *parent, const XmlNode *node) {
+  XmlNode *copy = nullptr;
+  const uint32_t result = NEB_XML_ImportNode(parent, node, &copy);
+  return result == NEB_XML_OK ? NEB_XML_AppendChildNode(parent, copy) : result;
+}
+
+// The edits of the commands, made in the tree.
+uint32_t editTree(XmlNode *node, const NEB_XML_EDIT &edit) {
+  switch (edit.kind) {
+    case NEB_XML_EDIT_SET_VALUE:
+      return NEB_XML_SetNode(node, nullptr, nullptr, edit.value);
+    case NEB_XML_EDIT_SET_ATTR:
+      return setAttribute(node, edit);
+    case NEB_XML_EDIT_REMOVE_ATTR:
+      return NEB_XML_RemoveAttr(node, edit.prefix, edit.name);
+    case NEB_XML_EDIT_REMOVE:
+      return NEB_XML_RemoveNode(node);
+    default:
+      return appendCopy(node, edit.content);
+  }
+}
+
+uint32_t appendPart(void *text, const char *bytes, size_t length) noexcept try {
+  static_cast<std::string *>(text)->append(bytes, length);
+  return NEB_XML_OK;
+} catch (const std::bad_alloc &) {
+  return NEB_XML_ERR_NO_MEMORY;
+}
+
+}  // namespace
+
+void save(const Document &document, const Destination &destination) {
+  if (destination.inPlace) requireWholeTree(document);
+  write(document, print(document, destination), destination);
+}
+
+uint32_t saveEdited(const Document &document, XmlNode *node, NEB_XML_EDIT edit,
+                    const Destination &destination) {
+  if (document.reading() == Reading::lenient) {
+    const uint32_t result = editTree(node, edit);
+    if (result == NEB_XML_OK) save(document, destination);
+    return result;
+  }
+  edit.node = node;
+  std::string text;
+  const std::string &bytes = document.bytes();
+  const uint32_t result =
+      NEB_XML_EditBytes(bytes.data(), bytes.size(), &edit, 1, appendPart, &text);
+  if (result == NEB_XML_OK) write(document, text, destination);
+  return result;
 }
 
 }  // namespace nebxml

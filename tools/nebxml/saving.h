@@ -16,8 +16,16 @@ struct Destination {
   uint32_t indent = 0;          // spaces for each level
 };
 
-// Writes a document after parsing the printed text and comparing it with the document. If they
-// differ, writes nothing and throws CommandError.
+// Prints the tree and writes it. If XML cannot represent it, writes nothing and throws
+// CommandError.
 void save(const Document &document, const Destination &destination);
+
+// Makes one edit of a node and writes the result. A document that was read strictly keeps all other
+// bytes. One that was read leniently is edited as a tree, and printed.
+//
+// edit  its node is set here
+// Returns NEB_XML_OK, or why the library refuses the edit. Nothing is written then.
+uint32_t saveEdited(const Document &document, XmlNode *node, NEB_XML_EDIT edit,
+                    const Destination &destination);
 
 }  // namespace nebxml

@@ -11,6 +11,8 @@
 namespace nebxml {
 namespace {
 
+// The rest of the document has not been read, so nobody knows whether it is well-formed.
+constexpr const char *kMayBeXml = " (XML may allow it)";
 constexpr std::string_view kBoldStyle = "\x1b[1m";
 constexpr std::string_view kErrorStyle = "\x1b[1;31m";
 constexpr std::string_view kResetStyle = "\x1b[0m";
@@ -55,24 +57,25 @@ std::string message(const std::string &fileName, const Position &position, const
                     std::string_view text) {
   const std::string where = printable(fileName) + ':' + std::to_string(position.line) + ':' +
                             std::to_string(position.column) + ':';
-  const std::string view = position.offset <= text.size() ? markedLine(text, position.offset) : "";
-  return styled(kBoldStyle, where) + ' ' + words + view;
+  return styled(kBoldStyle, where) + ' ' + words + markedLine(text, position.offset);
 }
 
 }  // namespace
 
 CommandError syntaxReport(const std::string &fileName, const NEB_XML_PARSE_ERROR &error,
-                          std::string_view text) {
+                          const std::string &cause, std::string_view text) {
   // An empty file has no line. The position is then the first byte.
   const Position position{error.offset, std::max<size_t>(error.line, 1),
                           std::max<size_t>(error.column, 1)};
-  std::string report = message(fileName, position, error.reason, text);
-  if (error.startNameLength > 0 && error.startNameOffset < text.size()) {
+  const bool isUnsupported = error.code == NEB_XML_ERR_UNSUPPORTED;
+  std::string report =
+      message(fileName, position, printable(cause) + (isUnsupported ? kMayBeXml : ""), text);
+  if (error.startNameLength > 0) {
     const auto name = text.substr(error.startNameOffset, error.startNameLength);
     report += '\n' + message(fileName, positionOf(text, error.startTagOffset),
                              "the start tag is here: <" + shortened(name) + '>', text);
   }
-  return {ExitStatus::notFound, report};
+  return {isUnsupported ? ExitStatus::unsupported : ExitStatus::notFound, report};
 }
 
 }  // namespace nebxml

@@ -1,4 +1,4 @@
-// The report about a document that is not well-formed.
+// The report about a document that cannot be read.
 #pragma once
 
 #include <string>
@@ -9,11 +9,9 @@
 
 namespace nebxml {
 
-// Reports file, line, column and reason, and shows the line. In colour if standard error is a
+// Reports file, line, column and cause, and shows the line. In colour if standard error is a
 // terminal.
-//
-// text  the content of the file; shorter than what was parsed if the file has changed since
 CommandError syntaxReport(const std::string &fileName, const NEB_XML_PARSE_ERROR &error,
-                          std::string_view text);
+                          const std::string &cause, std::string_view text);
 
 }  // namespace nebxml

@@ -24,15 +24,18 @@ ValueType integerType(const std::string &name, uint32_t code) {
   return {name, code, std::to_string(Limits::min()) + " to " + std::to_string(Limits::max())};
 }
 
-const std::array<ValueType, 7> &valueTypes() {
-  static const std::array<ValueType, 7> types{
+const std::array<ValueType, 10> &valueTypes() {
+  static const std::array<ValueType, 10> types{
       {{"bool", NEB_XML_VALUE_BOOL, "true, false, 1 or 0"},
        integerType<int8_t>("int8", NEB_XML_VALUE_INT8),
        integerType<uint8_t>("uint8", NEB_XML_VALUE_UINT8),
        integerType<int16_t>("int16", NEB_XML_VALUE_INT16),
        integerType<uint16_t>("uint16", NEB_XML_VALUE_UINT16),
        integerType<int32_t>("int32", NEB_XML_VALUE_INT32),
-       integerType<uint32_t>("uint32", NEB_XML_VALUE_UINT32)}};
+       integerType<uint32_t>("uint32", NEB_XML_VALUE_UINT32),
+       integerType<int64_t>("int64", NEB_XML_VALUE_INT64),
+       integerType<uint64_t>("uint64", NEB_XML_VALUE_UINT64),
+       {"double", NEB_XML_VALUE_DOUBLE, "such as -0.5, 1e6, INF or NaN"}}};
   return types;
 }
 
@@ -61,9 +64,9 @@ std::optional<std::string> typedText(const std::string &typeName, const std::str
   }
   const std::unique_ptr<XmlNode, decltype(&NEB_XML_FreeNode)> owner(carrier, &NEB_XML_FreeNode);
   const uint32_t code = typeNamed(typeName).code;
-  uint32_t variable = 0;  // as wide as the widest type
-  if (NEB_XML_GetNodeValueEx(carrier, code, &variable) != NEB_XML_OK) return std::nullopt;
-  if (NEB_XML_SetNodeValueEx(carrier, code, &variable) != NEB_XML_OK) throw std::bad_alloc();
+  uint64_t variable = 0;  // as wide as the widest type
+  if (NEB_XML_ReadValue(carrier, code, &variable) != NEB_XML_OK) return std::nullopt;
+  if (NEB_XML_WriteValue(carrier, code, &variable) != NEB_XML_OK) throw std::bad_alloc();
   return std::string(nodeStrings(carrier).value);
 }
 
