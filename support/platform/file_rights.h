@@ -12,8 +12,7 @@ constexpr mode_t kPrivateFileMode = 0600;
 enum class Transfer { done, changed, refused, noMemory };
 
 // Gives a new file, opened with kPrivateFileMode, the rights of the file at oldPath, whose status
-// is
-// old. It stays private until all else is in place. Nobody ends with more rights than before:
+// is old. It stays private until all else is in place. Nobody ends with more rights than before:
 // - Where the process may not give owner or group away, set-user-ID and set-group-ID are dropped.
 //   Without the group, its new group and all others keep what every group and all others had.
 // - An access control list or attribute that cannot be set is refused, unless the new file has an

@@ -266,7 +266,8 @@ typedef struct NEB_XML_PARSE_ERROR {
   size_t startNameLength; /**< 0 also if memory ran out while that was searched. */
   size_t startTagOffset;  /**< The '<' of that start tag. */
   size_t systemError;     /**< The errno of a file call that failed; 0 if there is none. */
-  size_t nameOffset;      /**< The name that the reason is about, of whatever it is the name. */
+  size_t nameOffset;      /**< The name of what the reason is about: of an element, an attribute, an
+                               entity or an encoding. */
   size_t nameLength;      /**< 0 if the reason is about no name. */
   size_t reserved[3];     /**< For later versions. This version sets them to 0. */
 } NEB_XML_PARSE_ERROR;
@@ -319,8 +320,9 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFile(const char *path, XmlNod
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileEx(const char *path, XmlNode **outDoc);
 
 /**
- * Parses exactly what NEB_XML_Parse parses, of known length, and reports why and where it failed.
- * A byte order mark of UTF-8 is skipped, and counted in offsets. UTF-16 and UTF-32 are recognised,
+ * Parses a document of known length, and reports why and where it failed. Without
+ * NEB_XML_PARSE_STRICT, it accepts exactly what NEB_XML_Parse accepts, with one addition: a byte
+ * order mark of UTF-8 is skipped, and counted in offsets. UTF-16 and UTF-32 are recognised,
  * and named in the reason.
  *
  * bytes   need not be terminated and are never read beyond length; the document ends early at a
@@ -568,7 +570,8 @@ typedef uint32_t (*NEB_XML_SINK)(void *context, const char *bytes, size_t length
  * wrong arguments.
  *
  * References, empty values and white space are written as NEB_XML_TransformIndented writes them.
- * Parsers that know no edition of XML 1.0 beyond the fourth refuse some names beyond ASCII.
+ * Parsers that know no edition of XML 1.0 beyond the fourth refuse some names beyond ASCII. Parsers
+ * that apply namespaces also refuse names with two colons and prefixes that are not declared.
  *
  * node     an element or document; written with its subtree, without its siblings.
  * options  may be null.

@@ -74,8 +74,6 @@ struct NameBytes {
 };
 constexpr NameBytes kNameBytes;
 
-constexpr bool isTail(char byte) { return (static_cast<uint8_t>(byte) & 0xC0) == 0x80; }
-
 // Whether the rest of a character of two or three bytes follows its first byte.
 bool isWhole(const char *character, size_t length) {
   return isTail(character[1]) && (length == 2 || isTail(character[2]));

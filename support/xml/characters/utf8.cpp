@@ -36,9 +36,8 @@ Character characterAt(const char *from, size_t available) {
   if (length == 0 || length > available) return kNone;
   uint32_t code = length == 1 ? first : first & (0x7FU >> length);
   for (size_t i = 1; i < length; ++i) {
-    const auto tail = static_cast<uint8_t>(from[i]);
-    if ((tail & ~kTailMask) != 0x80) return kNone;
-    code = code << kTailBits | (tail & kTailMask);
+    if (!isTail(from[i])) return kNone;
+    code = code << kTailBits | (static_cast<uint8_t>(from[i]) & kTailMask);
   }
   const bool isAllowed = code >= kLeastCharacter[length] && isCharacter(code);
   return isAllowed ? Character{code, length} : kNone;

@@ -8,6 +8,9 @@ namespace neb::xml::internal {
 
 constexpr bool isAscii(char byte) { return static_cast<uint8_t>(byte) < 0x80; }
 
+// Whether a byte of UTF-8 goes on with a character.
+constexpr bool isTail(char byte) { return (static_cast<uint8_t>(byte) & 0xC0) == 0x80; }
+
 struct Character {
   uint32_t code;
   size_t length;  // of its UTF-8 in bytes; 0 if no well-formed UTF-8 of an XML character is there

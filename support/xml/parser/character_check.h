@@ -22,9 +22,6 @@ class CharacterCheck {
   }
 
  private:
-  // A byte of UTF-8 that begins no character.
-  static bool isTail(char byte) { return (static_cast<uint8_t>(byte) & 0xC0) == 0x80; }
-
   const char *wholeCharacters(const char *end) const {
     for (size_t i = 1; i < kLongestUtf8 && end > checkedEnd_ && isTail(*end); ++i) --end;
     return end;

@@ -145,7 +145,7 @@ template char *xmlCopyWithEscape<ExactElementValue>(Output &, char *, const char
 
 namespace {
 
-bool isAsciiByte(char byte) { return (byte & 0x80) == 0; }
+// Takes the character that begins at *value. Null if none does.
 char *writeNumericReference(char *to, const char **value, const char *end) {
   const Character character = characterAt(*value, end);
   if (character.length == 0) return nullptr;
@@ -164,7 +164,7 @@ char *writeNumericReference(char *to, const char **value, const char *end) {
 
 template <typename Value>
 [[gnu::noinline]] char *copyStrictly(SinkOutput &output, char *to, const char *value, size_t length,
-                                     bool isAscii) {
+                                     bool isAsciiOnly) {
   const char *end = value + length;
   bool isChecked = false;  // the rest holds characters that are allowed only
   while (value != end) {
@@ -176,9 +176,9 @@ template <typename Value>
     value += written;
     to += written;
     if (written == ahead) continue;
-    if (isAsciiByte(*value)) {
+    if (isAscii(*value)) {
       to = ExactAttributeValue::writeEscaped(to, value++);
-    } else if (isAscii) {
+    } else if (isAsciiOnly) {
       to = writeNumericReference(to, &value, end);
     } else {
       isChecked = chosenKernel().areAllowed(value, end);

@@ -73,7 +73,8 @@ char *xmlCopyWithEscape(Output &output, char *to, const char *value, size_t leng
 // Copies a value of characters that XML allows, in UTF-8; those beyond ASCII unchanged, or as
 // references. Otherwise as above.
 template <typename Value>
-char *copyStrictly(SinkOutput &output, char *to, const char *value, size_t length, bool isAscii);
+char *copyStrictly(SinkOutput &output, char *to, const char *value, size_t length,
+                   bool isAsciiOnly);
 
 // Parsing drops white space other than spaces before an element's text, and may take nothing but
 // white space for a value. What begins with a reference is text. So the first character is written
