@@ -71,6 +71,12 @@ concept HasValues = requires(Node node, Value value) {
   node.get<Value>();
   node.set(value);
 };
+template <typename Answer>
+concept IsAnswer = requires(Node node, Answer (*sink)(std::string_view)) {
+  node.print(sink);
+  Document().print(sink);
+  neb::xml::edit_bytes("", std::vector<neb::xml::Edit>(), sink);
+};
 template <typename Range>
 concept IsView = std::ranges::view<Range> && std::ranges::borrowed_range<Range> &&
     std::ranges::input_range<Range>;
@@ -93,6 +99,8 @@ static_assert(NamesChildren<const std::string &> && NamesChildren<const char (&)
 static_assert(!NamesChildren<std::string> && !NamesChildren<const std::string>);
 static_assert(HasValues<bool> && HasValues<long> && HasValues<long long> && HasValues<double> &&
               !HasValues<char> && !HasValues<float>);
+static_assert(IsAnswer<void> && IsAnswer<bool> && IsAnswer<Status> && IsAnswer<NEB_XML_RESULT>);
+static_assert(!IsAnswer<int> && !IsAnswer<long> && !IsAnswer<std::ostream &>);
 static_assert(IsView<Children> && std::ranges::forward_range<Children> &&
               std::ranges::common_range<Children> && IsView<decltype(Node().children("a"))> &&
               IsView<decltype(Node().attributes())> && IsView<decltype(ConstNode().descendants())>);
