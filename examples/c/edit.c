@@ -12,7 +12,7 @@ static uint32_t edit(XmlNode *device) {
   uint32_t result;
 
   result = NEB_XML_GetNodeByUrl(device, "device.interfaces.interface.2.mtu", &node);
-  if (result == NEB_XML_OK) result = NEB_XML_SetNodeValueEx(node, NEB_XML_VALUE_UINT16, &mtu);
+  if (result == NEB_XML_OK) result = NEB_XML_WriteValue(node, NEB_XML_VALUE_UINT16, &mtu);
   if (result == NEB_XML_OK) result = NEB_XML_AddAttr(node, NULL, "unit", "bytes");
 
   if (result == NEB_XML_OK) {
@@ -39,7 +39,7 @@ int main(int argc, char **argv) {
     fprintf(stderr, "usage: edit FILE OUT\n");
     return EXIT_FAILURE;
   }
-  result = NEB_XML_ParseFileEx(argv[1], &device);
+  result = NEB_XML_Load(argv[1], NULL, &device, NULL);
   if (result == NEB_XML_OK) {
     result = edit(device);
     /* Replaces the file atomically, with two spaces for each level. */
@@ -47,6 +47,6 @@ int main(int argc, char **argv) {
     /* Frees the document and all nodes in it, including the one from CreateNode. */
     NEB_XML_FreeNode(device);
   }
-  if (result != NEB_XML_OK) fprintf(stderr, "%s: error %x\n", argv[1], result);
+  if (result != NEB_XML_OK) fprintf(stderr, "%s: %s\n", argv[1], NEB_XML_GetErrorText(result));
   return result == NEB_XML_OK ? EXIT_SUCCESS : EXIT_FAILURE;
 }

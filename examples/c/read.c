@@ -1,6 +1,7 @@
 /* Reads a configuration: read FILE */
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include "neb_xml.h"
 
@@ -13,15 +14,24 @@ static void show(const XmlNode *interface) {
 
   NEB_XML_GetAttr(interface, NULL, "name", &name);
   if (NEB_XML_GetNodeByUrl(interface, "interface.mtu", &mtu) == NEB_XML_OK) {
-    NEB_XML_GetNodeValueEx(mtu, NEB_XML_VALUE_UINT32, &bytes);
+    NEB_XML_ReadValue(mtu, NEB_XML_VALUE_UINT32, &bytes);
   }
   printf("%-12s mtu %u", name != NULL ? name : "?", bytes);
   /* Not every interface has a speed. */
   if (NEB_XML_GetNodeByUrl(interface, "interface.speed", &speed) == NEB_XML_OK &&
-      NEB_XML_GetNodeValueEx(speed, NEB_XML_VALUE_UINT32, &megabits) == NEB_XML_OK) {
+      NEB_XML_ReadValue(speed, NEB_XML_VALUE_UINT32, &megabits) == NEB_XML_OK) {
     printf(", %u Mbit/s", megabits);
   }
   printf("\n");
+}
+
+/* Only an error in the document has a line, and only a failed call of the system an errno. */
+static void report(const char *path, const NEB_XML_PARSE_ERROR *error) {
+  fprintf(stderr, "%s:", path);
+  if (error->line != 0) fprintf(stderr, "%zu:%zu:", error->line, error->column);
+  fprintf(stderr, " %s", error->reason);
+  if (error->systemError != 0) fprintf(stderr, ": %s", strerror((int)error->systemError));
+  fprintf(stderr, "\n");
 }
 
 int main(int argc, char **argv) {
@@ -30,8 +40,8 @@ int main(int argc, char **argv) {
   XmlNode *interfaces;
   NEB_XML_PARSE_ERROR error;
 
-  if (NEB_XML_ParseFileInfo(path, NEB_XML_PARSE_SESSION, &device, &error) != NEB_XML_OK) {
-    fprintf(stderr, "%s:%zu:%zu: %s\n", path, error.line, error.column, error.reason);
+  if (NEB_XML_Load(path, NULL, &device, &error) != NEB_XML_OK) {
+    report(path, &error);
     return EXIT_FAILURE;
   }
   if (NEB_XML_GetNodeByUrl(device, "device.interfaces", &interfaces) == NEB_XML_OK) {

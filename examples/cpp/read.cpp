@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "neb_xml.hpp"
@@ -16,12 +17,20 @@ static void show(neb::xml::ConstNode interface) {
   std::printf("\n");
 }
 
+// Only an error in the document has a line, and only a failed call of the system an errno.
+static void report(const char *path, const neb::xml::ParseError &error) {
+  std::fprintf(stderr, "%s:", path);
+  if (error.line != 0) std::fprintf(stderr, "%zu:%zu:", error.line, error.column);
+  std::fprintf(stderr, " %s", error.what());
+  if (error.system_error != 0) std::fprintf(stderr, ": %s", std::strerror(error.system_error));
+  std::fprintf(stderr, "\n");
+}
+
 int main(int argc, char **argv) {
   const char *path = argc > 1 ? argv[1] : "examples/samples/device.xml";
   const auto device = neb::xml::Document::parse_file(path);
   if (!device) {
-    const neb::xml::ParseError &error = device.error();
-    std::fprintf(stderr, "%s:%zu:%zu: %s\n", path, error.line, error.column, error.what());
+    report(path, device.error());
     return EXIT_FAILURE;
   }
   for (const neb::xml::ConstNode interface : device->root().child("interfaces").children()) {

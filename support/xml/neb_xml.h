@@ -359,8 +359,9 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseFileInfo(const char *path, ui
  * context must outlive them. Nodes on the heap that are inserted stay with the allocation hooks. So
  * do printed documents and the table of sessions, which may allocate if more than 64 are open.
  *
- * maxBytes counts the copy of the document, the tree, and what is allocated for a time. It no
- * longer applies when the call has returned.
+ * maxBytes counts the copy of the document, the tree, and what is allocated for a time. The first
+ * block alone takes 8 KiB, so that less than 9 KiB admit no document. It no longer applies when the
+ * call has returned: to limit what edits allocate, let allocate return null.
  */
 typedef struct NEB_XML_READ_OPTIONS {
   size_t size;       /**< sizeof(NEB_XML_READ_OPTIONS). */
@@ -526,7 +527,7 @@ enum NEB_XML_PRINT_FLAG {
   NEB_XML_PRINT_DECLARATION = 1,
   /** Writes characters beyond ASCII as numeric references. Names cannot have any. */
   NEB_XML_PRINT_ASCII = 2,
-  /** Indents by tabs instead of spaces. */
+  /** Indents by tabs instead of spaces; with an indent of 1 to 16. */
   NEB_XML_PRINT_TABS = 4,
   /** Ends lines with a carriage return and a line feed. Line feeds of values do not change. */
   NEB_XML_PRINT_CRLF = 8,
@@ -647,7 +648,8 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_CreateNode(uint32_t type, const ch
  *
  * session  for an element, the session to allocate from, or 0 to make it as NEB_XML_CreateNode
  *          does; ignored for a document, which opens a session of 8192 bytes of its own.
- * Other arguments as for NEB_XML_CreateNode.
+ * Other arguments as for NEB_XML_CreateNode. For strings that are not terminated or have to be
+ * checked, make the node without them, and call NEB_XML_SetString.
  *
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM as NEB_XML_CreateNode; NEB_XML_ERR_NO_MEMORY with
  * nothing kept, also for a session that is not open. An element whose strings could not be copied
@@ -1197,8 +1199,10 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ImportNode(XmlNode *target, const 
 /* --- Locations, and edits of the document ----------------------------------------------------- */
 /*
  * For a tree that was read strictly (NEB_XML_Read, NEB_XML_Load, NEB_XML_PARSE_STRICT) and has not
- * been changed since, and for the bytes that it was read from. Nodes hold no positions: each call
- * reads the bytes again, in step with the tree, and compares all names and values.
+ * been changed since, and for the bytes that it was read from. The caller keeps those: read the
+ * file into memory and call NEB_XML_Read, since NEB_XML_Load frees its copy. Nodes hold no
+ * positions: each call reads the bytes again, in step with the tree, and compares all names and
+ * values.
  *
  * bytes   the whole document; need not be terminated. A copy of them is held during the call.
  * length  in bytes.
@@ -1229,7 +1233,7 @@ typedef struct NEB_XML_LOCATION {
 /**
  * Finds where a node is in the document, for messages such as "config.xml:12:9: port out of range".
  *
- * node      an element, a document or an attribute.
+ * node      an element, a document or an attribute; for a missing attribute, pass its element.
  * location  receives the answer; unchanged on failure. The content of <a/> is empty, behind the
  *           tag.
  * Returns NEB_XML_OK;

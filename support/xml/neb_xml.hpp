@@ -218,7 +218,7 @@ struct Strings {
 /** How a document is printed. See NEB_XML_PRINT_OPTIONS. */
 struct PrintOptions {
   std::uint32_t indent = 0;   /**< Spaces for each level, or tabs; 0 to 16. */
-  bool tabs = false;          /**< Indents by tabs. */
+  bool tabs = false;          /**< Indents by tabs; needs an indent of 1 or more. */
   bool declaration = false;   /**< Begins with an XML declaration, with the encoding. */
   bool ascii = false;         /**< Writes characters beyond ASCII as references. */
   bool crlf = false;          /**< Ends lines with a carriage return and a line feed. */
@@ -227,7 +227,11 @@ struct PrintOptions {
   bool final_line_end = true; /**< Ends the last line. */
 };
 
-/** Where a node is in a document, and one edit of a document: records of the C interface. */
+/**
+ * Where a node is in a document, and one edit of a document: records of the C interface. Begin with
+ * Edit edit = {}, since the fields that are not set must be zero. Its strings are terminated, and
+ * must live until edit_bytes returns, as the tree of content must.
+ */
 using Location = NEB_XML_LOCATION;
 using Edit = NEB_XML_EDIT;
 
@@ -408,14 +412,6 @@ inline NEB_XML_PRINT_OPTIONS in_c_of(const PrintOptions &options) noexcept {
   return in_c;
 }
 
-/** Whether a call with a part of a document returns exactly this type. */
-template <typename Answer, typename Sink, typename = void>
-inline constexpr bool answers_with = false;
-template <typename Answer, typename Sink>
-inline constexpr bool
-    answers_with<Answer, Sink, std::enable_if_t<std::is_invocable_v<Sink &, std::string_view>>> =
-        std::is_same_v<Answer, std::invoke_result_t<Sink &, std::string_view>>;
-
 /** Hands a part of a document to a string, a call or a stream. */
 template <typename Sink>
 std::uint32_t put(Sink &sink, std::string_view part) {
@@ -538,7 +534,10 @@ class View {
     return read_typed<Value>(node_);
   }
 
-  /** Where this is in the document that it was read from. See NEB_XML_Locate. */
+  /**
+   * Where this is in the document that it was read from. The caller keeps its bytes: parse_file
+   * does not. See NEB_XML_Locate.
+   */
   Result<Location> locate(std::string_view document) const noexcept {
     Location location;
     const std::uint32_t code = NEB_XML_Locate(node_, document.data(), document.size(), &location);
@@ -894,7 +893,9 @@ class NodeBase : public View<Self, Kind> {
   /**
    * What a pattern finds, such as "config.**.server[@name=web].port", this node's name being its
    * first segment. Attributes are found by select<Attribute>("**.@port"). What has been handed out
-   * last must stay in the tree while the loop goes on. See NEB_XML_Select.
+   * last must stay in the tree while the loop goes on. A pattern that is malformed, or finds
+   * attributes where nodes are asked for, ends the loop: error() of the selection says why. An
+   * iterator refers to its selection, which must outlive it. See NEB_XML_Select.
    */
   template <
       typename Item = Self,
@@ -907,9 +908,10 @@ class NodeBase : public View<Self, Kind> {
    * Writes this node and what is below it as a document, part by part. The document parses to the
    * same tree; what no document can hold is NEB_XML_ERR_UNWRITABLE. See NEB_XML_Print.
    *
-   * sink  a std::string, which grows; a stream, such as a std::ostream; or what can be called with
-   *       each part, as std::string_view, and returns nothing, a Status or whether to go on. What
-   *       it throws, this function throws.
+   * sink  a std::string, which grows; a stream, such as a std::ostream, which may still hold bytes
+   *       back: flush it, and test it; or what can be called with each part, as std::string_view,
+   *       and returns nothing, a Status or whether to go on. A number of bytes does not compile.
+   *       What it throws, this function throws.
    */
   template <typename Sink>
   [[nodiscard]] Status print(Sink &&sink, const PrintOptions &options = {}) const {
@@ -1336,7 +1338,7 @@ class Document : public detail::Owner {
   /** Hands the document to the caller, who frees it with NEB_XML_FreeNode. */
   XmlNode *release() noexcept { return release_node(); }
 
-  /** Parses a document strictly. It need not be terminated. See NEB_XML_Read. */
+  /** Parses a document strictly. It need not be terminated, but not be empty. See NEB_XML_Read. */
   static Result<Document, ParseError> parse(std::string_view text,
                                             const ReadOptions &options = {}) {
     return made(options, [text](const auto *in_c, XmlNode **node, NEB_XML_PARSE_ERROR *error) {
