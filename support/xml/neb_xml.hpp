@@ -412,6 +412,14 @@ inline NEB_XML_PRINT_OPTIONS in_c_of(const PrintOptions &options) noexcept {
   return in_c;
 }
 
+/** Whether a call with a part of a document returns exactly this type. */
+template <typename Answer, typename Sink, typename = void>
+inline constexpr bool answers_with = false;
+template <typename Answer, typename Sink>
+inline constexpr bool
+    answers_with<Answer, Sink, std::enable_if_t<std::is_invocable_v<Sink &, std::string_view>>> =
+        std::is_same_v<Answer, std::invoke_result_t<Sink &, std::string_view>>;
+
 /** Hands a part of a document to a string, a call or a stream. */
 template <typename Sink>
 std::uint32_t put(Sink &sink, std::string_view part) {

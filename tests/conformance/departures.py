@@ -174,7 +174,7 @@ def _explain_accepted_strictly(case, document):
 
 # The reason of a refusal that is no verdict on the document, and the departure.
 _UNSUPPORTED = [
-    ("an entity is not one of", "entity-reference"),
+    ("an entity is declared or used", "entity-reference"),
     ("mixed content", "mixed-content"),
     ("name begins or ends with ':'", "colon"),
     ("the declared encoding", "other-encoding"),

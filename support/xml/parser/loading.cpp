@@ -129,7 +129,7 @@ uint32_t LoadedDocument::readInSteps(const File &file) {
 }
 
 bool LoadedDocument::copy(const char *bytes, size_t length) {
-  if (!grow(0, length + kTerminator)) return false;
+  if (length > PTRDIFF_MAX - kTerminator || !grow(0, length + kTerminator)) return false;
   std::memcpy(memory_.begin, bytes, length);
   setLength(length);
   return true;

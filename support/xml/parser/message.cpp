@@ -19,7 +19,8 @@ struct Sentence {
 constexpr Sentence kSentences[] = {
     {reasons::kMixedChild, "mixed content is not supported: <%> after text in <$>"},
     {reasons::kMixedText, "mixed content is not supported: text beside elements in <$>"},
-    {reasons::kEntity, "entity '%' is not one of the five predefined ones"},
+    {reasons::kEntity,
+     "entity '%' is declared or used, but only the five predefined ones are supported"},
     {reasons::kAttributeTwice, "duplicate attribute '%'"},
     {reasons::kAttributeNameColon, "attribute name '%' begins or ends with ':'"},
     {reasons::kElementNameColon, "element name '%' begins or ends with ':'"},

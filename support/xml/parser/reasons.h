@@ -83,7 +83,8 @@ inline constexpr char kTextLess[] = "'<' in text has to be written as &lt;";
 inline constexpr char kTextAmpersand[] = "'&' that begins no reference has to be written as &amp;";
 inline constexpr char kSectionEnd[] = "']]>' in text has to be written as ]]&gt;";
 
-inline constexpr char kEntity[] = "an entity is not one of the five predefined ones";
+inline constexpr char kEntity[] =
+    "an entity is declared or used, but only the five predefined ones are supported";
 inline constexpr char kMixedChild[] = "mixed content is not supported: element after text";
 inline constexpr char kMixedText[] = "mixed content is not supported: text beside elements";
 

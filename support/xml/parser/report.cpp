@@ -119,12 +119,13 @@ const char *reasonOfForbidden(const char *at, const char *end) {
   return isAscii || isNoncharacter ? reasons::kCharacter : reasons::kUtf8;
 }
 
-// The first byte that is not allowed, if it counts more than another failure. What comes behind a
-// NUL has not been read by the tokenizer.
+// The first byte that is not allowed, if it counts more than another failure. The tokenizer takes a
+// NUL for the end, so what it says of a document that holds one may be wrong.
 const char *findForbiddenBefore(const char *text, const char *end, const Failure &failure) {
   const char *forbidden = findForbidden(text, end);
   if (forbidden == end) return nullptr;
-  const bool isFirst = failure.reason == nullptr || *forbidden == '\0' || forbidden <= failure.at;
+  const bool isCut = std::memchr(text, '\0', static_cast<size_t>(end - text)) != nullptr;
+  const bool isFirst = failure.reason == nullptr || isCut || forbidden <= failure.at;
   return isFirst ? forbidden : nullptr;
 }
 

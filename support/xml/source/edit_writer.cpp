@@ -13,7 +13,7 @@ constexpr std::string_view kUsualStep = "  ";
 
 // Where no attribute is before it, the name of the tag is.
 bool isBehindHyphens(const Target &element) {
-  return element.at.lastAttribute == nullptr && endsInHyphens(finalName(element));
+  return element.at.lastAttribute == nullptr && finalName(element).endsInHyphens();
 }
 
 // In front of a new attribute.
@@ -122,7 +122,7 @@ bool EditWriter::addRename(const Target &target) {
 
 bool EditWriter::addRenamed(const WholeName &name, const char *begin, const char *end) {
   const size_t since = text_.length();
-  const bool wouldMislead = *end == '>' && endsInHyphens(name);
+  const bool wouldMislead = *end == '>' && name.endsInHyphens();
   return text_.addName(name) && (!wouldMislead || text_.add(" ")) && splice(begin, end, since);
 }
 
