@@ -262,6 +262,21 @@ TEST(Edits, AreThoseOfTheTreeAndTouchNothingElse) {
   EXPECT_GT(applied, 3000U);
 }
 
+// Large files take longer for each edit.
+TEST(Edits, OfRealFilesAreThoseOfTheTree) {
+  constexpr size_t kBytesForEach = 500'000;
+  size_t applied = 0;
+  for (const std::string &path : trees::realFiles()) {
+    const std::string document = trees::readFile(path);
+    std::mt19937 random(static_cast<unsigned>(document.size()));
+    source_edits::Check check(document, [&](size_t count) { return random() % count; });
+    const size_t edits = check.isReadable() ? 2 + kBytesForEach / document.size() : 0;
+    for (size_t i = 0; i < edits; ++i) ASSERT_EQ(check.edit(i % 2 == 0 ? 1 : 4), "") << path;
+    applied += check.applied();
+  }
+  EXPECT_GT(applied, 5U);
+}
+
 // Each allocation fails in turn.
 TEST(Edits, ReportMemoryThatRunsOut) {
   const std::string document = "<r>\n  <a k='&lt;'>x&gt;y</a>\n  <b/>\n</r>";
