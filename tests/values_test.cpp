@@ -126,32 +126,26 @@ TEST(Values, EveryNumberOf16BitsLimitsAndMalformedTexts) {
 }
 
 TEST(Values, Booleans) {
-  struct Row {
-    std::string text;
-    uint32_t described;
-    uint32_t trimmed;
-    uint32_t value;
-  } rows[] = {{"0", kOk, kOk, 0},
-              {"false", kOk, kOk, 0},
-              {"1", kOk, kOk, 1},
-              {"true", kOk, kOk, 1},
-              {"\n true\t\r", kInvalid, kOk, 1},
-              {" 0 ", kInvalid, kOk, 0},
-              {"", kInvalid, kEmpty, 9},
-              {"\t\n", kInvalid, kEmpty, 9},
-              {"True", kInvalid, kMalformed, 9},
-              {"00", kInvalid, kMalformed, 9},
-              {"tru", kInvalid, kMalformed, 9},
-              {"true true", kInvalid, kMalformed, 9},
-              {"+1", kInvalid, kMalformed, 9}};
+  constexpr uint32_t kUntouched = 9;
+  const auto valueOf = [](std::string_view text) {
+    const bool isFalse = text == "0" || text == "false";
+    return isFalse ? 0U : text == "1" || text == "true" ? 1U : kUntouched;
+  };
   XmlNode node = {};
-  for (Row &row : rows) {
-    uint32_t read[2] = {9, 9};
-    node.value = row.text.data();
-    EXPECT_EQ(NEB_XML_GetNodeValueEx(&node, NEB_XML_VALUE_BOOL, &read[0]), row.described);
-    EXPECT_EQ(NEB_XML_ReadValue(&node, NEB_XML_VALUE_BOOL, &read[1]), row.trimmed) << row.text;
-    EXPECT_EQ(read[0], row.described == kOk ? row.value : 9) << row.text;
-    EXPECT_EQ(read[1], row.value) << row.text;
+  for (std::string text : {"0", "false", "1", "true", "\n true\t\r", " 0 ", "", "\t\n", "True",
+                           "00", "tru", "true true", "+1"}) {
+    uint32_t described = kUntouched, read = kUntouched;
+    node.value = text.data();
+    const uint32_t value = valueOf(trimmed(text));
+    EXPECT_EQ(NEB_XML_GetNodeValueEx(&node, NEB_XML_VALUE_BOOL, &described),
+              valueOf(text) == kUntouched ? kInvalid : kOk);
+    EXPECT_EQ(NEB_XML_ReadValue(&node, NEB_XML_VALUE_BOOL, &read), trimmed(text).empty() ? kEmpty
+                                                                   : value == kUntouched
+                                                                       ? kMalformed
+                                                                       : kOk)
+        << text;
+    EXPECT_EQ(described, valueOf(text)) << text;
+    EXPECT_EQ(read, value) << text;
   }
   node.value = nullptr;
   for (const auto write : {NEB_XML_SetNodeValueEx, NEB_XML_WriteValue}) {
