@@ -1,8 +1,15 @@
 // Where nodes are in their document, and edits of the document.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <list>
+#include <map>
+#include <memory>
+#include <optional>
 #include <random>
+#include <sstream>
 
+#include "support/data.h"
 #include "support/guarded_hooks.h"
 #include "support/source_edits.h"
 #include "support/tables.h"
@@ -26,6 +33,7 @@ XmlNode *nodeAt(XmlNode *root, const std::string &path) {
   while (attribute != nullptr && path.substr(at + 1) != attribute->name) {
     attribute = attribute->next;
   }
+  EXPECT_NE(attribute, nullptr) << path;
   return attribute;
 }
 
@@ -60,236 +68,98 @@ TEST(Locations, AreLinesColumnsAndRangesOfBytes) {
 // Bytes that the tree was not read from are refused, whatever differs.
 TEST(Locations, AreNotFoundInAnotherDocument) {
   const Tree tree("<r a='1' b='&lt;'><x>t</x><y/></r>");
-  const std::tuple<Text, uint32_t> rows[] = {
-      {"<r a='1' b='&#60;'><x><![CDATA[t]]></x><y></y></r>", kOk},
-      {"<r a='1' b='&lt;'><x>t</x><y/><y/></r>", kNotFound},
-      {"<r a='1' b='&lt;'><x>t</x></r>", kNotFound},
-      {"<r a='1' b='&lt;'><x>t</x><z/></r>", kNotFound},
-      {"<r a='1' b='&lt;'><x>tt</x><y/></r>", kNotFound},
-      {"<r a='1' b='&lt;'><x/><y/></r>", kNotFound},
-      {"<r a='1' b='&lt;'><x>t</x><y>t</y></r>", kNotFound},
-      {"<r a='1' b='&lt;'><x>t</x><y><z/></y></r>", kNotFound},
-      {"<r a='1'><x>t</x><y/></r>", kNotFound},
-      {"<r a='1' b='&lt;' c=''><x>t</x><y/></r>", kNotFound},
-      {"<r b='&lt;' a='1'><x>t</x><y/></r>", kNotFound},
-      {"<r a='1' b='&gt;'><x>t</x><y/></r>", kNotFound},
-      {"<r a='1' p:b='&lt;'><x>t</x><y/></r>", kNotFound},
-      {"<p:r a='1' b='&lt;'><x>t</x><y/></p:r>", kNotFound},
-      {"<r a='1' b='&lt;'><x>t</x><y/></r", kSyntax},
-      {"<r a='1' b='&lt;'><x>t</y><y/></r>", kSyntax},
-      {"<r a='1' b='&lt;'><x>t</x><y/></r><r/>", kSyntax},
-      {"<r a='1' b='&lt;'><x>t</x><y/></r><!--\x01-->", kSyntax},
-      {"<?xml version='1.0' encoding='US-ASCII'?><!--\xC3\xA9-->"
-       "<r a='1' b='&lt;'><x>t</x><y/></r>",
-       kSyntax},
-      {"<r a='1' b='&no;'><x>t</x><y/></r>", kSyntax},
-      {" ", kSyntax},
-  };
-  for (const auto &[text, code] : rows) {
-    const std::string bytes = text;
+  for (const std::string &line : tables::linesOf("other_documents.txt")) {
+    const uint32_t code = line[0] == '=' ? kOk : line[0] == '-' ? kNotFound : kSyntax;
+    const std::string bytes = line.substr(2);
     for (const XmlNode *node : source_edits::nodesOf(tree.root)) {
       NEB_XML_LOCATION at = {};
       at.line = 77;
-      ASSERT_EQ(NEB_XML_Locate(node, bytes.data(), bytes.size(), &at), code) << text;
-      EXPECT_EQ(at.line == 77, code != kOk) << text;
+      ASSERT_EQ(NEB_XML_Locate(node, bytes.data(), bytes.size(), &at), code) << bytes;
+      EXPECT_EQ(at.line == 77, code != kOk) << bytes;
     }
   }
-}
-
-// An edit of a node that a path names. The content is a document of its own.
-struct Step {
-  uint32_t kind;
-  Text path;
-  Text prefix = nullptr;
-  Text name = nullptr;
-  Text value = nullptr;
-  Text content = nullptr;
-};
-
-struct Outcome {
-  uint32_t code;
-  std::string text;
-};
-
-Outcome edited(const std::string &document, const std::vector<Step> &steps) {
-  const Tree tree(document);
-  EXPECT_TRUE(tree.root != nullptr) << document;
-  std::vector<std::unique_ptr<Tree>> contents;
-  std::vector<NEB_XML_EDIT> edits;
-  for (const Step &step : steps) {
-    contents.push_back(std::make_unique<Tree>(step.content != nullptr ? step.content : "<x/>"));
-    NEB_XML_EDIT edit = {};
-    edit.kind = step.kind;
-    edit.node = nodeAt(tree.root, step.path);
-    edit.prefix = step.prefix;
-    edit.name = step.name;
-    edit.value = step.value;
-    if (step.content != nullptr) edit.content = contents.back()->root;
-    edits.push_back(edit);
-  }
-  Outcome outcome;
-  outcome.code = NEB_XML_EditBytes(document.data(), document.size(), edits.data(), edits.size(),
-                                   append, &outcome.text);
-  return outcome;
 }
 
 constexpr uint32_t kValue = NEB_XML_EDIT_SET_VALUE, kAttr = NEB_XML_EDIT_SET_ATTR;
-constexpr uint32_t kDropAttr = NEB_XML_EDIT_REMOVE_ATTR, kRename = NEB_XML_EDIT_RENAME;
 constexpr uint32_t kRemove = NEB_XML_EDIT_REMOVE, kFirst = NEB_XML_EDIT_INSERT_FIRST;
-constexpr uint32_t kLast = NEB_XML_EDIT_INSERT_LAST, kBefore = NEB_XML_EDIT_INSERT_BEFORE;
-constexpr uint32_t kAfter = NEB_XML_EDIT_INSERT_AFTER;
+constexpr uint32_t kLast = NEB_XML_EDIT_INSERT_LAST, kAfter = NEB_XML_EDIT_INSERT_AFTER;
 
-Step insert(uint32_t kind, Text path, Text content) {
-  return {kind, path, nullptr, nullptr, nullptr, content};
+// The kinds of edits, each at its number, between two numbers that are none.
+const std::vector<std::string> kKinds = {"none",  "value", "attr",   "drop",  "rename", "remove",
+                                         "first", "last",  "before", "after", "beyond"};
+const std::map<std::string, uint32_t> kRefusals = {{"invalid", kInvalid},
+                                                   {"missing", kNotFound},
+                                                   {"exists", kExists},
+                                                   {"unwritable", kUnwritable}};
+
+std::optional<std::string> nextWord(std::istream &words, char end = ' ') {
+  std::string word;
+  if (!std::getline(words, word, end) || word == "-") return std::nullopt;
+  return word == "''" ? std::string() : word;
 }
-Step value(Text path, Text text) { return {kValue, path, nullptr, nullptr, text}; }
-Step remove(Text path) { return {kRemove, path}; }
 
-TEST(Edits, KeepTheRestAndTakeTheLayoutOfTheirNeighbours) {
-  struct Row {
-    std::string document;
-    std::vector<Step> steps;
-    std::string expected;
-  };
-  const Row rows[] = {
-      // Values.
-      {"<r a='1' b=\"2\">old</r>",
-       {value("r@a", "'\t\""), value("r", "a]]>\r&amp;")},
-       "<r a='&apos;&#9;&quot;' b=\"2\">a]]&gt;&#13;&amp;amp;</r>"},
-      {"<r><!--1-->o<!--2--><![CDATA[l]]>d<?p3?><!--4--></r>",
-       {value("r", "new")},
-       "<r><!--1-->new<?p3?><!--4--></r>"},
-      {"<r><!--1--></r>", {value("r", "v")}, "<r><!--1-->v</r>"},
-      {"<r x='' />", {value("r", "v")}, "<r x=''>v</r>"},
-      {"<r />", {value("r", "")}, "<r />"},
-      {"<r>v</r >", {value("r", ""), {kRename, "r", "p", "q"}}, "<p:q></p:q >"},
-      {"<r/>", {value("r", "\n v"), {kRename, "r", nullptr, "q--"}}, "<q-- >&#10; v</q-- >"},
-      // Attributes.
-      {"<r  a='1'/>",
-       {{kAttr, "r", nullptr, "a", "2"},
-        {kAttr, "r", "p", "b", "<"},
-        {kAttr, "r", nullptr, "c", ""}},
-       "<r  a='2'  p:b=\"&lt;\"  c=\"\"/>"},
-      {"<r\n  a='1'\n  b='2'>t</r>",
-       {{kDropAttr, "r", nullptr, "b"}, {kAttr, "r", nullptr, "c", "3"}},
-       "<r\n  a='1'\n  c=\"3\">t</r>"},
-      {"<r a='1' b='2' />",
-       {{kRename, "r@a", nullptr, "b"}, {kRename, "r@b", "", "a"}},
-       "<r b='1' a='2' />"},
-      {"<r p:a='1'/>",
-       {{kRename, "r@a", "", nullptr}, {kAttr, "r", nullptr, "b", "\xC3\xA9"}},
-       "<r a='1' b=\"\xC3\xA9\"/>"},
-      {"<?xml version='1.0' encoding='us-ascii'?><r/>",
-       {value("r", "a\xC3\xA9\xE2\x82\xAC<")},
-       "<?xml version='1.0' encoding='us-ascii'?><r>a&#233;&#8364;&lt;</r>"},
-      // Removal.
-      {"<r>\n  <a/>\n  <!--c-->\n  <b>\n  </b>  \n  <c/>\n</r>",
-       {remove("r.b")},
-       "<r>\n  <a/>\n  <!--c-->\n  <c/>\n</r>"},
-      {"<r>\n  <a/> <b/>\n</r>", {remove("r.b")}, "<r>\n  <a/> \n</r>"},
-      {"<r>\n  <a/> <b/>\n</r>", {remove("r.a")}, "<r>\n   <b/>\n</r>"},
-      {"<r>\r\n\t<a><!--a--></a>\r\n</r>", {remove("r.a")}, "<r></r>"},
-      {"<r>\n <a/><!--1-->\n <?p2?><b/></r>",
-       {remove("r.a"), remove("r.b")},
-       "<r><!--1--><?p2?></r>"},
-      {"<r>\n  <a/>\n  <b/>\n</r>",
-       {remove("r.a"), remove("r.b"), insert(kLast, "r", "<n/>")},
-       "<r>\n  <n/>\n</r>"},
-      {"<r><a/>\n  <b/>\n</r>",
-       {remove("r.a"), insert(kFirst, "r", "<n/>")},
-       "<r><n/>\n  <b/>\n</r>"},
-      // Insertion on lines.
-      {"<r>\r\n\t<a>\r\n\t\t<b/>\r\n\t</a> <!--a-->\r\n</r>\r\n",
-       {insert(kAfter, "r.a", "<n><m>1</m></n>"), insert(kBefore, "r.a", "<o k='v'/>")},
-       "<r>\r\n\t<o k=\"v\"/>\r\n\t<a>\r\n\t\t<b/>\r\n\t</a> "
-       "<!--a-->\r\n\t<n>\r\n\t\t<m>1</m>\r\n\t</n>"
-       "\r\n</r>\r\n"},
-      {"<r>\n  <a/>\n  <!--end-->\n</r>",
-       {insert(kLast, "r", "<n/>"), insert(kFirst, "r", "<m/>")},
-       "<r>\n  <m/>\n  <a/>\n  <!--end-->\n  <n/>\n</r>"},
-      {"<r>\n<a/>\n</r>", {insert(kLast, "r", "<n><m/></n>")}, "<r>\n<a/>\n<n>\n<m/>\n</n>\n</r>"},
-      {"<r>\n   <a/>\n   <b x='1' />\n</r>",
-       {insert(kLast, "r.b", "<n/>")},
-       "<r>\n   <a/>\n   <b x='1'>\n      <n/>\n   </b>\n</r>"},
-      {"<r>\n\t<a></a>\n</r>",
-       {insert(kLast, "r.a", "<n/>"), insert(kFirst, "r.a", "<m/>")},
-       "<r>\n\t<a>\n\t\t<m/>\n\t\t<n/>\n\t</a>\n</r>"},
-      {"<r>\n  <a>\n  </a>\n</r>",
-       {insert(kLast, "r.a", "<n/>")},
-       "<r>\n  <a>\n    <n/>\n  </a>\n</r>"},
-      {"<r>\n</r>", {insert(kFirst, "r", "<n/>")}, "<r>\n  <n/>\n</r>"},
-      // On one line.
-      {"<r><a/></r>", {insert(kAfter, "r.a", "<n><m/></n>")}, "<r><a/><n><m/></n></r>"},
-      {"<r>\n  <a/><b/>\n</r>", {insert(kAfter, "r.a", "<n/>")}, "<r>\n  <a/><n/><b/>\n</r>"},
-      {"<r/>", {insert(kLast, "r", "<n>\n</n>")}, "<r><n>&#10;</n></r>"},
-      // As if one by one.
-      {"<r><a/></r>",
-       {insert(kAfter, "r.a", "<n1/>"), insert(kAfter, "r.a", "<n2/>"), insert(kLast, "r", "<n3/>"),
-        insert(kFirst, "r", "<n4/>"), insert(kFirst, "r", "<n5/>"), insert(kBefore, "r.a", "<n6/>"),
-        insert(kBefore, "r.a", "<n7/>"), insert(kLast, "r", "<n8/>"),
-        insert(kLast, "r.a", "<n9/>")},
-       "<r><n5/><n4/><n6/><n7/><a><n9/></a><n2/><n1/><n3/><n8/></r>"},
-  };
-  for (const auto &[document, steps, expected] : rows) {
-    for (const std::string mark : {"", "\xEF\xBB\xBF"}) {
-      const Outcome outcome = edited(mark + document, steps);
-      EXPECT_EQ(outcome.code, kOk) << document;
-      EXPECT_EQ(outcome.text, mark + expected);
-      EXPECT_TRUE(Tree(outcome.text).root != nullptr) << outcome.text;
+// An edit of the table, with the strings and the content that it refers to.
+struct Step {
+  Step(const std::string &line, XmlNode *root) {
+    std::istringstream words(line);
+    const auto kind = std::find(kKinds.begin(), kKinds.end(), nextWord(words));
+    EXPECT_TRUE(kind != kKinds.end()) << line;
+    edit.kind = static_cast<uint32_t>(kind - kKinds.begin());
+    edit.node = nodeAt(root, nextWord(words).value_or(""));
+    const bool isNamed = edit.kind >= kAttr && edit.kind <= kRemove;
+    for (auto &string : strings) {
+      const bool isText = &string == &strings[2];
+      if (isText || isNamed) string = nextWord(words, isText ? '\0' : ' ');
+    }
+    const auto given = [](const auto &string) { return string ? string->c_str() : nullptr; };
+    edit.prefix = given(strings[0]);
+    edit.name = given(strings[1]);
+    const bool isInsertion = edit.kind >= kFirst && edit.kind <= kAfter;
+    if (!isInsertion) edit.value = given(strings[2]);
+    if (isInsertion && strings[2]) content = std::make_unique<Tree>(*strings[2]);
+    if (content != nullptr) edit.content = content->root;
+  }
+
+  std::optional<std::string> strings[3];  // prefix, name and text
+  std::unique_ptr<Tree> content;
+  NEB_XML_EDIT edit = {};
+};
+
+void expectEdited(const std::string &document, const std::vector<std::string> &lines, uint32_t code,
+                  const std::string &expected) {
+  SCOPED_TRACE(testing::PrintToString(lines));
+  const Tree tree(document);
+  ASSERT_TRUE(tree.root != nullptr) << document;
+  std::list<Step> steps;
+  std::vector<NEB_XML_EDIT> edits;
+  for (const std::string &line : lines) edits.push_back(steps.emplace_back(line, tree.root).edit);
+  std::string text;
+  EXPECT_EQ(NEB_XML_EditBytes(document.data(), document.size(), edits.data(), edits.size(), append,
+                              &text),
+            code)
+      << document;
+  EXPECT_EQ(text, expected);
+  EXPECT_TRUE(code != kOk || Tree(text).root != nullptr) << text;
+}
+
+TEST(Edits, KeepTheRestAndTakeTheLayoutOfTheirNeighboursOrAreRefused) {
+  std::string document;
+  std::vector<std::string> steps;
+  for (const std::string &line : tables::linesOf("edits.txt")) {
+    const std::string rest = line.substr(std::min(line.size(), size_t{2}));
+    if (line[0] == ':') {
+      document = rest;
+    } else if (line[0] != '>' && line[0] != '!') {
+      steps.push_back(line);
+    } else {
+      const bool isMade = line[0] == '>';
+      for (const std::string mark : {"", "\xEF\xBB\xBF"}) {
+        expectEdited(mark + document, steps, isMade ? kOk : kRefusals.at(rest),
+                     isMade ? mark + rest : "");
+      }
+      steps.clear();
     }
   }
-}
-
-TEST(Edits, ThatCannotBeMadeWriteNothing) {
-  const Text kNothing = nullptr;
-  const std::tuple<uint32_t, std::vector<Step>> rows[] = {
-      {kInvalid, {value("r.a", "1"), value("r.a", "2")}},
-      {kInvalid, {value("r.a@k", "1"), {kAttr, "r.a", kNothing, "k", "2"}}},
-      {kInvalid, {{kRename, "r.a", kNothing, "x"}, {kRename, "r.a", "p", kNothing}}},
-      {kInvalid, {remove("r.a"), remove("r.a")}},
-      {kInvalid, {remove("r.a"), value("r.a", "1")}},
-      {kInvalid, {value("r.a", ""), insert(kFirst, "r.a", "<n/>")}},
-      {kInvalid, {remove("r.a@k"), value("r.a@k", "1")}},
-      {kInvalid, {remove("r.c"), value("r.c.d", "1")}},
-      {kInvalid, {value("r.c.e", ""), remove("r.c")}},
-      {kInvalid, {remove("r.c"), remove("r.c.d@k")}},
-      {kInvalid, {remove("r.c"), insert(kAfter, "r.c", "<n/>")}},
-      {kInvalid, {remove("r")}},
-      {kInvalid, {insert(kBefore, "r", "<n/>")}},
-      {kInvalid, {insert(kAfter, "r", "<n/>")}},
-      {kInvalid, {insert(kFirst, "r.a@k", "<n/>")}},
-      {kInvalid, {insert(kFirst, "r.a", kNothing)}},
-      {kInvalid, {value("r.a", kNothing)}},
-      {kInvalid, {{kRename, "r.a"}}},
-      {kInvalid, {{kRename, "r.a", kNothing, ""}}},
-      {kInvalid, {{kRemove, "r.a", kNothing, "a"}}},
-      {kInvalid, {{kAttr, "r.a", kNothing, "k"}}},
-      {kInvalid, {{0, "r.a"}}},
-      {kInvalid, {{10, "r.a"}}},
-      {kNotFound, {{kDropAttr, "r.a", kNothing, "z"}}},
-      {kExists, {{kRename, "r.a@k", kNothing, "l"}}},
-      {kExists, {{kAttr, "r.a", "p", "m", ""}, {kAttr, "r.a", kNothing, "p:m", ""}}},
-      {kExists, {{kRename, "r.a@l", "p", "m"}, {kAttr, "r.a", "p", "m", ""}}},
-      {kUnwritable, {value("r", "text")}},
-      {kUnwritable, {insert(kLast, "r.b", "<n/>")}},
-      {kUnwritable, {insert(kLast, "r.s", "<n/>")}},
-      {kUnwritable, {insert(kLast, "r.t", "<n/>")}},
-      {kUnwritable, {value("r.a", "\x01")}},
-      {kUnwritable, {value("r.a", "1"), value("r.a@k", "\xC3")}},
-      {kUnwritable, {{kRename, "r.a", kNothing, "1"}}},
-      {kUnwritable, {{kRename, "r.a", "p:", kNothing}, {kAttr, "r.a", kNothing, "a:", ""}}},
-      {kUnwritable, {{kAttr, "r.a", kNothing, "a b", ""}}},
-  };
-  const std::string document =
-      "<r><a k='' l=''/><b>t</b><s>&#32;</s><t><![CDATA[]]></t><c><d k=''/><e/></c></r>";
-  for (const auto &[code, steps] : rows) {
-    const Outcome outcome = edited(document, steps);
-    EXPECT_EQ(outcome.code, code) << "row " << &steps - &std::get<1>(rows[0]);
-    EXPECT_EQ(outcome.text, "");
-  }
-  const Outcome ascii =
-      edited("<?xml version='1.0' encoding='ASCII'?><r/>", {{kRename, "r", kNothing, "\xC3\xA9"}});
-  EXPECT_EQ(ascii.code, kUnwritable);
 }
 
 // Content that no document can hold.
@@ -390,6 +260,21 @@ TEST(Edits, AreThoseOfTheTreeAndTouchNothingElse) {
     applied += check.applied();
   }
   EXPECT_GT(applied, 3000U);
+}
+
+// Large files take longer for each edit.
+TEST(Edits, OfRealFilesAreThoseOfTheTree) {
+  constexpr size_t kBytesForEach = 500'000;
+  size_t applied = 0;
+  for (const std::string &path : trees::realFiles()) {
+    const std::string document = trees::readFile(path);
+    std::mt19937 random(static_cast<unsigned>(document.size()));
+    source_edits::Check check(document, [&](size_t count) { return random() % count; });
+    const size_t edits = check.isReadable() ? 2 + kBytesForEach / document.size() : 0;
+    for (size_t i = 0; i < edits; ++i) ASSERT_EQ(check.edit(i % 2 == 0 ? 1 : 4), "") << path;
+    applied += check.applied();
+  }
+  EXPECT_GT(applied, 5U);
 }
 
 // Each allocation fails in turn.

@@ -1,4 +1,5 @@
-// Names and values that are given with their lengths.
+// Names and values that are given with their lengths. Where elements are inserted, the programs of
+// the fuzzer api check.
 #include <gtest/gtest.h>
 
 #include <string_view>
@@ -184,21 +185,6 @@ TEST(GivenStrings, AttributesStayDifferent) {
   EXPECT_EQ(setString(last, kName, "a"), kOk);
   EXPECT_EQ(putAttribute(document, "p:b", "4"), kOk);
   EXPECT_EQ(described(document), "12:d=- a='1' p|a='2' q|a='3' p|b='4'");
-}
-
-TEST(GivenStrings, ElementsAreInsertedWhereTheyAreWanted) {
-  for (const bool withSession : {false, true}) {
-    const trees::Held document{parsed("<d><m/></d>", withSession)};
-    XmlNode *middle = document->firstChild;
-    const std::pair<XmlNode *, const char *> rows[] = {
-        {document, "last"}, {document, "first"}, {middle, "after"}, {middle, "before"}};
-    for (uint32_t where = 0; where < 4; ++where) {
-      XmlNode *made = nullptr;
-      EXPECT_EQ(newElement(rows[where].first, where, rows[where].second, &made), kOk);
-      EXPECT_TRUE(made->sessionId == document->sessionId && made->nameOwned == 0) << "interned";
-    }
-    EXPECT_EQ(described(document), "12:d=-(0:first=-,0:before=-,0:m=-,0:after=-,0:last=-)");
-  }
 }
 
 TEST(GivenStrings, WrongReferencesAreRefused) {

@@ -1,5 +1,5 @@
 // Random edits of documents by NEB_XML_EditBytes, compared with the same edits of trees, and the
-// locations of the nodes that are edited. For tests, the fuzzer, and runs over files.
+// locations of the nodes that are edited. For tests and the fuzzer.
 #pragma once
 
 #include <algorithm>

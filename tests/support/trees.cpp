@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -36,6 +37,21 @@ std::string readFile(const std::string &path) {
   std::ostringstream text;
   text << file.rdbuf();
   return text.str();
+}
+
+std::vector<std::string> realFiles() {
+  namespace fs = std::filesystem;
+  std::vector<std::string> files;
+  for (const char *folder :
+       {NEB_XML_SAMPLES_DIR, "/usr/share/mime/packages", "/usr/share/X11/xkb/rules",
+        "/usr/share/mobile-broadband-provider-info"}) {
+    if (!fs::is_directory(folder)) continue;
+    for (const auto &file : fs::recursive_directory_iterator(folder)) {
+      if (file.path().extension() == ".xml") files.push_back(file.path());
+    }
+    EXPECT_GE(files.size(), 3U);
+  }
+  return files;
 }
 
 std::string temporaryFile(const std::string &text) {

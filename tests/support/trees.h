@@ -28,6 +28,9 @@ std::string printed(const XmlNode *node, Print print = NEB_XML_Transform);
 
 std::string readFile(const std::string &path);
 
+// The samples, and what other packages of the system install, by their paths.
+std::vector<std::string> realFiles();
+
 // A new file in the program's temporary folder that holds a text.
 std::string temporaryFile(const std::string &text);
 
