@@ -1225,8 +1225,9 @@ typedef struct NEB_XML_LOCATION {
   NEB_XML_RANGE whole;    /**< An element with its tags; an attribute from its name to its quote. */
   NEB_XML_RANGE name;     /**< The name with its prefix; of an element, in its start tag. */
   NEB_XML_RANGE content;  /**< Between the tags, or between the quotes; as it is written. */
-  NEB_XML_RANGE startTag; /**< The start tag, <a/> too. Empty, at the end, for an attribute. */
-  NEB_XML_RANGE endTag;   /**< The end tag. Empty, at the end, for <a/> and for an attribute. */
+  NEB_XML_RANGE startTag; /**< The start tag, or the tag of an empty element. Empty, at the end,
+                               for an attribute. */
+  NEB_XML_RANGE endTag;   /**< The end tag. Empty, at the end, if there is none. */
   size_t reserved[4];     /**< For later versions. This version sets them to 0. */
 } NEB_XML_LOCATION;
 
