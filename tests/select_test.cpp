@@ -168,14 +168,15 @@ struct Condition {
 };
 
 struct Segment {
-  enum Kind { name, anyDepth, attribute } kind = name;
+  enum class Kind { name, anyDepth, attribute };
+  Kind kind = Kind::name;
   Test test = {};
   size_t position = 0;
   std::vector<Condition> conditions = {};
 
   std::string text() const {
-    if (kind == anyDepth) return "**";
-    if (kind == attribute) return "@" + test.name;
+    if (kind == Kind::anyDepth) return "**";
+    if (kind == Kind::attribute) return "@" + test.name;
     std::string text = test.name;
     if (position != 0) text += "[" + std::to_string(position) + "]";
     for (const Condition &each : conditions) text += each.text();
@@ -208,7 +209,7 @@ std::string textOf(const Segments &segments) {
 bool matches(const Segments &segments, size_t segment, const Nodes &path, size_t level) {
   if (segment == segments.size()) return level == path.size();
   const Segment &first = segments[segment];
-  if (first.kind == Segment::anyDepth) {
+  if (first.kind == Segment::Kind::anyDepth) {
     return matches(segments, segment + 1, path, level) ||
            (level < path.size() && matches(segments, segment, path, level + 1));
   }
@@ -218,7 +219,7 @@ bool matches(const Segments &segments, size_t segment, const Nodes &path, size_t
 
 void selectNaively(const Segments &segments, Nodes &path, Nodes &found) {
   const Segment &last = segments.back();
-  const bool findsAttributes = last.kind == Segment::attribute;
+  const bool findsAttributes = last.kind == Segment::Kind::attribute;
   const NEB_XML_NODE_INFO info = infoOf(path.back());
   if (matches({segments.begin(), segments.end() - (findsAttributes ? 1 : 0)}, 0, path, 0)) {
     if (!findsAttributes) found.push_back(path.back());
@@ -303,20 +304,20 @@ Condition randomCondition(Chance &chance) {
 Segments randomPattern(Chance &chance) {
   const bool isSteep = chance.oneIn(2);
   Segments segments;
-  if (isSteep) segments.push_back({Segment::anyDepth});
+  if (isSteep) segments.push_back({Segment::Kind::anyDepth});
   for (size_t left = 1 + chance.below(isSteep ? 3 : 6); left > 0; --left) {
     if (chance.oneIn(isSteep ? 8 : 3)) {
-      segments.push_back({Segment::anyDepth});
+      segments.push_back({Segment::Kind::anyDepth});
       continue;
     }
-    Segment segment = {Segment::name, {isSteep ? "*" : chance.of(kTests)}};
+    Segment segment = {Segment::Kind::name, {isSteep ? "*" : chance.of(kTests)}};
     if (!segments.empty() && chance.oneIn(isSteep ? 2 : 4)) {
       segment.position = 1 + chance.below(chance.oneIn(3) ? 30 : 4);
     }
     while (chance.oneIn(3)) segment.conditions.push_back(randomCondition(chance));
     segments.push_back(segment);
   }
-  if (chance.oneIn(5)) segments.push_back({Segment::attribute, {chance.of(kTests)}});
+  if (chance.oneIn(5)) segments.push_back({Segment::Kind::attribute, {chance.of(kTests)}});
   return segments;
 }
 
@@ -339,10 +340,11 @@ std::string wideText(size_t levels) {
 TEST(Select, EqualsAModelOnWideNodes) {
   const Held tree{trees::parsed("<a>" + wideText(3) + "</a>")};
   Segments steps;
-  for (const size_t position : {0U, 3U, 20U, 25U})
-    steps.push_back({Segment::name, {"*"}, position});
-  steps.push_back({Segment::name, {"*"}, 0, {{'/', {"b"}, {}}}});
-  const Segment anyDepth = {Segment::anyDepth};
+  for (const size_t position : {0U, 3U, 20U, 25U}) {
+    steps.push_back({Segment::Kind::name, {"*"}, position});
+  }
+  steps.push_back({Segment::Kind::name, {"*"}, 0, {{'/', {"b"}, {}}}});
+  const Segment anyDepth = {Segment::Kind::anyDepth};
   for (const Segment &first : steps) {
     for (const Segment &second : steps) {
       for (const Segment &third : steps) {
