@@ -168,7 +168,7 @@ TEST_F(Tool, ReportsShortMemoryAsTroubleWithAFile) {
   const std::string outcomes =
       "(size=3000; until (ulimit -v $size; $nebxml --version); do size=$((size + 200)); done "
       ">begun 2>&1; for more in $(seq 0 700 23000); do (ulimit -v $((size + more)); "
-      "$nebxml set m.xml a.b v -o out.xml; echo $?); done) 2>&1 | sed 's/.*: does not fit.*/fit/'";
+      "$nebxml set m.xml a.b.1 v -o out.xml; echo $?); done) 2>&1 | sed 's/.*: does not fit.*/fit/'";
   EXPECT_EQ(shell(outcomes + " | sort -u").output, "0\n3\nfit\n");
 }
 
@@ -228,7 +228,7 @@ TEST_F(Tool, HelpManualAndCompletionAgree) {
     return std::set<std::string>(std::istream_iterator<std::string>(text), {});
   };
   const auto completion = [&words](const std::string &typed, const std::string &index) {
-    return words("bash -c '. tools/nebxml/nebxml.bash; COMP_WORDS=(nebxml " + typed +
+    return words("bash -c '. tools/nebxml/completion/nebxml.bash; COMP_WORDS=(nebxml " + typed +
                  ") COMP_CWORD=" + index + "; _nebxml; echo ${COMPREPLY[*]}'");
   };
   const std::string synopsis = "sed '1,/^.Sh SYN/d;/^.Sh DES/,$d' docs/nebxml.1 | awk ";

@@ -5,7 +5,7 @@
 #include <string>
 #include <system_error>
 
-#include "printable.h"
+#include "terminal/printable.h"
 
 namespace nebxml {
 

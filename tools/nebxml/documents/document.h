@@ -1,0 +1,41 @@
+// A document with its file name and its bytes, as the commands use it.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "documents/loading.h"
+#include "neb_xml.h"
+
+namespace nebxml {
+
+// The FILE argument for standard input, or for standard output after -o.
+inline constexpr std::string_view kStandardStream = "-";
+
+class Document {
+ public:
+  Document(std::string fileName, const ReadingOptions &options);
+
+  XmlNode *root() const { return root_.get(); }
+  const std::string &fileName() const { return fileName_; }
+  Reading reading() const { return reading_; }
+  const std::string &bytes() const { return bytes_; }
+
+  // The document node and, of lenient reading, the further top-level elements, in order.
+  const std::vector<XmlNode *> &topLevelNodes() const { return topLevelNodes_; }
+
+ private:
+  struct Release {
+    void operator()(XmlNode *node) const { NEB_XML_FreeNode(node); }
+  };
+
+  std::string fileName_;
+  Reading reading_;
+  std::string bytes_;
+  std::unique_ptr<XmlNode, Release> root_;
+  std::vector<XmlNode *> topLevelNodes_;
+};
+
+}  // namespace nebxml

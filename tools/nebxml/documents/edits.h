@@ -1,0 +1,56 @@
+// Edits of one document, which are made together: all of them or none.
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "documents/attribute_name.h"
+#include "documents/document.h"
+
+namespace nebxml {
+
+// Where a new element is inserted, as seen from a node.
+enum class Position : uint32_t {
+  first = NEB_XML_EDIT_INSERT_FIRST,
+  last = NEB_XML_EDIT_INSERT_LAST,
+  before = NEB_XML_EDIT_INSERT_BEFORE,
+  after = NEB_XML_EDIT_INSERT_AFTER
+};
+
+// All edits are about the document as it is: none sees what another one changes.
+class Edits {
+ public:
+  void setValue(const XmlNode *node, const std::string &value);
+  void setAttribute(const XmlNode *element, const AttributeName &name, const std::string &value);
+  void removeAttribute(const XmlNode *element, const AttributeName &name);
+  void remove(const XmlNode *node);
+  // The whole name, with the prefix if it has one.
+  void rename(const XmlNode *node, const std::string &qualifiedName);
+  // The content outlives the edits.
+  void insert(Position position, const XmlNode *node, const XmlNode *content);
+
+  const std::vector<NEB_XML_EDIT> &records() const { return records_; }
+  size_t count() const { return records_.size(); }
+
+ private:
+  NEB_XML_EDIT &append(uint32_t kind, const XmlNode *node);
+  const char *keep(const std::string &text) { return strings_.emplace_back(text).c_str(); }
+
+  std::vector<NEB_XML_EDIT> records_;
+  std::deque<std::string> strings_;  // a deque never moves what it holds
+};
+
+// The document's bytes with the edits made. Those of a document that was read strictly keep all
+// other bytes. One that was read leniently is edited as a tree, and printed.
+//
+// bytes  receives the result
+// Returns NEB_XML_OK, or why the library refuses the edits.
+uint32_t applyEdits(const Document &document, const Edits &edits, std::string &bytes);
+
+// The index of the first edit that the library refuses, after applyEdits has failed.
+size_t firstRefused(const Document &document, const Edits &edits);
+
+}  // namespace nebxml

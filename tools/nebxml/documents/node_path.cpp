@@ -1,0 +1,82 @@
+#include "documents/node_path.h"
+
+#include <algorithm>
+
+#include "documents/node_reading.h"
+
+namespace nebxml {
+namespace {
+
+constexpr char kSeparator = '.';
+constexpr char kEscape = '\\';
+constexpr char kPrefixMark = ':';
+constexpr size_t kLongestPath = 511;
+constexpr uint32_t kLargestIndex = 999'999'999;
+
+bool isDigit(char character) { return character >= '0' && character <= '9'; }
+
+// A path takes digits alone for an index.
+bool isName(const std::string &segment) {
+  return !std::all_of(segment.begin(), segment.end(), isDigit);
+}
+
+void appendEscaped(std::string &path, const std::string &segment) {
+  for (const char character : segment) {
+    if (character == kSeparator) path += kEscape;
+    path += character;
+  }
+}
+
+}  // namespace
+
+std::optional<std::string_view> NodePaths::enter(const XmlNode *node, size_t depth) {
+  if (levels_.size() > depth) levels_.resize(depth);
+  if (levels_.size() < depth || (depth == 0 && node != root_)) return std::nullopt;
+  const std::string segment = nodeStrings(node).qualifiedName();
+  const uint32_t index = depth == 0 ? 1 : countMatch(node, segment);
+  path_.resize(depth == 0 ? 0 : levels_.back().pathLength);
+  return isName(segment) ? extend(segment, index) : std::nullopt;
+}
+
+// Counts the node for each segment that matches it. Returns its index for the given segment.
+uint32_t NodePaths::countMatch(const XmlNode *node, const std::string &segment) {
+  auto &matches = levels_.back().matches;
+  const NodeStrings strings = nodeStrings(node);
+  // A segment without a prefix matches any prefix, so a prefixed node also counts for its local
+  // name.
+  if (!strings.prefix.empty() && strings.name.find(kPrefixMark) == std::string_view::npos) {
+    ++matches[std::string(strings.name)];
+  }
+  return ++matches[segment];
+}
+
+std::optional<std::string_view> NodePaths::extend(const std::string &segment, uint32_t index) {
+  if (!path_.empty()) path_ += kSeparator;
+  appendEscaped(path_, segment);
+  // A backslash at the end would escape the separator after it.
+  const bool canContinue = segment.back() != kEscape;
+  if (index > 1) path_ += kSeparator + std::to_string(index);
+  if (path_.size() > kLongestPath || index > kLargestIndex || (index > 1 && !canContinue)) {
+    return std::nullopt;
+  }
+  if (canContinue) {
+    levels_.push_back({path_.size(), {}});
+  }
+  return path_;
+}
+
+std::string pathOf(const std::vector<XmlNode *> &topLevelNodes, const XmlNode *wanted) {
+  NodePaths paths(topLevelNodes.front());
+  for (const XmlNode *root : topLevelNodes) {
+    size_t depth = 0;
+    for (const XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
+      const auto path = paths.enter(node, depth);
+      if (node == wanted) {
+        return path ? std::string(*path) : nodeStrings(node).qualifiedName().append(kNoPath);
+      }
+    }
+  }
+  return "";
+}
+
+}  // namespace nebxml

@@ -1,0 +1,35 @@
+#include "documents/saving.h"
+
+#include "command_error.h"
+#include "documents/file_writing.h"
+#include "terminal/output.h"
+
+namespace nebxml {
+namespace {
+
+// What lenient reading leaves out of the tree would be lost with its file.
+void requireWholeTree(const Document &document) {
+  if (document.topLevelNodes().size() > 1) {
+    throw CommandError(ExitStatus::notFound, document.fileName(),
+                       "several top-level elements cannot be written in place; use -o");
+  }
+  if (document.bytes().find('\0') != std::string::npos) {
+    throw CommandError(ExitStatus::notFound, document.fileName(),
+                       "what stands behind a NUL byte cannot be written in place; use -o");
+  }
+}
+
+}  // namespace
+
+void save(const Document &document, std::string_view bytes, const Destination &destination) {
+  if (destination.inPlace) {
+    requireWholeTree(document);
+    replaceFile(document.fileName(), bytes);
+  } else if (destination.fileName == kStandardStream) {
+    writeStandardOutput(bytes);
+  } else {
+    writeFile(destination.fileName, bytes);
+  }
+}
+
+}  // namespace nebxml

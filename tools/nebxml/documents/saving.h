@@ -1,0 +1,22 @@
+// Where the result of a command goes.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "documents/document.h"
+
+namespace nebxml {
+
+struct Destination {
+  std::string fileName{kStandardStream};
+  bool inPlace = false;
+  std::optional<std::string> backupSuffix;  // in place only: the old file is kept under this name
+  bool isDryRun = false;                    // only shows what would change
+};
+
+// Writes the new bytes of a document to its destination.
+void save(const Document &document, std::string_view bytes, const Destination &destination);
+
+}  // namespace nebxml

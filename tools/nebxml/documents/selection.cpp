@@ -1,0 +1,99 @@
+#include "documents/selection.h"
+
+#include <algorithm>
+#include <iostream>
+#include <utility>
+
+#include "command_error.h"
+#include "documents/missing_step.h"
+#include "documents/pattern_text.h"
+#include "terminal/colour.h"
+#include "terminal/printable.h"
+
+namespace nebxml {
+namespace {
+
+CommandError malformed(const Document &document, const std::string &pattern, size_t offset) {
+  return {ExitStatus::wrongUsage, document.fileName(),
+          "malformed path '" + pattern + "': at '" +
+              pattern.substr(std::min(offset, pattern.size())) + "'"};
+}
+
+// The matches of a search, one after the other.
+class Search {
+ public:
+  Search(const Document &document, const std::string &pattern)
+      : document_(document), pattern_(pattern) {}
+
+  // Null after the last match.
+  XmlNode *next() {
+    switch (NEB_XML_Select(document_.root(), pattern_.c_str(), &cursor_)) {
+      case NEB_XML_OK:
+        return cursor_.node;
+      case NEB_XML_ERR_NOT_FOUND:
+        return nullptr;
+      default:
+        return nextOfDeepPath();
+    }
+  }
+
+ private:
+  // A path may have more steps than a pattern. It then finds one node.
+  XmlNode *nextOfDeepPath() {
+    XmlNode *node = nullptr;
+    if (!isPath(pattern_)) throw malformed(document_, pattern_, cursor_.offset);
+    switch (NEB_XML_GetNodeByUrl(document_.root(), pattern_.c_str(), &node)) {
+      case NEB_XML_OK:
+        return std::exchange(isTaken_, true) ? nullptr : node;
+      case NEB_XML_ERR_NOT_FOUND:
+        return nullptr;
+      default:
+        throw malformed(document_, pattern_, cursor_.offset);
+    }
+  }
+
+  const Document &document_;
+  const std::string &pattern_;
+  NEB_XML_CURSOR cursor_{};
+  bool isTaken_ = false;
+};
+
+void noteFurtherMatches(const Document &document, const std::string &pattern) {
+  const std::string note = printable("nebxml: " + document.fileName() + ": several nodes match '" +
+                                     pattern + "'; the first is taken");
+  std::cerr << styled(Stream::errors, Style::note, note) << '\n';
+}
+
+}  // namespace
+
+XmlNode *firstMatch(const XmlNode *start, const std::string &pattern) {
+  NEB_XML_CURSOR cursor{};
+  XmlNode *node = nullptr;
+  if (NEB_XML_Select(start, pattern.c_str(), &cursor) != NEB_XML_ERR_BAD_PATH) return cursor.node;
+  return NEB_XML_GetNodeByUrl(start, pattern.c_str(), &node) == NEB_XML_OK ? node : nullptr;
+}
+
+std::vector<XmlNode *> selectAll(const Document &document, const std::string &pattern) {
+  std::vector<XmlNode *> nodes;
+  Search search(document, pattern);
+  while (XmlNode *node = search.next()) nodes.push_back(node);
+  return nodes;
+}
+
+std::vector<XmlNode *> select(const Document &document, const Selection &selection) {
+  Search search(document, selection.pattern);
+  std::vector<XmlNode *> nodes;
+  while (XmlNode *node = search.next()) {
+    if (!nodes.empty() && !selection.takesAll) {
+      noteFurtherMatches(document, selection.pattern);
+      break;
+    }
+    nodes.push_back(node);
+  }
+  if (!nodes.empty()) return nodes;
+  throw CommandError(
+      ExitStatus::notFound, document.fileName(),
+      "no node at path '" + selection.pattern + "': " + missingStep(document, selection.pattern));
+}
+
+}  // namespace nebxml
