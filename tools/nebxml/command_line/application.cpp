@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "command_line/help.h"
 #include "command_line/suggestion.h"
 #include "commands/commands.h"
 #include "neb_xml.h"
@@ -33,7 +34,8 @@ void addColour(CLI::App &app) {
                                                     {"never", ColourChoice::never}};
   app.add_option_function<std::string>(
          "--color", [choices](const std::string &name) { chooseColour(choices.at(name)); },
-         "auto (the default), always or never")
+         "colour on a terminal (auto), always or never")
+      ->type_name("WHEN")
       ->check(CLI::IsMember({"auto", "always", "never"}));
 }
 
@@ -57,19 +59,45 @@ std::vector<std::string> commandNames(const CLI::App &app) {
   return names;
 }
 
+// The command that the arguments named, or the tool itself.
+const CLI::App &commandOf(const CLI::App &app) {
+  const std::vector<CLI::App *> commands = app.get_subcommands();
+  return commands.empty() ? app : *commands.front();
+}
+
+// The options of a command and of the tool, as they are typed.
+std::vector<std::string> optionNames(const CLI::App &command) {
+  std::vector<std::string> names;
+  for (const CLI::App *each = &command; each != nullptr; each = each->get_parent()) {
+    for (const CLI::Option *option : each->get_options()) {
+      for (const std::string &name : option->get_lnames()) names.push_back("--" + name);
+    }
+  }
+  return names;
+}
+
+// An argument that no option and no position takes.
+std::string unexpected(const CLI::App &app) {
+  const CLI::App &command = commandOf(app);
+  const std::vector<std::string> arguments = app.remaining(true);
+  const std::string first = arguments.empty() ? "" : arguments.front();
+  if (first.rfind("--", 0) != 0) return "unexpected argument '" + first + "'";
+  return "unknown option '" + first + "'" + suggestion(first, optionNames(command));
+}
+
 // Prints the help, the version or a message about wrong usage.
 ExitStatus answer(const CLI::App &app, const CLI::ParseError &error) {
   std::ostringstream help;
-  std::ostringstream message;
-  const bool isHelp = app.exit(error, help, message) == 0;
-  writeStandardOutput(help.str());
-  std::cerr << message.str();
-  return isHelp ? ExitStatus::done : ExitStatus::wrongUsage;
-}
-
-std::string printableMessage(const CLI::App *app, const CLI::Error &error) {
-  return printable(error.what()) + "\nRun with " + app->get_help_ptr()->get_name() +
-         " for more information.\n";
+  std::ostringstream unused;
+  if (app.exit(error, help, unused) == 0) {
+    writeStandardOutput(help.str());
+    return ExitStatus::done;
+  }
+  const bool isExtra = dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr;
+  const std::string command = &commandOf(app) == &app ? "" : " " + commandOf(app).get_name();
+  std::cerr << printable("nebxml" + command + ": " + (isExtra ? unexpected(app) : error.what()))
+            << "\nRun nebxml" << command << " --help for more information.\n";
+  return ExitStatus::wrongUsage;
 }
 
 // What is no command would else be reported as an argument too many.
@@ -79,7 +107,7 @@ void requireKnownCommand(const CLI::App &app, const std::string &typed) {
   if (isOption || std::find(names.begin(), names.end(), typed) != names.end()) return;
   throw CommandError(ExitStatus::wrongUsage, printable("nebxml: unknown command '" + typed + "'") +
                                                  suggestion(typed, names) +
-                                                 "\nRun with --help for more information.");
+                                                 "\nRun nebxml --help for more information.");
 }
 
 }  // namespace
@@ -88,8 +116,8 @@ ExitStatus run(int argumentCount, const char *const *arguments) {
   CLI::App app("Reads, checks and edits XML documents.", "nebxml");
   ExitStatus status = ExitStatus::done;
   app.set_version_flag("--version", versionText());
+  app.formatter(std::make_shared<HelpFormatter>(std::array<std::string, 2>{}));
   app.require_subcommand(1);
-  app.failure_message(printableMessage);
   app.fallthrough();
   addColour(app);
   addCommands(app, status);

@@ -22,13 +22,15 @@ void addAll(CLI::App *command, Selection &selection, const std::string &purpose)
 
 void addOutput(CLI::App *command, Destination &destination) {
   CLI::Option *output =
-      command->add_option("-o", destination.fileName, "write the result to this file");
+      command->add_option("-o", destination.fileName, "write the result to this file")
+          ->type_name("FILE");
   command->add_flag("--in-place", destination.inPlace, "replace FILE by the result")
       ->excludes(output);
 }
 
 void addType(CLI::App *command, std::optional<std::string> &type) {
   command->add_option("--type", type, "what the value has to be")
+      ->type_name("TYPE")
       ->check(CLI::IsMember(valueTypeNames()));
 }
 

@@ -44,7 +44,8 @@ void addDel(CLI::App &app) {
                        {"nebxml del site.xml site.server.2 --in-place",
                         "nebxml del site.xml site.server --attr debug --in-place"}});
   addEditingOptions(command, options->editing);
-  command->add_option("--attr", options->attribute, "an attribute: name or prefix:name");
+  command->add_option("--attr", options->attribute, "an attribute: name or prefix:name")
+      ->type_name("NAME");
   command->callback([options] {
     requireReplaceable(options->editing.input, options->editing.destination);
     remove(*options);

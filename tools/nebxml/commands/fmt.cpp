@@ -30,6 +30,7 @@ void addFmt(CLI::App &app) {
                        {"nebxml fmt site.xml --indent 2", "nebxml fmt site.xml --in-place"}});
   addFile(command, options->input);
   command->add_option("--indent", options->layout.indent, "spaces for each level")
+      ->type_name("N")
       ->check(CLI::Range(0, kWidestIndent));
   CLI::Option *declaration = command->add_flag("--declaration", options->layout.hasDeclaration,
                                                "begin with an XML declaration");

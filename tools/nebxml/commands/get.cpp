@@ -44,7 +44,8 @@ void addGet(CLI::App &app) {
             {"nebxml get site.xml site.port", "nebxml get site.xml site.server --attr name"}});
   addFile(command, options->input);
   addPath(command, options->selection.pattern);
-  command->add_option("--attr", options->attribute, "an attribute: name or prefix:name");
+  command->add_option("--attr", options->attribute, "an attribute: name or prefix:name")
+      ->type_name("NAME");
   addType(command, options->type);
   command->callback([options] { get(*options); });
 }

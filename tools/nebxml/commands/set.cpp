@@ -56,7 +56,8 @@ void addSet(CLI::App &app) {
   addEditingOptions(command, options->editing);
   command->add_option("VALUE", options->value, "the new text, after -- if it begins with -")
       ->required();
-  command->add_option("--attr", options->attribute, "an attribute: name or prefix:name");
+  command->add_option("--attr", options->attribute, "an attribute: name or prefix:name")
+      ->type_name("NAME");
   addType(command, options->type);
   command->callback([options] {
     requireReplaceable(options->editing.input, options->editing.destination);
