@@ -94,10 +94,6 @@ ExitStatus checkFiles(const std::vector<std::string> &fileNames, Reading reading
   return worst;
 }
 
-void formatDocument(const Target &target, const Destination &destination) {
-  save(Document(target.fileName, target.reading), destination);
-}
-
 void printValue(const Target &target) {
   const Document document(target.fileName, target.reading);
   const XmlNode *node = document.find(target.path);

@@ -28,7 +28,6 @@ struct Source {
 // Reports each failure on standard error. Returns the most severe status.
 ExitStatus checkFiles(const std::vector<std::string> &fileNames, Reading reading);
 
-void formatDocument(const Target &target, const Destination &destination);
 void printValue(const Target &target);
 void setValue(const Target &target, const std::string &value, const Destination &destination);
 void importNode(const Target &target, const Source &source, const Destination &destination);

@@ -16,6 +16,7 @@
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "commands/fmt.h"
 #include "file_output.h"
 #include "printable.h"
 #include "value_type.h"
@@ -30,6 +31,7 @@ struct Arguments {
   Source source;
   std::string value;
   Destination destination;
+  FormatOptions format;
 };
 
 std::string banner() {
@@ -121,18 +123,13 @@ void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status)
   addSource(compare, arguments, "B");
 }
 
-void addFormat(CLI::App &app, Arguments &arguments) {
-  constexpr int kWidestIndent = 16;
-  Destination &destination = arguments.destination;
-  CLI::App *format = addCommand(app, "fmt", "print the document", arguments,
-                                [&] { formatDocument(arguments.target, destination); });
-  format->add_option("--indent", destination.indent, "spaces for each level")
-      ->check(CLI::Range(0, kWidestIndent));
-  CLI::Option *declaration = format->add_flag("--declaration", destination.hasDeclaration,
-                                              "begin with an XML declaration");
+void addFormat(CLI::App &app, Arguments &arguments, ExitStatus &status) {
+  CLI::App *format = addCommand(app, "fmt", "lay out the document", arguments, [&] {
+    status = formatDocument(arguments.target, arguments.format, arguments.destination);
+  });
   addDestination(format, arguments);
-  declaration->excludes("--in-place");
-  format->footer("The XML declaration, the document type, comments and layout are dropped.");
+  addFormatOptions(format, arguments.format);
+  format->footer("Only white space between elements and within tags changes.");
 }
 
 void addSet(CLI::App &app, Arguments &arguments) {
@@ -186,7 +183,7 @@ ExitStatus run(int argumentCount, const char *const *argumentTexts) {
   app.require_subcommand(1);
   app.failure_message(printableMessage);
   addReadingCommands(app, arguments, status);
-  addFormat(app, arguments);
+  addFormat(app, arguments, status);
   addSet(app, arguments);
   addRemove(app, arguments);
   addImport(app, arguments);

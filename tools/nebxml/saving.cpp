@@ -9,8 +9,6 @@
 namespace nebxml {
 namespace {
 
-constexpr std::string_view kDeclaration = "<?xml version=\"1.0\"?>\n";
-
 // What lenient reading leaves out of the tree would be lost with its file.
 void requireWholeTree(const Document &document) {
   if (document.topLevelNodes().size() > 1) {
@@ -20,33 +18,6 @@ void requireWholeTree(const Document &document) {
   if (document.bytes().find('\0') != std::string::npos) {
     throw CommandError(ExitStatus::notFound, document.fileName(),
                        "what stands behind a NUL byte cannot be written in place; use -o");
-  }
-}
-
-std::string print(const Document &document, const Destination &destination) {
-  std::string whole(destination.hasDeclaration ? kDeclaration : "");
-  for (const XmlNode *top : document.topLevelNodes()) {
-    char *part = nullptr;
-    const uint32_t result = NEB_XML_TransformIndented(top, destination.indent, &part);
-    const std::unique_ptr<char, decltype(&NEB_XML_FreeMem)> owner(part, &NEB_XML_FreeMem);
-    if (result == NEB_XML_ERR_INVALID_PARAM) {
-      throw CommandError(
-          ExitStatus::notFound, document.fileName(),
-          "cannot be written as XML, which does not allow one of its names or values");
-    }
-    if (result != NEB_XML_OK) throw noMemory(document.fileName());
-    whole += part;
-  }
-  return whole;
-}
-
-void write(const Document &document, std::string_view text, const Destination &destination) {
-  if (destination.inPlace) {
-    replaceFile(document.fileName(), text);
-  } else if (destination.fileName == kStandardStream) {
-    writeStandardOutput(text);
-  } else {
-    writeFile(destination.fileName, text);
   }
 }
 
@@ -88,16 +59,39 @@ uint32_t appendPart(void *text, const char *bytes, size_t length) noexcept try {
 
 }  // namespace
 
-void save(const Document &document, const Destination &destination) {
-  if (destination.inPlace) requireWholeTree(document);
-  write(document, print(document, destination), destination);
+std::string printTree(const Document &document, uint32_t indent) {
+  std::string whole;
+  for (const XmlNode *top : document.topLevelNodes()) {
+    char *part = nullptr;
+    const uint32_t result = NEB_XML_TransformIndented(top, indent, &part);
+    const std::unique_ptr<char, decltype(&NEB_XML_FreeMem)> owner(part, &NEB_XML_FreeMem);
+    if (result == NEB_XML_ERR_INVALID_PARAM) {
+      throw CommandError(
+          ExitStatus::notFound, document.fileName(),
+          "cannot be written as XML, which does not allow one of its names or values");
+    }
+    if (result != NEB_XML_OK) throw noMemory(document.fileName());
+    whole += part;
+  }
+  return whole;
+}
+
+void save(const Document &document, std::string_view bytes, const Destination &destination) {
+  if (destination.inPlace) {
+    requireWholeTree(document);
+    replaceFile(document.fileName(), bytes);
+  } else if (destination.fileName == kStandardStream) {
+    writeStandardOutput(bytes);
+  } else {
+    writeFile(destination.fileName, bytes);
+  }
 }
 
 uint32_t saveEdited(const Document &document, XmlNode *node, NEB_XML_EDIT edit,
                     const Destination &destination) {
   if (document.reading() == Reading::lenient) {
     const uint32_t result = editTree(node, edit);
-    if (result == NEB_XML_OK) save(document, destination);
+    if (result == NEB_XML_OK) save(document, printTree(document, 0), destination);
     return result;
   }
   edit.node = node;
@@ -105,7 +99,7 @@ uint32_t saveEdited(const Document &document, XmlNode *node, NEB_XML_EDIT edit,
   const std::string &bytes = document.bytes();
   const uint32_t result =
       NEB_XML_EditBytes(bytes.data(), bytes.size(), &edit, 1, appendPart, &text);
-  if (result == NEB_XML_OK) write(document, text, destination);
+  if (result == NEB_XML_OK) save(document, text, destination);
   return result;
 }
 

@@ -3,22 +3,23 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "document.h"
 
 namespace nebxml {
 
-// Where a document is written, and in what form.
 struct Destination {
   std::string fileName{kStandardStream};
   bool inPlace = false;
-  bool hasDeclaration = false;  // not in place
-  uint32_t indent = 0;          // spaces for each level
 };
 
-// Prints the tree and writes it. If XML cannot represent it, writes nothing and throws
-// CommandError.
-void save(const Document &document, const Destination &destination);
+// All top-level elements, each level indented by so many spaces. Throws CommandError if XML cannot
+// represent the tree.
+std::string printTree(const Document &document, uint32_t indent);
+
+// Writes the new bytes of a document to its destination.
+void save(const Document &document, std::string_view bytes, const Destination &destination);
 
 // Makes one edit of a node and writes the result. A document that was read strictly keeps all other
 // bytes. One that was read leniently is edited as a tree, and printed.
