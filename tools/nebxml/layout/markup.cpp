@@ -1,7 +1,7 @@
 #include "layout/markup.h"
 
 #include <algorithm>
-#include <utility>
+#include <iterator>
 
 namespace nebxml {
 namespace {
@@ -9,21 +9,34 @@ namespace {
 constexpr std::string_view kWhiteSpace = " \t\r\n";
 constexpr std::string_view kNameEnd = " \t\r\n=";
 constexpr std::string_view kQuotes = "\"'";
-constexpr std::string_view kDeclarationBegin = "<?xml";
 constexpr std::string_view kEmptyTagEnd = "/>";
 constexpr std::string_view kTagEnd = ">";
 
-constexpr std::pair<std::string_view, MarkupKind> kBegins[] = {
-    {"</", MarkupKind::endTag},         {"<!--", MarkupKind::comment},
-    {"<?", MarkupKind::instruction},    {"<![CDATA[", MarkupKind::section},
-    {"<!DOCTYPE", MarkupKind::doctype}, {"<", MarkupKind::startTag},
+struct Form {
+  MarkupKind kind;
+  std::string_view begin;
+  std::string_view end;  // empty: tags, and what nests
 };
 
-bool isAny(std::string_view bytes, char byte) { return bytes.find(byte) != std::string_view::npos; }
+constexpr Form kForms[] = {
+    {MarkupKind::endTag, "</", ""},
+    {MarkupKind::comment, "<!--", "-->"},
+    {MarkupKind::section, "<![CDATA[", "]]>"},
+    {MarkupKind::doctype, "<!DOCTYPE", ""},
+    {MarkupKind::declaration, "<?xml ", "?>"},
+    {MarkupKind::declaration, "<?xml\t", "?>"},
+    {MarkupKind::declaration, "<?xml\r", "?>"},
+    {MarkupKind::declaration, "<?xml\n", "?>"},
+    {MarkupKind::instruction, "<?", "?>"},
+    {MarkupKind::startTag, "<", ""},
+};
 
-bool beginsDeclaration(std::string_view rest) {
-  return rest.starts_with(kDeclarationBegin) && rest.size() > kDeclarationBegin.size() &&
-         isAny(kWhiteSpace, rest[kDeclarationBegin.size()]);
+constexpr Form kText = {MarkupKind::text, "", ""};
+
+const Form &formOf(std::string_view rest) {
+  if (!rest.starts_with('<')) return kText;
+  return *std::find_if(std::begin(kForms), std::end(kForms),
+                       [rest](const Form &form) { return rest.starts_with(form.begin); });
 }
 
 // Behind a literal, or the end of the document.
@@ -32,58 +45,40 @@ size_t behind(std::string_view literal, std::string_view rest, size_t from) {
   return at == std::string_view::npos ? rest.size() : at + literal.size();
 }
 
-size_t behindQuoted(std::string_view rest, size_t quote) {
-  return behind(rest.substr(quote, 1), rest, quote + 1);
-}
-
-// Of markup that ends at a literal. Other markup: 0.
-size_t lengthToLiteral(MarkupKind kind, std::string_view rest) {
-  switch (kind) {
-    case MarkupKind::comment:
-      return behind("-->", rest, std::string_view("<!--").size());
-    case MarkupKind::section:
-      return behind("]]>", rest, std::string_view("<![CDATA[").size());
-    case MarkupKind::declaration:
-    case MarkupKind::instruction:
-      return behind("?>", rest, std::string_view("<?").size());
-    default:
-      return 0;
+// Behind the quoted literal, comment or processing instruction that begins here; at if none does.
+size_t behindVerbatim(std::string_view rest, size_t at) {
+  if (kQuotes.find(rest[at]) != std::string_view::npos) {
+    return behind(rest.substr(at, 1), rest, at + 1);
   }
+  const Form &form = formOf(rest.substr(at));
+  return form.end.empty() ? at : behind(form.end, rest, at + form.begin.size());
 }
 
-bool isBracketOrQuote(char byte) {
-  return byte == '>' || byte == '"' || byte == '\'' || byte == '<';
+size_t findBracketOrQuote(std::string_view rest, size_t from) {
+  const auto isFound = [](char byte) {
+    return byte == '>' || byte == '"' || byte == '\'' || byte == '<';
+  };
+  const auto *found = std::find_if(rest.begin() + from, rest.end(), isFound);
+  return static_cast<size_t>(found - rest.begin());
 }
 
-// Of a tag or a document type declaration. Angle brackets nest in the latter, but not in its
-// literals, comments and processing instructions. In a tag, they stand in values only.
+// Of a tag or a document type declaration. Only in the latter do angle brackets nest.
 size_t lengthToBracket(std::string_view rest) {
   size_t depth = 1;
   size_t at = 1;
   while (depth > 0) {
-    const auto *found = std::find_if(rest.begin() + at, rest.end(), isBracketOrQuote);
-    if (found == rest.end()) return rest.size();
-    at = static_cast<size_t>(found - rest.begin());
-    if (*found == '>') {
-      --depth;
-      ++at;
-    } else if (*found != '<') {
-      at = behindQuoted(rest, at);
-    } else if (const size_t length =
-                   lengthToLiteral(markupKindOf(rest.substr(at)), rest.substr(at))) {
-      at += length;
-    } else {
-      ++depth;
-      ++at;
-    }
+    at = findBracketOrQuote(rest, at);
+    if (at == rest.size()) break;
+    const size_t end = behindVerbatim(rest, at);
+    if (end == at) depth = rest[at] == '<' ? depth + 1 : depth - 1;
+    at = std::max(end, at + 1);
   }
   return at;
 }
 
-size_t lengthOf(MarkupKind kind, std::string_view rest) {
-  if (kind == MarkupKind::text) return std::min(rest.find('<'), rest.size());
-  const size_t length = lengthToLiteral(kind, rest);
-  return length != 0 ? length : lengthToBracket(rest);
+size_t lengthOf(const Form &form, std::string_view rest) {
+  if (form.kind == MarkupKind::text) return std::min(rest.find('<'), rest.size());
+  return form.end.empty() ? lengthToBracket(rest) : behindVerbatim(rest, 0);
 }
 
 std::string_view take(std::string_view &rest, size_t length) {
@@ -94,20 +89,14 @@ std::string_view take(std::string_view &rest, size_t length) {
 
 }  // namespace
 
-MarkupKind markupKindOf(std::string_view rest) {
-  if (beginsDeclaration(rest)) return MarkupKind::declaration;
-  for (const auto &[begin, kind] : kBegins) {
-    if (rest.starts_with(begin)) return kind;
-  }
-  return MarkupKind::text;
-}
+MarkupKind markupKindOf(std::string_view rest) { return formOf(rest).kind; }
 
 std::optional<Markup> MarkupReader::next() {
   if (rest_.empty()) return std::nullopt;
-  const MarkupKind kind = markupKindOf(rest_);
-  const std::string_view bytes = take(rest_, lengthOf(kind, rest_));
-  const bool isEmptyTag = kind == MarkupKind::startTag && bytes.ends_with(kEmptyTagEnd);
-  return Markup{isEmptyTag ? MarkupKind::emptyTag : kind, bytes};
+  const Form &form = formOf(rest_);
+  const std::string_view bytes = take(rest_, lengthOf(form, rest_));
+  const bool isEmptyTag = form.kind == MarkupKind::startTag && bytes.ends_with(kEmptyTagEnd);
+  return Markup{isEmptyTag ? MarkupKind::emptyTag : form.kind, bytes};
 }
 
 TagReader::TagReader(const Markup &tag) : rest_(tag.bytes) {
@@ -121,7 +110,7 @@ std::optional<MarkupAttribute> TagReader::next() {
   const std::string_view name = take(rest_, rest_.find_first_of(kNameEnd));
   take(rest_, rest_.find_first_of(kQuotes));
   if (rest_.empty()) return std::nullopt;
-  return MarkupAttribute{name, take(rest_, behindQuoted(rest_, 0))};
+  return MarkupAttribute{name, take(rest_, behindVerbatim(rest_, 0))};
 }
 
 }  // namespace nebxml
