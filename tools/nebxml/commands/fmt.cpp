@@ -45,7 +45,8 @@ void addFormatOptions(CLI::App *command, FormatOptions &options) {
       ->excludes("--lenient");
   command->add_flag("--declaration", layout.addsDeclaration,
                     "add an XML declaration if there is none");
-  command->add_flag("--drop-comments", layout.dropsComments, "drop comments");
+  command->add_flag("--drop-comments", layout.dropsComments,
+                    "drop comments; with --lenient, also other markup that the tree does not hold");
   command
       ->add_flag("--check", options.isCheck,
                  "write nothing; if the file is not laid out so, print its name and exit with 1")

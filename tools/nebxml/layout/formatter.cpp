@@ -16,7 +16,7 @@ constexpr std::string_view kEmptyComment = "<!---->";
 // Deeper lines are not indented further, so the output stays linear in the size of the document.
 constexpr size_t kWidestIndent = 128;
 
-// One of several texts of an element.
+// Whether two texts that a comment separates would be "]]>" or a single line end without it.
 bool wouldJoin(std::string_view before, std::string_view after) {
   return (before.ends_with("]]") && after.starts_with(">")) ||
          (before.ends_with("]") && after.starts_with("]>")) ||
@@ -115,7 +115,7 @@ class Formatter {
     }
   }
 
-  // Two texts stay apart if they would read differently without the comment that was between them.
+  // An empty comment stays if the texts around a dropped one would otherwise change.
   void appendContent(const Markup &markup) {
     const bool isText = markup.kind == MarkupKind::text;
     if (isText && wouldJoin(out_, markup.bytes)) out_ += kEmptyComment;
