@@ -377,7 +377,7 @@ TEST_F(Save, OfBytesWritesThemAsTheyAreOrKeepsTheErrno) {
 TEST_F(Save, TheToolReportsWhicheverCallFails) {
   const fs::path files = path("files");
   const std::string old = "<a>" + std::string(100, ' ') + "<b/></a>";
-  const std::string text = "<a>\n<b/>\n</a>\n";
+  const std::string text = "<a>\n  <b/>\n</a>\n";
   fs::create_directory(files);
   for (const std::string arguments : {"fmt in.xml --in-place", "fmt in.xml -o out.xml"}) {
     const bool isInPlace = arguments.ends_with("place");
@@ -416,7 +416,7 @@ TEST_F(Save, TheToolFinishesBeforeItDiesOfASignal) {
       const int status = runTool(files, plan, "fmt a.xml --in-place");
       EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
       const bool isNew = signal == SIGTERM;
-      EXPECT_EQ(trees::readFile(files / "a.xml"), isNew ? "<a>\n<b/>\n</a>\n" : old);
+      EXPECT_EQ(trees::readFile(files / "a.xml"), isNew ? "<a>\n  <b/>\n</a>\n" : old);
       EXPECT_EQ(filesIn(files), isNew ? 1U : 2U);
     }
   }

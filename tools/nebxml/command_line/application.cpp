@@ -45,7 +45,7 @@ void addCommands(CLI::App &app, ExitStatus &status) {
   addStat(app);
   addGet(app);
   addDiff(app, status);
-  addFmt(app);
+  addFmt(app, status);
   addSet(app);
   addDel(app);
   addImport(app);

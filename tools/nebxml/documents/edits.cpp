@@ -77,7 +77,7 @@ uint32_t applyEdits(const Document &document, const Edits &edits, std::string &b
     const uint32_t result = editTree(edit);
     if (result != NEB_XML_OK) return result;
   }
-  bytes = printTree(document, {});
+  bytes = printTree(document, 0);
   return NEB_XML_OK;
 }
 

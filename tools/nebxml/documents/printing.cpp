@@ -5,17 +5,11 @@
 #include "command_error.h"
 
 namespace nebxml {
-namespace {
-
-constexpr std::string_view kDeclaration = "<?xml version=\"1.0\"?>\n";
-
-}  // namespace
-
-std::string printTree(const Document &document, const Layout &layout) {
-  std::string whole(layout.hasDeclaration ? kDeclaration : "");
+std::string printTree(const Document &document, uint32_t indent) {
+  std::string whole;
   for (const XmlNode *top : document.topLevelNodes()) {
     char *part = nullptr;
-    const uint32_t result = NEB_XML_TransformIndented(top, layout.indent, &part);
+    const uint32_t result = NEB_XML_TransformIndented(top, indent, &part);
     const std::unique_ptr<char, decltype(&NEB_XML_FreeMem)> owner(part, &NEB_XML_FreeMem);
     if (result == NEB_XML_ERR_INVALID_PARAM) {
       throw CommandError(

@@ -8,12 +8,9 @@
 
 namespace nebxml {
 
-struct Layout {
-  bool hasDeclaration = false;
-  uint32_t indent = 0;  // spaces for each level
-};
-
-// All top-level elements. Throws CommandError if XML cannot represent the tree.
-std::string printTree(const Document &document, const Layout &layout);
+// Prints all top-level elements. Throws CommandError if XML cannot represent the tree.
+//
+// indent  spaces for each level
+std::string printTree(const Document &document, uint32_t indent);
 
 }  // namespace nebxml
