@@ -81,7 +81,7 @@ NEB_XML_EDIT settingOfText(const XmlNode *element, const Target &target, const s
 
 }  // namespace
 
-ExitStatus checkFiles(const std::vector<std::string> &fileNames, Reading reading) {
+ExitStatus checkFiles(const std::vector<std::string> &fileNames, const ReadingOptions &reading) {
   ExitStatus worst = ExitStatus::done;
   for (const std::string &fileName : fileNames) {
     try {

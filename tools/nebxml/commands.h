@@ -6,14 +6,14 @@
 #include <vector>
 
 #include "command_error.h"
-#include "saving.h"
+#include "documents/saving.h"
 
 namespace nebxml {
 
 // What a command reads or changes: a file, a node of it, or an attribute of that node.
 struct Target {
   std::string fileName;
-  Reading reading = Reading::strict;
+  ReadingOptions reading;
   std::string path;
   std::optional<std::string> attribute;  // "name" or "prefix:name"
   std::optional<std::string> valueType;  // of the value read or written; without it, any value
@@ -26,7 +26,7 @@ struct Source {
 };
 
 // Reports each failure on standard error. Returns the most severe status.
-ExitStatus checkFiles(const std::vector<std::string> &fileNames, Reading reading);
+ExitStatus checkFiles(const std::vector<std::string> &fileNames, const ReadingOptions &reading);
 
 void formatDocument(const Target &target, const Destination &destination);
 void printValue(const Target &target);

@@ -15,6 +15,7 @@
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
+#include "command_line/reading_options.h"
 #include "commands.h"
 #include "file_output.h"
 #include "printable.h"
@@ -52,19 +53,13 @@ void requireFiles(const Arguments &arguments) {
   requireSingleInput(arguments.source.fileName != kStandardStream || !readsInput);
 }
 
-void addLenient(CLI::App *command, Arguments &arguments) {
-  command->add_flag_callback(
-      "--lenient", [&arguments] { arguments.target.reading = Reading::lenient; },
-      "accept some documents that are not well-formed");
-}
-
 CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &purpose,
                      Arguments &arguments, const std::function<void()> &action,
                      const std::string &fileLabel = "FILE") {
   CLI::App *command = app.add_subcommand(name, purpose);
   command->add_option(fileLabel, arguments.target.fileName, "the file, or - for standard input")
       ->required();
-  addLenient(command, arguments);
+  addReadingOptions(command, arguments.target.reading);
   command->callback([&arguments, action] {
     requireFiles(arguments);
     action();
@@ -105,7 +100,7 @@ void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status)
     requireSingleInput(std::count(names.begin(), names.end(), kStandardStream) <= 1);
     status = checkFiles(names, arguments.target.reading);
   });
-  addLenient(check, arguments);
+  addReadingOptions(check, arguments.target.reading);
 
   addCommand(app, "tree", "print each node with the path that finds it", arguments,
              [&] { printTree(arguments.target); });

@@ -10,7 +10,7 @@
 
 #include <unistd.h>
 
-#include "document.h"
+#include "documents/document.h"
 #include "excerpt.h"
 
 namespace nebxml {

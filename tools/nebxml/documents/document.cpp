@@ -1,4 +1,4 @@
-#include "document.h"
+#include "documents/document.h"
 
 #include <utility>
 
@@ -6,10 +6,10 @@
 
 namespace nebxml {
 
-Document::Document(std::string fileName, Reading reading)
+Document::Document(std::string fileName, const ReadingOptions &options)
     : fileName_(std::move(fileName)),
-      reading_(reading),
-      root_(loadDocument(fileName_, reading, bytes_)),
+      reading_(options.language),
+      root_(loadDocument(fileName_, options, bytes_, encoding_)),
       topLevelNodes_{root()} {
   // In a document with siblings, the library adds no attribute. So the further top-level
   // elements are detached and kept here.

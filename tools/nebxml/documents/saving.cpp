@@ -1,9 +1,11 @@
-#include "saving.h"
+#include "documents/saving.h"
 
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "command_error.h"
+#include "documents/edit_names.h"
 #include "file_output.h"
 
 namespace nebxml {
@@ -40,13 +42,15 @@ std::string print(const Document &document, const Destination &destination) {
   return whole;
 }
 
-void write(const Document &document, std::string_view text, const Destination &destination) {
+void write(const Document &document, std::string text, const Destination &destination) {
+  const std::string bytes =
+      document.encoding().encode(document.fileName(), document.bytes(), std::move(text));
   if (destination.inPlace) {
-    replaceFile(document.fileName(), text);
+    replaceFile(document.fileName(), bytes);
   } else if (destination.fileName == kStandardStream) {
-    writeStandardOutput(text);
+    writeStandardOutput(bytes);
   } else {
-    writeFile(destination.fileName, text);
+    writeFile(destination.fileName, bytes);
   }
 }
 
@@ -95,6 +99,7 @@ void save(const Document &document, const Destination &destination) {
 
 uint32_t saveEdited(const Document &document, XmlNode *node, NEB_XML_EDIT edit,
                     const Destination &destination) {
+  if (!canEncodeNames(document.encoding(), edit)) return NEB_XML_ERR_UNWRITABLE;
   if (document.reading() == Reading::lenient) {
     const uint32_t result = editTree(node, edit);
     if (result == NEB_XML_OK) save(document, destination);
@@ -105,7 +110,7 @@ uint32_t saveEdited(const Document &document, XmlNode *node, NEB_XML_EDIT edit,
   const std::string &bytes = document.bytes();
   const uint32_t result =
       NEB_XML_EditBytes(bytes.data(), bytes.size(), &edit, 1, appendPart, &text);
-  if (result == NEB_XML_OK) write(document, text, destination);
+  if (result == NEB_XML_OK) write(document, std::move(text), destination);
   return result;
 }
 

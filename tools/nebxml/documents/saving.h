@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "document.h"
+#include "documents/document.h"
 
 namespace nebxml {
 
