@@ -56,9 +56,16 @@ bool Encoder::has(std::string_view text) {
   return true;
 }
 
-std::optional<std::string> Encoder::encode(std::string_view text) {
-  const auto whole = withReferences(text);
+bool Encoder::writesAs(std::string_view text, std::string_view bytes) {
   std::string encoded;
+  return writer_.append(text, encoded) == text.size() && encoded == bytes;
+}
+
+std::optional<std::string> Encoder::encode(std::string_view text) {
+  std::string encoded;
+  if (isReadBack(text, encoded)) return encoded;
+  const auto whole = withReferences(text);
+  encoded.clear();
   if (!whole || !isReadBack(*whole, encoded)) return std::nullopt;
   return encoded;
 }

@@ -20,6 +20,9 @@ class Encoder {
   // Whether the encoding has each character of a text in UTF-8.
   bool has(std::string_view text);
 
+  // Whether a text in UTF-8, of which the encoding has each character, is written as these bytes.
+  bool writesAs(std::string_view text, std::string_view bytes);
+
   // Encodes a text in UTF-8. A character reference replaces each character that the encoding does
   // not have. Nothing if the result would not be read as the same text.
   std::optional<std::string> encode(std::string_view text);

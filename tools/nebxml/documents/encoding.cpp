@@ -121,7 +121,7 @@ std::string Encoding::encode(const std::string &fileName, std::string_view origi
   const bool isEdited = text.starts_with(head_);
   if (fileBytes_.empty() || !isEdited) return asInFile(std::move(text));
   std::optional<std::string> bytes;
-  if (encoder_ && encoder_->encode(asInFile(std::string(original))) == fileBytes_) {
+  if (encoder_ && encoder_->writesAs(asInFile(std::string(original)), fileBytes_)) {
     bytes = encoder_->encode(asInFile(std::move(text)));
   }
   if (!bytes) {
