@@ -5,7 +5,6 @@
 
 #include "documents/byte_order.h"
 #include "documents/converter.h"
-#include "printable.h"
 
 namespace nebxml {
 namespace {

@@ -7,25 +7,21 @@ namespace {
 
 using namespace std::string_view_literals;
 
-struct Named {
-  std::string_view bytes;
+struct Sign {
+  std::string_view text;
   std::string_view encoding;
 };
 
 // Byte order marks, then "<?" without one. The longer ones come first.
-constexpr Named kBeginnings[] = {
+constexpr Sign kBeginnings[] = {
     {"\xFF\xFE\0\0"sv, "UTF-32LE"},   {"\0\0\xFE\xFF"sv, "UTF-32BE"},
     {"<\0\0\0?\0\0\0"sv, "UTF-32LE"}, {"\0\0\0<\0\0\0?"sv, "UTF-32BE"},
     {"\xFF\xFE"sv, "UTF-16LE"},       {"\xFE\xFF"sv, "UTF-16BE"},
     {"<\0?\0"sv, "UTF-16LE"},         {"\0<\0?"sv, "UTF-16BE"},
 };
 
-struct Family {
-  std::string_view name;
-  std::string_view encoding;
-};
-
-constexpr Family kFamilies[] = {
+// Names that say nothing about the byte order.
+constexpr Sign kFamilies[] = {
     {"UTF-16", "UTF-16"}, {"UCS-2", "UTF-16"}, {"ISO-10646-UCS-2", "UTF-16"},
     {"UTF-32", "UTF-32"}, {"UCS-4", "UTF-32"}, {"ISO-10646-UCS-4", "UTF-32"},
 };
@@ -46,7 +42,7 @@ std::string_view wideEncodingOf(std::string_view bytes) {
 std::string inByteOrder(const std::string &encoding, std::string_view bytes) {
   const auto *family = std::find_if(
       std::begin(kFamilies), std::end(kFamilies),
-      [&encoding](const Family &each) { return isSameEncodingName(each.name, encoding); });
+      [&encoding](const Sign &each) { return isSameEncodingName(each.text, encoding); });
   if (family == std::end(kFamilies)) return encoding;
   const std::string_view shown = wideEncodingOf(bytes);
   if (shown.starts_with(family->encoding)) return std::string(shown);

@@ -50,16 +50,28 @@ void requireTrue(const std::string &fileName, const DeclaredEncoding &declared,
 }  // namespace
 
 Encoding::Encoding(const std::string &fileName, const std::string &wanted, std::string &bytes) {
-  const std::string shown(wanted.empty() ? wideEncodingOf(bytes) : "");
-  if (!wanted.empty() || !shown.empty()) {
-    decode(fileName, wanted.empty() ? shown : wanted, bytes);
-    const auto declared = findDeclaredEncoding(bytes);
-    const bool isTrue = shown.empty() || !declared || !declared->isWellFormed ||
-                        isSameEncodingName(inByteOrder(declared->name, fileBytes_), shown);
-    if (!isTrue) throw untrue(fileName, *declared, bytes);
-    hide(declared, bytes);
-    return;
+  const std::string shown(wideEncodingOf(bytes));
+  if (!wanted.empty()) {
+    decode(fileName, wanted, bytes);
+    hide(findDeclaredEncoding(bytes), bytes);
+  } else if (!shown.empty()) {
+    decodeAsShown(fileName, shown, bytes);
+  } else {
+    decodeAsDeclared(fileName, bytes);
   }
+}
+
+void Encoding::decodeAsShown(const std::string &fileName, const std::string &shown,
+                             std::string &bytes) {
+  decode(fileName, shown, bytes);
+  const auto declared = findDeclaredEncoding(bytes);
+  const bool isTrue = !declared || !declared->isWellFormed ||
+                      isSameEncodingName(inByteOrder(declared->name, fileBytes_), shown);
+  if (!isTrue) throw untrue(fileName, *declared, bytes);
+  hide(declared, bytes);
+}
+
+void Encoding::decodeAsDeclared(const std::string &fileName, std::string &bytes) {
   const auto declared = findDeclaredEncoding(bytes);
   if (!declared || isOwnEncoding(declared->name)) return;
   if (declared->isWellFormed) {

@@ -43,6 +43,8 @@ class Encoding {
                      std::string text) const;
 
  private:
+  void decodeAsShown(const std::string &fileName, const std::string &shown, std::string &bytes);
+  void decodeAsDeclared(const std::string &fileName, std::string &bytes);
   void decode(const std::string &fileName, const std::string &encoding, std::string &bytes);
   void hide(const std::optional<DeclaredEncoding> &declared, std::string &text);
 
