@@ -22,8 +22,8 @@ struct ReadingOptions {
 
 // Throws CommandError. The caller frees the document.
 //
-// bytes     receives the content of the file in UTF-8. It ends soon after the first NUL byte, unless
-//           the encoding has such bytes: no document may contain that character.
+// bytes     receives the content of the file in UTF-8. It ends soon after the first NUL byte, which
+//           no document may contain, unless the encoding has such bytes.
 // encoding  receives what the file is encoded in
 XmlNode *loadDocument(const std::string &fileName, const ReadingOptions &options,
                       std::string &bytes, Encoding &encoding);
