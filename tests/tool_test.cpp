@@ -1,8 +1,10 @@
 // The command line tool, run as its users run it: through a shell, on files in a directory.
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -139,6 +141,46 @@ TEST_F(Tool, EditsChangeNoOtherByte) {
                 destination == " --in-place" ? after : after + before)
           << command + destination;
     }
+  }
+}
+
+// Random edits of a file and of its twin in UTF-8. A snowman is a reference in some encodings.
+TEST_F(Tool, EditsInOtherEncodingsAreThoseInUtf8) {
+  constexpr size_t kElements = 9, kEdits = 12, kOwn = 4;
+  const std::string encodings[][2] = {{"windows-1252", "é € Ÿ ~"}, {"ISO-8859-1", "é ÿ £ \\"},
+                                      {"KOI8-R", "п ж Ъ ─"},       {"Shift_JIS", "ソ 表 ｱ 語"},
+                                      {"EUC-JP", "ソ 表 語 α"},    {"GB18030", "語 é 😀 㐀"},
+                                      {"UTF-16", "é 語 😀 ਊ"},      {"UTF-32BE", "é 語 😀 ਊ"}};
+  std::mt19937 random(1);
+  for (const auto &[encoding, own] : encodings) {
+    std::istringstream list(own + " ☃ ☃ < & a ; # x 0 1");
+    const std::vector<std::string> characters(std::istream_iterator<std::string>(list), {});
+    const auto text = [&](size_t kinds) {
+      std::string result;
+      for (size_t left = random() % 9; left > 0; --left) result += characters[random() % kinds];
+      return result;
+    };
+    std::string document = "<?xml version='1.0' encoding='UTF-8'?>\r\n<r>\n";
+    for (size_t i = 0; i < kElements; ++i) {
+      document += "<e k='" + text(kOwn) + "'>" + text(kOwn) + "</e><!--" + text(kOwn) + "-->\n";
+    }
+    write("U", document + "</r>");
+    std::string edits = "E=" + encoding + "\n" + R"(
+      sed "s/'UTF-8'/'$E'/" U | iconv -t $E >F; cp U before
+      edit() {
+        for file in F U; do $nebxml $1 $file "$2" "$3" $4 $5 --in-place 2>>refused; done
+        iconv -f $E F | sed "s/'$E'/'UTF-8'/; s/&#x2603;/☃/g" | cmp - U || echo "$@"
+      })";
+    for (size_t i = 0; i < kEdits; ++i) {
+      const std::string path = " r.e." + std::to_string(random() % kElements + 1);
+      const std::string value = " '" + text(characters.size()) + "'";
+      const std::string forms[] = {"set" + path + value, "set" + path + value + " --attr k",
+                                   "set" + path + value + " --attr m", "import r U" + path,
+                                   "del" + path + " --attr=k"};
+      edits += "\nedit " + forms[random() % std::size(forms)];
+    }
+    edits += "\n$nebxml diff F U && ! cmp -s U before && echo edited";
+    EXPECT_EQ(shell(edits).output, "edited\n") << edits;
   }
 }
 

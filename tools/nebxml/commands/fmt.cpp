@@ -19,6 +19,7 @@ struct FmtOptions {
   Input input;
   Layout layout;
   Destination destination;
+  bool addsDeclaration = false;
   bool isCheck = false;  // only whether the file is laid out so
 };
 
@@ -33,9 +34,8 @@ void requireNoLoss(const Document &document) {
 
 std::string printed(const Document &document, const Layout &layout) {
   if (!layout.dropsComments) requireNoLoss(document);
-  const std::string declaration =
-      layout.addsDeclaration ? std::string(kXmlDeclaration) + '\n' : std::string();
-  return declaration + printTree(document, static_cast<uint32_t>(layout.indent));
+  const std::string lineEnd = layout.declaration.empty() ? "" : "\n";
+  return layout.declaration + lineEnd + printTree(document, static_cast<uint32_t>(layout.indent));
 }
 
 ExitStatus reportLayout(const Document &document, bool isLaidOut) {
@@ -47,9 +47,13 @@ ExitStatus reportLayout(const Document &document, bool isLaidOut) {
 // Returns notFound if a file that is only checked is laid out in another way, else done.
 ExitStatus format(const FmtOptions &options) {
   const Document document(options.input.fileName, options.input.reading);
-  const std::string text = document.reading() == Reading::strict
-                               ? laidOut(document.bytes(), options.layout)
-                               : printed(document, options.layout);
+  Layout layout = options.layout;
+  if (options.addsDeclaration) {
+    layout.declaration =
+        R"(<?xml version="1.0" encoding=")" + document.encoding().nameToDeclare() + R"("?>)";
+  }
+  const std::string text = document.reading() == Reading::strict ? laidOut(document.bytes(), layout)
+                                                                 : printed(document, layout);
   if (options.isCheck) return reportLayout(document, text == document.bytes());
   save(document, text, options.destination);
   return ExitStatus::done;
@@ -73,7 +77,7 @@ void addFmt(CLI::App &app, ExitStatus &status) {
   command->add_flag("--tabs", layout.usesTabs, "a tab for each level")
       ->excludes(indent)
       ->excludes("--lenient");
-  command->add_flag("--declaration", layout.addsDeclaration,
+  command->add_flag("--declaration", options->addsDeclaration,
                     "add an XML declaration if there is none");
   command->add_flag("--drop-comments", layout.dropsComments,
                     "drop comments; with --lenient, also other markup that the tree does not hold");

@@ -1,5 +1,7 @@
 #include "commands/saved_edits.h"
 
+#include <utility>
+
 #include "documents/values.h"
 
 namespace nebxml {
@@ -14,7 +16,7 @@ void saveEdited(const Document &document, const Edits &edits, const EditingOptio
   std::string bytes;
   switch (applyEdits(document, edits, bytes)) {
     case NEB_XML_OK:
-      return save(document, bytes, options.destination);
+      return save(document, std::move(bytes), options.destination);
     case NEB_XML_ERR_NO_MEMORY:
       throw noMemory(document.fileName());
     default:

@@ -7,7 +7,7 @@ namespace nebxml {
 Document::Document(std::string fileName, const ReadingOptions &options)
     : fileName_(std::move(fileName)),
       reading_(options.language),
-      root_(loadDocument(fileName_, options, bytes_)),
+      root_(loadDocument(fileName_, options, bytes_, encoding_)),
       topLevelNodes_{root()} {
   // In a document with siblings, the library adds no attribute. So the further top-level
   // elements are detached and kept here.

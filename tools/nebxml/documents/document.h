@@ -6,13 +6,12 @@
 #include <string_view>
 #include <vector>
 
+#include "documents/encoding.h"
+#include "documents/input.h"
 #include "documents/loading.h"
 #include "neb_xml.h"
 
 namespace nebxml {
-
-// The FILE argument for standard input, or for standard output after -o.
-inline constexpr std::string_view kStandardStream = "-";
 
 class Document {
  public:
@@ -21,7 +20,11 @@ class Document {
   XmlNode *root() const { return root_.get(); }
   const std::string &fileName() const { return fileName_; }
   Reading reading() const { return reading_; }
+
+  // In UTF-8, whatever the file is in. Offsets and lines are those of these bytes.
   const std::string &bytes() const { return bytes_; }
+
+  const Encoding &encoding() const { return encoding_; }
 
   // The document node and, of lenient reading, the further top-level elements, in order.
   const std::vector<XmlNode *> &topLevelNodes() const { return topLevelNodes_; }
@@ -34,6 +37,7 @@ class Document {
   std::string fileName_;
   Reading reading_;
   std::string bytes_;
+  Encoding encoding_;
   std::unique_ptr<XmlNode, Release> root_;
   std::vector<XmlNode *> topLevelNodes_;
 };

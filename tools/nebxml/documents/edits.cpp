@@ -4,6 +4,7 @@
 #include <new>
 #include <numeric>
 
+#include "documents/edit_names.h"
 #include "documents/printing.h"
 #include "documents/tree_edits.h"
 
@@ -70,6 +71,9 @@ void Edits::insert(Position position, const XmlNode *node, const XmlNode *conten
 
 uint32_t applyEdits(const Document &document, const Edits &edits, std::string &bytes) {
   bytes.clear();
+  for (const NEB_XML_EDIT &edit : edits.records()) {
+    if (!canEncodeNames(document.encoding(), edit)) return NEB_XML_ERR_UNWRITABLE;
+  }
   if (document.reading() == Reading::strict) {
     return editBytes(document, edits, edits.count(), appendPart, &bytes);
   }

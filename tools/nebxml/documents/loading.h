@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "documents/encoding.h"
 #include "neb_xml.h"
 
 namespace nebxml {
@@ -15,15 +16,16 @@ enum class Reading { strict, lenient };
 struct ReadingOptions {
   Reading language = Reading::strict;
   std::string encoding;   // of the file; empty: as its mark or its declaration says
-  uint32_t maxDepth = 0;  // of elements inside each other; 0: no limit
+  uint32_t maxDepth = 0;  // of elements inside each other, in strict reading; 0: no limit
   size_t maxBytes = 0;    // of the file; 0: no limit
 };
 
 // Throws CommandError. The caller frees the document.
 //
-// bytes  receives the content of the file. It ends soon after the first NUL byte, which no document
-//        may contain.
+// bytes     receives the content of the file in UTF-8. It ends soon after the first NUL byte, which
+//           no document may contain, unless the encoding has such bytes.
+// encoding  receives what the file is encoded in
 XmlNode *loadDocument(const std::string &fileName, const ReadingOptions &options,
-                      std::string &bytes);
+                      std::string &bytes, Encoding &encoding);
 
 }  // namespace nebxml

@@ -1,5 +1,7 @@
 #include "documents/saving.h"
 
+#include <utility>
+
 #include "command_error.h"
 #include "documents/file_writing.h"
 #include "terminal/output.h"
@@ -21,7 +23,9 @@ void requireWholeTree(const Document &document) {
 
 }  // namespace
 
-void save(const Document &document, std::string_view bytes, const Destination &destination) {
+void save(const Document &document, std::string text, const Destination &destination) {
+  const std::string bytes =
+      document.encoding().encode(document.fileName(), document.bytes(), std::move(text));
   if (destination.inPlace) {
     requireWholeTree(document);
     replaceFile(document.fileName(), bytes);

@@ -16,7 +16,9 @@ struct Destination {
   bool isDryRun = false;                    // only shows what would change
 };
 
-// Writes the new bytes of a document to its destination.
-void save(const Document &document, std::string_view bytes, const Destination &destination);
+// Writes the new text of a document to its destination, in the encoding of the file.
+//
+// text  in UTF-8
+void save(const Document &document, std::string text, const Destination &destination);
 
 }  // namespace nebxml

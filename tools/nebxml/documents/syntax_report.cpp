@@ -11,6 +11,23 @@ namespace {
 
 // The rest of the document has not been read, so nobody knows whether it is well-formed.
 constexpr const char *kMayBeXml = " (XML may allow it)";
+constexpr const char *kDeepest = " (--max-depth)";
+
+struct Kind {
+  ExitStatus status;
+  std::string note;
+};
+
+Kind kindOf(uint32_t code) {
+  switch (code) {
+    case NEB_XML_ERR_UNSUPPORTED:
+      return {ExitStatus::unsupported, kMayBeXml};
+    case NEB_XML_ERR_LIMIT:
+      return {ExitStatus::fileTrouble, kDeepest};
+    default:
+      return {ExitStatus::notFound, ""};
+  }
+}
 
 struct Position {
   size_t offset;
@@ -52,15 +69,25 @@ CommandError syntaxReport(const std::string &fileName, const NEB_XML_PARSE_ERROR
   // An empty file has no line. The position is then the first byte.
   const Position position{error.offset, std::max<size_t>(error.line, 1),
                           std::max<size_t>(error.column, 1)};
-  const bool isUnsupported = error.code == NEB_XML_ERR_UNSUPPORTED;
-  std::string report =
-      message(fileName, position, printable(cause) + (isUnsupported ? kMayBeXml : ""), text);
+  const Kind kind = kindOf(error.code);
+  std::string report = message(fileName, position, printable(cause) + kind.note, text);
   if (error.startNameLength > 0) {
     const auto name = text.substr(error.startNameOffset, error.startNameLength);
     report += '\n' + message(fileName, positionOf(text, error.startTagOffset),
                              "the start tag is here: <" + shortened(name) + '>', text);
   }
-  return {isUnsupported ? ExitStatus::unsupported : ExitStatus::notFound, report};
+  return {kind.status, report};
+}
+
+CommandError syntaxReportAt(const std::string &fileName, size_t offset, uint32_t code,
+                            const std::string &cause, std::string_view text) {
+  const Position position = positionOf(text, offset);
+  NEB_XML_PARSE_ERROR error{};
+  error.code = code;
+  error.offset = position.offset;
+  error.line = position.line;
+  error.column = position.column;
+  return syntaxReport(fileName, error, cause, text);
 }
 
 }  // namespace nebxml

@@ -14,4 +14,10 @@ namespace nebxml {
 CommandError syntaxReport(const std::string &fileName, const NEB_XML_PARSE_ERROR &error,
                           const std::string &cause, std::string_view text);
 
+// The same for a failure that the tool has found itself.
+//
+// code  NEB_XML_ERR_SYNTAX or NEB_XML_ERR_UNSUPPORTED
+CommandError syntaxReportAt(const std::string &fileName, size_t offset, uint32_t code,
+                            const std::string &cause, std::string_view text);
+
 }  // namespace nebxml

@@ -42,7 +42,7 @@ class Formatter {
 
   std::string format(std::string_view mark, bool addsDeclaration) {
     out_ += mark;
-    if (addsDeclaration) out_.append(kXmlDeclaration).append(lineEnd_);
+    if (addsDeclaration) out_.append(layout_.declaration).append(lineEnd_);
     while (const auto markup = reader_.next()) append(*markup);
     return std::move(out_);
   }
@@ -144,7 +144,7 @@ std::string laidOut(std::string_view document, const Layout &layout) {
   const std::string_view mark = document.starts_with(kByteOrderMark) ? kByteOrderMark : "";
   document.remove_prefix(mark.size());
   const bool hasDeclaration = markupKindOf(document) == MarkupKind::declaration;
-  return Formatter(document, layout).format(mark, layout.addsDeclaration && !hasDeclaration);
+  return Formatter(document, layout).format(mark, !layout.declaration.empty() && !hasDeclaration);
 }
 
 }  // namespace nebxml

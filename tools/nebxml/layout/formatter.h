@@ -7,13 +7,13 @@
 
 namespace nebxml {
 
-inline constexpr std::string_view kXmlDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+std::string xmlDeclaration(const std::string &encoding);
 
 struct Layout {
   size_t indent = 2;  // spaces for each level
   bool usesTabs = false;
   bool dropsComments = false;
-  bool addsDeclaration = false;  // if there is none
+  std::string declaration{};  // added if there is none
 };
 
 // The document with each tag, comment and processing instruction between elements on a line of its

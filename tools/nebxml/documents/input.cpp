@@ -1,0 +1,82 @@
+#include "documents/input.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "command_error.h"
+#include "documents/byte_order.h"
+#include "documents/converter.h"
+
+namespace nebxml {
+namespace {
+
+constexpr size_t kReadSize = 65536;
+
+// A file open for reading, or standard input.
+class OpenFile {
+ public:
+  explicit OpenFile(const std::string &fileName)
+      : descriptor_(fileName == kStandardStream ? STDIN_FILENO
+                                                : ::open(fileName.c_str(), O_RDONLY | O_CLOEXEC)) {}
+  ~OpenFile() { ::close(descriptor_); }
+  OpenFile(const OpenFile &) = delete;
+  OpenFile &operator=(const OpenFile &) = delete;
+
+  // Negative, with errno set, if the file could not be opened.
+  int descriptor() const { return descriptor_; }
+
+  // 0 if it is not known, as that of a pipe.
+  size_t size() const {
+    struct stat status {};
+    const bool isKnown = ::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+    return isKnown ? static_cast<size_t>(status.st_size) : 0;
+  }
+
+ private:
+  int descriptor_;
+};
+
+CommandError cannot(const std::string &action, const std::string &fileName) {
+  return {ExitStatus::fileTrouble, fileName, withSystemCause("cannot " + action, errno)};
+}
+
+CommandError tooLarge(const std::string &fileName, size_t maxBytes) {
+  return {ExitStatus::fileTrouble, fileName,
+          "larger than " + std::to_string(maxBytes) + " bytes (--max-bytes)"};
+}
+
+// Whether the rest of a document with a NUL byte is of no use. Until its first bytes have arrived,
+// nobody knows.
+bool endsAtNul(const std::string &bytes, const std::string &encoding) {
+  if (!encoding.empty()) return !hasNulBytes(encoding);
+  return bytes.size() >= kLongestByteOrderMark && wideEncodingOf(bytes).empty();
+}
+
+}  // namespace
+
+std::string readInput(const std::string &fileName, const std::string &encoding, size_t maxBytes) {
+  const OpenFile file(fileName);
+  if (file.descriptor() < 0) throw cannot("open", fileName);
+  const size_t limit = maxBytes == 0 ? SIZE_MAX : maxBytes;
+  std::string bytes;
+  bytes.reserve(std::min(file.size(), limit));
+  std::array<char, kReadSize> chunk{};
+  bool hasNul = false;
+  for (;;) {
+    const ssize_t count = ::read(file.descriptor(), chunk.data(), chunk.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) throw cannot("read", fileName);
+    const std::string_view part(chunk.data(), static_cast<size_t>(count));
+    if (part.size() > limit - bytes.size()) throw tooLarge(fileName, maxBytes);
+    bytes += part;
+    hasNul = hasNul || part.find('\0') != std::string_view::npos;
+    if (part.empty() || (hasNul && endsAtNul(bytes, encoding))) return bytes;
+  }
+}
+
+}  // namespace nebxml
