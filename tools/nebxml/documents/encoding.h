@@ -24,9 +24,6 @@ class Encoding {
   // bytes   receives UTF-8
   Encoding(const std::string &fileName, const std::string &wanted, std::string &bytes);
 
-  // As the user, the declaration or the first bytes name it.
-  const std::string &name() const { return name_; }
-
   // For a declaration that the file gets. Behind a byte order mark it names no byte order.
   std::string nameToDeclare() const;
 
@@ -51,7 +48,7 @@ class Encoding {
   void decode(const std::string &fileName, const std::string &encoding, std::string &bytes);
   void hide(const std::optional<DeclaredEncoding> &declared, std::string &text);
 
-  std::string name_ = kUtf8;
+  std::string name_ = kUtf8;          // as the user, the declaration or the first bytes name it
   std::string fileBytes_;             // empty if they are in UTF-8
   std::string fileHead_;              // up to the end of the declared encoding
   std::string head_;                  // the same, as the library gets it
