@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "command_error.h"
+#include "comparison/tolerance.h"
 #include "saving.h"
 
 namespace nebxml {
@@ -36,7 +37,8 @@ void removeTarget(const Target &target, const Destination &destination);
 void printTree(const Target &target);
 void printStatistics(const Target &target);
 
-// Prints the first difference. Returns notFound if there is one, else done.
-ExitStatus compareFiles(const Target &target, const Source &source);
+// Prints every difference. Returns notFound if there is one, else done. Of a document that is not
+// well-formed, the status is that of wrong usage.
+ExitStatus compareFiles(const Target &target, const Source &source, const Tolerance &tolerance);
 
 }  // namespace nebxml

@@ -30,6 +30,8 @@ struct Arguments {
   Source source;
   std::string value;
   Destination destination;
+  bool ignoresOrder = false;
+  std::vector<std::string> ignoredNames;
 };
 
 std::string banner() {
@@ -97,6 +99,28 @@ void addDestination(CLI::App *command, Arguments &arguments) {
       ->excludes(output);
 }
 
+std::string refusedName(const std::string &name) {
+  return name.empty() || name == "@" ? "a name is required, or @ and a name" : "";
+}
+
+void addCompare(CLI::App &app, Arguments &arguments, ExitStatus &status) {
+  CLI::App *compare = addCommand(
+      app, "diff", "print every difference of two documents", arguments,
+      [&] {
+        const Tolerance tolerance(arguments.ignoresOrder, arguments.ignoredNames);
+        status = compareFiles(arguments.target, arguments.source, tolerance);
+      },
+      "A");
+  addSource(compare, arguments, "B");
+  compare->add_flag("--ignore-order", arguments.ignoresOrder,
+                    "compare the children of an element in any order");
+  compare
+      ->add_option("--ignore", arguments.ignoredNames,
+                   "skip elements of this name, or attributes: @NAME")
+      ->allow_extra_args(false)
+      ->check(refusedName);
+}
+
 void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status) {
   CLI::App *check = app.add_subcommand("check", "report where files are not well-formed");
   check->add_option("FILE", arguments.fileNames, "files, or - for standard input")->required();
@@ -115,10 +139,7 @@ void addReadingCommands(CLI::App &app, Arguments &arguments, ExitStatus &status)
                              [&] { printValue(arguments.target); });
   addTarget(get, arguments);
   addType(get, arguments);
-  CLI::App *compare = addCommand(
-      app, "diff", "print the first difference of two documents", arguments,
-      [&] { status = compareFiles(arguments.target, arguments.source); }, "A");
-  addSource(compare, arguments, "B");
+  addCompare(app, arguments, status);
 }
 
 void addFormat(CLI::App &app, Arguments &arguments) {
