@@ -71,7 +71,7 @@ std::string contentOf(const Forest &forest, const Difference &difference) {
     return quoted(nodeStrings(difference.attribute).value, difference.offset);
   }
   if (forest.isLeaf(difference.element)) {
-    return quoted(forest.valueOf(difference.element), difference.offset);
+    return quoted(forest.stringsOf(difference.element).value, difference.offset);
   }
   const size_t count = forest.descendantCount(difference.element);
   return " (" + std::to_string(count) + (count == 1 ? " element)" : " elements)");

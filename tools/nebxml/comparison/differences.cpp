@@ -97,8 +97,8 @@ void Comparison::compareAttributes(const ElementPair &pair) {
 // Where only one of the elements has children, the other one may have a value. An empty value is a
 // difference only beside another one.
 void Comparison::compareValues(const ElementPair &pair) {
-  const std::string_view first = forest_.valueOf(pair.first);
-  const std::string_view second = forest_.valueOf(pair.second);
+  const std::string_view first = forest_.stringsOf(pair.first).value;
+  const std::string_view second = forest_.stringsOf(pair.second).value;
   if (first == second) return;
   const size_t offset = firstDifference(first, second);
   if (forest_.isLeaf(pair.first)) add(pair.first, nullptr, offset);

@@ -60,8 +60,10 @@ bool Forest::isLeaf(size_t element) const {
   return NEB_XML_GetNodeFirstChild(elements_[element].node) == nullptr;
 }
 
-std::string_view Forest::valueOf(size_t element) const {
-  return isLeaf(element) ? nodeStrings(elements_[element].node).value : std::string_view();
+NodeStrings Forest::stringsOf(size_t element) const {
+  NodeStrings strings = nodeStrings(elements_[element].node);
+  if (!strings.value.empty() && !isLeaf(element)) strings.value = {};
+  return strings;
 }
 
 }  // namespace nebxml

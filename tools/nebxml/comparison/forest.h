@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <string_view>
 #include <vector>
 
 #include "comparison/tolerance.h"
@@ -41,9 +40,9 @@ class Forest {
   // In document order, without those that are ignored.
   std::vector<Attribute> attributesOf(size_t element) const;
 
-  // Whether a value counts: beside children, ignored ones included, it is never printed.
+  // Without a value where there are children, even ignored ones: it is never printed there.
+  NodeStrings stringsOf(size_t element) const;
   bool isLeaf(size_t element) const;
-  std::string_view valueOf(size_t element) const;
 
   void setSubtree(size_t element, size_t number) { elements_[element].subtree = number; }
 

@@ -26,8 +26,7 @@ struct HashedElement {
 
 // The children have been numbered before.
 Content contentOf(const Forest &forest, size_t element) {
-  Content content{nodeStrings(forest[element].node), {}, forest.childrenOf(element)};
-  content.strings.value = forest.valueOf(element);
+  Content content{forest.stringsOf(element), {}, forest.childrenOf(element)};
   for (const Attribute &attribute : forest.attributesOf(element)) {
     content.attributes.push_back(attribute.strings);
   }
