@@ -1,4 +1,5 @@
 // The command line tool, run as its users run it: through a shell, on files in a directory.
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -87,7 +88,9 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
   write("show",
         "cat >F; $nebxml check F >G 2>&1; $nebxml check - <F 2>&1 | sed 's/^-:/F:/' >H; "
         "cat G; cmp G H");
-  for (const Case &row : casesOf("tool.txt")) {
+  std::vector<Case> rows = casesOf("tool.txt");
+  std::ranges::move(casesOf("tool_diff.txt"), std::back_inserter(rows));
+  for (const Case &row : rows) {
     SCOPED_TRACE(row.command);
     const Outcome outcome = shell(row.command, row.input == "one" ? one : row.input);
     EXPECT_EQ(outcome.status, row.status);
@@ -209,16 +212,31 @@ TEST_F(Tool, TakesValuesOfATypeInItsRangeOnly) {
   EXPECT_EQ(shell("$nebxml get - a --type int8", "<a>+007</a>").output, "7\n");
 }
 
-TEST_F(Tool, FindsTheFirstDifference) {
-  const std::vector<std::string> lines = tables::linesOf("differences.txt");
-  for (size_t i = 0; i + 2 < lines.size(); i += 3) {
-    SCOPED_TRACE(lines[i] + " " + lines[i + 1]);
-    const std::string expected = lines[i + 2] == "equal" ? "" : lines[i + 2];
-    write("A", lines[i]);
-    write("B", lines[i + 1]);
-    const Outcome outcome = shell("$nebxml diff A B --lenient");
-    EXPECT_EQ(outcome.output, expected);
-    EXPECT_EQ(outcome.status, expected.empty() ? 0 : 1);
+TEST_F(Tool, FindsEveryDifference) {
+  struct Comparison {
+    std::string options, first, second, output;
+  };
+  std::vector<Comparison> comparisons;
+  std::string options;
+  for (const std::string &line : tables::linesOf("differences.txt")) {
+    if (line[0] == '$') {
+      options = line.substr(1);
+    } else if (line[0] != '<') {
+      comparisons.back().output += line + "\n";
+    } else if (comparisons.empty() || !comparisons.back().second.empty()) {
+      comparisons.push_back({options, line, "", ""});
+    } else {
+      comparisons.back().second = line;
+    }
+  }
+  for (const Comparison &each : comparisons) {
+    SCOPED_TRACE(each.first + " " + each.second + each.options);
+    write("A", each.first);
+    write("B", each.second);
+    const Outcome outcome = shell("$nebxml diff A B" + each.options);
+    EXPECT_EQ(outcome.output, each.output);
+    EXPECT_EQ(outcome.status, each.output.empty() ? 0 : 1);
+    EXPECT_EQ(outcome.errors, "");
   }
 }
 
