@@ -130,6 +130,15 @@ extern "C" {
  */
 NEB_XML_API uint32_t NEB_XML_GetVersion(char *buffer, uint32_t size);
 
+/**
+ * Names the code that parsing uses on this processor, for messages and reports of speed.
+ *
+ * Returns a constant string, never null: "avx2", "sse2" or "neon" for these instructions, "portable"
+ * for code that runs on every processor. A later version may return other names. The first parse or
+ * the first call of this function chooses; the choice does not change afterwards.
+ */
+NEB_XML_API const char *NEB_XML_GetKernelName(void);
+
 /* --- Results and types ------------------------------------------------------------------------ */
 
 /** Result codes. Functions return them as uint32_t. */
@@ -1336,6 +1345,24 @@ typedef struct NEB_XML_EDIT {
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_EditBytes(const char *bytes, size_t length,
                                                         const NEB_XML_EDIT *edits, size_t count,
                                                         NEB_XML_SINK sink, void *context);
+
+/**
+ * Finds where many nodes are in the document, as NEB_XML_Locate does for one, by one reading.
+ *
+ * nodes      of one tree, in any order; a node may be named more than once. May be null if count is
+ *            0.
+ * count      of nodes, and of locations; with none, the bytes are not read.
+ * locations  receives the location of each node, in the order of nodes. All of them are unchanged
+ *            on failure. May be null if count is 0.
+ *
+ * Returns the results of NEB_XML_Locate; NEB_XML_ERR_INVALID_PARAM also if one of the nodes is null;
+ * NEB_XML_ERR_NOT_FOUND also for nodes of several trees. Cost: linear in the document and in the
+ * depth of the first node, and sorting of the nodes. Memory: as NEB_XML_Locate, and at most 180
+ * bytes for each node.
+ */
+NEB_XML_API uint32_t NEB_XML_LocateNodes(const XmlNode *const *nodes, size_t count,
+                                         const char *bytes, size_t length,
+                                         NEB_XML_LOCATION *locations);
 
 /* --- Sessions --------------------------------------------------------------------------------- */
 /*
