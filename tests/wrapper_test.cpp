@@ -552,6 +552,7 @@ TEST(Wrapper, ReadsStrictlyWithOptions) {
          {Document::parse(text, options), Document::parse_file(path, options)}) {
       EXPECT_EQ(document.error().code, code) << text;
       EXPECT_EQ(document.error().message.empty(), code == kOk) << text;
+      EXPECT_EQ(document.error().is_well_formed, std::string_view(text) == "<a>b<c/></a>") << text;
     }
   }
   const auto wrong = Document::parse("<first>\n<second></third></first>");

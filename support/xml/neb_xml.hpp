@@ -1326,7 +1326,8 @@ NEB_XML_READ_OPTIONS in_c_of(const ReadOptions &options, char (&message)[size]) 
 
 /** Why and where a document could not be read. */
 struct ParseError : Error {
-  std::string message; /**< A sentence with the names that it is about. */
+  std::string message;         /**< A sentence with the names that it is about. */
+  bool is_well_formed = false; /**< With NEB_XML_ERR_UNSUPPORTED: all was checked and is XML. */
 
   const char *what() const noexcept { return message.empty() ? reason : message.c_str(); }
 };
@@ -1417,7 +1418,8 @@ class Document : public detail::Owner {
     if (code == NEB_XML_OK) return Document(node);
     return ParseError{{code, error.reason, error.offset, error.line, error.column,
                        static_cast<int>(error.systemError)},
-                      message};
+                      message,
+                      error.isWellFormed != 0};
   }
 };
 
