@@ -64,6 +64,24 @@ std::vector<Anchor> ascending(const std::vector<Anchor> &anchors) {
   return longest;
 }
 
+// The labels that both sequences have at the same position.
+std::vector<Run> runsInPlace(Labels first, Labels second) {
+  std::vector<Run> runs;
+  const size_t length = std::min(first.size(), second.size());
+  for (size_t begin = 0, end = 0; begin < length; begin = end + 1) {
+    end = begin;
+    while (end < length && first[end] == second[end]) ++end;
+    if (end > begin) runs.push_back({begin, begin, end - begin});
+  }
+  return runs;
+}
+
+size_t totalLength(const std::vector<Run> &runs) {
+  size_t length = 0;
+  for (const Run &run : runs) length += run.length;
+  return length;
+}
+
 class Aligner {
  public:
   Aligner(Labels first, Labels second)
@@ -76,7 +94,7 @@ class Aligner {
   void trim(Window &window);
   std::vector<Occurrence> occurrences(const Window &window) const;
   void split(const Window &window, const std::vector<Anchor> &anchors);
-  void alignFewEdits(const Window &window);
+  void alignRepeated(const Window &window);
   void addRun(size_t first, size_t second, size_t length);
 
   Labels first_;
@@ -113,7 +131,7 @@ void Aligner::align(Window window) {
     isAnythingCommon = isAnythingCommon || isCommon;
   }
   if (!isAnythingCommon) return;
-  if (anchors.empty() || window.level == kMostLevels) return alignFewEdits(window);
+  if (anchors.empty() || window.level == kMostLevels) return alignRepeated(window);
   std::sort(anchors.begin(), anchors.end(), isEarlier<Anchor>);
   split(window, ascending(anchors));
 }
@@ -161,10 +179,14 @@ void Aligner::split(const Window &window, const std::vector<Anchor> &anchors) {
   windows_.push_back(rest);
 }
 
-void Aligner::alignFewEdits(const Window &window) {
+// Of two alignments with as many edits, the one in place shows what has been changed.
+void Aligner::alignRepeated(const Window &window) {
   const Labels first = first_.subspan(window.first, window.firstEnd - window.first);
   const Labels second = second_.subspan(window.second, window.secondEnd - window.second);
-  for (const Run &run : runsOfFewEdits(first, second)) {
+  const std::vector<Run> inPlace = runsInPlace(first, second);
+  const std::vector<Run> fewEdits = runsOfFewEdits(first, second);
+  const bool isInPlace = totalLength(inPlace) >= totalLength(fewEdits);
+  for (const Run &run : isInPlace ? inPlace : fewEdits) {
     addRun(window.first + run.first, window.second + run.second, run.length);
   }
 }
