@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "neb_xml.h"
 #include "support/kernels.h"
 #include "support/page_edge.h"
 #include "xml/characters/utf8.h"
@@ -116,6 +117,7 @@ TEST_P(Kernels, FindForbiddenCharacters) {
 
 TEST_P(Kernels, AreForcedOrTheBestIsChosen) {
   EXPECT_EQ(&chosenKernel(), GetParam());
+  EXPECT_STREQ(NEB_XML_GetKernelName(), GetParam()->name);
   forceKernelForTests(nullptr);
   const auto kernels = builtKernels();
   const auto best = std::find_if(kernels.begin(), kernels.end(),

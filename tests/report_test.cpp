@@ -104,9 +104,10 @@ TEST(Report, FailuresWithoutAPlace) {
     EXPECT_EQ(error.code, code);
     EXPECT_STREQ(error.reason, reason);
     EXPECT_EQ(error.systemError, systemError);
-    EXPECT_EQ(error.line + error.column + error.offset + error.endNameLength, 0U);
+    EXPECT_EQ(error.line + error.column + error.offset + error.endNameLength + error.isWellFormed,
+              0U);
     for (const size_t field : error.reserved) EXPECT_EQ(field, 0U);
-    error = {7, "", 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, {7, 7, 7}};
+    error = {7, "", 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, {7, 7}};
   };
   const auto expectOfFile = [&](const char *path, uint32_t code, const char *reason,
                                 size_t systemError = 0) {

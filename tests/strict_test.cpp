@@ -25,17 +25,20 @@ struct Case {
   std::string expected;  // the tree or the message
   std::string text;
   size_t offset;
+  bool isWellFormed;
 };
 
 std::vector<Case> table() {
   std::vector<Case> cases;
   Case current = {};
   for (const std::string &line : tables::linesOf("strict.txt")) {
-    const std::string kinds = "=SU";
+    const std::string kinds = "=SUM";
     const size_t kind = line.size() > 1 && line[1] == ' ' ? kinds.find(line[0]) : kinds.npos;
     if (kind != kinds.npos) {
-      constexpr uint32_t kCodes[] = {NEB_XML_OK, NEB_XML_ERR_SYNTAX, NEB_XML_ERR_UNSUPPORTED};
+      constexpr uint32_t kCodes[] = {NEB_XML_OK, NEB_XML_ERR_SYNTAX, NEB_XML_ERR_UNSUPPORTED,
+                                     NEB_XML_ERR_UNSUPPORTED};
       current.code = kCodes[kind];
+      current.isWellFormed = kinds[kind] == 'U';
       current.expected = line.substr(2);
       continue;
     }
@@ -56,6 +59,7 @@ TEST_P(Strict, ReadsXmlAndSaysWhatIsWrong) {
     const bool isOk = each.code == NEB_XML_OK;
     EXPECT_EQ(isOk ? outcome.tree : outcome.message, each.expected);
     EXPECT_EQ(outcome.error.offset, each.offset);
+    EXPECT_EQ(outcome.error.isWellFormed != 0, each.isWellFormed);
     if (!isOk) reasons.insert(outcome.error.reason);
   }
   EXPECT_EQ(reasons.size(), 48U) << "every reason that a short document can give";
@@ -80,6 +84,7 @@ TEST_P(Strict, SaysSoAnywhere) {
         EXPECT_EQ(outcome.error.code, each.code) << text;
         const size_t offset = each.code == NEB_XML_OK ? 0 : begin.size() + each.offset;
         EXPECT_EQ(outcome.error.offset, offset) << text;
+        EXPECT_EQ(outcome.error.isWellFormed != 0, each.isWellFormed) << text;
       }
     }
   }
@@ -149,6 +154,50 @@ TEST_P(Strict, KeepsLimits) {
   NEB_XML_READ_OPTIONS noDoctype = optionsOfSize();
   noDoctype.flags = NEB_XML_PARSE_NO_DOCTYPE;
   EXPECT_EQ(read(noDoctype, nullptr), NEB_XML_OK);
+}
+
+// Behind what is not supported, a limit ends the check, and short memory the call.
+TEST_P(Strict, SaysWhetherAllWasChecked) {
+  const std::string text =
+      "<a>t<b>" + tables::repeated("<c>", 200) + tables::repeated("</c>", 200) + "</b></a>";
+  NEB_XML_PARSE_ERROR error = {};
+  const auto read = [&](const NEB_XML_READ_OPTIONS *options) {
+    error = {};
+    XmlNode *document = nullptr;
+    return NEB_XML_Read(text.data(), text.size(), options, &document, &error);
+  };
+  const struct {
+    uint32_t depth;
+    size_t nodes, bytes;
+    uint32_t code;
+    size_t isWellFormed;
+  } rows[] = {
+      {202, 202, 40'000, NEB_XML_ERR_UNSUPPORTED, 1},
+      {201, 0, 0, NEB_XML_ERR_UNSUPPORTED, 0},
+      {1, 0, 0, NEB_XML_ERR_UNSUPPORTED, 0},
+      {0, 201, 0, NEB_XML_ERR_UNSUPPORTED, 0},
+      {0, 1, 0, NEB_XML_ERR_UNSUPPORTED, 0},
+      {0, 0, 12'000, NEB_XML_ERR_UNSUPPORTED, 0},
+      {0, 0, 9'000, NEB_XML_ERR_LIMIT, 0},
+  };
+  for (const auto &row : rows) {
+    NEB_XML_READ_OPTIONS options = optionsOfSize();
+    options.maxDepth = row.depth;
+    options.maxNodes = row.nodes;
+    options.maxBytes = row.bytes;
+    EXPECT_EQ(read(&options), row.code);
+    EXPECT_EQ(error.isWellFormed, row.isWellFormed) << row.depth << row.nodes << row.bytes;
+    EXPECT_EQ(error.offset, row.code == NEB_XML_ERR_LIMIT ? 0U : 4U);
+  }
+  bool hasFailed = true;
+  for (size_t n = 1; hasFailed; ++n) {
+    const guarded::FailingAllocation failing(n);
+    const bool isChecked = read(nullptr) == NEB_XML_ERR_UNSUPPORTED;
+    hasFailed = failing.happened();
+    EXPECT_EQ(error.code, isChecked ? NEB_XML_ERR_UNSUPPORTED : NEB_XML_ERR_NO_MEMORY) << n;
+    EXPECT_EQ(error.isWellFormed, isChecked ? 1U : 0U) << n;
+    EXPECT_TRUE(isChecked || hasFailed);
+  }
 }
 
 TEST(ReadOptions, AreKnownOrRefused) {

@@ -210,7 +210,7 @@ TEST_F(Tool, ShowsPrintableTextInReportsAndOnATerminal) {
         "get x $name --attr $name --lenient"}) {
     const std::string piped = shell(setting + "$nebxml " + command).output;
     EXPECT_NE(piped.find(command[0] == 'g' ? raw : name), std::string::npos) << piped;
-    const std::string seen = shell(setting + "script -qec '$nebxml " + command + "' z").output;
+    const std::string seen = shell(setting + "script -qec 'NO_COLOR=1 $nebxml " + command + "' z").output;
     EXPECT_TRUE(seen.find("??") < seen.size() && seen.find('\x1B') > seen.size()) << seen;
   }
 }
@@ -263,16 +263,31 @@ TEST_F(Tool, TakesValuesOfATypeInItsRangeOnly) {
   EXPECT_EQ(shell("$nebxml get - a --type int8", "<a>+007</a>").output, "7\n");
 }
 
-TEST_F(Tool, FindsTheFirstDifference) {
-  const std::vector<std::string> lines = tables::linesOf("differences.txt");
-  for (size_t i = 0; i + 2 < lines.size(); i += 3) {
-    SCOPED_TRACE(lines[i] + " " + lines[i + 1]);
-    const std::string expected = lines[i + 2] == "equal" ? "" : lines[i + 2];
-    write("A", lines[i]);
-    write("B", lines[i + 1]);
-    const Outcome outcome = shell("$nebxml diff A B --lenient");
-    EXPECT_EQ(outcome.output, expected);
-    EXPECT_EQ(outcome.status, expected.empty() ? 0 : 1);
+TEST_F(Tool, FindsEveryDifference) {
+  struct Comparison {
+    std::string options, first, second, output;
+  };
+  std::vector<Comparison> comparisons;
+  std::string options;
+  for (const std::string &line : tables::linesOf("differences.txt")) {
+    if (line[0] == '$') {
+      options = line.substr(1);
+    } else if (line[0] != '<') {
+      comparisons.back().output += line + "\n";
+    } else if (comparisons.empty() || !comparisons.back().second.empty()) {
+      comparisons.push_back({options, line, "", ""});
+    } else {
+      comparisons.back().second = line;
+    }
+  }
+  for (const Comparison &each : comparisons) {
+    SCOPED_TRACE(each.first + " " + each.second + each.options);
+    write("A", each.first);
+    write("B", each.second);
+    const Outcome outcome = shell("$nebxml diff A B" + each.options);
+    EXPECT_EQ(outcome.output, each.output);
+    EXPECT_EQ(outcome.status, each.output.empty() ? 0 : 1);
+    EXPECT_EQ(outcome.errors, "");
   }
 }
 

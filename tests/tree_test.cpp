@@ -276,6 +276,8 @@ TEST(Arguments, OfTheWrongKindChangeNothing) {
   with.check(NEB_XML_GetNodeValue, n, nullptr, nullptr, nullptr, nullptr);
   with.check(NEB_XML_GetNodeInfo, n, &info);
   with.check(NEB_XML_Locate, n, "<e/>", 4, &location);
+  const XmlNode *const nodes[] = {n};
+  with.check(NEB_XML_LocateNodes, nodes, 1, "<e/>", 4, &location);
   EXPECT_EQ(NEB_XML_Locate(n, "<e/>", 0, &location), kInvalid);
   EXPECT_EQ(NEB_XML_SaveBytes(nullptr, "x", 1), kInvalid);
   EXPECT_EQ(NEB_XML_SaveBytes("x", nullptr, 1), kInvalid);

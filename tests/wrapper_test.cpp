@@ -552,6 +552,7 @@ TEST(Wrapper, ReadsStrictlyWithOptions) {
          {Document::parse(text, options), Document::parse_file(path, options)}) {
       EXPECT_EQ(document.error().code, code) << text;
       EXPECT_EQ(document.error().message.empty(), code == kOk) << text;
+      EXPECT_EQ(document.error().is_well_formed, std::string_view(text) == "<a>b<c/></a>") << text;
     }
   }
   const auto wrong = Document::parse("<first>\n<second></third></first>");
@@ -605,6 +606,10 @@ TEST(Wrapper, LocatesNodesAndEditsBytes) {
   EXPECT_TRUE(b.locate(kBytes)->line == 3 && b.locate(kBytes)->column == 3);
   EXPECT_EQ(b.first_attribute().locate(kBytes)->column, 6U);
   EXPECT_EQ(b.locate("<a/>").error().code, kNotFound);
+  const std::vector<ConstNode> both = {b, document.root()};
+  const auto found = neb::xml::locate(both, kBytes);
+  EXPECT_TRUE(found->at(0).whole.begin == 17 && found->at(1).line == 2 && found->size() == 2);
+  EXPECT_EQ(neb::xml::locate(both, "<a/>").error().code, kNotFound);
   EXPECT_EQ(Node().locate(kBytes).error().code, kInvalid);
   std::vector<neb::xml::Edit> edits(1);
   edits[0].kind = NEB_XML_EDIT_SET_VALUE;

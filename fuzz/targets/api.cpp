@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -797,6 +798,7 @@ class Machine {
     if (succeeded(NEB_XML_Locate(node, text, length, &at))) {
       require(std::string(text + at.name.begin, text + at.name.end) == trees::qualifiedName(node));
     }
+    locateTwice(node, {text, length}, at);
     const NEB_XML_EDIT edit = {NEB_XML_EDIT_RENAME, 0,       node,    nullptr,
                                node->name,          nullptr, nullptr, {}};
     std::string edited;
@@ -804,6 +806,19 @@ class Machine {
       require(edited == text);
     }
     NEB_XML_FreeMem(text);
+  }
+
+  // With its parent, and again.
+  void locateTwice(const XmlNode *node, std::string_view text, const NEB_XML_LOCATION &expected) {
+    const XmlNode *const nodes[] = {node, NEB_XML_GetNodeParent(node), node};
+    const size_t count = nodes[1] == nullptr ? 1 : std::size(nodes);
+    NEB_XML_LOCATION at[std::size(nodes)] = {};
+    if (!succeeded(NEB_XML_LocateNodes(nodes, count, text.data(), text.size(), at))) return;
+    if (expected.line == 0) return;  // memory ran out for it
+    for (const size_t i : {size_t{0}, count - 1}) {
+      require(std::memcmp(&at[i], &expected, sizeof expected) == 0);
+    }
+    require(count == 1 || at[1].whole.begin < at[0].whole.begin);
   }
 
   // All strings are ASCII, so that it writes and refuses what exact printing does.

@@ -68,19 +68,32 @@ bool isLessKnown(const std::string &text) {
          holds(text, "encoding");
 }
 
+// What another parser reads; "refused" if it reads nothing.
+std::string outlineByOthers(const std::string &text) {
+  using namespace other_parsers;
+  const std::string byExpat = outlineBy(kExpat, text);
+  return byExpat == "refused" && isLessKnown(text) ? outlineBy(kLibxml2, text) : byExpat;
+}
+
 // A document type declaration is not checked in all of its parts, and may change what is read.
 void requireAccepted(const std::string &text, const std::string &outline) {
-  using namespace other_parsers;
+  require(holds(text, "<!DOCTYPE") || outlineByOthers(text) == outline);
+}
+
+// Only entities and other encodings end the check of what is not supported.
+void requireUnsupported(const std::string &text, const NEB_XML_PARSE_ERROR &error) {
   if (holds(text, "<!DOCTYPE")) return;
-  const std::string byExpat = outlineBy(kExpat, text);
-  const bool isUnknown = byExpat == "refused" && isLessKnown(text);
-  require((isUnknown ? outlineBy(kLibxml2, text) : byExpat) == outline);
+  const bool isOther = error.reason == reasons::kEncoding || error.reason == reasons::kUtf16 ||
+                       error.reason == reasons::kUtf32;
+  require((error.isWellFormed == 1) != isOther);
+  require(isOther || outlineByOthers(text) != "refused");
 }
 
 // Expat accepts any version.
 void requireRefused(const std::string &text, const NEB_XML_PARSE_ERROR &error) {
-  if (error.code == NEB_XML_ERR_UNSUPPORTED || error.reason == reasons::kDeclarationVersion) return;
-  require(error.code == kSyntax);
+  if (error.code == NEB_XML_ERR_UNSUPPORTED) return requireUnsupported(text, error);
+  require(error.code == kSyntax && error.isWellFormed == 0);
+  if (error.reason == reasons::kDeclarationVersion) return;
   require(other_parsers::outlineBy(other_parsers::kExpat, text) == "refused");
 }
 

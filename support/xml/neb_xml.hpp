@@ -8,12 +8,12 @@
  *
  * Failures are values: a Status, or a Result that holds a value or an Error. What may throw:
  *
- *   - std::bad_alloc, from a call that makes or fills a std::string, if memory runs out;
+ *   - std::bad_alloc, from a call that makes or fills a std::string or std::vector, if memory runs out;
  *   - BadResult, from Result::value and Result::value_or only;
  *   - what a sink or stream throws that a document is printed to.
  *
  * Nothing leaks then, and no document is changed. Without exceptions, value and value_or are not
- * declared, and the program ends where a std::string cannot be made.
+ * declared, and the program ends where a std::string or std::vector cannot be made.
  *
  * Names are whole names: "p:port" has the prefix p and the local name port. A name without a colon
  * finds elements by their local name, whatever the prefix, as in paths, and attributes without a
@@ -49,6 +49,7 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "neb_xml.h"
 
@@ -1325,7 +1326,8 @@ NEB_XML_READ_OPTIONS in_c_of(const ReadOptions &options, char (&message)[size]) 
 
 /** Why and where a document could not be read. */
 struct ParseError : Error {
-  std::string message; /**< A sentence with the names that it is about. */
+  std::string message;         /**< A sentence with the names that it is about. */
+  bool is_well_formed = false; /**< With NEB_XML_ERR_UNSUPPORTED: all was checked and is XML. */
 
   const char *what() const noexcept { return message.empty() ? reason : message.c_str(); }
 };
@@ -1416,9 +1418,28 @@ class Document : public detail::Owner {
     if (code == NEB_XML_OK) return Document(node);
     return ParseError{{code, error.reason, error.offset, error.line, error.column,
                        static_cast<int>(error.systemError)},
-                      message};
+                      message,
+                      error.isWellFormed != 0};
   }
 };
+
+/**
+ * Where many nodes are in the document that they were read from, by one reading. See
+ * NEB_XML_LocateNodes.
+ *
+ * nodes  an array or container of nodes or attributes of one document.
+ * Returns a Location for each of them, in their order.
+ */
+template <typename Nodes>
+Result<std::vector<Location>> locate(const Nodes &nodes, std::string_view document) {
+  std::vector<const XmlNode *> in_c;
+  for (const auto &node : nodes) in_c.push_back(node.get());
+  std::vector<Location> locations(in_c.size());
+  const std::uint32_t code = NEB_XML_LocateNodes(in_c.data(), in_c.size(), document.data(),
+                                                 document.size(), locations.data());
+  if (code != NEB_XML_OK) return detail::error_of(code);
+  return locations;
+}
 
 /**
  * Edits a document and keeps the rest of it byte for byte. See NEB_XML_EditBytes.

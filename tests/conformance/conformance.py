@@ -78,6 +78,24 @@ def compare_trees(cases, results):
     return same, errors
 
 
+def check_verdicts(language, cases, results):
+    """The refused tests that are reported as well-formed: how many the suite calls so, how many by
+    which departure it does not, and the errors."""
+    right, explained, errors = 0, Counter(), []
+    for case in cases:
+        result = results[case.path]
+        if case.kind == "error" or not is_refused(result) or not result.is_well_formed:
+            continue
+        if case.is_well_formed:
+            right += 1
+            continue
+        found = language.explain_accepted(case, read(case.path))
+        explained.update(found)
+        if len(found) != 1:
+            errors.append(f"{case.name} ({case.path}) is not well-formed, explained by {found}")
+    return right, explained, errors
+
+
 def class_rows(cases, results):
     """The rows of the document's table of classes."""
     counts = Counter()
@@ -150,6 +168,11 @@ def run(library, language, cases, document):
         for name in names:
             print(f"  {len(sorted_cases[name]):4} {name}")
     if language.flags == STRICT:
+        right, explained, wrong = check_verdicts(language, cases, results)
+        errors += wrong
+        called = ", ".join(f"{count} by `{name}`" for name, count in sorted(explained.items()))
+        lines += [f"`isWellFormed` is 1 for {right} of them.", f"not well-formed: {called}."]
+        print(f"refused and called well-formed: {right}\nnot so by the suite: {called}")
         same, different = compare_trees(cases, results)
         errors += different
         lines.append(f"{same} of the accepted tests")

@@ -7,13 +7,14 @@ from suite import Element
 UNSUPPORTED = 0x1F00070B
 LENIENT, STRICT = 0, 2  # flags of a parse
 
-# Why a document was refused, and the reported position.
-Refusal = namedtuple("Refusal", "code reason offset")
+# Why a document was refused, the reported position, and whether the rest is well-formed.
+Refusal = namedtuple("Refusal", "code reason offset is_well_formed")
 
 
 class _Error(ctypes.Structure):
     _fields_ = [("code", ctypes.c_uint32), ("reason", ctypes.c_char_p),
-                ("offset", ctypes.c_size_t), ("others", ctypes.c_size_t * 12)]
+                ("offset", ctypes.c_size_t), ("others", ctypes.c_size_t * 10),
+                ("is_well_formed", ctypes.c_size_t), ("reserved", ctypes.c_size_t * 2)]
 
 
 class _Node(ctypes.Structure):
@@ -42,7 +43,7 @@ class Library:
         code = self._calls.NEB_XML_ParseFileInfo(
             str(path).encode(), flags, ctypes.byref(document), ctypes.byref(error))
         if code != 0:
-            return Refusal(code, error.reason.decode(), error.offset)
+            return Refusal(code, error.reason.decode(), error.offset, error.is_well_formed == 1)
         tree = self._tree(document)
         node = document
         while node:

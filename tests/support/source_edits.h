@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -61,7 +63,9 @@ class Check {
  public:
   Check(const std::string &bytes, Choose choose)
       : bytes_(bytes), choose_(std::move(choose)), tree_(bytes), content_(kContent) {
-    if (tree_.root != nullptr) nodes_ = nodesOf(tree_.root);
+    if (tree_.root == nullptr) return;
+    nodes_ = nodesOf(tree_.root);
+    locateAll();
   }
 
   bool isReadable() const { return tree_.root != nullptr; }
@@ -72,7 +76,6 @@ class Check {
     edits_.clear();
     for (size_t i = 0; i < count; ++i) edits_.push_back(anyEdit());
     out_.clear();
-    failure_.clear();
     const std::string before = describedAlone(tree_.root);
     const uint32_t code =
         NEB_XML_EditBytes(bytes_.data(), bytes_.size(), edits_.data(), count, append, &out_);
@@ -85,7 +88,6 @@ class Check {
 
   // Checks where a node is.
   std::string locate(size_t number) {
-    failure_.clear();
     checkLocation(nodes_[number]);
     return failure_;
   }
@@ -209,8 +211,28 @@ class Check {
     return location;
   }
 
+  // In any order, and one of them twice.
+  void locateAll() {
+    std::vector<const XmlNode *> nodes(nodes_.begin(), nodes_.end());
+    std::shuffle(nodes.begin(), nodes.end(), std::mt19937(2026));
+    nodes.push_back(nodes[0]);
+    std::vector<NEB_XML_LOCATION> locations(nodes.size());
+    expect(NEB_XML_LocateNodes(nodes.data(), nodes.size(), bytes_.data(), bytes_.size(),
+                               locations.data()) == kOk,
+           "not located at once");
+    for (size_t i = 0; i < nodes.size(); ++i) {
+      const auto [known, isNew] = located_.try_emplace(nodes[i], locations[i]);
+      expect(isNew || isSame(known->second, locations[i]), "located twice, in two ways");
+    }
+  }
+
+  static bool isSame(const NEB_XML_LOCATION &a, const NEB_XML_LOCATION &b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+  }
+
   void checkLocation(const XmlNode *node) {
     const NEB_XML_LOCATION at = locationOf(node);
+    expect(isSame(at, located_.at(node)), "located otherwise among all nodes");
     const std::string before = bytes_.substr(0, at.whole.begin);
     const size_t line = before.rfind('\n') == before.npos ? 0 : before.rfind('\n') + 1;
     expect(at.line == 1U + static_cast<size_t>(std::count(before.begin(), before.end(), '\n')) &&
@@ -383,6 +405,7 @@ class Check {
   Tree tree_;
   Tree content_;
   std::vector<XmlNode *> nodes_;
+  std::map<const XmlNode *, NEB_XML_LOCATION> located_;
   std::vector<NEB_XML_EDIT> edits_;
   std::string out_;
   std::string failure_;

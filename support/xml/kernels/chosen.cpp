@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "kernels/testing.h"
+#include "neb_xml.h"
 
 namespace neb::xml::internal {
 
@@ -57,3 +58,5 @@ const Kernel &chosenKernel() {
 }
 
 }  // namespace neb::xml::internal
+
+const char *NEB_XML_GetKernelName() { return neb::xml::internal::chosenKernel().name; }

@@ -120,6 +120,9 @@ class TreeBuilder {
   bool failEndTag(const char *endTag, const Run & /*name*/) {
     return fail(reasons::kEndTagOther, endTag);
   }
+  bool passUnsupported(const char *reason, const char *at, const Run & /*name*/) {
+    return fail(reason, at);
+  }
   static const char *openTag() { return nullptr; }
   static Run openName() { return {}; }
 

@@ -37,15 +37,20 @@ CheckingBuilder::~CheckingBuilder() {
 bool CheckingBuilder::fail(const char *reason, const char *at) { return failAbout(reason, at, {}); }
 
 bool CheckingBuilder::failAbout(const char *reason, const char *at, const Run &name) {
-  if (hasFailed()) return false;
-  const bool isMixed = reason == reasons::kMixedChild || reason == reasons::kMixedText;
-  failure_ = {reason, at, isMixed ? innermost() : OpenTag{}, {}, name};
+  if (!hasFailed()) failure_ = {reason, at, {}, {}, name};
   return false;
 }
 
 bool CheckingBuilder::failEndTag(const char *endTag, const Run &name) {
   if (!hasFailed()) failure_ = {reasons::kEndTagOther, endTag, innermost(), name, name};
   return false;
+}
+
+bool CheckingBuilder::passUnsupported(const char *reason, const char *at, const Run &name) {
+  if (unsupported_.reason != nullptr) return true;
+  const bool isMixed = reason == reasons::kMixedChild || reason == reasons::kMixedText;
+  unsupported_ = {reason, at, isMixed ? innermost() : OpenTag{}, {}, name};
+  return true;
 }
 
 bool CheckingBuilder::failForMemory(const char *at) { return fail(reasons::kNoMemory, at); }
@@ -132,7 +137,8 @@ bool CheckingBuilder::checkPrefix(const char *name, size_t length) {
   if (colon == nullptr) return true;
   const auto prefixLength = static_cast<size_t>(static_cast<const char *>(colon) - name);
   if (prefixLength == 0 || prefixLength == length - 1) {
-    return fail(reasons::kElementNameColon, openTag());
+    // Strict reading has passed over the name in the start tag.
+    return unsupported_.reason != nullptr || fail(reasons::kElementNameColon, openTag());
   }
   const Run prefix = runOf(name, prefixLength);
   DecodingFailure failure = {};

@@ -38,6 +38,8 @@ class CheckingBuilder {
     Run about = {};  // the name that the reason is about
   };
   const Failure &failure() const { return failure_; }
+  // The first thing that a tree cannot hold, in strict reading; what follows was checked as well.
+  const Failure &unsupported() const { return unsupported_; }
 
   bool hasFailed() const { return failure_.reason != nullptr; }
   bool hasOpen() const { return openTags_ != 0; }
@@ -57,6 +59,9 @@ class CheckingBuilder {
   bool fail(const char *reason, const char *at);
   bool failAbout(const char *reason, const char *at, const Run &name);
   bool failEndTag(const char *endTag, const Run &name);
+  // Well-formed, but not for a tree. True if the tokenizer is to go on behind it: what follows may
+  // be malformed.
+  bool passUnsupported(const char *reason, const char *at, const Run &name);
 
   bool startElement(const char *tag, const Run &name);
   bool startAttribute(const Run &prefix, const Run &name);
@@ -88,6 +93,7 @@ class CheckingBuilder {
   size_t nodes_ = 0;
   Run attributeName_ = {};  // with its prefix
   Failure failure_;
+  Failure unsupported_;
   OpenTag *tags_ = nullptr;
   size_t openTags_ = 0;
   size_t capacity_ = 0;  // of tags_

@@ -43,8 +43,17 @@ bool isOneOf(const char *const (&reasons)[size], const char *reason) {
   return false;
 }
 
+bool exceedsMemory(const ReadRequest &request) {
+  const MemoryLimit *limit = request.allocator.limit;
+  return limit != nullptr && limit->wasExceeded();
+}
+
 // In strict reading. Without a document type declaration no entity can have been declared.
-uint32_t codeOf(const char *reason, bool hasDoctype) {
+uint32_t codeOf(const char *reason, const ReadRequest &request, bool hasDoctype) {
+  if (reason == nullptr) return NEB_XML_OK;
+  if (reason == reasons::kNoMemory) {
+    return exceedsMemory(request) ? NEB_XML_ERR_LIMIT : NEB_XML_ERR_NO_MEMORY;
+  }
   if (isOneOf(kLimits, reason)) return NEB_XML_ERR_LIMIT;
   const bool isDeclared = reason == reasons::kEntity && hasDoctype;
   return isDeclared || isOneOf(kUnsupported, reason) ? NEB_XML_ERR_UNSUPPORTED : NEB_XML_ERR_SYNTAX;
@@ -129,24 +138,42 @@ const char *findForbiddenBefore(const char *text, const char *end, const Failure
   return isFirst ? forbidden : nullptr;
 }
 
+// A character that makes the document malformed, whatever its markup; without a reason if none does.
+Failure findWrongCharacter(const char *text, const char *end, const Failure &failure,
+                           bool declaresAscii) {
+  if (const char *forbidden = findForbiddenBefore(text, end, failure)) {
+    return {reasonOfForbidden(forbidden, end), forbidden, {}, {}, {}};
+  }
+  if (failure.reason != nullptr || !declaresAscii) return {};
+  const char *other = findOtherThanAscii(text, end);
+  return other == end ? Failure{} : Failure{reasons::kNotAscii, other, {}, {}, {}};
+}
+
+// Behind what a tree cannot hold, checking has gone on: what is malformed there counts more. A limit
+// that ends the checking counts less.
+uint32_t reportChecked(const Reported &document, const CheckingBuilder &checked, bool hasDoctype) {
+  const Failure &failure = checked.failure();
+  const bool isWhole = failure.reason == nullptr;
+  const uint32_t code = codeOf(failure.reason, document.request, hasDoctype);
+  const bool isFinal = code == NEB_XML_ERR_SYNTAX || code == NEB_XML_ERR_NO_MEMORY;
+  if (checked.unsupported().reason != nullptr && !isFinal) {
+    reportFailure(document, NEB_XML_ERR_UNSUPPORTED, checked.unsupported());
+    document.error->isWellFormed = isWhole ? 1 : 0;
+    return NEB_XML_ERR_UNSUPPORTED;
+  }
+  if (isWhole || failure.reason == reasons::kNoMemory) return reportMemory(document);
+  return reportFailure(document, code, failure);
+}
+
 uint32_t findStrictFailure(const Reported &document, const char *text, const char *end) {
   CheckingBuilder builder(document.request.allocator, document.request.limits);
   StrictTokenizer<CheckingBuilder> tokenizer(&builder, text);
   if (document.request.refusesDoctype) tokenizer.refuseDoctype();
-  const bool isWellFormed = tokenizer.skipProlog() && tokenizer.readAll();
-  const Failure &failure = builder.failure();
-  if (const char *forbidden = findForbiddenBefore(text, end, failure)) {
-    return reportFailure(document, NEB_XML_ERR_SYNTAX,
-                         {reasonOfForbidden(forbidden, end), forbidden, {}, {}, {}});
-  }
-  if (isWellFormed && tokenizer.declaresAscii()) {
-    const char *other = findOtherThanAscii(text, end);
-    if (other != end) {
-      return reportFailure(document, NEB_XML_ERR_SYNTAX, {reasons::kNotAscii, other, {}, {}, {}});
-    }
-  }
-  if (isWellFormed || failure.reason == reasons::kNoMemory) return reportMemory(document);
-  return reportFailure(document, codeOf(failure.reason, tokenizer.hasDoctype()), failure);
+  if (tokenizer.skipProlog()) tokenizer.readAll();
+  const Failure character =
+      findWrongCharacter(text, end, builder.failure(), tokenizer.declaresAscii());
+  if (character.reason != nullptr) return reportFailure(document, NEB_XML_ERR_SYNTAX, character);
+  return reportChecked(document, builder, tokenizer.hasDoctype());
 }
 
 }  // namespace
@@ -154,7 +181,9 @@ uint32_t findStrictFailure(const Reported &document, const char *text, const cha
 uint32_t reportWithoutPosition(uint32_t code, const char *reason, const ReadRequest &request,
                                NEB_XML_PARSE_ERROR *error) {
   if (error != nullptr) {
-    *error = {code, reason, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, {}};
+    *error = {};
+    error->code = code;
+    error->reason = reason;
   }
   const Failure failure = {reason, nullptr, {}, {}, {}};
   writeMessage(failure, request.message, request.messageSize);
@@ -162,8 +191,7 @@ uint32_t reportWithoutPosition(uint32_t code, const char *reason, const ReadRequ
 }
 
 uint32_t reportMemory(const ReadRequest &request, NEB_XML_PARSE_ERROR *error) {
-  const MemoryLimit *limit = request.allocator.limit;
-  if (limit != nullptr && limit->wasExceeded()) {
+  if (exceedsMemory(request)) {
     return reportWithoutPosition(NEB_XML_ERR_LIMIT, reasons::kTooManyBytes, request, error);
   }
   return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, request, error);
@@ -189,9 +217,9 @@ uint32_t parseAndReport(const char *bytes, size_t length, const ReadRequest &req
     *outDoc = parsed;
     return result;
   }
-  const MemoryLimit *limit = request.allocator.limit;
-  const bool isLimited = limit != nullptr && limit->wasExceeded();
-  if (result == NEB_XML_ERR_NO_MEMORY || isLimited) return reportMemory(request, error);
+  if (result == NEB_XML_ERR_NO_MEMORY || exceedsMemory(request)) {
+    return reportMemory(request, error);
+  }
   return request.isStrict ? findStrictFailure(document, text, end) : findFailure(document, text);
 }
 

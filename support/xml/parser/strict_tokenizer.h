@@ -16,7 +16,7 @@ namespace neb::xml::internal {
 // Does for well-formed XML what the tokenizer does for the lenient language: splits the document
 // into tokens and reports them to a builder of the same functions. Whether the bytes are UTF-8 of
 // allowed characters is checked elsewhere. What is well-formed, but cannot be held by a tree of
-// elements and texts, is refused too.
+// elements and texts, is reported to the builder, which decides whether reading goes on.
 //
 // One step reads the whole content between a start tag and the tag that follows: white space, text,
 // CDATA sections, comments and processing instructions. The latter two do not end a text.
@@ -163,11 +163,13 @@ class StrictTokenizer {
     if (end == name) return failNoName(name);
     if (!endsTag(end) && !isWhitespace(*end)) return failName(name, end);
     const Run run = {name, static_cast<size_t>(end - name), true};
-    if (*name == ':' || end[-1] == ':') {
-      return builder_.failAbout(reasons::kElementNameColon, token_, run);
-    }
-    cursor_ = end;
-    return builder_.startElement(token_, run);
+    if (*name != ':' && end[-1] != ':') return startElement(run);
+    return builder_.passUnsupported(reasons::kElementNameColon, token_, run) && startElement(run);
+  }
+
+  bool startElement(const Run &name) {
+    cursor_ = name.begin + name.length;
+    return builder_.startElement(token_, name);
   }
 
   bool failName(const char *name, const char *end) {
@@ -225,7 +227,9 @@ class StrictTokenizer {
     if (colon == nullptr) return builder_.startAttribute({name, 0, true}, {name, length, true});
     const auto prefixLength = static_cast<size_t>(colon - name);
     if (prefixLength == 0 || prefixLength == length - 1) {
-      return builder_.failAbout(reasons::kAttributeNameColon, name, {name, length, true});
+      const Run whole = {name, length, true};
+      return builder_.passUnsupported(reasons::kAttributeNameColon, name, whole) &&
+             builder_.startAttribute({name, 0, true}, whole);
     }
     return builder_.startAttribute({name, prefixLength, true},
                                    {colon + 1, length - prefixLength - 1, true});
@@ -270,17 +274,18 @@ class StrictTokenizer {
       const bool isSet = !content.hasCharacters() || builder_.setText(content.run());
       return isSet && readEndTag();
     }
-    if (!content.hasText()) return readStartTag();
-    return isTagName(cursor_ + 1) ? failMixed(cursor_) : readStartTag();
+    const bool isMixed = content.hasText() && isTagName(cursor_ + 1);
+    return isMixed ? readChildAfter(content.run()) : readStartTag();
   }
 
   static bool isTagName(const char *name) { return findNameEnd(name) != name; }
 
-  // A child is about to begin behind text.
-  bool failMixed(const char *tag) {
-    const char *name = tag + 1;
+  // A child that begins behind text.
+  bool readChildAfter(const Run &text) {
+    const char *name = cursor_ + 1;
     const auto length = static_cast<size_t>(findNameEnd(name) - name);
-    return builder_.failAbout(reasons::kMixedChild, tag, {name, length, true});
+    return builder_.passUnsupported(reasons::kMixedChild, cursor_, {name, length, true}) &&
+           builder_.setText(text) && readStartTag();
   }
 
   // The content between a child and the next tag, and that tag.
@@ -289,8 +294,9 @@ class StrictTokenizer {
     if (*cursor_ == '\0') return failOpenElement();
     if (beginsEndTag(cursor_)) return readEndTag();
     const bool isText = *cursor_ != '<' || begins(cursor_, kCdataBegin);
-    if (isText) return builder_.failAbout(reasons::kMixedText, cursor_, builder_.openName());
-    return readStartTag();
+    if (!isText) return readStartTag();
+    return builder_.passUnsupported(reasons::kMixedText, cursor_, builder_.openName()) &&
+           readContent();
   }
 
   Builder &builder_;

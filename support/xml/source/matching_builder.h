@@ -42,6 +42,9 @@ class MatchingBuilder {
     return fail(reason, at);
   }
   bool failEndTag(const char *endTag, const Run & /*name*/) { return fail(nullptr, endTag); }
+  bool passUnsupported(const char *reason, const char *at, const Run & /*name*/) {
+    return fail(reason, at);
+  }
 
   bool startElement(const char *tag, const Run &name);
   bool startAttribute(const Run &prefix, const Run &name);

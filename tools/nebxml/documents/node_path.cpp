@@ -65,18 +65,21 @@ std::optional<std::string_view> NodePaths::extend(const std::string &segment, ui
   return path_;
 }
 
-std::string pathOf(const std::vector<XmlNode *> &topLevelNodes, const XmlNode *wanted) {
+std::vector<std::optional<std::string>> pathsOf(const std::vector<XmlNode *> &topLevelNodes,
+                                                const std::vector<const XmlNode *> &wanted) {
+  std::vector<std::optional<std::string>> result;
   NodePaths paths(topLevelNodes.front());
   for (const XmlNode *root : topLevelNodes) {
     size_t depth = 0;
     for (const XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
+      if (result.size() == wanted.size()) return result;
       const auto path = paths.enter(node, depth);
-      if (node == wanted) {
-        return path ? std::string(*path) : nodeStrings(node).qualifiedName().append(kNoPath);
+      while (result.size() < wanted.size() && wanted[result.size()] == node) {
+        result.emplace_back(path);
       }
     }
   }
-  return "";
+  return result;
 }
 
 }  // namespace nebxml

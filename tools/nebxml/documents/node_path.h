@@ -40,8 +40,11 @@ class NodePaths {
   std::string path_;
 };
 
-// The path of a node; if it has none, its name and kNoPath.
-std::string pathOf(const std::vector<XmlNode *> &topLevelNodes, const XmlNode *wanted);
+// The paths of nodes, computed in one walk.
+//
+// wanted  in document order; a node may occur several times
+std::vector<std::optional<std::string>> pathsOf(const std::vector<XmlNode *> &topLevelNodes,
+                                                const std::vector<const XmlNode *> &wanted);
 
 // Printed after the name of a node that has no path.
 inline constexpr std::string_view kNoPath = " (no path)";

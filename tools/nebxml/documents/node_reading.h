@@ -16,7 +16,7 @@ struct NodeStrings {
   std::string_view value;
 
   std::string qualifiedName() const;
-  bool operator==(const NodeStrings &) const = default;
+  auto operator<=>(const NodeStrings &) const = default;
 };
 
 NodeStrings nodeStrings(const XmlNode *node);

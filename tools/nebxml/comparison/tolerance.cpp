@@ -1,0 +1,24 @@
+#include "comparison/tolerance.h"
+
+namespace nebxml {
+
+constexpr char kAttributeMark = '@';
+
+Tolerance::Tolerance(bool ignoresOrder, const std::vector<std::string> &ignored)
+    : ignoresOrder_(ignoresOrder) {
+  for (const std::string &name : ignored) {
+    if (name.front() == kAttributeMark) {
+      attributes_.insert(name.substr(1));
+    } else {
+      elements_.insert(name);
+    }
+  }
+}
+
+bool Tolerance::isIn(const Names &names, const XmlNode *node) {
+  if (names.empty()) return false;
+  const NodeStrings strings = nodeStrings(node);
+  return names.contains(strings.name) || names.contains(strings.qualifiedName());
+}
+
+}  // namespace nebxml
