@@ -133,9 +133,9 @@ NEB_XML_API uint32_t NEB_XML_GetVersion(char *buffer, uint32_t size);
 /**
  * Names the code that parsing uses on this processor, for messages and reports of speed.
  *
- * Returns a constant string, never null: "avx2", "sse2" or "neon" for these instructions, "portable"
- * for code that runs on every processor. A later version may return other names. The first parse or
- * the first call of this function chooses; the choice does not change afterwards.
+ * Returns a constant string, never null: "avx2", "sse2" or "neon" for these instructions, and
+ * "portable" for code that runs on every processor. A later version may return other names. The
+ * first parse or the first call of this function chooses; the choice does not change afterwards.
  */
 NEB_XML_API const char *NEB_XML_GetKernelName(void);
 
@@ -278,8 +278,8 @@ typedef struct NEB_XML_PARSE_ERROR {
   size_t nameOffset;      /**< The name of what the reason is about: of an element, an attribute, an
                                entity or an encoding. */
   size_t nameLength;      /**< 0 if the reason is about no name. */
-  size_t isWellFormed;    /**< 1 with NEB_XML_ERR_UNSUPPORTED if strict reading has checked the whole
-                               document, and it is well-formed; otherwise 0. */
+  size_t isWellFormed;    /**< 1 with NEB_XML_ERR_UNSUPPORTED if strict reading has checked the
+                               whole document and found nothing malformed; otherwise 0. */
   size_t reserved[2];     /**< For later versions. This version sets them to 0. */
 } NEB_XML_PARSE_ERROR;
 
@@ -411,19 +411,18 @@ typedef struct NEB_XML_READ_OPTIONS {
  * Returns NEB_XML_OK;
  *   NEB_XML_ERR_INVALID_PARAM  a null argument, a length of 0, or options that are not allowed;
  *   NEB_XML_ERR_SYNTAX         the document is not well-formed;
- *   NEB_XML_ERR_UNSUPPORTED    the document holds what the tree cannot: text beside child elements,
- *                              or names that begin or end with ':'. It is well-formed if
- *                              error->isWellFormed is 1. Or the document may be well-formed, but was
- *                              not read to its end: it uses entities that it may declare itself, has
- *                              a text of 2 GiB or more, is in another encoding than UTF-8 or
- *                              US-ASCII, or has a document type declaration that the options refuse;
+ *   NEB_XML_ERR_UNSUPPORTED    the document is or may be well-formed, but holds what the tree
+ *                              cannot: text beside child elements, names that begin or end with
+ *                              ':', entities that it may declare itself, a text of 2 GiB or more;
+ *                              or it is in another encoding than UTF-8 or US-ASCII; or it has a
+ *                              document type declaration, and the options refuse that;
  *   NEB_XML_ERR_LIMIT          a limit of the options is exceeded;
  *   NEB_XML_ERR_NO_MEMORY.
  *
- * Behind text beside child elements, or a name with such a colon, the document is checked to its
- * end. If it is malformed there, the result is NEB_XML_ERR_SYNTAX, at that position. If a limit, or
- * what may be well-formed, ends the check, the result is NEB_XML_ERR_UNSUPPORTED at the first
- * position, and isWellFormed is 0.
+ * Behind text beside child elements, and behind names with such a colon, the document is checked to
+ * its end. If it is malformed there, the result is NEB_XML_ERR_SYNTAX, at that position. If it is
+ * not, error->isWellFormed is 1. Anything else that is not supported, and a limit, ends the check:
+ * the result is NEB_XML_ERR_UNSUPPORTED at the first position, and isWellFormed is 0.
  *
  * A failed read leaves no allocation behind. Cost: linear in the document, constant stack.
  */
@@ -1364,9 +1363,9 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_EditBytes(const char *bytes, size_
  * locations  receives the location of each node, in the order of nodes. All of them are unchanged
  *            on failure. May be null if count is 0.
  *
- * Returns the results of NEB_XML_Locate; NEB_XML_ERR_INVALID_PARAM also if one of the nodes is null;
- * NEB_XML_ERR_NOT_FOUND also for nodes of several trees. Cost: linear in the document and in the
- * depth of the first node, and sorting of the nodes. Memory: as NEB_XML_Locate, and at most 180
+ * Returns the results of NEB_XML_Locate; NEB_XML_ERR_INVALID_PARAM also if one of the nodes is
+ * null; NEB_XML_ERR_NOT_FOUND also for nodes of several trees. Cost: linear in the document and in
+ * the depth of the first node, and sorting of the nodes. Memory: as NEB_XML_Locate, and at most 180
  * bytes for each node.
  */
 NEB_XML_API uint32_t NEB_XML_LocateNodes(const XmlNode *const *nodes, size_t count,

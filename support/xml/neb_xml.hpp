@@ -8,7 +8,8 @@
  *
  * Failures are values: a Status, or a Result that holds a value or an Error. What may throw:
  *
- *   - std::bad_alloc, from a call that makes or fills a std::string or std::vector, if memory runs out;
+ *   - std::bad_alloc, from a call that makes or fills a std::string or std::vector, if memory runs
+ *     out;
  *   - BadResult, from Result::value and Result::value_or only;
  *   - what a sink or stream throws that a document is printed to.
  *

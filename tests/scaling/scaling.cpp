@@ -202,6 +202,48 @@ void addRefusals(std::vector<Case> &cases) {
   }
 }
 
+// ---- Strict reading
+
+void addChecks(std::vector<Case> &cases) {
+  const auto check = [](size_t size) -> Work {
+    return {[text = "<a>" + repeated("t<b/>", size) + "</a>"] {
+      XmlNode *document = nullptr;
+      NEB_XML_PARSE_ERROR error = {};
+      const uint32_t result = NEB_XML_Read(text.data(), text.size(), nullptr, &document, &error);
+      expect(result == NEB_XML_ERR_UNSUPPORTED && error.isWellFormed == 1, "checking");
+    }};
+  };
+  cases.push_back({"mixed content that is checked", check, 4 * kMany});
+}
+
+// All nodes at once, in any order.
+Work locating(const std::string &text) {
+  XmlNode *root = nullptr;
+  expect(NEB_XML_Read(text.data(), text.size(), nullptr, &root, nullptr) == NEB_XML_OK, "reading");
+  const Held document = held(root);
+  std::vector<const XmlNode *> nodes;
+  for (const XmlNode *each = root; each != nullptr; each = NEB_XML_Iterator(each)) {
+    nodes.push_back(each);
+  }
+  std::shuffle(nodes.begin(), nodes.end(), std::mt19937(kSeed));
+  return {[=] {
+    std::vector<NEB_XML_LOCATION> at(nodes.size());
+    const uint32_t result =
+        NEB_XML_LocateNodes(nodes.data(), nodes.size(), text.data(), text.size(), at.data());
+    expect(document != nullptr && result == NEB_XML_OK, "locating");
+  }};
+}
+
+void addLocations(std::vector<Case> &cases) {
+  const auto add = [&](const char *name, const char *node) {
+    cases.push_back(
+        {name, [node](size_t size) { return locating("<r>" + repeated(node, size) + "</r>"); },
+         kMany});
+  };
+  add("locations of nodes on one line", "<a/>");
+  add("locations of nodes on lines of their own", "<a/>\n");
+}
+
 // ---- Lookup, and memory sessions
 
 void addLookups(std::vector<Case> &cases) {
@@ -360,6 +402,8 @@ std::vector<Case> allCases() {
   std::vector<Case> cases;
   for (const Tree &tree : trees()) addTreeCases(tree, cases);
   addRefusals(cases);
+  addChecks(cases);
+  addLocations(cases);
   addLookups(cases);
   addSearches(cases);
   addSessions(cases);

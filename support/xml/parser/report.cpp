@@ -138,7 +138,7 @@ const char *findForbiddenBefore(const char *text, const char *end, const Failure
   return isFirst ? forbidden : nullptr;
 }
 
-// A character that makes the document malformed, whatever its markup; without a reason if none does.
+// A character that makes the document malformed, whatever its markup; no reason if none does.
 Failure findWrongCharacter(const char *text, const char *end, const Failure &failure,
                            bool declaresAscii) {
   if (const char *forbidden = findForbiddenBefore(text, end, failure)) {
@@ -149,8 +149,8 @@ Failure findWrongCharacter(const char *text, const char *end, const Failure &fai
   return other == end ? Failure{} : Failure{reasons::kNotAscii, other, {}, {}, {}};
 }
 
-// Behind what a tree cannot hold, checking has gone on: what is malformed there counts more. A limit
-// that ends the checking counts less.
+// Behind what a tree cannot hold, checking has gone on: what is malformed there counts more. What
+// only ends the checking, such as a limit, counts less.
 uint32_t reportChecked(const Reported &document, const CheckingBuilder &checked, bool hasDoctype) {
   const Failure &failure = checked.failure();
   const bool isWhole = failure.reason == nullptr;
