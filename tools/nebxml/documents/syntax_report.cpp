@@ -12,6 +12,9 @@ namespace {
 // The rest of the document has not been read, so nobody knows whether it is well-formed.
 constexpr const char *kMayBeXml = " (XML may allow it)";
 
+constexpr const char *kIsXml = "well-formed, but ";
+constexpr std::string_view kMixedContent = "mixed content is not supported: ";
+
 struct Position {
   size_t offset;
   size_t line;
@@ -45,6 +48,22 @@ std::string message(const std::string &fileName, const Position &position, const
          markedLine(text, position.offset);
 }
 
+bool isKnownWellFormed(const NEB_XML_PARSE_ERROR & /*error*/) { return false; }
+
+std::string sentenceOf(const NEB_XML_PARSE_ERROR &error, const std::string &cause) {
+  const std::string sentence = printable(cause);
+  if (error.code != NEB_XML_ERR_UNSUPPORTED) return sentence;
+  if (!isKnownWellFormed(error)) return sentence + kMayBeXml;
+  const bool isMixed = sentence.starts_with(kMixedContent);
+  return kIsXml +
+         (isMixed ? "uses mixed content: " + sentence.substr(kMixedContent.size()) : sentence);
+}
+
+ExitStatus statusOf(uint32_t code) {
+  if (code == NEB_XML_ERR_UNSUPPORTED) return ExitStatus::unsupported;
+  return code == NEB_XML_ERR_LIMIT ? ExitStatus::fileTrouble : ExitStatus::notFound;
+}
+
 }  // namespace
 
 CommandError syntaxReport(const std::string &fileName, const NEB_XML_PARSE_ERROR &error,
@@ -52,15 +71,16 @@ CommandError syntaxReport(const std::string &fileName, const NEB_XML_PARSE_ERROR
   // An empty file has no line. The position is then the first byte.
   const Position position{error.offset, std::max<size_t>(error.line, 1),
                           std::max<size_t>(error.column, 1)};
-  const bool isUnsupported = error.code == NEB_XML_ERR_UNSUPPORTED;
-  std::string report =
-      message(fileName, position, printable(cause) + (isUnsupported ? kMayBeXml : ""), text);
+  const std::string sentence = sentenceOf(error, cause);
+  std::string report = message(fileName, position, sentence, text);
   if (error.startNameLength > 0) {
     const auto name = text.substr(error.startNameOffset, error.startNameLength);
     report += '\n' + message(fileName, positionOf(text, error.startTagOffset),
                              "the start tag is here: <" + shortened(name) + '>', text);
   }
-  return {isUnsupported ? ExitStatus::unsupported : ExitStatus::notFound, report};
+  return {statusOf(error.code),
+          report,
+          {sentence, position.line, position.column, error.code == NEB_XML_ERR_LIMIT}};
 }
 
 }  // namespace nebxml
