@@ -19,7 +19,7 @@ struct Entry {
   bool isFolder;
 };
 
-bool isFolder(const std::string &name) {
+bool namesFolder(const std::string &name) {
   std::error_code ignored;
   return name != kStandardStream && fs::is_directory(name, ignored);
 }
@@ -93,7 +93,7 @@ std::vector<FoundFile> findFiles(const std::vector<std::string> &names,
                                  const std::vector<std::string> &patterns) {
   std::vector<FoundFile> found;
   for (const std::string &name : names) {
-    if (isFolder(name)) {
+    if (namesFolder(name)) {
       searchFolder(name, patterns, found);
     } else {
       found.push_back({name, ""});

@@ -38,7 +38,7 @@ class JsonReport : public Report {
     addPosition("column", finding.column);
     writer_.Key("code");
     writer_.Int(static_cast<int>(error.status()));
-    addString("status", statusWord(error));
+    addString("status", kindOf(error).status);
     addString("message", finding.sentence);
     writer_.EndObject();
     flush();

@@ -42,12 +42,6 @@ std::string percentEscaped(std::string_view text, std::string_view characters) {
   return result;
 }
 
-std::string titleOf(const std::string &status) {
-  if (status == "malformed") return "not well-formed";
-  if (status == "unsupported") return "not supported";
-  return status == "limit" ? "beyond a limit" : "not readable";
-}
-
 // A workflow command, which GitHub shows beside the line of the file.
 class GithubReport : public Report {
  public:
@@ -57,7 +51,7 @@ class GithubReport : public Report {
     if (finding.line > 0) {
       line += ",line=" + std::to_string(finding.line) + ",col=" + std::to_string(finding.column);
     }
-    writeReport(line + ",title=" + titleOf(statusWord(error)) +
+    writeReport(line + ",title=" + kindOf(error).title +
                 "::" + percentEscaped(finding.sentence, kEscapedInMessages) + '\n');
   }
 };

@@ -37,8 +37,9 @@ constexpr std::array<Format, 4> kFormats{{{"text", makeTextReport},
 }  // namespace
 
 std::vector<std::string> reportFormats() {
-  std::vector<std::string> names;
-  for (const Format &format : kFormats) names.emplace_back(format.name);
+  std::vector<std::string> names(kFormats.size());
+  std::transform(kFormats.begin(), kFormats.end(), names.begin(),
+                 [](const Format &format) { return format.name; });
   return names;
 }
 
@@ -48,10 +49,16 @@ std::unique_ptr<Report> makeReport(const std::string &format) {
   return found->make();
 }
 
-std::string statusWord(const CommandError &error) {
-  if (error.finding().isLimit) return "limit";
-  if (error.status() == ExitStatus::unsupported) return "unsupported";
-  return error.status() == ExitStatus::notFound ? "malformed" : "unreadable";
+Kind kindOf(const CommandError &error) {
+  if (error.finding().isLimit) return {"limit", "beyond a limit"};
+  switch (error.status()) {
+    case ExitStatus::notFound:
+      return {"malformed", "not well-formed"};
+    case ExitStatus::unsupported:
+      return {"unsupported", "not supported"};
+    default:
+      return {"unreadable", "not readable"};
+  }
 }
 
 }  // namespace nebxml

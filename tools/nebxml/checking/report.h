@@ -36,7 +36,12 @@ std::unique_ptr<Report> makeGithubReport();
 // An array with an object for each failure.
 std::unique_ptr<Report> makeJsonReport();
 
-// What a program tells apart.
-std::string statusWord(const CommandError &error);
+// What a kind of failure is called.
+struct Kind {
+  std::string status;  // for programs
+  std::string title;   // for people
+};
+
+Kind kindOf(const CommandError &error);
 
 }  // namespace nebxml

@@ -51,7 +51,7 @@ std::string message(const std::string &fileName, const Position &position, const
 bool isKnownWellFormed(const NEB_XML_PARSE_ERROR & /*error*/) { return false; }
 
 std::string sentenceOf(const NEB_XML_PARSE_ERROR &error, const std::string &cause) {
-  const std::string sentence = printable(cause);
+  std::string sentence = printable(cause);
   if (error.code != NEB_XML_ERR_UNSUPPORTED) return sentence;
   if (!isKnownWellFormed(error)) return sentence + kMayBeXml;
   const bool isMixed = sentence.starts_with(kMixedContent);
