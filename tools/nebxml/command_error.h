@@ -1,9 +1,11 @@
 // How a command fails: an exit status and a report.
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "terminal/printable.h"
 
@@ -25,18 +27,31 @@ inline bool isLessSevere(ExitStatus status, ExitStatus other) {
   return severity(status) < severity(other);
 }
 
+// What is wrong with a file, for programs.
+struct Finding {
+  std::string sentence;  // printable; the file's name is not in it
+  size_t line = 0;       // 0 if it is about the whole file
+  size_t column = 0;     // in bytes, from 1
+  bool isLimit = false;  // a limit that the user has set is exceeded
+};
+
 // what() is the whole report: printable, one or more lines, without the last line break.
 class CommandError : public std::runtime_error {
  public:
+  CommandError(ExitStatus status, const std::string &report, Finding finding)
+      : std::runtime_error(report), status_(status), finding_(std::move(finding)) {}
   CommandError(ExitStatus status, const std::string &report)
-      : std::runtime_error(report), status_(status) {}
+      : CommandError(status, report, Finding{report}) {}
   CommandError(ExitStatus status, const std::string &subject, const std::string &cause)
-      : CommandError(status, printable("nebxml: " + subject + ": " + cause)) {}
+      : CommandError(status, printable("nebxml: " + subject + ": " + cause),
+                     Finding{printable(cause)}) {}
 
   ExitStatus status() const noexcept { return status_; }
+  const Finding &finding() const noexcept { return finding_; }
 
  private:
   ExitStatus status_;
+  Finding finding_;
 };
 
 inline CommandError noMemory(const std::string &fileName) {

@@ -46,8 +46,9 @@ CommandError cannot(const std::string &action, const std::string &fileName) {
 }
 
 CommandError tooLarge(const std::string &fileName, size_t maxBytes) {
-  return {ExitStatus::fileTrouble, fileName,
-          "larger than " + std::to_string(maxBytes) + " bytes (--max-bytes)"};
+  const std::string cause = "larger than " + std::to_string(maxBytes) + " bytes (--max-bytes)";
+  return {ExitStatus::fileTrouble, printable("nebxml: " + fileName + ": " + cause),
+          Finding{cause, 0, 0, true}};
 }
 
 // Whether the rest of a document with a NUL byte is of no use. Until its first bytes have arrived,

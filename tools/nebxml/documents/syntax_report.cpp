@@ -12,22 +12,8 @@ namespace {
 // The rest of the document has not been read, so nobody knows whether it is well-formed.
 constexpr const char *kMayBeXml = " (XML may allow it)";
 constexpr const char *kDeepest = " (--max-depth)";
-
-struct Kind {
-  ExitStatus status;
-  std::string note;
-};
-
-Kind kindOf(uint32_t code) {
-  switch (code) {
-    case NEB_XML_ERR_UNSUPPORTED:
-      return {ExitStatus::unsupported, kMayBeXml};
-    case NEB_XML_ERR_LIMIT:
-      return {ExitStatus::fileTrouble, kDeepest};
-    default:
-      return {ExitStatus::notFound, ""};
-  }
-}
+constexpr const char *kIsXml = "well-formed, but ";
+constexpr std::string_view kMixedContent = "mixed content is not supported: ";
 
 struct Position {
   size_t offset;
@@ -62,6 +48,21 @@ std::string message(const std::string &fileName, const Position &position, const
          markedLine(text, position.offset);
 }
 
+std::string sentenceOf(const NEB_XML_PARSE_ERROR &error, const std::string &cause) {
+  std::string sentence = printable(cause);
+  if (error.code == NEB_XML_ERR_LIMIT) return sentence + kDeepest;
+  if (error.code != NEB_XML_ERR_UNSUPPORTED) return sentence;
+  if (error.isWellFormed == 0) return sentence + kMayBeXml;
+  const bool isMixed = sentence.starts_with(kMixedContent);
+  return kIsXml +
+         (isMixed ? "uses mixed content: " + sentence.substr(kMixedContent.size()) : sentence);
+}
+
+ExitStatus statusOf(uint32_t code) {
+  if (code == NEB_XML_ERR_UNSUPPORTED) return ExitStatus::unsupported;
+  return code == NEB_XML_ERR_LIMIT ? ExitStatus::fileTrouble : ExitStatus::notFound;
+}
+
 }  // namespace
 
 CommandError syntaxReport(const std::string &fileName, const NEB_XML_PARSE_ERROR &error,
@@ -69,14 +70,16 @@ CommandError syntaxReport(const std::string &fileName, const NEB_XML_PARSE_ERROR
   // An empty file has no line. The position is then the first byte.
   const Position position{error.offset, std::max<size_t>(error.line, 1),
                           std::max<size_t>(error.column, 1)};
-  const Kind kind = kindOf(error.code);
-  std::string report = message(fileName, position, printable(cause) + kind.note, text);
+  const std::string sentence = sentenceOf(error, cause);
+  std::string report = message(fileName, position, sentence, text);
   if (error.startNameLength > 0) {
     const auto name = text.substr(error.startNameOffset, error.startNameLength);
     report += '\n' + message(fileName, positionOf(text, error.startTagOffset),
                              "the start tag is here: <" + shortened(name) + '>', text);
   }
-  return {kind.status, report};
+  return {statusOf(error.code),
+          report,
+          {sentence, position.line, position.column, error.code == NEB_XML_ERR_LIMIT}};
 }
 
 CommandError syntaxReportAt(const std::string &fileName, size_t offset, uint32_t code,
