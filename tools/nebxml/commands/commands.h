@@ -11,10 +11,10 @@ namespace nebxml {
 // status  receives what the command returns if it does not throw
 void addCheck(CLI::App &app, ExitStatus &status);
 void addDiff(CLI::App &app, ExitStatus &status);
+void addGet(CLI::App &app, ExitStatus &status);
 
 void addTree(CLI::App &app);
 void addStat(CLI::App &app);
-void addGet(CLI::App &app);
 void addFmt(CLI::App &app);
 void addSet(CLI::App &app);
 void addDel(CLI::App &app);

@@ -1,6 +1,7 @@
 #include "documents/printing.h"
 
 #include <memory>
+#include <new>
 
 #include "command_error.h"
 
@@ -8,6 +9,18 @@ namespace nebxml {
 namespace {
 
 constexpr std::string_view kDeclaration = "<?xml version=\"1.0\"?>\n";
+
+CommandError unwritable(const Document &document) {
+  return {ExitStatus::notFound, document.fileName(),
+          "cannot be written as XML, which does not allow one of its names or values"};
+}
+
+uint32_t appendPart(void *text, const char *bytes, size_t length) noexcept try {
+  static_cast<std::string *>(text)->append(bytes, length);
+  return NEB_XML_OK;
+} catch (const std::bad_alloc &) {
+  return NEB_XML_ERR_NO_MEMORY;
+}
 
 }  // namespace
 
@@ -17,15 +30,20 @@ std::string printTree(const Document &document, const Layout &layout) {
     char *part = nullptr;
     const uint32_t result = NEB_XML_TransformIndented(top, layout.indent, &part);
     const std::unique_ptr<char, decltype(&NEB_XML_FreeMem)> owner(part, &NEB_XML_FreeMem);
-    if (result == NEB_XML_ERR_INVALID_PARAM) {
-      throw CommandError(
-          ExitStatus::notFound, document.fileName(),
-          "cannot be written as XML, which does not allow one of its names or values");
-    }
+    if (result == NEB_XML_ERR_INVALID_PARAM) throw unwritable(document);
     if (result != NEB_XML_OK) throw noMemory(document.fileName());
     whole += part;
   }
   return whole;
+}
+
+std::string printElement(const Document &document, const XmlNode *element, uint32_t indent) {
+  const NEB_XML_PRINT_OPTIONS options{sizeof options, NEB_XML_PRINT_NO_FINAL_LINE_END, indent};
+  std::string text;
+  const uint32_t result = NEB_XML_Print(element, &options, appendPart, &text);
+  if (result == NEB_XML_ERR_UNWRITABLE) throw unwritable(document);
+  if (result != NEB_XML_OK) throw noMemory(document.fileName());
+  return text;
 }
 
 }  // namespace nebxml

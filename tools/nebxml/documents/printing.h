@@ -16,4 +16,8 @@ struct Layout {
 // All top-level elements. Throws CommandError if XML cannot represent the tree.
 std::string printTree(const Document &document, const Layout &layout);
 
+// An element with all that is in it, without a final line end. Throws CommandError if no XML
+// document can hold it.
+std::string printElement(const Document &document, const XmlNode *element, uint32_t indent);
+
 }  // namespace nebxml
