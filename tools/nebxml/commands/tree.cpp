@@ -94,9 +94,9 @@ class TreePrinter {
   }
 
   void notePathless() const {
-    const std::string note = printable("nebxml: " + document_.fileName() +
-                                       ": nodes without a path, left out: " +
-                                       std::to_string(pathlessCount_));
+    const std::string note =
+        printable("nebxml: " + document_.fileName() +
+                  ": nodes without a path, left out: " + std::to_string(pathlessCount_));
     std::cerr << styled(Stream::errors, Style::note, note) << '\n';
   }
 

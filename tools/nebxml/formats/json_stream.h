@@ -15,15 +15,27 @@ using SizeType = std::size_t;
 
 namespace nebxml {
 
-// Memory for the levels that are open. The writer itself does not notice when there is none left.
+// NOLINTBEGIN(readability-identifier-naming): RapidJSON calls them by these names.
+
+// Memory for the levels that are open. RapidJSON itself would not notice a failure.
 class JsonMemory {
  public:
-  static constexpr bool kNeedFree = true;  // NOLINT(readability-identifier-naming)
+  static constexpr bool kNeedFree = true;
 
   void *Malloc(size_t size) { return Realloc(nullptr, 0, size); }
   void *Realloc(void *memory, size_t oldSize, size_t newSize);
   static void Free(void *memory);
 };
+
+struct JsonSink {
+  using Ch = char;
+  void Put(char character) { text.push_back(character); }
+  void Flush() {}
+
+  std::string &text;
+};
+
+// NOLINTEND(readability-identifier-naming)
 
 class JsonStream {
  public:
@@ -42,17 +54,9 @@ class JsonStream {
   void end();
 
  private:
-  struct Sink {
-    using Ch = char;
-    void Put(char character) { text.push_back(character); }
-    void Flush() {}
-
-    std::string &text;
-  };
-
   BufferedOutput output_;
-  Sink sink_;
-  rapidjson::Writer<Sink, rapidjson::UTF8<>, rapidjson::UTF8<>, JsonMemory> writer_;
+  JsonSink sink_;
+  rapidjson::Writer<JsonSink, rapidjson::UTF8<>, rapidjson::UTF8<>, JsonMemory> writer_;
 };
 
 }  // namespace nebxml
