@@ -210,7 +210,8 @@ TEST_F(Tool, ShowsPrintableTextInReportsAndOnATerminal) {
         "get x $name --attr $name --lenient"}) {
     const std::string piped = shell(setting + "$nebxml " + command).output;
     EXPECT_NE(piped.find(command[0] == 'g' ? raw : name), std::string::npos) << piped;
-    const std::string seen = shell(setting + "script -qec 'NO_COLOR=1 $nebxml " + command + "' z").output;
+    const std::string seen =
+        shell(setting + "NO_COLOR=1 script -qec '$nebxml " + command + "' z").output;
     EXPECT_TRUE(seen.find("??") < seen.size() && seen.find('\x1B') > seen.size()) << seen;
   }
 }

@@ -43,7 +43,7 @@ void addCommands(CLI::App &app, ExitStatus &status) {
   addCheck(app, status);
   addTree(app);
   addStat(app);
-  addGet(app);
+  addGet(app, status);
   addDiff(app, status);
   addFmt(app, status);
   addSet(app);

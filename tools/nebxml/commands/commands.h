@@ -12,10 +12,10 @@ namespace nebxml {
 void addCheck(CLI::App &app, ExitStatus &status);
 void addDiff(CLI::App &app, ExitStatus &status);
 void addFmt(CLI::App &app, ExitStatus &status);
+void addGet(CLI::App &app, ExitStatus &status);
 
 void addTree(CLI::App &app);
 void addStat(CLI::App &app);
-void addGet(CLI::App &app);
 void addSet(CLI::App &app);
 void addDel(CLI::App &app);
 void addImport(CLI::App &app);

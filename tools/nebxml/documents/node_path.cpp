@@ -10,6 +10,7 @@ namespace {
 constexpr char kSeparator = '.';
 constexpr char kEscape = '\\';
 constexpr char kPrefixMark = ':';
+constexpr char kAttributeMark = '@';
 constexpr size_t kLongestPath = 511;
 constexpr uint32_t kLargestIndex = 999'999'999;
 
@@ -21,26 +22,16 @@ bool isName(const std::string &segment) {
 }
 
 void appendEscaped(std::string &path, const std::string &segment) {
+  constexpr std::string_view kSpecial = ".*[]@";  // of patterns
   for (const char character : segment) {
-    if (character == kSeparator) path += kEscape;
+    if (kSpecial.find(character) != std::string_view::npos) path += kEscape;
     path += character;
   }
 }
 
-}  // namespace
-
-std::optional<std::string_view> NodePaths::enter(const XmlNode *node, size_t depth) {
-  if (levels_.size() > depth) levels_.resize(depth);
-  if (levels_.size() < depth || (depth == 0 && node != root_)) return std::nullopt;
-  const std::string segment = nodeStrings(node).qualifiedName();
-  const uint32_t index = depth == 0 ? 1 : countMatch(node, segment);
-  path_.resize(depth == 0 ? 0 : levels_.back().pathLength);
-  return isName(segment) ? extend(segment, index) : std::nullopt;
-}
-
 // Counts the node for each segment that matches it. Returns its index for the given segment.
-uint32_t NodePaths::countMatch(const XmlNode *node, const std::string &segment) {
-  auto &matches = levels_.back().matches;
+uint32_t countMatch(std::map<std::string, uint32_t> &matches, const XmlNode *node,
+                    const std::string &segment) {
   const NodeStrings strings = nodeStrings(node);
   // A segment without a prefix matches any prefix, so a prefixed node also counts for its local
   // name.
@@ -50,19 +41,40 @@ uint32_t NodePaths::countMatch(const XmlNode *node, const std::string &segment) 
   return ++matches[segment];
 }
 
+}  // namespace
+
+std::optional<std::string_view> NodePaths::enter(const XmlNode *node, size_t depth) {
+  canContinue_ = false;
+  attributeMatches_.clear();
+  if (levels_.size() > depth) levels_.resize(depth);
+  if (levels_.size() < depth || (depth == 0 && node != root_)) return std::nullopt;
+  const std::string segment = nodeStrings(node).qualifiedName();
+  const uint32_t index = depth == 0 ? 1 : countMatch(levels_.back().matches, node, segment);
+  path_.resize(depth == 0 ? 0 : levels_.back().pathLength);
+  return isName(segment) ? extend(segment, index) : std::nullopt;
+}
+
 std::optional<std::string_view> NodePaths::extend(const std::string &segment, uint32_t index) {
   if (!path_.empty()) path_ += kSeparator;
   appendEscaped(path_, segment);
   // A backslash at the end would escape the separator after it.
-  const bool canContinue = segment.back() != kEscape;
+  const bool isClosed = segment.back() != kEscape;
   if (index > 1) path_ += kSeparator + std::to_string(index);
-  if (path_.size() > kLongestPath || index > kLargestIndex || (index > 1 && !canContinue)) {
+  if (path_.size() > kLongestPath || index > kLargestIndex || (index > 1 && !isClosed)) {
     return std::nullopt;
   }
-  if (canContinue) {
-    levels_.push_back({path_.size(), {}});
-  }
+  canContinue_ = isClosed;
+  if (canContinue_) levels_.push_back({path_.size(), {}});
   return path_;
+}
+
+// A pattern has no index for attributes: it finds the first one that matches.
+std::optional<std::string> NodePaths::enterAttribute(const XmlNode *attribute) {
+  const std::string segment = nodeStrings(attribute).qualifiedName();
+  if (!canContinue_ || countMatch(attributeMatches_, attribute, segment) > 1) return std::nullopt;
+  std::string path = path_ + kSeparator + kAttributeMark;
+  appendEscaped(path, segment);
+  return path.size() > kLongestPath ? std::nullopt : std::optional(path);
 }
 
 std::vector<std::optional<std::string>> pathsOf(const std::vector<XmlNode *> &topLevelNodes,

@@ -22,6 +22,18 @@ XmlNode *nextAttribute(const XmlNode *element, XmlNode *attribute) {
   return attribute;
 }
 
+std::vector<const XmlNode *> attributesAt(const XmlNode *node) {
+  NEB_XML_NODE_INFO info;
+  if (NEB_XML_GetNodeInfo(node, &info) != NEB_XML_OK) return {};
+  if (info.type == NEB_XML_NODE_ATTRIBUTE) return {node};
+  std::vector<const XmlNode *> attributes;
+  XmlNode *attribute = nextAttribute(node, nullptr);
+  for (; attribute != nullptr; attribute = nextAttribute(node, attribute)) {
+    attributes.push_back(attribute);
+  }
+  return attributes;
+}
+
 XmlNode *nextInSubtree(const XmlNode *node, const XmlNode *root, size_t &depth) {
   if (XmlNode *child = NEB_XML_GetNodeFirstChild(node)) {
     ++depth;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "neb_xml.h"
 
@@ -23,6 +24,9 @@ NodeStrings nodeStrings(const XmlNode *node);
 
 // The next attribute of an element: the first one for null, null after the last one.
 XmlNode *nextAttribute(const XmlNode *element, XmlNode *attribute);
+
+// The attributes of an element. An attribute stands for itself.
+std::vector<const XmlNode *> attributesAt(const XmlNode *node);
 
 // The next node of a subtree in document order, null at its end. Updates the depth below the root.
 XmlNode *nextInSubtree(const XmlNode *node, const XmlNode *root, size_t &depth);

@@ -59,9 +59,4 @@ std::vector<std::string_view> patternsOfSteps(std::string_view pattern) {
   return patterns;
 }
 
-bool isPath(std::string_view pattern) {
-  constexpr std::string_view kPatternCharacters = "*[]@";
-  return pattern.find_first_of(kPatternCharacters) == std::string_view::npos;
-}
-
 }  // namespace nebxml

@@ -14,7 +14,4 @@ size_t findOutsideBrackets(std::string_view pattern, char character);
 // "a.b[c].2".
 std::vector<std::string_view> patternsOfSteps(std::string_view pattern);
 
-// Whether the pattern is a path: it names one child after the other, without wildcards.
-bool isPath(std::string_view pattern);
-
 }  // namespace nebxml

@@ -13,4 +13,8 @@ namespace nebxml {
 // indent  spaces for each level
 std::string printTree(const Document &document, uint32_t indent);
 
+// An element with all that is in it, without a final line end. Throws CommandError if no XML
+// document can hold it.
+std::string printElement(const Document &document, const XmlNode *element, uint32_t indent);
+
 }  // namespace nebxml

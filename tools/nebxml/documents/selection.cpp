@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <iostream>
-#include <utility>
 
 #include "command_error.h"
 #include "documents/missing_step.h"
-#include "documents/pattern_text.h"
 #include "terminal/colour.h"
 #include "terminal/printable.h"
 
@@ -33,29 +31,14 @@ class Search {
       case NEB_XML_ERR_NOT_FOUND:
         return nullptr;
       default:
-        return nextOfDeepPath();
-    }
-  }
-
- private:
-  // A path may have more steps than a pattern. It then finds one node.
-  XmlNode *nextOfDeepPath() {
-    XmlNode *node = nullptr;
-    if (!isPath(pattern_)) throw malformed(document_, pattern_, cursor_.offset);
-    switch (NEB_XML_GetNodeByUrl(document_.root(), pattern_.c_str(), &node)) {
-      case NEB_XML_OK:
-        return std::exchange(isTaken_, true) ? nullptr : node;
-      case NEB_XML_ERR_NOT_FOUND:
-        return nullptr;
-      default:
         throw malformed(document_, pattern_, cursor_.offset);
     }
   }
 
+ private:
   const Document &document_;
   const std::string &pattern_;
   NEB_XML_CURSOR cursor_{};
-  bool isTaken_ = false;
 };
 
 void noteFurtherMatches(const Document &document, const std::string &pattern) {
@@ -68,9 +51,8 @@ void noteFurtherMatches(const Document &document, const std::string &pattern) {
 
 XmlNode *firstMatch(const XmlNode *start, const std::string &pattern) {
   NEB_XML_CURSOR cursor{};
-  XmlNode *node = nullptr;
-  if (NEB_XML_Select(start, pattern.c_str(), &cursor) != NEB_XML_ERR_BAD_PATH) return cursor.node;
-  return NEB_XML_GetNodeByUrl(start, pattern.c_str(), &node) == NEB_XML_OK ? node : nullptr;
+  NEB_XML_Select(start, pattern.c_str(), &cursor);
+  return cursor.node;
 }
 
 std::vector<XmlNode *> selectAll(const Document &document, const std::string &pattern) {

@@ -1,0 +1,63 @@
+#include "formats/json_stream.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+#include "terminal/printable.h"
+
+namespace nebxml {
+namespace {
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
+
+bool isAscii(char character) {
+  constexpr unsigned char kFirstBeyond = 0x80;
+  return static_cast<unsigned char>(character) < kFirstBeyond;
+}
+
+std::string validUtf8(std::string_view text) {
+  std::string valid;
+  while (!text.empty()) {
+    const size_t length = characterLength(text);
+    const bool isCharacter = length > 1 || isAscii(text.front());
+    valid += isCharacter ? text.substr(0, length) : kReplacement;
+    text.remove_prefix(length);
+  }
+  return valid;
+}
+
+}  // namespace
+
+void *JsonMemory::Realloc(void *memory, size_t /*oldSize*/, size_t newSize) {
+  void *result = std::realloc(memory, newSize);
+  if (result == nullptr) throw std::bad_alloc();
+  return result;
+}
+
+void JsonMemory::Free(void *memory) { std::free(memory); }
+
+JsonStream::JsonStream(BufferedOutput::Writing write)
+    : output_(write), sink_{output_.text()}, writer_(sink_) {}
+
+void JsonStream::writeString(std::string_view value) {
+  if (std::all_of(value.begin(), value.end(), isAscii)) {
+    writer_.String(value.empty() ? "" : value.data(), value.size());
+  } else {
+    const std::string valid = validUtf8(value);
+    writer_.String(valid.data(), valid.size());
+  }
+  output_.flushIfLarge();
+}
+
+void JsonStream::writeMember(std::string_view name, std::string_view value) {
+  writeKey(name);
+  writeString(value);
+}
+
+void JsonStream::end() {
+  output_.text() += '\n';
+  output_.flush();
+}
+
+}  // namespace nebxml
