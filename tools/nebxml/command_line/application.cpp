@@ -46,7 +46,10 @@ void addCommands(CLI::App &app, ExitStatus &status) {
   addFmt(app);
   addSet(app);
   addDel(app);
+  addAdd(app);
+  addRename(app);
   addImport(app);
+  addEdit(app);
 }
 
 std::vector<std::string> commandNames(const CLI::App &app) {

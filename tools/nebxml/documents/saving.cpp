@@ -1,6 +1,8 @@
 #include "documents/saving.h"
 
 #include "command_error.h"
+#include "documents/backup.h"
+#include "documents/dry_run.h"
 #include "documents/file_writing.h"
 #include "terminal/output.h"
 
@@ -22,8 +24,11 @@ void requireWholeTree(const Document &document) {
 }  // namespace
 
 void save(const Document &document, std::string_view bytes, const Destination &destination) {
-  if (destination.inPlace) {
-    requireWholeTree(document);
+  if (destination.inPlace) requireWholeTree(document);
+  if (destination.isDryRun) {
+    showChange(document.fileName(), document.bytes(), bytes);
+  } else if (destination.inPlace) {
+    if (destination.backupSuffix) keepBackup(document.fileName(), *destination.backupSuffix);
     replaceFile(document.fileName(), bytes);
   } else if (destination.fileName == kStandardStream) {
     writeStandardOutput(bytes);
