@@ -1,4 +1,5 @@
 // The command line tool, run as its users run it: through a shell, on files in a directory.
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -87,7 +88,9 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
   write("show",
         "cat >F; $nebxml check F >G 2>&1; $nebxml check - <F 2>&1 | sed 's/^-:/F:/' >H; "
         "cat G; cmp G H");
-  for (const Case &row : casesOf("tool.txt")) {
+  std::vector<Case> rows = casesOf("tool.txt");
+  std::ranges::move(casesOf("tool_edits.txt"), std::back_inserter(rows));
+  for (const Case &row : rows) {
     SCOPED_TRACE(row.command);
     const Outcome outcome = shell(row.command, row.input == "one" ? one : row.input);
     EXPECT_EQ(outcome.status, row.status);
@@ -113,6 +116,13 @@ TEST_F(Tool, EditsChangeNoOtherByte) {
       {"del F a.b --attr k", "  k='1'", ""},
       {"del F a.c", "\r\n\t<c>\t<![CDATA[x]]></c  >", ""},
       {"import F a F a.b", "</c  >", "</c  >\r\n\t<b k=\"1\" l=\"2\"/>"},
+      {"import F a.c F a.b --before", "<c>", "<b k=\"1\" l=\"2\"/>\r\n\t<c>"},
+      {"rename F a.b.@k p:k", "k='1'", "p:k='1'"},
+      {"rename F a.c d", "c>\t<![CDATA[x]]></c  >", "d>\t<![CDATA[x]]></d  >"},
+      {"add F a.c d '<' --attr e=f --after", "</c  >", "</c  >\r\n\t<d e=\"f\">&lt;</d>"},
+      {"add F a '<d>\n<e/></d>' --first", "\r\n\t<!-- é -->",
+       "\r\n\t<d>\r\n\t\t<e/>\r\n\t</d>\r\n\t<!-- é -->"},
+      {"edit F --set a.c=v --rename a.c=d", "c>\t<![CDATA[x]]></c  >", "d>v</d  >"},
   };
   for (const auto &[command, from, to] : edits) {
     std::string after = before;
@@ -168,7 +178,8 @@ TEST_F(Tool, ReportsShortMemoryAsTroubleWithAFile) {
   const std::string outcomes =
       "(size=3000; until (ulimit -v $size; $nebxml --version); do size=$((size + 200)); done "
       ">begun 2>&1; for more in $(seq 0 700 23000); do (ulimit -v $((size + more)); "
-      "$nebxml set m.xml a.b.1 v -o out.xml; echo $?); done) 2>&1 | sed 's/.*: does not fit.*/fit/'";
+      "$nebxml set m.xml a.b.1 v -o out.xml; echo $?); done) 2>&1 | sed 's/.*: does not "
+      "fit.*/fit/'";
   EXPECT_EQ(shell(outcomes + " | sort -u").output, "0\n3\nfit\n");
 }
 

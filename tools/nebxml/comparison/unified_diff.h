@@ -6,7 +6,8 @@
 
 namespace nebxml {
 
-// Empty if the versions are equal.
+// Empty if the versions are equal. Lines end with a line feed, and keep a carriage return before
+// it. A name that has a control character, a quote or a backslash is quoted, as in C.
 std::string unifiedDiff(std::string_view before, std::string_view after,
                         const std::string &beforeName, const std::string &afterName);
 
