@@ -25,8 +25,9 @@ const EditVerb &verbNamed(const std::string &name, const std::string &source) {
   const auto found = std::find_if(verbs.begin(), verbs.end(),
                                   [&name](const EditVerb &verb) { return verb.name == name; });
   if (found != verbs.end()) return *found;
-  std::vector<std::string> names;
-  for (const EditVerb &verb : verbs) names.emplace_back(verb.name);
+  std::vector<std::string> names(verbs.size());
+  std::transform(verbs.begin(), verbs.end(), names.begin(),
+                 [](const EditVerb &verb) { return verb.name; });
   throw CommandError(
       ExitStatus::wrongUsage,
       printable(source + ": unknown edit '" + shortened(name) + "'") + suggestion(name, names));
