@@ -127,6 +127,13 @@ TEST_F(Tool, EditsChangeNoOtherByte) {
       {"del F a.b --attr k", "  k='1'", ""},
       {"del F a.c", "\r\n\t<c>\t<![CDATA[x]]></c  >", ""},
       {"import F a F a.b", "</c  >", "</c  >\r\n\t<b k=\"1\" l=\"2\"/>"},
+      {"import F a.c F a.b --before", "<c>", "<b k=\"1\" l=\"2\"/>\r\n\t<c>"},
+      {"rename F a.b.@k p:k", "k='1'", "p:k='1'"},
+      {"rename F a.c d", "c>\t<![CDATA[x]]></c  >", "d>\t<![CDATA[x]]></d  >"},
+      {"add F a.c d '<' --attr e=f --after", "</c  >", "</c  >\r\n\t<d e=\"f\">&lt;</d>"},
+      {"add F a '<d>\n<e/></d>' --first", "\r\n\t<!-- é -->",
+       "\r\n\t<d>\r\n\t\t<e/>\r\n\t</d>\r\n\t<!-- é -->"},
+      {"edit F --set a.c=v --rename a.c=d", "c>\t<![CDATA[x]]></c  >", "d>v</d  >"},
   };
   for (const auto &[command, from, to] : edits) {
     std::string after = before;
@@ -318,7 +325,9 @@ TEST_F(Tool, HelpManualAndCompletionsAgree) {
               "2\n");
   }
   all.insert({"--help", "--version", "--color"});
-  EXPECT_EQ(words("sed -nE 's/^.It Cm //p;s/^.It Fl ([^ ]+).*/-\\1/p' docs/nebxml.1"), all);
+  EXPECT_EQ(words("grep -E '^.It (Fl|Cm) ' docs/nebxml.1 | grep -oE '(Fl|Cm) [^ ]+' | "
+                  "sed 's/^Fl /-/; s/^Cm //'"),
+            all);
 }
 
 TEST_F(Tool, ShellsCompleteByWhatTheToolSays) {
@@ -329,20 +338,19 @@ TEST_F(Tool, ShellsCompleteByWhatTheToolSays) {
       {"get --type uint1", "uint16"},
       {"get one", "one.xml"},
       {"get --attr x --lenient one", "one.xml"},
-      {"get one.xml a.", "a.b\na.c\\.d\n"},
+      {"get one.xml a.", "a.b a.c\\.d"},
       {"import one.xml a one.xml a.c", "a.c\\.d"},
-      {"edit one.xml --del a.b.", "a.b.2\na.b.@x"},
+      {"edit one.xml --del a.b.", "a.b.2 a.b.@x"},
       {"set one.xml a.b o", ""},
   };
-  write("one.xml", "<a><b x='1'/><b/><c.d/></a>");
+  write("one.xml", "<a><b x='1'/><b/><c.d><e/></c.d></a>");
   for (const std::string shellName : {"bash", "zsh", "fish"}) {
     for (const auto &[line, offered] : cases) {
-      const std::string sorted = "printf '" + offered + "' | sed '$a\\' | sort";
-      EXPECT_EQ(shell("export nebxml; $samples/../../tests/support/completions.sh " + shellName +
-                      " $samples/../../tools/nebxml/completion nebxml " + line + " | grep . | sort")
-                    .output,
-                shell(sorted).output)
-          << shellName << ": " << line;
+      const std::string root = "$samples/../../";
+      const Outcome outcome = shell("export nebxml; " + root + "tests/support/completions.sh " +
+                                    shellName + " " + root + "tools/nebxml/completion nebxml " +
+                                    line + " | grep . | sort | paste -sd ' '");
+      EXPECT_EQ(outcome.output, offered + "\n") << shellName << ": " << line << outcome.errors;
     }
   }
 }

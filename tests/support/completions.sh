@@ -11,7 +11,8 @@ case $shell in
     . "$folder/nebxml.bash"
     COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
     _nebxml 2>/dev/null
-    printf '%s\n' "${COMPREPLY[@]}"
+    # The offers are quoted: what the shell makes of them counts.
+    for offer in "${COMPREPLY[@]}"; do eval "printf '%s\n' $offer"; done
     ;;
   zsh)
     # compadd works inside of the line editor only, where it keeps what begins as the word does.

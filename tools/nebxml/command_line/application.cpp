@@ -48,7 +48,10 @@ void addCommands(CLI::App &app, ExitStatus &status) {
   addFmt(app, status);
   addSet(app);
   addDel(app);
+  addAdd(app);
+  addRename(app);
   addImport(app);
+  addEdit(app);
 }
 
 std::vector<std::string> commandNames(const CLI::App &app) {

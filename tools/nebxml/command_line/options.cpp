@@ -7,6 +7,19 @@
 
 namespace nebxml {
 
+namespace {
+
+constexpr const char *kUsualSuffix = "~";
+
+// CLI11 gives a flag without a value this one.
+std::string suffixOf(const std::string &value) { return value == "true" ? kUsualSuffix : value; }
+
+std::string isInSameFolder(const std::string &suffix) {
+  return suffix.find('/') == std::string::npos ? "" : "a suffix has no '/': " + suffix;
+}
+
+}  // namespace
+
 void addFile(CLI::App *command, Input &input, const std::string &label) {
   command->add_option(label, input.fileName, "the file, or - for standard input")->required();
   addReadingOptions(command, input.reading);
@@ -26,6 +39,14 @@ void addOutput(CLI::App *command, Destination &destination) {
           ->type_name("FILE");
   command->add_flag("--in-place", destination.inPlace, "replace FILE by the result")
       ->excludes(output);
+  command
+      ->add_flag("--backup", destination.backupSuffix,
+                 "keep the old file under its name with ~, or =SUFFIX, at the end")
+      ->transform(suffixOf)
+      ->check(isInSameFolder)
+      ->needs("--in-place");
+  command->add_flag("--dry-run", destination.isDryRun,
+                    "write nothing, and print what would change as a unified diff");
 }
 
 void addType(CLI::App *command, std::optional<std::string> &type) {

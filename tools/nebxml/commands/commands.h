@@ -18,6 +18,9 @@ void addTree(CLI::App &app);
 void addStat(CLI::App &app);
 void addSet(CLI::App &app);
 void addDel(CLI::App &app);
+void addAdd(CLI::App &app);
+void addRename(CLI::App &app);
 void addImport(CLI::App &app);
+void addEdit(CLI::App &app);
 
 }  // namespace nebxml

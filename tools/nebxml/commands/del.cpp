@@ -3,8 +3,8 @@
 
 #include "command_line/command.h"
 #include "commands/commands.h"
-#include "commands/saved_edits.h"
-#include "documents/values.h"
+#include "commands/editing_options.h"
+#include "documents/editor.h"
 
 namespace nebxml {
 namespace {
@@ -17,34 +17,25 @@ struct DelOptions {
 void remove(const DelOptions &options) {
   const EditingOptions &editing = options.editing;
   const Document document(editing.input.fileName, editing.input.reading);
-  Edits edits;
-  for (const XmlNode *node : select(document, editing.selection)) {
-    if (options.attribute) {
-      if (!attributeValue(node, *options.attribute)) {
-        throw refusal(document, editing.selection,
-                      "no attribute '" + *options.attribute + "' at path");
-      }
-      edits.removeAttribute(node, AttributeName(*options.attribute));
-    } else if (node == document.root()) {
-      throw refusal(document, editing.selection, "the document element cannot be deleted:");
-    } else {
-      edits.remove(node);
-    }
+  Editor editor(document);
+  if (options.attribute) {
+    editor.removeAttribute(editing.selection, *options.attribute);
+  } else {
+    editor.remove(editing.selection);
   }
-  saveEdited(document, edits, editing);
+  editor.save(editing.destination);
 }
 
 }  // namespace
 
 void addDel(CLI::App &app) {
   const auto options = std::make_shared<DelOptions>();
-  CLI::App *command =
-      addCommand(app, {"del",
-                       "remove a node or an attribute",
-                       {"nebxml del site.xml site.server.2 --in-place",
-                        "nebxml del site.xml site.server --attr debug --in-place"}});
-  addEditingOptions(command, options->editing);
-  command->add_option("--attr", options->attribute, "an attribute: name or prefix:name")
+  CLI::App *command = addCommand(app, {"del",
+                                       "remove nodes or attributes",
+                                       {"nebxml del site.xml site.server.2 --in-place",
+                                        "nebxml del site.xml 'site.**.@debug' --all --in-place"}});
+  addEditingOptions(command, options->editing, "remove every match, not only the first one");
+  command->add_option("--attr", options->attribute, "remove this attribute: name or prefix:name")
       ->type_name("NAME");
   command->callback([options] {
     requireReplaceable(options->editing.input, options->editing.destination);

@@ -1,8 +1,11 @@
+#include <algorithm>
 #include <memory>
+#include <vector>
 
 #include "command_line/command.h"
 #include "commands/commands.h"
-#include "commands/saved_edits.h"
+#include "commands/editing_options.h"
+#include "documents/editor.h"
 #include "documents/node_reading.h"
 #include "documents/values.h"
 
@@ -11,28 +14,27 @@ namespace {
 
 struct ImportOptions {
   EditingOptions editing;
+  Position position = Position::last;
   std::string sourceName;
   Selection sourceSelection;
 };
 
-void requireRoomForChildren(const Document &document, const Selection &selection,
-                            const XmlNode *parent) {
-  // White space beside children is not printed, so it does not count.
-  constexpr const char *kWhiteSpace = " \t\r\n";
-  if (nodeStrings(parent).value.find_first_not_of(kWhiteSpace) != std::string_view::npos) {
-    throw refusal(document, selection, "a text leaves no place for child elements at path");
+std::vector<const XmlNode *> selectElements(const Document &source, const Selection &selection) {
+  const std::vector<XmlNode *> nodes = select(source, selection);
+  if (std::any_of(nodes.begin(), nodes.end(), isAttribute)) {
+    throw refusal(source, selection, "an attribute cannot be imported:");
   }
+  return {nodes.begin(), nodes.end()};
 }
 
 void import(const ImportOptions &options) {
   const EditingOptions &editing = options.editing;
   const Document document(editing.input.fileName, editing.input.reading);
-  const XmlNode *parent = select(document, editing.selection).front();
-  requireRoomForChildren(document, editing.selection, parent);
   const Document source(options.sourceName, editing.input.reading);
-  Edits edits;
-  edits.insert(Position::last, parent, select(source, options.sourceSelection).front());
-  saveEdited(document, edits, editing);
+  Editor editor(document);
+  editor.insert(editing.selection, options.position,
+                selectElements(source, options.sourceSelection));
+  editor.save(editing.destination);
 }
 
 }  // namespace
@@ -41,16 +43,20 @@ void addImport(CLI::App &app) {
   const auto options = std::make_shared<ImportOptions>();
   CLI::App *command =
       addCommand(app, {"import",
-                       "append a copy of a node of another document",
+                       "add copies of elements of another document",
                        {"nebxml import site.xml site new.xml server --in-place",
-                        "nebxml import site.xml site.servers other.xml site.servers.server"}});
-  addEditingOptions(command, options->editing);
+                        "nebxml import site.xml site.servers other.xml site.servers.server --all "
+                        "--in-place"}});
+  addEditingOptions(command, options->editing,
+                    "copy every match of FROM-PATH to every one of PATH");
   command->add_option("FROM", options->sourceName, "another file, or -")->required();
-  command->add_option("FROM-PATH", options->sourceSelection.pattern, "the node to copy")
+  command->add_option("FROM-PATH", options->sourceSelection.pattern, "the element to copy")
       ->required();
+  addPositions(command, options->position);
   command->callback([options] {
     requireOneStandardInput({options->editing.input.fileName, options->sourceName});
     requireReplaceable(options->editing.input, options->editing.destination);
+    options->sourceSelection.takesAll = options->editing.selection.takesAll;
     import(*options);
   });
 }

@@ -19,12 +19,16 @@ _nebxml_paths() {
   local -r most=20000000
   [[ -f $file && $(wc -c <"$file") -lt $most ]] || return 0
   "$tool" tree "$file" --format paths 2>/dev/null | typed=$3 awk -F'\t' '
-    BEGIN {typed = ENVIRON["typed"]}
+    BEGIN {
+      typed = ENVIRON["typed"]
+      escape = sprintf("%c%c", 92, 92)
+      step = "^[.]?([^." escape "]|" escape ".)*"
+    }
     substr($1, 1, length(typed)) == typed {
       rest = substr($1, length(typed) + 1)
-      dot = index(substr(rest, 2), ".")
-      step = typed (dot ? substr(rest, 1, dot) : rest)
-      if (!seen[step]++) print step
+      match(rest, step)
+      path = typed substr(rest, 1, RLENGTH)
+      if (!seen[path]++) print path
     }'
 }
 

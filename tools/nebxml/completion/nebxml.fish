@@ -13,12 +13,16 @@ function __nebxml_paths
     set -l most 20000000
     test -f "$argv[2]"; and test (wc -c <"$argv[2]") -lt $most; or return 0
     $argv[1] tree "$argv[2]" --format paths 2>/dev/null | typed="$argv[3]" awk -F'\t' '
-        BEGIN {typed = ENVIRON["typed"]}
+        BEGIN {
+          typed = ENVIRON["typed"]
+          escape = sprintf("%c%c", 92, 92)
+          step = "^[.]?([^." escape "]|" escape ".)*"
+        }
         substr($1, 1, length(typed)) == typed {
           rest = substr($1, length(typed) + 1)
-          dot = index(substr(rest, 2), ".")
-          step = typed (dot ? substr(rest, 1, dot) : rest)
-          if (!seen[step]++) print step
+          match(rest, step)
+          path = typed substr(rest, 1, RLENGTH)
+          if (!seen[path]++) print path
         }'
 end
 

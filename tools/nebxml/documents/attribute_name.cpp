@@ -1,9 +1,8 @@
 #include "documents/attribute_name.h"
 
-#include <memory>
-#include <new>
+#include <string_view>
 
-#include "neb_xml.h"
+#include "documents/node_reading.h"
 
 namespace nebxml {
 namespace {
@@ -19,17 +18,14 @@ AttributeName::AttributeName(const std::string &qualifiedName) {
   name_ = hasPrefix ? qualifiedName.substr(mark + 1) : qualifiedName;
 }
 
-bool isAttributeName(const std::string &qualifiedName) {
-  XmlNode *carrier = nullptr;
-  if (NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "carrier", nullptr, &carrier) !=
-      NEB_XML_OK) {
-    throw std::bad_alloc();
+XmlNode *findAttribute(const XmlNode *element, const AttributeName &name) {
+  const std::string_view prefix = name.prefix() == nullptr ? "" : name.prefix();
+  XmlNode *attribute = nextAttribute(element, nullptr);
+  for (; attribute != nullptr; attribute = nextAttribute(element, attribute)) {
+    const NodeStrings strings = nodeStrings(attribute);
+    if (strings.prefix == prefix && strings.name == name.name()) break;
   }
-  const std::unique_ptr<XmlNode, decltype(&NEB_XML_FreeNode)> owner(carrier, &NEB_XML_FreeNode);
-  const uint32_t result =
-      NEB_XML_PutAttr(carrier, qualifiedName.data(), qualifiedName.size(), nullptr, 0, nullptr);
-  if (result == NEB_XML_ERR_NO_MEMORY) throw std::bad_alloc();
-  return result == NEB_XML_OK;
+  return attribute;
 }
 
 }  // namespace nebxml

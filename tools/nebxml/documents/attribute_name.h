@@ -1,8 +1,10 @@
-// The name of an attribute on the command line: "name" or "prefix:name".
+// The name of an attribute or element on the command line: "name" or "prefix:name".
 #pragma once
 
 #include <optional>
 #include <string>
+
+#include "neb_xml.h"
 
 namespace nebxml {
 
@@ -19,7 +21,7 @@ class AttributeName {
   std::string name_;
 };
 
-// Whether XML allows the name of an attribute.
-bool isAttributeName(const std::string &qualifiedName);
+// The attribute of that name, or null.
+XmlNode *findAttribute(const XmlNode *element, const AttributeName &name);
 
 }  // namespace nebxml

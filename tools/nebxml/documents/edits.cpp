@@ -29,6 +29,29 @@ uint32_t ignorePart(void * /*context*/, const char * /*bytes*/, size_t /*length*
   return NEB_XML_OK;
 }
 
+// The first edit with which the library refuses the edits as it refuses all of them. Fewer edits
+// may be refused for another reason: two attributes that exchange their names need each other.
+size_t firstRefused(const Document &document, const Edits &edits, uint32_t code) {
+  size_t allowed = 0;
+  size_t refused = edits.count();
+  while (refused - allowed > 1) {
+    const size_t middle = std::midpoint(allowed, refused);
+    const bool isRefused = editBytes(document, edits, middle, ignorePart, nullptr) == code;
+    (isRefused ? refused : allowed) = middle;
+  }
+  return allowed;
+}
+
+std::optional<Refusal> applyToTree(const Document &document, const Edits &edits,
+                                   std::string &bytes) {
+  for (size_t index = 0; index < edits.count(); ++index) {
+    const uint32_t result = editTree(edits.records()[index]);
+    if (result != NEB_XML_OK) return Refusal{result, index};
+  }
+  bytes = printTree(document, 0);
+  return std::nullopt;
+}
+
 }  // namespace
 
 NEB_XML_EDIT &Edits::append(uint32_t kind, const XmlNode *node) {
@@ -42,18 +65,12 @@ void Edits::setValue(const XmlNode *node, const std::string &value) {
   append(NEB_XML_EDIT_SET_VALUE, node).value = keep(value);
 }
 
-void Edits::setAttribute(const XmlNode *element, const AttributeName &name,
+void Edits::addAttribute(const XmlNode *element, const AttributeName &name,
                          const std::string &value) {
   NEB_XML_EDIT &edit = append(NEB_XML_EDIT_SET_ATTR, element);
   if (name.prefix() != nullptr) edit.prefix = keep(name.prefix());
   edit.name = keep(name.name());
   edit.value = keep(value);
-}
-
-void Edits::removeAttribute(const XmlNode *element, const AttributeName &name) {
-  NEB_XML_EDIT &edit = append(NEB_XML_EDIT_REMOVE_ATTR, element);
-  if (name.prefix() != nullptr) edit.prefix = keep(name.prefix());
-  edit.name = keep(name.name());
 }
 
 void Edits::remove(const XmlNode *node) { append(NEB_XML_EDIT_REMOVE, node); }
@@ -69,32 +86,19 @@ void Edits::insert(Position position, const XmlNode *node, const XmlNode *conten
   append(static_cast<uint32_t>(position), node).content = content;
 }
 
-uint32_t applyEdits(const Document &document, const Edits &edits, std::string &bytes) {
+std::optional<Refusal> applyEdits(const Document &document, const Edits &edits,
+                                  std::string &bytes) {
   bytes.clear();
-  for (const NEB_XML_EDIT &edit : edits.records()) {
-    if (!canEncodeNames(document.encoding(), edit)) return NEB_XML_ERR_UNWRITABLE;
+  const auto refused = std::find_if_not(
+      edits.records().begin(), edits.records().end(),
+      [&](const NEB_XML_EDIT &edit) { return canEncodeNames(document.encoding(), edit); });
+  if (refused != edits.records().end()) {
+    return Refusal{NEB_XML_ERR_UNWRITABLE, static_cast<size_t>(refused - edits.records().begin())};
   }
-  if (document.reading() == Reading::strict) {
-    return editBytes(document, edits, edits.count(), appendPart, &bytes);
-  }
-  for (const NEB_XML_EDIT &edit : edits.records()) {
-    const uint32_t result = editTree(edit);
-    if (result != NEB_XML_OK) return result;
-  }
-  bytes = printTree(document, 0);
-  return NEB_XML_OK;
-}
-
-size_t firstRefused(const Document &document, const Edits &edits) {
-  size_t accepted = 0;
-  size_t refused = edits.count();
-  // Each edit more can only add a reason to refuse.
-  while (refused - accepted > 1) {
-    const size_t middle = std::midpoint(accepted, refused);
-    const bool isAccepted = editBytes(document, edits, middle, ignorePart, nullptr) == NEB_XML_OK;
-    (isAccepted ? accepted : refused) = middle;
-  }
-  return accepted;
+  if (document.reading() == Reading::lenient) return applyToTree(document, edits, bytes);
+  const uint32_t result = editBytes(document, edits, edits.count(), appendPart, &bytes);
+  if (result == NEB_XML_OK) return std::nullopt;
+  return Refusal{result, firstRefused(document, edits, result)};
 }
 
 }  // namespace nebxml

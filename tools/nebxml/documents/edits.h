@@ -2,7 +2,6 @@
 #pragma once
 
 #include <deque>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,12 +22,13 @@ enum class Position : uint32_t {
 // All edits are about the document as it is: none sees what another one changes.
 class Edits {
  public:
+  // Of an element or attribute.
   void setValue(const XmlNode *node, const std::string &value);
-  void setAttribute(const XmlNode *element, const AttributeName &name, const std::string &value);
-  void removeAttribute(const XmlNode *element, const AttributeName &name);
   void remove(const XmlNode *node);
   // The whole name, with the prefix if it has one.
   void rename(const XmlNode *node, const std::string &qualifiedName);
+  // The element lacks the attribute so far.
+  void addAttribute(const XmlNode *element, const AttributeName &name, const std::string &value);
   // The content outlives the edits.
   void insert(Position position, const XmlNode *node, const XmlNode *content);
 
@@ -43,14 +43,17 @@ class Edits {
   std::deque<std::string> strings_;  // a deque never moves what it holds
 };
 
+// Why edits are not made.
+struct Refusal {
+  uint32_t code;  // of the library
+  size_t edit;    // the index of the edit that it is about
+};
+
 // The document's bytes with the edits made. Those of a document that was read strictly keep all
-// other bytes. One that was read leniently is edited as a tree, and printed.
+// other bytes. One that was read leniently is edited as a tree, and printed. The edits must not
+// conflict.
 //
 // bytes  receives the result
-// Returns NEB_XML_OK, or why the library refuses the edits.
-uint32_t applyEdits(const Document &document, const Edits &edits, std::string &bytes);
-
-// The index of the first edit that the library refuses, after applyEdits has failed.
-size_t firstRefused(const Document &document, const Edits &edits);
+std::optional<Refusal> applyEdits(const Document &document, const Edits &edits, std::string &bytes);
 
 }  // namespace nebxml

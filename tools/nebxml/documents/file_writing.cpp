@@ -1,12 +1,12 @@
 #include "documents/file_writing.h"
 
 #include <cerrno>
-#include <csignal>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include "command_error.h"
+#include "documents/blocked_signals.h"
 #include "neb_xml.h"
 #include "writing.h"
 
@@ -34,14 +34,9 @@ void writeFile(const std::string &fileName, std::string_view text) {
 }
 
 void replaceFile(const std::string &fileName, std::string_view text) {
-  // A signal during the call would end the program and leave a temporary file.
-  sigset_t allSignals;
-  sigset_t previousSignals;
-  sigfillset(&allSignals);
-  sigprocmask(SIG_BLOCK, &allSignals, &previousSignals);
+  const BlockedSignals blocked;
   const uint32_t result = NEB_XML_SaveBytes(fileName.c_str(), text.data(), text.size());
   const int cause = errno;
-  sigprocmask(SIG_SETMASK, &previousSignals, nullptr);
   if (result == NEB_XML_ERR_NO_MEMORY) throw noMemory(fileName);
   if (result == NEB_XML_ERR_FILE_OPEN && cause == EINVAL) {
     throw CommandError(ExitStatus::fileTrouble, fileName, "cannot be replaced: not a regular file");

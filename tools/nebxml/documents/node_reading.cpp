@@ -16,6 +16,11 @@ NodeStrings nodeStrings(const XmlNode *node) {
           {info.value, info.valueLength}};
 }
 
+bool isAttribute(const XmlNode *node) {
+  NEB_XML_NODE_INFO info;
+  return NEB_XML_GetNodeInfo(node, &info) == NEB_XML_OK && info.type == NEB_XML_NODE_ATTRIBUTE;
+}
+
 XmlNode *nextAttribute(const XmlNode *element, XmlNode *attribute) {
   const char *unused = nullptr;
   NEB_XML_GetNextSiblingAttrEx(element, &unused, &unused, &unused, &attribute);

@@ -22,6 +22,8 @@ struct NodeStrings {
 
 NodeStrings nodeStrings(const XmlNode *node);
 
+bool isAttribute(const XmlNode *node);
+
 // The next attribute of an element: the first one for null, null after the last one.
 XmlNode *nextAttribute(const XmlNode *element, XmlNode *attribute);
 

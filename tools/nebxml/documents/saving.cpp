@@ -3,6 +3,8 @@
 #include <utility>
 
 #include "command_error.h"
+#include "documents/backup.h"
+#include "documents/dry_run.h"
 #include "documents/file_writing.h"
 #include "terminal/output.h"
 
@@ -24,10 +26,15 @@ void requireWholeTree(const Document &document) {
 }  // namespace
 
 void save(const Document &document, std::string text, const Destination &destination) {
-  const std::string bytes =
-      document.encoding().encode(document.fileName(), document.bytes(), std::move(text));
+  if (destination.inPlace) requireWholeTree(document);
+  const Encoding &encoding = document.encoding();
+  if (destination.isDryRun) {
+    return showChange(document.fileName(), encoding.asInFile(document.bytes()),
+                      encoding.asInFile(std::move(text)));
+  }
+  const std::string bytes = encoding.encode(document.fileName(), document.bytes(), std::move(text));
   if (destination.inPlace) {
-    requireWholeTree(document);
+    if (destination.backupSuffix) keepBackup(document.fileName(), *destination.backupSuffix);
     replaceFile(document.fileName(), bytes);
   } else if (destination.fileName == kStandardStream) {
     writeStandardOutput(bytes);

@@ -12,7 +12,7 @@ namespace nebxml {
 struct Destination {
   std::string fileName{kStandardStream};
   bool inPlace = false;
-  std::optional<std::string> backupSuffix;  // in place only: the old file is kept under this name
+  std::optional<std::string> backupSuffix;  // in place only: the old file is kept with it
   bool isDryRun = false;                    // only shows what would change
 };
 

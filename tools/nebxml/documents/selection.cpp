@@ -11,17 +11,18 @@
 namespace nebxml {
 namespace {
 
-CommandError malformed(const Document &document, const std::string &pattern, size_t offset) {
-  return {ExitStatus::wrongUsage, document.fileName(),
-          "malformed path '" + pattern + "': at '" +
-              pattern.substr(std::min(offset, pattern.size())) + "'"};
+CommandError malformed(const Document &document, const Selection &selection, size_t offset) {
+  const std::string &pattern = selection.pattern;
+  return {ExitStatus::wrongUsage,
+          printable(headingOf(document, selection) + ": malformed path '" + pattern + "': at '" +
+                    pattern.substr(std::min(offset, pattern.size())) + "'")};
 }
 
 // The matches of a search, one after the other.
 class Search {
  public:
-  Search(const Document &document, const std::string &pattern)
-      : document_(document), pattern_(pattern) {}
+  Search(const Document &document, const Selection &selection)
+      : document_(document), selection_(selection), pattern_(selection.pattern) {}
 
   // Null after the last match.
   XmlNode *next() {
@@ -31,23 +32,35 @@ class Search {
       case NEB_XML_ERR_NOT_FOUND:
         return nullptr;
       default:
-        throw malformed(document_, pattern_, cursor_.offset);
+        throw malformed(document_, selection_, cursor_.offset);
     }
   }
 
  private:
   const Document &document_;
+  const Selection &selection_;
   const std::string &pattern_;
   NEB_XML_CURSOR cursor_{};
 };
 
-void noteFurtherMatches(const Document &document, const std::string &pattern) {
-  const std::string note = printable("nebxml: " + document.fileName() + ": several nodes match '" +
-                                     pattern + "'; the first is taken");
+void noteFurtherMatches(const Document &document, const Selection &selection) {
+  const std::string note = printable(headingOf(document, selection) + ": several nodes match '" +
+                                     selection.pattern + "'; the first is taken");
   std::cerr << styled(Stream::errors, Style::note, note) << '\n';
 }
 
 }  // namespace
+
+std::string headingOf(const Document &document, const Selection &selection) {
+  const std::string &source = selection.source;
+  return (source.empty() ? "nebxml" : source) + ": " + document.fileName();
+}
+
+CommandError selectionError(ExitStatus status, const Document &document, const Selection &selection,
+                            const std::string &cause) {
+  return {status, printable(headingOf(document, selection) + ": " + cause + " '" +
+                            selection.pattern + "'")};
+}
 
 XmlNode *firstMatch(const XmlNode *start, const std::string &pattern) {
   NEB_XML_CURSOR cursor{};
@@ -57,25 +70,27 @@ XmlNode *firstMatch(const XmlNode *start, const std::string &pattern) {
 
 std::vector<XmlNode *> selectAll(const Document &document, const std::string &pattern) {
   std::vector<XmlNode *> nodes;
-  Search search(document, pattern);
+  const Selection selection{pattern, true, ""};
+  Search search(document, selection);
   while (XmlNode *node = search.next()) nodes.push_back(node);
   return nodes;
 }
 
 std::vector<XmlNode *> select(const Document &document, const Selection &selection) {
-  Search search(document, selection.pattern);
+  Search search(document, selection);
   std::vector<XmlNode *> nodes;
   while (XmlNode *node = search.next()) {
     if (!nodes.empty() && !selection.takesAll) {
-      noteFurtherMatches(document, selection.pattern);
+      noteFurtherMatches(document, selection);
       break;
     }
     nodes.push_back(node);
   }
   if (!nodes.empty()) return nodes;
   throw CommandError(
-      ExitStatus::notFound, document.fileName(),
-      "no node at path '" + selection.pattern + "': " + missingStep(document, selection.pattern));
+      ExitStatus::notFound,
+      printable(headingOf(document, selection) + ": no node at path '" + selection.pattern +
+                "': " + missingStep(document, selection.pattern)));
 }
 
 }  // namespace nebxml

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "command_error.h"
 #include "documents/document.h"
 
 namespace nebxml {
@@ -12,7 +13,15 @@ namespace nebxml {
 struct Selection {
   std::string pattern;
   bool takesAll = false;
+  std::string source;  // which option or line of a script asks for it; empty: the command itself
 };
+
+// How messages about a selection begin: with its source, if it has one, and the file.
+std::string headingOf(const Document &document, const Selection &selection);
+
+// The cause ends in words such as "at path", and the pattern follows.
+CommandError selectionError(ExitStatus status, const Document &document, const Selection &selection,
+                            const std::string &cause);
 
 // The nodes in document order: elements, or attributes if the pattern asks for them. Never empty:
 // throws CommandError, which says where the search ended, if nothing matches. If only the first of

@@ -1,7 +1,5 @@
 #include "documents/tree_edits.h"
 
-#include <cstring>
-
 #include "documents/node_reading.h"
 
 namespace nebxml {
@@ -9,13 +7,6 @@ namespace {
 
 // The tree belongs to the document that is edited; an edit names its nodes read-only.
 XmlNode *writable(const XmlNode *node) { return const_cast<XmlNode *>(node); }
-
-uint32_t setAttribute(XmlNode *element, const NEB_XML_EDIT &edit) {
-  const uint32_t result = NEB_XML_SetAttr(element, edit.prefix, edit.name, edit.value);
-  return result == NEB_XML_ERR_NOT_FOUND
-             ? NEB_XML_AddAttr(element, edit.prefix, edit.name, edit.value)
-             : result;
-}
 
 uint32_t insertAt(uint32_t kind, XmlNode *node, XmlNode *copy) {
   switch (kind) {
@@ -41,16 +32,9 @@ uint32_t insertCopy(XmlNode *node, const NEB_XML_EDIT &edit) {
 
 uint32_t remove(XmlNode *node) {
   NEB_XML_NODE_INFO info;
-  const uint32_t result = NEB_XML_GetNodeInfo(node, &info);
-  if (result != NEB_XML_OK || info.type != NEB_XML_NODE_ATTRIBUTE) return NEB_XML_RemoveNode(node);
+  if (!isAttribute(node)) return NEB_XML_RemoveNode(node);
+  NEB_XML_GetNodeInfo(node, &info);
   return NEB_XML_RemoveAttr(NEB_XML_GetNodeParent(node), info.prefix, info.name);
-}
-
-uint32_t rename(XmlNode *node, const NEB_XML_EDIT &edit) {
-  const uint32_t result =
-      NEB_XML_SetString(node, NEB_XML_STRING_PREFIX, edit.prefix, std::strlen(edit.prefix));
-  if (result != NEB_XML_OK) return result;
-  return NEB_XML_SetString(node, NEB_XML_STRING_NAME, edit.name, std::strlen(edit.name));
 }
 
 }  // namespace
@@ -61,11 +45,9 @@ uint32_t editTree(const NEB_XML_EDIT &edit) {
     case NEB_XML_EDIT_SET_VALUE:
       return NEB_XML_SetNode(node, nullptr, nullptr, edit.value);
     case NEB_XML_EDIT_SET_ATTR:
-      return setAttribute(node, edit);
-    case NEB_XML_EDIT_REMOVE_ATTR:
-      return NEB_XML_RemoveAttr(node, edit.prefix, edit.name);
+      return NEB_XML_AddAttr(node, edit.prefix, edit.name, edit.value);
     case NEB_XML_EDIT_RENAME:
-      return rename(node, edit);
+      return NEB_XML_SetNode(node, edit.prefix, edit.name, nullptr);
     case NEB_XML_EDIT_REMOVE:
       return remove(node);
     default:

@@ -8,7 +8,7 @@ namespace nebxml {
 
 CommandError refusal(const Document &document, const Selection &selection,
                      const std::string &cause) {
-  return {ExitStatus::notFound, document.fileName(), cause + " '" + selection.pattern + "'"};
+  return selectionError(ExitStatus::notFound, document, selection, cause);
 }
 
 std::optional<std::string> attributeValue(const XmlNode *element, const std::string &name) {
