@@ -112,7 +112,8 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
   EXPECT_EQ(read("one.xml") + read("two.xml"), one + two);
   char version[32] = "";
   EXPECT_EQ(NEB_XML_GetVersion(version, sizeof version), 0U);
-  EXPECT_EQ(shell("$nebxml --version").output, version + std::string("\n"));
+  EXPECT_EQ(shell("$nebxml --version").output,
+            version + std::string("\nkernel: ") + NEB_XML_GetKernelName() + "\n");
 }
 
 TEST_F(Tool, EditsChangeNoOtherByte) {

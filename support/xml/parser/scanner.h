@@ -666,7 +666,8 @@ class Scanner {
     if (*end == ':') {
       colon = end;
       while (*end == ':') end = index_.nextNameEnd(end + 1);
-      if (colon == name || colon + 1 == end) return nullptr;
+      const bool endsInColon = kIsStrict ? end[-1] == ':' : colon + 1 == end;
+      if (colon == name || endsInColon) return nullptr;
     }
     if (kIsStrict && !isAscii(*end)) {
       end = findNameEnd(name);

@@ -226,7 +226,7 @@ class StrictTokenizer {
     const auto *colon = static_cast<const char *>(std::memchr(name, ':', length));
     if (colon == nullptr) return builder_.startAttribute({name, 0, true}, {name, length, true});
     const auto prefixLength = static_cast<size_t>(colon - name);
-    if (prefixLength == 0 || prefixLength == length - 1) {
+    if (prefixLength == 0 || name[length - 1] == ':') {
       const Run whole = {name, length, true};
       return builder_.passUnsupported(reasons::kAttributeNameColon, name, whole) &&
              builder_.startAttribute({name, 0, true}, whole);

@@ -25,7 +25,7 @@ std::string versionText() {
   constexpr size_t kLongestVersion = 64;
   std::array<char, kLongestVersion> text{};
   NEB_XML_GetVersion(text.data(), static_cast<uint32_t>(text.size()));
-  return text.data();
+  return text.data() + std::string("\nkernel: ") + NEB_XML_GetKernelName();
 }
 
 void addColour(CLI::App &app) {
