@@ -78,7 +78,7 @@ TEST(Hostile, TextsTakeMemoryInProportionAndNoFiles) {
       const size_t perByte = result != kOk ? kForAFailedByte : kForAByte;
       EXPECT_LE(held, perByte * text.size() + kAnyway);
       const double share = static_cast<double>(held) - static_cast<double>(kAnyway);
-      double &each = most[perByte == kForAByte ? 0 : 1];
+      double &each = most[result == kOk ? 0 : 1];
       each = std::max(each, share / static_cast<double>(text.size()));
     }
   }
