@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <span>
@@ -357,7 +358,12 @@ int closeFile(FILE *stream) {
 }
 
 TEST(Faults, FilesThatFailOrLie) {
-  constexpr long k4GiB = 1L << 32;
+  constexpr int64_t k4GiB = int64_t{1} << 32;
+  // Where long has 32 bits, the end of some directories.
+  constexpr auto told = [](int64_t position) {
+    return static_cast<long>(std::clamp<int64_t>(position, LONG_MIN, LONG_MAX));
+  };
+  constexpr long kLongest = told(k4GiB - 1) - 1;
   const std::string measured = "open rb seek 0,2 tell";
   const std::string all = measured + " seek 0,0 read 1*4 close";
   const File files[] = {
@@ -369,11 +375,11 @@ TEST(Faults, FilesThatFailOrLie) {
       {"", 5, -1, kFileRead, measured + " seek 0,0 read 1*5 close"},
       {"", 3, -1, kSyntax, measured + " seek 0,0 read 1*3 close"},
       {"", -1, -1, kFileRead, measured + " close"},
-      {"", -k4GiB, -1, kFileRead, measured + " close"},
-      {"", k4GiB - 2, -1, kNoMemory, measured + " close"},
-      {"", k4GiB - 1, -1, kFileRead, measured + " close"},
-      {"", k4GiB, -1, kFileRead, measured + " close"},
-      {"", k4GiB + 4, -1, kFileRead, measured + " close"},
+      {"", told(-k4GiB), -1, kFileRead, measured + " close"},
+      {"", kLongest, -1, kNoMemory, measured + " close"},
+      {"", kLongest + 1, -1, kFileRead, measured + " close"},
+      {"", told(k4GiB), -1, kFileRead, measured + " close"},
+      {"", told(k4GiB + 4), -1, kFileRead, measured + " close"},
       {"", 0, 0, kFileRead, all},
       {"", 0, 3, kFileRead, all},
       {"", 0, 4, kSyntax, all},

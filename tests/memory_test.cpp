@@ -9,6 +9,7 @@
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
 #include "xml/memory/hooks.h"
+#include "xml/memory/session_allocator.h"
 #include "xml/memory/session_table.h"
 #include "xml/record/node.h"
 
@@ -118,7 +119,7 @@ TEST(Session, RefusesWhatItCannotGive) {
   };
   NEB_XML_RegMemFunc(std::malloc, refuse, std::free);
   constexpr int32_t kDoubled = 3 * (1 << 29);
-  constexpr size_t kHeader = 24;
+  constexpr size_t kHeader = sizeof(XmlMemBlock);
   for (const int32_t size : {0, -1, INT32_MIN, kDoubled - 1, kDoubled + 1, INT32_MAX}) {
     EXPECT_EQ(XML_MemSpecialMalloc(session, size), nullptr) << size;
   }
@@ -130,9 +131,24 @@ TEST(Session, RefusesWhatItCannotGive) {
     EXPECT_TRUE(XML_MemSpecialMalloc(handle, 1) == nullptr && XML_MemSessionEnd(handle) == 0);
   }
   XmlNode *node = XML_NewNode(session, NEB_XML_NODE_DOCUMENT);
-  EXPECT_EQ(XML_Malloc(node, (size_t{1} << 32U) + 8), nullptr);
+  for (const uint64_t size : {uint64_t{1} << 31U, (uint64_t{1} << 32U) + 8}) {
+    if (size > SIZE_MAX) continue;
+    EXPECT_EQ(XML_Malloc(node, static_cast<size_t>(size)), nullptr);
+  }
   EXPECT_EQ(XML_Strdup(node, ""), nullptr);
   XML_Free(node, nullptr);
+  EXPECT_EQ(XML_MemSessionEnd(session), 1U);
+}
+
+// Such an allocation ends where addresses of 32 bits begin again.
+TEST(Session, RefusesWhatWouldEndBehindTheLastAddress) {
+  const uint32_t session = XML_MemSessionBegin(8192);
+  SessionAllocator allocator(*findSession(session));
+  const auto next = reinterpret_cast<uintptr_t>(allocator.allocateTogether(1, 1)) + 1;
+  const size_t size = UINT32_MAX - (next & UINT32_MAX) + 1;
+  EXPECT_EQ(allocator.allocateTogether(size, size), nullptr);
+  EXPECT_EQ(allocator.allocateTogether(1, size), nullptr);
+  allocator.save();
   EXPECT_EQ(XML_MemSessionEnd(session), 1U);
 }
 
@@ -253,8 +269,10 @@ TEST(Buffer, RefusesLengthsBeyond32BitsAndWrongArguments) {
     const std::string text(operation == 'i' || operation == '=' ? 0 : count, 'n');
     const guarded::FailingAllocation failing(1, true);
     const size_t allocations = guarded::allocations();
+    // What no object can be as large as is not requested.
+    const size_t requested = sizeof(size_t) > sizeof(uint32_t) ? attempts : 0;
     EXPECT_EQ(apply(operation, &buffer, text.c_str(), count, 0), kNoMemory) << operation << count;
-    EXPECT_EQ(guarded::allocations() - allocations, attempts) << operation << count;
+    EXPECT_EQ(guarded::allocations() - allocations, requested) << operation << count;
     EXPECT_TRUE(buffer.data == &byte && buffer.length == length && buffer.capacity == capacity);
   }
   XmlMemBuf buffer;

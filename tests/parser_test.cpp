@@ -102,8 +102,9 @@ TEST(Parser, HashesTheNamesOfEachTableByAKeyOfItsOwn) {
                 kOk);
     }
     // Its first member behind the keys.
+    constexpr size_t kOffset = DuplicateDetector::kKeyedAttributes * sizeof(uint64_t);
     const uint64_t *table =
-        reinterpret_cast<uint64_t *const *>(&detector)[DuplicateDetector::kKeyedAttributes];
+        reinterpret_cast<uint64_t *const *>(&detector)[kOffset / sizeof(uint64_t *)];
     hashes.insert(table, table + guarded::mallocSizes().back() / sizeof *table);
     detector.beginTag();
   }

@@ -11,9 +11,11 @@
 #include "support/guarded_hooks.h"
 #include "support/tables.h"
 #include "support/trees.h"
+#include "xml/printer/sink_output.h"
 
 namespace {
 
+using namespace neb::xml::internal;
 using other_parsers::outlineOf;
 using tables::repeated;
 
@@ -107,10 +109,21 @@ TEST(Print, RefusesOptionsThatItDoesNotKnow) {
   } larger;
   std::string whole;
   EXPECT_EQ(NEB_XML_Print(document, &larger.known, appendTo, &whole), kOk);
-  larger.later = 1L << 40;
+  larger.later = 1L << 24;
   EXPECT_EQ(NEB_XML_Print(document, &larger.known, appendTo, &whole), kInvalid);
   EXPECT_EQ(NEB_XML_Print(document, nullptr, appendTo, &whole), kOk);
   EXPECT_EQ(whole, "<a/>\n<a/>\n");
+}
+
+// Lengths that a difference of two pointers of 32 bits cannot hold.
+TEST(Print, HasRoomForNoLengthBeyondIt) {
+  Output output;
+  SinkOutput sink(appendTo, nullptr);
+  const char *end = output.begin() + 4096 + Output::kSlack;  // of both, or before it
+  for (const uint32_t length : {uint32_t{1} << 31U, uint32_t{1} << 31U | 1U, UINT32_MAX}) {
+    EXPECT_FALSE(output.hasRoom(output.begin(), length) || sink.hasRoom(sink.begin(), length));
+    EXPECT_FALSE(output.hasRoom(end, length)) << "in the slack";
+  }
 }
 
 void expectValue(const std::string &value, bool isValue, bool withSession) {

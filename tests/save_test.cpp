@@ -158,6 +158,14 @@ TEST_P(SaveBy, ReplacesFilesKeepsPermissionsAndFollowsLinks) {
   EXPECT_EQ(filesInFolder(), 4U);
 }
 
+TEST_P(SaveBy, ReplacesFilesOfAnySize) {
+  const std::string file = oldFile(0600);
+  ASSERT_EQ(truncate(file.c_str(), off_t{3} << 30U), 0);
+  EXPECT_EQ(save(file), kOk);
+  EXPECT_EQ(std::get<0>(rightsOf(file)), 0600U);
+  EXPECT_EQ(trees::readFile(file), text_);
+}
+
 TEST_P(SaveBy, LeavesTheOldFileAndNothingElseAfterAFailure) {
   const std::string file = oldFile(0644);
   const std::string old = trees::readFile(file);

@@ -30,7 +30,10 @@ std::string bytesOf(const XmlNode *node) {
 
 TEST(Nodes, HaveTheSizeOfTheirKind) {
   const trees::Held owner{parsed("<owner/>")};
-  for (const auto &[type, size] : {std::pair(1U, 56U), {12U, 208U}, {0U, 88U}, {0x180U, 88U}}) {
+  constexpr size_t kLinks = sizeof(void *), kAttribute = 16 + 5 * kLinks,
+                   kElement = 16 + 9 * kLinks;
+  for (const auto &[type, size] :
+       {std::pair(1U, kAttribute), {12U, kElement + 120}, {0U, kElement}, {0x180U, kElement}}) {
     XmlNode *node = XML_NewNode(0, type);
     XmlNode *carved = XML_NewNode(owner->sessionId, type);
     const size_t holders = type == 12 ? 4 : 0;

@@ -118,7 +118,7 @@ TEST(Values, EveryNumberOf16BitsLimitsAndMalformedTexts) {
   }
   std::mt19937_64 random(1);
   for (int i = 0; i < 20000; ++i) {
-    std::string text(random() % 30, '0');
+    std::string text(static_cast<size_t>(random() % 30), '0');
     for (char &byte : text) byte = "000000000000012345678900123456789+-"[random() % 35];
     check(text, static_cast<int64_t>(random()));
     check(text.substr(0, text.find_first_of("+-", 1)), 0);
@@ -241,7 +241,7 @@ TEST(Doubles, AreReadToTheNearestOneAndWrittenAgain) {
   checkRead("0." + std::string(400, '0') + "1e401");
   std::mt19937_64 random(1);
   for (int i = 0; i < 20000; ++i) {
-    std::string text(1 + random() % (i % 50 == 0 ? 1000 : 24), '0');
+    std::string text(static_cast<size_t>(1 + random() % (i % 50 == 0 ? 1000 : 24)), '0');
     for (char &byte : text) byte = "01234567890123456789.eE+-"[random() % (i % 2 == 0 ? 21 : 25)];
     checkRead(text);
     checkRead(text + "e" + std::to_string(static_cast<int>(random() % 660) - 330));

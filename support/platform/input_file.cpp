@@ -10,6 +10,13 @@ namespace neb::platform {
 
 namespace {
 
+static_assert(sizeof(off_t) == sizeof(int64_t), "the build must set _FILE_OFFSET_BITS=64");
+
+bool isDirectory(int file) {
+  struct stat status = {};
+  return fstat(file, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 // The system reads large files and pipes in parts. Fewer bytes than count: the file has ended.
 // Negative if a part cannot be read.
 template <typename ReadPart>
@@ -33,9 +40,11 @@ InputFile::~InputFile() {
   if (isOpen()) close(file_);
 }
 
-// Where the end cannot be found, the position counts, as for streams: files of /proc are empty.
+// Where the end cannot be found, the position counts, as for streams: files of /proc are empty. Some
+// directories end at the largest number that a process can use for a position.
 int64_t InputFile::length() const {
   const off_t end = lseek(file_, 0, SEEK_END);
+  if (end >= INT32_MAX && isDirectory(file_)) return -1;
   return end >= 0 ? end : lseek(file_, 0, SEEK_CUR);
 }
 
@@ -51,10 +60,10 @@ bool InputFile::read(char *bytes, size_t count) const {
   return fill(count, readPart) == static_cast<int64_t>(count);
 }
 
-size_t InputFile::expectedLength() const {
+int64_t InputFile::expectedLength() const {
   struct stat status = {};
   const bool isRegular = fstat(file_, &status) == 0 && S_ISREG(status.st_mode);
-  return isRegular ? static_cast<size_t>(status.st_size) : 0;
+  return isRegular ? int64_t{status.st_size} : 0;
 }
 
 int64_t InputFile::readNext(char *bytes, size_t count) const {

@@ -27,7 +27,7 @@ class InputFile {
   bool read(char *bytes, size_t count) const;
 
   // What is to be expected of a file that can be measured without seeking; else 0.
-  size_t expectedLength() const;
+  int64_t expectedLength() const;
 
   // The next bytes, from a file of any kind: fewer at its end only. Negative if reading fails.
   int64_t readNext(char *bytes, size_t count) const;

@@ -315,7 +315,8 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_ParseEx(const char *text, XmlNode 
  *   NEB_XML_ERR_INVALID_PARAM  a null argument;
  *   NEB_XML_ERR_FILE_OPEN      the open hook returned no stream;
  *   NEB_XML_ERR_FILE_READ      the file could not be measured (no tell hook, a tell that fails, a
- *                              size of 4 GiB or more), rewound or read whole;
+ *                              size of 4 GiB or more, or of 2 GiB or more through hooks where
+ *                              long has 32 bits), rewound or read whole;
  *   NEB_XML_ERR_SYNTAX         also for an empty file;
  *   NEB_XML_ERR_NO_MEMORY      also if the file does not fit into memory.
  * The stream is closed on every path.
@@ -458,9 +459,9 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Load(const char *path,
  * text   receives a NUL-terminated string from the allocation hook, exactly as large as needed;
  *        freed with NEB_XML_FreeMem.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM for a null argument, an attribute, or a nameless
- * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for an output of 4 GiB or more. The
- * first failure that printing meets decides. *text is written on success only. Cost: linear in the
- * nodes and strings.
+ * node or attribute to be printed; NEB_XML_ERR_NO_MEMORY, also for an output of 4 GiB or more, or
+ * of 2 GiB or more where pointers have 32 bits. The first failure that printing meets decides.
+ * *text is written on success only. Cost: linear in the nodes and strings.
  */
 
 /** Prints a subtree. */
@@ -504,7 +505,7 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformFile(const XmlNode *start
  *
  * start, text  as for NEB_XML_Transform.
  * width        0 to 16.
- * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY, also for an output of 4 GiB or more;
+ * Returns NEB_XML_OK; NEB_XML_ERR_NO_MEMORY, also for an output as long as NEB_XML_Transform says;
  * NEB_XML_ERR_INVALID_PARAM for a wrong argument, and for what no document can hold:
  *   - a node of another type than element and document;
  *   - a name, its prefix included, that is missing or none in XML: of ASCII, letters, digits and
@@ -1432,7 +1433,9 @@ NEB_XML_API uint32_t NEB_XML_RegMemFunc(void *(*mallocHook)(size_t),
  *
  * openHook, seekHook, closeHook, readHook  stand in for fopen, fseek, fclose and fread.
  * tellHook                                 stands in for ftell; may be null: files can then not
- *                                          be loaded (NEB_XML_ERR_FILE_READ).
+ *                                          be loaded (NEB_XML_ERR_FILE_READ). Where long has 32
+ *                                          bits, neither can files of 2 GiB and more. NEB_XML_Load
+ *                                          reads both.
  * Returns NEB_XML_OK; NEB_XML_ERR_INVALID_PARAM if another hook is null, all then unchanged.
  */
 NEB_XML_API uint32_t NEB_XML_RegFileFunc(FILE *(*openHook)(const char *, const char *),

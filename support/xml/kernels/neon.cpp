@@ -21,17 +21,20 @@ enum Set : uint8_t { kNameEnd = 1, kValueEnd = 2, kTextEnd = 4, kWhitespace = 8 
 
 struct SetsOfBytes {
   uint8_t sets[kAsciiBytes];
+  bool endsNamesBeyondAscii;
 
-  constexpr SetsOfBytes() : sets() {
+  constexpr SetsOfBytes(const ByteSet &nameEnds, const ByteSet &valueEnds, const ByteSet &textEnds)
+      : sets(), endsNamesBeyondAscii(nameEnds.holds(kAsciiBytes)) {
     for (size_t byte = 0; byte < kAsciiBytes; ++byte) {
       sets[byte] = static_cast<uint8_t>(
-          kNameEndBytes.holds(byte) * kNameEnd | kValueEndBytes.holds(byte) * kValueEnd |
-          kTextEndBytes.holds(byte) * kTextEnd | kWhitespaceBytes.holds(byte) * kWhitespace);
+          nameEnds.holds(byte) * kNameEnd | valueEnds.holds(byte) * kValueEnd |
+          textEnds.holds(byte) * kTextEnd | kWhitespaceBytes.holds(byte) * kWhitespace);
     }
   }
 };
 
-constexpr SetsOfBytes kSetsOfBytes;
+constexpr SetsOfBytes kLenientSets(kNameEndBytes, kValueEndBytes, kTextEndBytes);
+constexpr SetsOfBytes kStrictSets(kStrictNameEndBytes, kStrictValueEndBytes, kStrictTextEndBytes);
 
 // What lies beyond a table gives zero in the first lookup, and stays as it is in the second.
 inline uint8x16_t setsOf(const uint8x16x4_t &low, const uint8x16x4_t &high, uint8x16_t bytes) {
@@ -51,13 +54,18 @@ inline uint64_t bitsOf(const uint8x16x4_t &sets, Set set) {
   return vgetq_lane_u64(vreinterpretq_u64_u8(vpaddq_u8(sums, sums)), 0);
 }
 
+template <const SetsOfBytes &setsOfBytes>
 void indexByNeon(const char *bytes, size_t words, size_t firstWord, IndexWords &index) {
-  const uint8x16x4_t low = vld1q_u8_x4(kSetsOfBytes.sets);
-  const uint8x16x4_t high = vld1q_u8_x4(kSetsOfBytes.sets + kHalfTable);
+  const uint8x16x4_t low = vld1q_u8_x4(setsOfBytes.sets);
+  const uint8x16x4_t high = vld1q_u8_x4(setsOfBytes.sets + kHalfTable);
   for (size_t word = firstWord; word < firstWord + words; ++word) {
     uint8x16x4_t sets;
     for (uint8x16_t &vector : sets.val) {
-      vector = setsOf(low, high, vld1q_u8(reinterpret_cast<const uint8_t *>(bytes)));
+      const uint8x16_t loaded = vld1q_u8(reinterpret_cast<const uint8_t *>(bytes));
+      vector = setsOf(low, high, loaded);
+      // A byte beyond ASCII is in none of the tables' sets: its highest bit becomes that set.
+      static_assert(kNameEnd == 1);
+      if (setsOfBytes.endsNamesBeyondAscii) vector = vsraq_n_u8(vector, loaded, 7);
       bytes += kVectorSize;
     }
     index[kNameEnds][word] = bitsOf(sets, kNameEnd);
@@ -69,8 +77,8 @@ void indexByNeon(const char *bytes, size_t words, size_t firstWord, IndexWords &
 
 }  // namespace
 
-constinit const Kernel kNeonKernel = {"neon", indexByNeon, indexStrictlyByTable, areAllowedByVector,
-                                      false};
+constinit const Kernel kNeonKernel = {"neon", indexByNeon<kLenientSets>, indexByNeon<kStrictSets>,
+                                      areAllowedByVector, false};
 
 }  // namespace neb::xml::internal
 

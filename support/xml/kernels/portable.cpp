@@ -1,4 +1,6 @@
 // The kernel of all other machines: a table answers all questions of a byte at once.
+#include <bit>
+
 #include "characters/utf8.h"
 #include "kernels/byte_sets.h"
 #include "kernels/kernel.h"
@@ -62,6 +64,15 @@ void indexByTable(const char *bytes, size_t words, size_t firstWord, IndexWords 
   }
 }
 
+// As signed numbers, bytes beyond ASCII are less than any other.
+Vector findAllowedAscii(Vector bytes) {
+  using SignedVector = int8_t __attribute__((vector_size(kVectorSize)));
+  constexpr int8_t kLastControl = ' ' - 1;
+  const auto isPrinted =
+      reinterpret_cast<Vector>(reinterpret_cast<SignedVector>(bytes) > kLastControl);
+  return isPrinted | (bytes == '\t') | (bytes == '\n') | (bytes == '\r');
+}
+
 }  // namespace
 
 void indexStrictlyByTable(const char *bytes, size_t words, size_t firstWord, IndexWords &index) {
@@ -69,21 +80,16 @@ void indexStrictlyByTable(const char *bytes, size_t words, size_t firstWord, Ind
 }
 
 bool areAllowedByVector(const char *from, const char *end) {
-  // Most texts are ASCII.
+  // Most texts are ASCII, and what is not comes in words.
   while (static_cast<size_t>(end - from) >= kVectorSize) {
-    const Vector bytes = loadVector(from);
-    const Vector isWhitespace = (bytes == '\t') | (bytes == '\n') | (bytes == '\r');
-    const Vector isOrdinary = (bytes >= ' ') & (bytes < kAsciiBytes);
-    if (bitsOf(~(isOrdinary | isWhitespace)) == 0) {
-      from += kVectorSize;
-      continue;
-    }
-    const char *vectorEnd = from + kVectorSize;
-    while (from < vectorEnd) {
+    const uint64_t others = bitsOf(~findAllowedAscii(loadVector(from)));
+    from += others == 0 ? kVectorSize : static_cast<size_t>(std::countr_zero(others));
+    if (others == 0) continue;
+    do {
       const size_t length = characterAt(from, end).length;
       if (length == 0) return false;
       from += length;
-    }
+    } while (from < end && !isAscii(*from));
   }
   return findForbidden(from, end) == end;
 }

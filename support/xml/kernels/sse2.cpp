@@ -102,6 +102,29 @@ inline __m128i findIn(__m128i bytes) {
   (std::make_index_sequence<set.count>());
 }
 
+// For strict reading, the bytes that texts and values have in common come first.
+constexpr ByteSet kCommonStrictBytes = kTextEndBytes.with(ByteSet("\r"));
+constexpr Patterns kCommonStrict(kCommonStrictBytes, kCommonStrictBytes);
+constexpr Patterns kStrictTexts(kStrictTextEndBytes,
+                                kStrictTextEndBytes.without(kCommonStrictBytes));
+constexpr Patterns kStrictValues(kStrictValueEndBytes,
+                                 kStrictValueEndBytes.without(kCommonStrictBytes));
+
+inline __m128i isFrom(char first, char last, __m128i bytes) {
+  const __m128i above = _mm_sub_epi8(bytes, _mm_set1_epi8(first));
+  const __m128i most = _mm_set1_epi8(static_cast<char>(last - first));
+  return _mm_cmpeq_epi8(_mm_min_epu8(above, most), above);
+}
+
+// What does not end a name in strict reading.
+inline __m128i findInStrictNames(__m128i bytes) {
+  const __m128i isLetter = isFrom('a', 'z', _mm_or_si128(bytes, _mm_set1_epi8('a' ^ 'A')));
+  const __m128i isSlash = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('/'));
+  const __m128i isOther = _mm_andnot_si128(isSlash, isFrom('-', '9', bytes));
+  const __m128i isUnderscore = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('_'));
+  return _mm_or_si128(isLetter, _mm_or_si128(isOther, isUnderscore));
+}
+
 inline uint64_t bitsOf(__m128i found) { return static_cast<uint64_t>(_mm_movemask_epi8(found)); }
 
 void indexBySse2(const char *bytes, size_t words, size_t firstWord, IndexWords &index) {
@@ -130,9 +153,31 @@ void indexBySse2(const char *bytes, size_t words, size_t firstWord, IndexWords &
   }
 }
 
+void indexStrictlyBySse2(const char *bytes, size_t words, size_t firstWord, IndexWords &index) {
+  for (size_t word = firstWord; word < firstWord + words; ++word) {
+    uint64_t inNames = 0;
+    uint64_t valueEnds = 0;
+    uint64_t textEnds = 0;
+    uint64_t whitespaces = 0;
+    for (size_t i = 0; i < kBytesPerWord; i += kVectorSize) {
+      const __m128i vector = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + i));
+      const __m128i common = findIn<kCommonStrict>(vector);
+      inNames |= bitsOf(findInStrictNames(vector)) << i;
+      valueEnds |= bitsOf(_mm_or_si128(common, findIn<kStrictValues>(vector))) << i;
+      textEnds |= bitsOf(_mm_or_si128(common, findIn<kStrictTexts>(vector))) << i;
+      whitespaces |= bitsOf(findIn<kWhitespace>(vector)) << i;
+    }
+    bytes += kBytesPerWord;
+    index[kNameEnds][word] = ~inNames;
+    index[kValueEnds][word] = valueEnds;
+    index[kTextEnds][word] = textEnds;
+    index[kNonWhitespace][word] = ~whitespaces;
+  }
+}
+
 }  // namespace
 
-constinit const Kernel kSse2Kernel = {"sse2", indexBySse2, indexStrictlyByTable, areAllowedByVector,
+constinit const Kernel kSse2Kernel = {"sse2", indexBySse2, indexStrictlyBySse2, areAllowedByVector,
                                       false};
 
 }  // namespace neb::xml::internal

@@ -12,6 +12,7 @@ bool MemoryLimit::hold(size_t size) {
 }
 
 void *Allocator::allocate(size_t size) const {
+  if (size > kLargestObject) return nullptr;
   if (limit != nullptr && !limit->hold(size)) return nullptr;
   void *memory =
       allocateFunction != nullptr ? allocateFunction(context, size) : allocateOnHeap(size);

@@ -17,10 +17,10 @@ struct XmlMemBlock {
 };
 
 static_assert(offsetof(XmlMemBlock, cursor) == 0);
-static_assert(offsetof(XmlMemBlock, remaining) == 8);
-static_assert(offsetof(XmlMemBlock, capacity) == 12);
-static_assert(offsetof(XmlMemBlock, nextBlock) == 16);
-static_assert(sizeof(XmlMemBlock) == 24);
+static_assert(offsetof(XmlMemBlock, remaining) == sizeof(void *));
+static_assert(offsetof(XmlMemBlock, capacity) == sizeof(void *) + 4);
+static_assert(offsetof(XmlMemBlock, nextBlock) == sizeof(void *) + 8);
+static_assert(sizeof(XmlMemBlock) == 2 * sizeof(void *) + 8);
 
 // Before each allocation of a session this many bytes can be read: they are of the allocation
 // before it, or of the block's header.
@@ -35,7 +35,8 @@ constexpr int32_t kDocumentSessionSize = 8192;
 constexpr size_t kCacheLine = 64;
 constexpr uint32_t kSeveralSessions = UINT32_MAX;  // never a handle
 
-// An open session. Its neighbours in the table may belong to other threads, so it fills a line.
+// An open session. Its neighbours in the table may belong to other threads, so it fills a line where
+// pointers have 64 bits.
 struct XmlMemSession {
   std::atomic<uint32_t> handle;  // 0 while the entry of the table is free
   uint32_t blockCount;
@@ -53,7 +54,8 @@ struct XmlMemSession {
   void *keptAttributes;
 };
 
-static_assert(sizeof(XmlMemSession) == kCacheLine);
+static_assert(sizeof(void *) == 8 ? sizeof(XmlMemSession) == kCacheLine
+                                  : sizeof(XmlMemSession) < kCacheLine);
 
 // The slow path of allocateInSession.
 void *allocateBeyondLastBlock(XmlMemSession &session, int32_t size);

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "memory/sizes.h"
 #include "neb_xml.h"
 
 namespace neb::xml::internal {
@@ -22,8 +23,11 @@ inline bool usesDefaultAllocator() {
 // Whether the file hooks are those of the C library.
 bool usesDefaultFiles();
 
-// "The heap" is whatever the allocation hooks hand out.
-inline void *allocateOnHeap(size_t size) { return g_fnXMLMalloc(size); }
+// "The heap" is whatever the allocation hooks hand out. Null if memory runs out, as for anything
+// that is too large for an object.
+inline void *allocateOnHeap(size_t size) {
+  return size <= kLargestObject ? g_fnXMLMalloc(size) : nullptr;
+}
 
 inline void freeOnHeap(void *memory) {
   if (memory != nullptr) g_fnXMLFree(memory);

@@ -77,13 +77,14 @@ struct RegionSize {
 // stay empty.
 RegionSize sizeOfNextRegion(const FirstRegion &first, size_t filled) {
   const size_t known = first.expected > first.held ? first.expected - first.held : 0;
-  const size_t left = first.isCopy ? std::min(known, kMostAheadOfCopy * first.held) : known;
+  const size_t left =
+      first.isCopy ? std::min(known, productOf(kMostAheadOfCopy, first.held)) : known;
   const size_t coming = std::max(left, filled);
-  const size_t hugePages =
-      std::min((coming + (first.held + coming) / 10) / kHugePageSize, kMostHugePages);
+  const size_t wanted = sumOf(coming, sumOf(first.held, coming) / 10);
+  const size_t hugePages = std::min(wanted / kHugePageSize, kMostHugePages);
   const size_t whole = hugePages * kHugePageSize - kHeapHeader;
   if (hugePages > 0) return {whole, whole};
-  const size_t grown = left > 0 ? left + left / 8 : first.held / 4;
+  const size_t grown = left > 0 ? sumOf(left, left / 8) : first.held / 4;
   return {std::min(grown, kLargestRegion), std::max(left - left / 4, filled)};
 }
 

@@ -25,13 +25,14 @@ class SessionAllocator {
 
   // Total bytes for several allocations that lie back to back, if each of them would come from the
   // last block and there is slack behind them. Else null, and nothing is allocated.
-  char *allocateTogether(size_t smallest, size_t total) {
+  // The sums take 64 bits: addresses of 32 bits pass those when much is added to them.
+  char *allocateTogether(size_t smallest, uint64_t total) {
     const bool fits = static_cast<ptrdiff_t>(smallest) > largestEarlierGap_ &&
-                      addressOf(next_) + total <= slackBegin_;
+                      uint64_t{addressOf(next_)} + total <= slackBegin_;
     if (!fits) return nullptr;
     char *begin = next_;
     if (begin == nullptr) __builtin_unreachable();  // else every caller would have to look
-    next_ += total;
+    next_ += static_cast<size_t>(total);
     return begin;
   }
 

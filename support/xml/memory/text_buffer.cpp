@@ -8,10 +8,10 @@
 namespace neb::xml::internal {
 
 static_assert(offsetof(XmlMemBuf, data) == 0);
-static_assert(offsetof(XmlMemBuf, length) == 8);
-static_assert(offsetof(XmlMemBuf, capacity) == 12);
-static_assert(offsetof(XmlMemBuf, growStep) == 16);
-static_assert(sizeof(XmlMemBuf) == 24);
+static_assert(offsetof(XmlMemBuf, length) == sizeof(void *));
+static_assert(offsetof(XmlMemBuf, capacity) == sizeof(void *) + 4);
+static_assert(offsetof(XmlMemBuf, growStep) == sizeof(void *) + 8);
+static_assert(sizeof(XmlMemBuf) == 2 * sizeof(void *) + 8);
 
 namespace {
 
@@ -19,7 +19,7 @@ constexpr uint32_t kGrowStep = 1024;
 constexpr size_t kTerminator = 1;
 constexpr XmlMemBuf kEmptyBuffer = {nullptr, 0, 0, kGrowStep};
 
-bool fits32Bits(size_t length) { return length <= UINT32_MAX; }
+bool fits32Bits(uint64_t length) { return length <= UINT32_MAX; }
 
 // The capacity to reallocate to; the present one when the buffer is neither too small nor too
 // large for the wanted length. May pass 32 bits.
@@ -33,14 +33,15 @@ uint64_t capacityFor(const XmlMemBuf &buffer, uint32_t wanted) {
 }
 
 char *allocateData(uint64_t capacity) {
-  return static_cast<char *>(allocateOnHeap(capacity + kTerminator));
+  if (!fits32Bits(capacity)) return nullptr;
+  return static_cast<char *>(allocateOnHeap(sumOf(static_cast<size_t>(capacity), kTerminator)));
 }
 
 // Makes room for a wanted length; the content is kept when that is not below the present length.
 uint32_t XML_MembufSetSize(XmlMemBuf *buffer, uint32_t wanted) {
   uint64_t capacity = capacityFor(*buffer, wanted);
   if (capacity == buffer->capacity) return NEB_XML_OK;
-  char *data = fits32Bits(capacity) ? allocateData(capacity) : nullptr;
+  char *data = allocateData(capacity);
   if (data == nullptr) {
     capacity = wanted;
     data = allocateData(capacity);
@@ -49,7 +50,7 @@ uint32_t XML_MembufSetSize(XmlMemBuf *buffer, uint32_t wanted) {
   if (buffer->data != nullptr) {
     const bool keepsContent = wanted >= buffer->length;
     if (keepsContent) {
-      platform::memcpy_s(data, capacity + kTerminator, buffer->data,
+      platform::memcpy_s(data, static_cast<size_t>(capacity) + kTerminator, buffer->data,
                          buffer->capacity + kTerminator);
     }
     freeOnHeap(buffer->data);

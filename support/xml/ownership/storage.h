@@ -83,7 +83,7 @@ class Storage {
 
   // A copy of a string and of its terminator; null when memory runs out.
   char *duplicate(std::string_view string) const {
-    const size_t size = string.size() + 1;
+    const size_t size = sumOf(string.size(), 1);
     auto *copy = static_cast<char *>(allocate(size));
     if (copy == nullptr) return nullptr;
     if (size <= 2 * kVectorSize) {
@@ -96,7 +96,7 @@ class Storage {
 
   // The same of a string that need not be terminated.
   char *duplicateBytes(std::string_view string) const {
-    auto *copy = static_cast<char *>(allocate(string.size() + 1));
+    auto *copy = static_cast<char *>(allocate(sumOf(string.size(), 1)));
     if (copy == nullptr) return nullptr;
     std::memcpy(copy, string.data(), string.size());
     copy[string.size()] = '\0';

@@ -214,8 +214,8 @@ void CheckingBuilder::releaseCopy(char *copy, const Run &run) const {
 }
 
 bool CheckingBuilder::growTags() {
-  const size_t capacity = capacity_ == 0 ? kFirstCapacity : 2 * capacity_;
-  auto *tags = static_cast<OpenTag *>(allocator_.allocate(capacity * sizeof(OpenTag)));
+  const size_t capacity = capacity_ == 0 ? kFirstCapacity : productOf(2, capacity_);
+  auto *tags = static_cast<OpenTag *>(allocator_.allocate(productOf(capacity, sizeof(OpenTag))));
   if (tags == nullptr) return false;
   std::copy_n(tags_, openTags_, tags);
   allocator_.release(tags_, capacity_ * sizeof(OpenTag));

@@ -1,5 +1,6 @@
 // Loading documents from files and buffers.
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <utility>
 
@@ -31,9 +32,11 @@ class HookedFile {
 
   bool isOpen() const { return stream_ != nullptr; }
 
+  // Some directories end at the largest number.
   int64_t length() const {
     XML_Fseek(stream_, 0, kSeekFromEnd);
-    return XML_Ftell(stream_);
+    const long end = XML_Ftell(stream_);
+    return end < LONG_MAX ? end : -1;
   }
 
   static int lengthError() { return errno; }
@@ -45,7 +48,7 @@ class HookedFile {
 
   // A stream whose length is not known. It stays where it is if it cannot be sought in.
   void seekStart() const { XML_Fseek(stream_, 0, kSeekFromStart); }
-  static size_t expectedLength() { return 0; }
+  static int64_t expectedLength() { return 0; }
 
   // The hooks do not say what ended a stream, so errno must.
   int64_t readNext(char *bytes, size_t count) const {
@@ -113,10 +116,11 @@ uint32_t LoadedDocument::readKnown(const File &file, size_t length) {
 template <typename File>
 uint32_t LoadedDocument::readInSteps(const File &file) {
   if (!file.isOpen()) return failWithError(NEB_XML_ERR_FILE_OPEN, errno);
-  const size_t expected = file.expectedLength();
-  size_t size = expected != 0 ? expected + kTerminator : kFirstStep;
+  const int64_t expected = file.expectedLength();
+  if (expected > int64_t{kLargestObject - kTerminator}) return NEB_XML_ERR_NO_MEMORY;
+  size_t size = expected != 0 ? static_cast<size_t>(expected) + kTerminator : kFirstStep;
   size_t length = 0;
-  for (;; size *= 2) {
+  for (;; size = productOf(2, size)) {
     if (!grow(length, size)) return NEB_XML_ERR_NO_MEMORY;
     const int64_t count = file.readNext(memory_.begin + length, size - length);
     if (count < 0) return failWithError(NEB_XML_ERR_FILE_READ, errno);
@@ -129,7 +133,7 @@ uint32_t LoadedDocument::readInSteps(const File &file) {
 }
 
 bool LoadedDocument::copy(const char *bytes, size_t length) {
-  if (length > PTRDIFF_MAX - kTerminator || !grow(0, length + kTerminator)) return false;
+  if (!grow(0, sumOf(length, kTerminator))) return false;
   std::memcpy(memory_.begin, bytes, length);
   setLength(length);
   return true;

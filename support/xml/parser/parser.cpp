@@ -14,36 +14,49 @@ namespace neb::xml::internal {
 
 namespace {
 
+// Where small code is wanted, the compiler decides what is inlined into the loops, and all machines
+// share them. An attribute cannot depend on a constant.
+#if defined(__OPTIMIZE_SIZE__)
+#define NEB_XML_LOOP gnu::noinline
+#else
+#define NEB_XML_LOOP gnu::noinline, gnu::flatten
+#endif
+
 struct AnyMachine {
   template <typename Scanner>
-  [[gnu::noinline, gnu::flatten]] static void scan(Scanner *scanner) {
+  [[NEB_XML_LOOP]] static void scan(Scanner *scanner) {
     scanner->scan();
   }
   template <typename Scanner>
-  [[gnu::noinline, gnu::flatten]] static const char *scanTag(Scanner *scanner, const char *cursor) {
+  [[NEB_XML_LOOP]] static const char *scanTag(Scanner *scanner, const char *cursor) {
     return scanner->scanTag(cursor);
   }
   template <typename Scanner, typename... Token>
-  [[gnu::noinline, gnu::flatten]] static const char *scanDecoded(Scanner *scanner, Token... token) {
+  [[NEB_XML_LOOP]] static const char *scanDecoded(Scanner *scanner, Token... token) {
     return scanner->scanDecoded(token...);
   }
 };
 
-#if defined(__x86_64__)
+// A build for machines with wide vectors alone has them in the only copy.
+#if defined(__AVX2__) && defined(__BMI__) && defined(__BMI2__)
+#define NEB_XML_ONLY_WIDE
+#endif
+
+#if defined(__x86_64__) && !defined(__OPTIMIZE_SIZE__) && !defined(NEB_XML_ONLY_WIDE)
 // The same, for machines with wide vectors.
 struct WideMachine {
   template <typename Scanner>
-  [[gnu::noinline, gnu::flatten, gnu::target("avx2,bmi,bmi2")]] static void scan(Scanner *scanner) {
+  [[NEB_XML_LOOP, gnu::target("avx2,bmi,bmi2")]] static void scan(Scanner *scanner) {
     scanner->scan();
   }
   template <typename Scanner>
-  [[gnu::noinline, gnu::flatten, gnu::target("avx2,bmi,bmi2")]] static const char *scanTag(
-      Scanner *scanner, const char *cursor) {
+  [[NEB_XML_LOOP, gnu::target("avx2,bmi,bmi2")]] static const char *scanTag(Scanner *scanner,
+                                                                            const char *cursor) {
     return scanner->scanTag(cursor);
   }
   template <typename Scanner, typename... Token>
-  [[gnu::noinline, gnu::flatten, gnu::target("avx2,bmi,bmi2")]] static const char *scanDecoded(
-      Scanner *scanner, Token... token) {
+  [[NEB_XML_LOOP, gnu::target("avx2,bmi,bmi2")]] static const char *scanDecoded(Scanner *scanner,
+                                                                                Token... token) {
     return scanner->scanDecoded(token...);
   }
 };

@@ -15,7 +15,9 @@ constexpr size_t kLargestChunk = size_t{1} << 26;
 // Trimming leaves a gap in the heap that a longer output does not fit in. Up to this length it is
 // cheaper to copy.
 constexpr size_t kLongestCopied = size_t{16} * 1024;
-constexpr size_t kLongestOutput = UINT32_MAX;
+// Lengths are counted in 32 bits. Around the output there are a chunk's header and the slack.
+constexpr size_t kBesideOutput = 1024;
+constexpr size_t kLongestOutput = std::min<size_t>(UINT32_MAX, kLargestObject - kBesideOutput);
 
 char *reallocate(char *memory, size_t size) {
   return static_cast<char *>(std::realloc(memory, size));
@@ -47,17 +49,18 @@ Output::~Output() {
   }
 }
 
-char *Output::addRoom(char *cursor, size_t count) {
+char *Output::addRoom(char *cursor, uint64_t count) {
   end(cursor);
   if (result_ != NEB_XML_OK || count > kLongestOutput - length_) {
     return refuse(NEB_XML_ERR_NO_MEMORY);
   }
-  return canReallocate_ ? growBuffer(count) : addChunk(count);
+  const auto room = static_cast<size_t>(count);
+  return canReallocate_ ? growBuffer(room) : addChunk(room);
 }
 
 char *Output::growBuffer(size_t count) {
   const auto room = static_cast<size_t>(wideEnd_ - begin_);
-  const size_t grownRoom = std::max(std::min(2 * room, kLongestOutput), length_ + count);
+  const size_t grownRoom = std::max(std::min(productOf(2, room), kLongestOutput), length_ + count);
   char *grown = reallocate(buffer_, grownRoom + kSlack);
   if (grown == nullptr) return refuse(NEB_XML_ERR_NO_MEMORY);
   if (buffer_ == nullptr) std::memcpy(grown, small_, length_);
@@ -69,7 +72,8 @@ char *Output::growBuffer(size_t count) {
 
 char *Output::addChunk(size_t count) {
   const bool isFirst = lastChunk_ == nullptr;
-  const size_t usual = isFirst ? kFirstChunk : std::min(2 * lastChunk_->room, kLargestChunk);
+  const size_t usual =
+      isFirst ? kFirstChunk : std::min(productOf(2, lastChunk_->room), kLargestChunk);
   const size_t room = std::max(usual, count);
   auto *chunk = static_cast<Chunk *>(XML_Malloc(nullptr, sizeof(Chunk) + room + kSlack));
   if (chunk == nullptr) return refuse(NEB_XML_ERR_NO_MEMORY);

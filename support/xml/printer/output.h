@@ -29,13 +29,13 @@ class Output {
   // The first cursor.
   char *begin() { return begin_; }
 
-  // The cursor may be in the slack.
-  bool hasRoom(const char *cursor, size_t count) const {
-    return static_cast<ptrdiff_t>(count) <= wideEnd_ - cursor;
+  // The cursor may be in the slack. Counts are sums of lengths, which take 64 bits on every machine.
+  bool hasRoom(const char *cursor, uint64_t count) const {
+    return static_cast<int64_t>(count) <= wideEnd_ - cursor;
   }
 
   // A cursor with room for so many bytes and kSlack more, which whole vectors may be written to.
-  char *withRoom(char *cursor, size_t count) {
+  char *withRoom(char *cursor, uint64_t count) {
     return hasRoom(cursor, count) ? cursor : addRoom(cursor, count);
   }
 
@@ -62,7 +62,7 @@ class Output {
 
   static constexpr size_t kSmallRoom = 4096;
 
-  char *addRoom(char *cursor, size_t count);
+  char *addRoom(char *cursor, uint64_t count);
   char *growBuffer(size_t count);
   char *addChunk(size_t count);
   char *trimmedBuffer();

@@ -26,7 +26,7 @@ class AnyName {
         hasBytesBefore_(hasBytesBeforeStrings(node)) {}
 
   // Without the colon.
-  size_t length() const { return prefixLength_ + localLength_; }
+  uint64_t length() const { return uint64_t{prefixLength_} + localLength_; }
 
   char *writeTo(char *to) const {
     if (node_.prefix != nullptr) {

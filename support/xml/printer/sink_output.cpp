@@ -2,19 +2,24 @@
 
 #include <algorithm>
 
+#include "memory/sizes.h"
+
 namespace neb::xml::internal {
 
 SinkOutput::~SinkOutput() { XML_Free(nullptr, enlarged_); }
 
-char *SinkOutput::addRoom(char *cursor, size_t count) {
+char *SinkOutput::addRoom(char *cursor, uint64_t count) {
   end(cursor);
   if (result_ != NEB_XML_OK) return nullptr;
   return count <= static_cast<size_t>(wideEnd_ - begin_) || enlarge(count) ? begin_ : nullptr;
 }
 
-bool SinkOutput::enlarge(size_t room) {
+bool SinkOutput::enlarge(uint64_t room) {
   XML_Free(nullptr, enlarged_);
-  enlarged_ = static_cast<char *>(XML_Malloc(nullptr, room + kSlack));
+  enlarged_ = nullptr;
+  if (room <= kLargestObject - kSlack) {
+    enlarged_ = static_cast<char *>(XML_Malloc(nullptr, static_cast<size_t>(room) + kSlack));
+  }
   if (enlarged_ == nullptr) return refuse(NEB_XML_ERR_NO_MEMORY) != nullptr;
   begin_ = enlarged_;
   wideEnd_ = enlarged_ + room;

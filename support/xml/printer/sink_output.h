@@ -24,11 +24,11 @@ class SinkOutput {
 
   char *begin() { return begin_; }
 
-  bool hasRoom(const char *cursor, size_t count) const {
-    return static_cast<ptrdiff_t>(count) <= wideEnd_ - cursor;
+  bool hasRoom(const char *cursor, uint64_t count) const {
+    return static_cast<int64_t>(count) <= wideEnd_ - cursor;
   }
 
-  char *withRoom(char *cursor, size_t count) {
+  char *withRoom(char *cursor, uint64_t count) {
     return hasRoom(cursor, count) ? cursor : addRoom(cursor, count);
   }
 
@@ -45,8 +45,8 @@ class SinkOutput {
  private:
   static constexpr size_t kRoom = kLongestChunk - kSlack;
 
-  char *addRoom(char *cursor, size_t count);
-  bool enlarge(size_t room);
+  char *addRoom(char *cursor, uint64_t count);
+  bool enlarge(uint64_t room);
 
   const NEB_XML_SINK sink_;
   void *const context_;

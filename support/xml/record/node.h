@@ -48,22 +48,25 @@ constexpr size_t kAttributeRecordSize = offsetof(XmlNode, prev);
 constexpr size_t kElementRecordSize = offsetof(XmlNode, nameTable);
 constexpr size_t kDocumentRecordSize = sizeof(XmlNode);
 
+constexpr size_t kPointerSize = sizeof(void *);
 static_assert(offsetof(XmlNode, sessionId) == 0);
 static_assert(offsetof(XmlNode, name) == 8);
-static_assert(offsetof(XmlNode, value) == 16);
-static_assert(offsetof(XmlNode, prefix) == 24);
-static_assert(offsetof(XmlNode, type) == 32);
-static_assert(offsetof(XmlNode, isDocument) == 33);
-static_assert(offsetof(XmlNode, nameOwned) == 34);
-static_assert(offsetof(XmlNode, valueOwned) == 35);
-static_assert(offsetof(XmlNode, parent) == 40);
-static_assert(offsetof(XmlNode, next) == 48);
-static_assert(offsetof(XmlNode, prev) == 56);
-static_assert(offsetof(XmlNode, firstChild) == 64);
-static_assert(offsetof(XmlNode, lastChild) == 72);
-static_assert(offsetof(XmlNode, firstAttr) == 80);
-static_assert(kAttributeRecordSize == 56 && kElementRecordSize == 88);
-static_assert(kDocumentRecordSize == 208 && alignof(XmlNode) == 1);
+static_assert(offsetof(XmlNode, value) == 8 + kPointerSize);
+static_assert(offsetof(XmlNode, prefix) == 8 + 2 * kPointerSize);
+static_assert(offsetof(XmlNode, type) == 8 + 3 * kPointerSize);
+static_assert(offsetof(XmlNode, isDocument) == 9 + 3 * kPointerSize);
+static_assert(offsetof(XmlNode, nameOwned) == 10 + 3 * kPointerSize);
+static_assert(offsetof(XmlNode, valueOwned) == 11 + 3 * kPointerSize);
+static_assert(offsetof(XmlNode, parent) == 16 + 3 * kPointerSize);
+static_assert(offsetof(XmlNode, next) == 16 + 4 * kPointerSize);
+static_assert(offsetof(XmlNode, prev) == 16 + 5 * kPointerSize);
+static_assert(offsetof(XmlNode, firstChild) == 16 + 6 * kPointerSize);
+static_assert(offsetof(XmlNode, lastChild) == 16 + 7 * kPointerSize);
+static_assert(offsetof(XmlNode, firstAttr) == 16 + 8 * kPointerSize);
+static_assert(kAttributeRecordSize == 16 + 5 * kPointerSize);
+static_assert(kElementRecordSize == 16 + 9 * kPointerSize);
+static_assert(kDocumentRecordSize == kElementRecordSize + kNameTableSlots * kNameTableSlotSize);
+static_assert(alignof(XmlNode) == 1);
 
 // For "elsewhere" see ownership/storage.h.
 enum NodeMark : uint8_t {

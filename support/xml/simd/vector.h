@@ -14,6 +14,7 @@
 namespace neb::xml::internal {
 
 using Vector = uint8_t __attribute__((vector_size(16)));
+using Words = uint64_t __attribute__((vector_size(16)));
 constexpr size_t kVectorSize = sizeof(Vector);
 
 inline Vector loadVector(const void *from) {
@@ -49,7 +50,6 @@ inline Vector loadFirst(const char *from, size_t count) {
     words[0] = load(0, uint8_t{}) | load(middle, uint8_t{}) << 8 * middle |
                load(last, uint8_t{}) << 8 * last;
   }
-  using Words = uint64_t __attribute__((vector_size(16)));
   return reinterpret_cast<Vector>(Words{words[0], words[1]});
 }
 
@@ -111,10 +111,7 @@ struct ShortString {
     return to + length;
   }
 
-  Vector bytes() const {
-    using Words = uint64_t __attribute__((vector_size(16)));
-    return reinterpret_cast<Vector>(Words{first, last});
-  }
+  Vector bytes() const { return reinterpret_cast<Vector>(Words{first, last}); }
 
  private:
   static uint64_t load(const char *from, size_t bytesBefore) {
@@ -130,9 +127,12 @@ inline uint64_t bitsOf(Vector found) {
 #if defined(__SSE2__)
   return static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(found)));
 #else
-  uint64_t bits = 0;
-  for (size_t i = 0; i < kVectorSize; ++i) bits |= uint64_t{found[i] != 0} << i;
-  return bits;
+  // A product moves the lowest bit of each byte into the highest byte, in the order of the bytes.
+  constexpr bool kIsLittle = std::endian::native == std::endian::little;
+  constexpr uint64_t kLowest = 0x0101010101010101;
+  constexpr uint64_t kGather = kIsLittle ? 0x0102040810204080 : 0x8040201008040201;
+  const auto words = reinterpret_cast<Words>(found);
+  return ((words[0] & kLowest) * kGather >> 56) | ((words[1] & kLowest) * kGather >> 56) << 8;
 #endif
 }
 
@@ -147,29 +147,40 @@ inline uint32_t differences(Vector a, Vector b) {
   constexpr uint32_t kAll = (uint32_t{1} << kVectorSize) - 1;
   return static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(a == b))) ^ kAll;
 }
+#else
+// The first bytes of a word, one at least, or the last ones; zeros instead of the others.
+template <bool areFirst>
+inline uint64_t onlyBytes(uint64_t word, size_t count) {
+  const size_t others = 64 - 8 * count;
+  const bool isLeft = areFirst == (std::endian::native == std::endian::little);
+  return isLeft ? word << others : word >> others;
+}
+
+template <bool areFirst>
+inline bool areAlike(Vector a, Vector b, size_t count) {
+  constexpr size_t kWord = sizeof(uint64_t);
+  const auto differing = reinterpret_cast<Words>(a ^ b);
+  const uint64_t whole = differing[areFirst ? 0 : 1];
+  if (count <= kWord) return onlyBytes<areFirst>(whole, count) == 0;
+  return (whole | onlyBytes<areFirst>(differing[areFirst ? 1 : 0], count - kWord)) == 0;
+}
 #endif
 
-// Whether two vectors are the same in so many of their first bytes.
+// Whether two vectors are the same in so many of their first bytes, one at least.
 inline bool beginAlike(Vector a, Vector b, size_t count) {
 #if defined(__SSE2__)
   return (differences(a, b) & ((uint32_t{1} << count) - 1)) == 0;
 #else
-  for (size_t i = 0; i < count; ++i) {
-    if (a[i] != b[i]) return false;
-  }
-  return true;
+  return areAlike<true>(a, b, count);
 #endif
 }
 
-// Whether two vectors are the same in so many of their last bytes.
+// Whether two vectors are the same in so many of their last bytes, one at least.
 inline bool endAlike(Vector a, Vector b, size_t count) {
 #if defined(__SSE2__)
   return differences(a, b) >> (kVectorSize - count) == 0;
 #else
-  for (size_t i = kVectorSize - count; i < kVectorSize; ++i) {
-    if (a[i] != b[i]) return false;
-  }
-  return true;
+  return areAlike<false>(a, b, count);
 #endif
 }
 

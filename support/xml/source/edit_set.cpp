@@ -94,8 +94,7 @@ uint32_t EditSet::make(const NEB_XML_EDIT *edits, size_t count) {
   if (!std::all_of(edits, edits + count, isAllowed)) return NEB_XML_ERR_INVALID_PARAM;
   root_ = topmostNode(edits[0].node);
   if (root_ == nullptr) return NEB_XML_ERR_NOT_FOUND;
-  const bool isTooMuch = count > SIZE_MAX / kTargetsForEach;
-  if (isTooMuch || !edits_.make(count) || !targets_.make(kTargetsForEach * count)) {
+  if (!edits_.make(count) || !targets_.make(productOf(kTargetsForEach, count))) {
     return NEB_XML_ERR_NO_MEMORY;
   }
   for (size_t i = 0; i < count; ++i) {

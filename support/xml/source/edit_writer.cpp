@@ -34,10 +34,7 @@ size_t reversed(size_t index) { return SIZE_MAX - index; }
 }  // namespace
 
 uint32_t EditWriter::prepare() {
-  if (edits_.size() > SIZE_MAX / kSplicesForEach ||
-      !splices_.make(kSplicesForEach * edits_.size())) {
-    return NEB_XML_ERR_NO_MEMORY;
-  }
+  if (!splices_.make(productOf(kSplicesForEach, edits_.size()))) return NEB_XML_ERR_NO_MEMORY;
   if (document_.isAscii()) text_.limitToAscii();
   if (!addAll()) return text_.result();
   written_ = text_.handOut();

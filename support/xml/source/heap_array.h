@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "memory/sizes.h"
 #include "neb_xml.h"
 
 namespace neb::xml::internal {
@@ -26,9 +27,7 @@ class HeapArray {
     if (capacity <= capacity_) return true;
     XML_Free(nullptr, items_);
     capacity_ = 0;
-    items_ = capacity > SIZE_MAX / sizeof(Item)
-                 ? nullptr
-                 : static_cast<Item *>(XML_Malloc(nullptr, capacity * sizeof(Item)));
+    items_ = static_cast<Item *>(XML_Malloc(nullptr, productOf(capacity, sizeof(Item))));
     if (items_ == nullptr) return false;
     capacity_ = capacity;
     return true;

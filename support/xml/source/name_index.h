@@ -9,8 +9,8 @@
 namespace neb::xml::internal {
 
 inline int compare(const WholeName &a, const WholeName &b) {
-  const size_t length = std::min(a.length(), b.length());
-  for (size_t i = 0; i < length; ++i) {
+  const uint64_t length = std::min(a.length(), b.length());
+  for (uint64_t i = 0; i < length; ++i) {
     if (a[i] != b[i]) return a[i] < b[i] ? -1 : 1;
   }
   return a.length() == b.length() ? 0 : a.length() < b.length() ? -1 : 1;

@@ -34,7 +34,7 @@ size_t NewText::length() {
 
 char *NewText::handOut() { return length() != 0 ? output_.handOut() : nullptr; }
 
-bool NewText::makeRoom(size_t count) {
+bool NewText::makeRoom(uint64_t count) {
   if (to_ != nullptr) to_ = output_.withRoom(to_, count);
   return to_ != nullptr;
 }

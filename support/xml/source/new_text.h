@@ -46,7 +46,7 @@ class NewText {
   bool addSubtree(const XmlNode *start, const Layout &layout);
 
  private:
-  bool makeRoom(size_t count);
+  bool makeRoom(uint64_t count);
   const char *addedName(const WholeName &name);
   bool addStartTag(const XmlNode *element);
   bool addSubtreeAttribute(const XmlNode *attribute);

@@ -57,7 +57,7 @@ class SessionCopier {
     const Strings strings(source);
     const size_t size = recordSize(type);
     char *together =
-        allocator_.allocateTogether(std::min(size, strings.smallest()), size + strings.all());
+        allocator_.allocateTogether(std::min(size, strings.smallest()), strings.all() + size);
     char *record = together != nullptr ? together : allocator_.allocate(size);
     if (record == nullptr) return nullptr;
     auto *copy = reinterpret_cast<XmlNode *>(record);
@@ -90,11 +90,11 @@ class SessionCopier {
           value(node->value != nullptr ? valueLengthOf(node) : 0) {}
 
     // With the terminators of those that there are.
-    size_t all() const { return sizeOf(prefix) + sizeOf(name) + sizeOf(value); }
+    uint64_t all() const { return sizeOf(prefix) + sizeOf(name) + sizeOf(value); }
     size_t smallest() const { return std::min({prefix - 1, name - 1, value - 1}) + 2; }
 
    private:
-    static size_t sizeOf(size_t length) { return length != 0 ? length + 1 : 0; }
+    static uint64_t sizeOf(size_t length) { return length != 0 ? uint64_t{length} + 1 : 0; }
   };
 
   // An attribute whose strings are together, by one copy of all, if the copies would be together
@@ -192,7 +192,7 @@ class SessionCopier {
 
   bool copyAlone(const char *text, size_t length, char **copy) {
     if (length == 0) return true;
-    *copy = allocator_.allocate(length + 1);
+    *copy = allocator_.allocate(sumOf(length, 1));
     if (*copy != nullptr) std::memcpy(*copy, text, length + 1);
     return *copy != nullptr;
   }

@@ -176,7 +176,7 @@ uint32_t DuplicateDetector::addToTable(const XmlNode *firstAttribute, const XmlN
   }
   const uint64_t hash = hashOf(attribute);
   bool isSeen = false;
-  size_t slot = hash & (slots_ - 1);
+  size_t slot = firstSlotOf(hash);
   for (; table_[slot] != kFree; slot = (slot + 1) & (slots_ - 1)) {
     isSeen = isSeen || table_[slot] == hash;
   }
@@ -187,8 +187,8 @@ uint32_t DuplicateDetector::addToTable(const XmlNode *firstAttribute, const XmlN
 }
 
 bool DuplicateDetector::grow() {
-  const size_t slots = table_ == nullptr ? kFirstSlots : 2 * slots_;
-  const size_t bytes = slots * sizeof(uint64_t);
+  const size_t slots = table_ == nullptr ? kFirstSlots : productOf(2, slots_);
+  const size_t bytes = productOf(slots, sizeof(uint64_t));
   auto *table = static_cast<uint64_t *>(allocator_.allocate(bytes));
   if (table == nullptr) return false;
   platform::memset_s(table, bytes, 0, bytes);
@@ -202,7 +202,7 @@ bool DuplicateDetector::grow() {
 }
 
 void DuplicateDetector::fill(uint64_t hash) {
-  size_t slot = hash & (slots_ - 1);
+  size_t slot = firstSlotOf(hash);
   while (table_[slot] != kFree) slot = (slot + 1) & (slots_ - 1);
   table_[slot] = hash;
 }

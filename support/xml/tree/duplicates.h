@@ -98,6 +98,7 @@ class DuplicateDetector {
     return std::find(keys_, keys_ + count, key) != keys_ + count;
   }
 
+  size_t firstSlotOf(uint64_t hash) const { return static_cast<size_t>(hash) & (slots_ - 1); }
   void freeTable();
   bool grow();
   void fill(uint64_t hash);

@@ -15,12 +15,16 @@ struct WholeName {
 
   bool isOf(const XmlNode *node) const;
 
-  // The bytes of the name as it is written.
-  size_t length() const { return prefix.empty() ? local.size() : prefix.size() + 1 + local.size(); }
-  char operator[](size_t at) const {
-    if (prefix.empty()) return local[at];
-    if (at < prefix.size()) return prefix[at];
-    return at == prefix.size() ? ':' : local[at - prefix.size() - 1];
+  // The bytes of the name as it is written. Both strings may be the same one, which fills half of
+  // the memory.
+  uint64_t length() const {
+    return prefix.empty() ? local.size() : uint64_t{prefix.size()} + 1 + local.size();
+  }
+  char operator[](uint64_t at) const {
+    if (prefix.empty()) return local[static_cast<size_t>(at)];
+    if (at < prefix.size()) return prefix[static_cast<size_t>(at)];
+    const uint64_t behind = at - prefix.size();
+    return behind == 0 ? ':' : local[static_cast<size_t>(behind - 1)];
   }
 
   bool endsInHyphens() const {

@@ -53,9 +53,12 @@ bool fails(const char *name) {
   return true;
 }
 
+// What takes file offsets of 64 bits has a name of its own.
 template <typename Result, typename... Parameters>
 auto systems(const char *name, Result (*)(Parameters...)) {
-  return reinterpret_cast<Result (*)(Parameters...)>(dlsym(RTLD_NEXT, name));
+  void *wide = dlsym(RTLD_NEXT, (std::string(name) + "64").c_str());
+  return reinterpret_cast<Result (*)(Parameters...)>(wide != nullptr ? wide
+                                                                     : dlsym(RTLD_NEXT, name));
 }
 
 template <typename Function, typename... Arguments>
