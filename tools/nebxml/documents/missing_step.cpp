@@ -81,7 +81,7 @@ std::string causeOf(const Document &document, const MissingStep &missing) {
   if (findOutsideBrackets(step, kForeignSeparator) != std::string::npos) {
     return "the steps of a path have '.' between them, not '/'";
   }
-  const std::string limited = foundWithoutLimit(document, missing);
+  std::string limited = foundWithoutLimit(document, missing);
   if (!limited.empty()) return limited;
   if (missing.found.empty()) {
     return "the root element is '" + shortened(nodeStrings(document.root()).qualifiedName()) + "'";

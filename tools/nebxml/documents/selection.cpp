@@ -16,7 +16,7 @@ constexpr size_t kLongestPattern = 511;
 // What is wrong with the rest of a malformed path, as far as its first character tells.
 std::string causeAt(const std::string &rest) {
   if (rest.empty()) return ": it ends too early";
-  const std::string where = ": at '" + rest + "'";
+  std::string where = ": at '" + rest + "'";
   switch (rest.front()) {
     case '0':
       return where + "; numbers count from 1";
