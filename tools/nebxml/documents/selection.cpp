@@ -67,8 +67,9 @@ class Search {
 };
 
 void noteFurtherMatches(const Document &document, const Selection &selection) {
-  const std::string note = printable(headingOf(document, selection) + ": several nodes match '" +
-                                     selection.pattern + "'; the first is taken");
+  const std::string note =
+      printable(headingOf(document, selection) + ": several nodes match '" + selection.pattern +
+                "'; the first is taken (--all takes each)");
   std::cerr << styled(Stream::errors, Style::note, note) << '\n';
 }
 
