@@ -308,7 +308,7 @@ TEST_F(Tool, HelpManualAndCompletionsAgree) {
     return Words(std::istream_iterator<std::string>(text), {});
   };
   const std::string synopsis = "sed '1,/^.Sh SYN/d;/^.Sh DES/,$d' docs/nebxml.1 | awk ";
-  const auto commands = words("$nebxml --help | sed '1,/^Sub/d' | awk '{print $1}'");
+  const auto commands = words("$nebxml --help | sed '1,/^Commands/d' | awk '{print $1}'");
   EXPECT_EQ(words(synopsis + "'/^.Cm/ {print $2}'"), commands);
   Words all = commands;
   for (const std::string &command : commands) {
@@ -342,6 +342,7 @@ TEST_F(Tool, ShellsCompleteByWhatTheToolSays) {
       {"get one.xml a.", "a.b a.c\\.d"},
       {"import one.xml a one.xml a.c", "a.c\\.d"},
       {"edit one.xml --del a.b.", "a.b.2 a.b.@x"},
+      {"edit one.xml --set a.c", "a.c\\.d"},
       {"set one.xml a.b o", ""},
   };
   write("one.xml", "<a><b x='1'/><b/><c.d><e/></c.d></a>");

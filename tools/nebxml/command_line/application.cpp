@@ -84,8 +84,15 @@ std::string unexpected(const CLI::App &app) {
   const CLI::App &command = commandOf(app);
   const std::vector<std::string> arguments = app.remaining(true);
   const std::string first = arguments.empty() ? "" : arguments.front();
-  if (first.rfind("--", 0) != 0) return "unexpected argument '" + first + "'";
+  if (first.size() < 2 || first.front() != '-') return "unexpected argument '" + first + "'";
   return "unknown option '" + first + "'" + suggestion(first, optionNames(command));
+}
+
+std::string causeOf(const CLI::App &app, const CLI::ParseError &error) {
+  // An option that is misspelt can also be the cause of what is missing.
+  if (!app.remaining(true).empty()) return unexpected(app);
+  const bool isRequired = dynamic_cast<const CLI::RequiredError *>(&error) != nullptr;
+  return isRequired && &commandOf(app) == &app ? "a command is required" : error.what();
 }
 
 // Prints the help, the version or a message about wrong usage.
@@ -96,10 +103,9 @@ ExitStatus answer(const CLI::App &app, const CLI::ParseError &error) {
     writeStandardOutput(help.str());
     return ExitStatus::done;
   }
-  const bool isExtra = dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr;
   const std::string command = &commandOf(app) == &app ? "" : " " + commandOf(app).get_name();
-  std::cerr << printable("nebxml" + command + ": " + (isExtra ? unexpected(app) : error.what()))
-            << "\nRun nebxml" << command << " --help for more information.\n";
+  std::cerr << printable("nebxml" + command + ": " + causeOf(app, error)) << "\nRun nebxml"
+            << command << " --help for more information.\n";
   return ExitStatus::wrongUsage;
 }
 
@@ -120,6 +126,7 @@ ExitStatus run(int argumentCount, const char *const *arguments) {
   ExitStatus status = ExitStatus::done;
   app.set_version_flag("--version", versionText());
   app.formatter(std::make_shared<HelpFormatter>(std::array<std::string, 2>{}));
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.require_subcommand(1);
   app.fallthrough();
   addColour(app);

@@ -41,7 +41,7 @@ void addOutput(CLI::App *command, Destination &destination) {
       ->excludes(output);
   command
       ->add_flag("--backup", destination.backupSuffix,
-                 "keep the old file under its name with ~, or =SUFFIX, at the end")
+                 "keep the old file as FILE~; --backup=.old keeps it as FILE.old")
       ->transform(suffixOf)
       ->check(isInSameFolder)
       ->needs("--in-place");

@@ -77,14 +77,17 @@ void addCheck(CLI::App &app, ExitStatus &status) {
   command
       ->add_option("--name", options->patterns,
                    "which files of folders to check, *.xml by default; repeatable")
+      ->type_name("GLOB")
       ->allow_extra_args(false);
   CLI::Option *format =
       command->add_option("--format", options->format, "text (the default), json, github or gcc")
+          ->type_name("FORMAT")
           ->check(CLI::IsMember(reportFormats()));
   command
       ->add_option("--jobs", options->jobs,
                    "how many files to check at once; by default as many as processors")
-      ->check(CLI::Range(size_t{1}, kMostJobs));
+      ->type_name("N")
+      ->check(CLI::Range(size_t{1}, kMostJobs).description(""));
   command->add_flag("-q,--quiet", options->isQuiet, "report by the exit code only")
       ->excludes(format);
   addReadingOptions(command, options->reading);

@@ -57,9 +57,9 @@ void addEdits(CLI::App *command, EditOptions &options) {
   options.script->type_name("FILE")->allow_extra_args(false);
 }
 
-void requireEdits(const CLI::App *command, const EditOptions &options) {
+void requireEdits(const EditOptions &options) {
   if (!options.operands.empty() || !options.scriptNames.empty()) return;
-  throw CLI::RequiredError(command->get_name() + ": an edit, such as --set, or a --script");
+  throw CLI::RequiredError("an edit, such as --set, or a --script");
 }
 
 std::vector<std::string> inputsOf(const EditOptions &options) {
@@ -85,7 +85,7 @@ void addEdit(CLI::App &app) {
       "Each edit is about FILE as it is before. PATH ends at the first = outside "
       "brackets.");
   command->callback([options, command] {
-    requireEdits(command, *options);
+    requireEdits(*options);
     requireOneStandardInput(inputsOf(*options));
     requireReplaceable(options->input, options->destination);
     edit(*options, requestsOf(command, *options));

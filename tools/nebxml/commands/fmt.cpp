@@ -73,7 +73,7 @@ void addFmt(CLI::App &app, ExitStatus &status) {
   CLI::Option *indent =
       command->add_option("--indent", layout.indent, "spaces for each level, by default 2")
           ->type_name("N")
-          ->check(CLI::Range(0, kWidestIndent));
+          ->check(CLI::Range(0, kWidestIndent).description(""));
   command->add_flag("--tabs", layout.usesTabs, "a tab for each level")
       ->excludes(indent)
       ->excludes("--lenient");

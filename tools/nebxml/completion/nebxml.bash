@@ -65,7 +65,7 @@ _nebxml() {
   local -a given kinds
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    _nebxml_choose "$word" < <("$tool" --help 2>/dev/null | sed '1,/^Sub/d' | awk '{print $1}'
+    _nebxml_choose "$word" < <("$tool" --help 2>/dev/null | sed '1,/^Commands/d' | awk '{print $1}'
       _nebxml_options "$tool" | cut -d' ' -f1)
     return
   fi
@@ -75,7 +75,7 @@ _nebxml() {
     _nebxml_choose "$word" < <(tr , '\n' <<<"$choices")
   elif [[ $takes == FILE ]]; then
     _nebxml_files "$word"
-  elif [[ $takes == PATH ]]; then
+  elif [[ $takes == PATH* ]]; then
     compopt -o nospace 2>/dev/null
     _nebxml_choose "$word" < <(_nebxml_paths "$tool" "${given[0]}" "$word")
   elif [[ -n $takes ]]; then

@@ -31,7 +31,7 @@ function __nebxml_complete
     set -l word (commandline -ct)
     set -l tool $words[1]
     if test (count $words) -eq 1
-        $tool --help 2>/dev/null | sed '1,/^Sub/d' | awk '{print $1}'
+        $tool --help 2>/dev/null | sed '1,/^Commands/d' | awk '{print $1}'
         __nebxml_options $tool | cut -d' ' -f1
         return
     end

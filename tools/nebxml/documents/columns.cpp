@@ -12,6 +12,7 @@ namespace nebxml {
 namespace {
 
 constexpr char kComma = ',';
+constexpr char kSpace = ' ';
 constexpr std::string_view kMatch = ".";
 constexpr std::string_view kAnyDepth = "**";
 
@@ -33,6 +34,8 @@ bool isWellFormed(const Document &document, const std::string &column) {
   if (column == kMatch) return true;
   // Dots alone would find the match too.
   if (column.find_first_not_of('.') == std::string::npos) return false;
+  // No name has a space, so that one behind a comma would make the column empty.
+  if (column.front() == kSpace || column.back() == kSpace) return false;
   NEB_XML_CURSOR cursor{};
   const uint32_t result = NEB_XML_Select(document.root(), patternOf(column).c_str(), &cursor);
   return result == NEB_XML_OK || result == NEB_XML_ERR_NOT_FOUND;

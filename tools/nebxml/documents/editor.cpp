@@ -39,7 +39,7 @@ void Editor::setValue(const Selection &selection, const std::string &value) {
   if (document_.reading() == Reading::strict) requireCharacters(heading(selection), value);
   forEach(select(document_, selection), selection, changed_, [&](const XmlNode *node) {
     if (NEB_XML_GetNodeFirstChild(node) != nullptr) {
-      throw refusal(document_, selection, "child elements leave no place for a text at path");
+      throw refusal(document_, selection, "an element with child elements takes no text, at path");
     }
     edits_.setValue(node, value);
   });
@@ -110,7 +110,7 @@ void Editor::requirePlace(const Selection &selection, Position position,
     throw refusal(document_, selection, "nothing can be added beside the document element");
   }
   if (isInside(position) && hasText(node)) {
-    throw refusal(document_, selection, "a text leaves no place for child elements at path");
+    throw refusal(document_, selection, "an element with text takes no child elements, at path");
   }
 }
 

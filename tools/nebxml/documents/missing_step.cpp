@@ -14,12 +14,18 @@ namespace {
 
 constexpr size_t kMostNames = 8;
 constexpr char kSeparator = '.';
+constexpr char kAttributeMark = '@';
+constexpr char kForeignSeparator = '/';
+constexpr char kConditionStart = '[';
+constexpr std::string_view kDigits = "0123456789";
+constexpr std::string_view kAnyDepth = "**";
 
 // The distinct names of a node's children, or of its attributes, in document order.
 class NameList {
  public:
   void add(const XmlNode *node) {
-    const std::string name = nodeStrings(node).qualifiedName();
+    const std::string mark = isAttribute(node) ? std::string(1, kAttributeMark) : "";
+    const std::string name = mark + nodeStrings(node).qualifiedName();
     if (!seen_.insert(name).second) return;
     if (seen_.size() <= kMostNames) text_ += (text_.empty() ? "'" : ", '") + shortened(name) + "'";
   }
@@ -49,6 +55,44 @@ std::string attributesOf(const XmlNode *element) {
   return names.isEmpty() ? "it has no attributes" : "it has " + names.text();
 }
 
+struct MissingStep {
+  std::string_view found;  // the pattern before it, which finds something; empty for the first step
+  std::string_view pattern;
+  std::string_view step;
+};
+
+// How many nodes the step finds without its number or its conditions. Nothing if it has neither, or
+// finds nothing without them either.
+std::string foundWithoutLimit(const Document &document, const MissingStep &missing) {
+  const std::string_view step = missing.step;
+  const bool isNumber = step.find_first_not_of(kDigits) == std::string_view::npos;
+  const size_t limit = isNumber ? 0 : findOutsideBrackets(step, kConditionStart);
+  if (limit == std::string_view::npos) return "";
+  const size_t widerSize = missing.pattern.size() - step.size() + limit;
+  const std::string wider(isNumber ? missing.found : missing.pattern.substr(0, widerSize));
+  const size_t count = selectAll(document, wider).size();
+  if (count == 0) return "";
+  return "'" + wider + "' finds " + std::to_string(count) + (count == 1 ? " node" : " nodes") +
+         ", but none with " + (isNumber ? "number " : "") + std::string(step.substr(limit));
+}
+
+std::string causeOf(const Document &document, const MissingStep &missing) {
+  const std::string step(missing.step);
+  if (findOutsideBrackets(step, kForeignSeparator) != std::string::npos) {
+    return "the steps of a path have '.' between them, not '/'";
+  }
+  std::string limited = foundWithoutLimit(document, missing);
+  if (!limited.empty()) return limited;
+  if (missing.found.empty()) {
+    return "the root element is '" + shortened(nodeStrings(document.root()).qualifiedName()) + "'";
+  }
+  if (missing.found.ends_with(kAnyDepth)) return "there is no '" + step + "' at any depth";
+  const std::string found(missing.found);
+  const XmlNode *node = firstMatch(document.root(), found);
+  return "'" + found + "' has no '" + step + "'; " +
+         (step.front() == kAttributeMark ? attributesOf(node) : childrenOf(node));
+}
+
 }  // namespace
 
 std::string missingStep(const Document &document, const std::string &pattern) {
@@ -57,17 +101,10 @@ std::string missingStep(const Document &document, const std::string &pattern) {
     return firstMatch(document.root(), std::string(step)) != nullptr;
   };
   const auto missing = std::partition_point(steps.begin(), steps.end(), finds);
-  if (missing == steps.begin()) {
-    const std::string name = nodeStrings(document.root()).qualifiedName();
-    return "the root element is '" + shortened(name) + "'";
-  }
   if (missing == steps.end()) return "";
-  const std::string_view found = *(missing - 1);
-  const std::string step(missing->substr(missing->find_first_not_of(kSeparator, found.size())));
-  const XmlNode *node = firstMatch(document.root(), std::string(found));
-  const bool isAttribute = step.front() == '@';
-  return "'" + std::string(found) + "' has no '" + step + "'; " +
-         (isAttribute ? attributesOf(node) : childrenOf(node));
+  const std::string_view found = missing == steps.begin() ? "" : *(missing - 1);
+  const size_t begin = found.empty() ? 0 : missing->find_first_not_of(kSeparator, found.size());
+  return causeOf(document, {found, *missing, missing->substr(begin)});
 }
 
 }  // namespace nebxml

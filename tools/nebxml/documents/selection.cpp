@@ -11,11 +11,34 @@
 namespace nebxml {
 namespace {
 
+constexpr size_t kLongestPattern = 511;
+
+// What is wrong with the rest of a malformed path, as far as its first character tells.
+std::string causeAt(const std::string &rest) {
+  if (rest.empty()) return ": it ends too early";
+  std::string where = ": at '" + rest + "'";
+  switch (rest.front()) {
+    case '0':
+      return where + "; numbers count from 1";
+    case '*':
+      return where + "; '*' stands for a whole name";
+    case '@':
+      return where + "; '@' stands behind '.' or '['";
+    case '[':
+      return where + "; a bracket follows the name of an element, or '*'";
+    default:
+      return where;
+  }
+}
+
 CommandError malformed(const Document &document, const Selection &selection, size_t offset) {
   const std::string &pattern = selection.pattern;
+  const std::string cause =
+      pattern.size() > kLongestPattern
+          ? ": it is longer than " + std::to_string(kLongestPattern) + " bytes"
+          : causeAt(pattern.substr(std::min(offset, pattern.size())));
   return {ExitStatus::wrongUsage,
-          printable(headingOf(document, selection) + ": malformed path '" + pattern + "': at '" +
-                    pattern.substr(std::min(offset, pattern.size())) + "'")};
+          printable(headingOf(document, selection) + ": malformed path '" + pattern + "'" + cause)};
 }
 
 // The matches of a search, one after the other.
@@ -44,8 +67,9 @@ class Search {
 };
 
 void noteFurtherMatches(const Document &document, const Selection &selection) {
-  const std::string note = printable(headingOf(document, selection) + ": several nodes match '" +
-                                     selection.pattern + "'; the first is taken");
+  const std::string note =
+      printable(headingOf(document, selection) + ": several nodes match '" + selection.pattern +
+                "'; the first is taken (--all takes each)");
   std::cerr << styled(Stream::errors, Style::note, note) << '\n';
 }
 
