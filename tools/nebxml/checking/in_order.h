@@ -5,7 +5,7 @@
 #include <functional>
 #include <optional>
 
-#include "command_error.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 

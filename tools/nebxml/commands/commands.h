@@ -4,7 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "command_error.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 

@@ -4,9 +4,9 @@
 #include <optional>
 #include <utility>
 
-#include "command_error.h"
 #include "documents/byte_order.h"
 #include "documents/syntax_report.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 namespace {

@@ -8,9 +8,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "command_error.h"
 #include "documents/byte_order.h"
 #include "documents/converter.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 namespace {
@@ -59,6 +59,10 @@ bool endsAtNul(const std::string &bytes, const std::string &encoding) {
 }
 
 }  // namespace
+
+bool isTypedByUser(const std::string &fileName) {
+  return fileName == kStandardStream && ::isatty(STDIN_FILENO) == 1;
+}
 
 std::string readInput(const std::string &fileName, const std::string &encoding, size_t maxBytes) {
   const OpenFile file(fileName);

@@ -1,12 +1,14 @@
 #include "documents/loading.h"
 
 #include <array>
+#include <chrono>
 #include <new>
 #include <string_view>
 
-#include "command_error.h"
 #include "documents/input.h"
 #include "documents/syntax_report.h"
+#include "terminal/command_error.h"
+#include "terminal/excerpt.h"
 #include "terminal/progress_note.h"
 
 namespace nebxml {
@@ -40,11 +42,18 @@ Verdict readLeniently(std::string_view text, XmlNode *&root) {
   return {result, error, error.reason == nullptr ? "" : error.reason};
 }
 
+ProgressNote::Text aboutReading(const std::string &fileName) {
+  return [name = shortened(fileName)](std::chrono::milliseconds elapsed) {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
+    return "nebxml: reading " + name + ", " + std::to_string(seconds) + " s";
+  };
+}
+
 }  // namespace
 
 XmlNode *loadDocument(const std::string &fileName, const ReadingOptions &options,
                       std::string &bytes, Encoding &encoding) try {
-  const ProgressNote note(fileName);
+  const ProgressNote note(aboutReading(fileName), !isTypedByUser(fileName));
   bytes = readInput(fileName, options.encoding, options.maxBytes);
   encoding = Encoding(fileName, options.encoding, bytes);
   const bool isStrict = options.language == Reading::strict;

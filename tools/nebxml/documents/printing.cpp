@@ -3,7 +3,7 @@
 #include <memory>
 #include <new>
 
-#include "command_error.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 namespace {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <iostream>
 
-#include "command_error.h"
 #include "documents/missing_step.h"
 #include "terminal/colour.h"
+#include "terminal/command_error.h"
 #include "terminal/printable.h"
 
 namespace nebxml {

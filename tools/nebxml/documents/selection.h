@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "command_error.h"
 #include "documents/document.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 

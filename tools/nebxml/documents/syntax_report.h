@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "command_error.h"
 #include "neb_xml.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 

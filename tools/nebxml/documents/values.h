@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "command_error.h"
 #include "documents/document.h"
 #include "documents/selection.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 

@@ -4,10 +4,10 @@
 
 #include <unistd.h>
 
-#include "command_error.h"
 #include "terminal/colour.h"
+#include "terminal/command_error.h"
 #include "terminal/printable.h"
-#include "writing.h"
+#include "terminal/writing.h"
 
 namespace nebxml {
 namespace {

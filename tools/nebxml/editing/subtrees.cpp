@@ -1,4 +1,4 @@
-#include "documents/subtrees.h"
+#include "editing/subtrees.h"
 
 namespace nebxml {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "command_line/options.h"
-#include "documents/edits.h"
+#include "editing/edits.h"
 
 namespace nebxml {
 

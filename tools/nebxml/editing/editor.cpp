@@ -1,14 +1,14 @@
-#include "documents/editor.h"
+#include "editing/editor.h"
 
 #include <algorithm>
 #include <iostream>
 
-#include "command_error.h"
-#include "documents/edit_conflicts.h"
-#include "documents/edit_rules.h"
 #include "documents/node_reading.h"
-#include "documents/subtrees.h"
 #include "documents/values.h"
+#include "editing/edit_conflicts.h"
+#include "editing/edit_rules.h"
+#include "editing/subtrees.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 namespace {

@@ -1,11 +1,11 @@
-#include "documents/saving.h"
+#include "saving/saving.h"
 
 #include <utility>
 
-#include "command_error.h"
-#include "documents/backup.h"
-#include "documents/dry_run.h"
-#include "documents/file_writing.h"
+#include "saving/backup.h"
+#include "saving/dry_run.h"
+#include "saving/file_writing.h"
+#include "terminal/command_error.h"
 #include "terminal/output.h"
 
 namespace nebxml {

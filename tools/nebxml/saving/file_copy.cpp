@@ -1,4 +1,4 @@
-#include "documents/file_copy.h"
+#include "saving/file_copy.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +15,7 @@
 #include <sys/xattr.h>
 #endif
 
-#include "writing.h"
+#include "terminal/writing.h"
 
 namespace nebxml {
 namespace {

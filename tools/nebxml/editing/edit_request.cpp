@@ -1,10 +1,10 @@
-#include "commands/edit_request.h"
+#include "editing/edit_request.h"
 
 #include <optional>
 #include <utility>
 
-#include "command_error.h"
 #include "documents/pattern_text.h"
+#include "terminal/command_error.h"
 #include "terminal/excerpt.h"
 
 namespace nebxml {

@@ -1,10 +1,10 @@
-#include "documents/edit_conflicts.h"
+#include "editing/edit_conflicts.h"
 
 #include <map>
 #include <string>
 #include <tuple>
 
-#include "documents/subtrees.h"
+#include "editing/subtrees.h"
 
 namespace nebxml {
 namespace {

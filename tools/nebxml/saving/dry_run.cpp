@@ -1,4 +1,4 @@
-#include "documents/dry_run.h"
+#include "saving/dry_run.h"
 
 #include "comparison/unified_diff.h"
 #include "terminal/colour.h"

@@ -1,4 +1,4 @@
-#include "documents/tree_edits.h"
+#include "editing/tree_edits.h"
 
 #include "documents/node_reading.h"
 

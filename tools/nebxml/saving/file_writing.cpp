@@ -1,14 +1,14 @@
-#include "documents/file_writing.h"
+#include "saving/file_writing.h"
 
 #include <cerrno>
 
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "command_error.h"
-#include "documents/blocked_signals.h"
 #include "neb_xml.h"
-#include "writing.h"
+#include "saving/blocked_signals.h"
+#include "terminal/command_error.h"
+#include "terminal/writing.h"
 
 namespace nebxml {
 namespace {

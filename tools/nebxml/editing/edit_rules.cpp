@@ -1,10 +1,10 @@
-#include "documents/edit_rules.h"
+#include "editing/edit_rules.h"
 
 #include <memory>
 #include <new>
 
-#include "command_error.h"
 #include "neb_xml.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 namespace {

@@ -1,4 +1,4 @@
-#include "documents/backup.h"
+#include "saving/backup.h"
 
 #include <array>
 #include <cerrno>
@@ -9,9 +9,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "command_error.h"
-#include "documents/blocked_signals.h"
-#include "documents/file_copy.h"
+#include "saving/blocked_signals.h"
+#include "saving/file_copy.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 namespace {

@@ -1,7 +1,7 @@
 // The command line as a whole.
 #pragma once
 
-#include "command_error.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 

@@ -1,4 +1,4 @@
-#include "commands/editing_options.h"
+#include "command_line/editing_options.h"
 
 namespace nebxml {
 

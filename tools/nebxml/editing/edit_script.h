@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "commands/edit_request.h"
+#include "editing/edit_request.h"
 
 namespace nebxml {
 

@@ -1,11 +1,11 @@
-#include "documents/new_element.h"
+#include "editing/new_element.h"
 
 #include <array>
 #include <new>
 
 #include "documents/attribute_name.h"
-#include "documents/edit_rules.h"
 #include "documents/syntax_report.h"
+#include "editing/edit_rules.h"
 
 namespace nebxml {
 namespace {

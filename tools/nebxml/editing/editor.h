@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
-#include "documents/edits.h"
-#include "documents/saving.h"
 #include "documents/selection.h"
+#include "editing/edits.h"
+#include "saving/saving.h"
 
 namespace nebxml {
 

@@ -1,4 +1,4 @@
-#include "command_line/application.h"
+#include "application.h"
 
 #include <algorithm>
 #include <array>
@@ -11,12 +11,12 @@
 #include <CLI/CLI.hpp>
 
 #include "command_line/help.h"
-#include "command_line/suggestion.h"
 #include "commands/commands.h"
 #include "neb_xml.h"
 #include "terminal/colour.h"
 #include "terminal/output.h"
 #include "terminal/printable.h"
+#include "terminal/suggestion.h"
 
 namespace nebxml {
 namespace {

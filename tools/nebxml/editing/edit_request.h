@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "documents/editor.h"
-#include "documents/new_element.h"
+#include "editing/editor.h"
+#include "editing/new_element.h"
 
 namespace nebxml {
 

@@ -1,4 +1,4 @@
-#include "documents/edit_names.h"
+#include "editing/edit_names.h"
 
 #include "documents/node_reading.h"
 

@@ -1,10 +1,10 @@
-#include "writing.h"
+#include "terminal/writing.h"
 
 #include <cerrno>
 
 #include <unistd.h>
 
-#include "command_error.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 

@@ -1,14 +1,14 @@
-#include "commands/edit_script.h"
+#include "editing/edit_script.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <iostream>
 
-#include "command_error.h"
-#include "command_line/suggestion.h"
 #include "documents/document.h"
+#include "terminal/command_error.h"
 #include "terminal/excerpt.h"
+#include "terminal/suggestion.h"
 
 namespace nebxml {
 namespace {

@@ -1,4 +1,4 @@
-#include "command_line/suggestion.h"
+#include "terminal/suggestion.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,12 +1,12 @@
-#include "documents/edits.h"
+#include "editing/edits.h"
 
 #include <algorithm>
 #include <new>
 #include <numeric>
 
-#include "documents/edit_names.h"
 #include "documents/printing.h"
-#include "documents/tree_edits.h"
+#include "editing/edit_names.h"
+#include "editing/tree_edits.h"
 
 namespace nebxml {
 namespace {
