@@ -14,7 +14,8 @@
       sections, files of the project, names of the interface and of the build.
   shown.py layers DOCUMENT
       Compares the folders of the library, and those of the tool, with the document's tables of
-      layers, lowest first. A folder includes its own headers and those of folders before it in the table.
+      layers, lowest first. A folder includes its own headers and those of folders before it in its
+      table.
 
 A code block in C or C++ is a program, or without a main the body of one. The block after
 "It prints" is its output. A block whose language is followed by a name is a file in the folder in

@@ -8,9 +8,11 @@
 
 namespace nebxml {
 
-class AttributeName {
+inline constexpr char kPrefixMark = ':';
+
+class QualifiedName {
  public:
-  explicit AttributeName(const std::string &qualifiedName);
+  explicit QualifiedName(const std::string &qualifiedName);
 
   // Null without a prefix, as the library's attribute functions expect.
   const char *prefix() const { return prefix_ ? prefix_->c_str() : nullptr; }
@@ -22,6 +24,6 @@ class AttributeName {
 };
 
 // The attribute of that name, or null.
-XmlNode *findAttribute(const XmlNode *element, const AttributeName &name);
+XmlNode *findAttribute(const XmlNode *element, const QualifiedName &name);
 
 }  // namespace nebxml

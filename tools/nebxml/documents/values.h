@@ -10,10 +10,6 @@
 
 namespace nebxml {
 
-// A refusal that names the file and the pattern.
-CommandError refusal(const Document &document, const Selection &selection,
-                     const std::string &cause);
-
 // The value of an attribute, or nothing if the element lacks it.
 std::optional<std::string> attributeValue(const XmlNode *element, const std::string &name);
 

@@ -14,8 +14,7 @@ bool canEncodeSubtree(const Encoding &encoding, const XmlNode *root) {
   size_t depth = 0;
   for (const XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
     if (!canEncodeName(encoding, node)) return false;
-    for (XmlNode *attribute = nextAttribute(node, nullptr); attribute != nullptr;
-         attribute = nextAttribute(node, attribute)) {
+    for (const XmlNode *attribute : attributesAt(node)) {
       if (!canEncodeName(encoding, attribute)) return false;
     }
   }

@@ -11,8 +11,6 @@ namespace nebxml {
 namespace {
 
 constexpr char kValueMark = '=';
-constexpr char kAttributeMark = '@';
-constexpr char kSeparator = '.';
 
 using Halves = std::pair<std::string, std::string>;
 
@@ -55,7 +53,7 @@ bool parseAttribute(EditRequest &request, const std::string &operand) {
   const auto halves = splitAt(path->second, path->second.find(kValueMark));
   if (!halves) return false;
   std::tie(request.name, request.value) = *halves;
-  const bool hasSeparator = !path->first.empty() && path->first.back() == kSeparator;
+  const bool hasSeparator = !path->first.empty() && path->first.back() == kStepSeparator;
   return parsePath(request, path->first.substr(0, path->first.size() - (hasSeparator ? 1 : 0)));
 }
 

@@ -1,24 +1,16 @@
 #include "editing/edit_rules.h"
 
-#include <memory>
 #include <new>
 
+#include "documents/tree.h"
 #include "neb_xml.h"
 #include "terminal/command_error.h"
 
 namespace nebxml {
 namespace {
 
-using Carrier = std::unique_ptr<XmlNode, decltype(&NEB_XML_FreeNode)>;
-
 // An element on which the library tries names and values.
-Carrier makeCarrier() {
-  XmlNode *carrier = nullptr;
-  const uint32_t result =
-      NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "carrier", nullptr, &carrier);
-  if (result != NEB_XML_OK) throw std::bad_alloc();
-  return {carrier, &NEB_XML_FreeNode};
-}
+Tree makeCarrier() { return createElement(nullptr, "carrier", nullptr); }
 
 bool isAllowed(uint32_t result) {
   if (result == NEB_XML_ERR_NO_MEMORY) throw std::bad_alloc();
@@ -27,7 +19,7 @@ bool isAllowed(uint32_t result) {
 
 // Names of elements and attributes follow the same rules.
 void requireName(const std::string &heading, const char *kind, const std::string &name) {
-  const Carrier carrier = makeCarrier();
+  const Tree carrier = makeCarrier();
   if (isAllowed(NEB_XML_PutAttr(carrier.get(), name.data(), name.size(), nullptr, 0, nullptr))) {
     return;
   }
@@ -46,7 +38,7 @@ void requireAttributeName(const std::string &heading, const std::string &name) {
 }
 
 void requireCharacters(const std::string &heading, const std::string &value) {
-  const Carrier carrier = makeCarrier();
+  const Tree carrier = makeCarrier();
   if (isAllowed(
           NEB_XML_SetString(carrier.get(), NEB_XML_STRING_VALUE, value.data(), value.size()))) {
     return;

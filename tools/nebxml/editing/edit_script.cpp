@@ -16,10 +16,6 @@ namespace {
 constexpr const char *kSpaces = " \t";
 constexpr char kCommentMark = '#';
 
-[[noreturn]] void fail(const std::string &action, const std::string &fileName) {
-  throw CommandError(ExitStatus::fileTrouble, fileName, withSystemCause("cannot " + action, errno));
-}
-
 const EditVerb &verbNamed(const std::string &name, const std::string &source) {
   const std::vector<EditVerb> &verbs = editVerbs();
   const auto found = std::find_if(verbs.begin(), verbs.end(),
@@ -49,7 +45,7 @@ void readLines(std::istream &stream, const std::string &fileName,
     if (line.empty() || line.front() == kCommentMark) continue;
     requests.push_back(parseLine(line, fileName + ':' + std::to_string(number)));
   }
-  if (stream.bad()) fail("read", fileName);
+  if (stream.bad()) throw systemError(fileName, "cannot read", errno);
 }
 
 }  // namespace
@@ -57,7 +53,7 @@ void readLines(std::istream &stream, const std::string &fileName,
 void readScript(const std::string &fileName, std::vector<EditRequest> &requests) {
   if (fileName == kStandardStream) return readLines(std::cin, fileName, requests);
   std::ifstream stream(fileName, std::ios::binary);
-  if (!stream) fail("open", fileName);
+  if (!stream) throw systemError(fileName, "cannot open", errno);
   readLines(stream, fileName, requests);
 }
 

@@ -47,7 +47,7 @@ void Editor::setValue(const Selection &selection, const std::string &value) {
 
 void Editor::setAttribute(const Selection &selection, const std::string &name,
                           const std::string &value) {
-  const AttributeName parts(name);
+  const QualifiedName parts(name);
   if (document_.reading() == Reading::strict) requireCharacters(heading(selection), value);
   forEach(select(document_, selection), selection, changed_, [&](const XmlNode *node) {
     if (isAttribute(node)) {
@@ -81,7 +81,7 @@ void Editor::remove(const Selection &selection) {
 void Editor::removeAttribute(const Selection &selection, const std::string &name) {
   std::vector<XmlNode *> attributes;
   for (const XmlNode *node : select(document_, selection)) {
-    XmlNode *attribute = findAttribute(node, AttributeName(name));
+    XmlNode *attribute = findAttribute(node, QualifiedName(name));
     if (attribute != nullptr) attributes.push_back(attribute);
   }
   if (attributes.empty()) {

@@ -1,10 +1,10 @@
 #include "editing/edits.h"
 
 #include <algorithm>
-#include <new>
 #include <numeric>
 
 #include "documents/printing.h"
+#include "documents/string_sink.h"
 #include "editing/edit_names.h"
 #include "editing/tree_edits.h"
 
@@ -16,13 +16,6 @@ uint32_t editBytes(const Document &document, const Edits &edits, size_t count, N
   const std::string &bytes = document.bytes();
   return NEB_XML_EditBytes(bytes.data(), bytes.size(), edits.records().data(), count, sink,
                            context);
-}
-
-uint32_t appendPart(void *text, const char *bytes, size_t length) noexcept try {
-  static_cast<std::string *>(text)->append(bytes, length);
-  return NEB_XML_OK;
-} catch (const std::bad_alloc &) {
-  return NEB_XML_ERR_NO_MEMORY;
 }
 
 uint32_t ignorePart(void * /*context*/, const char * /*bytes*/, size_t /*length*/) noexcept {
@@ -65,7 +58,7 @@ void Edits::setValue(const XmlNode *node, const std::string &value) {
   append(NEB_XML_EDIT_SET_VALUE, node).value = keep(value);
 }
 
-void Edits::addAttribute(const XmlNode *element, const AttributeName &name,
+void Edits::addAttribute(const XmlNode *element, const QualifiedName &name,
                          const std::string &value) {
   NEB_XML_EDIT &edit = append(NEB_XML_EDIT_SET_ATTR, element);
   if (name.prefix() != nullptr) edit.prefix = keep(name.prefix());
@@ -77,7 +70,7 @@ void Edits::remove(const XmlNode *node) { append(NEB_XML_EDIT_REMOVE, node); }
 
 void Edits::rename(const XmlNode *node, const std::string &qualifiedName) {
   NEB_XML_EDIT &edit = append(NEB_XML_EDIT_RENAME, node);
-  const AttributeName name(qualifiedName);
+  const QualifiedName name(qualifiedName);
   edit.prefix = keep(name.prefix() == nullptr ? "" : name.prefix());
   edit.name = keep(name.name());
 }
@@ -96,7 +89,7 @@ std::optional<Refusal> applyEdits(const Document &document, const Edits &edits,
     return Refusal{NEB_XML_ERR_UNWRITABLE, static_cast<size_t>(refused - edits.records().begin())};
   }
   if (document.reading() == Reading::lenient) return applyToTree(document, edits, bytes);
-  const uint32_t result = editBytes(document, edits, edits.count(), appendPart, &bytes);
+  const uint32_t result = editBytes(document, edits, edits.count(), appendToString, &bytes);
   if (result == NEB_XML_OK) return std::nullopt;
   return Refusal{result, firstRefused(document, edits, result)};
 }

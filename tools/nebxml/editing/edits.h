@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "documents/attribute_name.h"
 #include "documents/document.h"
+#include "documents/qualified_name.h"
 
 namespace nebxml {
 
@@ -28,7 +28,7 @@ class Edits {
   // The whole name, with the prefix if it has one.
   void rename(const XmlNode *node, const std::string &qualifiedName);
   // The element lacks the attribute so far.
-  void addAttribute(const XmlNode *element, const AttributeName &name, const std::string &value);
+  void addAttribute(const XmlNode *element, const QualifiedName &name, const std::string &value);
   // The content outlives the edits.
   void insert(Position position, const XmlNode *node, const XmlNode *content);
 

@@ -1,16 +1,14 @@
 // Elements that the command line or a script describes.
 #pragma once
 
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "documents/document.h"
 #include "documents/selection.h"
+#include "documents/tree.h"
 
 namespace nebxml {
-
-using Tree = std::unique_ptr<XmlNode, decltype(&NEB_XML_FreeNode)>;
 
 struct NewElement {
   std::string content;  // the name, or the XML of a whole element

@@ -19,8 +19,7 @@ namespace {
 constexpr size_t kRandomBytes = 16;
 
 [[noreturn]] void fail(const std::string &name, int errorNumber) {
-  throw CommandError(ExitStatus::fileTrouble, name,
-                     withSystemCause("cannot keep the old file under this name", errorNumber));
+  throw systemError(name, "cannot keep the old file under this name", errorNumber);
 }
 
 // A name in the same folder that nobody can guess.

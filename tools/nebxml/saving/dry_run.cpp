@@ -1,6 +1,7 @@
 #include "saving/dry_run.h"
 
 #include "comparison/unified_diff.h"
+#include "terminal/buffered_output.h"
 #include "terminal/colour.h"
 #include "terminal/output.h"
 #include "terminal/printable.h"
@@ -33,15 +34,16 @@ std::string shownLine(std::string_view line, bool isHead) {
 
 void showChange(const std::string &fileName, std::string_view before, std::string_view after) {
   const std::string diff = unifiedDiff(before, after, fileName, fileName);
-  std::string lines;
+  BufferedOutput output(writeReport);
   size_t count = 0;
   for (size_t begin = 0, end = 0; begin < diff.size(); begin = end + 1) {
     end = diff.find('\n', begin);
-    lines += shownLine(std::string_view(diff).substr(begin, end - begin), count < kHeadLines);
-    lines += '\n';
+    output.text() +=
+        shownLine(std::string_view(diff).substr(begin, end - begin), count < kHeadLines) + '\n';
+    output.flushIfLarge();
     ++count;
   }
-  writeReport(lines);
+  output.flush();
 }
 
 }  // namespace nebxml

@@ -19,14 +19,6 @@ enum class ExitStatus : int {
   unsupported = 4  // what the library does not read, but XML may allow
 };
 
-// In the order of the codes, but that a document which is no XML is worse than an unsupported one.
-inline bool isLessSevere(ExitStatus status, ExitStatus other) {
-  const auto severity = [](ExitStatus each) {
-    return each == ExitStatus::unsupported ? 1 : 2 * static_cast<int>(each);
-  };
-  return severity(status) < severity(other);
-}
-
 // What is wrong with a file, for programs.
 struct Finding {
   std::string sentence;  // printable; the file's name is not in it
@@ -58,9 +50,11 @@ inline CommandError noMemory(const std::string &fileName) {
   return {ExitStatus::fileTrouble, fileName, "does not fit into memory"};
 }
 
-// Appends the system's message for an error number, unless the number is 0.
-inline std::string withSystemCause(const std::string &cause, int errorNumber) {
-  return errorNumber == 0 ? cause : cause + ": " + std::generic_category().message(errorNumber);
+// With the system's message for an error number, unless the number is 0.
+inline CommandError systemError(const std::string &subject, const std::string &cause,
+                                int errorNumber) {
+  const std::string message = std::generic_category().message(errorNumber);
+  return {ExitStatus::fileTrouble, subject, errorNumber == 0 ? cause : cause + ": " + message};
 }
 
 }  // namespace nebxml

@@ -1,6 +1,7 @@
 #include "terminal/output.h"
 
 #include <cerrno>
+#include <iostream>
 
 #include <unistd.h>
 
@@ -31,6 +32,10 @@ void writeStandardOutput(std::string_view text) {
   } else {
     writeReport(text);
   }
+}
+
+void writeNote(const std::string &note) {
+  std::cerr << styled(Stream::errors, Style::note, printable(note)) << '\n';
 }
 
 std::string outputName(std::string_view name) {

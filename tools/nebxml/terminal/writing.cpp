@@ -9,8 +9,7 @@
 namespace nebxml {
 
 void failWriting(const std::string &subject, int errorNumber) {
-  throw CommandError(ExitStatus::fileTrouble, subject,
-                     withSystemCause("cannot write", errorNumber));
+  throw systemError(subject, "cannot write", errorNumber);
 }
 
 bool writeWhole(int descriptor, std::string_view bytes) {
