@@ -84,7 +84,7 @@ std::string unexpected(const CLI::App &app) {
   const CLI::App &command = commandOf(app);
   const std::vector<std::string> arguments = app.remaining(true);
   const std::string first = arguments.empty() ? "" : arguments.front();
-  if (!first.starts_with("--")) return "unexpected argument '" + first + "'";
+  if (first.rfind("--", 0) != 0) return "unexpected argument '" + first + "'";
   return "unknown option '" + first + "'" + suggestion(first, optionNames(command));
 }
 

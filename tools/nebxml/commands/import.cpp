@@ -6,7 +6,6 @@
 #include "command_line/editing_options.h"
 #include "commands/commands.h"
 #include "documents/node_reading.h"
-#include "documents/values.h"
 #include "editing/editor.h"
 
 namespace nebxml {

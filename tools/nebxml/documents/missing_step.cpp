@@ -13,6 +13,7 @@ namespace nebxml {
 namespace {
 
 constexpr size_t kMostNames = 8;
+constexpr char kSeparator = '.';
 
 // The distinct names of a node's children, or of its attributes, in document order.
 class NameList {
@@ -62,9 +63,9 @@ std::string missingStep(const Document &document, const std::string &pattern) {
   }
   if (missing == steps.end()) return "";
   const std::string_view found = *(missing - 1);
-  const std::string step(missing->substr(missing->find_first_not_of(kStepSeparator, found.size())));
+  const std::string step(missing->substr(missing->find_first_not_of(kSeparator, found.size())));
   const XmlNode *node = firstMatch(document.root(), std::string(found));
-  const bool isAttribute = step.front() == kAttributeMark;
+  const bool isAttribute = step.front() == '@';
   return "'" + std::string(found) + "' has no '" + step + "'; " +
          (isAttribute ? attributesOf(node) : childrenOf(node));
 }

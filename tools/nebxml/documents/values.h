@@ -6,7 +6,6 @@
 
 #include "documents/document.h"
 #include "documents/selection.h"
-#include "terminal/command_error.h"
 
 namespace nebxml {
 

@@ -4,7 +4,6 @@
 #include <iostream>
 
 #include "documents/node_reading.h"
-#include "documents/values.h"
 #include "editing/edit_conflicts.h"
 #include "editing/edit_rules.h"
 #include "editing/subtrees.h"
