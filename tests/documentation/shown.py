@@ -189,7 +189,8 @@ def broken(document):
         if not os.path.exists(path) or (section and section not in headings(path)):
             yield "link to " + target
     for path in re.findall(r"`((?:[\w.*-]+/)+[\w.*-]*)`", text):
-        paths = (os.path.join(base, path) for base in (".", folder, "support/xml", "tools/nebxml"))
+        bases = (".", folder, "support/xml", "tools/nebxml")
+        paths = (os.path.join(base, path) for base in bases)
         if not path.startswith("build/") and not any(map(glob.glob, paths)):
             yield path
     for name in re.findall(r"\b(?:NEB_XML|XML)_[A-Z][a-z]\w*|\bNEB_XML_[A-Z_]+\b", text):

@@ -1,5 +1,5 @@
-// One function for each command. It adds the command to the command line, and the command runs while
-// the command line is parsed. Commands throw CommandError.
+// One function for each command. It adds the command to the command line, and the command runs
+// while the command line is parsed. Commands throw CommandError.
 #pragma once
 
 #include <CLI/CLI.hpp>

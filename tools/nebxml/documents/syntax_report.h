@@ -9,8 +9,8 @@
 
 namespace nebxml {
 
-// Reports file, line, column and cause, as data too, and shows the line. In colour if standard error
-// is a terminal.
+// Reports file, line, column and cause, as data too, and shows the line. In colour if standard
+// error is a terminal.
 CommandError syntaxReport(const std::string &fileName, const NEB_XML_PARSE_ERROR &error,
                           const std::string &cause, std::string_view text);
 

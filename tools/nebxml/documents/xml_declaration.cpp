@@ -13,8 +13,8 @@ constexpr std::string_view kEncoding = "encoding";
 constexpr std::string_view kQuotes = "\"'";
 constexpr const char *kRootElement = "<a/>";
 
-// A document with this declaration, without the name of the encoding, then with it: the library stops at a name that it does not
-// support.
+// A document that has only this declaration before its root: without the name of the encoding, then
+// with it, since the library stops at a name that it does not support.
 bool isWellFormed(const std::string &declaration, const DeclaredEncoding &found) {
   std::string usual = declaration;
   usual.replace(found.nameBegin, found.name.size(), kUtf8);
