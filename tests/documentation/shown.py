@@ -13,8 +13,9 @@
       Checks that everything exists that the documents refer to: other documents and their
       sections, files of the project, names of the interface and of the build.
   shown.py layers DOCUMENT
-      Compares the folders of the library with the document's table of layers, lowest first. A
-      folder includes its own headers and those of folders before it in the table.
+      Compares the folders of the library, and those of the tool, with the document's tables of
+      layers, lowest first. A folder includes its own headers and those of folders before it in its
+      table.
 
 A code block in C or C++ is a program, or without a main the body of one. The block after
 "It prints" is its output. A block whose language is followed by a name is a file in the folder in
@@ -188,7 +189,8 @@ def broken(document):
         if not os.path.exists(path) or (section and section not in headings(path)):
             yield "link to " + target
     for path in re.findall(r"`((?:[\w.*-]+/)+[\w.*-]*)`", text):
-        paths = (os.path.join(base, path) for base in (".", folder, "support/xml"))
+        bases = (".", folder, "support/xml", "tools/nebxml")
+        paths = (os.path.join(base, path) for base in bases)
         if not path.startswith("build/") and not any(map(glob.glob, paths)):
             yield path
     for name in re.findall(r"\b(?:NEB_XML|XML)_[A-Z][a-z]\w*|\bNEB_XML_[A-Z_]+\b", text):
@@ -208,11 +210,15 @@ def references(arguments):
                    for what in broken(document)])
 
 
-def misplaced(order):
+# The tables of layers: the heading of the first column, and the folders that it lists.
+LAYERS = {"Layer": ["support/xml/*", "support/platform"], "Room": ["tools/nebxml/*"]}
+
+
+def misplaced(heading, order):
     """What contradicts the layers in this order, the lowest first."""
     folders = {os.path.basename(folder): folder
-               for folder in [*glob.glob("support/xml/*"), "support/platform"]
-               if os.path.isdir(folder)}
+               for pattern in LAYERS[heading] for folder in glob.glob(pattern)
+               if glob.glob(folder + "/*.h")}
     for layer in sorted(folders.keys() ^ set(order)):
         yield "the folder %s/ or its row in the table is missing" % layer
     for at, layer in enumerate(order):
@@ -223,8 +229,11 @@ def misplaced(order):
 
 
 def layers(arguments):
-    table = read(arguments.document).partition("\n| Layer |")[2].partition("\n\n")[0]
-    return report(list(misplaced(re.findall(r"^\| `(?:support/)?(\w+)/` \|", table, re.M))))
+    document = read(arguments.document)
+    tables = {heading: document.partition("\n| %s |" % heading)[2].partition("\n\n")[0]
+              for heading in LAYERS}
+    return report([what for heading, table in tables.items() for what in misplaced(
+        heading, re.findall(r"^\| `(?:support/)?(\w+)/` \|", table, re.M))])
 
 
 # The arguments of each command.

@@ -7,7 +7,7 @@
 
 #include <unistd.h>
 
-#include "command_line/application.h"
+#include "application.h"
 #include "terminal/output.h"
 
 namespace nebxml {

@@ -5,7 +5,7 @@
 #include <functional>
 #include <optional>
 
-#include "command_error.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 
@@ -15,8 +15,8 @@ using Failure = std::optional<CommandError>;
 // this thread and in the order of the indices. A few results for each thread wait while an earlier
 // one is missing; then the threads wait too, so that memory does not grow with count.
 //
-// jobs  how many threads there are at most; with one, or if the system has none, all work is done on
-//       this thread
+// jobs  how many threads there are at most; with one, or if the system has none, all work is done
+//       on this thread
 // work  throws nothing but std::bad_alloc, which ends the process
 void inOrder(size_t count, size_t jobs, const std::function<Failure(size_t)> &work,
              const std::function<void(size_t, const Failure &)> &report);

@@ -1,78 +1,45 @@
-#include <string_view>
-
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include "checking/report.h"
+#include "formats/json_stream.h"
 #include "terminal/output.h"
-#include "terminal/printable.h"
 
 namespace nebxml {
 namespace {
 
-// JSON has no other bytes than those of UTF-8. The name of a file can have them.
-std::string withoutOtherBytes(std::string_view text) {
-  constexpr unsigned char kFirstOtherThanAscii = 0x80;
-  constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
-  std::string result;
-  while (!text.empty()) {
-    const size_t length = characterLength(text);
-    const bool isOther =
-        length == 1 && static_cast<unsigned char>(text.front()) >= kFirstOtherThanAscii;
-    result += isOther ? kReplacement : text.substr(0, length);
-    text.remove_prefix(length);
-  }
-  return result;
-}
-
 // Written as it grows.
 class JsonReport : public Report {
  public:
-  JsonReport() { writer_.StartArray(); }
+  JsonReport() { json_.beginArray(); }
 
   void add(const std::string &fileName, const CommandError &error) override {
     const Finding &finding = error.finding();
-    writer_.StartObject();
-    addString("file", fileName);
+    json_.beginObject();
+    json_.writeMember("file", fileName);
     addPosition("line", finding.line);
     addPosition("column", finding.column);
-    writer_.Key("code");
-    writer_.Int(static_cast<int>(error.status()));
-    addString("status", kindOf(error).status);
-    addString("message", finding.sentence);
-    writer_.EndObject();
-    flush();
+    json_.writeKey("code");
+    json_.writeNumber(static_cast<size_t>(error.status()));
+    json_.writeMember("status", kindOf(error).status);
+    json_.writeMember("message", finding.sentence);
+    json_.endObject();
+    json_.flush();
   }
 
   void end(const Summary & /*summary*/) override {
-    writer_.EndArray();
-    flush();
-    writeStandardOutput("\n");
+    json_.endArray();
+    json_.end();
   }
 
  private:
-  void addString(const char *key, const std::string &value) {
-    const std::string text = withoutOtherBytes(value);
-    writer_.Key(key);
-    writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-  }
-
-  void addPosition(const char *key, size_t number) {
-    writer_.Key(key);
+  void addPosition(std::string_view key, size_t number) {
+    json_.writeKey(key);
     if (number > 0) {
-      writer_.Uint64(number);
+      json_.writeNumber(number);
     } else {
-      writer_.Null();
+      json_.writeNull();
     }
   }
 
-  void flush() {
-    writeStandardOutput({buffer_.GetString(), buffer_.GetSize()});
-    buffer_.Clear();
-  }
-
-  rapidjson::StringBuffer buffer_;
-  rapidjson::Writer<rapidjson::StringBuffer> writer_{buffer_};
+  JsonStream json_{writeStandardOutput};
 };
 
 }  // namespace

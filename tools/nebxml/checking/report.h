@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "checking/summary.h"
-#include "command_error.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 

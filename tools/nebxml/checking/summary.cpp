@@ -9,6 +9,14 @@ std::string counted(size_t count, const std::string &kind) {
   return count == 0 ? "" : ", " + std::to_string(count) + kind;
 }
 
+// In the order of the codes, but that a document which is no XML is worse than an unsupported one.
+bool isLessSevere(ExitStatus status, ExitStatus other) {
+  const auto severity = [](ExitStatus each) {
+    return each == ExitStatus::unsupported ? 1 : 2 * static_cast<int>(each);
+  };
+  return severity(status) < severity(other);
+}
+
 }  // namespace
 
 void Summary::add(const Failure &failure) {

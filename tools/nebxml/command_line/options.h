@@ -5,8 +5,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "documents/saving.h"
 #include "documents/selection.h"
+#include "saving/saving.h"
 
 namespace nebxml {
 

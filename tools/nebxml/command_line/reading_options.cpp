@@ -15,12 +15,17 @@ std::string refuseUnknown(const std::string &name) {
   return "the system does not know '" + name + "' ('iconv -l' lists what it knows)";
 }
 
-// Replaces a size by its number of bytes. Returns a message, or nothing.
-std::string countBytes(std::string &size) {
+// Replaces a size by its number of bytes. For an unknown unit, CLI11 throws.
+bool countBytes(std::string &size) try {
+  return !size.starts_with('-') && CLI::AsSizeValue(false)(size).empty() && size != "0";
+} catch (const CLI::ValidationError &) {
+  return false;
+}
+
+// A message, or nothing if the size has become a number of bytes.
+std::string refuseNoSize(std::string &size) {
   const std::string given = size;
-  const bool isSize =
-      !given.starts_with('-') && CLI::AsSizeValue(false)(size).empty() && size != "0";
-  return isSize ? "" : "'" + given + "' is no size, such as 4096, 64K or 2G";
+  return countBytes(size) ? "" : "'" + given + "' is no size, such as 4096, 64K or 2G";
 }
 
 }  // namespace
@@ -38,7 +43,7 @@ void addReadingOptions(CLI::App *command, ReadingOptions &options) {
       ->excludes(lenient);
   command->add_option("--max-bytes", options.maxBytes, "refuse larger files: 4096, 64K, 2G")
       ->type_name("SIZE")
-      ->transform(CLI::Validator(countBytes, ""));
+      ->transform(CLI::Validator(refuseNoSize, ""));
 }
 
 }  // namespace nebxml

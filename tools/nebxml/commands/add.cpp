@@ -2,10 +2,10 @@
 #include <optional>
 
 #include "command_line/command.h"
+#include "command_line/editing_options.h"
 #include "commands/commands.h"
-#include "commands/editing_options.h"
-#include "documents/editor.h"
-#include "documents/new_element.h"
+#include "editing/editor.h"
+#include "editing/new_element.h"
 
 namespace nebxml {
 namespace {

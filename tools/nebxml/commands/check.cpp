@@ -13,6 +13,7 @@
 #include "command_line/options.h"
 #include "command_line/reading_options.h"
 #include "commands/commands.h"
+#include "documents/input.h"
 #include "terminal/progress_note.h"
 
 namespace nebxml {

@@ -1,10 +1,10 @@
-// One function for each command. It adds the command to the command line, and the command runs while
-// the command line is parsed. Commands throw CommandError.
+// One function for each command. It adds the command to the command line, and the command runs
+// while the command line is parsed. Commands throw CommandError.
 #pragma once
 
 #include <CLI/CLI.hpp>
 
-#include "command_error.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 

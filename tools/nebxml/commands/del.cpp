@@ -2,9 +2,9 @@
 #include <optional>
 
 #include "command_line/command.h"
+#include "command_line/editing_options.h"
 #include "commands/commands.h"
-#include "commands/editing_options.h"
-#include "documents/editor.h"
+#include "editing/editor.h"
 
 namespace nebxml {
 namespace {

@@ -4,8 +4,8 @@
 #include "command_line/command.h"
 #include "command_line/options.h"
 #include "commands/commands.h"
-#include "commands/edit_request.h"
-#include "commands/edit_script.h"
+#include "editing/edit_request.h"
+#include "editing/edit_script.h"
 
 namespace nebxml {
 namespace {

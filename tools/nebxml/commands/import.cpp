@@ -3,11 +3,10 @@
 #include <vector>
 
 #include "command_line/command.h"
+#include "command_line/editing_options.h"
 #include "commands/commands.h"
-#include "commands/editing_options.h"
-#include "documents/editor.h"
 #include "documents/node_reading.h"
-#include "documents/values.h"
+#include "editing/editor.h"
 
 namespace nebxml {
 namespace {

@@ -1,12 +1,10 @@
 #include <algorithm>
-#include <iterator>
 #include <memory>
 
 #include "command_line/command.h"
 #include "command_line/options.h"
 #include "commands/commands.h"
 #include "documents/node_reading.h"
-#include "neb_xml.hpp"
 #include "terminal/output.h"
 
 namespace nebxml {
@@ -19,14 +17,13 @@ struct Statistics {
   size_t depth = 0;
   size_t textBytes = 0;
 
-  void count(neb::xml::Node node, size_t nodeDepth) {
-    const size_t length = node.value().value_or("").size();
+  void count(const XmlNode *element, size_t elementDepth) {
+    const size_t length = nodeStrings(element).value.size();
     ++elements;
     texts += length > 0 ? 1 : 0;
     textBytes += length;
-    depth = std::max(depth, nodeDepth + 1);
-    const auto range = node.attributes();
-    attributes += static_cast<size_t>(std::distance(range.begin(), range.end()));
+    depth = std::max(depth, elementDepth + 1);
+    attributes += attributesAt(element).size();
   }
 };
 
@@ -36,7 +33,7 @@ void printStatistics(const Input &input) {
   for (XmlNode *root : document.topLevelNodes()) {
     size_t depth = 0;
     for (XmlNode *node = root; node != nullptr; node = nextInSubtree(node, root, depth)) {
-      statistics.count(neb::xml::Node(node), depth);
+      statistics.count(node, depth);
     }
   }
   writeStandardOutput("elements: " + std::to_string(statistics.elements) +

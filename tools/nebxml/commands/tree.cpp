@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -94,10 +93,8 @@ class TreePrinter {
   }
 
   void notePathless() const {
-    const std::string note =
-        printable("nebxml: " + document_.fileName() +
-                  ": nodes without a path, left out: " + std::to_string(pathlessCount_));
-    std::cerr << styled(Stream::errors, Style::note, note) << '\n';
+    writeNote("nebxml: " + document_.fileName() +
+              ": nodes without a path, left out: " + std::to_string(pathlessCount_));
   }
 
   const Document document_;

@@ -195,4 +195,22 @@ void Aligner::alignRepeated(const Window &window) {
 
 std::vector<Run> alignedRuns(Labels first, Labels second) { return Aligner(first, second).runs(); }
 
+std::vector<Change> changesBetween(const std::vector<Run> &runs, size_t firstLength,
+                                   size_t secondLength) {
+  std::vector<Change> changes;
+  size_t first = 0;
+  size_t second = 0;
+  const auto addUpTo = [&](size_t firstEnd, size_t secondEnd) {
+    if (first == firstEnd && second == secondEnd) return;
+    changes.push_back({first, firstEnd, second, secondEnd});
+  };
+  for (const Run &run : runs) {
+    addUpTo(run.first, run.second);
+    first = run.first + run.length;
+    second = run.second + run.length;
+  }
+  addUpTo(firstLength, secondLength);
+  return changes;
+}
+
 }  // namespace nebxml

@@ -48,9 +48,7 @@ std::vector<size_t> Forest::childrenOf(size_t element) const {
 
 std::vector<Attribute> Forest::attributesOf(size_t element) const {
   std::vector<Attribute> attributes;
-  const XmlNode *owner = elements_[element].node;
-  XmlNode *node = nextAttribute(owner, nullptr);
-  for (; node != nullptr; node = nextAttribute(owner, node)) {
+  for (const XmlNode *node : attributesAt(elements_[element].node)) {
     if (!tolerance_.ignoresAttribute(node)) attributes.push_back({nodeStrings(node), node});
   }
   return attributes;

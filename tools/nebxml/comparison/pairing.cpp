@@ -72,20 +72,19 @@ void Pairing::pair(size_t first, size_t second) {
 }
 
 void Pairing::pairInOrder(const Gap &gap, Labels first, Labels second) {
-  std::vector<Run> runs = alignedRuns(first, second);
-  runs.push_back({first.size(), second.size(), 0});
-  Run done{0, 0, 0};
+  const std::vector<Run> runs = alignedRuns(first, second);
+  for (const Run &run : runs) {
+    for (size_t offset = 0; offset < run.length; ++offset) {
+      pair(gap.first[run.first + offset], gap.second[run.second + offset]);
+    }
+  }
   const auto part = [](const std::vector<size_t> &positions, size_t begin, size_t end) {
     return std::vector<size_t>(positions.begin() + static_cast<ptrdiff_t>(begin),
                                positions.begin() + static_cast<ptrdiff_t>(end));
   };
-  for (const Run &run : runs) {
-    gaps_.push_back({part(gap.first, done.first + done.length, run.first),
-                     part(gap.second, done.second + done.length, run.second)});
-    for (size_t offset = 0; offset < run.length; ++offset) {
-      pair(gap.first[run.first + offset], gap.second[run.second + offset]);
-    }
-    done = run;
+  for (const Change &change : changesBetween(runs, first.size(), second.size())) {
+    gaps_.push_back({part(gap.first, change.first, change.firstEnd),
+                     part(gap.second, change.second, change.secondEnd)});
   }
 }
 

@@ -1,8 +1,8 @@
 #include "comparison/tolerance.h"
 
-namespace nebxml {
+#include "documents/pattern_text.h"
 
-constexpr char kAttributeMark = '@';
+namespace nebxml {
 
 Tolerance::Tolerance(bool ignoresOrder, const std::vector<std::string> &ignored)
     : ignoresOrder_(ignoresOrder) {

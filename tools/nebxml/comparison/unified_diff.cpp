@@ -16,14 +16,6 @@ constexpr std::string_view kNoLineFeed = "\n\\ No newline at end of file\n";
 
 using Lines = std::span<const std::string_view>;
 
-// Lines of one version that lines of the other one replace. Either may be none.
-struct Change {
-  size_t first;
-  size_t firstEnd;
-  size_t second;
-  size_t secondEnd;
-};
-
 // Each line with its line feed, which the last one may lack.
 std::vector<std::string_view> linesOf(std::string_view text) {
   std::vector<std::string_view> lines;
@@ -65,18 +57,13 @@ std::vector<Change> changesOf(Lines before, Lines after) {
   const Lines first = before.subspan(head, before.size() - head - tail);
   const Lines second = after.subspan(head, after.size() - head - tail);
   const std::vector<size_t> labels = labelsOf(first, second);
-  std::vector<Run> runs =
+  const std::vector<Run> runs =
       alignedRuns(Labels(labels).first(first.size()), Labels(labels).subspan(first.size()));
-  runs.push_back({first.size(), second.size(), 0});
-  std::vector<Change> changes;
-  Run done{0, 0, 0};
-  for (const Run &run : runs) {
-    const Change change{head + done.first + done.length, head + run.first,
-                        head + done.second + done.length, head + run.second};
-    if (change.first < change.firstEnd || change.second < change.secondEnd) {
-      changes.push_back(change);
+  std::vector<Change> changes = changesBetween(runs, first.size(), second.size());
+  for (Change &change : changes) {
+    for (size_t *line : {&change.first, &change.firstEnd, &change.second, &change.secondEnd}) {
+      *line += head;
     }
-    done = run;
   }
   return changes;
 }

@@ -7,6 +7,7 @@
 
 namespace nebxml {
 
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // of UTF-8
 inline constexpr size_t kLongestByteOrderMark = 4;
 
 // "UTF-16LE" and the like, by a byte order mark or by the beginning of an XML declaration. Empty if

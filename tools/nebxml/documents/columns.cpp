@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <set>
 
-#include "command_error.h"
 #include "documents/node_reading.h"
 #include "documents/pattern_text.h"
 #include "documents/selection.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 namespace {

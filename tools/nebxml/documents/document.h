@@ -1,7 +1,6 @@
 // A document with its file name and its bytes, as the commands use it.
 #pragma once
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,15 +29,11 @@ class Document {
   const std::vector<XmlNode *> &topLevelNodes() const { return topLevelNodes_; }
 
  private:
-  struct Release {
-    void operator()(XmlNode *node) const { NEB_XML_FreeNode(node); }
-  };
-
   std::string fileName_;
   Reading reading_;
   std::string bytes_;
   Encoding encoding_;
-  std::unique_ptr<XmlNode, Release> root_;
+  Tree root_;
   std::vector<XmlNode *> topLevelNodes_;
 };
 

@@ -4,33 +4,14 @@
 #include <cstdio>
 #include <utility>
 
-#include "terminal/printable.h"
-
 namespace nebxml {
 namespace {
 
 constexpr size_t kCharacterCount = 0x110000;
 
-bool isCharacter(std::string_view bytes) {
-  constexpr unsigned char kFirstNotAscii = 0x80;
-  return bytes.size() > 1 || static_cast<unsigned char>(bytes[0]) < kFirstNotAscii;
-}
-
-// Of a character in UTF-8.
-uint32_t codePointOf(std::string_view character) {
-  constexpr unsigned kBitsInContinuation = 6;
-  constexpr unsigned char kContinuationMask = 0x3F;
-  constexpr std::array<unsigned char, 5> kFirstMasks{0, 0xFF, 0x1F, 0x0F, 0x07};
-  uint32_t code = static_cast<unsigned char>(character[0]) & kFirstMasks[character.size()];
-  for (const char byte : character.substr(1)) {
-    code = code << kBitsInContinuation | (static_cast<unsigned char>(byte) & kContinuationMask);
-  }
-  return code;
-}
-
-std::string referenceTo(uint32_t codePoint) {
+std::string referenceTo(char32_t character) {
   std::array<char, sizeof "&#x10FFFF;"> text{};
-  std::snprintf(text.data(), text.size(), "&#x%X;", codePoint);
+  std::snprintf(text.data(), text.size(), "&#x%X;", static_cast<unsigned>(character));
   return text.data();
 }
 
@@ -48,10 +29,9 @@ Encoder::Encoder(Converter writer, Converter reader)
 
 bool Encoder::has(std::string_view text) {
   while (!text.empty()) {
-    const size_t length = characterLength(text);
-    const std::string_view character = text.substr(0, length);
-    if (!isCharacter(character) || !hasCharacter(character)) return false;
-    text.remove_prefix(length);
+    const Character character = firstCharacter(text);
+    if (!character.isValid || !hasCharacter(character, text)) return false;
+    text.remove_prefix(character.length);
   }
   return true;
 }
@@ -70,12 +50,12 @@ std::optional<std::string> Encoder::encode(std::string_view text) {
   return encoded;
 }
 
-bool Encoder::hasCharacter(std::string_view character) {
+bool Encoder::hasCharacter(const Character &character, std::string_view text) {
   if (answers_.empty()) answers_.resize(kCharacterCount);
-  Answer &answer = answers_[codePointOf(character)];
+  Answer &answer = answers_[character.code];
   if (answer == Answer::unknown) {
     std::string unused;
-    answer = isReadBack(character, unused) ? Answer::yes : Answer::no;
+    answer = isReadBack(text.substr(0, character.length), unused) ? Answer::yes : Answer::no;
   }
   return answer == Answer::yes;
 }
@@ -93,13 +73,15 @@ std::optional<std::string> Encoder::withReferences(std::string_view text) {
   result.reserve(text.size());
   size_t begin = 0;
   for (size_t next = 0; next < text.size();) {
-    const std::string_view character = text.substr(next, characterLength(text.substr(next)));
-    next += character.size();
-    if (!isCharacter(character)) return std::nullopt;
-    if (hasCharacter(character)) continue;
-    result.append(text.substr(begin, next - character.size() - begin));
-    result.append(referenceTo(codePointOf(character)));
-    begin = next;
+    const std::string_view rest = text.substr(next);
+    const Character character = firstCharacter(rest);
+    if (!character.isValid) return std::nullopt;
+    const size_t end = next + character.length;
+    if (!hasCharacter(character, rest)) {
+      result.append(text.substr(begin, next - begin)).append(referenceTo(character.code));
+      begin = end;
+    }
+    next = end;
   }
   result.append(text.substr(begin));
   return result;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "documents/converter.h"
+#include "terminal/utf8.h"
 
 namespace nebxml {
 
@@ -32,7 +33,8 @@ class Encoder {
 
   Encoder(Converter writer, Converter reader);
 
-  bool hasCharacter(std::string_view character);
+  // character  that the text begins with
+  bool hasCharacter(const Character &character, std::string_view text);
   bool isReadBack(std::string_view text, std::string &encoded);
   std::optional<std::string> withReferences(std::string_view text);
 

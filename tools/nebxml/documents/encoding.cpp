@@ -4,15 +4,13 @@
 #include <optional>
 #include <utility>
 
-#include "command_error.h"
 #include "documents/byte_order.h"
 #include "documents/syntax_report.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 namespace {
 
-constexpr std::string_view kMark = "\xEF\xBB\xBF";
-constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 // The library reads them itself.
 constexpr std::string_view kOwnEncodings[] = {kUtf8, "US-ASCII", "ASCII"};
 
@@ -98,7 +96,7 @@ void Encoding::decode(const std::string &fileName, const std::string &encoding,
   if (!isWhole && text.find('\0') == std::string::npos) {
     const size_t offset = text.size();
     throw syntaxReportAt(fileName, offset, NEB_XML_ERR_SYNTAX, "bytes that are not " + encoding,
-                         text.append(kReplacement));
+                         text.append(kReplacementCharacter));
   }
   fileBytes_ = std::exchange(bytes, std::move(text));
   if (auto encoder = Encoder::to(systemName)) {
@@ -109,7 +107,7 @@ void Encoding::decode(const std::string &fileName, const std::string &encoding,
 // A mark is a part of the head too: the library skips it. A declaration that is malformed stays so
 // without the name, of which the library would else report that it does not support it.
 void Encoding::hide(const std::optional<DeclaredEncoding> &declared, std::string &text) {
-  const size_t markLength = text.starts_with(kMark) ? kMark.size() : 0;
+  const size_t markLength = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
   fileHead_ = text.substr(0, declared ? declared->end : markLength);
   if (declared && declared->isWellFormed) {
     std::fill(text.data() + declared->begin, text.data() + declared->end, ' ');
@@ -122,7 +120,7 @@ void Encoding::hide(const std::optional<DeclaredEncoding> &declared, std::string
 std::string Encoding::nameToDeclare() const {
   constexpr size_t kOrderLength = 2;
   const bool hasOrder = name_.ends_with("BE") || name_.ends_with("LE");
-  const bool isMarked = fileHead_.starts_with(kMark);
+  const bool isMarked = fileHead_.starts_with(kByteOrderMark);
   return hasOrder && isMarked ? name_.substr(0, name_.size() - kOrderLength) : name_;
 }
 

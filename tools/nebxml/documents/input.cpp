@@ -8,9 +8,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "command_error.h"
 #include "documents/byte_order.h"
 #include "documents/converter.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 namespace {
@@ -41,10 +41,6 @@ class OpenFile {
   int descriptor_;
 };
 
-CommandError cannot(const std::string &action, const std::string &fileName) {
-  return {ExitStatus::fileTrouble, fileName, withSystemCause("cannot " + action, errno)};
-}
-
 CommandError tooLarge(const std::string &fileName, size_t maxBytes) {
   const std::string cause = "larger than " + std::to_string(maxBytes) + " bytes (--max-bytes)";
   return {ExitStatus::fileTrouble, printable("nebxml: " + fileName + ": " + cause),
@@ -60,9 +56,13 @@ bool endsAtNul(const std::string &bytes, const std::string &encoding) {
 
 }  // namespace
 
+bool isTypedByUser(const std::string &fileName) {
+  return fileName == kStandardStream && ::isatty(STDIN_FILENO) == 1;
+}
+
 std::string readInput(const std::string &fileName, const std::string &encoding, size_t maxBytes) {
   const OpenFile file(fileName);
-  if (file.descriptor() < 0) throw cannot("open", fileName);
+  if (file.descriptor() < 0) throw systemError(fileName, "cannot open", errno);
   const size_t limit = maxBytes == 0 ? SIZE_MAX : maxBytes;
   std::string bytes;
   bytes.reserve(std::min(file.size(), limit));
@@ -71,7 +71,7 @@ std::string readInput(const std::string &fileName, const std::string &encoding, 
   for (;;) {
     const ssize_t count = ::read(file.descriptor(), chunk.data(), chunk.size());
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throw cannot("read", fileName);
+    if (count < 0) throw systemError(fileName, "cannot read", errno);
     const std::string_view part(chunk.data(), static_cast<size_t>(count));
     if (part.size() > limit - bytes.size()) throw tooLarge(fileName, maxBytes);
     bytes += part;

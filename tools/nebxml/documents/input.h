@@ -10,6 +10,9 @@ namespace nebxml {
 // The FILE argument for standard input, or for standard output after -o.
 inline constexpr std::string_view kStandardStream = "-";
 
+// Whether the file is standard input, and comes from a terminal.
+bool isTypedByUser(const std::string &fileName);
+
 // The bytes up to the end. Where no encoding with NUL bytes is read, they end soon after the first
 // NUL byte instead, since a device of zeros has no end. Throws CommandError.
 //

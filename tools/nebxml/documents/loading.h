@@ -6,7 +6,7 @@
 #include <string>
 
 #include "documents/encoding.h"
-#include "neb_xml.h"
+#include "documents/tree.h"
 
 namespace nebxml {
 
@@ -20,12 +20,12 @@ struct ReadingOptions {
   size_t maxBytes = 0;    // of the file; 0: no limit
 };
 
-// Throws CommandError. The caller frees the document.
+// Throws CommandError.
 //
 // bytes     receives the content of the file in UTF-8. It ends soon after the first NUL byte, which
 //           no document may contain, unless the encoding has such bytes.
 // encoding  receives what the file is encoded in
-XmlNode *loadDocument(const std::string &fileName, const ReadingOptions &options,
-                      std::string &bytes, Encoding &encoding);
+Tree loadDocument(const std::string &fileName, const ReadingOptions &options, std::string &bytes,
+                  Encoding &encoding);
 
 }  // namespace nebxml

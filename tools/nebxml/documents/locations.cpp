@@ -1,6 +1,6 @@
 #include "documents/locations.h"
 
-#include "command_error.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 

@@ -3,14 +3,12 @@
 #include <algorithm>
 
 #include "documents/node_reading.h"
+#include "documents/pattern_text.h"
+#include "documents/qualified_name.h"
 
 namespace nebxml {
 namespace {
 
-constexpr char kSeparator = '.';
-constexpr char kEscape = '\\';
-constexpr char kPrefixMark = ':';
-constexpr char kAttributeMark = '@';
 constexpr size_t kLongestPath = 511;
 constexpr uint32_t kLargestIndex = 999'999'999;
 
@@ -55,11 +53,11 @@ std::optional<std::string_view> NodePaths::enter(const XmlNode *node, size_t dep
 }
 
 std::optional<std::string_view> NodePaths::extend(const std::string &segment, uint32_t index) {
-  if (!path_.empty()) path_ += kSeparator;
+  if (!path_.empty()) path_ += kStepSeparator;
   appendEscaped(path_, segment);
   // A backslash at the end would escape the separator after it.
   const bool isClosed = segment.back() != kEscape;
-  if (index > 1) path_ += kSeparator + std::to_string(index);
+  if (index > 1) path_ += kStepSeparator + std::to_string(index);
   if (path_.size() > kLongestPath || index > kLargestIndex || (index > 1 && !isClosed)) {
     return std::nullopt;
   }
@@ -72,7 +70,7 @@ std::optional<std::string_view> NodePaths::extend(const std::string &segment, ui
 std::optional<std::string> NodePaths::enterAttribute(const XmlNode *attribute) {
   const std::string segment = nodeStrings(attribute).qualifiedName();
   if (!canContinue_ || countMatch(attributeMatches_, attribute, segment) > 1) return std::nullopt;
-  std::string path = path_ + kSeparator + kAttributeMark;
+  std::string path = path_ + kStepSeparator + kAttributeMark;
   appendEscaped(path, segment);
   return path.size() > kLongestPath ? std::nullopt : std::optional(path);
 }

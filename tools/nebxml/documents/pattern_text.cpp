@@ -5,8 +5,6 @@
 namespace nebxml {
 namespace {
 
-constexpr char kEscape = '\\';
-constexpr char kSeparator = '.';
 constexpr std::string_view kQuotes = "\"'";
 
 // Where the closing quote of a value stands, from behind the opening one.
@@ -52,7 +50,7 @@ std::vector<std::string_view> patternsOfSteps(std::string_view pattern) {
   std::vector<std::string_view> patterns;
   size_t end = 0;
   for (size_t begin = 0; end != std::string_view::npos; begin = end + 1) {
-    end = findFrom(pattern, begin, kSeparator);
+    end = findFrom(pattern, begin, kStepSeparator);
     const bool isEmpty = std::min(end, pattern.size()) == begin;
     if (!isEmpty) patterns.push_back(pattern.substr(0, end));
   }

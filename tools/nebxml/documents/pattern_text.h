@@ -6,6 +6,10 @@
 
 namespace nebxml {
 
+inline constexpr char kStepSeparator = '.';
+inline constexpr char kAttributeMark = '@';
+inline constexpr char kEscape = '\\';
+
 // The first offset of a character outside brackets that no backslash stands before; npos if there
 // is none.
 size_t findOutsideBrackets(std::string_view pattern, char character);

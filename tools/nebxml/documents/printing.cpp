@@ -1,9 +1,9 @@
 #include "documents/printing.h"
 
 #include <memory>
-#include <new>
 
-#include "command_error.h"
+#include "documents/string_sink.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 namespace {
@@ -11,13 +11,6 @@ namespace {
 CommandError unwritable(const Document &document) {
   return {ExitStatus::notFound, document.fileName(),
           "cannot be written as XML, which does not allow one of its names or values"};
-}
-
-uint32_t appendPart(void *text, const char *bytes, size_t length) noexcept try {
-  static_cast<std::string *>(text)->append(bytes, length);
-  return NEB_XML_OK;
-} catch (const std::bad_alloc &) {
-  return NEB_XML_ERR_NO_MEMORY;
 }
 
 }  // namespace
@@ -38,7 +31,7 @@ std::string printTree(const Document &document, uint32_t indent) {
 std::string printElement(const Document &document, const XmlNode *element, uint32_t indent) {
   const NEB_XML_PRINT_OPTIONS options{sizeof options, NEB_XML_PRINT_NO_FINAL_LINE_END, indent};
   std::string text;
-  const uint32_t result = NEB_XML_Print(element, &options, appendPart, &text);
+  const uint32_t result = NEB_XML_Print(element, &options, appendToString, &text);
   if (result == NEB_XML_ERR_UNWRITABLE) throw unwritable(document);
   if (result != NEB_XML_OK) throw noMemory(document.fileName());
   return text;

@@ -1,11 +1,10 @@
 #include "documents/selection.h"
 
 #include <algorithm>
-#include <iostream>
 
-#include "command_error.h"
 #include "documents/missing_step.h"
-#include "terminal/colour.h"
+#include "terminal/command_error.h"
+#include "terminal/output.h"
 #include "terminal/printable.h"
 
 namespace nebxml {
@@ -67,10 +66,8 @@ class Search {
 };
 
 void noteFurtherMatches(const Document &document, const Selection &selection) {
-  const std::string note =
-      printable(headingOf(document, selection) + ": several nodes match '" + selection.pattern +
-                "'; the first is taken (--all takes each)");
-  std::cerr << styled(Stream::errors, Style::note, note) << '\n';
+  writeNote(headingOf(document, selection) + ": several nodes match '" + selection.pattern +
+            "'; the first is taken (--all takes each)");
 }
 
 }  // namespace
@@ -80,10 +77,10 @@ std::string headingOf(const Document &document, const Selection &selection) {
   return (source.empty() ? "nebxml" : source) + ": " + document.fileName();
 }
 
-CommandError selectionError(ExitStatus status, const Document &document, const Selection &selection,
-                            const std::string &cause) {
-  return {status, printable(headingOf(document, selection) + ": " + cause + " '" +
-                            selection.pattern + "'")};
+CommandError refusal(const Document &document, const Selection &selection,
+                     const std::string &cause) {
+  return {ExitStatus::notFound, printable(headingOf(document, selection) + ": " + cause + " '" +
+                                          selection.pattern + "'")};
 }
 
 XmlNode *firstMatch(const XmlNode *start, const std::string &pattern) {

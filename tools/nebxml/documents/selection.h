@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "command_error.h"
 #include "documents/document.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 
@@ -19,9 +19,10 @@ struct Selection {
 // How messages about a selection begin: with its source, if it has one, and the file.
 std::string headingOf(const Document &document, const Selection &selection);
 
-// The cause ends in words such as "at path", and the pattern follows.
-CommandError selectionError(ExitStatus status, const Document &document, const Selection &selection,
-                            const std::string &cause);
+// A refusal that names the file and the pattern. The cause ends in words such as "at path", and the
+// pattern follows.
+CommandError refusal(const Document &document, const Selection &selection,
+                     const std::string &cause);
 
 // The nodes in document order: elements, or attributes if the pattern asks for them. Never empty:
 // throws CommandError, which says where the search ended, if nothing matches. If only the first of

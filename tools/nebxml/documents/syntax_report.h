@@ -4,13 +4,13 @@
 #include <string>
 #include <string_view>
 
-#include "command_error.h"
 #include "neb_xml.h"
+#include "terminal/command_error.h"
 
 namespace nebxml {
 
-// Reports file, line, column and cause, as data too, and shows the line. In colour if standard error
-// is a terminal.
+// Reports file, line, column and cause, as data too, and shows the line. In colour if standard
+// error is a terminal.
 CommandError syntaxReport(const std::string &fileName, const NEB_XML_PARSE_ERROR &error,
                           const std::string &cause, std::string_view text);
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <memory>
 #include <new>
 
 #include "documents/node_reading.h"
+#include "documents/tree.h"
 #include "neb_xml.h"
 
 namespace nebxml {
@@ -57,17 +57,12 @@ std::vector<std::string> valueTypeNames() {
 std::string rangeOf(const std::string &typeName) { return typeNamed(typeName).range; }
 
 std::optional<std::string> typedText(const std::string &typeName, const std::string &text) {
-  XmlNode *carrier = nullptr;
-  if (NEB_XML_CreateNode(NEB_XML_NODE_ELEMENT, nullptr, "value", text.c_str(), &carrier) !=
-      NEB_XML_OK) {
-    throw std::bad_alloc();
-  }
-  const std::unique_ptr<XmlNode, decltype(&NEB_XML_FreeNode)> owner(carrier, &NEB_XML_FreeNode);
+  const Tree carrier = createElement(nullptr, "value", text.c_str());
   const uint32_t code = typeNamed(typeName).code;
   uint64_t variable = 0;  // as wide as the widest type
-  if (NEB_XML_ReadValue(carrier, code, &variable) != NEB_XML_OK) return std::nullopt;
-  if (NEB_XML_WriteValue(carrier, code, &variable) != NEB_XML_OK) throw std::bad_alloc();
-  return std::string(nodeStrings(carrier).value);
+  if (NEB_XML_ReadValue(carrier.get(), code, &variable) != NEB_XML_OK) return std::nullopt;
+  if (NEB_XML_WriteValue(carrier.get(), code, &variable) != NEB_XML_OK) throw std::bad_alloc();
+  return std::string(nodeStrings(carrier.get()).value);
 }
 
 }  // namespace nebxml

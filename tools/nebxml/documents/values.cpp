@@ -1,22 +1,16 @@
 #include "documents/values.h"
 
-#include "documents/attribute_name.h"
+#include "documents/node_reading.h"
+#include "documents/qualified_name.h"
 #include "documents/value_type.h"
 #include "terminal/excerpt.h"
 
 namespace nebxml {
 
-CommandError refusal(const Document &document, const Selection &selection,
-                     const std::string &cause) {
-  return selectionError(ExitStatus::notFound, document, selection, cause);
-}
-
 std::optional<std::string> attributeValue(const XmlNode *element, const std::string &name) {
-  const AttributeName parts(name);
-  const char *value = nullptr;
-  const uint32_t result = NEB_XML_GetAttr(element, parts.prefix(), parts.name(), &value);
-  if (result != NEB_XML_OK) return std::nullopt;
-  return value == nullptr ? "" : value;
+  const XmlNode *attribute = findAttribute(element, QualifiedName(name));
+  if (attribute == nullptr) return std::nullopt;
+  return std::string(nodeStrings(attribute).value);
 }
 
 std::string inRequiredForm(const Document &document, const Selection &selection,

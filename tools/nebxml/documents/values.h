@@ -4,15 +4,10 @@
 #include <optional>
 #include <string>
 
-#include "command_error.h"
 #include "documents/document.h"
 #include "documents/selection.h"
 
 namespace nebxml {
-
-// A refusal that names the file and the pattern.
-CommandError refusal(const Document &document, const Selection &selection,
-                     const std::string &cause);
 
 // The value of an attribute, or nothing if the element lacks it.
 std::optional<std::string> attributeValue(const XmlNode *element, const std::string &name);

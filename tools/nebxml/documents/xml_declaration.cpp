@@ -1,9 +1,8 @@
 #include "documents/xml_declaration.h"
 
-#include <new>
-
+#include "documents/byte_order.h"
 #include "documents/converter.h"
-#include "neb_xml.h"
+#include "documents/parsing.h"
 
 namespace nebxml {
 namespace {
@@ -13,30 +12,20 @@ constexpr std::string_view kDeclarationEnd = "?>";
 constexpr std::string_view kEncoding = "encoding";
 constexpr std::string_view kQuotes = "\"'";
 constexpr const char *kRootElement = "<a/>";
-constexpr std::string_view kMark = "\xEF\xBB\xBF";
 
-// What the library says of a document that has only a declaration before its root.
-uint32_t judge(const std::string &declaration) {
-  const std::string document = declaration + kRootElement;
-  XmlNode *root = nullptr;
-  const uint32_t result = NEB_XML_Read(document.data(), document.size(), nullptr, &root, nullptr);
-  if (result == NEB_XML_ERR_NO_MEMORY) throw std::bad_alloc();
-  if (result == NEB_XML_OK) NEB_XML_FreeNode(root);
-  return result;
-}
-
-// Without the name of the encoding, then with it: the library stops at a name that it does not
-// support.
+// A document that has only this declaration before its root: without the name of the encoding, then
+// with it, since the library stops at a name that it does not support.
 bool isWellFormed(const std::string &declaration, const DeclaredEncoding &found) {
   std::string usual = declaration;
   usual.replace(found.nameBegin, found.name.size(), kUtf8);
-  return judge(usual) == NEB_XML_OK && judge(declaration) != NEB_XML_ERR_SYNTAX;
+  return parseStrictly(usual + kRootElement).result == NEB_XML_OK &&
+         parseStrictly(declaration + kRootElement).result != NEB_XML_ERR_SYNTAX;
 }
 
 }  // namespace
 
 std::optional<DeclaredEncoding> findDeclaredEncoding(std::string_view text) {
-  const size_t start = text.starts_with(kMark) ? kMark.size() : 0;
+  const size_t start = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
   const size_t end = text.find(kDeclarationEnd);
   if (!text.substr(start).starts_with(kDeclarationBegin) || end == std::string_view::npos) {
     return std::nullopt;

@@ -78,8 +78,7 @@ class Mapping {
   }
 
   void writeAttributes(const XmlNode *element) {
-    XmlNode *attribute = nextAttribute(element, nullptr);
-    for (; attribute != nullptr; attribute = nextAttribute(element, attribute)) {
+    for (const XmlNode *attribute : attributesAt(element)) {
       const NodeStrings strings = nodeStrings(attribute);
       json_.writeMember("@" + strings.qualifiedName(), strings.value);
     }

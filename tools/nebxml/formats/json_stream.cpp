@@ -4,12 +4,10 @@
 #include <cstdlib>
 #include <new>
 
-#include "terminal/printable.h"
+#include "terminal/utf8.h"
 
 namespace nebxml {
 namespace {
-
-constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
 
 bool isAscii(char character) {
   constexpr unsigned char kFirstBeyond = 0x80;
@@ -19,10 +17,9 @@ bool isAscii(char character) {
 std::string validUtf8(std::string_view text) {
   std::string valid;
   while (!text.empty()) {
-    const size_t length = characterLength(text);
-    const bool isCharacter = length > 1 || isAscii(text.front());
-    valid += isCharacter ? text.substr(0, length) : kReplacement;
-    text.remove_prefix(length);
+    const Character character = firstCharacter(text);
+    valid += character.isValid ? text.substr(0, character.length) : kReplacementCharacter;
+    text.remove_prefix(character.length);
   }
   return valid;
 }

@@ -46,10 +46,13 @@ class JsonStream {
   void beginArray() { writer_.StartArray(); }
   void endArray() { writer_.EndArray(); }
   void writeNull() { writer_.Null(); }
+  void writeNumber(size_t number) { writer_.Uint64(number); }
   // What is not UTF-8 becomes U+FFFD.
   void writeKey(std::string_view name) { writeString(name); }
   void writeString(std::string_view value);
   void writeMember(std::string_view name, std::string_view value);
+  // Writes what has been collected, so that others can read it already.
+  void flush() { output_.flush(); }
   // Ends the line, after the outermost value.
   void end();
 

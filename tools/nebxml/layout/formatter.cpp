@@ -4,12 +4,12 @@
 #include <optional>
 #include <utility>
 
+#include "documents/byte_order.h"
 #include "layout/markup.h"
 
 namespace nebxml {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kLineFeed = "\n";
 constexpr std::string_view kCrLf = "\r\n";
 constexpr std::string_view kEmptyComment = "<!---->";

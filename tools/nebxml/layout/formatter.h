@@ -7,8 +7,6 @@
 
 namespace nebxml {
 
-std::string xmlDeclaration(const std::string &encoding);
-
 struct Layout {
   size_t indent = 2;  // spaces for each level
   bool usesTabs = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "terminal/printable.h"
+#include "terminal/utf8.h"
 
 namespace nebxml {
 namespace {
@@ -29,7 +30,7 @@ size_t cutAt(std::string_view text, size_t offset) {
     --begin;
   }
   const bool splitsCharacter =
-      begin < text.size() && begin + characterLength(text.substr(begin)) > offset;
+      begin < text.size() && begin + firstCharacter(text.substr(begin)).length > offset;
   return splitsCharacter ? begin : offset;
 }
 
@@ -38,7 +39,7 @@ std::string spacesFor(std::string_view text) {
   std::string spaces;
   while (!text.empty()) {
     spaces += text.front() == '\t' ? '\t' : ' ';
-    text.remove_prefix(characterLength(text));
+    text.remove_prefix(firstCharacter(text).length);
   }
   return spaces;
 }

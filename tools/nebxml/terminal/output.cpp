@@ -1,13 +1,14 @@
 #include "terminal/output.h"
 
 #include <cerrno>
+#include <iostream>
 
 #include <unistd.h>
 
-#include "command_error.h"
 #include "terminal/colour.h"
+#include "terminal/command_error.h"
 #include "terminal/printable.h"
-#include "writing.h"
+#include "terminal/writing.h"
 
 namespace nebxml {
 namespace {
@@ -31,6 +32,10 @@ void writeStandardOutput(std::string_view text) {
   } else {
     writeReport(text);
   }
+}
+
+void writeNote(const std::string &note) {
+  std::cerr << styled(Stream::errors, Style::note, printable(note)) << '\n';
 }
 
 std::string outputName(std::string_view name) {

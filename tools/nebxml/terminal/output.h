@@ -14,6 +14,9 @@ void writeStandardOutput(std::string_view text);
 // through outputName.
 void writeReport(std::string_view lines);
 
+// Writes a line to standard error about something that is no failure, printable and in its colour.
+void writeNote(const std::string &note);
+
 // A name or value from a document, for a line of standard output: printable on a terminal.
 std::string outputName(std::string_view name);
 

@@ -10,9 +10,6 @@
 
 #include <unistd.h>
 
-#include "documents/document.h"
-#include "terminal/excerpt.h"
-
 namespace nebxml {
 namespace {
 
@@ -36,21 +33,7 @@ bool canErase() {
          (terminal == nullptr || std::string_view(terminal) != "dumb");
 }
 
-ProgressNote::Text aboutReading(const std::string &fileName) {
-  return [name = shortened(fileName)](milliseconds elapsed) {
-    const auto seconds = duration_cast<std::chrono::seconds>(elapsed).count();
-    return "nebxml: reading " + name + ", " + std::to_string(seconds) + " s";
-  };
-}
-
 }  // namespace
-
-bool isTypedByUser(const std::string &fileName) {
-  return fileName == kStandardStream && ::isatty(STDIN_FILENO) == 1;
-}
-
-ProgressNote::ProgressNote(const std::string &fileName)
-    : ProgressNote(aboutReading(fileName), !isTypedByUser(fileName)) {}
 
 ProgressNote::ProgressNote(Text text, bool isWanted)
     : text_(std::move(text)), isOnly_(isWanted && !g_isOneAlive.test_and_set()) {

@@ -11,18 +11,12 @@
 
 namespace nebxml {
 
-// Whether the file is standard input, and comes from a terminal.
-bool isTypedByUser(const std::string &fileName);
-
 // Appears after one second, is redrawn as its text changes, at most ten times a second, and is
 // erased by the destructor. There is one note at a time: inside the life of another, it shows
 // nothing.
 class ProgressNote {
  public:
   using Text = std::function<std::string(std::chrono::milliseconds elapsed)>;
-
-  // About the reading of one file. Shows nothing while the user types the document.
-  explicit ProgressNote(const std::string &fileName);
 
   // text      makes the note, printable, on a thread of its own
   // isWanted  else there is no note, and the life of this one hides no other
