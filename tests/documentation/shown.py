@@ -19,7 +19,8 @@
 
 A code block in C or C++ is a program, or without a main the body of one. The block after
 "It prints" is its output. A block whose language is followed by a name is a file in the folder in
-which the programs run. A block whose first line begins with "$ " is a session.
+which the programs run. A block whose first line begins with "$ " is a session. A command of it goes
+on in the next line if its line ends in a backslash.
 """
 import argparse
 import collections
@@ -161,11 +162,10 @@ def run(arguments):
 def session(arguments):
     expected, found = read(arguments.session), ""
     with fresh_folder(arguments) as folder:
-        for line in expected.splitlines():
-            if line.startswith("$ "):
-                done = subprocess.run(["sh", "-c", line[2:]], cwd=folder, stdout=subprocess.PIPE,
-                                      stderr=subprocess.STDOUT, text=True)
-                found += line + "\n" + done.stdout
+        for command in re.findall(r"^\$ ((?:.*\\\n)*.*\n)", expected, re.M):
+            done = subprocess.run(["sh", "-c", command], cwd=folder, stdout=subprocess.PIPE,
+                                  stderr=subprocess.STDOUT, text=True)
+            found += "$ " + command + done.stdout
     return compare(expected, found)
 
 
