@@ -56,7 +56,7 @@ struct XmlMemSession {
 static_assert(sizeof(XmlMemSession) == kCacheLine);
 
 // The slow path of allocateInSession.
-void *allocateBeyondLastBlock(XmlMemSession &session, int32_t size);
+[[gnu::noinline]] void *allocateBeyondLastBlock(XmlMemSession &session, int32_t size);
 
 // From a block that has room.
 inline void *allocateFromBlock(XmlMemBlock &block, int32_t size) {
