@@ -28,7 +28,7 @@ char utf8Tail(uint32_t code, unsigned shift) {
 }
 
 // Reads no byte behind one that does not belong to the character.
-Character characterAt(const char *from, size_t available) {
+Character readCharacter(const char *from, size_t available) {
   constexpr Character kNone = {0, 0};
   if (available == 0) return kNone;
   const auto first = static_cast<uint8_t>(*from);
@@ -46,10 +46,10 @@ Character characterAt(const char *from, size_t available) {
 }  // namespace
 
 Character characterAt(const char *from, const char *end) {
-  return characterAt(from, static_cast<size_t>(end - from));
+  return readCharacter(from, static_cast<size_t>(end - from));
 }
 
-Character characterAt(const char *from) { return characterAt(from, kLongestUtf8); }
+Character characterAt(const char *from) { return readCharacter(from, kLongestUtf8); }
 
 const char *findForbidden(const char *from, const char *end) {
   while (from < end) {

@@ -12,7 +12,6 @@ namespace neb::xml::internal {
 
 namespace {
 
-constexpr size_t kVectorSize = 32;
 constexpr size_t kLowHalves = 16;
 
 // For each low half of a byte the one byte of a set that ends so; else one that ends otherwise.
@@ -61,10 +60,10 @@ static_assert(isWhole(kMoreNameEndTable, kMoreNameEndBytes), "names need a third
   return _mm256_or_si256(findIn(table, bytes), findIn(other, bytes));
 }
 
-[[gnu::target("avx2")]] inline uint64_t bitsOf(__m256i first, __m256i second) {
+[[gnu::target("avx2")]] inline uint64_t wideBitsOf(__m256i first, __m256i second) {
   const auto low = static_cast<uint32_t>(_mm256_movemask_epi8(first));
   const auto high = static_cast<uint32_t>(_mm256_movemask_epi8(second));
-  return low | uint64_t{high} << kVectorSize;
+  return low | uint64_t{high} << kWideVectorSize;
 }
 
 // Of any set with few different rows: a row is the set of bytes with one high half, and has a bit
@@ -139,14 +138,15 @@ static_assert(isWhole(kStrictTextEndTable, kMostStrictTextEndBytes));
   for (size_t word = firstWord; word < firstWord + words; ++word) {
     const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes));
     const __m256i second =
-        _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes + kVectorSize));
+        _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes + kWideVectorSize));
     bytes += kBytesPerWord;
-    index[kNameEnds][word] =
-        ~bitsOf(findOutside(nameLows, nameHighs, first), findOutside(nameLows, nameHighs, second));
-    index[kValueEnds][word] = bitsOf(findIn(valueEnds, first), findIn(valueEnds, second));
+    index[kNameEnds][word] = ~wideBitsOf(findOutside(nameLows, nameHighs, first),
+                                         findOutside(nameLows, nameHighs, second));
+    index[kValueEnds][word] = wideBitsOf(findIn(valueEnds, first), findIn(valueEnds, second));
     index[kTextEnds][word] =
-        bitsOf(findStrictTextEnds(textEnds, first), findStrictTextEnds(textEnds, second));
-    index[kNonWhitespace][word] = ~bitsOf(findIn(whitespaces, first), findIn(whitespaces, second));
+        wideBitsOf(findStrictTextEnds(textEnds, first), findStrictTextEnds(textEnds, second));
+    index[kNonWhitespace][word] =
+        ~wideBitsOf(findIn(whitespaces, first), findIn(whitespaces, second));
   }
 }
 
@@ -160,14 +160,14 @@ static_assert(isWhole(kStrictTextEndTable, kMostStrictTextEndBytes));
   for (size_t word = firstWord; word < firstWord + words; ++word) {
     const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes));
     const __m256i second =
-        _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes + kVectorSize));
+        _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes + kWideVectorSize));
     bytes += kBytesPerWord;
-    const uint64_t whitespace = bitsOf(findIn(whitespaces, first), findIn(whitespaces, second));
+    const uint64_t whitespace = wideBitsOf(findIn(whitespaces, first), findIn(whitespaces, second));
     const uint64_t endsName =
-        bitsOf(findIn(nameEnds, moreNameEnds, first), findIn(nameEnds, moreNameEnds, second));
+        wideBitsOf(findIn(nameEnds, moreNameEnds, first), findIn(nameEnds, moreNameEnds, second));
     index[kNameEnds][word] = whitespace | endsName;
-    index[kValueEnds][word] = bitsOf(findIn(valueEnds, first), findIn(valueEnds, second));
-    index[kTextEnds][word] = bitsOf(findIn(textEnds, first), findIn(textEnds, second));
+    index[kValueEnds][word] = wideBitsOf(findIn(valueEnds, first), findIn(valueEnds, second));
+    index[kTextEnds][word] = wideBitsOf(findIn(textEnds, first), findIn(textEnds, second));
     index[kNonWhitespace][word] = ~whitespace;
   }
 }

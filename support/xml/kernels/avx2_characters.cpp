@@ -18,8 +18,7 @@ namespace neb::xml::internal {
 
 namespace {
 
-constexpr size_t kVectorSize = 32;
-constexpr size_t kStride = 2 * kVectorSize;
+constexpr size_t kStride = 2 * kWideVectorSize;
 constexpr size_t kHalves = 16;
 constexpr uint8_t kFirstNotAscii = 0x80;
 
@@ -146,7 +145,7 @@ class Check {
   // Whether all is well so far. A character may be incomplete at the end.
   [[gnu::target("avx2")]] bool accepts(const char *from) {
     const __m256i low = loadBytes(from);
-    const __m256i high = loadBytes(from + kVectorSize);
+    const __m256i high = loadBytes(from + kWideVectorSize);
     const __m256i ordinary = _mm256_and_si256(findOrdinary(low), findOrdinary(high));
     const bool isOrdinary = _mm256_movemask_epi8(ordinary) == -1;
     return (isOrdinary && endsAscii_) || acceptsOther(low, high);
@@ -180,7 +179,7 @@ class Check {
     if (!check.accepts(from)) return false;
   }
   // Spaces behind the rest end a character that is not complete.
-  alignas(kVectorSize) char rest[kStride];
+  alignas(kWideVectorSize) char rest[kStride];
   std::memset(rest, ' ', kStride);
   std::memcpy(rest, from, static_cast<size_t>(end - from));
   return check.accepts(rest);

@@ -6,12 +6,11 @@
 #include <arm_neon.h>
 
 #include "kernels/byte_sets.h"
+#include "simd/vector.h"
 
 namespace neb::xml::internal {
 
 namespace {
-
-constexpr size_t kVectorSize = 16;
 
 // A lookup reaches half of the table. The other bytes are in no set.
 constexpr size_t kHalfTable = 64;
@@ -43,7 +42,7 @@ inline uint8x16_t setsOf(const uint8x16x4_t &low, const uint8x16x4_t &high, uint
 }
 
 // The bits of bytes that are in a set: each keeps the bit of its number, and sums join them.
-inline uint64_t bitsOf(const uint8x16x4_t &sets, Set set) {
+inline uint64_t bitsOfSet(const uint8x16x4_t &sets, Set set) {
   const uint8x16_t numbers = vreinterpretq_u8_u64(vdupq_n_u64(0x8040201008040201));
   const auto find = [=](uint8x16_t vector) {
     return vandq_u8(vtstq_u8(vector, vdupq_n_u8(set)), numbers);
@@ -68,10 +67,10 @@ void indexByNeon(const char *bytes, size_t words, size_t firstWord, IndexWords &
       if (setsOfBytes.endsNamesBeyondAscii) vector = vsraq_n_u8(vector, loaded, 7);
       bytes += kVectorSize;
     }
-    index[kNameEnds][word] = bitsOf(sets, kNameEnd);
-    index[kValueEnds][word] = bitsOf(sets, kValueEnd);
-    index[kTextEnds][word] = bitsOf(sets, kTextEnd);
-    index[kNonWhitespace][word] = ~bitsOf(sets, kWhitespace);
+    index[kNameEnds][word] = bitsOfSet(sets, kNameEnd);
+    index[kValueEnds][word] = bitsOfSet(sets, kValueEnd);
+    index[kTextEnds][word] = bitsOfSet(sets, kTextEnd);
+    index[kNonWhitespace][word] = ~bitsOfSet(sets, kWhitespace);
   }
 }
 

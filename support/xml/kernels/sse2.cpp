@@ -4,21 +4,19 @@
 
 #if defined(__x86_64__)
 
-#include <emmintrin.h>
-
 #include <utility>
 
 #include "kernels/byte_sets.h"
+#include "simd/vector.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
-constexpr size_t kVectorSize = 16;
 constexpr size_t kByteBits = 8;
 
 // The bytes that are equal to one where the mask has ones.
-struct Pattern {
+struct MaskedByte {
   uint8_t byte;
   uint8_t mask;
 
@@ -26,7 +24,7 @@ struct Pattern {
 };
 
 // How many of the bytes that are left match; 0 if a byte outside of the set does.
-constexpr size_t countMatches(Pattern pattern, const ByteSet &set, const ByteSet &left) {
+constexpr size_t countMatches(MaskedByte pattern, const ByteSet &set, const ByteSet &left) {
   size_t matches = 0;
   for (size_t byte = 0; byte < kByteValues; ++byte) {
     if (!pattern.matches(byte)) continue;
@@ -37,13 +35,13 @@ constexpr size_t countMatches(Pattern pattern, const ByteSet &set, const ByteSet
 }
 
 // The pattern around a byte that matches most of what is left.
-constexpr Pattern widestPattern(size_t byte, const ByteSet &set, const ByteSet &left) {
-  Pattern widest = {static_cast<uint8_t>(byte), UINT8_MAX};
+constexpr MaskedByte widestPattern(size_t byte, const ByteSet &set, const ByteSet &left) {
+  MaskedByte widest = {static_cast<uint8_t>(byte), UINT8_MAX};
   size_t most = 1;
   for (size_t first = 0; first < kByteBits; ++first) {
     for (size_t second = first; second < kByteBits; ++second) {
       const auto mask = static_cast<uint8_t>(~(1U << first | 1U << second));
-      const Pattern pattern = {static_cast<uint8_t>(byte & mask), mask};
+      const MaskedByte pattern = {static_cast<uint8_t>(byte & mask), mask};
       const size_t matches = countMatches(pattern, set, left);
       if (matches <= most) continue;
       widest = pattern;
@@ -55,7 +53,7 @@ constexpr Pattern widestPattern(size_t byte, const ByteSet &set, const ByteSet &
 
 // Together they match each byte that is needed and none outside of the set.
 struct Patterns {
-  Pattern patterns[kVectorSize] = {};
+  MaskedByte patterns[kVectorSize] = {};
   size_t count = 0;
 
   constexpr Patterns(const ByteSet &set, const ByteSet &needed) {
@@ -68,7 +66,7 @@ struct Patterns {
   }
 
  private:
-  static constexpr ByteSet matchesOf(Pattern pattern) {
+  static constexpr ByteSet matchesOf(MaskedByte pattern) {
     ByteSet matches;
     for (size_t byte = 0; byte < kByteValues; ++byte) {
       if (pattern.matches(byte)) matches.add(byte);
@@ -85,7 +83,7 @@ constexpr Patterns kValues(kValueEndBytes, kValueEndBytes.without(kTextEndBytes)
 constexpr Patterns kNames(kNameEndBytes,
                           kNameEndBytes.without(kValueEndBytes).without(kWhitespaceBytes));
 
-inline __m128i findPattern(Pattern pattern, __m128i bytes) {
+inline __m128i findPattern(MaskedByte pattern, __m128i bytes) {
   const __m128i byte = _mm_set1_epi8(static_cast<char>(pattern.byte));
   if (pattern.mask == UINT8_MAX) return _mm_cmpeq_epi8(bytes, byte);
   const __m128i mask = _mm_set1_epi8(static_cast<char>(pattern.mask));
@@ -125,7 +123,7 @@ inline __m128i findInStrictNames(__m128i bytes) {
   return _mm_or_si128(isLetter, _mm_or_si128(isOther, isUnderscore));
 }
 
-inline uint64_t bitsOf(__m128i found) { return static_cast<uint64_t>(_mm_movemask_epi8(found)); }
+inline uint64_t topBitsOf(__m128i found) { return static_cast<uint64_t>(_mm_movemask_epi8(found)); }
 
 void indexBySse2(const char *bytes, size_t words, size_t firstWord, IndexWords &index) {
   for (size_t word = firstWord; word < firstWord + words; ++word) {
@@ -140,10 +138,10 @@ void indexBySse2(const char *bytes, size_t words, size_t firstWord, IndexWords &
       const __m128i endsValue = _mm_or_si128(endsText, findIn<kValues>(vector));
       const __m128i endsName =
           _mm_or_si128(_mm_or_si128(whitespace, endsValue), findIn<kNames>(vector));
-      nameEnds |= bitsOf(endsName) << i;
-      valueEnds |= bitsOf(endsValue) << i;
-      textEnds |= bitsOf(endsText) << i;
-      whitespaces |= bitsOf(whitespace) << i;
+      nameEnds |= topBitsOf(endsName) << i;
+      valueEnds |= topBitsOf(endsValue) << i;
+      textEnds |= topBitsOf(endsText) << i;
+      whitespaces |= topBitsOf(whitespace) << i;
     }
     bytes += kBytesPerWord;
     index[kNameEnds][word] = nameEnds;
@@ -162,10 +160,10 @@ void indexStrictlyBySse2(const char *bytes, size_t words, size_t firstWord, Inde
     for (size_t i = 0; i < kBytesPerWord; i += kVectorSize) {
       const __m128i vector = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + i));
       const __m128i common = findIn<kCommonStrict>(vector);
-      inNames |= bitsOf(findInStrictNames(vector)) << i;
-      valueEnds |= bitsOf(_mm_or_si128(common, findIn<kStrictValues>(vector))) << i;
-      textEnds |= bitsOf(_mm_or_si128(common, findIn<kStrictTexts>(vector))) << i;
-      whitespaces |= bitsOf(findIn<kWhitespace>(vector)) << i;
+      inNames |= topBitsOf(findInStrictNames(vector)) << i;
+      valueEnds |= topBitsOf(_mm_or_si128(common, findIn<kStrictValues>(vector))) << i;
+      textEnds |= topBitsOf(_mm_or_si128(common, findIn<kStrictTexts>(vector))) << i;
+      whitespaces |= topBitsOf(findIn<kWhitespace>(vector)) << i;
     }
     bytes += kBytesPerWord;
     index[kNameEnds][word] = ~inNames;

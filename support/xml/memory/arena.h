@@ -58,7 +58,7 @@ static_assert(sizeof(void *) == 8 ? sizeof(XmlMemSession) == kCacheLine
                                   : sizeof(XmlMemSession) < kCacheLine);
 
 // The slow path of allocateInSession.
-void *allocateBeyondLastBlock(XmlMemSession &session, int32_t size);
+[[gnu::noinline]] void *allocateBeyondLastBlock(XmlMemSession &session, int32_t size);
 
 // From a block that has room.
 inline void *allocateFromBlock(XmlMemBlock &block, int32_t size) {

@@ -32,7 +32,7 @@ struct OpenGap {
 };
 
 // In the earliest block but the last that has room for size; there must be one.
-OpenGap openGap(const XmlMemSession &session, int32_t size);
-void closeGap(XmlMemSession &session, const OpenGap &gap);
+[[gnu::noinline]] OpenGap openGap(const XmlMemSession &session, int32_t size);
+[[gnu::noinline]] void closeGap(XmlMemSession &session, const OpenGap &gap);
 
 }  // namespace neb::xml::internal

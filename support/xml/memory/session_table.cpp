@@ -15,13 +15,13 @@ constexpr uint32_t kClosed = uint32_t{1} << 31;
 // that nobody uses can be closed, and then is entered by nobody until it is open again. So its
 // entries are freed without waiting for anyone: a thread that is held up in here, or that a fork
 // has left behind, holds nobody up.
-struct Level {
+struct TableLevel {
   std::atomic<XmlMemSession *> entries;
   std::atomic<uint32_t> users;
 };
 
 alignas(kCacheLine) constinit XmlMemSession g_firstLevel[kFirstLevelEntries] = {};
-constinit Level g_levels[kLevels] = {};  // the first entry stays unused
+constinit TableLevel g_levels[kLevels] = {};  // the first entry stays unused
 constinit std::atomic<unsigned> g_levelsEnd{1};
 constinit std::atomic<uint32_t> g_openInLevels{0};
 constinit std::atomic<uint32_t> g_lastHandle{0};
@@ -41,7 +41,7 @@ XmlMemSession &entryIn(XmlMemSession *entries, unsigned level, uint32_t handle) 
 }
 
 // Whoever uses the level now will find it unused, and come here in turn.
-void freeUnlessUsed(Level &level) {
+void freeUnlessUsed(TableLevel &level) {
   uint32_t unused = 0;
   if (!level.users.compare_exchange_strong(unused, kClosed)) return;
   XmlMemSession *entries = level.entries.exchange(nullptr);
@@ -55,21 +55,21 @@ void freeUnusedLevels() {
   bool keepsOne = g_openInLevels.load() > 0;
   const unsigned end = g_levelsEnd.load();
   for (unsigned level = 1; level < end; ++level) {
-    Level &unused = g_levels[level];
+    TableLevel &unused = g_levels[level];
     if (unused.entries.load() == nullptr || unused.users.load() != 0) continue;
     if (!keepsOne) freeUnlessUsed(unused);
     keepsOne = false;
   }
 }
 
-void leave(Level &level) {
+void leave(TableLevel &level) {
   if (level.users.fetch_sub(1) == 1) freeUnusedLevels();
 }
 
 // Keeps a level alive while its entries are looked at.
 class Visit {
  public:
-  explicit Visit(Level &level) : level_(level) {
+  explicit Visit(TableLevel &level) : level_(level) {
     isClosed_ = (level_.users.fetch_add(1) & kClosed) != 0;
   }
   ~Visit() {
@@ -91,7 +91,7 @@ class Visit {
   void stay() { stays_ = true; }
 
  private:
-  Level &level_;
+  TableLevel &level_;
   bool isClosed_;
   bool stays_ = false;
 };
@@ -154,7 +154,7 @@ void extendLookups(unsigned level) {
   }
 }
 
-bool canGetEntries(const Level &level) {
+bool canGetEntries(const TableLevel &level) {
   return level.entries.load() == nullptr && (level.users.load() & kClosed) == 0;
 }
 

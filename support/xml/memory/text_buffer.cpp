@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "memory/hooks.h"
+#include "memory/terminator.h"
 #include "platform/bounded_memory.h"
 
 namespace neb::xml::internal {
@@ -16,7 +17,6 @@ static_assert(sizeof(XmlMemBuf) == 2 * sizeof(void *) + 8);
 namespace {
 
 constexpr uint32_t kGrowStep = 1024;
-constexpr size_t kTerminator = 1;
 constexpr XmlMemBuf kEmptyBuffer = {nullptr, 0, 0, kGrowStep};
 
 bool fits32Bits(uint64_t length) { return length <= UINT32_MAX; }

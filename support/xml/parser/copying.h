@@ -5,13 +5,12 @@
 #include <cstring>
 
 #include "memory/session_allocator.h"
+#include "memory/terminator.h"
 #include "parser/markup.h"
 #include "simd/vector.h"
 #include "tree/references.h"
 
 namespace neb::xml::internal {
-
-inline constexpr size_t kTerminator = 1;
 
 // What a copy of a short run reads, whatever its length. So this many bytes of the document must
 // follow the beginning of the run.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "characters/digits.h"
 #include "parser/reasons.h"
 
 namespace neb::xml::internal {
@@ -11,8 +12,6 @@ namespace {
 
 constexpr std::string_view kUtf8Name = "utf-8";
 constexpr std::string_view kAsciiNames[] = {"us-ascii", "ascii"};
-
-constexpr bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
 
 constexpr char lowerCase(char byte) {
   return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;

@@ -6,6 +6,7 @@
 
 #include "characters/characters.h"
 #include "characters/utf8.h"
+#include "memory/terminator.h"
 #include "parser/reasons.h"
 #include "platform/bounded_memory.h"
 #include "simd/vector.h"
@@ -15,9 +16,8 @@ namespace neb::xml::internal {
 
 namespace {
 
-constexpr size_t kTerminator = 1;
 constexpr uint32_t kNotADigit = UINT32_MAX;
-constexpr size_t kStride = 4 * kVectorSize;
+constexpr size_t kCopyStride = 4 * kVectorSize;
 
 uint32_t digitOf(char byte, uint32_t base) {
   if (byte >= '0' && byte <= '9') return static_cast<uint32_t>(byte - '0');
@@ -72,10 +72,10 @@ class Decoder {
 
   // Whole vectors are written: surplus bytes are overwritten, or cleared at the end.
   void copyVerbatim() {
-    while (static_cast<size_t>(end_ - from_) >= kStride) {
+    while (static_cast<size_t>(end_ - from_) >= kCopyStride) {
       const size_t verbatim = copyStride(from_, to_);
       moveOn(verbatim);
-      if (verbatim < kStride) return;
+      if (verbatim < kCopyStride) return;
     }
     while (static_cast<size_t>(end_ - from_) >= kVectorSize) {
       const size_t verbatim = countBeforeFound(copyVector(from_, to_));
@@ -97,7 +97,7 @@ class Decoder {
     const Vector b = copyVector(from + kVectorSize, to + kVectorSize);
     const Vector c = copyVector(from + 2 * kVectorSize, to + 2 * kVectorSize);
     const Vector d = copyVector(from + 3 * kVectorSize, to + 3 * kVectorSize);
-    if (bitsOf(a | b | c | d) == 0) return kStride;
+    if (bitsOf(a | b | c | d) == 0) return kCopyStride;
     const uint64_t low = bitsOf(a) | bitsOf(b) << kVectorSize;
     const uint64_t high = bitsOf(c) | bitsOf(d) << kVectorSize;
     return static_cast<size_t>(std::countr_zero(low | high << (2 * kVectorSize)));

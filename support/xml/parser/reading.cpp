@@ -11,11 +11,11 @@ namespace neb::xml::internal {
 namespace {
 
 constexpr uint32_t kStrictOnly = NEB_XML_PARSE_NO_DOCTYPE;
-constexpr uint32_t kKnownFlags = NEB_XML_PARSE_SESSION | NEB_XML_PARSE_STRICT | kStrictOnly;
+constexpr uint32_t kParseFlags = NEB_XML_PARSE_SESSION | NEB_XML_PARSE_STRICT | kStrictOnly;
 
 bool areFlagsKnown(uint32_t flags) {
   const bool isStrict = (flags & NEB_XML_PARSE_STRICT) != 0;
-  return (flags & ~kKnownFlags) == 0 && (isStrict || (flags & kStrictOnly) == 0);
+  return (flags & ~kParseFlags) == 0 && (isStrict || (flags & kStrictOnly) == 0);
 }
 
 ReadRequest requestOf(uint32_t flags) {

@@ -121,11 +121,9 @@ uint32_t findFailure(const Reported &document, const char *text) {
 }
 
 const char *reasonOfForbidden(const char *at, const char *end) {
-  constexpr uint8_t kFirstNotAscii = 0x80;
   const bool isNoncharacter =
       end - at >= 3 && at[0] == '\xEF' && at[1] == '\xBF' && static_cast<uint8_t>(at[2]) >= 0xBE;
-  const bool isAscii = static_cast<uint8_t>(*at) < kFirstNotAscii;
-  return isAscii || isNoncharacter ? reasons::kCharacter : reasons::kUtf8;
+  return isAscii(*at) || isNoncharacter ? reasons::kCharacter : reasons::kUtf8;
 }
 
 // The first byte that is not allowed, if it counts more than another failure. The tokenizer takes a

@@ -62,7 +62,7 @@ class Output {
 
   static constexpr size_t kSmallRoom = 4096;
 
-  char *addRoom(char *cursor, uint64_t count);
+  [[gnu::noinline]] char *addRoom(char *cursor, uint64_t count);
   char *growBuffer(size_t count);
   char *addChunk(size_t count);
   char *trimmedBuffer();

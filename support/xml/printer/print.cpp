@@ -63,14 +63,14 @@ struct StrictPrinting {
   }
 };
 
-constexpr uint32_t kKnownFlags = NEB_XML_PRINT_DECLARATION | NEB_XML_PRINT_ASCII |
+constexpr uint32_t kPrintFlags = NEB_XML_PRINT_DECLARATION | NEB_XML_PRINT_ASCII |
                                  NEB_XML_PRINT_TABS | NEB_XML_PRINT_CRLF | NEB_XML_PRINT_ONE_LINE |
                                  NEB_XML_PRINT_END_TAGS | NEB_XML_PRINT_NO_FINAL_LINE_END;
 
 // Options that contradict each other are a mistake.
 bool areConsistent(const NEB_XML_PRINT_OPTIONS &options) {
   const auto has = [&](uint32_t flag) { return (options.flags & flag) != 0; };
-  if ((options.flags & ~kKnownFlags) != 0 || options.indent > kWidestIndent) return false;
+  if ((options.flags & ~kPrintFlags) != 0 || options.indent > kWidestIndent) return false;
   if (has(NEB_XML_PRINT_TABS) && options.indent == 0) return false;
   return !has(NEB_XML_PRINT_ONE_LINE) || options.indent == 0;
 }

@@ -45,7 +45,7 @@ class SinkOutput {
  private:
   static constexpr size_t kRoom = kLongestChunk - kSlack;
 
-  char *addRoom(char *cursor, uint64_t count);
+  [[gnu::noinline]] char *addRoom(char *cursor, uint64_t count);
   bool enlarge(uint64_t room);
 
   const NEB_XML_SINK sink_;

@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "memory/terminator.h"
 #include "parser/decoder.h"
 
 namespace neb::xml::internal {
 
 namespace {
-
-constexpr size_t kTerminator = 1;
 
 // Null stands for an empty string.
 bool isSame(const char *string, const char *begin, size_t length) {

@@ -9,7 +9,7 @@ namespace {
 
 constexpr size_t kLongestPart = size_t{16} * 1024;
 
-bool isBefore(const Splice &a, const Splice &b) {
+bool beginsBefore(const Splice &a, const Splice &b) {
   return std::tuple(a.begin, a.rank, a.order) < std::tuple(b.begin, b.rank, b.order);
 }
 
@@ -27,7 +27,7 @@ uint32_t passOn(const char *begin, const char *end, NEB_XML_SINK sink, void *con
 
 uint32_t Splices::write(const SourceDocument &document, const char *text, NEB_XML_SINK sink,
                         void *context) {
-  std::sort(splices_.begin(), splices_.end(), isBefore);
+  std::sort(splices_.begin(), splices_.end(), beginsBefore);
   const char *kept = document.begin();
   for (const Splice &splice : splices_) {
     uint32_t result = passOn(kept, std::max(kept, splice.begin), sink, context);

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <limits>
 
+#include "characters/digits.h"
 #include "neb_xml.h"
 #include "tree/natural.h"
 #include "tree/whole_numbers.h"
@@ -22,7 +23,6 @@ constexpr int kFractionBits = DBL_MANT_DIG - 1;
 constexpr uint64_t kImplicitBit = uint64_t{1} << kFractionBits;
 constexpr int kSmallestExponent = DBL_MIN_EXP - DBL_MANT_DIG;  // of a double's last bit
 constexpr uint64_t kInfinity = uint64_t{0x7FF} << kFractionBits;
-constexpr int kDecimalBase = 10;
 
 constexpr std::string_view kInfinityText = "INF";
 constexpr std::string_view kNoNumberText = "NaN";
@@ -205,7 +205,7 @@ class NumberReader {
     if (!isNegative) take('+');
     const size_t before = text_.size();
     for (; !text_.empty() && isDigit(text_[0]); text_.remove_prefix(1)) {
-      *exponent = std::min(*exponent * kDecimalBase + text_[0] - '0', kLarge);
+      *exponent = std::min(*exponent * int{kDecimalBase} + text_[0] - '0', kLarge);
     }
     if (isNegative) *exponent = -*exponent;
     return text_.size() != before;

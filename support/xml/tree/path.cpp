@@ -1,6 +1,7 @@
 // Finding a node by a dot-separated path.
 #include <cstring>
 
+#include "characters/digits.h"
 #include "neb_xml.h"
 #include "platform/bounded_memory.h"
 #include "record/node_strings.h"
@@ -11,7 +12,6 @@ namespace {
 
 constexpr size_t kLongestPath = 511;
 constexpr size_t kLongestIndex = 9;  // digits; so many always fit a number
-constexpr uint32_t kDecimalBase = 10;
 
 // Cuts the next segment out of the path at *rest, whose bytes it moves to drop the backslash of
 // each escaped dot. Null when only dots are left.

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "characters/digits.h"
 #include "record/node_strings.h"
 
 namespace neb::xml::internal {
@@ -11,7 +12,6 @@ namespace {
 
 constexpr size_t kLongestPosition = 9;  // digits; so many always fit a number
 constexpr size_t kUnreachable = SIZE_MAX;
-constexpr size_t kDecimalBase = 10;
 constexpr const char kDigits[] = "0123456789";
 constexpr const char kWhiteSpace[] = " \t\r\n";
 

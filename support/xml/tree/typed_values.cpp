@@ -16,9 +16,6 @@ namespace neb::xml::internal {
 
 namespace {
 
-constexpr std::string_view kTrue = "true";
-constexpr std::string_view kFalse = "false";
-
 constexpr size_t kSignSize = 1;
 constexpr size_t kLongestText = std::max(kLongestDouble, kSignSize + kMostWholeDigits);
 

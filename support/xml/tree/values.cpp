@@ -3,6 +3,7 @@
 #include <limits>
 #include <string_view>
 
+#include "characters/digits.h"
 #include "ownership/bound_session.h"
 #include "ownership/cross_references.h"
 #include "ownership/strings.h"
@@ -15,9 +16,6 @@ namespace neb::xml::internal {
 namespace {
 
 constexpr size_t kTextCapacity = sizeof "-2147483648";
-constexpr uint32_t kDecimalBase = 10;
-constexpr const char *kTrue = "true";
-constexpr const char *kFalse = "false";
 
 using ValueText = char[kTextCapacity];
 
@@ -79,11 +77,11 @@ std::string_view formatValue(uint32_t type, const void *variable, ValueText &buf
 }
 
 bool parseBool(const char *text, uint32_t *value) {
-  if (std::strcmp(text, "1") == 0 || std::strcmp(text, kTrue) == 0) {
+  if (std::strcmp(text, "1") == 0 || std::strcmp(text, kTrue.data()) == 0) {
     *value = 1;
     return true;
   }
-  if (std::strcmp(text, "0") == 0 || std::strcmp(text, kFalse) == 0) {
+  if (std::strcmp(text, "0") == 0 || std::strcmp(text, kFalse.data()) == 0) {
     *value = 0;
     return true;
   }

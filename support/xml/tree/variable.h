@@ -1,9 +1,13 @@
-// The variables of typed values, which may be at any address.
+// The variables of typed values, which may be at any address, and the words for booleans.
 #pragma once
 
 #include <cstring>
+#include <string_view>
 
 namespace neb::xml::internal {
+
+inline constexpr std::string_view kTrue = "true";
+inline constexpr std::string_view kFalse = "false";
 
 template <typename Type>
 Type readVariable(const void *variable) {

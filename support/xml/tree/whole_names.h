@@ -28,8 +28,8 @@ struct WholeName {
   }
 
   bool endsInHyphens() const {
-    constexpr std::string_view kHyphens = "--";
-    return local.ends_with(kHyphens);
+    constexpr std::string_view kFinalHyphens = "--";
+    return local.ends_with(kFinalHyphens);
   }
 };
 

@@ -6,13 +6,12 @@
 #include <limits>
 #include <string_view>
 
+#include "characters/digits.h"
 #include "neb_xml.h"
 
 namespace neb::xml::internal {
 
 constexpr size_t kMostWholeDigits = std::numeric_limits<uint64_t>::digits10 + 1;
-
-constexpr bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
 
 // Without a terminator; returns the end.
 inline char *writeWhole(char *to, uint64_t value) {

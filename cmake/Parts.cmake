@@ -1,0 +1,42 @@
+# Parts of the project that are built when what they need is there.
+include(CheckLanguage)
+
+# A header, or what find_package looks for; C stands for its compiler.
+function(neb_xml_look_for name found)
+  if(name STREQUAL C)
+    check_language(C)
+    set(${found} ${CMAKE_C_COMPILER} PARENT_SCOPE)
+  elseif(name MATCHES "[.]h(pp)?$")
+    find_path(folder ${name} NO_CACHE)
+    set(${found} ${folder} PARENT_SCOPE)
+  else()
+    find_package(${name} QUIET)
+    set(${found} ${${name}_FOUND} PARENT_SCOPE)
+  endif()
+endfunction()
+
+# neb_xml_decide(OPTION PART NAME=PACKAGE...): turns an option that is AUTO on or off. The names are
+# of what the part needs, with the Debian packages that bring it. An option that is ON stays on: if
+# something is missing then, the part fails.
+function(neb_xml_decide option part)
+  if(NOT ${option} STREQUAL AUTO)
+    return()
+  endif()
+  set(missing "")
+  foreach(need IN LISTS ARGN)
+    string(REGEX MATCH "(.+)=(.+)" need ${need})
+    set(name ${CMAKE_MATCH_1})
+    set(package ${CMAKE_MATCH_2})
+    neb_xml_look_for(${name} found)
+    if(NOT found)
+      list(APPEND missing ${package})
+    endif()
+  endforeach()
+  set(decision ON)
+  if(missing)
+    list(JOIN missing " " missing)
+    message(STATUS "Without ${part}, for lack of Debian's ${missing}")
+    set(decision OFF)
+  endif()
+  set(${option} ${decision} PARENT_SCOPE)
+endfunction()
