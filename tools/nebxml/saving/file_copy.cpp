@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstring>
 #include <string_view>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,6 +14,7 @@
 #include <sys/xattr.h>
 #endif
 
+#include "saving/descriptor.h"
 #include "terminal/writing.h"
 
 namespace nebxml {
@@ -24,22 +24,6 @@ constexpr mode_t kPrivateMode = 0600;
 constexpr mode_t kAllRights = 07777;
 constexpr mode_t kRightsOfOwner = 0700;
 constexpr size_t kCopySize = 65536;
-
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  Descriptor(const Descriptor &) = delete;
-  Descriptor &operator=(const Descriptor &) = delete;
-
-  int number() const { return number_; }
-  bool close() { return ::close(std::exchange(number_, -1)) == 0; }
-
- private:
-  int number_;
-};
 
 bool copyBytes(int from, int to) {
   std::array<char, kCopySize> chunk{};

@@ -3,10 +3,10 @@
 #include <cerrno>
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include "neb_xml.h"
 #include "saving/blocked_signals.h"
+#include "saving/descriptor.h"
 #include "terminal/command_error.h"
 #include "terminal/writing.h"
 
@@ -15,20 +15,11 @@ namespace {
 
 constexpr mode_t kNewFileMode = 0666;
 
-// Some file systems report a failed write only at close. An earlier failure takes precedence.
-bool closeAfter(bool written, int descriptor) {
-  const int earlierError = errno;
-  const bool closed = ::close(descriptor) == 0;
-  if (!written) errno = earlierError;
-  return written && closed;
-}
-
 }  // namespace
 
 void writeFile(const std::string &fileName, std::string_view text) {
-  const int descriptor =
-      ::open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode);
-  if (descriptor < 0 || !closeAfter(writeWhole(descriptor, text), descriptor)) {
+  Descriptor file(::open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode));
+  if (file.number() < 0 || !writeWhole(file.number(), text) || !file.close()) {
     failWriting(fileName, errno);
   }
 }
