@@ -13,8 +13,6 @@ namespace nebxml {
 namespace {
 
 constexpr size_t kMostNames = 8;
-constexpr char kSeparator = '.';
-constexpr char kAttributeMark = '@';
 constexpr char kForeignSeparator = '/';
 constexpr char kConditionStart = '[';
 constexpr std::string_view kDigits = "0123456789";
@@ -103,7 +101,7 @@ std::string missingStep(const Document &document, const std::string &pattern) {
   const auto missing = std::partition_point(steps.begin(), steps.end(), finds);
   if (missing == steps.end()) return "";
   const std::string_view found = missing == steps.begin() ? "" : *(missing - 1);
-  const size_t begin = found.empty() ? 0 : missing->find_first_not_of(kSeparator, found.size());
+  const size_t begin = found.empty() ? 0 : missing->find_first_not_of(kStepSeparator, found.size());
   return causeOf(document, {found, *missing, missing->substr(begin)});
 }
 
