@@ -1,5 +1,7 @@
 #include "saving/saving.h"
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "saving/backup.h"
@@ -23,6 +25,13 @@ void requireWholeTree(const Document &document) {
   }
 }
 
+// Its content must not be lost if the result cannot be written.
+bool isTheDocument(const std::string &fileName, const Document &document) {
+  std::error_code ignored;
+  return std::filesystem::is_regular_file(fileName, ignored) &&
+         std::filesystem::equivalent(fileName, document.fileName(), ignored);
+}
+
 }  // namespace
 
 void save(const Document &document, std::string text, const Destination &destination) {
@@ -38,6 +47,8 @@ void save(const Document &document, std::string text, const Destination &destina
     replaceFile(document.fileName(), bytes);
   } else if (destination.fileName == kStandardStream) {
     writeStandardOutput(bytes);
+  } else if (isTheDocument(destination.fileName, document)) {
+    replaceFile(destination.fileName, bytes);
   } else {
     writeFile(destination.fileName, bytes);
   }
