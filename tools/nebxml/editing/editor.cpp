@@ -116,9 +116,8 @@ void Editor::requirePlace(const Selection &selection, Position position,
 
 void Editor::requireNoConflict() const {
   // Those of one selection are of one kind, and about different nodes.
-  const bool areOfOneSelection =
-      std::adjacent_find(selections_.begin(), selections_.end(), std::not_equal_to<>()) ==
-      selections_.end();
+  const bool areOfOneSelection = std::adjacent_find(selections_.begin(), selections_.end(),
+                                                    std::not_equal_to<>()) == selections_.end();
   if (areOfOneSelection) return;
   const auto conflict = findConflict(edits_.records());
   if (!conflict) return;
