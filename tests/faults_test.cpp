@@ -357,13 +357,14 @@ int closeFile(FILE *stream) {
   return fails("close") ? EOF : result;
 }
 
+// Where long has 32 bits, the end of some directories.
+constexpr long toldOf(int64_t position) {
+  return static_cast<long>(std::clamp<int64_t>(position, LONG_MIN, LONG_MAX));
+}
+
 TEST(Faults, FilesThatFailOrLie) {
   constexpr int64_t k4GiB = int64_t{1} << 32;
-  // Where long has 32 bits, the end of some directories.
-  constexpr auto told = [](int64_t position) {
-    return static_cast<long>(std::clamp<int64_t>(position, LONG_MIN, LONG_MAX));
-  };
-  constexpr long kLongest = told(k4GiB - 1) - 1;
+  constexpr long kLongest = toldOf(k4GiB - 1) - 1;
   const std::string measured = "open rb seek 0,2 tell";
   const std::string all = measured + " seek 0,0 read 1*4 close";
   const File files[] = {
@@ -375,11 +376,11 @@ TEST(Faults, FilesThatFailOrLie) {
       {"", 5, -1, kFileRead, measured + " seek 0,0 read 1*5 close"},
       {"", 3, -1, kSyntax, measured + " seek 0,0 read 1*3 close"},
       {"", -1, -1, kFileRead, measured + " close"},
-      {"", told(-k4GiB), -1, kFileRead, measured + " close"},
+      {"", toldOf(-k4GiB), -1, kFileRead, measured + " close"},
       {"", kLongest, -1, kNoMemory, measured + " close"},
       {"", kLongest + 1, -1, kFileRead, measured + " close"},
-      {"", told(k4GiB), -1, kFileRead, measured + " close"},
-      {"", told(k4GiB + 4), -1, kFileRead, measured + " close"},
+      {"", toldOf(k4GiB), -1, kFileRead, measured + " close"},
+      {"", toldOf(k4GiB + 4), -1, kFileRead, measured + " close"},
       {"", 0, 0, kFileRead, all},
       {"", 0, 3, kFileRead, all},
       {"", 0, 4, kSyntax, all},
