@@ -75,19 +75,22 @@ std::vector<Case> casesOf(const std::string &name) {
   return cases;
 }
 
-// Those of tool.txt, and of the tables of single commands.
-std::vector<Case> allCases() {
-  std::vector<Case> all;
+// tool, and the tables of single commands.
+std::vector<std::string> tablesOfCases() {
+  std::vector<std::string> names;
   for (const auto &file : std::filesystem::directory_iterator(NEB_XML_DATA_DIR)) {
-    const std::string name = file.path().filename();
-    if (!name.starts_with("tool")) continue;
-    const std::vector<Case> cases = casesOf(name);
-    all.insert(all.end(), cases.begin(), cases.end());
+    const std::string name = file.path().stem();
+    if (name.starts_with("tool")) names.push_back(name);
   }
-  return all;
+  return names;
 }
 
-TEST_F(Tool, AnswersWithStatusOutputAndCause) {
+class ToolTable : public Tool, public ::testing::WithParamInterface<std::string> {};
+
+INSTANTIATE_TEST_SUITE_P(Tool, ToolTable, ::testing::ValuesIn(tablesOfCases()),
+                         [](const auto &table) { return table.param; });
+
+TEST_P(ToolTable, AnswersWithStatusOutputAndCause) {
   const std::string two = "<a><b>1</b><b x='2' p:x='3'>4</b></a>\n<z>5</z>";
   const std::string one = "<a><b>1</b><b x='2' p:x='3'>4</b></a>\n<!-- -->";
   write("bad.xml", "<a><b></a>");
@@ -101,7 +104,7 @@ TEST_F(Tool, AnswersWithStatusOutputAndCause) {
   write("show",
         "cat >F; $nebxml check F >G 2>&1; $nebxml check - <F 2>&1 | sed 's/^-:/F:/' >H; "
         "cat G; cmp G H");
-  for (const Case &row : allCases()) {
+  for (const Case &row : casesOf(GetParam() + ".txt")) {
     SCOPED_TRACE(row.command);
     const Outcome outcome = shell(row.command, row.input == "one" ? one : row.input);
     EXPECT_EQ(outcome.status, row.status);
