@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/compiler.h"
+
 namespace neb::platform {
 
 // All return 0, or an errno value with the destination unchanged unless documented otherwise.
@@ -25,7 +27,7 @@ inline int memmove_s(void *destination, size_t capacity, const void *source, siz
 }
 
 // Not inlined: where the size is known, g++ takes a string instruction, which is slow to begin.
-[[gnu::noinline]] inline int memset_s(void *destination, size_t capacity, int byte, size_t count) {
+NEB_XML_NOINLINE inline int memset_s(void *destination, size_t capacity, int byte, size_t count) {
   if (count > capacity) return ERANGE;
   if (count != 0) std::memset(destination, byte, count);
   return 0;
@@ -42,8 +44,8 @@ inline int strncpy_s(char *destination, size_t capacity, const char *source, siz
 
 // Formats at most count characters and a terminator; returns their number, or -1 with an empty
 // string when they do not fit.
-[[gnu::format(printf, 4, 5)]] inline int snprintf_s(char *destination, size_t capacity,
-                                                    size_t count, const char *format, ...) {
+NEB_XML_PRINTF(4, 5)
+inline int snprintf_s(char *destination, size_t capacity, size_t count, const char *format, ...) {
   if (capacity == 0) return -1;
   va_list arguments;
   va_start(arguments, format);

@@ -7,6 +7,7 @@
 #include <immintrin.h>
 
 #include "kernels/byte_sets.h"
+#include "platform/compiler.h"
 
 namespace neb::xml::internal {
 
@@ -46,21 +47,21 @@ static_assert(isWhole(kWhitespaceTable, kWhitespaceBytes));
 static_assert(isWhole(kTextEndTable, kTextEndBytes) && isWhole(kValueEndTable, kValueEndBytes));
 static_assert(isWhole(kMoreNameEndTable, kMoreNameEndBytes), "names need a third table");
 
-[[gnu::target("avx2")]] inline __m256i load(const ShuffleTable &table) {
+NEB_XML_TARGET("avx2") inline __m256i load(const ShuffleTable &table) {
   return _mm256_broadcastsi128_si256(
       _mm_load_si128(reinterpret_cast<const __m128i *>(table.bytes)));
 }
 
 // A shuffle gives zero for bytes from 0x80 on.
-[[gnu::target("avx2")]] inline __m256i findIn(__m256i table, __m256i bytes) {
+NEB_XML_TARGET("avx2") inline __m256i findIn(__m256i table, __m256i bytes) {
   return _mm256_cmpeq_epi8(_mm256_shuffle_epi8(table, bytes), bytes);
 }
 
-[[gnu::target("avx2")]] inline __m256i findIn(__m256i table, __m256i other, __m256i bytes) {
+NEB_XML_TARGET("avx2") inline __m256i findIn(__m256i table, __m256i other, __m256i bytes) {
   return _mm256_or_si256(findIn(table, bytes), findIn(other, bytes));
 }
 
-[[gnu::target("avx2")]] inline uint64_t wideBitsOf(__m256i first, __m256i second) {
+NEB_XML_TARGET("avx2") inline uint64_t wideBitsOf(__m256i first, __m256i second) {
   const auto low = static_cast<uint32_t>(_mm256_movemask_epi8(first));
   const auto high = static_cast<uint32_t>(_mm256_movemask_epi8(second));
   return low | uint64_t{high} << kWideVectorSize;
@@ -110,12 +111,12 @@ constexpr ByteSet kMostStrictTextEndBytes = kStrictTextEndBytes.without(ByteSet(
 constexpr ShuffleTable kStrictTextEndTable(kMostStrictTextEndBytes);
 static_assert(isWhole(kStrictTextEndTable, kMostStrictTextEndBytes));
 
-[[gnu::target("avx2")]] inline __m256i loadHalves(const uint8_t (&table)[kLowHalves]) {
+NEB_XML_TARGET("avx2") inline __m256i loadHalves(const uint8_t (&table)[kLowHalves]) {
   return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i *>(table)));
 }
 
 // All ones for the bytes that are in no row of theirs.
-[[gnu::target("avx2")]] inline __m256i findOutside(__m256i low, __m256i high, __m256i bytes) {
+NEB_XML_TARGET("avx2") inline __m256i findOutside(__m256i low, __m256i high, __m256i bytes) {
   const __m256i halves = _mm256_set1_epi8(0x0F);
   const __m256i lowHalf = _mm256_and_si256(bytes, halves);
   const __m256i highHalf = _mm256_and_si256(_mm256_srli_epi16(bytes, 4), halves);
@@ -124,12 +125,12 @@ static_assert(isWhole(kStrictTextEndTable, kMostStrictTextEndBytes));
   return _mm256_cmpeq_epi8(rows, _mm256_setzero_si256());
 }
 
-[[gnu::target("avx2")]] inline __m256i findStrictTextEnds(__m256i table, __m256i bytes) {
+NEB_XML_TARGET("avx2") inline __m256i findStrictTextEnds(__m256i table, __m256i bytes) {
   return _mm256_or_si256(findIn(table, bytes), _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8(']')));
 }
 
-[[gnu::target("avx2")]] void indexStrictlyByAvx2(const char *bytes, size_t words, size_t firstWord,
-                                                 IndexWords &index) {
+NEB_XML_TARGET("avx2")
+void indexStrictlyByAvx2(const char *bytes, size_t words, size_t firstWord, IndexWords &index) {
   const __m256i whitespaces = load(kWhitespaceTable);
   const __m256i textEnds = load(kStrictTextEndTable);
   const __m256i valueEnds = load(kStrictValueEndTable);
@@ -150,8 +151,8 @@ static_assert(isWhole(kStrictTextEndTable, kMostStrictTextEndBytes));
   }
 }
 
-[[gnu::target("avx2")]] void indexByAvx2(const char *bytes, size_t words, size_t firstWord,
-                                         IndexWords &index) {
+NEB_XML_TARGET("avx2")
+void indexByAvx2(const char *bytes, size_t words, size_t firstWord, IndexWords &index) {
   const __m256i whitespaces = load(kWhitespaceTable);
   const __m256i textEnds = load(kTextEndTable);
   const __m256i valueEnds = load(kValueEndTable);

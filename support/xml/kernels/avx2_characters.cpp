@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "kernels/byte_sets.h"
+#include "platform/compiler.h"
 
 namespace neb::xml::internal {
 
@@ -69,31 +70,32 @@ constexpr Mistakes makeBySecondHigh() {
 }
 constexpr Mistakes kBySecondHigh = makeBySecondHigh();
 
-[[gnu::target("avx2")]] inline __m256i load(const Mistakes &mistakes) {
+NEB_XML_TARGET("avx2") inline __m256i load(const Mistakes &mistakes) {
   return _mm256_broadcastsi128_si256(
       _mm_load_si128(reinterpret_cast<const __m128i *>(mistakes.of)));
 }
 
-[[gnu::target("avx2")]] inline __m256i filledWith(uint8_t byte) {
+NEB_XML_TARGET("avx2") inline __m256i filledWith(uint8_t byte) {
   return _mm256_set1_epi8(static_cast<char>(byte));
 }
 
-[[gnu::target("avx2")]] inline __m256i loadBytes(const char *from) {
+NEB_XML_TARGET("avx2") inline __m256i loadBytes(const char *from) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(from));
 }
 
-[[gnu::target("avx2")]] inline __m256i highHalfOf(__m256i bytes) {
+NEB_XML_TARGET("avx2") inline __m256i highHalfOf(__m256i bytes) {
   return _mm256_and_si256(_mm256_srli_epi16(bytes, 4), filledWith(0x0F));
 }
 
 // The bytes so many places before each byte.
 template <int count>
-[[gnu::target("avx2")]] inline __m256i before(__m256i bytes, __m256i previous) {
+NEB_XML_TARGET("avx2")
+inline __m256i before(__m256i bytes, __m256i previous) {
   const __m256i across = _mm256_permute2x128_si256(previous, bytes, 0x21);
   return _mm256_alignr_epi8(bytes, across, kHalves - count);
 }
 
-[[gnu::target("avx2")]] inline __m256i atLeast(__m256i bytes, uint8_t least) {
+NEB_XML_TARGET("avx2") inline __m256i atLeast(__m256i bytes, uint8_t least) {
   return _mm256_cmpeq_epi8(_mm256_subs_epu8(filledWith(least), bytes), _mm256_setzero_si256());
 }
 
@@ -109,7 +111,7 @@ constexpr Mistakes makeWhitespaces() {
 constexpr Mistakes kWhitespaces = makeWhitespaces();
 
 // All ones for ASCII that is allowed.
-[[gnu::target("avx2")]] inline __m256i findOrdinary(__m256i bytes) {
+NEB_XML_TARGET("avx2") inline __m256i findOrdinary(__m256i bytes) {
   // Other bytes than ASCII are negative.
   const __m256i isPrintable = _mm256_cmpgt_epi8(bytes, filledWith(' ' - 1));
   const __m256i isWhitespace =
@@ -118,7 +120,7 @@ constexpr Mistakes kWhitespaces = makeWhitespaces();
 }
 
 // Not zero where the bytes are no UTF-8, or are U+FFFE or U+FFFF.
-[[gnu::target("avx2")]] inline __m256i findMistakes(__m256i bytes, __m256i previous) {
+NEB_XML_TARGET("avx2") inline __m256i findMistakes(__m256i bytes, __m256i previous) {
   const __m256i first = before<1>(bytes, previous);
   const __m256i firstHigh = _mm256_shuffle_epi8(load(kByFirstHigh), highHalfOf(first));
   const __m256i firstLow =
@@ -143,7 +145,7 @@ constexpr Mistakes kWhitespaces = makeWhitespaces();
 class Check {
  public:
   // Whether all is well so far. A character may be incomplete at the end.
-  [[gnu::target("avx2")]] bool accepts(const char *from) {
+  NEB_XML_TARGET("avx2") bool accepts(const char *from) {
     const __m256i low = loadBytes(from);
     const __m256i high = loadBytes(from + kWideVectorSize);
     const __m256i ordinary = _mm256_and_si256(findOrdinary(low), findOrdinary(high));
@@ -153,7 +155,7 @@ class Check {
 
  private:
   // Out of the loop over ASCII, which needs few registers.
-  [[gnu::target("avx2"), gnu::noinline]] bool acceptsOther(__m256i low, __m256i high) {
+  NEB_XML_TARGET("avx2") NEB_XML_NOINLINE bool acceptsOther(__m256i low, __m256i high) {
     const __m256i found = _mm256_or_si256(findMistakes(low, previous_), findMistakes(high, low));
     const __m256i ordinary = _mm256_and_si256(isAllowed(low), isAllowed(high));
     previous_ = high;
@@ -161,7 +163,7 @@ class Check {
     return _mm256_testz_si256(found, found) != 0 && _mm256_movemask_epi8(ordinary) == -1;
   }
 
-  [[gnu::target("avx2")]] static __m256i isAllowed(__m256i bytes) {
+  NEB_XML_TARGET("avx2") static __m256i isAllowed(__m256i bytes) {
     return _mm256_or_si256(findOrdinary(bytes), atLeast(bytes, kFirstNotAscii));
   }
 
@@ -173,7 +175,7 @@ class Check {
 
 }  // namespace
 
-[[gnu::target("avx2")]] bool areAllowedByAvx2(const char *from, const char *end) {
+NEB_XML_TARGET("avx2") bool areAllowedByAvx2(const char *from, const char *end) {
   Check check;
   for (; static_cast<size_t>(end - from) >= kStride; from += kStride) {
     if (!check.accepts(from)) return false;

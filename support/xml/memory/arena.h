@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/compiler.h"
+
 namespace neb::xml::internal {
 
 // One allocation on the heap: this header and, directly behind it, a data area of capacity bytes.
@@ -58,7 +60,7 @@ static_assert(sizeof(void *) == 8 ? sizeof(XmlMemSession) == kCacheLine
                                   : sizeof(XmlMemSession) < kCacheLine);
 
 // The slow path of allocateInSession.
-[[gnu::noinline]] void *allocateBeyondLastBlock(XmlMemSession &session, int32_t size);
+NEB_XML_NOINLINE void *allocateBeyondLastBlock(XmlMemSession &session, int32_t size);
 
 // From a block that has room.
 inline void *allocateFromBlock(XmlMemBlock &block, int32_t size) {

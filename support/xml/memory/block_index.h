@@ -2,6 +2,7 @@
 #pragma once
 
 #include "memory/arena.h"
+#include "platform/compiler.h"
 
 namespace neb::xml::internal {
 
@@ -32,7 +33,7 @@ struct OpenGap {
 };
 
 // In the earliest block but the last that has room for size; there must be one.
-[[gnu::noinline]] OpenGap openGap(const XmlMemSession &session, int32_t size);
-[[gnu::noinline]] void closeGap(XmlMemSession &session, const OpenGap &gap);
+NEB_XML_NOINLINE OpenGap openGap(const XmlMemSession &session, int32_t size);
+NEB_XML_NOINLINE void closeGap(XmlMemSession &session, const OpenGap &gap);
 
 }  // namespace neb::xml::internal

@@ -12,6 +12,7 @@
 #include "parser/limits.h"
 #include "parser/markup.h"
 #include "parser/reasons.h"
+#include "platform/compiler.h"
 #include "record/node_records.h"
 #include "simd/vector.h"
 #include "tree/duplicates.h"
@@ -563,7 +564,7 @@ class TreeBuilder {
     return memory;
   }
 
-  [[gnu::noinline, gnu::cold]] char *allocateFromSession(size_t size) {
+  NEB_XML_COLD char *allocateFromSession(size_t size) {
     return allocation_.allocator().allocate(size);
   }
 
@@ -649,7 +650,7 @@ class TreeBuilder {
     return node->type == NEB_XML_NODE_ATTRIBUTE ? Decoding::strictValue : Decoding::strictText;
   }
 
-  [[gnu::noinline, gnu::cold]] bool setValueSlowly(XmlNode *node, ShortRun run) {
+  NEB_XML_COLD bool setValueSlowly(XmlNode *node, ShortRun run) {
     const size_t length = run.length();
     const bool isVerbatim = run.decoded == 0;
     node->valueOwned = 1;
@@ -658,15 +659,14 @@ class TreeBuilder {
     return true;
   }
 
-  [[gnu::noinline, gnu::cold]] bool addAttributeSlowly(const char *name, size_t length,
-                                                       size_t prefixSize, ShortRun value) {
+  NEB_XML_COLD bool addAttributeSlowly(const char *name, size_t length, size_t prefixSize,
+                                       ShortRun value) {
     const Run prefix = {name, prefixSize != 0 ? prefixSize - 1 : 0, true};
     const Run local = {name + prefixSize, length - prefixSize, true};
     return startAttribute(prefix, local) && setValueSlowly(attributes_.last(), value);
   }
 
-  [[gnu::noinline, gnu::cold]] bool addEmptyAttributeSlowly(const char *name, size_t length,
-                                                            size_t prefixSize) {
+  NEB_XML_COLD bool addEmptyAttributeSlowly(const char *name, size_t length, size_t prefixSize) {
     const Run prefix = {name, prefixSize != 0 ? prefixSize - 1 : 0, true};
     return startAttribute(prefix, {name + prefixSize, length - prefixSize, true});
   }

@@ -9,6 +9,7 @@
 #include "kernels/chosen.h"
 #include "ownership/new_session.h"
 #include "parser/scanner.h"
+#include "platform/compiler.h"
 
 namespace neb::xml::internal {
 
@@ -17,9 +18,9 @@ namespace {
 // Where small code is wanted, the compiler decides what is inlined into the loops, and all machines
 // share them. An attribute cannot depend on a constant.
 #if defined(__OPTIMIZE_SIZE__)
-#define NEB_XML_LOOP gnu::noinline
+#define NEB_XML_LOOP NEB_XML_NOINLINE
 #else
-#define NEB_XML_LOOP gnu::noinline, gnu::flatten
+#define NEB_XML_LOOP NEB_XML_NOINLINE NEB_XML_FLATTEN
 #endif
 
 // The scanner's vectors are written by hand. Others, of fields that it keeps in registers, cost it
@@ -31,15 +32,15 @@ namespace {
 
 struct AnyMachine {
   template <typename Scanner>
-  [[NEB_XML_LOOP]] static void scan(Scanner *scanner) {
+  NEB_XML_LOOP static void scan(Scanner *scanner) {
     scanner->scan();
   }
   template <typename Scanner>
-  [[NEB_XML_LOOP]] static const char *scanTag(Scanner *scanner, const char *cursor) {
+  NEB_XML_LOOP static const char *scanTag(Scanner *scanner, const char *cursor) {
     return scanner->scanTag(cursor);
   }
   template <typename Scanner, typename... Token>
-  [[NEB_XML_LOOP]] static const char *scanDecoded(Scanner *scanner, Token... token) {
+  NEB_XML_LOOP static const char *scanDecoded(Scanner *scanner, Token... token) {
     return scanner->scanDecoded(token...);
   }
 };
@@ -53,17 +54,18 @@ struct AnyMachine {
 // The same, for machines with wide vectors.
 struct WideMachine {
   template <typename Scanner>
-  [[NEB_XML_LOOP, gnu::target("avx2,bmi,bmi2")]] static void scan(Scanner *scanner) {
+  NEB_XML_TARGET("avx2,bmi,bmi2")
+  NEB_XML_LOOP static void scan(Scanner *scanner) {
     scanner->scan();
   }
   template <typename Scanner>
-  [[NEB_XML_LOOP, gnu::target("avx2,bmi,bmi2")]] static const char *scanTag(Scanner *scanner,
-                                                                            const char *cursor) {
+  NEB_XML_TARGET("avx2,bmi,bmi2")
+  NEB_XML_LOOP static const char *scanTag(Scanner *scanner, const char *cursor) {
     return scanner->scanTag(cursor);
   }
   template <typename Scanner, typename... Token>
-  [[NEB_XML_LOOP, gnu::target("avx2,bmi,bmi2")]] static const char *scanDecoded(Scanner *scanner,
-                                                                                Token... token) {
+  NEB_XML_TARGET("avx2,bmi,bmi2")
+  NEB_XML_LOOP static const char *scanDecoded(Scanner *scanner, Token... token) {
     return scanner->scanDecoded(token...);
   }
 };

@@ -9,6 +9,7 @@
 #include "parser/character_check.h"
 #include "parser/language.h"
 #include "parser/structural_index.h"
+#include "platform/compiler.h"
 
 namespace neb::xml::internal {
 
@@ -453,7 +454,7 @@ class Scanner {
   // ---- Tokens that no window shows as a whole
 
   // Whether the cursor has moved.
-  [[gnu::noinline]] bool scanLong() {
+  NEB_XML_NOINLINE bool scanLong() {
     const char *cursor = tokenizer_.cursor();
     if (builder_.isInTag()) return scanFarAttribute(cursor);
     const char *token = mayBeWhitespace(*cursor) ? index_.nextNonWhitespace(cursor) : cursor;
@@ -465,7 +466,7 @@ class Scanner {
 
   // Markup that does not begin with a short name: a comment, a processing instruction, a text that
   // begins with a CDATA section, or the start tag of a long name.
-  [[gnu::noinline]] const char *scanUncommon(const char *markup) {
+  NEB_XML_NOINLINE const char *scanUncommon(const char *markup) {
     if (begins(markup, kCdataBegin)) return scanLongText(markup);
     if (kIsStrict && builder_.isInContent() && beginsMisc(markup)) return skipBeforeChild(markup);
     const char *end = tokenizer_.findMiscEnd(markup);
@@ -485,7 +486,7 @@ class Scanner {
   }
 
   // The start tag of a long name.
-  [[gnu::noinline]] const char *scanLongTag(const char *name) {
+  NEB_XML_NOINLINE const char *scanLongTag(const char *name) {
     const char *end = startLongTag(name);
     return end != nullptr ? Machine::scanTag(this, end) : nullptr;
   }
@@ -522,7 +523,7 @@ class Scanner {
   }
 
   // "/>" of a start tag.
-  [[gnu::noinline]] const char *endLongTag(const char *token) {
+  NEB_XML_NOINLINE const char *endLongTag(const char *token) {
     return builder_.endEmptyElement() && builder_.makeNext() ? token + lengthOf(kEmptyTagEnd)
                                                              : nullptr;
   }
@@ -563,7 +564,7 @@ class Scanner {
   }
 
   // A text with comments and processing instructions between it and its end tag.
-  [[gnu::noinline]] const char *scanTextBeforeMisc(const ShortRun &text) {
+  NEB_XML_NOINLINE const char *scanTextBeforeMisc(const ShortRun &text) {
     if constexpr (kIsStrict) return nullptr;  // it may go on
     const char *tag = findBehindMisc(text.end);
     if (tag == nullptr) return nullptr;
@@ -575,11 +576,11 @@ class Scanner {
 
   // Within the loops, which need an open element behind the token as well.
 
-  [[gnu::noinline]] const char *scanLongEndTag(const char *tag) {
+  NEB_XML_NOINLINE const char *scanLongEndTag(const char *tag) {
     return builder_.isRootOpen() ? nullptr : readLongEndTag(tag);
   }
 
-  [[gnu::noinline]] const char *scanLongText(const char *text) {
+  NEB_XML_NOINLINE const char *scanLongText(const char *text) {
     return builder_.isRootOpen() ? nullptr : readLongText(text);
   }
 
@@ -659,7 +660,7 @@ class Scanner {
 
   // From the name to the closing quote. Returns the cursor behind it; null if the tokenizer must
   // read the attribute or if the builder has failed.
-  [[gnu::noinline]] const char *scanLongAttribute(const char *name) {
+  NEB_XML_NOINLINE const char *scanLongAttribute(const char *name) {
     if (builder_.hasFailed()) return nullptr;
     const char *colon = nullptr;
     const char *end = index_.nextNameEnd(name);

@@ -5,6 +5,7 @@
 #include "characters/characters.h"
 #include "characters/utf8.h"
 #include "kernels/chosen.h"
+#include "platform/compiler.h"
 #include "tree/references.h"
 
 namespace neb::xml::internal {
@@ -119,8 +120,8 @@ size_t writeFirstWhitespace(char **to, const char *value) {
 // In slices: if room for the rest of a long value were reserved again behind each character that
 // becomes longer, it would take as much memory as there are such characters times the rest.
 template <typename Value>
-[[gnu::noinline]] char *xmlCopyWithEscape(Output &output, char *to, const char *value,
-                                          size_t length) {
+NEB_XML_NOINLINE char *xmlCopyWithEscape(Output &output, char *to, const char *value,
+                                         size_t length) {
   const char *end = value + length;
   do {
     const char *sliceEnd = value + std::min(static_cast<size_t>(end - value), kSlice);
@@ -163,8 +164,8 @@ char *writeNumericReference(char *to, const char **value, const char *end) {
 }  // namespace
 
 template <typename Value>
-[[gnu::noinline]] char *copyStrictly(SinkOutput &output, char *to, const char *value, size_t length,
-                                     bool isAsciiOnly) {
+NEB_XML_NOINLINE char *copyStrictly(SinkOutput &output, char *to, const char *value, size_t length,
+                                    bool isAsciiOnly) {
   const char *end = value + length;
   bool isChecked = false;  // the rest holds characters that are allowed only
   while (value != end) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "neb_xml.h"
+#include "platform/compiler.h"
 
 namespace neb::xml::internal {
 
@@ -62,7 +63,7 @@ class Output {
 
   static constexpr size_t kSmallRoom = 4096;
 
-  [[gnu::noinline]] char *addRoom(char *cursor, uint64_t count);
+  NEB_XML_NOINLINE char *addRoom(char *cursor, uint64_t count);
   char *growBuffer(size_t count);
   char *addChunk(size_t count);
   char *trimmedBuffer();

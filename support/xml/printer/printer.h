@@ -5,6 +5,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "platform/compiler.h"
 #include "printer/escaping.h"
 #include "printer/names.h"
 #include "record/node_strings.h"
@@ -84,7 +85,7 @@ class Printer {
 
   Printer(const PrintingKind &printing, Target &output) : printing_(printing), output_(output) {}
 
-  [[gnu::flatten]] void print() {
+  NEB_XML_FLATTEN void print() {
     char *to = printing_.writeBeginning(output_.begin());
     for (const XmlNode *node = printing_.start; node != nullptr;) {
       to = xmlPrintDomTreeRecursive(node, to);

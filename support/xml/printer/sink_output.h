@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "neb_xml.h"
+#include "platform/compiler.h"
 #include "printer/output.h"
 
 namespace neb::xml::internal {
@@ -45,7 +46,7 @@ class SinkOutput {
  private:
   static constexpr size_t kRoom = kLongestChunk - kSlack;
 
-  [[gnu::noinline]] char *addRoom(char *cursor, uint64_t count);
+  NEB_XML_NOINLINE char *addRoom(char *cursor, uint64_t count);
   bool enlarge(uint64_t room);
 
   const NEB_XML_SINK sink_;

@@ -6,6 +6,7 @@
 #include "memory/session_allocator.h"
 #include "ownership/new_session.h"
 #include "ownership/release.h"
+#include "platform/compiler.h"
 #include "record/node_records.h"
 #include "record/node_strings.h"
 #include "tree/nodes.h"
@@ -218,7 +219,7 @@ class TreeCopier {
 
   // Copies what is below source under copy, walking both trees side by side. Each copy is linked
   // before its own children are made, so that a failure leaves a whole tree to release.
-  [[gnu::flatten]] bool xmlClone(const XmlNode *source, XmlNode *copy) {
+  NEB_XML_FLATTEN bool xmlClone(const XmlNode *source, XmlNode *copy) {
     const XmlNode *from = source;
     XmlNode *to = copy;
     for (;;) {

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "memory/allocator.h"
+#include "platform/compiler.h"
 #include "record/node.h"
 
 namespace neb::xml::internal {
@@ -94,7 +95,7 @@ class DuplicateDetector {
   uint32_t add(uint64_t key, const XmlNode *firstAttribute, const XmlNode *attribute, Seen *seen);
 
  private:
-  [[gnu::noinline]] bool isAmongKeys(uint64_t key, size_t count) const {
+  NEB_XML_NOINLINE bool isAmongKeys(uint64_t key, size_t count) const {
     return std::find(keys_, keys_ + count, key) != keys_ + count;
   }
 

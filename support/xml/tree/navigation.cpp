@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "neb_xml.h"
+#include "platform/compiler.h"
 #include "record/node.h"
 #include "record/node_strings.h"
 
@@ -31,7 +32,7 @@ void readNotedLengths(const XmlNode *node, NEB_XML_NODE_INFO *info) {
 }
 
 // Not inlined, so that reading noted lengths needs no stack frame.
-[[gnu::noinline]] void measureLengths(const XmlNode *node, NEB_XML_NODE_INFO *info) {
+NEB_XML_NOINLINE void measureLengths(const XmlNode *node, NEB_XML_NODE_INFO *info) {
   info->prefixLength = prefixLengthOf(node);
   info->nameLength = node->name != nullptr ? nameLengthOf(node) : 0;
   info->valueLength = node->value != nullptr ? valueLengthOf(node) : 0;

@@ -1,6 +1,7 @@
 #include "tree/new_nodes.h"
 
 #include "ownership/release.h"
+#include "platform/compiler.h"
 #include "tree/attributes.h"
 #include "tree/insertion.h"
 #include "tree/names.h"
@@ -34,8 +35,8 @@ Position positionAt(XmlNode *reference, uint32_t where) {
 }  // namespace
 
 // Flattened like the setting of strings, see nodes.cpp.
-[[gnu::flatten]] XmlNode *makeNamedNode(const Storage &storage, uint32_t type,
-                                        const WholeName &name, std::string_view value) {
+NEB_XML_FLATTEN XmlNode *makeNamedNode(const Storage &storage, uint32_t type, const WholeName &name,
+                                       std::string_view value) {
   XmlNode *node = makeNode(storage, type);
   if (node == nullptr) return nullptr;
   const bool areSet = setString<StringField::name>(storage, node, name.local) == NEB_XML_OK &&

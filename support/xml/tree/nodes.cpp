@@ -8,6 +8,7 @@
 #include "ownership/name_holders.h"
 #include "ownership/release.h"
 #include "ownership/strings.h"
+#include "platform/compiler.h"
 #include "record/links.h"
 #include "record/node_records.h"
 #include "tree/attributes.h"
@@ -119,8 +120,7 @@ XmlNode *makeNode(const Storage &storage, uint32_t type) {
 
 // Flattened, as everything that copies strings here: they are short, and the calls from one part to
 // the next would take a fifth of the time.
-[[gnu::flatten]] XmlNode *makeNode(const Storage &storage, uint32_t type,
-                                   const NodeStrings &given) {
+NEB_XML_FLATTEN XmlNode *makeNode(const Storage &storage, uint32_t type, const NodeStrings &given) {
   XmlNode *node = makeNode(storage, type);
   if (node == nullptr) return nullptr;
   StringCopies copies;
@@ -142,8 +142,8 @@ uint32_t setStrings(const Storage &treeStorage, XmlNode *node, const NodeStrings
   return NEB_XML_OK;
 }
 
-[[gnu::flatten]] uint32_t setValue(const Storage &treeStorage, XmlNode *node,
-                                   std::string_view value) {
+NEB_XML_FLATTEN uint32_t setValue(const Storage &treeStorage, XmlNode *node,
+                                  std::string_view value) {
   const Storage storage = storageForStrings(node, treeStorage);
   char *copy = storage.duplicate(value);
   if (copy == nullptr) return NEB_XML_ERR_NO_MEMORY;
@@ -187,8 +187,8 @@ uint32_t NEB_XML_CreateNodeEx(uint32_t session, uint32_t type, const char *prefi
   return createInStorage(Storage(session), type, measured(prefix, name, value), node);
 }
 
-[[gnu::flatten]] uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name,
-                                          const char *value) {
+NEB_XML_FLATTEN uint32_t NEB_XML_SetNode(XmlNode *node, const char *prefix, const char *name,
+                                         const char *value) {
   if (node == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   if (wouldDuplicateAttribute(node, prefix, name)) return NEB_XML_ERR_ALREADY_EXISTS;
   const Storage storage = storageForStrings(node, Storage::of(node));

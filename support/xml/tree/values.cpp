@@ -7,6 +7,7 @@
 #include "ownership/bound_session.h"
 #include "ownership/cross_references.h"
 #include "ownership/strings.h"
+#include "platform/compiler.h"
 #include "tree/attributes.h"
 #include "tree/nodes.h"
 #include "tree/variable.h"
@@ -60,7 +61,7 @@ std::string_view formatValue(uint32_t type, const void *variable, ValueText &buf
 }
 
 // Flattened like the setting of strings, see nodes.cpp.
-[[gnu::flatten]] uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
+NEB_XML_FLATTEN uint32_t xmlSetValueEx(XmlNode *node, uint32_t type, const void *variable) {
   if (node == nullptr || variable == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   ValueText buffer;
   const std::string_view text = formatValue(type, variable, buffer);

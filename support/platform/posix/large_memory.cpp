@@ -1,5 +1,9 @@
 #include "platform/large_memory.h"
 
+#include "platform/system.h"
+
+#if defined(NEB_XML_POSIX)
+
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -93,3 +97,5 @@ void expectFilling(char * /*begin*/, size_t /*size*/) {}
 #endif
 
 }  // namespace neb::platform
+
+#endif

@@ -1,6 +1,10 @@
 // A file's path without links, dots and repeated slashes.
 #pragma once
 
+#include "platform/system.h"
+
+#if defined(NEB_XML_POSIX)
+
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
@@ -32,3 +36,5 @@ inline bool canonicalise(const char *path, Path &canonical) {
 }
 
 }  // namespace neb::platform
+
+#endif

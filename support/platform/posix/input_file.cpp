@@ -1,5 +1,9 @@
 #include "platform/input_file.h"
 
+#include "platform/system.h"
+
+#if defined(NEB_XML_POSIX)
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -71,3 +75,5 @@ int64_t InputFile::readNext(char *bytes, size_t count) const {
 }
 
 }  // namespace neb::platform
+
+#endif

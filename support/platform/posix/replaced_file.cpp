@@ -1,5 +1,9 @@
 #include "platform/replaced_file.h"
 
+#include "platform/system.h"
+
+#if defined(NEB_XML_POSIX)
+
 #include <fcntl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -14,8 +18,8 @@
 #include <tuple>
 
 #include "platform/bounded_memory.h"
-#include "platform/canonical_path.h"
-#include "platform/file_rights.h"
+#include "platform/posix/canonical_path.h"
+#include "platform/posix/file_rights.h"
 
 namespace neb::platform {
 
@@ -211,3 +215,5 @@ WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length)
 }
 
 }  // namespace neb::platform
+
+#endif

@@ -1,4 +1,8 @@
-#include "platform/file_rights.h"
+#include "platform/posix/file_rights.h"
+
+#include "platform/system.h"
+
+#if defined(NEB_XML_POSIX)
 
 #include <unistd.h>
 
@@ -243,3 +247,5 @@ bool hasRightsOf(int file, const char *oldPath, const struct stat &old) {
 }
 
 }  // namespace neb::platform
+
+#endif

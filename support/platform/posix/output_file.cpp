@@ -1,5 +1,9 @@
 #include "platform/output_file.h"
 
+#include "platform/system.h"
+
+#if defined(NEB_XML_POSIX)
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,7 +11,7 @@
 #include <cstdio>
 
 #include "platform/bounded_memory.h"
-#include "platform/canonical_path.h"
+#include "platform/posix/canonical_path.h"
 
 namespace neb::platform {
 
@@ -66,3 +70,5 @@ WriteOutcome writeWholeFile(const char *path, const char *text, size_t length) {
 }
 
 }  // namespace neb::platform
+
+#endif

@@ -2,6 +2,10 @@
 // control list and mode.
 #pragma once
 
+#include "platform/system.h"
+
+#if defined(NEB_XML_POSIX)
+
 #include <sys/stat.h>
 
 namespace neb::platform {
@@ -26,3 +30,5 @@ Transfer takeOverRights(int file, const char *oldPath, const struct stat &old);
 bool hasRightsOf(int file, const char *oldPath, const struct stat &old);
 
 }  // namespace neb::platform
+
+#endif
