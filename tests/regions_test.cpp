@@ -14,6 +14,7 @@
 #include <thread>
 #include <tuple>
 
+#include "support/emulation.h"
 #include "support/guarded_hooks.h"
 #include "support/layout.h"
 #include "support/trees.h"
@@ -317,6 +318,7 @@ void useUpFreeMemory() {
 
 // Sanitizers map too much themselves.
 TEST(Regions, FitIntoLittleAddressSpace) {
+  if (kIsEmulated) GTEST_SKIP() << "an emulator does not limit memory";
   const FreshMemory memory;
   const std::string text = list(20000);
   constexpr rlim_t kStep = 512 * 1024;

@@ -20,6 +20,7 @@
 #include <tuple>
 #include <utility>
 
+#include "support/emulation.h"
 #include "support/failing_files/failing_files.h"
 #include "support/guarded_hooks.h"
 #include "support/trees.h"
@@ -353,11 +354,14 @@ TEST_P(SaveBy, KeepsItsPromiseWhicheverCallFails) {
 
 #ifdef NEBXML_EXECUTABLE
 
+// An emulator passes the variable on: what it runs in itself is of this machine.
+const std::string kPreload = kIsEmulated ? "QEMU_SET_ENV='LD_PRELOAD=" : "LD_PRELOAD='";
+
 // Runs the tool in a folder, by the plan for another program.
 int runTool(const fs::path &folder, const std::string &plan, const std::string &arguments) {
   const std::string line = "cd '" + folder.string() + "' && " + failing_files::kCallsVariable +
                            "=../calls " + failing_files::kPlanVariable + "='" + plan +
-                           "' ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD='" FAILING_FILES
+                           "' ASAN_OPTIONS=verify_asan_link_order=0 " + kPreload + FAILING_FILES
                            "' exec '" NEBXML_EXECUTABLE "' " +
                            arguments + " 2>../errors";
   return std::system(line.c_str());  // NOLINT: the point is to use a shell

@@ -16,6 +16,7 @@
 #include <sys/wait.h>
 
 #include "support/data.h"
+#include "support/emulation.h"
 #include "support/tables.h"
 #include "support/trees.h"
 
@@ -228,6 +229,7 @@ TEST_F(Tool, ShowsPrintableTextInReportsAndOnATerminal) {
 }
 
 TEST_F(Tool, ReportsShortMemoryAsTroubleWithAFile) {
+  if (kIsEmulated) GTEST_SKIP() << "an emulator takes memory itself";
   if (shell("ulimit -v 1000000; $nebxml --version").status != 0) GTEST_SKIP() << "a sanitizer";
   write("m.xml", "<a>" + repeated("<b c='v'>t</b>", 40'000) + "</a>");
   // From where the program can begin to where it has all that it needs.

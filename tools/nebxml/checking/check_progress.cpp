@@ -39,13 +39,15 @@ std::string minutes(double seconds) {
 void CheckProgress::addFile(const std::string &fileName) {
   std::error_code error;
   const auto size = std::filesystem::file_size(fileName, error);
+  const std::lock_guard lock(mutex_);
   if (!error) byteCount_ += size;
   ++doneCount_;
 }
 
 std::string CheckProgress::line(std::chrono::milliseconds elapsed) const {
-  const size_t done = doneCount_;
   const double seconds = std::chrono::duration<double>(elapsed).count();
+  const std::lock_guard lock(mutex_);
+  const size_t done = doneCount_;
   const auto byteCount = static_cast<double>(byteCount_);
   std::ostringstream text;
   text << "nebxml: " << bar(done, fileCount_) << ' ' << done << " of " << fileCount_ << " files, "

@@ -1,9 +1,10 @@
 // How far a check of many files is, as a line for the terminal.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
+#include <mutex>
 #include <string>
 
 namespace nebxml {
@@ -19,8 +20,10 @@ class CheckProgress {
 
  private:
   const size_t fileCount_;
-  std::atomic<size_t> doneCount_ = 0;
-  std::atomic<size_t> byteCount_ = 0;
+  // The bytes of many files: 64 bits, which not every processor adds atomically.
+  mutable std::mutex mutex_;
+  size_t doneCount_ = 0;
+  uint64_t byteCount_ = 0;
 };
 
 }  // namespace nebxml
