@@ -9,17 +9,51 @@
 #define NEB_XML_COLD [[gnu::noinline, gnu::cold]]
 // With everything that it calls inlined.
 #define NEB_XML_FLATTEN [[gnu::flatten]]
-// Compiled for processors that have more than the build asks for.
-#define NEB_XML_TARGET(features) [[gnu::target(features)]]
 // A function like printf: the numbers of its format and of the first argument that it formats.
 #define NEB_XML_PRINTF(text, first) [[gnu::format(printf, text, first)]]
+// What the compiler need not find out. Nothing is computed.
+#define NEB_XML_ASSUME(condition) ((condition) ? void() : __builtin_unreachable())
+
+// No vectors made of single fields. Clang makes none.
+#if defined(__clang__)
+#define NEB_XML_NO_VECTORS_OF_FIELDS
+#else
+#define NEB_XML_NO_VECTORS_OF_FIELDS [[gnu::optimize("no-tree-slp-vectorize")]]
+#endif
+
+// The compiler has vectors of its own, see simd/vector_types.h.
+#define NEB_XML_VECTOR_TYPES
+
+// Single functions can be compiled for processors that have more than the build asks for, and a
+// program can ask what its processor has.
+#if defined(__x86_64__)
+#define NEB_XML_TARGETS
+#define NEB_XML_TARGET(features) [[gnu::target(features)]]
+#define NEB_XML_PROCESSOR_HAS(feature) (__builtin_cpu_supports(feature) != 0)
+#endif
 
 #else
 
 #define NEB_XML_NOINLINE
 #define NEB_XML_COLD
 #define NEB_XML_FLATTEN
-#define NEB_XML_TARGET(features)
 #define NEB_XML_PRINTF(text, first)
+#define NEB_XML_ASSUME(condition) static_cast<void>(0)
+#define NEB_XML_NO_VECTORS_OF_FIELDS
 
+#endif
+
+// Microsoft's compilers ignore the attribute of the standard.
+#if defined(_MSC_VER)
+#define NEB_XML_NO_UNIQUE_ADDRESS [[msvc::no_unique_address]]
+#else
+#define NEB_XML_NO_UNIQUE_ADDRESS [[no_unique_address]]
+#endif
+
+// Every processor of this family has SSE2, whose intrinsics all compilers for it know.
+#if defined(__x86_64__) || (defined(_M_X64) && !defined(_M_ARM64EC))
+#define NEB_XML_X86_64
+#endif
+#if defined(__SSE2__) || defined(NEB_XML_X86_64)
+#define NEB_XML_SSE2
 #endif

@@ -2,7 +2,8 @@
  * NEB XML: an XML document library behind a flat C interface.
  *
  * A document or a file goes in, a tree of nodes comes out, the caller walks and edits it, and a
- * document is written back. This is the whole public interface; it compiles as C99 and as C++.
+ * document is written back. This is the whole public interface. It compiles as C, from C89 with
+ * stdint.h to C23, and as C++.
  *
  * Results
  *

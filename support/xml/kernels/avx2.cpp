@@ -2,7 +2,7 @@
 #include "kernels/avx2_characters.h"
 #include "kernels/kernel.h"
 
-#if defined(__x86_64__)
+#if defined(NEB_XML_TARGETS)
 
 #include <immintrin.h>
 

@@ -4,7 +4,9 @@
 // Instruction Per Byte" by Keiser and Lemire.
 #include "kernels/avx2_characters.h"
 
-#if defined(__x86_64__)
+#include "platform/compiler.h"
+
+#if defined(NEB_XML_TARGETS)
 
 #include <immintrin.h>
 
@@ -13,7 +15,6 @@
 #include <cstring>
 
 #include "kernels/byte_sets.h"
-#include "platform/compiler.h"
 
 namespace neb::xml::internal {
 

@@ -11,8 +11,10 @@ namespace {
 
 // The best first.
 constexpr const Kernel *kBuiltKernels[] = {
-#if defined(__x86_64__)
+#if defined(NEB_XML_TARGETS)
     &kAvx2Kernel,
+#endif
+#if defined(NEB_XML_X86_64)
     &kSse2Kernel,
 #elif defined(__AARCH64EL__) && defined(__ARM_NEON)
     &kNeonKernel,
@@ -33,10 +35,10 @@ const Kernel *bestKernel() {
 }  // namespace
 
 bool canRun(const Kernel &kernel) {
-#if defined(__x86_64__)
+#if defined(NEB_XML_TARGETS)
   if (kernel.isWide) {
-    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-           __builtin_cpu_supports("bmi2");
+    return NEB_XML_PROCESSOR_HAS("avx2") && NEB_XML_PROCESSOR_HAS("bmi") &&
+           NEB_XML_PROCESSOR_HAS("bmi2");
   }
 #endif
   return !kernel.isWide;

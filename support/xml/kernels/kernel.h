@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/compiler.h"
+
 namespace neb::xml::internal {
 
 // The bytes that answer them are in byte_sets.h.
@@ -37,8 +39,10 @@ extern const Kernel kPortableKernel;
 // Of it. Other kernels use them that have none of their own.
 void indexStrictlyByTable(const char *bytes, size_t words, size_t firstWord, IndexWords &index);
 bool areAllowedByVector(const char *from, const char *end);
-#if defined(__x86_64__)
+#if defined(NEB_XML_TARGETS)
 extern const Kernel kAvx2Kernel;
+#endif
+#if defined(NEB_XML_X86_64)
 extern const Kernel kSse2Kernel;
 #elif defined(__AARCH64EL__) && defined(__ARM_NEON)
 extern const Kernel kNeonKernel;

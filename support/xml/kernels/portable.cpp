@@ -66,10 +66,8 @@ void indexByTable(const char *bytes, size_t words, size_t firstWord, IndexWords 
 
 // As signed numbers, bytes beyond ASCII are less than any other.
 Vector findAllowedAscii(Vector bytes) {
-  using SignedVector = int8_t __attribute__((vector_size(kVectorSize)));
   constexpr int8_t kLastControl = ' ' - 1;
-  const auto isPrinted =
-      reinterpret_cast<Vector>(reinterpret_cast<SignedVector>(bytes) > kLastControl);
+  const auto isPrinted = std::bit_cast<Vector>(std::bit_cast<SignedVector>(bytes) > kLastControl);
   return isPrinted | (bytes == '\t') | (bytes == '\n') | (bytes == '\r');
 }
 

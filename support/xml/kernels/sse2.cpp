@@ -2,7 +2,7 @@
 // they differ in one bit or two.
 #include "kernels/kernel.h"
 
-#if defined(__x86_64__)
+#if defined(NEB_XML_X86_64)
 
 #include <utility>
 
@@ -109,9 +109,9 @@ constexpr Patterns kStrictValues(kStrictValueEndBytes,
                                  kStrictValueEndBytes.without(kCommonStrictBytes));
 
 inline __m128i isFrom(char first, char last, __m128i bytes) {
-  using Unsigned = uint8_t __attribute__((vector_size(sizeof(__m128i))));
-  const Unsigned above = reinterpret_cast<Unsigned>(bytes) - static_cast<uint8_t>(first);
-  return reinterpret_cast<__m128i>(above <= static_cast<uint8_t>(last - first));
+  const __m128i above = _mm_sub_epi8(bytes, _mm_set1_epi8(first));
+  const __m128i most = _mm_set1_epi8(static_cast<char>(last - first));
+  return _mm_cmpeq_epi8(_mm_min_epu8(above, most), above);
 }
 
 // What does not end a name in strict reading.

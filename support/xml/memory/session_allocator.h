@@ -7,6 +7,7 @@
 #include "memory/arena.h"
 #include "memory/block_index.h"
 #include "memory/regions.h"
+#include "platform/compiler.h"
 
 namespace neb::xml::internal {
 
@@ -31,7 +32,7 @@ class SessionAllocator {
                       uint64_t{addressOf(next_)} + total <= slackBegin_;
     if (!fits) return nullptr;
     char *begin = next_;
-    if (begin == nullptr) __builtin_unreachable();  // else every caller would have to look
+    NEB_XML_ASSUME(begin != nullptr);  // else every caller would have to look
     next_ += static_cast<size_t>(total);
     return begin;
   }

@@ -13,13 +13,12 @@ inline constexpr size_t kLargestObject = PTRDIFF_MAX;
 // More than any object if the sum or the product does not fit.
 
 constexpr size_t sumOf(size_t a, size_t b) {
-  size_t sum = 0;
-  return __builtin_add_overflow(a, b, &sum) ? SIZE_MAX : sum;
+  const size_t sum = a + b;
+  return sum < a ? SIZE_MAX : sum;
 }
 
 constexpr size_t productOf(size_t a, size_t b) {
-  size_t product = 0;
-  return __builtin_mul_overflow(a, b, &product) ? SIZE_MAX : product;
+  return b != 0 && a > SIZE_MAX / b ? SIZE_MAX : a * b;
 }
 
 }  // namespace neb::xml::internal

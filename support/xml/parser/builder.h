@@ -708,7 +708,7 @@ class TreeBuilder {
   AttributeList attributes_;
   DuplicateDetector duplicates_;
   XmlNode *document_;
-  [[no_unique_address]] std::conditional_t<kIsStrict, NodeCounts, NoNodeCounts> counts_;
+  NEB_XML_NO_UNIQUE_ADDRESS std::conditional_t<kIsStrict, NodeCounts, NoNodeCounts> counts_;
 };
 
 }  // namespace neb::xml::internal

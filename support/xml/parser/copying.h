@@ -21,15 +21,9 @@ inline constexpr size_t kLongestShortName = kWidestCopy / 2 - kTerminator;
 
 constexpr bool isShort(size_t length) { return length - 1 < kLongestShortName; }
 
-// Half of that at once, at any address: one vector on a machine with such wide ones. memcpy is not
-// used, because g++ 12 would copy through the stack.
-inline void copyHalfWide(char *to, const char *from) {
-  using Bytes = uint8_t __attribute__((vector_size(kWidestCopy / 2)));
-  struct [[gnu::packed, gnu::may_alias]] AnyAddress {
-    Bytes bytes;
-  };
-  reinterpret_cast<AnyAddress *>(to)->bytes = reinterpret_cast<const AnyAddress *>(from)->bytes;
-}
+// Half of that.
+static_assert(kWidestCopy == 2 * kTwoVectors);
+inline void copyHalfWide(char *to, const char *from) { copyTwoVectors(to, from); }
 
 inline void copyWide(char *to, const char *from) {
   copyHalfWide(to, from);

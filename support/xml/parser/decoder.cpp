@@ -107,7 +107,7 @@ class Decoder {
   static Vector copyVector(const char *from, char *to) {
     const Vector bytes = loadVector(from);
     storeVector(to, bytes);
-    return reinterpret_cast<Vector>(isMarkup<decoding>(bytes));
+    return std::bit_cast<Vector>(isMarkup<decoding>(bytes));
   }
 
   bool decodeMarkup() {

@@ -15,19 +15,13 @@ namespace neb::xml::internal {
 
 namespace {
 
-// Where small code is wanted, the compiler decides what is inlined into the loops, and all machines
-// share them. An attribute cannot depend on a constant.
-#if defined(__OPTIMIZE_SIZE__)
-#define NEB_XML_LOOP NEB_XML_NOINLINE
-#else
-#define NEB_XML_LOOP NEB_XML_NOINLINE NEB_XML_FLATTEN
-#endif
-
 // The scanner's vectors are written by hand. Others, of fields that it keeps in registers, cost it
-// more than they save. Clang makes none.
-#if !defined(__clang__)
-#pragma GCC push_options
-#pragma GCC optimize("no-tree-slp-vectorize")
+// more than they save. Where small code is wanted, the compiler decides what is inlined into the
+// loops, and all machines share them. An attribute cannot depend on a constant.
+#if defined(__OPTIMIZE_SIZE__)
+#define NEB_XML_LOOP NEB_XML_NOINLINE NEB_XML_NO_VECTORS_OF_FIELDS
+#else
+#define NEB_XML_LOOP NEB_XML_NOINLINE NEB_XML_FLATTEN NEB_XML_NO_VECTORS_OF_FIELDS
 #endif
 
 struct AnyMachine {
@@ -50,7 +44,7 @@ struct AnyMachine {
 #define NEB_XML_ONLY_WIDE
 #endif
 
-#if defined(__x86_64__) && !defined(__OPTIMIZE_SIZE__) && !defined(NEB_XML_ONLY_WIDE)
+#if defined(NEB_XML_TARGETS) && !defined(__OPTIMIZE_SIZE__) && !defined(NEB_XML_ONLY_WIDE)
 // The same, for machines with wide vectors.
 struct WideMachine {
   template <typename Scanner>
@@ -71,10 +65,6 @@ struct WideMachine {
 };
 #else
 using WideMachine = AnyMachine;
-#endif
-
-#if !defined(__clang__)
-#pragma GCC pop_options
 #endif
 
 // Memory for the record of one parse, in an arena or on the heap.

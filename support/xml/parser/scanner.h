@@ -710,7 +710,8 @@ class Scanner {
   const char *firstScanned_;
   bool isInTail_ = false;
   StructuralIndex index_;
-  [[no_unique_address]] std::conditional_t<kIsStrict, CharacterCheck, NoCharacterCheck> characters_;
+  NEB_XML_NO_UNIQUE_ADDRESS std::conditional_t<kIsStrict, CharacterCheck, NoCharacterCheck>
+      characters_;
   char tail_[kVectorSize + kTailSize + StructuralIndex::kReach];
 };
 

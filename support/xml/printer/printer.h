@@ -310,7 +310,7 @@ class Printer {
   PrintingKind printing_;
   size_t depth_ = 0;  // of the node at hand, below start
   Target &output_;
-  [[no_unique_address]] Names names_;
+  NEB_XML_NO_UNIQUE_ADDRESS Names names_;
 };
 
 }  // namespace neb::xml::internal

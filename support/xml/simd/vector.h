@@ -7,15 +7,13 @@
 #include <cstdint>
 #include <cstring>
 
-#if defined(__SSE2__)
+#include "simd/vector_types.h"
+
+#if defined(NEB_XML_SSE2)
 #include <emmintrin.h>
 #endif
 
 namespace neb::xml::internal {
-
-using Vector = uint8_t __attribute__((vector_size(16)));
-using Words = uint64_t __attribute__((vector_size(16)));
-constexpr size_t kVectorSize = sizeof(Vector);
 
 inline Vector loadVector(const void *from) {
   Vector bytes;
@@ -50,7 +48,7 @@ inline Vector loadFirst(const char *from, size_t count) {
     words[0] = load(0, uint8_t{}) | load(middle, uint8_t{}) << 8 * middle |
                load(last, uint8_t{}) << 8 * last;
   }
-  return reinterpret_cast<Vector>(Words{words[0], words[1]});
+  return std::bit_cast<Vector>(Words{words[0], words[1]});
 }
 
 inline void storeVector(void *to, Vector bytes) { std::memcpy(to, &bytes, kVectorSize); }
@@ -111,7 +109,7 @@ struct ShortString {
     return to + length;
   }
 
-  Vector bytes() const { return reinterpret_cast<Vector>(Words{first, last}); }
+  Vector bytes() const { return std::bit_cast<Vector>(Words{first, last}); }
 
  private:
   static uint64_t load(const char *from, size_t bytesBefore) {
@@ -124,14 +122,14 @@ struct ShortString {
 
 // One bit for each byte that is found; those bytes are all ones, the others zero.
 inline uint64_t bitsOf(Vector found) {
-#if defined(__SSE2__)
-  return static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(found)));
+#if defined(NEB_XML_SSE2)
+  return static_cast<uint32_t>(_mm_movemask_epi8(std::bit_cast<__m128i>(found)));
 #else
   // A product moves the lowest bit of each byte into the highest byte, in the order of the bytes.
   constexpr bool kIsLittle = std::endian::native == std::endian::little;
   constexpr uint64_t kLowest = 0x0101010101010101;
   constexpr uint64_t kGather = kIsLittle ? 0x0102040810204080 : 0x8040201008040201;
-  const auto words = reinterpret_cast<Words>(found);
+  const auto words = std::bit_cast<Words>(found);
   return ((words[0] & kLowest) * kGather >> 56) | ((words[1] & kLowest) * kGather >> 56) << 8;
 #endif
 }
@@ -141,11 +139,11 @@ inline size_t countBeforeFound(Vector found) {
   return static_cast<size_t>(std::countr_zero(bitsOf(found) | uint64_t{1} << kVectorSize));
 }
 
-#if defined(__SSE2__)
+#if defined(NEB_XML_SSE2)
 // One bit for each byte that differs. There is no instruction that finds those.
 inline uint32_t differences(Vector a, Vector b) {
   constexpr uint32_t kAll = (uint32_t{1} << kVectorSize) - 1;
-  return static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(a == b))) ^ kAll;
+  return static_cast<uint32_t>(_mm_movemask_epi8(std::bit_cast<__m128i>(a == b))) ^ kAll;
 }
 #else
 // The first bytes of a word, one at least, or the last ones; zeros instead of the others.
@@ -159,7 +157,7 @@ inline uint64_t onlyBytes(uint64_t word, size_t count) {
 template <bool areFirst>
 inline bool areAlike(Vector a, Vector b, size_t count) {
   constexpr size_t kWord = sizeof(uint64_t);
-  const auto differing = reinterpret_cast<Words>(a ^ b);
+  const auto differing = std::bit_cast<Words>(a ^ b);
   const uint64_t whole = differing[areFirst ? 0 : 1];
   if (count <= kWord) return onlyBytes<areFirst>(whole, count) == 0;
   return (whole | onlyBytes<areFirst>(differing[areFirst ? 1 : 0], count - kWord)) == 0;
@@ -168,7 +166,7 @@ inline bool areAlike(Vector a, Vector b, size_t count) {
 
 // Whether two vectors are the same in so many of their first bytes, one at least.
 inline bool beginAlike(Vector a, Vector b, size_t count) {
-#if defined(__SSE2__)
+#if defined(NEB_XML_SSE2)
   return (differences(a, b) & ((uint32_t{1} << count) - 1)) == 0;
 #else
   return areAlike<true>(a, b, count);
@@ -177,7 +175,7 @@ inline bool beginAlike(Vector a, Vector b, size_t count) {
 
 // Whether two vectors are the same in so many of their last bytes, one at least.
 inline bool endAlike(Vector a, Vector b, size_t count) {
-#if defined(__SSE2__)
+#if defined(NEB_XML_SSE2)
   return differences(a, b) >> (kVectorSize - count) == 0;
 #else
   return areAlike<false>(a, b, count);

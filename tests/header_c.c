@@ -1,4 +1,4 @@
-/* The header in strict C99, against the shared library. */
+/* The header as strict C, against the shared library. */
 #include "neb_xml.h"
 /* Again: the second time must add nothing. */
 #include "neb_xml.h"
