@@ -12,8 +12,8 @@
 #include "support/trees.h"
 #include "xml/memory/session_table.h"
 #include "xml/parser/checking_builder.h"
+#include "xml/parser/language.h"
 #include "xml/parser/parser.h"
-#include "xml/parser/tokenizer.h"
 
 using namespace neb::xml::internal;
 
@@ -231,7 +231,8 @@ TEST(MemoryLimit, ForgetsWhatIsFreed) {
     request.withSession = true;
     request.allocator = memory.allocator(&limit);
     XmlNode *document = nullptr;
-    EXPECT_EQ(parseDocument(text.c_str(), request, &document), text == kWhole ? kOk : kSyntax);
+    EXPECT_EQ(parseDocument<LenientLanguage>(text.c_str(), request, &document),
+              text == kWhole ? kOk : kSyntax);
     EXPECT_EQ(limit.held(), memory.held());
     const size_t held = limit.held();
     {

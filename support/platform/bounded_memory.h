@@ -11,7 +11,15 @@
 
 namespace neb::platform {
 
-// All return 0, or an errno value with the destination unchanged unless documented otherwise.
+// The length of a string, or the count if it has no terminator within so many bytes. Not every C
+// library has strnlen.
+inline size_t lengthWithin(const char *string, size_t count) {
+  const void *terminator = std::memchr(string, '\0', count);
+  if (terminator == nullptr) return count;
+  return static_cast<size_t>(static_cast<const char *>(terminator) - string);
+}
+
+// All others return 0, or an errno value with the destination unchanged unless documented otherwise.
 
 inline int memcpy_s(void *destination, size_t capacity, const void *source, size_t count) {
   if (count > capacity) return ERANGE;
@@ -35,7 +43,7 @@ NEB_XML_NOINLINE inline int memset_s(void *destination, size_t capacity, int byt
 
 // Copies at most count characters of a string and a terminator.
 inline int strncpy_s(char *destination, size_t capacity, const char *source, size_t count) {
-  const size_t length = strnlen(source, count);
+  const size_t length = lengthWithin(source, count);
   if (length >= capacity) return ERANGE;
   std::memcpy(destination, source, length);
   destination[length] = '\0';

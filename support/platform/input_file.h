@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/file_handle.h"
+
 namespace neb::platform {
 
 class InputFile {
@@ -14,7 +16,7 @@ class InputFile {
   InputFile(const InputFile &) = delete;
   InputFile &operator=(const InputFile &) = delete;
 
-  bool isOpen() const { return file_ >= 0; }
+  bool isOpen() const { return file_ != kNoFile; }
 
   // In bytes; negative if the file cannot be sought in, such as a pipe.
   int64_t length() const;
@@ -33,7 +35,7 @@ class InputFile {
   int64_t readNext(char *bytes, size_t count) const;
 
  private:
-  int file_;
+  FileHandle file_;
 };
 
 }  // namespace neb::platform

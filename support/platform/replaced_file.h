@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "platform/file_handle.h"
 #include "platform/output_file.h"
 
 namespace neb::platform {
@@ -10,13 +11,13 @@ namespace neb::platform {
 // The temporary file, while its content is written.
 class NewFile {
  public:
-  explicit NewFile(int file) : file_(file) {}
+  explicit NewFile(FileHandle file) : file_(file) {}
 
   // Appends. False if not all of it was written.
   bool write(const char *bytes, size_t length) const;
 
  private:
-  int file_;
+  FileHandle file_;
 };
 
 // Writes the whole content; false if that fails.
@@ -27,6 +28,11 @@ using ContentWriter = bool (*)(NewFile file, void *context);
 // link is followed. The target must be a regular file or not exist. After a failure the old file
 // is unchanged and no temporary one is left. If others change the target meanwhile, the content is
 // written again.
+//
+// Where there is only the C library, the rename is as atomic as that of its file system, nothing is
+// flushed to a disk, the new file has the rights of any new file, its name can be predicted, and a
+// symbolic link is replaced itself. Others are not noticed. If the file system does not rename over
+// a file that exists, replacing it fails.
 WriteOutcome replaceFile(const char *path, ContentWriter writeInto, void *context);
 
 // The same with a content that is in memory. An empty one is not written.

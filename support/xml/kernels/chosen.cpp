@@ -1,9 +1,8 @@
 #include "kernels/chosen.h"
 
-#include <atomic>
-
 #include "kernels/testing.h"
 #include "neb_xml.h"
+#include "platform/threads.h"
 
 namespace neb::xml::internal {
 
@@ -23,7 +22,7 @@ constexpr const Kernel *kBuiltKernels[] = {
 };
 
 // Null until the first choice. Threads that choose at once choose the same.
-constinit std::atomic<const Kernel *> g_chosen{nullptr};
+constinit platform::Atomic<const Kernel *> g_chosen{nullptr};
 
 const Kernel *bestKernel() {
   for (const Kernel *kernel : kBuiltKernels) {

@@ -2,11 +2,11 @@
 // with room for them. Allocations lie back to back and are freed together, when the session ends.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
 #include "platform/compiler.h"
+#include "platform/threads.h"
 
 namespace neb::xml::internal {
 
@@ -40,7 +40,7 @@ constexpr uint32_t kSeveralSessions = UINT32_MAX;  // never a handle
 // An open session. Its neighbours in the table may belong to other threads, so it fills a line where
 // pointers have 64 bits.
 struct XmlMemSession {
-  std::atomic<uint32_t> handle;  // 0 while the entry of the table is free
+  platform::Atomic<uint32_t> handle;  // 0 while the entry of the table is free
   uint32_t blockCount;
   XmlMemBlock *firstBlock;
   XmlMemBlock *lastBlock;

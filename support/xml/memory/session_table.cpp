@@ -16,15 +16,15 @@ constexpr uint32_t kClosed = uint32_t{1} << 31;
 // entries are freed without waiting for anyone: a thread that is held up in here, or that a fork
 // has left behind, holds nobody up.
 struct TableLevel {
-  std::atomic<XmlMemSession *> entries;
-  std::atomic<uint32_t> users;
+  platform::Atomic<XmlMemSession *> entries;
+  platform::Atomic<uint32_t> users;
 };
 
 alignas(kCacheLine) constinit XmlMemSession g_firstLevel[kFirstLevelEntries] = {};
 constinit TableLevel g_levels[kLevels] = {};  // the first entry stays unused
-constinit std::atomic<unsigned> g_levelsEnd{1};
-constinit std::atomic<uint32_t> g_openInLevels{0};
-constinit std::atomic<uint32_t> g_lastHandle{0};
+constinit platform::Atomic<unsigned> g_levelsEnd{1};
+constinit platform::Atomic<uint32_t> g_openInLevels{0};
+constinit platform::Atomic<uint32_t> g_lastHandle{0};
 
 uint32_t nextHandle() {
   uint32_t handle = 0;

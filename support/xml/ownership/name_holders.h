@@ -6,7 +6,6 @@
 // left may belong to another thread by then, so the holders are counted atomically.
 #pragma once
 
-#include <atomic>
 #include <new>
 
 #include "memory/hooks.h"
@@ -17,21 +16,23 @@ namespace neb::xml::internal {
 
 struct HeldDocument {
   XmlNode record;
-  std::atomic<uint32_t> holders;
+  platform::Atomic<uint32_t> holders;
 };
 
 static_assert(offsetof(HeldDocument, record) == 0);
 
-inline std::atomic<uint32_t> &holdersOf(XmlNode *document) {
+inline platform::Atomic<uint32_t> &holdersOf(XmlNode *document) {
   return reinterpret_cast<HeldDocument *>(document)->holders;
 }
 
 // For a record of sizeof(HeldDocument).
-inline void beginHolding(XmlNode *document) { new (&holdersOf(document)) std::atomic<uint32_t>(1); }
+inline void beginHolding(XmlNode *document) {
+  new (&holdersOf(document)) platform::Atomic<uint32_t>(1);
+}
 
 // Returns the number before. Without threads, a load and a store do, at a fraction of the cost.
 inline uint32_t addHolders(XmlNode *document, uint32_t count) {
-  std::atomic<uint32_t> &holders = holdersOf(document);
+  platform::Atomic<uint32_t> &holders = holdersOf(document);
   if (!platform::isSingleThreaded()) return holders.fetch_add(count, std::memory_order_acq_rel);
   const uint32_t before = holders.load(std::memory_order_relaxed);
   holders.store(before + count, std::memory_order_relaxed);

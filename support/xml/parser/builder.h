@@ -63,7 +63,7 @@ class TreeBuilder {
   TreeBuilder &operator=(const TreeBuilder &) = delete;
 
   ~TreeBuilder() {
-    if constexpr (Allocation::kIsArena) return;  // the session frees everything
+    if (allocation_.isArena()) return;  // the session frees everything
     if (next_ != nullptr && next_ != document_) freeUnused(next_);
     XML_FreeNode(document_);
   }
@@ -445,7 +445,7 @@ class TreeBuilder {
   // The next record becomes an element below the open one; its name has been copied.
   XmlNode *startNext(char *name, size_t length) {
     XmlNode *element = next_;
-    if constexpr (!Allocation::kIsArena) next_ = nullptr;  // freed with the tree from now on
+    if (!allocation_.isArena()) next_ = nullptr;  // freed with the tree from now on
     countElement();
     fillElement(element, allocation_.handle(), static_cast<uint16_t>(length));
     name[length] = '\0';
@@ -558,7 +558,7 @@ class TreeBuilder {
     if constexpr (Allocation::kIsArena) {
       memory = allocateFromSession(size);
     } else {
-      memory = static_cast<char *>(g_fnXMLMalloc(size));
+      memory = static_cast<char *>(allocation_.allocate(size));
     }
     if (memory == nullptr) hasFailed_ = true;
     return memory;
@@ -569,8 +569,8 @@ class TreeBuilder {
   }
 
   // Frees what nothing refers to yet. A session keeps it until it ends.
-  static void freeUnused([[maybe_unused]] void *memory) {
-    if constexpr (!Allocation::kIsArena) g_fnXMLFree(memory);
+  void freeUnused(void *memory) {
+    if (!allocation_.isArena()) g_fnXMLFree(memory);
   }
 
   // The terminator comes with the record.

@@ -18,7 +18,7 @@ class CharacterCheck {
     if (end <= checkedEnd_) return true;
     if (end != documentEnd) end = wholeCharacters(end);
     const char *from = std::exchange(checkedEnd_, end);
-    return chosenKernel().areAllowed(from, end);
+    return areAllowed(from, end);
   }
 
  private:

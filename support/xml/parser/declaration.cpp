@@ -23,7 +23,7 @@ std::string_view viewOf(const Run &run) { return {run.begin, run.length}; }
 
 // The VersionNum production of the fifth edition.
 bool isVersion(std::string_view version) {
-  return version.size() > 2 && version.substr(0, 2) == "1." &&
+  return version.size() > 2 && version[0] == '1' && version[1] == '.' &&
          std::all_of(version.begin() + 2, version.end(), isDigit);
 }
 

@@ -72,12 +72,12 @@ class Decoder {
 
   // Whole vectors are written: surplus bytes are overwritten, or cleared at the end.
   void copyVerbatim() {
-    while (static_cast<size_t>(end_ - from_) >= kCopyStride) {
+    while (!platform::kIsSmall && static_cast<size_t>(end_ - from_) >= kCopyStride) {
       const size_t verbatim = copyStride(from_, to_);
       moveOn(verbatim);
       if (verbatim < kCopyStride) return;
     }
-    while (static_cast<size_t>(end_ - from_) >= kVectorSize) {
+    while (!platform::kIsSmall && static_cast<size_t>(end_ - from_) >= kVectorSize) {
       const size_t verbatim = countBeforeFound(copyVector(from_, to_));
       if (verbatim < kVectorSize) return moveOn(verbatim);
       // Does not wait for the count.

@@ -1,5 +1,6 @@
 #include "parser/encoding.h"
 
+#include <cstring>
 #include <string_view>
 
 #include "parser/reasons.h"
@@ -25,13 +26,19 @@ constexpr Beginning kOtherEncodings[] = {
     {"<\0"sv, reasons::kUtf16},          {"\0<"sv, reasons::kUtf16},
 };
 
+// Those of the standard library may throw.
+bool begins(std::string_view document, std::string_view beginning) {
+  return document.size() >= beginning.size() &&
+         std::memcmp(document.data(), beginning.data(), beginning.size()) == 0;
+}
+
 }  // namespace
 
 EncodingMark findEncodingMark(const char *bytes, size_t length) {
   const std::string_view document(bytes, length);
-  if (document.substr(0, kUtf8Mark.size()) == kUtf8Mark) return {kUtf8Mark.size(), nullptr};
+  if (begins(document, kUtf8Mark)) return {kUtf8Mark.size(), nullptr};
   for (const Beginning &beginning : kOtherEncodings) {
-    if (document.substr(0, beginning.bytes.size()) == beginning.bytes) return {0, beginning.reason};
+    if (begins(document, beginning.bytes)) return {0, beginning.reason};
   }
   return {0, nullptr};
 }

@@ -22,6 +22,8 @@ struct NodeCounts {
 };
 
 // In the lenient language nothing is counted.
-struct NoNodeCounts {};
+struct NoNodeCounts {
+  static constexpr bool areWithinLimits() { return true; }
+};
 
 }  // namespace neb::xml::internal

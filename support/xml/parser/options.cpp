@@ -12,7 +12,6 @@ size_t limitOf(size_t field) { return field == 0 ? SIZE_MAX : field; }
 }  // namespace
 
 bool readOptions(const NEB_XML_READ_OPTIONS *options, ReadRequest *request, MemoryLimit *limit) {
-  request->isStrict = true;
   request->withSession = true;
   NEB_XML_READ_OPTIONS known;
   if (!takeOptions(options, &known)) return false;

@@ -67,6 +67,15 @@ struct WideMachine {
 using WideMachine = AnyMachine;
 #endif
 
+// A program of few bytes has one builder for each language, and the tokenizer alone reads for it.
+#if defined(NEB_XML_SMALL)
+using InArena = AnyAllocation;
+using OnHeap = AnyAllocation;
+#else
+using InArena = ArenaAllocation;
+using OnHeap = HeapAllocation;
+#endif
+
 // Memory for the record of one parse, in an arena or on the heap.
 class RecordMemory {
  public:
@@ -81,14 +90,37 @@ class RecordMemory {
   const Allocator &allocator() const { return allocator_; }
 
  private:
-  static constexpr size_t kSize = std::max({sizeof(XmlParser<HeapAllocation, LenientLanguage>),
-                                            sizeof(XmlParser<ArenaAllocation, LenientLanguage>),
-                                            sizeof(XmlParser<HeapAllocation, StrictLanguage>),
-                                            sizeof(XmlParser<ArenaAllocation, StrictLanguage>)});
+  static constexpr size_t kSize = std::max(
+      {sizeof(XmlParser<OnHeap, LenientLanguage>), sizeof(XmlParser<InArena, LenientLanguage>),
+       sizeof(XmlParser<OnHeap, StrictLanguage>), sizeof(XmlParser<InArena, StrictLanguage>)});
 
   const Allocator &allocator_;
   void *memory_;
 };
+
+// The whole document by the tokenizer, as the scanner does it. Characters are checked first, since
+// a NUL ends the tokens.
+template <typename Allocation, typename Language>
+bool readTokens(XmlParser<Allocation, Language> *parser, std::string_view text) {
+  auto &[builder, tokenizer] = *parser;
+  const char *end = text.data() + text.size();
+  if (Language::kIsStrict && !areAllowed(text.data(), end)) return false;
+  if (!tokenizer.skipProlog()) return false;
+  while (*tokenizer.cursor() != '\0') {
+    if (!tokenizer.readNext() || !builder.isWithinLimits()) return false;
+  }
+  if (!tokenizer.finish()) return false;
+  if constexpr (Language::kIsStrict) {
+    return !tokenizer.declaresAscii() || findOtherThanAscii(text.data(), end) == end;
+  }
+  return true;
+}
+
+template <typename Machine, typename Allocation, typename Language>
+bool readDocument(XmlParser<Allocation, Language> *parser, std::string_view text) {
+  if constexpr (platform::kIsSmall) return readTokens(parser, text);
+  return Scanner<Allocation, Machine, Language>(parser, text.size()).run();
+}
 
 template <typename Allocation, typename Machine, typename Language>
 uint32_t parseWith(const RecordMemory &record, std::string_view text, uint32_t session,
@@ -101,32 +133,34 @@ uint32_t parseWith(const RecordMemory &record, std::string_view text, uint32_t s
     parser->builder.setLimits(request.limits);
     if (request.refusesDoctype) parser->tokenizer.refuseDoctype();
   }
-  const bool isParsed = Scanner<Allocation, Machine, Language>(parser, text.size()).run();
+  const bool isParsed = readDocument<Machine>(parser, text);
   if (isParsed) *outDocument = parser->builder.release();
   parser->~Parser();
   return isParsed ? uint32_t{NEB_XML_OK} : uint32_t{NEB_XML_ERR_SYNTAX};
 }
 
-template <typename Allocation>
+// On the heap, allocations take most of the time of strict reading.
+template <typename Allocation, typename Language>
+using BestMachine =
+    std::conditional_t<Language::kIsStrict && !Allocation::kIsArena, AnyMachine, WideMachine>;
+
+template <typename Allocation, typename Language>
 uint32_t parseInto(const RecordMemory &record, std::string_view text, uint32_t session,
                    const ReadRequest &request, XmlNode **document) {
-  const bool isWide = chosenKernel().isWide;
-  const auto lenient = isWide ? parseWith<Allocation, WideMachine, LenientLanguage>
-                              : parseWith<Allocation, AnyMachine, LenientLanguage>;
-  // On the heap, allocations take most of the time.
-  using StrictMachine = std::conditional_t<Allocation::kIsArena, WideMachine, AnyMachine>;
-  const auto strict = isWide ? parseWith<Allocation, StrictMachine, StrictLanguage>
-                             : parseWith<Allocation, AnyMachine, StrictLanguage>;
-  return (request.isStrict ? strict : lenient)(record, text, session, request, document);
+  const bool isWide = !platform::kIsSmall && chosenKernel().isWide;
+  const auto parseOn = isWide ? parseWith<Allocation, BestMachine<Allocation, Language>, Language>
+                              : parseWith<Allocation, AnyMachine, Language>;
+  return parseOn(record, text, session, request, document);
 }
 
+template <typename Language>
 uint32_t parse(const RecordMemory &record, std::string_view text, const ReadRequest &request,
                XmlNode **document) {
-  if (!request.withSession) return parseInto<HeapAllocation>(record, text, 0, request, document);
+  if (!request.withSession) return parseInto<OnHeap, Language>(record, text, 0, request, document);
   NewSession session(record.allocator());
   if (session.handle() == 0) return NEB_XML_ERR_NO_MEMORY;
   const uint32_t result =
-      parseInto<ArenaAllocation>(record, text, session.handle(), request, document);
+      parseInto<InArena, Language>(record, text, session.handle(), request, document);
   if (result == NEB_XML_OK) session.release();
   return result;
 }
@@ -140,7 +174,7 @@ ReadRequest lenientRequest(bool withSession) {
 uint32_t parseText(const char *text, bool withSession, XmlNode **outDoc) {
   if (isMissing(text) || outDoc == nullptr) return NEB_XML_ERR_INVALID_PARAM;
   *outDoc = nullptr;
-  return parseDocument(text, lenientRequest(withSession), outDoc);
+  return parseDocument<LenientLanguage>(text, lenientRequest(withSession), outDoc);
 }
 
 uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
@@ -149,16 +183,20 @@ uint32_t parseFile(const char *path, bool withSession, XmlNode **outDoc) {
   LoadedDocument loaded;
   const uint32_t result = loaded.load(path);
   if (result != NEB_XML_OK) return result;
-  return parse(record, std::string_view(loaded.text()), lenientRequest(withSession), outDoc);
+  return parse<LenientLanguage>(record, loaded.text(), lenientRequest(withSession), outDoc);
 }
 
 }  // namespace
 
+template <typename Language>
 uint32_t parseDocument(std::string_view text, const ReadRequest &request, XmlNode **document) {
   const RecordMemory record(request.allocator);
   if (!record) return NEB_XML_ERR_NO_MEMORY;
-  return parse(record, text, request, document);
+  return parse<Language>(record, text, request, document);
 }
+
+template uint32_t parseDocument<LenientLanguage>(std::string_view, const ReadRequest &, XmlNode **);
+template uint32_t parseDocument<StrictLanguage>(std::string_view, const ReadRequest &, XmlNode **);
 
 }  // namespace neb::xml::internal
 

@@ -9,10 +9,9 @@
 #include "characters/utf8.h"
 #include "parser/checking_builder.h"
 #include "parser/encoding.h"
+#include "parser/language.h"
 #include "parser/message.h"
 #include "parser/reasons.h"
-#include "parser/strict_tokenizer.h"
-#include "parser/tokenizer.h"
 
 namespace neb::xml::internal {
 
@@ -110,7 +109,8 @@ uint32_t reportMemory(const Reported &document) {
   return reportMemory(document.request, document.error);
 }
 
-uint32_t findFailure(const Reported &document, const char *text) {
+uint32_t findFailure(LenientLanguage /*language*/, const Reported &document, const char *text,
+                     const char * /*end*/) {
   CheckingBuilder builder(document.request.allocator);
   Tokenizer<CheckingBuilder> tokenizer(&builder, text);
   const bool isWellFormed = tokenizer.skipProlog() && tokenizer.readAll();
@@ -163,7 +163,8 @@ uint32_t reportChecked(const Reported &document, const CheckingBuilder &checked,
   return reportFailure(document, code, failure);
 }
 
-uint32_t findStrictFailure(const Reported &document, const char *text, const char *end) {
+uint32_t findFailure(StrictLanguage /*language*/, const Reported &document, const char *text,
+                     const char *end) {
   CheckingBuilder builder(document.request.allocator, document.request.limits);
   StrictTokenizer<CheckingBuilder> tokenizer(&builder, text);
   if (document.request.refusesDoctype) tokenizer.refuseDoctype();
@@ -195,6 +196,7 @@ uint32_t reportMemory(const ReadRequest &request, NEB_XML_PARSE_ERROR *error) {
   return reportWithoutPosition(NEB_XML_ERR_NO_MEMORY, reasons::kNoMemory, request, error);
 }
 
+template <typename Language>
 uint32_t parseAndReport(const char *bytes, size_t length, const ReadRequest &request,
                         XmlNode **outDoc, NEB_XML_PARSE_ERROR *error) {
   // The code does not depend on whether the caller wants the record.
@@ -202,15 +204,15 @@ uint32_t parseAndReport(const char *bytes, size_t length, const ReadRequest &req
   const Reported document = {bytes, request, error == nullptr ? &unwanted : error};
   const EncodingMark mark = findEncodingMark(bytes, length);
   if (mark.reason != nullptr) {
-    const uint32_t code = request.isStrict ? NEB_XML_ERR_UNSUPPORTED : NEB_XML_ERR_SYNTAX;
+    const uint32_t code = Language::kIsStrict ? NEB_XML_ERR_UNSUPPORTED : NEB_XML_ERR_SYNTAX;
     return reportFailure(document, code, {mark.reason, bytes, {}, {}, {}});
   }
   const char *text = bytes + mark.length;
   const char *end = bytes + length;
   XmlNode *parsed = nullptr;
   // Lenient documents end at a NUL.
-  const size_t parsedLength = request.isStrict ? length - mark.length : std::strlen(text);
-  const uint32_t result = parseDocument({text, parsedLength}, request, &parsed);
+  const size_t parsedLength = Language::kIsStrict ? length - mark.length : std::strlen(text);
+  const uint32_t result = parseDocument<Language>({text, parsedLength}, request, &parsed);
   if (result == NEB_XML_OK) {
     *outDoc = parsed;
     return result;
@@ -218,7 +220,12 @@ uint32_t parseAndReport(const char *bytes, size_t length, const ReadRequest &req
   if (result == NEB_XML_ERR_NO_MEMORY || exceedsMemory(request)) {
     return reportMemory(request, error);
   }
-  return request.isStrict ? findStrictFailure(document, text, end) : findFailure(document, text);
+  return findFailure(Language(), document, text, end);
 }
+
+template uint32_t parseAndReport<LenientLanguage>(const char *, size_t, const ReadRequest &,
+                                                  XmlNode **, NEB_XML_PARSE_ERROR *);
+template uint32_t parseAndReport<StrictLanguage>(const char *, size_t, const ReadRequest &,
+                                                 XmlNode **, NEB_XML_PARSE_ERROR *);
 
 }  // namespace neb::xml::internal

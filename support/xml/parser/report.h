@@ -7,6 +7,11 @@ namespace neb::xml::internal {
 
 // Parses a loaded document, with or without a byte order mark. Returns a result code; *outDoc is
 // set on success only, and *error and the message on failure only. The error may be null.
+using ParseAndReport = uint32_t (*)(const char *bytes, size_t length, const ReadRequest &request,
+                                    XmlNode **outDoc, NEB_XML_PARSE_ERROR *error);
+
+// In each language, see language.h.
+template <typename Language>
 uint32_t parseAndReport(const char *bytes, size_t length, const ReadRequest &request,
                         XmlNode **outDoc, NEB_XML_PARSE_ERROR *error);
 

@@ -12,7 +12,7 @@ namespace neb::xml::internal {
 
 namespace {
 
-constexpr size_t kSlice = 4096;
+constexpr size_t kSlice = platform::kIsSmall ? 512 : 4096;
 
 // The value of a digit in base 10 or 16; the base itself for any other character.
 uint32_t digitValue(char digit, uint32_t base) {
@@ -54,9 +54,20 @@ size_t writeShortRun(char *to, const char *from, size_t length) {
   return std::min(countBeforeFound(Value::findEscaped(bytes)), length);
 }
 
+template <typename Value>
+size_t writeBytes(char *to, const char *from, size_t length) {
+  size_t written = 0;
+  for (; written < length; ++written) {
+    if (Value::findEscaped(SingleByte(static_cast<uint8_t>(from[written])))[0] != 0) break;
+    to[written] = from[written];
+  }
+  return written;
+}
+
 // The same for any run, which is written up to there.
 template <typename Value>
 size_t writeRun(char *to, const char *from, size_t length) {
+  if constexpr (platform::kIsSmall) return writeBytes<Value>(to, from, length);
   if (length < kVectorSize) return writeShortRun<Value>(to, from, length);
   const auto writeVector = [=](size_t at) {
     const Vector bytes = loadVector(from + at);
@@ -182,7 +193,7 @@ NEB_XML_NOINLINE char *copyStrictly(SinkOutput &output, char *to, const char *va
     } else if (isAsciiOnly) {
       to = writeNumericReference(to, &value, end);
     } else {
-      isChecked = chosenKernel().areAllowed(value, end);
+      isChecked = areAllowed(value, end);
       if (!isChecked) to = nullptr;
     }
     if (to == nullptr) return output.refuse(NEB_XML_ERR_UNWRITABLE);

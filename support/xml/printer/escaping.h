@@ -16,26 +16,31 @@ char *writeLiteral(char *to, const char (&literal)[size]) {
 }
 
 // The five characters that markup needs. '"' and '&' are one bit apart, and so are '<' and '>'.
-inline Vector findMarkupCharacters(Vector bytes) {
+template <typename Bytes>
+Bytes findMarkupCharacters(Bytes bytes) {
   constexpr uint8_t kQuoteOrAmpersand = '"' ^ '&';
   constexpr uint8_t kLessOrGreater = '<' ^ '>';
   return ((bytes | kQuoteOrAmpersand) == ('"' | '&')) | ((bytes | kLessOrGreater) == ('<' | '>')) |
          (bytes == '\'');
 }
 
-// Each kind finds what it does not copy unchanged, and writes one character of that; null when no
+// Each kind finds what it does not copy unchanged, in vectors or in single bytes, and writes one character of that; null when no
 // document can hold it.
 
 // An ampersand that begins a reference stays, and every byte passes.
 struct LenientValue {
-  static Vector findEscaped(Vector bytes) { return findMarkupCharacters(bytes); }
+  template <typename Bytes>
+  static Bytes findEscaped(Bytes bytes) {
+    return findMarkupCharacters(bytes);
+  }
   static char *writeEscaped(char *to, const char *character);
 };
 
 // An attribute's value that is read as it was. White space but the space would be read as one.
 struct ExactAttributeValue {
   // Not the zeros behind the end.
-  static Vector findEscaped(Vector bytes) {
+  template <typename Bytes>
+  static Bytes findEscaped(Bytes bytes) {
     return findMarkupCharacters(bytes) | (bytes - 1 < ' ' - 1);
   }
   static char *writeEscaped(char *to, const char *character);
@@ -43,7 +48,8 @@ struct ExactAttributeValue {
 
 // An element's value that is read as it was, but for white space at its beginning.
 struct ExactElementValue {
-  static Vector findEscaped(Vector bytes) {
+  template <typename Bytes>
+  static Bytes findEscaped(Bytes bytes) {
     return ExactAttributeValue::findEscaped(bytes) & ~(bytes - '\t' <= '\n' - '\t');
   }
   static constexpr auto writeEscaped = ExactAttributeValue::writeEscaped;
@@ -53,14 +59,16 @@ struct ExactElementValue {
 // until it has been checked.
 struct StrictAttributeValue {
   using Checked = ExactAttributeValue;
-  static Vector findEscaped(Vector bytes) {
+  template <typename Bytes>
+  static Bytes findEscaped(Bytes bytes) {
     return ExactAttributeValue::findEscaped(bytes) | (bytes > 0x7F);
   }
 };
 
 struct StrictElementValue {
   using Checked = ExactElementValue;
-  static Vector findEscaped(Vector bytes) {
+  template <typename Bytes>
+  static Bytes findEscaped(Bytes bytes) {
     return ExactElementValue::findEscaped(bytes) | (bytes > 0x7F);
   }
 };

@@ -11,19 +11,26 @@
 
 namespace neb::xml::internal {
 
-inline Vector findAsciiOfNames(Vector bytes) {
-  const Vector isLetter = (bytes | ('a' ^ 'A')) - 'a' < 26;
-  const Vector isDigitOrColon = bytes - '0' < 11;
-  const Vector isHyphenOrDot = bytes - '-' < 2;
+template <typename Bytes>
+Bytes findAsciiOfNames(Bytes bytes) {
+  const Bytes isLetter = (bytes | ('a' ^ 'A')) - 'a' < 26;
+  const Bytes isDigitOrColon = bytes - '0' < 11;
+  const Bytes isHyphenOrDot = bytes - '-' < 2;
   return isLetter | isDigitOrColon | isHyphenOrDot | (bytes == '_');
 }
 
 // Which bytes a name may have. Of all other characters, every byte passes, or none.
 struct AnyCharacters {
-  static Vector find(Vector bytes) { return findAsciiOfNames(bytes) | (bytes > 0x7F); }
+  template <typename Bytes>
+  static Bytes find(Bytes bytes) {
+    return findAsciiOfNames(bytes) | (bytes > 0x7F);
+  }
 };
 struct AsciiCharacters {
-  static Vector find(Vector bytes) { return findAsciiOfNames(bytes); }
+  template <typename Bytes>
+  static Bytes find(Bytes bytes) {
+    return findAsciiOfNames(bytes);
+  }
 };
 
 inline bool isFirstOfName(char byte) {
@@ -40,6 +47,11 @@ inline bool beginsAndEndsAsName(const char *name, const char *end) {
 template <typename Bytes>
 bool isName(const char *name, const char *end) {
   if (!beginsAndEndsAsName(name, end)) return false;
+  if constexpr (platform::kIsSmall) {
+    return std::all_of(name, end, [](char byte) {
+      return Bytes::find(SingleByte(static_cast<uint8_t>(byte)))[0] != 0;
+    });
+  }
   for (; name < end; name += kVectorSize) {
     const uint64_t outside = bitsOf(~Bytes::find(loadVector(name)));
     const size_t left = std::min(static_cast<size_t>(end - name), kVectorSize);

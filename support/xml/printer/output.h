@@ -61,7 +61,7 @@ class Output {
  private:
   struct Chunk;
 
-  static constexpr size_t kSmallRoom = 4096;
+  static constexpr size_t kSmallRoom = platform::kIsSmall ? 512 : 4096;
 
   NEB_XML_NOINLINE char *addRoom(char *cursor, uint64_t count);
   char *growBuffer(size_t count);

@@ -227,7 +227,7 @@ class Printer {
     if (ShortString::isLengthOfOne(length) && hasBytesBeforeStrings(node)) {
       const ShortString value(node->value, length);
       if (needsNoEscape<Value>(value.bytes())) return value.copyTo(to, length);
-    } else if (length < kVectorSize && output_.hasRoom(to, length)) {
+    } else if (!platform::kIsSmall && length < kVectorSize && output_.hasRoom(to, length)) {
       const Vector bytes = loadFirst(node->value, length);
       if (needsNoEscape<Value>(bytes)) {
         storeVector(to, bytes);

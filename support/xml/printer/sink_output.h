@@ -21,7 +21,7 @@ class SinkOutput {
   SinkOutput &operator=(const SinkOutput &) = delete;
 
   static constexpr size_t kSlack = Output::kSlack;
-  static constexpr size_t kLongestChunk = size_t{16} * 1024;
+  static constexpr size_t kLongestChunk = size_t{platform::kIsSmall ? 1 : 16} * 1024;
 
   char *begin() { return begin_; }
 

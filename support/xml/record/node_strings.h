@@ -42,6 +42,7 @@ inline char *copyString(char *to, const char *from, size_t length, bool hasBytes
 // Whether two strings of one length are the same. Up to sixteen bytes take two words of each, which
 // may overlap.
 inline bool sameBytes(const char *a, const char *b, size_t length) {
+  if constexpr (platform::kIsSmall) return std::memcmp(a, b, length) == 0;
   const auto same = [=]<typename Word>(Word /*size*/) {
     Word words[4];
     const size_t at = length - sizeof(Word);

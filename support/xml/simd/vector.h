@@ -24,7 +24,7 @@ inline Vector loadVector(const void *from) {
 // Fewer bytes than a vector has, and zeros behind them.
 inline Vector loadFirst(const char *from, size_t count) {
   Vector bytes = {};
-  if constexpr (std::endian::native != std::endian::little) {
+  if constexpr (platform::kIsSmall || std::endian::native != std::endian::little) {
     std::memcpy(&bytes, from, count);
     return bytes;
   }
@@ -56,6 +56,10 @@ inline void storeVector(void *to, Vector bytes) { std::memcpy(to, &bytes, kVecto
 // Copies a string without its terminator, with whole vectors that may be written up to a vector too
 // far; returns where it ends.
 inline char *copyString(char *to, const char *from, size_t length) {
+  if constexpr (platform::kIsSmall) {
+    std::memcpy(to, from, length);
+    return to + length;
+  }
   if (length < kVectorSize) {
     storeVector(to, loadFirst(from, length));
     return to + length;
@@ -69,6 +73,10 @@ inline char *copyString(char *to, const char *from, size_t length) {
 // Copies up to two vectors and not a byte more. Both ends are read before anything is written, so
 // source and destination may overlap.
 inline void moveShort(char *to, const char *from, size_t length) {
+  if constexpr (platform::kIsSmall) {
+    std::memmove(to, from, length);
+    return;
+  }
   const auto move = [=]<typename Word>(Word first, Word last) {
     const size_t at = length - sizeof(Word);
     std::memcpy(&first, from, sizeof first);
@@ -92,7 +100,9 @@ struct ShortString {
   uint64_t last;
   size_t lastAt;
 
-  static constexpr bool isLengthOfOne(size_t length) { return length - 1 < kVectorSize; }
+  static constexpr bool isLengthOfOne(size_t length) {
+    return !platform::kIsSmall && length - 1 < kVectorSize;
+  }
 
   ShortString(const char *string, size_t length) {
     constexpr size_t kWord = sizeof(uint64_t);

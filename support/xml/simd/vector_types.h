@@ -13,26 +13,8 @@ namespace neb::xml::internal {
 inline constexpr size_t kVectorSize = 16;
 inline constexpr size_t kTwoVectors = 2 * kVectorSize;
 
-#if defined(NEB_XML_VECTOR_TYPES)
-
-using Vector = uint8_t __attribute__((vector_size(kVectorSize)));
-using SignedVector = int8_t __attribute__((vector_size(kVectorSize)));
-using Words = uint64_t __attribute__((vector_size(kVectorSize)));
-
-// At any address: one vector on a machine with such wide ones. memcpy is not used, because g++ 12
-// would copy through the stack.
-inline void copyTwoVectors(char *to, const char *from) {
-  using Bytes = uint8_t __attribute__((vector_size(kTwoVectors)));
-  struct [[gnu::packed, gnu::may_alias]] AnyAddress {
-    Bytes bytes;
-  };
-  reinterpret_cast<AnyAddress *>(to)->bytes = reinterpret_cast<const AnyAddress *>(from)->bytes;
-}
-
-#else
-
 // Operators act on each number by itself. A comparison gives numbers of ones or zeros in all bits.
-template <typename Number>
+template <typename Number, size_t count = kVectorSize>
 class VectorOf {
  public:
   VectorOf() = default;
@@ -69,19 +51,41 @@ class VectorOf {
   }
   friend VectorOf operator>(VectorOf a, VectorOf b) { return b < a; }
 
+  Number operator[](size_t i) const { return numbers_[i]; }
+
  private:
   // A loop that compilers turn into one instruction or a few.
   template <typename Operation>
   static VectorOf each(VectorOf a, VectorOf b, Operation operation) {
     VectorOf result;
-    for (size_t i = 0; i < kVectorSize; ++i) {
+    for (size_t i = 0; i < count; ++i) {
       result.numbers_[i] = static_cast<Number>(operation(a.numbers_[i], b.numbers_[i]));
     }
     return result;
   }
 
-  std::array<Number, kVectorSize> numbers_;
+  std::array<Number, count> numbers_;
 };
+
+using SingleByte = VectorOf<uint8_t, 1>;
+
+#if defined(NEB_XML_VECTOR_TYPES)
+
+using Vector = uint8_t __attribute__((vector_size(kVectorSize)));
+using SignedVector = int8_t __attribute__((vector_size(kVectorSize)));
+using Words = uint64_t __attribute__((vector_size(kVectorSize)));
+
+// At any address: one vector on a machine with such wide ones. memcpy is not used, because g++ 12
+// would copy through the stack.
+inline void copyTwoVectors(char *to, const char *from) {
+  using Bytes = uint8_t __attribute__((vector_size(kTwoVectors)));
+  struct [[gnu::packed, gnu::may_alias]] AnyAddress {
+    Bytes bytes;
+  };
+  reinterpret_cast<AnyAddress *>(to)->bytes = reinterpret_cast<const AnyAddress *>(from)->bytes;
+}
+
+#else
 
 using Vector = VectorOf<uint8_t>;
 using SignedVector = VectorOf<int8_t>;

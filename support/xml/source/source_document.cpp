@@ -12,7 +12,7 @@ namespace neb::xml::internal {
 uint32_t SourceDocument::match(const XmlNode *root, Targets *targets) {
   if (!copy_.copy(bytes_, length_)) return NEB_XML_ERR_NO_MEMORY;
   // Nothing behind a NUL would be read; it is not allowed either.
-  if (!chosenKernel().areAllowed(begin(), end())) return NEB_XML_ERR_SYNTAX;
+  if (!areAllowed(begin(), end())) return NEB_XML_ERR_SYNTAX;
   const uint32_t result = read(root, targets);
   if (result != NEB_XML_OK) return result;
   const bool areFound = std::all_of(targets->begin(), targets->end(),

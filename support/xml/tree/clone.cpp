@@ -50,7 +50,7 @@ class SessionCopier {
   SessionCopier &operator=(const SessionCopier &) = delete;
 
   XmlNode *copyRecord(const XmlNode *source, uint32_t type) {
-    if ((source->marks & kStringsTogether) != 0) {
+    if (!platform::kIsSmall && (source->marks & kStringsTogether) != 0) {
       if (XmlNode *copy = copyTogether(source)) return copy;
     } else if (type == NEB_XML_NODE_ELEMENT && hasShortStrings(source)) {
       if (XmlNode *copy = copyShort(source)) return copy;

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "characters/digits.h"
+#include "platform/bounded_memory.h"
 #include "record/node_strings.h"
 
 namespace neb::xml::internal {
@@ -83,10 +84,8 @@ class PatternParser {
 
   bool readStep(bool isFirst) {
     if (pattern_.groupCount > 1 && group().stepCount == kMostStepsOfLaterGroup) return false;
-    Step &step = pattern_.steps[pattern_.stepCount];
-    step.position = kNoPosition;
-    step.firstPredicate = pattern_.predicateCount;
-    step.predicateCount = 0;
+    Step &step = pattern_.parts[pattern_.stepCount].step;
+    step = {{}, kNoPosition, pattern_.predicateCount, 0};
     if (!readName(kInPath, &step.name)) return false;
     ++pattern_.stepCount;
     ++group().stepCount;
@@ -120,14 +119,14 @@ class PatternParser {
     if (length > kLongestPosition) position = kUnreachable;
     if (position == 0) return false;
     from_ += length;
-    pattern_.steps[pattern_.stepCount - 1].position = position;
+    pattern_.parts[pattern_.stepCount - 1].step.position = position;
     if (pattern_.groupCount > 1) group().positions |= StepSet{1} << (group().stepCount - 1);
     return true;
   }
 
   bool readPredicate() {
-    Predicate &predicate = pattern_.predicates[pattern_.predicateCount++];
-    predicate.value = nullptr;
+    Predicate &predicate = pattern_.parts[kMostSteps - ++pattern_.predicateCount].predicate;
+    predicate = {};
     if (*from_ == '.') {
       predicate.subject = Subject::self;
       ++from_;
@@ -151,7 +150,7 @@ class PatternParser {
       if (*from_ == ':') name->hasColon = true;
       *to_++ = *from_++;
     }
-    name->length = static_cast<size_t>(to_ - name->text);
+    name->length = static_cast<uint16_t>(to_ - name->text);
     *to_++ = '\0';
     return name->isAny ? *from_ == '\0' || isOneOf(*from_, context.ends) : name->length != 0;
   }
@@ -222,16 +221,15 @@ bool NameTest::accepts(const XmlNode *node) const {
   if (!hasColon || node->prefix == nullptr) {
     return NameToFind(std::string_view(text, length)).isNameOf(node);
   }
-  const size_t prefixLength = strnlen(node->prefix, length);
+  const size_t prefixLength = platform::lengthWithin(node->prefix, length);
   return std::memcmp(node->prefix, text, prefixLength) == 0 && text[prefixLength] == ':' &&
          std::strcmp(node->name, text + prefixLength + 1) == 0;
 }
 
 bool holdPredicates(const Pattern &pattern, const Step &step, const XmlNode *node,
                     size_t *scanned) {
-  const Predicate *predicate = pattern.predicates + step.firstPredicate;
   for (size_t i = 0; i < step.predicateCount; ++i) {
-    if (!holds(predicate[i], node, scanned)) return false;
+    if (!holds(pattern.predicate(step.firstPredicate + i), node, scanned)) return false;
   }
   return true;
 }

@@ -11,7 +11,6 @@ namespace neb::xml::internal {
 
 constexpr size_t kLongestPattern = 511;                   // bytes
 constexpr size_t kMostSteps = (kLongestPattern + 1) / 2;  // "a.a"
-constexpr size_t kMostPredicates = kLongestPattern / 3;   // "[a]"
 constexpr size_t kMostLaterGroups = 16;                   // each begins with "**"
 constexpr size_t kMostStepsOfLaterGroup = 32;             // one bit of a StepSet each
 constexpr size_t kNoPosition = 0;
@@ -21,7 +20,7 @@ using StepSet = uint32_t;
 
 struct NameTest {
   const char *text;
-  size_t length;
+  uint16_t length;
   bool isAny;     // "*"
   bool hasColon;  // then it names a prefix too
 
@@ -40,8 +39,8 @@ struct Predicate {
 struct Step {
   NameTest name;
   size_t position;  // among the siblings that the name test accepts, from 1; or kNoPosition
-  size_t firstPredicate;
-  size_t predicateCount;
+  uint16_t firstPredicate;
+  uint16_t predicateCount;
 };
 
 struct Group {
@@ -50,16 +49,24 @@ struct Group {
   StepSet positions;  // of a later group: the steps with a position
 };
 
+// A predicate takes more bytes than a step, "[a]", so that there are never more of both together.
+union StepOrPredicate {
+  Step step;
+  Predicate predicate;
+};
+
 struct Pattern {
-  char text[kLongestPattern + 1];  // the names and values, each with its terminator
-  Step steps[kMostSteps];
-  Predicate predicates[kMostPredicates];
+  char text[kLongestPattern + 1];     // the names and values, each with its terminator
+  StepOrPredicate parts[kMostSteps];  // steps from the begin on, predicates from the end on
   Group groups[1 + kMostLaterGroups];
   size_t stepCount;
-  size_t predicateCount;
+  uint16_t predicateCount;
   size_t groupCount;
   bool findsAttributes;
   NameTest attribute;
+
+  const Step &step(size_t index) const { return parts[index].step; }
+  const Predicate &predicate(size_t index) const { return parts[kMostSteps - 1 - index].predicate; }
 };
 
 // Parses a pattern of at most kLongestPattern bytes. Returns null, or the first byte that is wrong.

@@ -33,8 +33,9 @@ StepSet positionsAt(const Level &parent, const XmlNode *node) {
 // Levels that are made again, the lowest first. The set of a level takes as many of them, from it
 // on, as the group has steps.
 struct Climb {
-  Level levels[kMostRemade];
-  size_t span;  // the steps of the group
+  Level lowest;
+  StepSet matched[kMostRemade];  // of each level
+  size_t span;                   // the steps of the group
   size_t needed = span;
   size_t nextSlot = 0;
 
@@ -66,7 +67,7 @@ class Search {
 
  private:
   const Group &group() const { return pattern_.groups[walk_.group]; }
-  const Step &step(size_t index) const { return pattern_.steps[group().firstStep + index]; }
+  const Step &step(size_t index) const { return pattern_.step(group().firstStep + index); }
   bool isInFirstGroup() const { return walk_.group == 0; }
   bool isInLastGroup() const { return walk_.group + 1 == pattern_.groupCount; }
 
@@ -300,21 +301,27 @@ class Search {
     for (const XmlNode *child = walk_.node; !readLevel(&climb, last, child); ++last) {
       child = child->parent;
     }
-    const Level *levels = climb.levels;
     for (size_t i = last; i > 0; --i) {
-      climb.levels[i - 1].matched &= levels[i].matched << 1 | 1;
-      Level *kept = findKept(levels[i - 1].depth);
-      if (kept != nullptr) kept->matched = levels[i - 1].matched;
+      climb.matched[i - 1] &= climb.matched[i] << 1 | 1;
+      Level *kept = findKept(depthAbove(i - 1));
+      if (kept != nullptr) kept->matched = climb.matched[i - 1];
     }
-    walk_.parent = levels[0];
+    walk_.parent = climb.lowest;
+    walk_.parent.matched = climb.matched[0];
   }
+
+  // The depth of a level of a climb.
+  size_t depthAbove(size_t index) const { return walk_.depth - 1 - index; }
 
   // Reads the level above a child. The set of steps is that of the node alone, unless it is whole.
   // Returns whether no level above that is needed.
   bool readLevel(Climb *climb, size_t index, const XmlNode *child) {
-    Level *level = &climb->levels[index];
-    const bool isLast = isKnown(walk_.depth - 1 - index, level) || remakeLevel(climb, index, child);
-    if (index > 0) level[-1].matched &= ~group().positions | positionsAt(*level, child);
+    Level level;
+    const bool isLast =
+        isKnown(depthAbove(index), &level) || remakeLevel(climb, index, child, &level);
+    climb->matched[index] = level.matched;
+    if (index == 0) climb->lowest = level;
+    if (index > 0) climb->matched[index - 1] &= ~group().positions | positionsAt(level, child);
     return isLast;
   }
 
@@ -325,9 +332,8 @@ class Search {
     return kept != nullptr || depth == 0;
   }
 
-  bool remakeLevel(Climb *climb, size_t index, const XmlNode *child) {
-    Level *level = &climb->levels[index];
-    *level = {walk_.depth - 1 - index, nullptr, 0, 0};
+  bool remakeLevel(Climb *climb, size_t index, const XmlNode *child, Level *level) {
+    *level = {depthAbove(index), nullptr, 0, 0};
     size_t scanned = 0;
     findTarget(child->parent, child, level, &scanned);
     bool isToBeKept = climb->noteScanned(index, scanned);

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "neb_xml.h"
+#include "platform/bounded_memory.h"
 #include "tree/pattern.h"
 #include "tree/pattern_walk.h"
 
@@ -57,7 +58,8 @@ uint32_t NEB_XML_Select(const XmlNode *start, const char *pattern, NEB_XML_CURSO
   if (start == nullptr || isMissing(pattern) || cursor == nullptr || isAttribute(start)) {
     return NEB_XML_ERR_INVALID_PARAM;
   }
-  if (strnlen(pattern, kLongestPattern + 1) > kLongestPattern) return NEB_XML_ERR_INVALID_PARAM;
+  if (neb::platform::lengthWithin(pattern, kLongestPattern + 1) > kLongestPattern)
+    return NEB_XML_ERR_INVALID_PARAM;
   Walk walk = readWalk(cursor);
   if (!takeArguments(start, pattern, &walk)) return NEB_XML_ERR_INVALID_PARAM;
   Pattern parsed;
