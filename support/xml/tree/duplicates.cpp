@@ -88,6 +88,11 @@ class SipHash {
     std::memcpy(word_, text + done, length - done);
   }
 
+  void add(char byte) {
+    word_[length_++ % sizeof word_] = byte;
+    if (length_ % sizeof word_ == 0) mix(word());
+  }
+
   uint64_t finish() {
     const size_t held = length_ % sizeof word_;
     std::memset(word_ + held, 0, sizeof word_ - held);
@@ -212,9 +217,8 @@ void DuplicateDetector::fill(uint64_t hash) {
 uint64_t DuplicateDetector::hashOf(const XmlNode *attribute) const {
   SipHash hash(addressOf(this), addressOf(reinterpret_cast<const void *>(g_fnXMLMalloc)));
   if (attribute->prefix != nullptr) {
-    const char separator = compared_ == Compared::asPrinted ? ':' : '\0';
     hash.add(attribute->prefix, std::strlen(attribute->prefix));
-    hash.add(&separator, 1);
+    hash.add(compared_ == Compared::asPrinted ? ':' : '\0');
   }
   if (attribute->name != nullptr) hash.add(attribute->name, std::strlen(attribute->name));
   return std::max(hash.finish(), kFree + 1);
