@@ -13,6 +13,8 @@ namespace {
 constexpr const Kernel *kBuiltKernels[] = {
 #if defined(__x86_64__)
     &kAvx2Kernel,
+#endif
+#if defined(__SSE2__)
     &kSse2Kernel,
 #elif defined(__AARCH64EL__) && defined(__ARM_NEON)
     &kNeonKernel,

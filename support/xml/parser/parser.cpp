@@ -30,7 +30,17 @@ namespace {
 #pragma GCC optimize("no-tree-slp-vectorize")
 #endif
 
+// A build for machines with wide vectors alone has them in the only copy.
+#if defined(__AVX2__) && defined(__BMI__) && defined(__BMI2__)
+#define NEB_XML_ONLY_WIDE
+#endif
+
 struct AnyMachine {
+#if defined(NEB_XML_ONLY_WIDE)
+  using Vectors = WideVectors;
+#else
+  using Vectors = AnyVectors;
+#endif
   template <typename Scanner>
   NEB_XML_LOOP static void scan(Scanner *scanner) {
     scanner->scan();
@@ -45,14 +55,10 @@ struct AnyMachine {
   }
 };
 
-// A build for machines with wide vectors alone has them in the only copy.
-#if defined(__AVX2__) && defined(__BMI__) && defined(__BMI2__)
-#define NEB_XML_ONLY_WIDE
-#endif
-
 #if defined(__x86_64__) && !defined(__OPTIMIZE_SIZE__) && !defined(NEB_XML_ONLY_WIDE)
 // The same, for machines with wide vectors.
 struct WideMachine {
+  using Vectors = WideVectors;
   template <typename Scanner>
   NEB_XML_TARGET("avx2,bmi,bmi2")
   NEB_XML_LOOP static void scan(Scanner *scanner) {
