@@ -9,7 +9,7 @@ namespace neb::xml::internal {
 constexpr bool isAscii(char byte) { return static_cast<uint8_t>(byte) < 0x80; }
 
 // Whether a byte of UTF-8 goes on with a character.
-constexpr bool isTail(char byte) { return (static_cast<uint8_t>(byte) & 0xC0) == 0x80; }
+constexpr bool isTail(char byte) { return static_cast<int8_t>(byte) < -0x40; }
 
 struct Character {
   uint32_t code;
@@ -21,6 +21,10 @@ Character characterAt(const char *from, const char *end);
 
 // The same in a terminated string. Nothing behind its terminator is read.
 Character characterAt(const char *from);
+
+// Behind the characters beyond ASCII that begin here, and behind single spaces between them; null if
+// one of them is not well-formed UTF-8 of a character that XML allows.
+const char *skipBeyondAscii(const char *from, const char *end);
 
 // The first byte that does not belong to well-formed UTF-8 of characters that XML allows; the end
 // if there is none.

@@ -96,4 +96,11 @@ constexpr bool isAscii(const ByteSet &set) {
 }
 static_assert(isAscii(kNameEndBytes));
 
+// The characters of one byte that XML allows.
+inline constexpr ByteSet kAllowedAscii = [] {
+  ByteSet bytes = kWhitespaceBytes;
+  for (size_t byte = ' '; byte < kAsciiBytes; ++byte) bytes.add(byte);
+  return bytes;
+}();
+
 }  // namespace neb::xml::internal

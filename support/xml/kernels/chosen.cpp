@@ -13,7 +13,7 @@ constexpr const Kernel *kBuiltKernels[] = {
 #if defined(NEB_XML_TARGETS)
     &kAvx2Kernel,
 #endif
-#if defined(NEB_XML_X86_64)
+#if defined(NEB_XML_SSE2)
     &kSse2Kernel,
 #elif defined(__AARCH64EL__) && defined(__ARM_NEON)
     &kNeonKernel,

@@ -9,7 +9,8 @@
 
 namespace neb::xml::internal {
 
-// The bytes that answer them are in byte_sets.h.
+// The bytes that answer them are in byte_sets.h. A kernel may find more ends of names, at bytes that
+// are not in usual names. For strict reading, it may find control characters that XML refuses.
 enum Question : uint8_t { kNameEnds, kValueEnds, kTextEnds, kNonWhitespace, kQuestions };
 
 inline constexpr size_t kBytesPerWord = 64;
@@ -36,13 +37,10 @@ struct Kernel {
 };
 
 extern const Kernel kPortableKernel;
-// Of it. Other kernels use them that have none of their own.
-void indexStrictlyByTable(const char *bytes, size_t words, size_t firstWord, IndexWords &index);
-bool areAllowedByVector(const char *from, const char *end);
 #if defined(NEB_XML_TARGETS)
 extern const Kernel kAvx2Kernel;
 #endif
-#if defined(NEB_XML_X86_64)
+#if defined(NEB_XML_SSE2)
 extern const Kernel kSse2Kernel;
 #elif defined(__AARCH64EL__) && defined(__ARM_NEON)
 extern const Kernel kNeonKernel;

@@ -6,6 +6,7 @@
 #include <arm_neon.h>
 
 #include "kernels/byte_sets.h"
+#include "kernels/vector_search.h"
 #include "simd/vector.h"
 
 namespace neb::xml::internal {
@@ -77,7 +78,7 @@ void indexByNeon(const char *bytes, size_t words, size_t firstWord, IndexWords &
 }  // namespace
 
 constinit const Kernel kNeonKernel = {"neon", indexByNeon<kLenientSets>, indexByNeon<kStrictSets>,
-                                      areAllowedByVector, false};
+                                      CharactersBy<SearchByVector>::areAllowed, false};
 
 }  // namespace neb::xml::internal
 

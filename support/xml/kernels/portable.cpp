@@ -1,21 +1,22 @@
 // The kernel of all other machines: a table answers all questions of a byte at once.
 #include <bit>
+#include <cstring>
 
-#include "characters/utf8.h"
 #include "kernels/byte_sets.h"
+#include "kernels/character_check.h"
 #include "kernels/kernel.h"
-#include "simd/vector.h"
 
 namespace neb::xml::internal {
 
 namespace {
 
-// The answers for sixteen bytes lie in one number, in a lane of sixteen bits for each question.
-constexpr size_t kLaneBits = 16;
-static_assert(kLaneBits * kQuestions == 64);
+// The answers for eight bytes lie in one number, in a lane of eight bits for each question. Numbers
+// of 32 bits are fast on small machines too.
+constexpr size_t kLaneBits = 8;
+static_assert(kLaneBits * kQuestions == 32);
 
 struct AnswersOfBytes {
-  uint64_t answers[kByteValues];
+  uint32_t answers[kByteValues];
 
   constexpr AnswersOfBytes(const ByteSet &nameEnds, const ByteSet &valueEnds,
                            const ByteSet &textEnds)
@@ -29,8 +30,8 @@ struct AnswersOfBytes {
   }
 
  private:
-  static constexpr uint64_t lane(bool answer, Question question) {
-    return uint64_t{answer} << question * kLaneBits;
+  static constexpr uint32_t lane(bool answer, Question question) {
+    return uint32_t{answer} << question * kLaneBits;
   }
 };
 
@@ -38,61 +39,68 @@ constexpr AnswersOfBytes kLenientAnswers(kNameEndBytes, kValueEndBytes, kTextEnd
 constexpr AnswersOfBytes kStrictAnswers(kStrictNameEndBytes, kStrictValueEndBytes,
                                         kStrictTextEndBytes);
 
-inline uint64_t answersOf(const AnswersOfBytes &answersOfBytes, const char *bytes) {
-  uint64_t answers = 0;
-  for (size_t i = 0; i < kLaneBits; ++i) {
-    answers |= answersOfBytes.answers[static_cast<uint8_t>(bytes[i])] << i;
-  }
-  return answers;
+// From the last byte to the first, so that each makes room for the next. Written out, since not
+// every compiler unrolls a loop.
+inline uint32_t answersOf(const AnswersOfBytes &answersOfBytes, const char *bytes) {
+  const auto of = [&](size_t i) { return answersOfBytes.answers[static_cast<uint8_t>(bytes[i])]; };
+  const uint32_t last = ((of(7) << 1 | of(6)) << 1 | of(5)) << 1 | of(4);
+  return (((last << 1 | of(3)) << 1 | of(2)) << 1 | of(1)) << 1 | of(0);
+}
+
+// The lane of a question becomes one byte of its word.
+inline void storeLanes(uint32_t answers, size_t lane, size_t word, IndexWords &index) {
+  const size_t byte = std::endian::native == std::endian::little ? lane : 7 - lane;
+  const auto store = [&](Question question) {
+    const auto bits = static_cast<uint8_t>(answers >> question * kLaneBits);
+    std::memcpy(reinterpret_cast<char *>(&index[question][word]) + byte, &bits, sizeof bits);
+  };
+  store(kNameEnds);
+  store(kValueEnds);
+  store(kTextEnds);
+  store(kNonWhitespace);
 }
 
 template <const AnswersOfBytes &answersOfBytes>
 void indexByTable(const char *bytes, size_t words, size_t firstWord, IndexWords &index) {
   for (size_t word = firstWord; word < firstWord + words; ++word) {
-    uint64_t bits[kQuestions] = {};
-    for (size_t i = 0; i < kBytesPerWord; i += kLaneBits) {
-      const uint64_t answers = answersOf(answersOfBytes, bytes + i);
-      for (size_t question = 0; question < kQuestions; ++question) {
-        const uint64_t lane = answers >> question * kLaneBits & UINT16_MAX;
-        bits[question] |= lane << i;
-      }
-    }
-    bytes += kBytesPerWord;
-    for (size_t question = 0; question < kQuestions; ++question) {
-      index[question][word] = bits[question];
+    for (size_t lane = 0; lane < kBytesPerWord / kLaneBits; ++lane) {
+      storeLanes(answersOf(answersOfBytes, bytes), lane, word, index);
+      bytes += kLaneBits;
     }
   }
 }
 
-// As signed numbers, bytes beyond ASCII are less than any other.
-Vector findAllowedAscii(Vector bytes) {
-  constexpr int8_t kLastControl = ' ' - 1;
-  const auto isPrinted = std::bit_cast<Vector>(std::bit_cast<SignedVector>(bytes) > kLastControl);
-  return isPrinted | (bytes == '\t') | (bytes == '\n') | (bytes == '\r');
-}
+struct OtherBytes {
+  uint8_t areOther[kByteValues] = {};
+
+  constexpr OtherBytes() {
+    for (size_t byte = 0; byte < kByteValues; ++byte) {
+      areOther[byte] = static_cast<uint8_t>(!kAllowedAscii.holds(byte));
+    }
+  }
+};
+constexpr OtherBytes kOtherBytes;
+
+struct SearchByTable {
+  static constexpr size_t kStride = 8;
+
+  static uint32_t findOther(const char *bytes) {
+    const auto isOther = [&](size_t i) {
+      return kOtherBytes.areOther[static_cast<uint8_t>(bytes[i])];
+    };
+    const int anyOther = isOther(0) | isOther(1) | isOther(2) | isOther(3) | isOther(4) |
+                         isOther(5) | isOther(6) | isOther(7);
+    if (anyOther == 0) return 0;
+    size_t first = 0;
+    while (isOther(first) == 0) ++first;
+    return uint32_t{1} << first;
+  }
+};
 
 }  // namespace
 
-void indexStrictlyByTable(const char *bytes, size_t words, size_t firstWord, IndexWords &index) {
-  indexByTable<kStrictAnswers>(bytes, words, firstWord, index);
-}
-
-bool areAllowedByVector(const char *from, const char *end) {
-  // Most texts are ASCII, and what is not comes in words.
-  while (static_cast<size_t>(end - from) >= kVectorSize) {
-    const uint64_t others = bitsOf(~findAllowedAscii(loadVector(from)));
-    from += others == 0 ? kVectorSize : static_cast<size_t>(std::countr_zero(others));
-    if (others == 0) continue;
-    do {
-      const size_t length = characterAt(from, end).length;
-      if (length == 0) return false;
-      from += length;
-    } while (from < end && !isAscii(*from));
-  }
-  return findForbidden(from, end) == end;
-}
-
 constinit const Kernel kPortableKernel = {"portable", indexByTable<kLenientAnswers>,
-                                          indexStrictlyByTable, areAllowedByVector, false};
+                                          indexByTable<kStrictAnswers>,
+                                          CharactersBy<SearchByTable>::areAllowed, false};
 
 }  // namespace neb::xml::internal

@@ -128,27 +128,31 @@ class TreeBuilder {
   static Run openName() { return {}; }
 
   // ---- Short tokens: names of kLongestShortName bytes at most, with kWidestCopy bytes behind
-  // them.
+  // them. They are copied by the vectors of the machine.
 
   // "<name>", and the record of the next element.
+  template <typename Vectors>
   bool startBareElement(const char *name, size_t length) {
     const size_t size = length + kTerminator;
     char *memory = allocateTogether(size, size + kElementRecordSize);
-    if (memory == nullptr) return startElement(name, length, 0) && endStartTag() && makeNext();
-    copyHalfWide(memory, name);
+    if (memory == nullptr) {
+      return startElement<Vectors>(name, length, 0) && endStartTag() && makeNext();
+    }
+    Vectors::copyHalfWide(memory, name);
     openElement(startNext(memory, length), name, length);
     next_ = recordAt(memory + size);
     return true;
   }
 
   // "<name/>", and the record of the next element.
+  template <typename Vectors>
   bool addEmptyElement(const char *name, size_t length) {
     const size_t size = length + kTerminator;
     char *memory = allocateTogether(size, size + kElementRecordSize);
     if (memory == nullptr) {
-      return startElement(name, length, 0) && endShortEmptyElement();
+      return startElement<Vectors>(name, length, 0) && endShortEmptyElement();
     }
-    copyHalfWide(memory, name);
+    Vectors::copyHalfWide(memory, name);
     closeElement(startNext(memory, length));
     next_ = recordAt(memory + size);
     return true;
@@ -156,6 +160,7 @@ class TreeBuilder {
 
   // "<name>text</name>", and the record of the next element. If the allocations do not lie
   // together, builds nothing and returns false.
+  template <typename Vectors>
   bool addLeaf(const char *name, size_t length, const ShortRun &text) {
     const size_t size = length + kTerminator;
     const size_t valueSize = text.length() + kTerminator;
@@ -163,8 +168,8 @@ class TreeBuilder {
         allocateTogether(std::min(size, valueSize), size + kElementRecordSize + valueSize);
     if (memory == nullptr) return false;
     char *value = memory + size + kElementRecordSize;
-    const size_t valueLength = copyShort<kIsStrict>(value, text);
-    copyHalfWide(memory, name);
+    const size_t valueLength = copyShort<kIsStrict, Vectors>(value, text);
+    Vectors::copyHalfWide(memory, name);
     XmlNode *element = startNext(memory, length);
     setShortValue(element, value, valueLength);
     next_ = recordAt(memory + size);
@@ -173,8 +178,9 @@ class TreeBuilder {
   }
 
   // "<name" or "<prefix:name", up to white space; the prefix has this length.
+  template <typename Vectors>
   bool startElement(const char *name, size_t length, size_t prefixLength) {
-    char *copy = copyName(name, length);
+    char *copy = copyName<Vectors>(name, length);
     if (copy == nullptr) return false;
     openElement(startNext(copy, length), name, length);
     leafPrefix_ = prefixLength;
@@ -205,6 +211,7 @@ class TreeBuilder {
   }
 
   // "name='value'" or "prefix:name='value'", which is as long as the two strings that it becomes.
+  template <typename Vectors>
   bool addAttribute(const char *name, size_t length, size_t prefixSize, const ShortRun &value,
                     AttributeList *list) {
     const size_t nameSize = length + kTerminator;
@@ -222,10 +229,10 @@ class TreeBuilder {
     }
     // All copies come first: behind them, no field is written twice.
     char *copy = memory + kAttributeRecordSize;
-    copyHalfWide(copy, name);
+    Vectors::copyHalfWide(copy, name);
     endNames(copy, length, prefixSize);
     char *string = copy + nameSize;
-    const size_t valueLength = copyShort<kIsStrict>(string, value);
+    const size_t valueLength = copyShort<kIsStrict, Vectors>(string, value);
     XmlNode *attribute = fillNamed(memory, length, prefixSize);
     attribute->marks = kStringsTogether;
     setShortValue(attribute, string, valueLength);
@@ -234,6 +241,7 @@ class TreeBuilder {
   }
 
   // The same with an empty value, for which there is no string, in the list that was handed over.
+  template <typename Vectors>
   bool addEmptyAttribute(const char *name, size_t length, size_t prefixSize) {
     const size_t nameSize = length + kTerminator;
     const size_t localSize = nameSize - prefixSize;
@@ -241,7 +249,7 @@ class TreeBuilder {
     char *memory = allocateTogether(smallest, kAttributeRecordSize + nameSize);
     if (memory == nullptr) return addEmptyAttributeSlowly(name, length, prefixSize);
     char *copy = memory + kAttributeRecordSize;
-    copyHalfWide(copy, name);
+    Vectors::copyHalfWide(copy, name);
     endNames(copy, length, prefixSize);
     XmlNode *attribute = fillNamed(memory, length, prefixSize);
     attribute->value = nullptr;
@@ -270,13 +278,14 @@ class TreeBuilder {
 
   // ">" of a start tag, the record of the next element, and the text and end tag of an element
   // without a prefix. If the allocations do not lie together, builds nothing and returns false.
+  template <typename Vectors>
   bool endStartTagOfLeaf(const ShortRun &text) {
     const size_t size = text.length() + kTerminator;
     char *memory = allocateTogether(std::min(size, kElementRecordSize), kElementRecordSize + size);
     if (memory == nullptr) return false;
     char *value = memory + kElementRecordSize;
     XmlNode *element = open_;
-    setShortValue(element, value, copyShort<kIsStrict>(value, text));
+    setShortValue(element, value, copyShort<kIsStrict, Vectors>(value, text));
     next_ = recordAt(memory);
     close();
     return true;
@@ -290,8 +299,11 @@ class TreeBuilder {
   }
 
   // The text of the open element, which has a parent, and its end tag.
+  template <typename Vectors>
   bool addShortText(const ShortRun &text) {
-    if (!(isNameWhole() ? setValueAndSplit(open_, text) : setValue(open_, text))) return false;
+    const bool isSet =
+        isNameWhole() ? setValueAndSplit<Vectors>(open_, text) : setValue<Vectors>(open_, text);
+    if (!isSet) return false;
     close();
     return true;
   }
@@ -574,11 +586,12 @@ class TreeBuilder {
   }
 
   // The terminator comes with the record.
+  template <typename Vectors>
   char *copyName(const char *name, size_t length) {
     const size_t size = length + kTerminator;
     char *copy = allocateTogether(size, size);
     if (copy != nullptr) {
-      copyHalfWide(copy, name);
+      Vectors::copyHalfWide(copy, name);
       return copy;
     }
     copy = allocate(size);
@@ -592,14 +605,16 @@ class TreeBuilder {
     node->valueOwned = 1;
   }
 
+  template <typename Vectors>
   bool setValue(XmlNode *node, const ShortRun &run) {
     const size_t size = run.length() + kTerminator;
     char *value = allocateTogether(size, size);
     if (value == nullptr) return setValueSlowly(node, run);
-    setShortValue(node, value, copyShort<kIsStrict>(value, run));
+    setShortValue(node, value, copyShort<kIsStrict, Vectors>(value, run));
     return true;
   }
 
+  template <typename Vectors>
   bool setValueAndSplit(XmlNode *element, const ShortRun &run) {
     const size_t size = run.length() + kTerminator;
     const size_t prefixSize = leafPrefix_ + kTerminator;
@@ -607,7 +622,7 @@ class TreeBuilder {
     if (value == nullptr) {
       return setValueSlowly(element, run) && splitShortName(element, leafPrefix_);
     }
-    setShortValue(element, value, copyShort<kIsStrict>(value, run));
+    setShortValue(element, value, copyShort<kIsStrict, Vectors>(value, run));
     moveName(element, value + size, leafPrefix_);
     return true;
   }

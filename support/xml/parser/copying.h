@@ -21,18 +21,27 @@ inline constexpr size_t kLongestShortName = kWidestCopy / 2 - kTerminator;
 
 constexpr bool isShort(size_t length) { return length - 1 < kLongestShortName; }
 
-// Half of that.
 static_assert(kWidestCopy == 2 * kTwoVectors);
-inline void copyHalfWide(char *to, const char *from) { copyTwoVectors(to, from); }
 
+// How half of that is copied, at any address. Where vectors are so wide, one of them does it.
+// Elsewhere g++ 12 would copy such a vector through the stack, and with them it would use two for
+// memcpy.
+struct WideVectors {
+  static void copyHalfWide(char *to, const char *from) { copyTwoVectors(to, from); }
+};
+struct AnyVectors {
+  static void copyHalfWide(char *to, const char *from) { std::memcpy(to, from, kWidestCopy / 2); }
+};
+
+template <typename Vectors>
 inline void copyWide(char *to, const char *from) {
-  copyHalfWide(to, from);
-  copyHalfWide(to + kWidestCopy / 2, from + kWidestCopy / 2);
+  Vectors::copyHalfWide(to, from);
+  Vectors::copyHalfWide(to + kWidestCopy / 2, from + kWidestCopy / 2);
 }
 
 // Reads and writes less than 64 bytes too far. Returns where the copy ends.
 inline char *copyLong(char *to, const char *from, size_t length) {
-  for (size_t i = 0; i < length; i += kWidestCopy) copyWide(to + i, from + i);
+  for (size_t i = 0; i < length; i += kWidestCopy) copyWide<AnyVectors>(to + i, from + i);
   return to + length;
 }
 
@@ -77,7 +86,7 @@ inline Replaced whitespaceAt(const char *found, const char *runEnd) {
 
 // Writes up to 64 bytes past the end of the string. Returns its length. What is replaced is not
 // shorter than its character; the bytes that remain are zero.
-template <bool isStrict>
+template <bool isStrict, typename Vectors>
 size_t copyDecoded(char *string, const ShortRun &run) {
   const char *from = run.begin;
   char *to = string;
@@ -86,12 +95,12 @@ size_t copyDecoded(char *string, const ShortRun &run) {
     if (isStrict && found < from) continue;  // the second byte of a line end
     const bool isReference = !isStrict || *found == '&';
     const Replaced replaced = isReference ? referenceAt(found) : whitespaceAt(found, run.end);
-    copyWide(to, from);
+    copyWide<Vectors>(to, from);
     to += found - from;
     *to++ = replaced.character;
     from = found + replaced.length;
   }
-  copyWide(to, from);
+  copyWide<Vectors>(to, from);
   to += run.end - from;
   clearWide(to);
   return static_cast<size_t>(to - string);
@@ -99,12 +108,12 @@ size_t copyDecoded(char *string, const ShortRun &run) {
 
 // Into a string that was allocated together with others, with its terminator. Writes up to 64 bytes
 // past the end of the string.
-template <bool isStrict>
+template <bool isStrict, typename Vectors>
 size_t copyShort(char *string, const ShortRun &run) {
   if (run.decoded != 0) [[unlikely]] {
-    return copyDecoded<isStrict>(string, run);
+    return copyDecoded<isStrict, Vectors>(string, run);
   }
-  copyWide(string, run.begin);
+  copyWide<Vectors>(string, run.begin);
   string[run.length()] = '\0';
   return run.length();
 }

@@ -24,7 +24,17 @@ namespace {
 #define NEB_XML_LOOP NEB_XML_NOINLINE NEB_XML_FLATTEN NEB_XML_NO_VECTORS_OF_FIELDS
 #endif
 
+// A build for machines with wide vectors alone has them in the only copy.
+#if defined(__AVX2__) && defined(__BMI__) && defined(__BMI2__)
+#define NEB_XML_ONLY_WIDE
+#endif
+
 struct AnyMachine {
+#if defined(NEB_XML_ONLY_WIDE)
+  using Vectors = WideVectors;
+#else
+  using Vectors = AnyVectors;
+#endif
   template <typename Scanner>
   NEB_XML_LOOP static void scan(Scanner *scanner) {
     scanner->scan();
@@ -39,14 +49,10 @@ struct AnyMachine {
   }
 };
 
-// A build for machines with wide vectors alone has them in the only copy.
-#if defined(__AVX2__) && defined(__BMI__) && defined(__BMI2__)
-#define NEB_XML_ONLY_WIDE
-#endif
-
 #if defined(NEB_XML_TARGETS) && !defined(__OPTIMIZE_SIZE__) && !defined(NEB_XML_ONLY_WIDE)
 // The same, for machines with wide vectors.
 struct WideMachine {
+  using Vectors = WideVectors;
   template <typename Scanner>
   NEB_XML_TARGET("avx2,bmi,bmi2")
   NEB_XML_LOOP static void scan(Scanner *scanner) {

@@ -116,7 +116,7 @@ class Scanner {
     AttributeList *list = builder_.handedOver();
     if (value.length() != 0) return addAttribute(name, length, prefixSize, value, list);
     const bool isAdded = builder_.isNewAttribute(name, length, prefixSize, list) &&
-                         builder_.addEmptyAttribute(name, length, prefixSize);
+                         builder_.template addEmptyAttribute<Vectors>(name, length, prefixSize);
     return isAdded ? value.end + 1 : nullptr;
   }
 
@@ -137,6 +137,7 @@ class Scanner {
   static_assert(kTailSize >= StructuralIndex::kReach);
 
   static constexpr bool kIsStrict = Language::kIsStrict;
+  using Vectors = typename Machine::Vectors;
   using Builder = typename XmlParser<Allocation, Language>::Builder;
 
   // The characters that have not been checked yet, and the limits.
@@ -250,7 +251,7 @@ class Scanner {
       if (beginsText) {
         return scanLeaf(name, length, index_.windowBehind(kTextEnds, cursor, skipped));
       }
-      return builder_.startBareElement(name, length) ? content : nullptr;
+      return builder_.template startBareElement<Vectors>(name, length) ? content : nullptr;
     }
     if (*end == '/') return endsEmptyElement(end) ? scanEmptyElement(name, length) : nullptr;
     if (isWhitespace(*end)) return startTag(name, length, 0);
@@ -275,8 +276,9 @@ class Scanner {
   static bool endsEmptyElement(const char *end) { return end[1] == '>' && end[2] != '\0'; }
 
   const char *scanEmptyElement(const char *name, size_t length) {
-    return builder_.addEmptyElement(name, length) ? name + length + lengthOf(kEmptyTagEnd)
-                                                  : nullptr;
+    return builder_.template addEmptyElement<Vectors>(name, length)
+               ? name + length + lengthOf(kEmptyTagEnd)
+               : nullptr;
   }
 
   const char *scanPrefixedTag(const char *name, size_t prefix, uint64_t nameEnds) {
@@ -289,7 +291,7 @@ class Scanner {
   }
 
   const char *startTag(const char *name, size_t length, size_t prefix) {
-    if (!builder_.startElement(name, length, prefix)) return nullptr;
+    if (!builder_.template startElement<Vectors>(name, length, prefix)) return nullptr;
     return Machine::scanTag(this, name + length);
   }
 
@@ -317,10 +319,10 @@ class Scanner {
     if (endsTag(text)) return nullptr;
     const char *end = name + firstOf(textEnds);
     const bool isLeaf = textEnds != 0 && closesLeaf(end, name, length);
-    if (isLeaf && builder_.addLeaf(name, length, {text, end, name, 0})) {
+    if (isLeaf && builder_.template addLeaf<Vectors>(name, length, {text, end, name, 0})) {
       return behindEndTag(end, length);
     }
-    return builder_.startBareElement(name, length) ? text : nullptr;
+    return builder_.template startBareElement<Vectors>(name, length) ? text : nullptr;
   }
 
   static const char *behindEndTag(const char *tag, size_t nameLength) {
@@ -374,7 +376,7 @@ class Scanner {
     const size_t length = builder_.leafLength();
     if (builder_.isRootOpen()) return nullptr;
     if (!closesLeaf(text.end, builder_.leafName(), length)) return scanTextBeforeMisc(text);
-    return builder_.addShortText(text) ? behindEndTag(text.end, length) : nullptr;
+    return builder_.template addShortText<Vectors>(text) ? behindEndTag(text.end, length) : nullptr;
   }
 
   const char *scanEndTag(const char *tag) {
@@ -412,7 +414,9 @@ class Scanner {
     const char *end = text + firstOf(textEnds);
     if (textEnds == 0 || end == text) return nullptr;
     if (!closesLeaf(end, builder_.leafName(), length)) return nullptr;
-    return builder_.endStartTagOfLeaf({text, end, text, 0}) ? behindEndTag(end, length) : nullptr;
+    return builder_.template endStartTagOfLeaf<Vectors>({text, end, text, 0})
+               ? behindEndTag(end, length)
+               : nullptr;
   }
 
   const char *scanAttribute(const char *cursor, size_t whitespace, AttributeList *list) {
@@ -447,7 +451,8 @@ class Scanner {
   const char *addAttribute(const char *name, size_t length, size_t prefixSize,
                            const ShortRun &value, AttributeList *list) {
     if (!builder_.isNewAttribute(name, length, prefixSize, list)) return nullptr;
-    const bool isAdded = builder_.addAttribute(name, length, prefixSize, value, list);
+    const bool isAdded =
+        builder_.template addAttribute<Vectors>(name, length, prefixSize, value, list);
     return isAdded ? value.end + 1 : nullptr;
   }
 
@@ -517,8 +522,9 @@ class Scanner {
     const auto length = static_cast<size_t>(end - name);
     const auto *colon = static_cast<const char *>(std::memchr(name, ':', length));
     const size_t prefix = colon != nullptr ? static_cast<size_t>(colon - name) : 0;
-    const bool isStarted = isShort(length) ? builder_.startElement(name, length, prefix)
-                                           : builder_.startLongElement(name, length, prefix);
+    const bool isStarted = isShort(length)
+                               ? builder_.template startElement<Vectors>(name, length, prefix)
+                               : builder_.startLongElement(name, length, prefix);
     return isStarted ? end : nullptr;
   }
 
@@ -571,7 +577,7 @@ class Scanner {
     const size_t length = builder_.leafLength();
     const bool isShown = tag != text.end && index_.hasWindow(tag);
     if (!isShown || !closesLeaf(tag, builder_.leafName(), length)) return scanLongText(text.begin);
-    return builder_.addShortText(text) ? behindEndTag(tag, length) : nullptr;
+    return builder_.template addShortText<Vectors>(text) ? behindEndTag(tag, length) : nullptr;
   }
 
   // Within the loops, which need an open element behind the token as well.
