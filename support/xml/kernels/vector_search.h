@@ -12,11 +12,10 @@ namespace neb::xml::internal {
 
 // All ones for the bytes from one of ASCII to another. Moved up so that the last is the largest
 // signed number, those bytes are the largest ones.
-inline Vector findRange(uint8_t first, uint8_t last, Vector bytes) {
+inline Vector findFromTo(uint8_t first, uint8_t last, Vector bytes) {
   using SignedVector = int8_t __attribute__((vector_size(kVectorSize)));
   const auto moved = reinterpret_cast<SignedVector>(bytes + static_cast<uint8_t>(INT8_MAX - last));
-  return reinterpret_cast<Vector>(
-      moved > static_cast<int8_t>(INT8_MAX - 1 - static_cast<uint8_t>(last - first)));
+  return reinterpret_cast<Vector>(moved > static_cast<int8_t>(INT8_MAX - 1 - (last - first)));
 }
 
 struct SearchByVector {
@@ -32,7 +31,7 @@ struct SearchByVector {
  private:
   // Carriage returns are rare.
   static Vector findCommon(Vector bytes) {
-    return findRange(' ', INT8_MAX, bytes) | findRange('\t', '\n', bytes);
+    return findFromTo(' ', INT8_MAX, bytes) | findFromTo('\t', '\n', bytes);
   }
   static Vector findOther(Vector bytes) { return ~(findCommon(bytes) | (bytes == '\r')); }
 

@@ -301,8 +301,8 @@ class TreeBuilder {
   // The text of the open element, which has a parent, and its end tag.
   template <typename Vectors>
   bool addShortText(const ShortRun &text) {
-    const bool isSet = isNameWhole() ? setValueAndSplit<Vectors>(open_, text)
-                                     : setValue<Vectors>(open_, text);
+    const bool isSet =
+        isNameWhole() ? setValueAndSplit<Vectors>(open_, text) : setValue<Vectors>(open_, text);
     if (!isSet) return false;
     close();
     return true;
