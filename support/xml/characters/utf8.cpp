@@ -43,25 +43,6 @@ Character readCharacter(const char *from, size_t available) {
   return isAllowed ? Character{code, length} : kNone;
 }
 
-// Behind the characters of two and three bytes whose first byte shows that they are allowed, and
-// behind single spaces between them. Most text beyond ASCII consists of these.
-const char *skipCommon(const char *from, const char *end) {
-  constexpr ptrdiff_t kReach = 3;
-  while (end - from >= kReach) {
-    const auto first = static_cast<uint8_t>(*from);
-    if (first >= 0xC2 && first <= 0xDF && isTail(from[1])) {
-      from += 2;
-    } else if (first >= 0xE1 && first <= 0xEC && isTail(from[1]) && isTail(from[2])) {
-      from += 3;
-    } else if (first == ' ' && !isAscii(from[1])) {
-      ++from;
-    } else {
-      break;
-    }
-  }
-  return from;
-}
-
 }  // namespace
 
 Character characterAt(const char *from, const char *end) {
@@ -71,13 +52,12 @@ Character characterAt(const char *from, const char *end) {
 Character characterAt(const char *from) { return readCharacter(from, kLongestUtf8); }
 
 const char *skipBeyondAscii(const char *from, const char *end) {
-  for (;;) {
-    from = skipCommon(from, end);
-    if (from == end || isAscii(*from)) return from;
+  while (from < end && !isAscii(*from)) {
     const size_t length = characterAt(from, end).length;
     if (length == 0) return nullptr;
-    from += length;
+    from = skipCommon(from + length, end);
   }
+  return from;
 }
 
 const char *findForbidden(const char *from, const char *end) {

@@ -26,6 +26,26 @@ Character characterAt(const char *from);
 // one of them is not well-formed UTF-8 of a character that XML allows.
 const char *skipBeyondAscii(const char *from, const char *end);
 
+// The same, up to the first character that is rare. Most characters have two or three bytes, and
+// their first byte shows that they are allowed.
+inline const char *skipCommon(const char *from, const char *end) {
+  constexpr ptrdiff_t kReach = 3;
+  if (end - from < kReach) return from;
+  for (const char *last = end - kReach; from <= last;) {
+    const auto first = static_cast<uint8_t>(*from);
+    if (first >= 0xC2 && first <= 0xDF && isTail(from[1])) {
+      from += 2;
+    } else if (first >= 0xE1 && first <= 0xEC && isTail(from[1]) && isTail(from[2])) {
+      from += 3;
+    } else if (first == ' ' && !isAscii(from[1])) {
+      ++from;
+    } else {
+      break;
+    }
+  }
+  return from;
+}
+
 // The first byte that does not belong to well-formed UTF-8 of characters that XML allows; the end
 // if there is none.
 const char *findForbidden(const char *from, const char *end);

@@ -29,19 +29,23 @@ class CharactersBy {
  private:
   // Stops before the last stride that is not whole. Null if a character is not allowed.
   static const char *skipAllowed(const char *from, const char *end) {
-    while (static_cast<size_t>(end - from) >= Search::kStride) {
+    if (end - from < kStride) return from;
+    for (const char *last = end - kStride; from <= last;) {
       const auto others = Search::findOther(from);
       if (others == 0) {
-        from += Search::kStride;
+        from += kStride;
         continue;
       }
       from += std::countr_zero(others);
       if (isAscii(*from)) return nullptr;
-      from = skipBeyondAscii(from, end);
+      from = skipCommon(from, end);
+      if (from < end && !isAscii(*from)) from = skipBeyondAscii(from, end);
       if (from == nullptr) return nullptr;
     }
     return from;
   }
+
+  static constexpr ptrdiff_t kStride = Search::kStride;
 };
 
 }  // namespace neb::xml::internal

@@ -15,18 +15,18 @@ namespace neb::xml::internal {
 
 namespace {
 
-struct Range {
+struct ByteRange {
   uint8_t first;
   uint8_t last;
 };
 
-// Ranges that hold all bytes of one set, and of others only those that may be in them. The fewer
+// ByteRanges that hold all bytes of one set, and of others only those that may be in them. The fewer
 // ranges, the faster they are found.
-struct Ranges {
-  Range ranges[kVectorSize] = {};
+struct ByteRanges {
+  ByteRange ranges[kVectorSize] = {};
   size_t count = 0;
 
-  constexpr Ranges(const ByteSet &set, const ByteSet &others) {
+  constexpr ByteRanges(const ByteSet &set, const ByteSet &others) {
     for (size_t byte = 0; byte < kByteValues; ++byte) {
       if (!set.holds(byte)) continue;
       size_t last = byte;
@@ -39,21 +39,21 @@ struct Ranges {
   }
 };
 
-inline Vector find(Range range, Vector bytes) {
+inline Vector findBytes(ByteRange range, Vector bytes) {
   if (range.first == range.last) return bytes == range.first;
   if (range.first == 0) return bytes <= range.last;
-  return findRange(range.first, range.last, bytes);
+  return findFromTo(range.first, range.last, bytes);
 }
 
-template <const Ranges &ranges>
+template <const ByteRanges &ranges>
 inline Vector findIn(Vector bytes) {
   return [bytes]<size_t... i>(std::index_sequence<i...>) {
-    return (find(ranges.ranges[i], bytes) | ...);
+    return (findBytes(ranges.ranges[i], bytes) | ...);
   }
   (std::make_index_sequence<ranges.count>());
 }
 
-constexpr ByteSet kNone;
+constexpr ByteSet kNoOthers;
 
 // The tokenizer reads names that contain other bytes than those of usual names.
 constexpr ByteSet kUnusualInNames = [] {
@@ -65,10 +65,10 @@ constexpr ByteSet kUnusualInNames = [] {
 }();
 
 // Each set contains the sets before it, so only the added bytes are searched.
-constexpr Ranges kWhitespace(kWhitespaceBytes, kNone);
-constexpr Ranges kTexts(kTextEndBytes, kNone);
-constexpr Ranges kValues(kValueEndBytes.without(kTextEndBytes), kNone);
-constexpr Ranges kNames(kNameEndBytes, kUnusualInNames);
+constexpr ByteRanges kWhitespace(kWhitespaceBytes, kNoOthers);
+constexpr ByteRanges kTexts(kTextEndBytes, kNoOthers);
+constexpr ByteRanges kValues(kValueEndBytes.without(kTextEndBytes), kNoOthers);
+constexpr ByteRanges kNames(kNameEndBytes, kUnusualInNames);
 
 // Control characters that strict reading refuses may be in any set.
 constexpr ByteSet kRefused = [] {
@@ -80,20 +80,21 @@ constexpr ByteSet kRefused = [] {
 }();
 
 // For strict reading, the bytes that texts and values have in common come first.
-constexpr Ranges kStrictWhitespace(kWhitespaceBytes, kRefused);
-constexpr Ranges kCommonStrict(kTextEndBytes, kNone);
-constexpr Ranges kStrictTexts(kStrictTextEndBytes.without(kTextEndBytes), kNone);
-constexpr Ranges kStrictValues(kStrictValueEndBytes.without(ByteSet("&<")), kRefused);
-constexpr Ranges kOthersInNames(ByteSet("-.0123456789_"), kNone);
+constexpr ByteRanges kStrictWhitespace(kWhitespaceBytes, kRefused);
+constexpr ByteRanges kCommonStrict(kTextEndBytes, kNoOthers);
+constexpr ByteRanges kStrictTexts(kStrictTextEndBytes.without(kTextEndBytes), kNoOthers);
+constexpr ByteRanges kStrictValues(kStrictValueEndBytes.without(ByteSet("&<")), kRefused);
 
 // What does not end a name in strict reading.
 inline Vector findInStrictNames(Vector bytes) {
-  const Vector isLetter = findRange('a', 'z', bytes | uint8_t{'a' ^ 'A'});
-  return isLetter | findIn<kOthersInNames>(bytes);
+  const Vector isLetter = findFromTo('a', 'z', bytes | uint8_t{'a' ^ 'A'});
+  // The one byte between them that is in no name comes out of the range.
+  const Vector isOther = findFromTo('-', '9', bytes) ^ (bytes == uint8_t{'/'});
+  return isLetter | isOther | (bytes == uint8_t{'_'});
 }
 
 // The bits of one vector are a part of a word.
-inline void store(Vector found, size_t part, uint64_t (&words)[kIndexWords + 1]) {
+inline void storeBits(Vector found, size_t part, uint64_t (&words)[kIndexWords + 1]) {
   const auto bits = static_cast<uint16_t>(bitsOf(found));
   std::memcpy(reinterpret_cast<char *>(words) + part * sizeof bits, &bits, sizeof bits);
 }
@@ -103,20 +104,20 @@ constexpr size_t kPartsOfWord = kBytesPerWord / kVectorSize;
 struct Lenient {
   static void index(Vector bytes, size_t part, IndexWords &index) {
     const Vector endsText = findIn<kTexts>(bytes);
-    store(endsText, part, index[kTextEnds]);
-    store(endsText | findIn<kValues>(bytes), part, index[kValueEnds]);
-    store(findIn<kNames>(bytes), part, index[kNameEnds]);
-    store(~findIn<kWhitespace>(bytes), part, index[kNonWhitespace]);
+    storeBits(endsText, part, index[kTextEnds]);
+    storeBits(endsText | findIn<kValues>(bytes), part, index[kValueEnds]);
+    storeBits(findIn<kNames>(bytes), part, index[kNameEnds]);
+    storeBits(~findIn<kWhitespace>(bytes), part, index[kNonWhitespace]);
   }
 };
 
 struct Strict {
   static void index(Vector bytes, size_t part, IndexWords &index) {
     const Vector common = findIn<kCommonStrict>(bytes);
-    store(common | findIn<kStrictTexts>(bytes), part, index[kTextEnds]);
-    store(common | findIn<kStrictValues>(bytes), part, index[kValueEnds]);
-    store(~findInStrictNames(bytes), part, index[kNameEnds]);
-    store(findRange('!', '\0', bytes), part, index[kNonWhitespace]);
+    storeBits(common | findIn<kStrictTexts>(bytes), part, index[kTextEnds]);
+    storeBits(common | findIn<kStrictValues>(bytes), part, index[kValueEnds]);
+    storeBits(~findInStrictNames(bytes), part, index[kNameEnds]);
+    storeBits(~findIn<kStrictWhitespace>(bytes), part, index[kNonWhitespace]);
   }
 };
 

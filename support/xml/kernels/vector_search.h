@@ -12,10 +12,9 @@ namespace neb::xml::internal {
 
 // All ones for the bytes from one of ASCII to another. Moved up so that the last is the largest
 // signed number, those bytes are the largest ones.
-inline Vector findRange(uint8_t first, uint8_t last, Vector bytes) {
+inline Vector findFromTo(uint8_t first, uint8_t last, Vector bytes) {
   const auto moved = std::bit_cast<SignedVector>(bytes + static_cast<uint8_t>(INT8_MAX - last));
-  return std::bit_cast<Vector>(
-      moved > static_cast<int8_t>(INT8_MAX - 1 - static_cast<uint8_t>(last - first)));
+  return std::bit_cast<Vector>(moved > static_cast<int8_t>(INT8_MAX - 1 - (last - first)));
 }
 
 struct SearchByVector {
@@ -31,7 +30,7 @@ struct SearchByVector {
  private:
   // Carriage returns are rare.
   static Vector findCommon(Vector bytes) {
-    return findRange(' ', INT8_MAX, bytes) | findRange('\t', '\n', bytes);
+    return findFromTo(' ', INT8_MAX, bytes) | findFromTo('\t', '\n', bytes);
   }
   static Vector findOther(Vector bytes) { return ~(findCommon(bytes) | (bytes == '\r')); }
 

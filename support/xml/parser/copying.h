@@ -51,7 +51,15 @@ inline void clearWide(char *to) {
 }
 
 // Above any bit if there is none.
-constexpr size_t firstOf(uint64_t window) { return static_cast<size_t>(std::countr_zero(window)); }
+constexpr size_t firstOf(uint64_t window) {
+  // On machines of 32 bits, compilers call a function for more.
+  if constexpr (sizeof(size_t) < sizeof window) {
+    const auto low = static_cast<uint32_t>(window);
+    const auto high = static_cast<uint32_t>(window >> 32);
+    return static_cast<size_t>(low != 0 ? std::countr_zero(low) : 32 + std::countr_zero(high));
+  }
+  return static_cast<size_t>(std::countr_zero(window));
+}
 constexpr uint64_t withoutFirst(uint64_t window) { return window & (window - 1); }
 
 // A text or a value that ends in one window of the index. Its references are named ones. The bits
