@@ -7,6 +7,8 @@ cmake_minimum_required(VERSION 3.22)
 set(own_name "^_Z(T[VTIS]|GV)?N[KVO]*3neb")
 # Programs have the same instances of the standard library's templates, and the linker keeps one.
 set(standard_instance "^_Z(GV)?(N[KVRO]*)?(S[tabsiod]|9__gnu_cxx).* [VWu]$")
+# What g++ defines in every object of 32-bit x86 that needs it, hidden.
+set(of_compiler "^__x86[.]get_pc_thunk[.]")
 
 file(STRINGS "${GOLDEN}" golden)
 execute_process(
@@ -20,7 +22,7 @@ foreach(line IN LISTS lines)
   string(REGEX MATCH "^([^ ]+) ([A-Za-z])" symbol "${line}")
   set(name "${CMAKE_MATCH_1}")
   list(APPEND defined "${name}")
-  if(NOT name IN_LIST golden AND NOT name MATCHES "${own_name}"
+  if(NOT name IN_LIST golden AND NOT name MATCHES "${own_name}|${of_compiler}"
      AND NOT symbol MATCHES "${standard_instance}")
     message(SEND_ERROR "a global name outside of the namespace neb: ${symbol}")
   endif()

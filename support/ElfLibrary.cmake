@@ -10,4 +10,7 @@ target_link_options(
 if(NOT NEB_XML_SANITIZE)
   # Clang leaves a sanitizer's symbols to be found in the executable.
   target_link_options(neb_xml PRIVATE -Wl,--no-undefined)
+  # What the processor cannot do in one instruction is linked in, so that only the C library is
+  # needed.
+  target_link_options(neb_xml PRIVATE -static-libgcc)
 endif()

@@ -8,7 +8,7 @@
 #include <type_traits>
 
 // Callers in C and C++ exchange these; their layout is part of the binary interface.
-static_assert(std::is_standard_layout_v<XmlMemBuf> && sizeof(XmlMemBuf) == sizeof(char *) + 16);
+static_assert(std::is_standard_layout_v<XmlMemBuf> && sizeof(XmlMemBuf) == 2 * sizeof(char *) + 8);
 static_assert(std::is_same_v<decltype(g_fnXMLFree), void (*)(void *)>);
 
 int main() {

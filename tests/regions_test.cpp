@@ -214,6 +214,18 @@ TEST(Regions, NeedAllHooksOfTheLibrary) {
   }
 }
 
+// Its block is one of 256 MiB, of which sixteen have more bytes than 32 bits count.
+TEST(Regions, HoldAnAllocationOf160MiB) {
+  constexpr int32_t kSize = 160 * 1024 * 1024;
+  const FreshMemory memory;
+  const uint32_t session = XML_MemSessionBegin(1024);
+  const auto *bytes = static_cast<const char *>(XML_MemSpecialMalloc(session, kSize));
+  ASSERT_NE(bytes, nullptr);
+  const Region *region = firstRegionOf(findSession(session)->firstBlock).last;
+  EXPECT_GE(region->end - bytes, kSize);
+  EXPECT_EQ(XML_MemSessionEnd(session), 1U);
+}
+
 // The allocator of a copy may be another than that of its source.
 TEST(Regions, OfACopyDependOnTheHooksOfTheMoment) {
   for (const bool beginsHooked : {false, true}) {

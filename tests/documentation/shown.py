@@ -201,7 +201,7 @@ def broken(document):
 @functools.lru_cache
 def known_names():
     paths = ["support/xml/neb_xml.h", *glob.glob("support/platform/*.h"),
-             *glob.glob("**/CMakeLists.txt", recursive=True), *glob.glob("cmake/*")]
+             *glob.glob("**/CMakeLists.txt", recursive=True), *glob.glob("cmake/*.*")]
     return {name for path in paths for name in re.findall(r"\w+", read(path))}
 
 

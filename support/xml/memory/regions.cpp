@@ -91,7 +91,7 @@ RegionSize sizeOfNextRegion(const FirstRegion &first, size_t filled) {
 // Later blocks are as large. If they are large, no room is left that would hold none of them.
 RegionSize forBlocksOf(size_t room, const RegionSize &wanted) {
   constexpr size_t kMany = 16;
-  if (wanted.size >= kMany * room) return wanted;
+  if (wanted.size / kMany >= room) return wanted;
   const size_t blocks = std::max(wanted.size / room, size_t{1});
   const size_t size = sizeof(Region) + blocks * room;
   return {size, std::min(wanted.filled, size)};
