@@ -1,6 +1,7 @@
 # Compares what the shared library offers with the golden list, and what it needs with what it may.
 #
 #   cmake -DLIBRARY=... -DGOLDEN=... -DNM=... -DREADELF=... -DMAY_NEED=REGEX -P this
+#   cmake -DLIBRARY=... -DGOLDEN=... -DOBJDUMP=... -DMAY_NEED=REGEX -P this, for a DLL
 cmake_minimum_required(VERSION 3.22)
 
 function(run_tool output)
@@ -12,16 +13,38 @@ function(run_tool output)
   set(${output} "${text}" PARENT_SCOPE)
 endfunction()
 
+# Each sets the symbols that the library defines and the libraries that it needs.
+function(read_elf symbols needed)
+  run_tool(names ${NM} -D --defined-only --format=posix "${LIBRARY}")
+  string(REGEX MATCHALL "[^\n]+" lines "${names}")
+  # The name of the symbols' version is listed like a symbol, as an absolute one.
+  list(FILTER lines EXCLUDE REGEX " A ")
+  list(TRANSFORM lines REPLACE "[ @].*" "")
+  run_tool(dynamic ${READELF} -d -W "${LIBRARY}")
+  string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*" entries "${dynamic}")
+  list(TRANSFORM entries REPLACE ".*Shared library: .([^]]*).*" "\\1")
+  set(${symbols} "${lines}" PARENT_SCOPE)
+  set(${needed} "${entries}" PARENT_SCOPE)
+endfunction()
+
+function(read_dll symbols needed)
+  run_tool(headers ${OBJDUMP} -p "${LIBRARY}")
+  # An index in brackets begins the line of a symbol; elsewhere a list would take them for its own.
+  string(REGEX REPLACE "\n\t\\[ *[0-9]+\\] " "\nsymbol " table "${headers}")
+  string(REGEX MATCHALL "symbol [A-Za-z_0-9]+" lines "${table}")
+  list(TRANSFORM lines REPLACE "symbol " "")
+  string(REGEX MATCHALL "DLL Name: [^\n]*" entries "${headers}")
+  list(TRANSFORM entries REPLACE "DLL Name: " "")
+  set(${symbols} "${lines}" PARENT_SCOPE)
+  set(${needed} "${entries}" PARENT_SCOPE)
+endfunction()
+
 file(STRINGS "${GOLDEN}" golden)
-run_tool(symbols ${NM} -D --defined-only --format=posix "${LIBRARY}")
-string(REGEX MATCHALL "[^\n]+" lines "${symbols}")
-set(exported "")
-# The name of the symbols' version is listed like a symbol, as an absolute one.
-list(FILTER lines EXCLUDE REGEX " A ")
-foreach(line IN LISTS lines)
-  string(REGEX REPLACE "[ @].*" "" name "${line}")
-  list(APPEND exported "${name}")
-endforeach()
+if(OBJDUMP)
+  read_dll(exported needed)
+else()
+  read_elf(exported needed)
+endif()
 
 set(faults "")
 foreach(name IN LISTS golden)
@@ -39,10 +62,7 @@ if(faults)
 endif()
 
 if(MAY_NEED)
-  run_tool(dynamic ${READELF} -d -W "${LIBRARY}")
-  string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*" needed "${dynamic}")
-  foreach(entry IN LISTS needed)
-    string(REGEX REPLACE ".*Shared library: .([^]]*).*" "\\1" name "${entry}")
+  foreach(name IN LISTS needed)
     if(NOT name MATCHES "${MAY_NEED}")
       message(SEND_ERROR "the library needs ${name}")
     endif()

@@ -1,7 +1,7 @@
 # A static library shares its global names with the program that it is linked into. Each one has to
 # be part of the interface or in the project's namespace.
 #
-#   cmake -DLIBRARY=... -DGOLDEN=... -DNM=... -P this
+#   cmake -DLIBRARY=... -DGOLDEN=... -DNM=... [-DCOFF=ON] -P this
 cmake_minimum_required(VERSION 3.22)
 
 set(own_name "^_Z(T[VTIS]|GV)?N[KVO]*3neb")
@@ -9,6 +9,11 @@ set(own_name "^_Z(T[VTIS]|GV)?N[KVO]*3neb")
 set(standard_instance "^_Z(GV)?(N[KVRO]*)?(S[tabsiod]|9__gnu_cxx).* [VWu]$")
 # What g++ defines in every object of 32-bit x86 that needs it, hidden.
 set(of_compiler "^__x86[.]get_pc_thunk[.]")
+if(COFF)
+  # There nm does not tell them from others. A pointer to a symbol, which the compiler adds, is kept
+  # once too.
+  set(standard_instance "^_Z(GV)?(N[KVRO]*)?(S[tabsiod]|9__gnu_cxx).* [TVWu]$|^[.]refptr[.]")
+endif()
 
 file(STRINGS "${GOLDEN}" golden)
 execute_process(

@@ -367,25 +367,6 @@ int runTool(const fs::path &folder, const std::string &plan, const std::string &
   return std::system(line.c_str());  // NOLINT: the point is to use a shell
 }
 
-TEST_F(Save, OfBytesWritesThemAsTheyAreOrKeepsTheErrno) {
-  const std::string bytes("\xFF no document\0", 14);
-  const std::string file = oldFile(0640);
-  EXPECT_EQ(NEB_XML_SaveBytes(file.c_str(), bytes.data(), bytes.size()), kOk);
-  EXPECT_EQ(trees::readFile(file), bytes);
-  EXPECT_EQ(std::get<0>(rightsOf(file)), 0640U);
-  fs::create_directory(path("folder"));
-  const std::pair<std::string, int> cases[] = {{path("folder"), EISDIR},
-                                               {path("none/file.xml"), ENOENT},
-                                               {"", ENOENT},
-                                               {"/dev/null", EINVAL},
-                                               {std::string(2000, 'x'), ENAMETOOLONG}};
-  for (const auto &[name, cause] : cases) {
-    errno = 0;
-    EXPECT_EQ(NEB_XML_SaveBytes(name.c_str(), "<a/>", 4), kFileOpen) << name;
-    EXPECT_EQ(errno, cause) << name;
-  }
-}
-
 TEST_F(Save, TheToolReportsWhicheverCallFails) {
   const fs::path files = path("files");
   const std::string old = "<a>" + std::string(100, ' ') + "<b/></a>";

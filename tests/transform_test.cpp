@@ -261,7 +261,9 @@ class TransformFile : public testing::Test {
   void SetUp() override { fs::create_directory(folder_); }
   void TearDown() override { fs::remove_all(folder_); }
 
-  uint32_t write(const fs::path &path) { return NEB_XML_TransformFile(document_, path.string().c_str()); }
+  uint32_t write(const fs::path &path) {
+    return NEB_XML_TransformFile(document_, path.string().c_str());
+  }
 
   const fs::path folder_ = trees::temporaryFile("") + ".folder";
   const std::string file_ = (folder_ / "a.xml").string();
@@ -286,7 +288,9 @@ TEST_F(TransformFile, FailuresLeaveFilesAndDirectoriesAlone) {
     EXPECT_EQ(write(path), kFileOpen);
   }
   EXPECT_FALSE(fs::exists(folder_ / "missing"));
-  EXPECT_EQ(write("/dev/full"), kFileWrite);
+  if (fs::exists("/dev/full")) {
+    EXPECT_EQ(write("/dev/full"), kFileWrite);
+  }
   ASSERT_EQ(write(file_), kOk);
   EXPECT_EQ(NEB_XML_SetNode(NEB_XML_GetNodeFirstChild(document_), nullptr, "", nullptr), kOk);
   EXPECT_EQ(write(file_), kInvalid);
@@ -295,18 +299,26 @@ TEST_F(TransformFile, FailuresLeaveFilesAndDirectoriesAlone) {
   EXPECT_FALSE(fs::exists(folder_ / "new.xml"));
 }
 
-TEST_F(TransformFile, OpensPathsOf1024BytesAndFollowsLinks) {
+TEST_F(TransformFile, OpensPathsOf1024Bytes) {
   std::string path = folder_.string();
   path.append(1024 - path.size() - std::strlen("a.xml"), '/') += "a.xml";
   EXPECT_EQ(write("/" + path), kFileOpen) << "one byte too long";
   EXPECT_FALSE(fs::exists(file_));
-  // A file not made yet, and a canonical path longer than the given one.
+  EXPECT_EQ(write(path), kOk) << "a new file";
+  EXPECT_EQ(write(path), kOk) << "the same file";
+  EXPECT_EQ(trees::readFile(file_), text_);
+}
+
+#if defined(NEB_XML_POSIX)
+
+// To a file not made yet, and to a canonical path longer than the given one.
+TEST_F(TransformFile, FollowsLinks) {
   fs::path deep = folder_;
   for (int i = 0; i < 6; ++i) deep /= std::string(200, 'd');
   fs::create_directories(deep);
   fs::create_symlink("target.xml", folder_ / "link.xml");
   fs::create_symlink(deep, folder_ / "deep");
-  for (const fs::path &given : {fs::path(path), folder_ / "link.xml", folder_ / "deep" / "b.xml"}) {
+  for (const fs::path &given : {folder_ / "link.xml", folder_ / "deep" / "b.xml"}) {
     EXPECT_EQ(write(given), kOk) << "a new file";
     EXPECT_EQ(write(given), kOk) << "the same file";
     EXPECT_EQ(trees::readFile(given.string()), text_);
@@ -314,8 +326,6 @@ TEST_F(TransformFile, OpensPathsOf1024BytesAndFollowsLinks) {
   EXPECT_TRUE(fs::is_symlink(folder_ / "link.xml"));
   EXPECT_EQ(trees::readFile((folder_ / "target.xml").string()), text_);
 }
-
-#if defined(NEB_XML_POSIX)
 
 // More than a FIFO holds: the writer waits for its reader, but for none that is not there.
 TEST_F(TransformFile, WritesToAFifoThatIsRead) {

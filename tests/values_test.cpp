@@ -173,13 +173,22 @@ std::string writeDouble(double value) {
   return text;
 }
 
-// By the form of XML Schema and the C library, in whose locale a dot is the decimal point.
+// Unlike strtod, exact by every library. It does not tell numbers that are too large from those that
+// are too small.
+double nearestTo(const std::string &number) {
+  const char *end = number.data() + number.size();
+  double value = 0;
+  const auto result = std::from_chars(number.data() + number.starts_with('+'), end, value);
+  return result.ec == std::errc::result_out_of_range ? std::strtod(number.c_str(), nullptr) : value;
+}
+
+// By the form of XML Schema and the standard library.
 void checkRead(const std::string &text) {
   static const std::regex kForm(
       "([+-]?([0-9]+(\\.[0-9]*)?|\\.[0-9]+)([eE][+-]?[0-9]+)?|[+-]?INF|NaN)");
   constexpr double kUntouched = 42.5;
   const std::string number(trimmed(text));
-  const double expected = std::strtod(number.c_str(), nullptr);
+  const double expected = nearestTo(number);
   const bool isTooLarge = std::isinf(expected) && number.find('I') == number.npos;
   const uint32_t result = number.empty()                     ? kEmpty
                           : !std::regex_match(number, kForm) ? kMalformed

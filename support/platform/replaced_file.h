@@ -23,8 +23,8 @@ class NewFile {
 // Writes the whole content; false if that fails.
 using ContentWriter = bool (*)(NewFile file, void *context);
 
-// Writes a temporary file beside the target, gives it the target's rights (see file_rights.h),
-// flushes it to the disk and renames it over the target. Its name cannot be predicted. A symbolic
+// Writes a temporary file beside the target, gives it the target's rights (see file_rights.h, and
+// ReplaceFile for Windows), flushes it to the disk and renames it over the target. Its name cannot be predicted. A symbolic
 // link is followed. The target must be a regular file or not exist. After a failure the old file
 // is unchanged and no temporary one is left. If others change the target meanwhile, the content is
 // written again.

@@ -69,6 +69,13 @@
  *   been in a session's tree is bound to that session. A session node or a bound node is not
  *   accepted into a tree of another session or of none.
  *
+ * Files
+ *
+ *   Paths are the system's. On Windows they are UTF-8, with '/' or '\' between names; an absolute
+ *   path may take 4000 UTF-16 units. File hooks get paths unchanged, whatever encoding they expect.
+ *   Files are binary everywhere. Calls that report errno report it on Windows too: EBUSY if others
+ *   have opened the file in a way that forbids the call, EILSEQ for a path that is not UTF-8.
+ *
  * Threads
  *
  *   Calls on different trees may overlap, sessions included. Calls that only read one tree
@@ -90,6 +97,9 @@
 #include <stdint.h>
 #include <stdio.h>
 
+/* For Windows: a program that uses the DLL may define NEB_XML_SHARED. It must if its compiler does
+ * not import variables by itself, as MSVC, and the program uses g_fnXMLMalloc or g_fnXMLFree. One
+ * that uses the static library does not define it. The CMake package defines it where needed. */
 #ifndef NEB_XML_API
 #if defined(_WIN32) && defined(NEB_XML_SHARED)
 #define NEB_XML_API __declspec(dllimport)
@@ -531,6 +541,13 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformIndented(const XmlNode *s
  * security.capability, .ima and .evm, which describe the old content. If the group cannot be kept,
  * its rights are not given to another; if a list or an attribute cannot, the call fails: nobody
  * gains rights. A new file gets what the process's mask allows. Other hard links keep the old file.
+ *
+ * On Windows, ReplaceFile replaces an old file, which keeps its access rights, attributes and other
+ * streams. For a moment, nothing may have its name. If that call fails half-way, the old file is
+ * moved back. Nobody can open the temporary file while it is written; from then until it replaces
+ * the old one, it has the rights that its folder gives to new files. A file that is marked
+ * read-only is not replaced (NEB_XML_ERR_FILE_OPEN), nor one that is open without
+ * FILE_SHARE_DELETE, as fopen opens it (NEB_XML_ERR_FILE_WRITE).
  *
  * path          up to 1024 bytes; no directory is created. The file hooks are not used.
  * start, width  as for NEB_XML_TransformIndented. Siblings of start are not written.

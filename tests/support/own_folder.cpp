@@ -30,7 +30,7 @@ class OwnFolder : public testing::Environment {
       folder = before_ + "neb-xml-test-" + std::to_string(random());
     } while (!fs::create_directory(folder));
     fs::permissions(folder, fs::perms(0711));  // for tests as other users
-    setVariable(kFolderVariable, folder + "/");
+    setVariable(kFolderVariable, folder + static_cast<char>(fs::path::preferred_separator));
   }
   void TearDown() override { fs::remove_all(testing::TempDir()); }
 

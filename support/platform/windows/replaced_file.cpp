@@ -39,8 +39,7 @@ bool failWith(int cause) {
   return false;
 }
 
-bool isReplaceable(const WidePath &path, DWORD attributes) {
-  if (isDevice(path)) return failWith(EINVAL);
+bool isReplaceable(DWORD attributes) {
   if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return failWith(EISDIR);
   return (attributes & FILE_ATTRIBUTE_READONLY) == 0 || failWith(EACCES);
 }
@@ -48,6 +47,7 @@ bool isReplaceable(const WidePath &path, DWORD attributes) {
 // The file to be replaced, or a path where there is none.
 bool resolveTarget(const char *path, WidePath &target) {
   if (!makeWide(path, target)) return false;
+  if (isDevice(target)) return failWith(EINVAL);
   DWORD attributes = GetFileAttributesW(target);
   if (attributes == INVALID_FILE_ATTRIBUTES) {
     return GetLastError() == ERROR_FILE_NOT_FOUND || failWithLastError();
@@ -57,7 +57,7 @@ bool resolveTarget(const char *path, WidePath &target) {
     attributes = GetFileAttributesW(target);
     if (attributes == INVALID_FILE_ATTRIBUTES) return failWithLastError();
   }
-  return isReplaceable(target, attributes);
+  return isReplaceable(attributes);
 }
 
 // Names in the target's folder that do not grow with the target's, which may be as long as names
