@@ -90,7 +90,11 @@
 #include <stdio.h>
 
 #ifndef NEB_XML_API
-#if defined(__GNUC__)
+#if defined(_WIN32) && defined(NEB_XML_SHARED)
+#define NEB_XML_API __declspec(dllimport)
+#elif defined(_WIN32)
+#define NEB_XML_API
+#elif defined(__GNUC__)
 #define NEB_XML_API __attribute__((visibility("default")))
 #else
 #define NEB_XML_API

@@ -144,14 +144,25 @@ void failNth(size_t n, bool allAfter) {
   });
 }
 
+namespace {
+
+// Not every C library can be told what its memory holds.
+void perturb([[maybe_unused]] int byte) {
+#ifdef M_PERTURB
+  mallopt(M_PERTURB, byte);
+#endif
+}
+
+}  // namespace
+
 UnclearedMemory::UnclearedMemory() {
-  mallopt(M_PERTURB, kFreshByte);
+  perturb(kFreshByte);
   NEB_XML_RegMemFunc(std::malloc, std::calloc, std::free);
 }
 
 UnclearedMemory::~UnclearedMemory() {
   registerHooks();
-  mallopt(M_PERTURB, 0);
+  perturb(0);
 }
 
 void registerHooks() {

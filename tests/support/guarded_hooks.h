@@ -48,7 +48,7 @@ class FailingAllocation {
 };
 
 // Registers the functions of the standard library for its lifetime. Blocks of sessions then hold
-// arbitrary bytes, here never zeros. What is allocated during that time must be freed in it.
+// arbitrary bytes, with glibc never zeros. What is allocated during that time must be freed in it.
 class UnclearedMemory {
  public:
   UnclearedMemory();

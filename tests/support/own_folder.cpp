@@ -3,18 +3,36 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <string>
+
+#include "platform/system.h"
 
 namespace {
 
+namespace fs = std::filesystem;
+
+constexpr char kFolderVariable[] = "TEST_TMPDIR";  // read by testing::TempDir()
+
+void setVariable(const char *name, const std::string &value) {
+#if defined(NEB_XML_WINDOWS)
+  _putenv_s(name, value.c_str());
+#else
+  setenv(name, value.c_str(), 1);
+#endif
+}
+
 class OwnFolder : public testing::Environment {
   void SetUp() override {
-    std::string folder = before_ + "neb-xml-test-XXXXXX";
-    ASSERT_NE(mkdtemp(folder.data()), nullptr) << folder;
-    std::filesystem::permissions(folder, std::filesystem::perms(0711));  // for tests as other users
-    setenv("TEST_TMPDIR", (folder + "/").c_str(), 1);  // testing::TempDir() from now on
+    std::random_device random;
+    std::string folder;
+    do {
+      folder = before_ + "neb-xml-test-" + std::to_string(random());
+    } while (!fs::create_directory(folder));
+    fs::permissions(folder, fs::perms(0711));  // for tests as other users
+    setVariable(kFolderVariable, folder + "/");
   }
-  void TearDown() override { std::filesystem::remove_all(testing::TempDir()); }
+  void TearDown() override { fs::remove_all(testing::TempDir()); }
 
   const std::string before_ = testing::TempDir();
 };

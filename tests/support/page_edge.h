@@ -1,24 +1,23 @@
 // Memory between unreadable pages: a read beyond it ends the test, in any build.
 #pragma once
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+
+#include "support/pages.h"
 
 namespace guarded {
 
 class PageEdge {
  public:
   PageEdge(size_t size) : size_((size + kPage - 1) / kPage * kPage) {
-    void *memory = mmap(nullptr, size_ + 2 * kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    begin_ = static_cast<char *>(memory) + kPage;
-    if (memory == MAP_FAILED || mprotect(begin_, size_, PROT_READ | PROT_WRITE) != 0) std::abort();
+    char *memory = reservePages(size_ + 2 * kPage);
+    if (memory == nullptr || !makeAccessible(memory + kPage, size_)) std::abort();
+    begin_ = memory + kPage;
   }
-  ~PageEdge() { munmap(begin_ - kPage, size_ + 2 * kPage); }
+  ~PageEdge() { freePages(begin_ - kPage, size_ + 2 * kPage); }
   PageEdge(const PageEdge &) = delete;
   PageEdge &operator=(const PageEdge &) = delete;
 
@@ -34,7 +33,7 @@ class PageEdge {
     std::copy(bytes.begin(), bytes.end(), to);
     return to;
   }
-  static inline const auto kPage = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  static inline const size_t kPage = pageSize();
   size_t size_;
   char *begin_;
 };

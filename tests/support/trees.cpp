@@ -47,7 +47,7 @@ std::vector<std::string> realFiles() {
         "/usr/share/mobile-broadband-provider-info"}) {
     if (!fs::is_directory(folder)) continue;
     for (const auto &file : fs::recursive_directory_iterator(folder)) {
-      if (file.path().extension() == ".xml") files.push_back(file.path());
+      if (file.path().extension() == ".xml") files.push_back(file.path().string());
     }
     EXPECT_GE(files.size(), 3U);
   }
