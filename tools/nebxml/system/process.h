@@ -6,9 +6,9 @@
 
 namespace nebxml {
 
-// Lives as long as main. The standard streams then hold bytes, without conversions of line ends, and
-// a write beyond the file size limit fails like any other write. A console of Windows takes UTF-8 and
-// escape sequences, until the end.
+// Lives as long as main. The standard streams then hold bytes, without conversions of line ends.
+// A write beyond the file size limit fails like any other write. Until the end, a console of
+// Windows takes UTF-8 and escape sequences.
 class Process {
  public:
   Process();

@@ -55,8 +55,9 @@ namespace {
 
 unsigned numberIn(std::string_view digits) {
   unsigned number = 0;
-  const auto [end, error] = std::from_chars(digits.begin(), digits.end(), number);
-  return error == std::errc() && end == digits.end() ? number : 0;
+  const char *expected = digits.data() + digits.size();
+  const auto [end, error] = std::from_chars(digits.data(), expected, number);
+  return error == std::errc() && end == expected ? number : 0;
 }
 
 unsigned numberOf(std::string_view name) {

@@ -5,6 +5,7 @@
 #if defined(NEBXML_WINDOWS)
 
 #include <array>
+#include <cstdio>
 
 #include <fcntl.h>
 #include <io.h>
@@ -18,6 +19,7 @@
 namespace nebxml {
 namespace {
 
+constexpr size_t kErrorsBuffer = 65536;
 constexpr DWORD kEscapes = ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING;
 
 // A standard stream, and how its console was before.
@@ -52,6 +54,8 @@ Process::Process() {
   for (const int descriptor : {kStandardInput, kStandardOutput, kStandardErrors}) {
     ::_setmode(descriptor, _O_BINARY);
   }
+  // A console shows a character only if all of its bytes arrive at once. C++ flushes each string.
+  std::setvbuf(stderr, nullptr, _IOFBF, kErrorsBuffer);
   for (Stream &stream : g_streams) prepare(stream);
 }
 
