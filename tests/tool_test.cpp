@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <random>
 #include <regex>
@@ -24,6 +25,13 @@ namespace {
 
 using tables::repeated;
 
+// The one of this build, or another one that the environment names, such as one for Windows, which
+// an emulator runs.
+std::string toolUnderTest() {
+  const char *other = std::getenv("NEBXML");
+  return other == nullptr ? NEBXML_EXECUTABLE : other;
+}
+
 struct Outcome {
   int status;
   std::string output;
@@ -38,13 +46,15 @@ class Tool : public ::testing::Test {
   // Runs a shell command in the directory of the files; $nebxml is the tool.
   static Outcome shell(const std::string &command, const std::string &input = "") {
     write("../input", input);
-    const std::string line = "cd '" + files() +
-                             "' && nebxml='" NEBXML_EXECUTABLE "' samples='" NEB_XML_SAMPLES_DIR
-                             "'\n(" +
-                             command + ") <../input >../output 2>../errors";
+    const std::string line = "cd '" + files() + "' && nebxml='" + toolUnderTest() +
+                             "' samples='" NEB_XML_SAMPLES_DIR "'\n(" + command +
+                             ") <../input >../output 2>../errors";
     const int status = std::system(line.c_str());  // NOLINT: the point is to use a shell
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("../output"), read("../errors")};
   }
+
+  // Windows has an empty device of this name in every folder.
+  static bool isForWindows() { return shell("$nebxml check NUL").status == 1; }
 
   static void write(const std::string &name, const std::string &text) {
     std::ofstream(files() + name, std::ios::binary) << text;
@@ -58,6 +68,7 @@ class Tool : public ::testing::Test {
 struct Case {
   std::string command, input, output, errors;
   int status;
+  bool isForPosix;
 };
 
 std::vector<Case> casesOf(const std::string &name) {
@@ -65,9 +76,11 @@ std::vector<Case> casesOf(const std::string &name) {
   for (const std::string &line : tables::linesOf(name)) {
     const std::string text = line.substr(2);
     if (line[0] == '$') {
-      cases.push_back({text, "", "", "", -1});
+      cases.push_back({text, "", "", "", -1, false});
     } else if (line[0] == '?') {
       cases.back().status = std::stoi(text);
+    } else if (line[0] == '&') {
+      cases.back().isForPosix = text == "posix";
     } else {
       Case &last = cases.back();
       (line[0] == '<' ? last.input : line[0] == '>' ? last.output : last.errors) = text;
@@ -105,7 +118,13 @@ TEST_P(ToolTable, AnswersWithStatusOutputAndCause) {
   write("show",
         "cat >F; $nebxml check F >G 2>&1; $nebxml check - <F 2>&1 | sed 's/^-:/F:/' >H; "
         "cat G; cmp G H");
-  for (const Case &row : casesOf(GetParam() + ".txt")) {
+  std::vector<Case> cases = casesOf(GetParam() + ".txt");
+  if (isForWindows()) {
+    const size_t leftOut = std::erase_if(cases, [](const Case &row) { return row.isForPosix; });
+    std::cout << "Left out: " << leftOut << " rows, which need POSIX; run: " << cases.size()
+              << '\n';
+  }
+  for (const Case &row : cases) {
     SCOPED_TRACE(row.command);
     const Outcome outcome = shell(row.command, row.input == "one" ? one : row.input);
     EXPECT_EQ(outcome.status, row.status);

@@ -121,19 +121,21 @@ void requireKnownCommand(const CLI::App &app, const std::string &typed) {
 
 }  // namespace
 
-ExitStatus run(int argumentCount, const char *const *arguments) {
+ExitStatus run(const std::vector<std::string> &arguments) {
   CLI::App app("Reads, checks and edits XML documents.", "nebxml");
   ExitStatus status = ExitStatus::done;
   app.set_version_flag("--version", versionText());
   app.formatter(std::make_shared<HelpFormatter>(std::array<std::string, 2>{}));
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.require_subcommand(1);
+  // A slash begins a name on every system.
+  app.allow_windows_style_options(false);
   app.fallthrough();
   addColour(app);
   addCommands(app, status);
-  if (argumentCount > 1) requireKnownCommand(app, arguments[1]);
+  if (!arguments.empty()) requireKnownCommand(app, arguments.front());
   try {
-    app.parse(argumentCount, arguments);
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::ParseError &error) {
     return answer(app, error);
   }

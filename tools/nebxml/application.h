@@ -1,11 +1,14 @@
 // The command line as a whole.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "terminal/command_error.h"
 
 namespace nebxml {
 
 // Runs the command that the arguments name. Throws CommandError.
-ExitStatus run(int argumentCount, const char *const *arguments);
+ExitStatus run(const std::vector<std::string> &arguments);
 
 }  // namespace nebxml

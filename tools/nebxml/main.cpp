@@ -1,13 +1,12 @@
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <new>
 #include <string_view>
 
-#include <unistd.h>
-
 #include "application.h"
+#include "system/open_file.h"
+#include "system/process.h"
 #include "terminal/output.h"
 
 namespace nebxml {
@@ -16,7 +15,7 @@ namespace {
 // The runtime calls this if there is no memory for an exception.
 [[noreturn]] void endAtOnce() {
   constexpr std::string_view kReport = "nebxml: stopped, there is not enough memory\n";
-  [[maybe_unused]] const ssize_t unused = ::write(STDERR_FILENO, kReport.data(), kReport.size());
+  writeWhole(kStandardErrors, kReport);
   std::_Exit(static_cast<int>(ExitStatus::fileTrouble));
 }
 
@@ -26,11 +25,10 @@ namespace {
 int main(int argumentCount, char **arguments) {
   using nebxml::ExitStatus;
   ExitStatus status = ExitStatus::fileTrouble;
-  // A write beyond the file size limit then fails like any other write.
-  std::signal(SIGXFSZ, SIG_IGN);
   std::set_terminate(nebxml::endAtOnce);
+  const nebxml::Process process;
   try {
-    status = nebxml::run(argumentCount, arguments);
+    status = nebxml::run(nebxml::argumentsOf(argumentCount, arguments));
     nebxml::closeStandardOutput();
   } catch (const nebxml::CommandError &error) {
     std::fprintf(stderr, "%s\n", error.what());

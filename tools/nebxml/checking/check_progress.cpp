@@ -6,6 +6,8 @@
 #include <sstream>
 #include <system_error>
 
+#include "system/paths.h"
+
 namespace nebxml {
 namespace {
 
@@ -38,7 +40,7 @@ std::string minutes(double seconds) {
 
 void CheckProgress::addFile(const std::string &fileName) {
   std::error_code error;
-  const auto size = std::filesystem::file_size(fileName, error);
+  const auto size = std::filesystem::file_size(pathOf(fileName), error);
   const std::lock_guard lock(mutex_);
   if (!error) byteCount_ += size;
   ++doneCount_;

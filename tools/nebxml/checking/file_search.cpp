@@ -5,9 +5,8 @@
 #include <system_error>
 #include <utility>
 
-#include <fnmatch.h>
-
 #include "documents/document.h"
+#include "system/paths.h"
 
 namespace nebxml {
 namespace {
@@ -21,15 +20,14 @@ struct Entry {
 
 bool namesFolder(const std::string &name) {
   std::error_code ignored;
-  return name != kStandardStream && fs::is_directory(name, ignored);
+  return name != kStandardStream && fs::is_directory(pathOf(name), ignored);
 }
 
 bool isHidden(const std::string &name) { return name.front() == '.'; }
 
 bool matches(const std::string &name, const std::vector<std::string> &patterns) {
-  return std::any_of(patterns.begin(), patterns.end(), [&name](const std::string &pattern) {
-    return ::fnmatch(pattern.c_str(), name.c_str(), FNM_PERIOD) == 0;
-  });
+  return std::any_of(patterns.begin(), patterns.end(),
+                     [&name](const std::string &pattern) { return matchesPattern(name, pattern); });
 }
 
 // Whether it is a regular file or a link to one. A link that leads nowhere counts, so that it is
@@ -47,15 +45,15 @@ std::error_code addEntries(const std::string &folder, const std::vector<std::str
   const auto first = static_cast<std::ptrdiff_t>(pending.size());
   std::error_code error;
   std::error_code ignored;
-  for (fs::directory_iterator each(folder, error), end; !error && each != end;
+  for (fs::directory_iterator each(pathOf(folder), error), end; !error && each != end;
        each.increment(error)) {
-    const std::string name = each->path().filename().string();
+    const std::string name = nameOf(each->path().filename());
     const fs::file_status status = each->symlink_status(ignored);
     const bool isFolder = fs::is_directory(status);
     // What cannot be told, as its path is too long, is taken for a file, so that it is reported.
     const bool isUnknown = !fs::status_known(status);
     const bool isWanted = isFolder ? !isHidden(name) : matches(name, patterns) && isFile(*each);
-    if (isUnknown || isWanted) pending.push_back({each->path().string(), isFolder});
+    if (isUnknown || isWanted) pending.push_back({nameOf(each->path()), isFolder});
   }
   std::sort(pending.begin() + first, pending.end(),
             [](const Entry &one, const Entry &other) { return one.name > other.name; });

@@ -4,6 +4,7 @@
 
 #include "command_line/reading_options.h"
 #include "documents/value_type.h"
+#include "system/paths.h"
 
 namespace nebxml {
 
@@ -15,7 +16,9 @@ constexpr const char *kUsualSuffix = "~";
 std::string suffixOf(const std::string &value) { return value == "true" ? kUsualSuffix : value; }
 
 std::string isInSameFolder(const std::string &suffix) {
-  return suffix.find('/') == std::string::npos ? "" : "a suffix has no '/': " + suffix;
+  const size_t mark = suffix.find_first_of(kFolderMarks);
+  return mark == std::string::npos ? ""
+                                   : "a suffix has no '" + suffix.substr(mark, 1) + "': " + suffix;
 }
 
 }  // namespace

@@ -4,7 +4,8 @@
 #include <string>
 
 #include "documents/byte_order.h"
-#include "documents/converter.h"
+#include "documents/known_encoding.h"
+#include "system/converter.h"
 
 namespace nebxml {
 namespace {
@@ -12,7 +13,7 @@ namespace {
 // A message, or nothing if the encoding is known.
 std::string refuseUnknown(const std::string &name) {
   if (isKnownEncoding(inByteOrder(name, ""))) return "";
-  return "the system does not know '" + name + "' ('iconv -l' lists what it knows)";
+  return "the system does not know '" + name + "' (" + kEncodingsAreListed + ")";
 }
 
 // Replaces a size by its number of bytes. For an unknown unit, CLI11 throws.

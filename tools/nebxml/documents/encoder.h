@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "documents/converter.h"
+#include "system/converter.h"
 #include "terminal/utf8.h"
 
 namespace nebxml {

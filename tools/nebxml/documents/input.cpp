@@ -3,13 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <optional>
 
 #include "documents/byte_order.h"
-#include "documents/converter.h"
+#include "documents/known_encoding.h"
+#include "system/open_file.h"
 #include "terminal/command_error.h"
 
 namespace nebxml {
@@ -17,29 +15,9 @@ namespace {
 
 constexpr size_t kReadSize = 65536;
 
-// A file open for reading, or standard input.
-class OpenFile {
- public:
-  explicit OpenFile(const std::string &fileName)
-      : descriptor_(fileName == kStandardStream ? STDIN_FILENO
-                                                : ::open(fileName.c_str(), O_RDONLY | O_CLOEXEC)) {}
-  ~OpenFile() { ::close(descriptor_); }
-  OpenFile(const OpenFile &) = delete;
-  OpenFile &operator=(const OpenFile &) = delete;
-
-  // Negative, with errno set, if the file could not be opened.
-  int descriptor() const { return descriptor_; }
-
-  // 0 if it is not known, as that of a pipe.
-  size_t size() const {
-    struct stat status {};
-    const bool isKnown = ::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
-    return isKnown ? static_cast<size_t>(status.st_size) : 0;
-  }
-
- private:
-  int descriptor_;
-};
+OpenFile openInput(const std::string &fileName) {
+  return fileName == kStandardStream ? OpenFile::standardInput() : OpenFile::toRead(fileName);
+}
 
 CommandError tooLarge(const std::string &fileName, size_t maxBytes) {
   const std::string cause = "larger than " + std::to_string(maxBytes) + " bytes (--max-bytes)";
@@ -57,22 +35,21 @@ bool endsAtNul(const std::string &bytes, const std::string &encoding) {
 }  // namespace
 
 bool isTypedByUser(const std::string &fileName) {
-  return fileName == kStandardStream && ::isatty(STDIN_FILENO) == 1;
+  return fileName == kStandardStream && isTerminal(kStandardInput);
 }
 
 std::string readInput(const std::string &fileName, const std::string &encoding, size_t maxBytes) {
-  const OpenFile file(fileName);
-  if (file.descriptor() < 0) throw systemError(fileName, "cannot open", errno);
+  const OpenFile file = openInput(fileName);
+  if (!file.isOpen()) throw systemError(fileName, "cannot open", errno);
   const size_t limit = maxBytes == 0 ? SIZE_MAX : maxBytes;
   std::string bytes;
   bytes.reserve(std::min(file.size(), limit));
   std::array<char, kReadSize> chunk{};
   bool hasNul = false;
   for (;;) {
-    const ssize_t count = ::read(file.descriptor(), chunk.data(), chunk.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throw systemError(fileName, "cannot read", errno);
-    const std::string_view part(chunk.data(), static_cast<size_t>(count));
+    const std::optional<size_t> count = file.read(chunk.data(), chunk.size());
+    if (!count) throw systemError(fileName, "cannot read", errno);
+    const std::string_view part(chunk.data(), *count);
     if (part.size() > limit - bytes.size()) throw tooLarge(fileName, maxBytes);
     bytes += part;
     hasNul = hasNul || part.find('\0') != std::string_view::npos;

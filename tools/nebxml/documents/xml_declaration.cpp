@@ -1,8 +1,8 @@
 #include "documents/xml_declaration.h"
 
 #include "documents/byte_order.h"
-#include "documents/converter.h"
 #include "documents/parsing.h"
+#include "system/converter.h"
 
 namespace nebxml {
 namespace {

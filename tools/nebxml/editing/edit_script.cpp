@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "documents/document.h"
+#include "system/paths.h"
 #include "terminal/command_error.h"
 #include "terminal/excerpt.h"
 #include "terminal/suggestion.h"
@@ -52,7 +53,7 @@ void readLines(std::istream &stream, const std::string &fileName,
 
 void readScript(const std::string &fileName, std::vector<EditRequest> &requests) {
   if (fileName == kStandardStream) return readLines(std::cin, fileName, requests);
-  std::ifstream stream(fileName, std::ios::binary);
+  std::ifstream stream(pathOf(fileName), std::ios::binary);
   if (!stream) throw systemError(fileName, "cannot open", errno);
   readLines(stream, fileName, requests);
 }

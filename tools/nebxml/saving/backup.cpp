@@ -2,15 +2,10 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 
-#include <fcntl.h>
-#include <sys/random.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include "saving/blocked_signals.h"
-#include "saving/file_copy.h"
+#include "system/blocked_signals.h"
+#include "system/kept_files.h"
+#include "system/paths.h"
 #include "terminal/command_error.h"
 
 namespace nebxml {
@@ -28,8 +23,8 @@ std::string temporaryName(const std::string &name) {
   constexpr unsigned kDigitBits = 4;
   constexpr unsigned kDigitMask = 0xF;
   std::array<unsigned char, kRandomBytes> bytes{};
-  if (::getentropy(bytes.data(), bytes.size()) != 0) fail(name, errno);
-  std::string temporary = name.substr(0, name.rfind('/') + 1) + ".nebxml-";
+  if (!fillRandomly(bytes)) fail(name, errno);
+  std::string temporary = name.substr(0, name.find_last_of(kFolderMarks) + 1) + ".nebxml-";
   for (const unsigned byte : bytes) {
     temporary += kDigits[byte >> kDigitBits];
     temporary += kDigits[byte & kDigitMask];
@@ -37,28 +32,17 @@ std::string temporaryName(const std::string &name) {
   return temporary + ".tmp";
 }
 
-bool linkOrCopy(const std::string &fileName, const std::string &name) {
-  return ::linkat(AT_FDCWD, fileName.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0 ||
-         copyFile(fileName, name);
-}
-
-bool isRegular(const std::string &fileName) {
-  struct stat status {};
-  return ::stat(fileName.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-}
-
 }  // namespace
 
 void keepBackup(const std::string &fileName, const std::string &suffix) {
-  if (!isRegular(fileName)) return;  // replacing it reports what it is
+  if (!isRegularFile(fileName)) return;  // replacing it reports what it is
   const BlockedSignals blocked;
   const std::string name = fileName + suffix;
   const std::string temporary = temporaryName(name);
-  const bool isKept =
-      linkOrCopy(fileName, temporary) && std::rename(temporary.c_str(), name.c_str()) == 0;
+  const bool isKept = linkOrCopy(fileName, temporary) && renameFile(temporary, name);
   const int cause = errno;
   // A link is still there if the older file was a link to the same file.
-  ::unlink(temporary.c_str());
+  removeFile(temporary);
   if (!isKept) fail(name, cause);
 }
 

@@ -2,26 +2,16 @@
 
 #include <cerrno>
 
-#include <fcntl.h>
-
 #include "neb_xml.h"
-#include "saving/blocked_signals.h"
-#include "saving/descriptor.h"
+#include "system/blocked_signals.h"
+#include "system/open_file.h"
 #include "terminal/command_error.h"
-#include "terminal/writing.h"
 
 namespace nebxml {
-namespace {
-
-constexpr mode_t kNewFileMode = 0666;
-
-}  // namespace
 
 void writeFile(const std::string &fileName, std::string_view text) {
-  Descriptor file(::open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode));
-  if (file.number() < 0 || !writeWhole(file.number(), text) || !file.close()) {
-    failWriting(fileName, errno);
-  }
+  OpenFile file = OpenFile::toWrite(fileName);
+  if (!file.isOpen() || !file.write(text) || !file.close()) failWriting(fileName, errno);
 }
 
 void replaceFile(const std::string &fileName, std::string_view text) {

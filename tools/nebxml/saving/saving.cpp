@@ -7,6 +7,7 @@
 #include "saving/backup.h"
 #include "saving/dry_run.h"
 #include "saving/file_writing.h"
+#include "system/paths.h"
 #include "terminal/command_error.h"
 #include "terminal/output.h"
 
@@ -28,8 +29,8 @@ void requireWholeTree(const Document &document) {
 // Its content must not be lost if the result cannot be written.
 bool isTheDocument(const std::string &fileName, const Document &document) {
   std::error_code ignored;
-  return std::filesystem::is_regular_file(fileName, ignored) &&
-         std::filesystem::equivalent(fileName, document.fileName(), ignored);
+  return std::filesystem::is_regular_file(pathOf(fileName), ignored) &&
+         std::filesystem::equivalent(pathOf(fileName), pathOf(document.fileName()), ignored);
 }
 
 }  // namespace

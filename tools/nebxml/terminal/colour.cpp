@@ -3,7 +3,8 @@
 #include <array>
 #include <cstdlib>
 
-#include <unistd.h>
+#include "system/open_file.h"
+#include "system/process.h"
 
 namespace nebxml {
 namespace {
@@ -19,10 +20,17 @@ std::string_view codeOf(Style style) {
   return kCodes.at(static_cast<size_t>(style));
 }
 
-bool isTerminal(Stream stream) {
-  static const std::array<bool, 2> areTerminals{::isatty(STDOUT_FILENO) == 1,
-                                                ::isatty(STDERR_FILENO) == 1};
+// Of both streams, asked only once.
+using OfStreams = std::array<bool, 2>;
+
+bool isSeen(Stream stream) {
+  static const OfStreams areTerminals{isTerminal(kStandardOutput), isTerminal(kStandardErrors)};
   return areTerminals.at(static_cast<size_t>(stream));
+}
+
+bool canColour(Stream stream) {
+  static const OfStreams takeEscapes{takesEscapes(kStandardOutput), takesEscapes(kStandardErrors)};
+  return takeEscapes.at(static_cast<size_t>(stream));
 }
 
 bool isRefusedByEnvironment() {
@@ -33,16 +41,14 @@ bool isRefusedByEnvironment() {
 bool takesColour(Stream stream) {
   if (g_choice != ColourChoice::automatic) return g_choice == ColourChoice::always;
   static const bool isRefused = isRefusedByEnvironment();
-  return isTerminal(stream) && !isRefused;
+  return canColour(stream) && !isRefused;
 }
 
 }  // namespace
 
 void chooseColour(ColourChoice choice) { g_choice = choice; }
 
-bool reachesTerminal(Stream stream) {
-  return isTerminal(stream) || g_choice == ColourChoice::always;
-}
+bool reachesTerminal(Stream stream) { return isSeen(stream) || g_choice == ColourChoice::always; }
 
 std::string styled(Stream stream, Style style, std::string_view text) {
   if (!takesColour(stream)) return std::string(text);

@@ -57,4 +57,8 @@ inline CommandError systemError(const std::string &subject, const std::string &c
   return {ExitStatus::fileTrouble, subject, errorNumber == 0 ? cause : cause + ": " + message};
 }
 
+[[noreturn]] inline void failWriting(const std::string &subject, int errorNumber) {
+  throw systemError(subject, "cannot write", errorNumber);
+}
+
 }  // namespace nebxml

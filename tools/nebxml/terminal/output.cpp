@@ -3,17 +3,15 @@
 #include <cerrno>
 #include <iostream>
 
-#include <unistd.h>
-
+#include "system/open_file.h"
 #include "terminal/colour.h"
 #include "terminal/command_error.h"
 #include "terminal/printable.h"
-#include "terminal/writing.h"
 
 namespace nebxml {
 namespace {
 
-constexpr const char *kStandardOutput = "standard output";
+constexpr const char *kOutputName = "standard output";
 constexpr std::string_view kLayoutControls = "\t\n";
 
 bool g_isOutputUsed = false;
@@ -23,7 +21,7 @@ bool g_isOutputUsed = false;
 void writeReport(std::string_view lines) {
   if (lines.empty()) return;
   g_isOutputUsed = true;
-  if (!writeWhole(STDOUT_FILENO, lines)) failWriting(kStandardOutput, errno);
+  if (!writeWhole(kStandardOutput, lines)) failWriting(kOutputName, errno);
 }
 
 void writeStandardOutput(std::string_view text) {
@@ -43,7 +41,7 @@ std::string outputName(std::string_view name) {
 }
 
 void closeStandardOutput() {
-  if (g_isOutputUsed && ::close(STDOUT_FILENO) != 0) failWriting(kStandardOutput, errno);
+  if (g_isOutputUsed && !closeDescriptor(kStandardOutput)) failWriting(kOutputName, errno);
 }
 
 }  // namespace nebxml

@@ -8,7 +8,8 @@
 #include <system_error>
 #include <utility>
 
-#include <unistd.h>
+#include "system/open_file.h"
+#include "system/process.h"
 
 namespace nebxml {
 namespace {
@@ -29,7 +30,7 @@ std::atomic_flag g_isOneAlive;
 // A dumb terminal, such as that of an editor, cannot erase a line.
 bool canErase() {
   const char *terminal = std::getenv("TERM");
-  return ::isatty(STDERR_FILENO) == 1 &&
+  return takesEscapes(kStandardErrors) &&
          (terminal == nullptr || std::string_view(terminal) != "dumb");
 }
 

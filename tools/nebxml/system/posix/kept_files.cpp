@@ -1,21 +1,28 @@
-#include "saving/file_copy.h"
+#include "system/kept_files.h"
+
+#include "system/system.h"
+
+#if defined(NEBXML_POSIX)
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#ifdef __linux__
+// Others have calls of these names with other arguments.
+#if defined(__linux__) && __has_include(<sys/xattr.h>)
+#define NEBXML_HAS_ATTRIBUTES
 #include <sys/xattr.h>
 #endif
 
-#include "saving/descriptor.h"
-#include "terminal/writing.h"
+#include "system/open_file.h"
 
 namespace nebxml {
 namespace {
@@ -25,17 +32,16 @@ constexpr mode_t kAllRights = 07777;
 constexpr mode_t kRightsOfOwner = 0700;
 constexpr size_t kCopySize = 65536;
 
-bool copyBytes(int from, int to) {
+bool copyBytes(const OpenFile &from, const OpenFile &to) {
   std::array<char, kCopySize> chunk{};
   while (true) {
-    const ssize_t count = ::read(from, chunk.data(), chunk.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return count == 0;
-    if (!writeWhole(to, {chunk.data(), static_cast<size_t>(count)})) return false;
+    const std::optional<size_t> count = from.read(chunk.data(), chunk.size());
+    if (!count || *count == 0) return count.has_value();
+    if (!to.write({chunk.data(), *count})) return false;
   }
 }
 
-#ifdef __linux__
+#if defined(NEBXML_HAS_ATTRIBUTES)
 
 constexpr std::string_view kAccessList = "system.posix_acl_access";
 
@@ -90,14 +96,32 @@ bool copyRights(int from, int to) {
          ::futimens(to, times.data()) == 0;
 }
 
-}  // namespace
-
-bool copyFile(const std::string &fileName, const std::string &copyName) {
-  const Descriptor from(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC));
-  if (from.number() < 0) return false;
-  Descriptor to(::open(copyName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPrivateMode));
-  return to.number() >= 0 && copyBytes(from.number(), to.number()) &&
-         copyRights(from.number(), to.number()) && ::fsync(to.number()) == 0 && to.close();
+bool copyFile(const std::string &name, const std::string &copyName) {
+  const OpenFile from = OpenFile::toRead(name);
+  if (!from.isOpen()) return false;
+  OpenFile to(::open(copyName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPrivateMode));
+  return to.isOpen() && copyBytes(from, to) && copyRights(from.descriptor(), to.descriptor()) &&
+         ::fsync(to.descriptor()) == 0 && to.close();
 }
 
+}  // namespace
+
+bool isRegularFile(const std::string &name) {
+  struct stat status {};
+  return ::stat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool linkOrCopy(const std::string &name, const std::string &newName) {
+  return ::linkat(AT_FDCWD, name.c_str(), AT_FDCWD, newName.c_str(), AT_SYMLINK_FOLLOW) == 0 ||
+         copyFile(name, newName);
+}
+
+bool renameFile(const std::string &name, const std::string &newName) {
+  return std::rename(name.c_str(), newName.c_str()) == 0;
+}
+
+void removeFile(const std::string &name) { ::unlink(name.c_str()); }
+
 }  // namespace nebxml
+
+#endif

@@ -1,8 +1,14 @@
-#include "documents/converter.h"
+#include "system/converter.h"
+
+#include "system/system.h"
+
+#if defined(NEBXML_POSIX)
 
 #include <array>
 #include <cerrno>
 #include <new>
+
+#include <iconv.h>
 
 namespace nebxml {
 namespace {
@@ -17,24 +23,36 @@ bool isEncodingName(const std::string &name) {
 
 }  // namespace
 
+struct Converter::Means {
+  explicit Means(iconv_t opened) : descriptor(opened) {}
+  ~Means() { ::iconv_close(descriptor); }
+  Means(const Means &) = delete;
+  Means &operator=(const Means &) = delete;
+
+  iconv_t descriptor;
+};
+
+void Converter::End::operator()(Means *means) const { delete means; }
+
 std::optional<Converter> Converter::between(const std::string &from, const std::string &to) {
   if (!isEncodingName(from) || !isEncodingName(to)) return std::nullopt;
-  Descriptor *descriptor = ::iconv_open(to.c_str(), from.c_str());
-  // The one value that is no descriptor.
-  if (descriptor != reinterpret_cast<iconv_t>(-1)) return Converter(descriptor);  // NOLINT
+  const auto noDescriptor = reinterpret_cast<iconv_t>(-1);  // NOLINT: as POSIX writes it
+  const iconv_t descriptor = ::iconv_open(to.c_str(), from.c_str());
+  if (descriptor != noDescriptor) return Converter(new Means(descriptor));
   if (errno == ENOMEM) throw std::bad_alloc();
   return std::nullopt;
 }
 
 size_t Converter::append(std::string_view bytes, std::string &output) {
-  ::iconv(descriptor_.get(), nullptr, nullptr, nullptr, nullptr);
+  ::iconv(means_->descriptor, nullptr, nullptr, nullptr, nullptr);
   char *next = const_cast<char *>(bytes.data());  // iconv does not write there
   size_t left = bytes.size();
   std::array<char, kChunkSize> chunk;
   for (bool isAtEnd = false;;) {
     char *end = chunk.data();
     size_t room = chunk.size();
-    const size_t result = ::iconv(descriptor_.get(), isAtEnd ? nullptr : &next, &left, &end, &room);
+    const size_t result =
+        ::iconv(means_->descriptor, isAtEnd ? nullptr : &next, &left, &end, &room);
     const bool isFull = result == kFailed && errno == E2BIG;
     output.append(chunk.data(), chunk.size() - room);
     if (isFull) continue;
@@ -43,15 +61,6 @@ size_t Converter::append(std::string_view bytes, std::string &output) {
   }
 }
 
-bool isKnownEncoding(const std::string &name) {
-  return Converter::between(name, kUtf8).has_value();
-}
-
-bool hasNulBytes(const std::string &encoding) {
-  std::optional<Converter> encoder = Converter::between(kUtf8, encoding);
-  std::string markup;
-  if (encoder) encoder->append("<", markup);
-  return markup.find('\0') != std::string::npos;
-}
-
 }  // namespace nebxml
+
+#endif

@@ -6,17 +6,24 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
-#include <iconv.h>
+#include "system/system.h"
 
 namespace nebxml {
 
 inline constexpr const char *kUtf8 = "UTF-8";
 
+// Where to find what the system knows.
+#if defined(NEBXML_WINDOWS)
+inline constexpr const char *kEncodingsAreListed = "the manual lists what it knows";
+#else
+inline constexpr const char *kEncodingsAreListed = "'iconv -l' lists what it knows";
+#endif
+
 class Converter {
  public:
-  // Nothing if the system does not know an encoding, or cannot convert in this direction.
+  // Nothing if the system does not know an encoding, or cannot convert in this direction. Each name
+  // of 16 or 32 bits says the byte order.
   static std::optional<Converter> between(const std::string &from, const std::string &to);
 
   // Converts whole strings, each from the initial state, and appends what they become.
@@ -26,21 +33,16 @@ class Converter {
   size_t append(std::string_view bytes, std::string &output);
 
  private:
-  using Descriptor = std::remove_pointer_t<iconv_t>;
+  // What the system converts with.
+  struct Means;
 
-  struct Close {
-    void operator()(Descriptor *descriptor) const { ::iconv_close(descriptor); }
+  struct End {
+    void operator()(Means *means) const;
   };
 
-  explicit Converter(Descriptor *descriptor) : descriptor_(descriptor) {}
+  explicit Converter(Means *means) : means_(means) {}
 
-  std::unique_ptr<Descriptor, Close> descriptor_;
+  std::unique_ptr<Means, End> means_;
 };
-
-// Whether the system knows an encoding.
-bool isKnownEncoding(const std::string &name);
-
-// Whether markup in this encoding has NUL bytes.
-bool hasNulBytes(const std::string &encoding);
 
 }  // namespace nebxml
