@@ -1,0 +1,5 @@
+set(CMAKE_SYSTEM_PROCESSOR cortex-m3)
+set(board mps2-an385)
+set(NEB_XML_BOARD_FLASH 0)
+set(NEB_XML_BOARD_RAM 0x20000000)
+include(${CMAKE_CURRENT_LIST_DIR}/common/cortex_m.cmake)

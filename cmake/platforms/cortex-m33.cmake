@@ -1,0 +1,7 @@
+set(CMAKE_SYSTEM_PROCESSOR cortex-m33)
+set(board mps2-an505)
+set(NEB_XML_BOARD_FLASH 0x10000000)
+set(NEB_XML_BOARD_RAM 0x38000000)
+include(${CMAKE_CURRENT_LIST_DIR}/common/cortex_m.cmake)
+string(APPEND CMAKE_C_FLAGS_INIT " -mfloat-abi=soft")
+string(APPEND CMAKE_CXX_FLAGS_INIT " -mfloat-abi=soft")
