@@ -12,7 +12,7 @@ namespace nebxml {
 class Process {
  public:
   Process();
-  ~Process();
+  ~Process();  // NOLINT(performance-trivially-destructible): it does something on Windows
   Process(const Process &) = delete;
   Process &operator=(const Process &) = delete;
 };

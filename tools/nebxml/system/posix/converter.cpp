@@ -37,7 +37,7 @@ void Converter::End::operator()(Means *means) const { delete means; }
 std::optional<Converter> Converter::between(const std::string &from, const std::string &to) {
   if (!isEncodingName(from) || !isEncodingName(to)) return std::nullopt;
   const auto noDescriptor = reinterpret_cast<iconv_t>(-1);  // NOLINT: as POSIX writes it
-  const iconv_t descriptor = ::iconv_open(to.c_str(), from.c_str());
+  iconv_t descriptor = ::iconv_open(to.c_str(), from.c_str());
   if (descriptor != noDescriptor) return Converter(new Means(descriptor));
   if (errno == ENOMEM) throw std::bad_alloc();
   return std::nullopt;
