@@ -8,7 +8,11 @@ set(CMAKE_CXX_COMPILER_TARGET wasm32-wasi)
 set(CMAKE_AR llvm-ar)
 set(CMAKE_RANLIB llvm-ranlib)
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
-set(CMAKE_CXX_FLAGS_INIT "-fno-exceptions")
+# Debian has its headers below those of this machine, which must not be found.
+set(include /usr/include/wasm32-wasi)
+set(CMAKE_C_FLAGS_INIT "-Wno-unused-command-line-argument -nostdlibinc -isystem ${include}")
+set(CMAKE_CXX_FLAGS_INIT
+    "-fno-exceptions -Wno-unused-command-line-argument -nostdlibinc -isystem ${include}/c++/v1 -isystem ${include}")
 set(CMAKE_EXECUTABLE_SUFFIX .wasm)
 set(CMAKE_CROSSCOMPILING_EMULATOR node --no-warnings ${CMAKE_CURRENT_LIST_DIR}/wasi.mjs)
 set(NEB_XML_SIZE llvm-size)
