@@ -19,7 +19,8 @@ inline size_t lengthWithin(const char *string, size_t count) {
   return static_cast<size_t>(static_cast<const char *>(terminator) - string);
 }
 
-// All others return 0, or an errno value with the destination unchanged unless documented otherwise.
+// All others return 0, or an errno value with the destination unchanged, unless documented
+// otherwise.
 
 inline int memcpy_s(void *destination, size_t capacity, const void *source, size_t count) {
   if (count > capacity) return ERANGE;

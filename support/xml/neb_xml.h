@@ -549,6 +549,10 @@ NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_TransformIndented(const XmlNode *s
  * read-only is not replaced (NEB_XML_ERR_FILE_OPEN), nor one that is open without
  * FILE_SHARE_DELETE, as fopen opens it (NEB_XML_ERR_FILE_WRITE).
  *
+ * Where the system has no more than the C library, the rename is as atomic as that of its file
+ * system, nothing is flushed to the disk, no rights are kept, and a symbolic link is replaced
+ * itself. If the file system does not rename over an old file, the call fails.
+ *
  * path          up to 1024 bytes; no directory is created. The file hooks are not used.
  * start, width  as for NEB_XML_TransformIndented. Siblings of start are not written.
  * Returns the results of NEB_XML_TransformIndented, before anything is written: what no document
@@ -630,7 +634,8 @@ typedef uint32_t (*NEB_XML_SINK)(void *context, const char *bytes, size_t length
  *   - a value beside children that is more than white space.
  * The first failure that printing meets decides. Memory is allocated only for names of more than
  * 16000 bytes and for elements of more than 24 attributes, while each is written. Cost: linear in
- * the nodes, strings and indentation; 18 KiB of stack.
+ * the nodes, strings and indentation; 18 KiB of stack. In a build for size on a machine of 32 bits,
+ * it is 800 bytes and 3 KiB instead.
  */
 NEB_XML_API NEB_XML_MUST_USE uint32_t NEB_XML_Print(const XmlNode *node,
                                                     const NEB_XML_PRINT_OPTIONS *options,

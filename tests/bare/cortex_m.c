@@ -47,10 +47,6 @@ void reset(void) {
   const uint32_t *from = &dataInFlash;
   for (uint32_t *to = &dataBegin; to < &dataEnd; ++to) *to = *from++;
   for (uint32_t *to = &bssBegin; to < &bssEnd; ++to) *to = 0;
-#if defined(TRAP_UNALIGNED)
-  /* As processors without unaligned access do. */
-  *(volatile uint32_t *)0xE000ED14 |= 8; /* CCR.UNALIGN_TRP */
-#endif
   initialise_monitor_handles();
   exit(main(0, NULL));
 }

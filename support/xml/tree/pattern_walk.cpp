@@ -33,7 +33,7 @@ StepSet positionsAt(const Level &parent, const XmlNode *node) {
 // Levels that are made again, the lowest first. The set of a level takes as many of them, from it
 // on, as the group has steps.
 struct Climb {
-  Level lowest;
+  Level lowest = {};
   StepSet matched[kMostRemade];  // of each level
   size_t span;                   // the steps of the group
   size_t needed = span;
