@@ -41,7 +41,7 @@ class OpenFile {
   int descriptor_;
 };
 
-CommandError tooLarge(const std::string &fileName, size_t maxBytes) {
+CommandError tooLarge(const std::string &fileName, uint64_t maxBytes) {
   const std::string cause = "larger than " + std::to_string(maxBytes) + " bytes (--max-bytes)";
   return {ExitStatus::fileTrouble, printable("nebxml: " + fileName + ": " + cause),
           Finding{cause, 0, 0, true}};
@@ -60,12 +60,12 @@ bool isTypedByUser(const std::string &fileName) {
   return fileName == kStandardStream && ::isatty(STDIN_FILENO) == 1;
 }
 
-std::string readInput(const std::string &fileName, const std::string &encoding, size_t maxBytes) {
+std::string readInput(const std::string &fileName, const std::string &encoding, uint64_t maxBytes) {
   const OpenFile file(fileName);
   if (file.descriptor() < 0) throw systemError(fileName, "cannot open", errno);
-  const size_t limit = maxBytes == 0 ? SIZE_MAX : maxBytes;
+  const uint64_t limit = maxBytes == 0 ? UINT64_MAX : maxBytes;
   std::string bytes;
-  bytes.reserve(std::min(file.size(), limit));
+  bytes.reserve(static_cast<size_t>(std::min<uint64_t>(file.size(), limit)));
   std::array<char, kReadSize> chunk{};
   bool hasNul = false;
   for (;;) {
