@@ -388,7 +388,12 @@ TEST_F(Save, TheToolReportsWhicheverCallFails) {
         EXPECT_TRUE(isDone || (WIFEXITED(status) && WEXITSTATUS(status) == 3)) << status;
         const bool isRead =  // the input, whatever its size is and however it is closed
             calls.starts_with("open fstat! ") || calls.starts_with("open fstat close! ");
-        EXPECT_TRUE(error == EINTR || isDone == (isRead || goesOnAfter(calls, error)));
+        // Those of the C++ library, seen on 32 bits only: whether the two are one file.
+        const bool isCompared = sizeof(void *) == 4 && !isInPlace &&
+                                calls.starts_with("open fstat close stat") &&
+                                calls.find(" stat! ") != std::string::npos;
+        const bool isHarmless = isRead || isCompared || goesOnAfter(calls, error);
+        EXPECT_TRUE(error == EINTR || isDone == isHarmless);
         EXPECT_EQ(trees::readFile(path("errors")).empty(), isDone);
         EXPECT_EQ(filesIn(files), 2U);
       }

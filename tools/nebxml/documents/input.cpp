@@ -19,7 +19,7 @@ OpenFile openInput(const std::string &fileName) {
   return fileName == kStandardStream ? OpenFile::standardInput() : OpenFile::toRead(fileName);
 }
 
-CommandError tooLarge(const std::string &fileName, size_t maxBytes) {
+CommandError tooLarge(const std::string &fileName, uint64_t maxBytes) {
   const std::string cause = "larger than " + std::to_string(maxBytes) + " bytes (--max-bytes)";
   return {ExitStatus::fileTrouble, printable("nebxml: " + fileName + ": " + cause),
           Finding{cause, 0, 0, true}};
@@ -38,12 +38,12 @@ bool isTypedByUser(const std::string &fileName) {
   return fileName == kStandardStream && isTerminal(kStandardInput);
 }
 
-std::string readInput(const std::string &fileName, const std::string &encoding, size_t maxBytes) {
+std::string readInput(const std::string &fileName, const std::string &encoding, uint64_t maxBytes) {
   const OpenFile file = openInput(fileName);
   if (!file.isOpen()) throw systemError(fileName, "cannot open", errno);
-  const size_t limit = maxBytes == 0 ? SIZE_MAX : maxBytes;
+  const uint64_t limit = maxBytes == 0 ? UINT64_MAX : maxBytes;
   std::string bytes;
-  bytes.reserve(std::min(file.size(), limit));
+  bytes.reserve(static_cast<size_t>(std::min<uint64_t>(file.size(), limit)));
   std::array<char, kReadSize> chunk{};
   bool hasNul = false;
   for (;;) {

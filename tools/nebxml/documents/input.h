@@ -1,7 +1,7 @@
 // Reading the bytes of a file, a pipe or standard input.
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -18,6 +18,6 @@ bool isTypedByUser(const std::string &fileName);
 //
 // encoding  of the file; empty: as its first bytes show
 // maxBytes  more bytes are refused, before all of them are read; 0: no limit
-std::string readInput(const std::string &fileName, const std::string &encoding, size_t maxBytes);
+std::string readInput(const std::string &fileName, const std::string &encoding, uint64_t maxBytes);
 
 }  // namespace nebxml

@@ -17,7 +17,7 @@ struct ReadingOptions {
   Reading language = Reading::strict;
   std::string encoding;   // of the file; empty: as its mark or its declaration says
   uint32_t maxDepth = 0;  // of elements inside each other, in strict reading; 0: no limit
-  size_t maxBytes = 0;    // of the file; 0: no limit
+  uint64_t maxBytes = 0;  // of the file; 0: no limit
 };
 
 // Throws CommandError.
