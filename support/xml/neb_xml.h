@@ -71,7 +71,7 @@
  *
  * Files
  *
- *   Paths are the system's. On Windows they are UTF-8, with '/' or '\' between names; an absolute
+ *   Paths are the system's. On Windows they are UTF-8, with slashes or backslashes; an absolute
  *   path may take 4000 UTF-16 units. File hooks get paths unchanged, whatever encoding they expect.
  *   Files are binary everywhere. Calls that report errno report it on Windows too: EBUSY if others
  *   have opened the file in a way that forbids the call, EILSEQ for a path that is not UTF-8.
