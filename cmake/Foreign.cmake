@@ -9,12 +9,6 @@ function(neb_xml_use_headers name)
   file(CREATE_LINK /usr/include/${name} ${folder}/${name} SYMBOLIC)
 endfunction()
 
-# neb_xml_build_fast(TARGET HEADER...): what stands around the library, where time matters most.
-function(neb_xml_build_fast name)
-  target_precompile_headers(${name} PRIVATE ${ARGN})
-  set_target_properties(${name} PROPERTIES NEB_XML_OPTIMIZATION -O1)
-endfunction()
-
 if(NEB_XML_SHORT_TESTS)
   set_target_properties(neb_xml_objects PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 20)
 endif()
