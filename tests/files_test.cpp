@@ -7,11 +7,15 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include "platform/system.h"
 #include "support/trees.h"
 
 #if defined(NEB_XML_WINDOWS)
+#include <fcntl.h>
+#include <io.h>
+
 #include "platform/windows/system_calls.h"
 #endif
 
@@ -190,6 +194,14 @@ TEST_F(Files, ThatOthersHoldAreNotReplaced) {
   }
   EXPECT_EQ(contentOf(file), kNew);
   EXPECT_EQ(filesInFolder(), 1U);
+}
+
+TEST_F(Files, AreNotLeftBehindWithoutADescriptor) {
+  std::vector<int> held;
+  for (int each = 0; (each = _open(kDevice, _O_RDONLY)) >= 0;) held.push_back(each);
+  EXPECT_EQ(NEB_XML_Save(document_, path("new.xml").c_str(), nullptr), kFileOpen);
+  for (const int each : held) _close(each);
+  EXPECT_EQ(filesInFolder(), 0U);
 }
 
 TEST_F(Files, ThatAreReadOnlyAreNotReplaced) {

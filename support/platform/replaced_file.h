@@ -24,10 +24,10 @@ class NewFile {
 using ContentWriter = bool (*)(NewFile file, void *context);
 
 // Writes a temporary file beside the target, gives it the target's rights (see file_rights.h, and
-// ReplaceFile for Windows), flushes it to the disk and renames it over the target. Its name cannot be predicted. A symbolic
-// link is followed. The target must be a regular file or not exist. After a failure the old file
-// is unchanged and no temporary one is left. If others change the target meanwhile, the content is
-// written again.
+// ReplaceFile for Windows), flushes it to the disk and renames it over the target. Its name cannot
+// be predicted. A symbolic link is followed. The target must be a regular file or not exist. After
+// a failure the old file is unchanged and no temporary one is left. If others change the target
+// meanwhile, the content is written again.
 //
 // Where there is only the C library, the rename is as atomic as that of its file system, nothing is
 // flushed to a disk, the new file has the rights of any new file, its name can be predicted, and a

@@ -34,10 +34,11 @@ bool InputFile::read(char *bytes, size_t count) const {
   return std::fseek(file_, 0, SEEK_SET) == 0 && std::fread(bytes, 1, count, file_) == count;
 }
 
-// The end is found by seeking there. What cannot be sought in stays as it is.
+// The end is found by seeking there, and may be beyond the largest number. What cannot be sought in
+// stays as it is.
 int64_t InputFile::expectedLength() const {
   const int64_t end = length();
-  return end > 0 && std::fseek(file_, 0, SEEK_SET) == 0 ? end : 0;
+  return std::fseek(file_, 0, SEEK_SET) == 0 && end > 0 ? end : 0;
 }
 
 int64_t InputFile::readNext(char *bytes, size_t count) const {

@@ -14,7 +14,7 @@ WriteOutcome writeWholeFile(const char *path, const char *text, size_t length) {
   if (lengthWithin(path, kLongestOutputPath + 1) > kLongestOutputPath) {
     return WriteOutcome::notOpened;
   }
-  std::FILE *file = std::fopen(path, "w+");
+  std::FILE *file = std::fopen(path, "w+b");
   if (file == nullptr) return WriteOutcome::notOpened;
   std::setvbuf(file, nullptr, _IONBF, 0);
   const size_t items = std::fwrite(text, length, 1, file);

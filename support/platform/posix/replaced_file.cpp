@@ -100,10 +100,21 @@ bool flush(int file) {
   return true;
 }
 
+// Some systems have this time under another name.
+template <typename Status>
+const timespec &changeTimeOf(const Status &file) {
+  if constexpr (requires { file.st_ctim; }) {
+    return file.st_ctim;
+  } else {
+    return file.st_ctimespec;
+  }
+}
+
 bool isSameVersion(const struct stat &a, const struct stat &b) {
   const auto identity = [](const struct stat &file) {
+    const timespec &changed = changeTimeOf(file);
     return std::tuple(file.st_dev, file.st_ino, file.st_mode, file.st_uid, file.st_gid,
-                      file.st_ctim.tv_sec, file.st_ctim.tv_nsec);
+                      changed.tv_sec, changed.tv_nsec);
   };
   return identity(a) == identity(b);
 }

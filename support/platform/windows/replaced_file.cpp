@@ -77,6 +77,12 @@ bool nameNeighbours(const WidePath &target, Neighbours &neighbours) {
          failWith(ENAMETOOLONG);
 }
 
+void removeFile(const WidePath &path) {
+  const DWORD cause = GetLastError();
+  DeleteFileW(path);
+  SetLastError(cause);
+}
+
 // A new file that nobody else can open before it is closed; -1 if there is none.
 int openTemporary(const WidePath &target, Neighbours &neighbours) {
   HANDLE file = INVALID_HANDLE_VALUE;
@@ -92,8 +98,10 @@ int openTemporary(const WidePath &target, Neighbours &neighbours) {
   }
   const int descriptor =
       _open_osfhandle(reinterpret_cast<intptr_t>(file), _O_BINARY | _O_NOINHERIT);
-  if (descriptor < 0) CloseHandle(file);
-  return descriptor;
+  if (descriptor >= 0) return descriptor;
+  CloseHandle(file);
+  removeFile(neighbours.temporary);
+  return -1;
 }
 
 bool fillAndClose(int file, ContentWriter writeInto, void *context) {
@@ -102,12 +110,6 @@ bool fillAndClose(int file, ContentWriter writeInto, void *context) {
   const bool isClosed = _close(file) == 0;
   if (!isFlushed) errno = cause;
   return isFlushed && isClosed;
-}
-
-void removeFile(const WidePath &path) {
-  const DWORD cause = GetLastError();
-  DeleteFileW(path);
-  SetLastError(cause);
 }
 
 // The new file takes over rights, attributes and streams. If the system fails half-way, the old one

@@ -22,8 +22,8 @@ Character characterAt(const char *from, const char *end);
 // The same in a terminated string. Nothing behind its terminator is read.
 Character characterAt(const char *from);
 
-// Behind the characters beyond ASCII that begin here, and behind single spaces between them; null if
-// one of them is not well-formed UTF-8 of a character that XML allows.
+// Behind the characters beyond ASCII that begin here, and behind single spaces between them; null
+// if one of them is not well-formed UTF-8 of a character that XML allows.
 const char *skipBeyondAscii(const char *from, const char *end);
 
 // The same, up to the first character that is rare. Most characters have two or three bytes, and

@@ -10,8 +10,8 @@
 
 namespace neb::xml::internal {
 
-// The search looks at kStride bytes. findOther() returns 0 if all of them are ASCII that is allowed.
-// Otherwise the number of the lowest bit that is set is that of the first other byte.
+// The search looks at kStride bytes. findOther() returns 0 if all of them are ASCII that is
+// allowed. Otherwise the number of the lowest bit that is set is that of the first other byte.
 template <typename Search>
 class CharactersBy {
  public:

@@ -9,8 +9,8 @@
 
 namespace neb::xml::internal {
 
-// The bytes that answer them are in byte_sets.h. A kernel may find more ends of names, at bytes that
-// are not in usual names. For strict reading, it may find control characters that XML refuses.
+// The bytes that answer them are in byte_sets.h. A kernel may find more ends of names, at bytes
+// that are not in usual names. For strict reading, it may find control characters that XML refuses.
 enum Question : uint8_t { kNameEnds, kValueEnds, kTextEnds, kNonWhitespace, kQuestions };
 
 inline constexpr size_t kBytesPerWord = 64;

@@ -20,7 +20,7 @@ struct ByteRange {
   uint8_t last;
 };
 
-// ByteRanges that hold all bytes of one set, and of others only those that may be in them. The fewer
+// Ranges that hold all bytes of one set, and of others only those that may be in them. The fewer
 // ranges, the faster they are found.
 struct ByteRanges {
   ByteRange ranges[kVectorSize] = {};

@@ -24,8 +24,8 @@ Bytes findMarkupCharacters(Bytes bytes) {
          (bytes == '\'');
 }
 
-// Each kind finds what it does not copy unchanged, in vectors or in single bytes, and writes one character of that; null when no
-// document can hold it.
+// Each kind finds what it does not copy unchanged, in vectors or in single bytes, and writes one
+// character of that; null when no document can hold it.
 
 // An ampersand that begins a reference stays, and every byte passes.
 struct LenientValue {

@@ -31,8 +31,17 @@ constexpr Name kNames[] = {
 };
 
 // Names that end in a number.
-constexpr Name kFamilies[] = {
-    {"WINDOWS-", 0}, {"CP", 0}, {"IBM", 0}, {"ISO-8859-", 28590}, {"ISO8859-", 28590},
+struct Family {
+  std::string_view text;
+  unsigned base;
+  unsigned last;
+};
+
+constexpr unsigned kLastCodePage = 65535;
+constexpr unsigned kLastPart = 16;
+constexpr Family kFamilies[] = {
+    {"WINDOWS-", 0, kLastCodePage},  {"CP", 0, kLastCodePage},       {"IBM", 0, kLastCodePage},
+    {"ISO-8859-", 28590, kLastPart}, {"ISO8859-", 28590, kLastPart},
 };
 
 char upperCase(char byte) {
@@ -64,9 +73,9 @@ unsigned numberOf(std::string_view name) {
   for (const auto &[text, codePage] : kNames) {
     if (isName(name, text)) return codePage;
   }
-  for (const auto &[text, base] : kFamilies) {
+  for (const auto &[text, base, last] : kFamilies) {
     const unsigned number = beginsWith(name, text) ? numberIn(name.substr(text.size())) : 0;
-    if (number != 0) return base + number;
+    if (number != 0 && number <= last) return base + number;
   }
   return 0;
 }

@@ -15,6 +15,7 @@ namespace nebxml {
 namespace {
 
 constexpr unsigned kAscii = 20127;
+constexpr unsigned kEucJp = 20932;
 constexpr unsigned kUtf8CodePage = CP_UTF8;
 constexpr unsigned kFirstLatin = 28591;  // ISO-8859-1 and the other parts
 constexpr unsigned kLastLatin = 28606;
@@ -26,6 +27,8 @@ constexpr char32_t kUnitBits = 10;  // of a character, in each of its two units
 constexpr char32_t kUnitMask = 0x3FF;
 constexpr char32_t kHighSurrogate = 0xD800;
 constexpr char32_t kLowSurrogate = 0xDC00;
+
+bool isAscii(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
 
 bool isHigh(char32_t unit) { return (unit & ~kUnitMask) == kHighSurrogate; }
 
@@ -154,12 +157,24 @@ void Codec::encodeNumbers(std::wstring_view units, std::string &bytes) const {
 bool Codec::isUndefined(wchar_t unit) const {
   constexpr wchar_t kFirstControl = 0x80, kLastControl = 0x9F;
   constexpr wchar_t kFirstFiller = 0xF880, kLastFiller = 0xF8FE;
-  if (codePage_ == kAscii) return unit >= kFirstControl;
   return !hasControls_ && ((unit >= kFirstControl && unit <= kLastControl) ||
                            (unit >= kFirstFiller && unit <= kLastFiller));
 }
 
+// Windows drops the highest bit of what is not ASCII, and in its EUC-JP, a byte of ASCII can end a
+// character. Others would see markup in such documents where there is none, or miss it.
+bool Codec::isForWindowsAlone(std::string_view bytes) const {
+  if (codePage_ == kAscii) return !std::all_of(bytes.begin(), bytes.end(), isAscii);
+  if (codePage_ != kEucJp) return false;
+  for (size_t last = 0; last < bytes.size(); ++last) {
+    const bool isPair = firstLength(bytes.substr(last)) > 1;
+    if (isPair && ++last < bytes.size() && isAscii(bytes[last])) return true;
+  }
+  return false;
+}
+
 bool Codec::decodeCodePage(std::string_view bytes, std::wstring &units) const {
+  if (isForWindowsAlone(bytes)) return false;
   const size_t before = units.size();
   const int size = static_cast<int>(bytes.size());
   units.resize(before + bytes.size());  // no character has more units than bytes
@@ -181,7 +196,7 @@ bool Codec::encodeCodePage(std::wstring_view units, std::string &bytes) const {
       static_cast<int>(units.size()), bytes.data() + before,
       static_cast<int>(units.size() * kLongest), nullptr, isUtf8 ? nullptr : &isReplaced);
   bytes.resize(before + static_cast<size_t>(count));
-  return count > 0 && isReplaced == 0;
+  return count > 0 && isReplaced == 0 && !isForWindowsAlone(std::string_view(bytes).substr(before));
 }
 
 }  // namespace nebxml

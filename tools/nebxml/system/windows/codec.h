@@ -34,6 +34,7 @@ class Codec {
 
   char32_t numberAt(std::string_view bytes, size_t offset) const;
   void appendNumber(char32_t number, std::string &bytes) const;
+  bool isForWindowsAlone(std::string_view bytes) const;
   bool isUndefined(wchar_t unit) const;
   bool decodeNumbers(std::string_view bytes, std::wstring &units) const;
   void encodeNumbers(std::wstring_view units, std::string &bytes) const;
