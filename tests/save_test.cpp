@@ -359,11 +359,10 @@ const std::string kPreload = kIsEmulated ? "QEMU_SET_ENV='LD_PRELOAD=" : "LD_PRE
 
 // Runs the tool in a folder, by the plan for another program.
 int runTool(const fs::path &folder, const std::string &plan, const std::string &arguments) {
-  const std::string line = "cd '" + folder.string() + "' && " + failing_files::kCallsVariable +
-                           "=../calls " + failing_files::kPlanVariable + "='" + plan +
-                           "' ASAN_OPTIONS=verify_asan_link_order=0 " + kPreload + FAILING_FILES
-                           "' exec '" NEBXML_EXECUTABLE "' " +
-                           arguments + " 2>../errors";
+  const std::string line =
+      "cd '" + folder.string() + "' && " + failing_files::kCallsVariable + "=../calls " +
+      failing_files::kPlanVariable + "='" + plan + "' ASAN_OPTIONS=verify_asan_link_order=0 " +
+      kPreload + FAILING_FILES "' exec '" NEBXML_EXECUTABLE "' " + arguments + " 2>../errors";
   return std::system(line.c_str());  // NOLINT: the point is to use a shell
 }
 

@@ -13,7 +13,9 @@ set(headers ${standard_library}/include)
 set(CMAKE_CXX_FLAGS_INIT
     "${specs} -nostdinc++ -isystem ${headers} -isystem ${headers}/${CMAKE_SYSTEM_PROCESSOR}-pc-linux-musl"
 )
-set(CMAKE_EXE_LINKER_FLAGS_INIT -L${standard_library}/lib)
+# The wrapper leaves out the table of the unwinder, which comes after the library that holds what it
+# needs.
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-L${standard_library}/lib -Wl,--eh-frame-hdr,-u,_dl_find_object")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -L${standard_library}/lib)
 set(CMAKE_MODULE_LINKER_FLAGS_INIT -L${standard_library}/lib)
 # Nothing of this machine's other C library is found.
