@@ -200,8 +200,12 @@ def broken(document):
 
 @functools.lru_cache
 def known_names():
-    paths = ["support/xml/neb_xml.h", *glob.glob("support/platform/*.h"),
-             *glob.glob("**/CMakeLists.txt", recursive=True), *glob.glob("cmake/*.*")]
+    # A build may hold links that lead out of it.
+    folders = [folder for folder in glob.glob("*/") if folder != "build/"]
+    paths = ["support/xml/neb_xml.h", *glob.glob("support/platform/*.h"), "CMakeLists.txt",
+             *(path for folder in folders
+               for path in glob.glob(folder + "**/CMakeLists.txt", recursive=True)),
+             *glob.glob("cmake/*.*")]
     return {name for path in paths for name in re.findall(r"\w+", read(path))}
 
 

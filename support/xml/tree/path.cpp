@@ -97,10 +97,10 @@ uint32_t NEB_XML_GetNodeByUrl(const XmlNode *start, const char *path, XmlNode **
   if (start == nullptr || isMissing(path) || node == nullptr || isAttribute(start)) {
     return NEB_XML_ERR_INVALID_PARAM;
   }
-  if (neb::platform::lengthWithin(path, kLongestPath + 1) > kLongestPath)
-    return NEB_XML_ERR_INVALID_PARAM;
   char text[kLongestPath + 1];
-  neb::platform::strncpy_s(text, sizeof text, path, kLongestPath);
+  if (neb::platform::strncpy_s(text, sizeof text, path, sizeof text) != 0) {
+    return NEB_XML_ERR_INVALID_PARAM;
+  }
   char *rest = text;
   const char *segment = cutSegment(&rest);
   if (segment == nullptr) return NEB_XML_ERR_NOT_FOUND;

@@ -58,8 +58,9 @@ uint32_t NEB_XML_Select(const XmlNode *start, const char *pattern, NEB_XML_CURSO
   if (start == nullptr || isMissing(pattern) || cursor == nullptr || isAttribute(start)) {
     return NEB_XML_ERR_INVALID_PARAM;
   }
-  if (neb::platform::lengthWithin(pattern, kLongestPattern + 1) > kLongestPattern)
+  if (neb::platform::lengthWithin(pattern, kLongestPattern + 1) > kLongestPattern) {
     return NEB_XML_ERR_INVALID_PARAM;
+  }
   Walk walk = readWalk(cursor);
   if (!takeArguments(start, pattern, &walk)) return NEB_XML_ERR_INVALID_PARAM;
   Pattern parsed;
