@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 #include "platform/file_handle.h"
 #include "platform/output_file.h"
@@ -36,6 +37,14 @@ using ContentWriter = bool (*)(NewFile file, void *context);
 WriteOutcome replaceFile(const char *path, ContentWriter writeInto, void *context);
 
 // The same with a content that is in memory. An empty one is not written.
-WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length);
+inline WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length) {
+  if (length == 0) return WriteOutcome::notWritten;  // nothing is no document to replace one by
+  std::string_view whole(text, length);
+  const auto writeWhole = [](NewFile file, void *content) {
+    const auto &bytes = *static_cast<const std::string_view *>(content);
+    return file.write(bytes.data(), bytes.size());
+  };
+  return replaceFile(path, writeWhole, &whole);
+}
 
 }  // namespace neb::platform

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <string_view>
 
 #include "platform/bounded_memory.h"
 
@@ -62,11 +61,6 @@ WriteOutcome failToOpen(int cause) {
   return WriteOutcome::notOpened;
 }
 
-bool writeWhole(NewFile file, void *text) {
-  const auto &whole = *static_cast<const std::string_view *>(text);
-  return file.write(whole.data(), whole.size());
-}
-
 }  // namespace
 
 bool NewFile::write(const char *bytes, size_t length) const {
@@ -87,12 +81,6 @@ WriteOutcome replaceFile(const char *path, ContentWriter writeInto, void *contex
   }
   removeTemporary(temporary);
   return WriteOutcome::notWritten;
-}
-
-WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length) {
-  if (length == 0) return WriteOutcome::notWritten;  // nothing is no document to replace one by
-  std::string_view whole(text, length);
-  return replaceFile(path, writeWhole, &whole);
 }
 
 }  // namespace neb::platform

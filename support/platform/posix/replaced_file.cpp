@@ -14,7 +14,6 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
-#include <string_view>
 #include <tuple>
 
 #include "platform/bounded_memory.h"
@@ -183,11 +182,6 @@ std::optional<WriteOutcome> tryToReplace(const Target &target, const Content &co
   return outcome;
 }
 
-bool writeWhole(NewFile file, void *text) {
-  const auto &whole = *static_cast<const std::string_view *>(text);
-  return file.write(whole.data(), whole.size());
-}
-
 }  // namespace
 
 bool NewFile::write(const char *bytes, size_t length) const {
@@ -217,12 +211,6 @@ WriteOutcome replaceFile(const char *path, ContentWriter writeInto, void *contex
   }
   errno = EBUSY;
   return WriteOutcome::notWritten;
-}
-
-WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length) {
-  if (length == 0) return WriteOutcome::notWritten;  // nothing is no document to replace one by
-  std::string_view whole(text, length);
-  return replaceFile(path, writeWhole, &whole);
 }
 
 }  // namespace neb::platform

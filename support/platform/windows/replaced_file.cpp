@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <cstring>
 #include <cwchar>
-#include <string_view>
 
 #include "platform/windows/system_calls.h"
 #include "platform/windows/wide_path.h"
@@ -140,11 +139,6 @@ bool putInPlace(const WidePath &target, const Neighbours &neighbours) {
   return false;
 }
 
-bool writeWhole(NewFile file, void *text) {
-  const auto &whole = *static_cast<const std::string_view *>(text);
-  return file.write(whole.data(), whole.size());
-}
-
 }  // namespace
 
 bool NewFile::write(const char *bytes, size_t length) const {
@@ -174,12 +168,6 @@ WriteOutcome replaceFile(const char *path, ContentWriter writeInto, void *contex
   }
   removeFile(neighbours.temporary);
   return WriteOutcome::notWritten;
-}
-
-WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length) {
-  if (length == 0) return WriteOutcome::notWritten;  // nothing is no document to replace one by
-  std::string_view whole(text, length);
-  return replaceFile(path, writeWhole, &whole);
 }
 
 }  // namespace neb::platform
