@@ -36,14 +36,16 @@ using ContentWriter = bool (*)(NewFile file, void *context);
 // a file that exists, replacing it fails.
 WriteOutcome replaceFile(const char *path, ContentWriter writeInto, void *context);
 
+// A ContentWriter of a std::string_view.
+inline bool writeWhole(NewFile file, void *content) {
+  const auto &bytes = *static_cast<const std::string_view *>(content);
+  return file.write(bytes.data(), bytes.size());
+}
+
 // The same with a content that is in memory. An empty one is not written.
 inline WriteOutcome replaceWholeFile(const char *path, const char *text, size_t length) {
   if (length == 0) return WriteOutcome::notWritten;  // nothing is no document to replace one by
   std::string_view whole(text, length);
-  const auto writeWhole = [](NewFile file, void *content) {
-    const auto &bytes = *static_cast<const std::string_view *>(content);
-    return file.write(bytes.data(), bytes.size());
-  };
   return replaceFile(path, writeWhole, &whole);
 }
 

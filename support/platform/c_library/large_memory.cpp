@@ -2,7 +2,8 @@
 
 #include "platform/system.h"
 
-#if defined(NEB_XML_C_LIBRARY)
+// On Windows, huge pages need a privilege, and the heap cannot be told what to keep.
+#if defined(NEB_XML_C_LIBRARY) || defined(NEB_XML_WINDOWS)
 
 #include <cstdlib>
 
