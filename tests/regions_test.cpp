@@ -57,6 +57,7 @@ class FreshMemory {
  public:
   FreshMemory() {
     mallopt(M_MMAP_THRESHOLD, 32 * 1024);
+    mallopt(M_TOP_PAD, 0);
     malloc_trim(0);
     NEB_XML_RegMemFunc(std::malloc, std::calloc, std::free);
   }

@@ -4,10 +4,11 @@
 
 #if defined(NEB_XML_POSIX)
 
-#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+
+#include "platform/threads.h"
 
 #if defined(__linux__)
 #include <sys/mman.h>
@@ -69,8 +70,10 @@ LargeMemory allocateLarge(size_t size, size_t filled) {
 
 void letHeapKeepMemory() {
   constexpr size_t kMapped = size_t{384} * 1024;
-  static std::atomic<bool> isDone{false};
-  if (isDone.exchange(true, std::memory_order_relaxed)) return;
+  // Doing it twice is harmless. An exchange of one byte would need libatomic on RISC-V.
+  static Atomic<bool> isDone{false};
+  if (isDone.load(std::memory_order_relaxed)) return;
+  isDone.store(true, std::memory_order_relaxed);
   // Through a pointer, since compilers may omit a pair of calls. No page is touched.
   void *(*volatile const allocate)(size_t) = std::malloc;
   std::free(allocate(kMapped));

@@ -14,7 +14,6 @@ namespace {
 constexpr char kComma = ',';
 constexpr char kSpace = ' ';
 constexpr std::string_view kMatch = ".";
-constexpr std::string_view kAnyDepth = "**";
 
 std::vector<std::string> split(std::string_view list) {
   std::vector<std::string> parts;

@@ -16,7 +16,6 @@ constexpr size_t kMostNames = 8;
 constexpr char kForeignSeparator = '/';
 constexpr char kConditionStart = '[';
 constexpr std::string_view kDigits = "0123456789";
-constexpr std::string_view kAnyDepth = "**";
 
 // The distinct names of a node's children, or of its attributes, in document order.
 class NameList {

@@ -5,7 +5,7 @@
 namespace nebxml {
 namespace {
 
-constexpr std::string_view kQuotes = "\"'";
+constexpr std::string_view kValueQuotes = "\"'";
 
 // Where the closing quote of a value stands, from behind the opening one.
 size_t endOfQuoted(std::string_view pattern, size_t offset, char quote) {
@@ -20,7 +20,7 @@ size_t endOfCondition(std::string_view pattern, size_t offset) {
   bool canQuote = false;
   for (; offset < pattern.size() && pattern[offset] != ']'; ++offset) {
     const char character = pattern[offset];
-    const bool isQuote = kQuotes.find(character) != std::string_view::npos;
+    const bool isQuote = kValueQuotes.find(character) != std::string_view::npos;
     if (canQuote && isQuote) offset = endOfQuoted(pattern, offset + 1, character);
     if (character == kEscape) ++offset;
     canQuote = character == '=' || (canQuote && character == ' ');

@@ -9,6 +9,7 @@ namespace nebxml {
 inline constexpr char kStepSeparator = '.';
 inline constexpr char kAttributeMark = '@';
 inline constexpr char kEscape = '\\';
+inline constexpr std::string_view kAnyDepth = "**";
 
 // The first offset of a character outside brackets that no backslash stands before; npos if there
 // is none.
