@@ -37,7 +37,8 @@ bool isAnswer(size_t question, char byte, bool isStrict) {
   return isFound != isInverted;
 }
 
-// Names may end at more bytes in lenient reading. In strict reading, what is refused may be anything.
+// Names may end at more bytes in lenient reading. In strict reading, what is refused may be
+// anything.
 bool isAnyAnswer(size_t question, char byte, bool isStrict) {
   const auto code = static_cast<unsigned char>(byte);
   if (isStrict) return code - 1U < 0x1F && kWhitespace.find(byte) == std::string_view::npos;

@@ -173,8 +173,8 @@ std::string writeDouble(double value) {
   return text;
 }
 
-// Unlike strtod, exact by every library. It does not tell numbers that are too large from those that
-// are too small.
+// Unlike strtod, exact by every library. It does not tell numbers that are too large from those
+// that are too small.
 double nearestTo(const std::string &number) {
   const char *end = number.data() + number.size();
   double value = 0;

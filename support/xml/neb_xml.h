@@ -1320,9 +1320,9 @@ enum NEB_XML_EDIT_KIND {
 };
 
 /**
- * One edit. Set the whole record to zero before you fill it in. A colon in name is written as it is:
- * with the name "p:c", an attribute without a prefix is p:c, but <q:b> is renamed to <q:p:c>, unless
- * prefix is empty.
+ * One edit. Set the whole record to zero before you fill it in. A colon in name is written as it
+ * is: with the name "p:c", an attribute without a prefix is p:c, but <q:b> is renamed to <q:p:c>,
+ * unless prefix is empty.
  */
 typedef struct NEB_XML_EDIT {
   uint32_t kind;          /**< Of enum NEB_XML_EDIT_KIND. */

@@ -138,7 +138,7 @@ class [[nodiscard]] Result {
   /** Whether what should be read does not exist. A malformed or empty value does exist. */
   bool is_missing() const noexcept { return !has_value() && error_.code == NEB_XML_ERR_NOT_FOUND; }
 
-  /** The value; only if there is one. The nodes of a document end with it: name the result first. */
+  /** The value; only if there is one. A document's nodes end with it: name the result first. */
   Value &operator*() &noexcept { return *value_; }
   const Value &operator*() const &noexcept { return *value_; }
   Value &&operator*() &&noexcept { return std::move(*value_); }
@@ -593,8 +593,8 @@ class Editable : public Base {
 };
 
 /**
- * A forward iterator over views; Step returns what follows one. If it looks ahead, it knows the next
- * view before it hands out one, so that one may be removed.
+ * A forward iterator over views; Step returns what follows one. If it looks ahead, it knows the
+ * next view before it hands out one, so that one may be removed.
  */
 template <typename Item, typename Step>
 class Iterator {
@@ -849,8 +849,8 @@ class NodeBase : public View<Self, Kind> {
 
   /**
    * The children; those with a name, which must outlive the range; all nodes below. A loop over
-   * children or attributes may remove or move the one that it has, but not the next one. A loop over
-   * all nodes below may remove and add nodes below the one that it has.
+   * children or attributes may remove or move the one that it has, but not the next one. A loop
+   * over all nodes below may remove and add nodes below the one that it has.
    */
   auto children() const noexcept { return Range<Self, NextSibling>(first_child(), {}); }
   auto children(std::string_view name) const noexcept {
@@ -1059,7 +1059,8 @@ class Node : public detail::Editable<detail::NodeBase<Node, detail::Editing>> {
    * Moves a node here, with all that is below it, from this tree or from another of the same
    * storage. A node of another Document is refused, and nothing is changed: use append_copy. The
    * same holds for a node that this one is or lies below, for a document or a detached node, which
-   * its owner would free, and for one below several top-level elements, as NEB_XML_Parse reads them.
+   * its owner would free, and for one below several top-level elements, as NEB_XML_Parse reads
+   * them.
    */
   [[nodiscard]] Status append(Node node) const noexcept {
     return move(node, NEB_XML_AppendChildNode);
@@ -1214,8 +1215,8 @@ inline Status Attribute::remove() noexcept {
 }
 
 /**
- * A node or an attribute as one call reads it: the answers stay as they are when the tree is edited.
- * The ranges read each item by one call as well, before they hand it out: of children() and
+ * A node or an attribute as one call reads it: the answers stay as they are when the tree is
+ * edited. The ranges read each item by one call as well, before they hand it out: of children() and
  * attributes(), it may be removed. A loop over descendants() must not change the tree.
  *
  *   for (const auto &item : list.info().children()) {

@@ -44,8 +44,8 @@ InputFile::~InputFile() {
   if (isOpen()) close(file_);
 }
 
-// Where the end cannot be found, the position counts, as for streams: files of /proc are empty. Some
-// directories end at the largest number that a process can use for a position.
+// Where the end cannot be found, the position counts, as for streams: files of /proc are empty.
+// Some directories end at the largest number that a process can use for a position.
 int64_t InputFile::length() const {
   const off_t end = lseek(file_, 0, SEEK_END);
   if (end >= INT32_MAX && isDirectory(file_)) return -1;

@@ -37,8 +37,8 @@ constexpr int32_t kDocumentSessionSize = 8192;
 constexpr size_t kCacheLine = 64;
 constexpr uint32_t kSeveralSessions = UINT32_MAX;  // never a handle
 
-// An open session. Its neighbours in the table may belong to other threads, so it fills a line where
-// pointers have 64 bits.
+// An open session. Its neighbours in the table may belong to other threads, so it fills a line
+// where pointers have 64 bits.
 struct XmlMemSession {
   platform::Atomic<uint32_t> handle;  // 0 while the entry of the table is free
   uint32_t blockCount;

@@ -75,7 +75,8 @@ class SessionAllocator {
     FirstRegion &first = firstRegionOf(session_.firstBlock);
     const auto used = static_cast<double>(first.held - static_cast<size_t>(room()));
     const double growth = static_cast<double>(whole) / static_cast<double>(read);
-    first.expected = static_cast<size_t>(used * growth);
+    // A text may need more than there are addresses.
+    first.expected = static_cast<size_t>(std::min(used * growth, static_cast<double>(PTRDIFF_MAX)));
   }
 
   // Hands the session back.

@@ -89,8 +89,8 @@ struct ReadRequest {
 // Parses a document of a language, see language.h, with a terminator behind it into a tree with a
 // session of its own, or on the heap. Returns NEB_XML_OK, NEB_XML_ERR_SYNTAX, also if memory for
 // the tree runs out or a limit is exceeded, or NEB_XML_ERR_NO_MEMORY if it runs out before the tree
-// is begun. *document is set on success only. A limit of memory that refused something knows it: see
-// MemoryLimit::wasExceeded. What a program does not call is not linked: so each language has a
+// is begun. *document is set on success only. A limit of memory that refused something knows it:
+// see MemoryLimit::wasExceeded. What a program does not call is not linked: so each language has a
 // function of its own.
 template <typename Language>
 uint32_t parseDocument(std::string_view text, const ReadRequest &request, XmlNode **document);

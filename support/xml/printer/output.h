@@ -30,7 +30,8 @@ class Output {
   // The first cursor.
   char *begin() { return begin_; }
 
-  // The cursor may be in the slack. Counts are sums of lengths, which take 64 bits on every machine.
+  // The cursor may be in the slack. Counts are sums of lengths, which take 64 bits on every
+  // machine.
   bool hasRoom(const char *cursor, uint64_t count) const {
     return static_cast<int64_t>(count) <= wideEnd_ - cursor;
   }
