@@ -42,7 +42,8 @@ struct OtherParser {
 };
 
 extern const OtherParser kPugixml, kLibxml2, kExpat;
-inline const OtherParser *const kOtherParsers[] = {&kPugixml, &kLibxml2, &kExpat};
+// All three, or none where the system does not have them; then nothing may read by one.
+extern const std::vector<const OtherParser *> kOtherParsers;
 
 // The outline that a parser makes; "refused" if it makes none.
 std::string outlineBy(const OtherParser &parser, const std::string &document);

@@ -75,7 +75,7 @@ class SessionAllocator {
     FirstRegion &first = firstRegionOf(session_.firstBlock);
     const auto used = static_cast<double>(first.held - static_cast<size_t>(room()));
     const double growth = static_cast<double>(whole) / static_cast<double>(read);
-    // A text may need more than there are addresses.
+    // A document may need more memory than there are addresses.
     first.expected = static_cast<size_t>(std::min(used * growth, static_cast<double>(PTRDIFF_MAX)));
   }
 
