@@ -5,6 +5,4 @@ add_library(neb_xml_warnings INTERFACE)
 target_compile_options(
   neb_xml_warnings
   INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
-            # Vectors pass between functions of this build only, all compiled for one processor.
-            -Wno-psabi
             $<$<BOOL:${NEB_XML_WERROR}>:-Werror>)

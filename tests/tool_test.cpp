@@ -105,15 +105,19 @@ class ToolTable : public Tool, public ::testing::WithParamInterface<std::string>
 INSTANTIATE_TEST_SUITE_P(Tool, ToolTable, ::testing::ValuesIn(tablesOfCases()),
                          [](const auto &table) { return table.param; });
 
-// An emulated system may have a C library that came without its converters.
+// Few C libraries convert as much as glibc, and where an emulator runs the tests, glibc may have come
+// without its converters. IBM037 is one of those that only glibc has.
 bool hasEncodings() {
-  const iconv_t converter = iconv_open("UTF-16BE", "UTF-8");
+#if defined(__GLIBC__)
+  if (!kIsEmulated) return true;
+#endif
+  const iconv_t converter = iconv_open("IBM037", "UTF-8");
   // NOLINTNEXTLINE(performance-no-int-to-ptr): as POSIX defines it
-  if (converter == reinterpret_cast<iconv_t>(-1)) return !kIsEmulated;
+  if (converter == reinterpret_cast<iconv_t>(-1)) return false;
   return iconv_close(converter) == 0;
 }
 
-constexpr char kNoEncodings[] = "the emulated C library has no converters of encodings";
+constexpr char kNoEncodings[] = "the C library has few converters of encodings";
 
 TEST_P(ToolTable, AnswersWithStatusOutputAndCause) {
   if (GetParam() == "tool_encodings" && !hasEncodings()) GTEST_SKIP() << kNoEncodings;

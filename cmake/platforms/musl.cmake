@@ -15,12 +15,13 @@ set(CMAKE_CXX_FLAGS_INIT
 )
 # The wrapper leaves out the table of the unwinder, which comes after the library that holds what it
 # needs.
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-L${standard_library}/lib -Wl,--eh-frame-hdr,-u,_dl_find_object")
+set(unwinder -Wl,--eh-frame-hdr,-u,_dl_find_object)
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-L${standard_library}/lib ${unwinder}")
 if(NEB_XML_STATIC_PROGRAMS)
   string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT " -static")
 endif()
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -L${standard_library}/lib)
-set(CMAKE_MODULE_LINKER_FLAGS_INIT -L${standard_library}/lib)
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "-L${standard_library}/lib ${unwinder}")
 # Nothing of this machine's other C library is found.
 set(CMAKE_FIND_ROOT_PATH /usr/lib/${system})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -8,6 +8,11 @@
 
 #include "platform/compiler.h"
 
+#if defined(NEB_XML_VECTOR_TYPES)
+// Vectors pass between functions of this build only, all compiled for one processor.
+#pragma GCC diagnostic ignored "-Wpsabi"
+#endif
+
 namespace neb::xml::internal {
 
 inline constexpr size_t kVectorSize = 16;
