@@ -218,8 +218,10 @@ class TreeCopier {
   }
 
   // Copies what is below source under copy, walking both trees side by side. Each copy is linked
-  // before its own children are made, so that a failure leaves a whole tree to release.
-  NEB_XML_FLATTEN bool xmlClone(const XmlNode *source, XmlNode *copy) {
+  // before its own children are made, so that a failure leaves a whole tree to release. In a
+  // function of its own, the copier stays in registers, whatever else a build compiles with it.
+  NEB_XML_NOINLINE NEB_XML_FLATTEN bool xmlClone(const XmlNode *source, XmlNode *copy) {
+    TreeCopier copier = *this;
     const XmlNode *from = source;
     XmlNode *to = copy;
     for (;;) {
@@ -234,7 +236,7 @@ class TreeCopier {
         from = from->next;
         to = to->parent;
       }
-      XmlNode *child = copySelf(from);
+      XmlNode *child = copier.copySelf(from);
       if (child == nullptr) return false;
       appendElement(child, to, to->lastChild);
       to = child;
