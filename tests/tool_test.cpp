@@ -105,7 +105,7 @@ class ToolTable : public Tool, public ::testing::WithParamInterface<std::string>
 INSTANTIATE_TEST_SUITE_P(Tool, ToolTable, ::testing::ValuesIn(tablesOfCases()),
                          [](const auto &table) { return table.param; });
 
-// Few C libraries convert as much as glibc, and where an emulator runs the tests, glibc may have come
+// Few C libraries convert as much as glibc. Where an emulator runs the tests, glibc may have come
 // without its converters. IBM037 is one of those that only glibc has.
 bool hasEncodings() {
 #if defined(__GLIBC__)
